@@ -1,0 +1,16 @@
+// Anonymous shared memory that cannot shrink: whoever maps a valid region can touch all of it
+// without a fault, whatever the process that made it does.
+#pragma once
+
+#include <cstddef>
+
+extern "C" {
+
+/** @return a descriptor, or -1 with errno set */
+int ashmem_create_region(const char* name, size_t size);
+/** @return 1 for a region that cannot shrink, 0 for any other descriptor */
+int ashmem_valid(int fd);
+/** @return the size in bytes, or -1 with errno set */
+int ashmem_get_size_region(int fd);
+
+}  // extern "C"

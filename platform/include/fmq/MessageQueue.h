@@ -1,0 +1,296 @@
+// A queue of fixed-size records in shared memory, between one writer and one reader.
+#pragma once
+
+#include <cutils/ashmem.h>
+#include <fmq/SharedMapping.h>
+#include <hidl/MQDescriptor.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <vector>
+
+namespace android::hardware {
+
+/**
+ * The queue's ring, and the two counters of bytes that were written and read, lie in memory that
+ * both processes map. Each side moves its own counter only, and trusts the other's no further than
+ * to stay inside the ring: whatever a broken peer does, nothing outside is touched.
+ *
+ * Threading: one reading and one writing thread at a time, in whatever processes.
+ */
+template <typename T, MQFlavor flavor>
+class MessageQueue {
+    static_assert(flavor == kSynchronizedReadWrite, "the only flavour to be had here");
+    static_assert(std::is_trivially_copyable_v<T> || std::is_standard_layout_v<T>,
+                  "records are shared between processes");
+
+  public:
+    typedef MQDescriptor<T, flavor> Descriptor;
+
+    /** Neighbouring records. */
+    class MemRegion {
+      public:
+        MemRegion() = default;
+        MemRegion(T* address, size_t length) : address_(address), length_(length) {}
+        T* getAddress() const { return address_; }
+        /** In records. */
+        size_t getLength() const { return length_; }
+        size_t getLengthInBytes() const { return length_ * sizeof(T); }
+
+      private:
+        T* address_ = nullptr;
+        size_t length_ = 0;
+    };
+
+    /** The records of one read or write; in two regions if they wrap around the ring's end. */
+    class MemTransaction {
+      public:
+        MemTransaction() = default;
+        MemTransaction(const MemRegion& first, const MemRegion& second)
+            : first_(first), second_(second) {}
+        const MemRegion& getFirstRegion() const { return first_; }
+        const MemRegion& getSecondRegion() const { return second_; }
+        /** @return null beyond the transaction */
+        T* getSlot(size_t index) {
+            if (index < first_.getLength()) return first_.getAddress() + index;
+            index -= first_.getLength();
+            return index < second_.getLength() ? second_.getAddress() + index : nullptr;
+        }
+        /** Records into the queue. @return false if they are too many */
+        bool copyTo(const T* records, size_t startIndex, size_t count = 1) {
+            return forEachRegion(startIndex, count, [&records](T* region, size_t length) {
+                memcpy(static_cast<void*>(region), records, length * sizeof(T));
+                records += length;
+            });
+        }
+        /** Records out of the queue. @return false if they are too many */
+        bool copyFrom(T* records, size_t startIndex, size_t count = 1) {
+            return forEachRegion(startIndex, count, [&records](T* region, size_t length) {
+                memcpy(static_cast<void*>(records), region, length * sizeof(T));
+                records += length;
+            });
+        }
+
+      private:
+        template <typename Copy>
+        bool forEachRegion(size_t start, size_t count, Copy copy) {
+            const size_t total = first_.getLength() + second_.getLength();
+            if (start > total || count > total - start) return false;
+            const size_t inFirst =
+                start < first_.getLength() ? std::min(count, first_.getLength() - start) : 0;
+            if (inFirst > 0) copy(first_.getAddress() + start, inFirst);
+            const size_t secondStart = start + inFirst - first_.getLength();
+            if (count > inFirst) copy(second_.getAddress() + secondStart, count - inFirst);
+            return true;
+        }
+
+        MemRegion first_;
+        MemRegion second_;
+    };
+
+    /**
+     * Makes a queue. Ask isValid() whether there was memory for it.
+     * @param configureEventFlagWord adds a word for an event flag
+     */
+    explicit MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord = false);
+
+    /**
+     * The other end of a queue. Ask isValid() whether the descriptor described one.
+     * @param resetPointers empties it
+     */
+    explicit MessageQueue(const Descriptor& descriptor, bool resetPointers = true)
+        : descriptor_(new Descriptor(descriptor)) {
+        map(resetPointers);
+    }
+
+    ~MessageQueue() { unmap(); }
+    MessageQueue(const MessageQueue&) = delete;
+    MessageQueue& operator=(const MessageQueue&) = delete;
+
+    bool isValid() const { return ring_ != nullptr; }
+    /** @return null without memory; owned by the queue */
+    const Descriptor* getDesc() const { return descriptor_.get(); }
+    size_t getQuantumSize() const { return sizeof(T); }
+    size_t getQuantumCount() const { return ringSize_ / sizeof(T); }
+    /** @return null unless the queue was made with one */
+    std::atomic<uint32_t>* getEventFlagWord() const { return eventFlagWord_; }
+
+    /**
+     * As the counters have it: with a broken peer that may be more than the queue holds, so check
+     * before relying on it.
+     */
+    size_t availableToRead() const {
+        return (writePosition_->load(std::memory_order_acquire) -
+                readPosition_->load(std::memory_order_relaxed)) /
+               sizeof(T);
+    }
+    size_t availableToWrite() const {
+        const uint64_t used = writePosition_->load(std::memory_order_relaxed) -
+                              readPosition_->load(std::memory_order_acquire);
+        return used > ringSize_ ? 0 : (ringSize_ - used) / sizeof(T);
+    }
+
+    /** All or nothing. */
+    bool write(const T* records, size_t count = 1) {
+        MemTransaction transaction;
+        return beginWrite(count, &transaction) && transaction.copyTo(records, 0, count) &&
+               commitWrite(count);
+    }
+    /** All or nothing. */
+    bool read(T* records, size_t count = 1) {
+        MemTransaction transaction;
+        return beginRead(count, &transaction) && transaction.copyFrom(records, 0, count) &&
+               commitRead(count);
+    }
+
+    /** Room for records, to be filled in place. @return false if there is not so much */
+    bool beginWrite(size_t count, MemTransaction* transaction) const {
+        if (count > availableToWrite()) return false;
+        return locate(writePosition_->load(std::memory_order_relaxed), count, transaction);
+    }
+    bool commitWrite(size_t count) {
+        if (count > availableToWrite()) return false;
+        writePosition_->store(writePosition_->load(std::memory_order_relaxed) + count * sizeof(T),
+                              std::memory_order_release);
+        return true;
+    }
+
+    /**
+     * Records, to be looked at in place. @return false if there are not so many; if the counters
+     * are impossible, after skipping all there is
+     */
+    bool beginRead(size_t count, MemTransaction* transaction) const {
+        const uint64_t written = writePosition_->load(std::memory_order_acquire);
+        const uint64_t read = readPosition_->load(std::memory_order_relaxed);
+        if (written - read > ringSize_) {
+            readPosition_->store(written, std::memory_order_release);
+            return false;
+        }
+        if (count > (written - read) / sizeof(T)) return false;
+        return locate(read, count, transaction);
+    }
+    /** @return false, after skipping all there is, if the counters have become impossible */
+    bool commitRead(size_t count) {
+        const uint64_t written = writePosition_->load(std::memory_order_acquire);
+        const uint64_t read = readPosition_->load(std::memory_order_relaxed);
+        if (written - read > ringSize_) {
+            readPosition_->store(written, std::memory_order_release);
+            return false;
+        }
+        readPosition_->store(read + count * sizeof(T), std::memory_order_release);
+        return true;
+    }
+
+  private:
+    using Counter = std::atomic<uint64_t>;
+    static constexpr size_t kGrantors = Descriptor::kMinGrantorCountForEvFlagSupport;
+
+    bool locate(uint64_t position, size_t count, MemTransaction* transaction) const {
+        const auto offset = static_cast<size_t>(position % ringSize_);
+        if (offset % sizeof(T) != 0) return false;
+        const size_t start = offset / sizeof(T);
+        const size_t inFirst = std::min(count, getQuantumCount() - start);
+        *transaction =
+            MemTransaction(MemRegion(ring_ + start, inFirst), MemRegion(ring_, count - inFirst));
+        return true;
+    }
+
+    void map(bool resetPointers);
+    void* mapGrantor(size_t index, size_t alignment);
+    void unmap();
+
+    std::unique_ptr<Descriptor> descriptor_;
+    T* ring_ = nullptr;
+    size_t ringSize_ = 0;
+    Counter* readPosition_ = nullptr;
+    Counter* writePosition_ = nullptr;
+    std::atomic<uint32_t>* eventFlagWord_ = nullptr;
+    details::SharedMapping mappings_[kGrantors];
+};
+
+template <typename T, MQFlavor flavor>
+MessageQueue<T, flavor>::MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord) {
+    // Regions of shared memory are below 2 GiB.
+    constexpr size_t kMaxElements = (size_t{1} << 30) / sizeof(T);
+    if (numElementsInQueue == 0 || numElementsInQueue > kMaxElements) return;
+    const size_t dataSize = numElementsInQueue * sizeof(T);
+    // Each part on a cache line of its own: the two sides would otherwise fight over one.
+    constexpr size_t kLine = 64;
+    const uint32_t dataOffset = 3 * kLine;
+    const int fd = ashmem_create_region("MessageQueue", dataOffset + dataSize);
+    if (fd < 0) return;
+    native_handle_t* handle = native_handle_create(1, 0);
+    if (handle == nullptr) {
+        close(fd);
+        return;
+    }
+    handle->data[0] = fd;
+    std::vector<GrantorDescriptor> grantors{
+        {0, 0, 0, sizeof(Counter)}, {0, 0, kLine, sizeof(Counter)}, {0, 0, dataOffset, dataSize}};
+    if (configureEventFlagWord) grantors.push_back({0, 0, 2 * kLine, sizeof(uint32_t)});
+    descriptor_ = std::make_unique<Descriptor>(grantors, handle, sizeof(T));
+    map(true);
+}
+
+template <typename T, MQFlavor flavor>
+void MessageQueue<T, flavor>::map(bool resetPointers) {
+    const auto& grantors = descriptor_->grantors();
+    const size_t size = descriptor_->getSize();
+    if (descriptor_->getQuantum() != sizeof(T) || descriptor_->getFlags() != flavor || size == 0 ||
+        size % sizeof(T) != 0 || grantors[Descriptor::READPTRPOS].extent != sizeof(Counter) ||
+        grantors[Descriptor::WRITEPTRPOS].extent != sizeof(Counter)) {
+        return;
+    }
+    readPosition_ = static_cast<Counter*>(mapGrantor(Descriptor::READPTRPOS, alignof(Counter)));
+    writePosition_ = static_cast<Counter*>(mapGrantor(Descriptor::WRITEPTRPOS, alignof(Counter)));
+    if (grantors.size() > Descriptor::EVFLAGWORDPOS &&
+        grantors[Descriptor::EVFLAGWORDPOS].extent == sizeof(uint32_t)) {
+        eventFlagWord_ = static_cast<std::atomic<uint32_t>*>(
+            mapGrantor(Descriptor::EVFLAGWORDPOS, alignof(uint32_t)));
+    }
+    void* ring = mapGrantor(Descriptor::DATAPTRPOS, alignof(T));
+    if (readPosition_ == nullptr || writePosition_ == nullptr || ring == nullptr) {
+        unmap();
+        return;
+    }
+    ring_ = static_cast<T*>(ring);
+    ringSize_ = size;
+    if (resetPointers) {
+        readPosition_->store(0, std::memory_order_release);
+        writePosition_->store(0, std::memory_order_release);
+    }
+}
+
+template <typename T, MQFlavor flavor>
+void* MessageQueue<T, flavor>::mapGrantor(size_t index, size_t alignment) {
+    const GrantorDescriptor& grantor = descriptor_->grantors()[index];
+    const native_handle_t* handle = descriptor_->handle();
+    if (handle == nullptr || handle->numFds < 1 ||
+        grantor.fdIndex >= static_cast<uint32_t>(handle->numFds) ||
+        grantor.offset % alignment != 0) {
+        return nullptr;
+    }
+    mappings_[index] =
+        details::mapShared(handle->data[grantor.fdIndex], grantor.offset, grantor.extent);
+    return mappings_[index].address;
+}
+
+template <typename T, MQFlavor flavor>
+void MessageQueue<T, flavor>::unmap() {
+    for (details::SharedMapping& mapping : mappings_) {
+        if (mapping.base != nullptr) munmap(mapping.base, mapping.size);
+        mapping = {};
+    }
+    readPosition_ = nullptr;
+    writePosition_ = nullptr;
+    eventFlagWord_ = nullptr;
+}
+
+}  // namespace android::hardware

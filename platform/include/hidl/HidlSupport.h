@@ -1,0 +1,338 @@
+// The values that HIDL calls carry, laid out as on the wire.
+#pragma once
+
+#include <cutils/native_handle.h>
+#include <hidl/HidlInternal.h>
+#include <utils/RefBase.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace android::hidl::base::V1_0 {
+struct IBase;
+}
+
+namespace android::hardware {
+
+/** Told when the process of a service that it was linked to has died. */
+struct hidl_death_recipient : public virtual RefBase {
+    /** Called on a HIDL thread, once. */
+    virtual void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) = 0;
+};
+
+class hidl_handle;
+class hidl_string;
+template <typename T>
+struct hidl_vec;
+
+namespace details {
+// A received value reads the transport's memory and owns nothing, whatever its bytes claim.
+void clearReceivedOwnership(hidl_handle& value);
+void clearReceivedOwnership(hidl_string& value);
+template <typename T>
+void clearReceivedOwnership(hidl_vec<T>& value);
+
+[[noreturn]] void dieOfSize(const char* type, size_t size);
+}  // namespace details
+
+/** A native handle, owned or borrowed. Copies own a clone. */
+class hidl_handle {
+  public:
+    hidl_handle() = default;
+    hidl_handle(const native_handle_t* handle) : mHandle(handle) {}  // NOLINT: as published
+    hidl_handle(const hidl_handle& other) { *this = other; }
+    hidl_handle(hidl_handle&& other) noexcept { *this = std::move(other); }
+    ~hidl_handle() { freeHandle(); }
+
+    /** Aborts if there are no descriptors left for the clone. */
+    hidl_handle& operator=(const hidl_handle& other);
+    hidl_handle& operator=(const native_handle_t* handle);
+    hidl_handle& operator=(hidl_handle&& other) noexcept;
+
+    void setTo(native_handle_t* handle, bool shouldOwn = false);
+    const native_handle_t* getNativeHandle() const { return mHandle; }
+    const native_handle_t* operator->() const { return mHandle; }
+    operator const native_handle_t*() const { return mHandle; }  // NOLINT: as published
+
+    static const size_t kOffsetOfNativeHandle;
+
+  private:
+    friend void details::clearReceivedOwnership(hidl_handle&);
+    void freeHandle();
+
+    details::hidl_pointer<const native_handle_t> mHandle;
+    bool mOwnsHandle = false;
+    [[maybe_unused]] uint8_t mPadding[7] = {};
+};
+
+/** A text that ends in a zero byte; never null. */
+class hidl_string {
+  public:
+    hidl_string();
+    hidl_string(const char* text);  // NOLINT: implicit as published
+    hidl_string(const char* text, size_t length);
+    hidl_string(const std::string& text);  // NOLINT: implicit as published
+    hidl_string(const hidl_string& other) : hidl_string(other.c_str(), other.size()) {}
+    hidl_string(hidl_string&& other) noexcept : hidl_string() { swap(other); }
+    ~hidl_string();
+
+    hidl_string& operator=(hidl_string other) noexcept {
+        swap(other);
+        return *this;
+    }
+
+    const char* c_str() const { return mBuffer; }
+    size_t size() const { return mSize; }
+    bool empty() const { return mSize == 0; }
+    operator std::string() const { return {mBuffer, mSize}; }  // NOLINT: as published
+
+    static const size_t kOffsetOfBuffer;
+
+  private:
+    friend void details::clearReceivedOwnership(hidl_string&);
+    void swap(hidl_string& other) noexcept;
+
+    details::hidl_pointer<const char> mBuffer;
+    uint32_t mSize = 0;
+    bool mOwnsBuffer = false;
+    [[maybe_unused]] uint8_t mPadding[3] = {};
+};
+
+inline bool operator==(const hidl_string& a, const hidl_string& b) {
+    return a.size() == b.size() && std::equal(a.c_str(), a.c_str() + a.size(), b.c_str());
+}
+inline bool operator!=(const hidl_string& a, const hidl_string& b) {
+    return !(a == b);
+}
+inline bool operator==(const hidl_string& a, const char* b) {
+    return a == hidl_string(b);
+}
+
+/** An array whose length is known at run time. */
+template <typename T>
+struct hidl_vec {
+    using value_type = T;
+    using iterator = T*;
+    using const_iterator = const T*;
+
+    hidl_vec() = default;
+    explicit hidl_vec(size_t size) { allocate(size); }
+    hidl_vec(std::initializer_list<T> list) : hidl_vec(list.begin(), list.end()) {}
+    hidl_vec(const std::vector<T>& other) : hidl_vec(other.begin(), other.end()) {}  // NOLINT
+    template <typename InputIterator,
+              typename = typename std::iterator_traits<InputIterator>::iterator_category>
+    hidl_vec(InputIterator first, InputIterator last) {
+        allocate(static_cast<size_t>(std::distance(first, last)));
+        std::copy(first, last, begin());
+    }
+    hidl_vec(const hidl_vec& other) : hidl_vec(other.begin(), other.end()) {}
+    hidl_vec(hidl_vec&& other) noexcept { swap(other); }
+    ~hidl_vec() {
+        if (mOwnsBuffer) delete[] static_cast<T*>(mBuffer);
+    }
+
+    hidl_vec& operator=(hidl_vec other) noexcept {
+        swap(other);
+        return *this;
+    }
+    hidl_vec& operator=(const std::vector<T>& other) { return *this = hidl_vec(other); }
+    hidl_vec& operator=(std::initializer_list<T> list) { return *this = hidl_vec(list); }
+    operator std::vector<T>() const { return {begin(), end()}; }  // NOLINT: as published
+
+    void setToExternal(T* elements, size_t size, bool shouldOwn = false) {
+        *this = hidl_vec();
+        mBuffer = elements;
+        mSize = checkedSize(size);
+        mOwnsBuffer = shouldOwn;
+    }
+    void resize(size_t size) {
+        hidl_vec resized(size);
+        std::move(begin(), begin() + std::min(size, this->size()), resized.begin());
+        swap(resized);
+    }
+
+    size_t size() const { return mSize; }
+    T* data() { return mBuffer; }
+    const T* data() const { return mBuffer; }
+    T* begin() { return mBuffer; }
+    T* end() { return begin() + mSize; }
+    const T* begin() const { return mBuffer; }
+    const T* end() const { return begin() + mSize; }
+    T& operator[](size_t index) { return begin()[index]; }
+    const T& operator[](size_t index) const { return begin()[index]; }
+
+    static constexpr size_t kOffsetOfBuffer = 0;
+
+  private:
+    template <typename U>
+    friend void details::clearReceivedOwnership(hidl_vec<U>& value);
+
+    static uint32_t checkedSize(size_t size) {
+        if (size > UINT32_MAX) details::dieOfSize("hidl_vec", size);
+        return static_cast<uint32_t>(size);
+    }
+    void allocate(size_t size) {
+        mSize = checkedSize(size);
+        mOwnsBuffer = size > 0;
+        mBuffer = size > 0 ? new T[size]() : nullptr;
+    }
+    void swap(hidl_vec& other) noexcept {
+        std::swap(mBuffer, other.mBuffer);
+        std::swap(mSize, other.mSize);
+        std::swap(mOwnsBuffer, other.mOwnsBuffer);
+    }
+
+    details::hidl_pointer<T> mBuffer;
+    uint32_t mSize = 0;
+    bool mOwnsBuffer = false;
+    [[maybe_unused]] uint8_t mPadding[3] = {};
+};
+
+template <typename T>
+bool operator==(const hidl_vec<T>& a, const hidl_vec<T>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end());
+}
+template <typename T>
+bool operator!=(const hidl_vec<T>& a, const hidl_vec<T>& b) {
+    return !(a == b);
+}
+
+template <typename T>
+void details::clearReceivedOwnership(hidl_vec<T>& value) {
+    value.mOwnsBuffer = false;
+}
+
+/** An array whose length is part of its type. */
+template <typename T, size_t SIZE1>
+struct hidl_array {
+    hidl_array() = default;
+    hidl_array(const T* source) { std::copy(source, source + SIZE1, mBuffer); }    // NOLINT
+    hidl_array(const std::array<T, SIZE1>& source) : hidl_array(source.data()) {}  // NOLINT
+    operator std::array<T, SIZE1>() const {  // NOLINT: implicit as published
+        std::array<T, SIZE1> copy;
+        std::copy(mBuffer, mBuffer + SIZE1, copy.begin());
+        return copy;
+    }
+
+    T* data() { return mBuffer; }
+    const T* data() const { return mBuffer; }
+    T& operator[](size_t index) { return mBuffer[index]; }
+    const T& operator[](size_t index) const { return mBuffer[index]; }
+    static constexpr size_t size() { return SIZE1; }
+
+  private:
+    T mBuffer[SIZE1];
+};
+
+template <typename T, size_t SIZE1>
+bool operator==(const hidl_array<T, SIZE1>& a, const hidl_array<T, SIZE1>& b) {
+    return std::equal(a.data(), a.data() + SIZE1, b.data());
+}
+template <typename T, size_t SIZE1>
+bool operator!=(const hidl_array<T, SIZE1>& a, const hidl_array<T, SIZE1>& b) {
+    return !(a == b);
+}
+
+/** A named shared-memory region. */
+class hidl_memory {
+  public:
+    hidl_memory() = default;
+    hidl_memory(hidl_string name, hidl_handle handle, size_t size)
+        : mHandle(std::move(handle)), mSize(size), mName(std::move(name)) {}
+
+    const native_handle_t* handle() const { return mHandle; }
+    const hidl_string& name() const { return mName; }
+    uint64_t size() const { return mSize; }
+
+  private:
+    hidl_handle mHandle;
+    uint64_t mSize = 0;
+    hidl_string mName;
+};
+
+/** The bits of an enumeration. */
+template <typename T>
+using hidl_bitfield = std::underlying_type_t<T>;
+
+namespace details {
+
+// Of internal linkage, which the specialisations in generated headers take over: otherwise every
+// file that includes one defines the same symbol. The outer namespace keeps the unnamed one apart
+// from those of source files.
+inline namespace enum_values {
+inline namespace {
+template <typename T>
+constexpr std::array<T, 0> hidl_enum_values = {};
+}  // namespace
+}  // namespace enum_values
+
+template <typename T>
+std::string toHexString(T value) {
+    static_assert(std::is_integral_v<T>);
+    constexpr char kDigits[] = "0123456789abcdef";
+    auto rest = static_cast<std::make_unsigned_t<T>>(value);
+    std::string digits;
+    do {
+        digits.insert(digits.begin(), kDigits[rest % 16]);
+        rest = static_cast<decltype(rest)>(rest / 16);
+    } while (rest != 0);
+    return "0x" + digits;
+}
+
+}  // namespace details
+
+/** All named values of an enumeration, in the order of their declaration. */
+template <typename T>
+struct hidl_enum_range {
+    constexpr auto begin() const { return std::begin(details::hidl_enum_values<T>); }
+    constexpr auto end() const { return std::end(details::hidl_enum_values<T>); }
+};
+
+template <typename T>
+std::enable_if_t<std::is_arithmetic_v<T>, std::string> toString(T value) {
+    return std::to_string(value);
+}
+inline std::string toString(bool value) {
+    return value ? "true" : "false";
+}
+inline std::string toString(const hidl_string& value) {
+    return '"' + std::string(value) + '"';
+}
+inline std::string toString(const hidl_memory& value) {
+    return "memory of " + std::to_string(value.size()) + " bytes";
+}
+std::string toString(const hidl_handle& value);
+
+namespace details {
+template <typename Elements>
+std::string elementsToString(const Elements& elements) {
+    using android::hardware::toString;
+    std::string text = "[";
+    for (size_t i = 0; i < elements.size(); ++i) {
+        text += (i == 0 ? "" : ", ") + toString(elements[i]);
+    }
+    return text + "]";
+}
+}  // namespace details
+
+template <typename T>
+std::string toString(const hidl_vec<T>& value) {
+    return details::elementsToString(value);
+}
+template <typename T, size_t SIZE1>
+std::string toString(const hidl_array<T, SIZE1>& value) {
+    return details::elementsToString(value);
+}
+
+}  // namespace android::hardware

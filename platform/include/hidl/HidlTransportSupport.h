@@ -1,0 +1,34 @@
+// Serving calls: the thread pool, and what programs and generated code need around it.
+#pragma once
+
+#include <hidl/HidlBinderSupport.h>
+#include <hidl/HidlSupport.h>
+#include <hidl/ServiceManagement.h>
+
+#include <cstddef>
+
+namespace android::hardware {
+
+/**
+ * Kept for the programs that call it. The pool grows as calls need it: a fixed number
+ * of threads would deadlock on calls that nest deeper.
+ */
+void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
+
+/** Serves calls on this thread; never returns. */
+[[noreturn]] void joinRpcThreadpool();
+
+/** Whether both are the same object, be they proxies or not. Null equals null. */
+bool interfacesEqual(const sp<hidl::base::V1_0::IBase>& left,
+                     const sp<hidl::base::V1_0::IBase>& right);
+
+namespace details {
+/** The process number that getDebugInfo reports. */
+int32_t getPidIfSharable();
+/** Whether addresses may be reported to other processes. */
+constexpr bool debuggable() {
+    return false;
+}
+}  // namespace details
+
+}  // namespace android::hardware

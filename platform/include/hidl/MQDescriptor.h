@@ -1,0 +1,104 @@
+// Where the parts of a fast message queue lie in shared memory.
+#pragma once
+
+#include <cutils/native_handle.h>
+#include <hidl/HidlSupport.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+
+namespace android::hardware {
+
+typedef uint64_t RingBufferPosition;
+
+/** One part of a queue: `extent` bytes at `offset` of the handle's descriptor `fdIndex`. */
+struct GrantorDescriptor {
+    uint32_t flags;
+    uint32_t fdIndex;
+    uint32_t offset;
+    uint64_t extent;
+};
+static_assert(sizeof(GrantorDescriptor) == 24, "wire format");
+
+enum MQFlavor : uint32_t {
+    /** One writer, one reader; a full queue refuses to be written. */
+    kSynchronizedReadWrite = 0x01,
+    /** Not to be had here: a writer that overwrites. */
+    kUnsynchronizedWrite = 0x02,
+};
+
+/** Names the memory of a queue of T; owns the handle. */
+template <typename T, MQFlavor flavor>
+struct MQDescriptor {
+    enum GrantorType : int { READPTRPOS = 0, WRITEPTRPOS, DATAPTRPOS, EVFLAGWORDPOS };
+    static constexpr int32_t kMinGrantorCount = DATAPTRPOS + 1;
+    static constexpr int32_t kMinGrantorCountForEvFlagSupport = EVFLAGWORDPOS + 1;
+
+    MQDescriptor() = default;
+    /** Takes the handle over. */
+    MQDescriptor(hidl_vec<GrantorDescriptor> grantors, native_handle_t* handle, size_t quantum)
+        : mGrantors(std::move(grantors)),
+          mHandle(handle),
+          mQuantum(static_cast<uint32_t>(quantum)),
+          mFlags(flavor) {}
+    MQDescriptor(const MQDescriptor& other) { *this = other; }
+    MQDescriptor& operator=(const MQDescriptor& other) {
+        if (this != &other) {
+            release();
+            mGrantors = other.mGrantors;
+            mHandle = other.mHandle == nullptr ? nullptr : native_handle_clone(other.mHandle);
+            mQuantum = other.mQuantum;
+            mFlags = other.mFlags;
+        }
+        return *this;
+    }
+    ~MQDescriptor() { release(); }
+
+    /** In bytes, of the ring alone. */
+    size_t getSize() const {
+        return mGrantors.size() > DATAPTRPOS ? mGrantors[DATAPTRPOS].extent : 0;
+    }
+    /** Of one record, in bytes. */
+    size_t getQuantum() const { return mQuantum; }
+    uint32_t getFlags() const { return mFlags; }
+    const native_handle_t* getNativeHandle() const { return mHandle; }
+    const native_handle_t* handle() const { return mHandle; }
+    const hidl_vec<GrantorDescriptor>& grantors() const { return mGrantors; }
+    size_t countGrantors() const { return mGrantors.size(); }
+    bool isHandleValid() const { return mHandle != nullptr; }
+
+    static const size_t kOffsetOfGrantors;
+    static const size_t kOffsetOfHandle;
+
+  private:
+    void release() {
+        if (mHandle != nullptr) {
+            native_handle_close(mHandle);
+            native_handle_delete(mHandle);
+            mHandle = nullptr;
+        }
+    }
+
+    hidl_vec<GrantorDescriptor> mGrantors;
+    details::hidl_pointer<native_handle_t> mHandle;
+    uint32_t mQuantum = 0;
+    uint32_t mFlags = flavor;
+};
+
+template <typename T, MQFlavor flavor>
+const size_t MQDescriptor<T, flavor>::kOffsetOfGrantors = offsetof(MQDescriptor, mGrantors);
+template <typename T, MQFlavor flavor>
+const size_t MQDescriptor<T, flavor>::kOffsetOfHandle = offsetof(MQDescriptor, mHandle);
+
+template <typename T>
+using MQDescriptorSync = MQDescriptor<T, kSynchronizedReadWrite>;
+
+template <typename T, MQFlavor flavor>
+std::string toString(const MQDescriptor<T, flavor>& descriptor) {
+    return "queue of " + std::to_string(descriptor.getSize()) + " bytes, " +
+           std::to_string(descriptor.getQuantum()) + " a record";
+}
+
+}  // namespace android::hardware

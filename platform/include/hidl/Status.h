@@ -1,0 +1,149 @@
+// What became of a call: the transport's status, and the value that came back.
+#pragma once
+
+#include <hidl/HidlInternal.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+#include <string>
+#include <utility>
+
+namespace android::hardware {
+
+/** The transport's status. A transport error carries a status_t, all else a message. */
+class Status final {
+  public:
+    enum Exception : int32_t {
+        EX_NONE = 0,
+        EX_SECURITY = -1,
+        EX_BAD_PARCELABLE = -2,
+        EX_ILLEGAL_ARGUMENT = -3,
+        EX_NULL_POINTER = -4,
+        EX_ILLEGAL_STATE = -5,
+        EX_UNSUPPORTED_OPERATION = -7,
+        EX_TRANSACTION_FAILED = -129,
+    };
+
+    Status() = default;
+    static Status ok() { return {}; }
+    static Status fromExceptionCode(int32_t exception, const char* message = "");
+    static Status fromExceptionCode(int32_t exception, const std::string& message) {
+        return fromExceptionCode(exception, message.c_str());
+    }
+    static Status fromStatusT(status_t status);
+
+    void setException(int32_t exception, const char* message);
+    void setFromStatusT(status_t status);
+
+    int32_t exceptionCode() const { return exception_; }
+    const char* exceptionMessage() const { return message_.c_str(); }
+    status_t transactionError() const { return exception_ == EX_TRANSACTION_FAILED ? error_ : OK; }
+    bool isOk() const { return exception_ == EX_NONE; }
+    bool isDeadObject() const { return transactionError() == DEAD_OBJECT; }
+    std::string description() const;
+
+  private:
+    int32_t exception_ = EX_NONE;
+    status_t error_ = OK;
+    std::string message_;
+};
+
+template <typename T>
+class Return;
+
+namespace details {
+
+template <typename T, typename U>
+Return<U> StatusOf(const Return<T>& other);
+
+/**
+ * A status that must be looked at: destroying or overwriting one that is not ok and was never asked
+ * ends the process.
+ */
+class return_status {
+  public:
+    return_status() = default;
+    return_status(const Status& status) : status_(status) {}  // NOLINT: implicit as published
+    return_status(return_status&& other) noexcept { *this = std::move(other); }
+    return_status& operator=(return_status&& other) noexcept;
+    return_status(const return_status&) = delete;
+    return_status& operator=(const return_status&) = delete;
+    ~return_status() { assertChecked(); }
+
+    bool isOk() const {
+        checked_ = true;
+        return status_.isOk();
+    }
+    /** Ends the process unless the call came through. */
+    void assertOk() const;
+    // These two do not count as looking at the status.
+    bool isDeadObject() const { return status_.isDeadObject(); }
+    std::string description() const { return status_.description(); }
+
+  private:
+    template <typename T, typename U>
+    friend Return<U> StatusOf(const Return<T>& other);
+
+    void assertChecked() const;
+
+    Status status_;
+    mutable bool checked_ = false;
+};
+
+}  // namespace details
+
+/** The value of a call. Reading it ends the process if the call did not come through. */
+template <typename T>
+class Return : public details::return_status {
+  public:
+    Return(T value) : value_(std::move(value)) {}            // NOLINT: implicit as published
+    Return(const Status& status) : return_status(status) {}  // NOLINT: implicit as published
+
+    operator T() const {  // NOLINT: implicit as published
+        assertOk();
+        return value_;
+    }
+    T withDefault(T fallback) const { return isOk() ? value_ : fallback; }
+
+  private:
+    T value_{};
+};
+
+template <typename T>
+class Return<sp<T>> : public details::return_status {
+  public:
+    Return(sp<T> value) : value_(std::move(value)) {}  // NOLINT: implicit as published
+    Return(T* value) : value_(value) {}                // NOLINT: implicit as published
+    Return(std::nullptr_t) {}                          // NOLINT: implicit as published
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    Return(const sp<U>& value) : value_(value) {}            // NOLINT: implicit as published
+    Return(const Status& status) : return_status(status) {}  // NOLINT: implicit as published
+
+    operator sp<T>() const {  // NOLINT: implicit as published
+        assertOk();
+        return value_;
+    }
+
+  private:
+    sp<T> value_;
+};
+
+template <>
+class Return<void> : public details::return_status {
+  public:
+    Return() = default;
+    Return(const Status& status) : return_status(status) {}  // NOLINT: implicit as published
+};
+
+inline Return<void> Void() {
+    return {};
+}
+
+/** A failed call's status, as the result of another. */
+template <typename T, typename U>
+Return<U> details::StatusOf(const Return<T>& other) {
+    other.checked_ = true;
+    return Return<U>(other.status_);
+}
+
+}  // namespace android::hardware

@@ -1,0 +1,40 @@
+// The base of objects that live in this process and can be called from others.
+#pragma once
+
+#include <hwbinder/IBinder.h>
+
+namespace android::hardware {
+
+/**
+ * The runtime holds a reference for as long as another process holds a proxy.
+ */
+class BHwBinder : public IBinder {
+  public:
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
+                      TransactCallback callback = nullptr) final;
+
+    /** A local object dies with its process only: INVALID_OPERATION. */
+    status_t linkToDeath(const sp<DeathRecipient>& recipient) final;
+    status_t unlinkToDeath(const wp<DeathRecipient>& recipient) final;
+
+    bool isBinderAlive() const final { return true; }
+    BHwBinder* localBinder() final { return this; }
+
+  protected:
+    /**
+     * Serves one call. Calls `callback` with the reply while everything that the
+     * reply refers to is alive; when it returns without having done so, the runtime
+     * sends the returned status (and, if that is OK, the reply).
+     */
+    virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                uint32_t flags = 0, TransactCallback callback = nullptr) = 0;
+
+    /** Security identifiers do not exist here. */
+    void setRequestingSid(bool /* requesting */) {}
+
+    // Set by generated code; threads here all run with the priority of their process.
+    int mSchedPolicy = 0;
+    int mSchedPriority = 0;
+};
+
+}  // namespace android::hardware

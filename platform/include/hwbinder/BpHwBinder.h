@@ -1,0 +1,52 @@
+// The proxy of an object in another process.
+#pragma once
+
+#include <hwbinder/IBinder.h>
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace android::hardware {
+
+namespace details {
+class Connection;
+}
+
+/**
+ * Made by the connection to the other process; holds a count of references there,
+ * which it gives back when it is destroyed.
+ */
+class BpHwBinder final : public IBinder {
+  public:
+    BpHwBinder(std::shared_ptr<details::Connection> connection, uint64_t objectId);
+    ~BpHwBinder() override;
+    BpHwBinder(const BpHwBinder&) = delete;
+    BpHwBinder& operator=(const BpHwBinder&) = delete;
+
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
+                      TransactCallback callback = nullptr) override;
+    status_t linkToDeath(const sp<DeathRecipient>& recipient) override;
+    status_t unlinkToDeath(const wp<DeathRecipient>& recipient) override;
+    bool isBinderAlive() const override;
+    BpHwBinder* remoteBinder() override { return this; }
+
+    const std::shared_ptr<details::Connection>& connection() const { return connection_; }
+    uint64_t objectId() const { return objectId_; }
+
+    /** Tells the linked recipients, each once. Called by the connection after its end. */
+    void sendObituary();
+
+  private:
+    friend class details::Connection;
+
+    const std::shared_ptr<details::Connection> connection_;
+    const uint64_t objectId_;
+    uint64_t referencesReceived_ = 0;  // guarded by the connection
+
+    std::mutex mutex_;
+    bool obituarySent_ = false;
+    std::vector<sp<DeathRecipient>> recipients_;
+};
+
+}  // namespace android::hardware

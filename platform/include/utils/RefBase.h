@@ -1,0 +1,104 @@
+// Reference counting: objects live as long as strong references to them do; weak references can be
+// turned into strong ones while the object lives.
+#pragma once
+
+#include <utils/StrongPointer.h>
+
+#include <atomic>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+namespace android {
+
+/**
+ * Base of all objects that sp and wp refer to. Counting is thread-safe. The object is deleted with
+ * its last strong reference; one that never had any may also live on the stack.
+ */
+class RefBase {
+  public:
+    /** Outlives the object as long as there are weak references. */
+    class weakref_type {
+      public:
+        void incWeak(const void* id);
+        void decWeak(const void* id);
+        /** @return whether a strong reference was added, which a dead object refuses */
+        bool attemptIncStrong(const void* id);
+
+      private:
+        friend class RefBase;
+        std::atomic<int32_t> strong_{0};
+        /** One of these is the object's own. */
+        std::atomic<int32_t> weak_{1};
+    };
+
+    void incStrong(const void* id) const;
+    void decStrong(const void* id) const;
+    int32_t getStrongCount() const;
+    /** @return with a weak reference added */
+    weakref_type* createWeak(const void* id) const;
+
+    RefBase(const RefBase&) = delete;
+    RefBase& operator=(const RefBase&) = delete;
+
+  protected:
+    RefBase();
+    virtual ~RefBase();
+    virtual void onFirstRef();
+    virtual void onLastStrongRef(const void* id);
+
+  private:
+    weakref_type* const refs_;
+};
+
+/** A weak reference. */
+template <typename T>
+class wp {
+  public:
+    wp() = default;
+    wp(T* object) : pointer_(object) {  // NOLINT: implicit as published
+        refs_ = object == nullptr ? nullptr : object->createWeak(this);
+    }
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    wp(const sp<U>& other) : wp(static_cast<T*>(other.get())) {}  // NOLINT: implicit as published
+    wp(const wp& other) : pointer_(other.pointer_), refs_(other.refs_) {
+        if (refs_ != nullptr) refs_->incWeak(this);
+    }
+    wp(wp&& other) noexcept
+        : pointer_(std::exchange(other.pointer_, nullptr)),
+          refs_(std::exchange(other.refs_, nullptr)) {}
+    ~wp() { clear(); }
+
+    wp& operator=(wp other) noexcept {
+        std::swap(pointer_, other.pointer_);
+        std::swap(refs_, other.refs_);
+        return *this;
+    }
+
+    void clear() {
+        pointer_ = nullptr;
+        if (auto* refs = std::exchange(refs_, nullptr)) refs->decWeak(this);
+    }
+
+    /** @return null once the object is gone */
+    sp<T> promote() const {
+        sp<T> result;
+        if (refs_ != nullptr && refs_->attemptIncStrong(this)) result.adopt(pointer_);
+        return result;
+    }
+
+    /** For comparison alone: the object may be gone. */
+    T* unsafe_get() const { return pointer_; }
+
+    friend bool operator==(const wp& a, const wp& b) { return a.refs_ == b.refs_; }
+    friend bool operator!=(const wp& a, const wp& b) { return a.refs_ != b.refs_; }
+    friend bool operator<(const wp& a, const wp& b) {
+        return std::less<RefBase::weakref_type*>()(a.refs_, b.refs_);
+    }
+
+  private:
+    T* pointer_ = nullptr;
+    RefBase::weakref_type* refs_ = nullptr;
+};
+
+}  // namespace android

@@ -1,0 +1,82 @@
+// Local objects and proxies.
+#include <hwbinder/Binder.h>
+#include <hwbinder/BpHwBinder.h>
+#include <hwbinder/IInterface.h>
+#include <hwbinder/Parcel.h>
+
+#include <algorithm>
+
+#include "transport/Connection.h"
+
+namespace android::hardware {
+
+IInterface::~IInterface() = default;
+
+sp<IBinder> IInterface::asBinder(const IInterface* interface) {
+    return interface == nullptr ? nullptr : interface->remote();
+}
+
+status_t BHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+                             TransactCallback callback) {
+    return onTransact(code, data, reply, flags, std::move(callback));
+}
+
+status_t BHwBinder::linkToDeath(const sp<DeathRecipient>& /* recipient */) {
+    return INVALID_OPERATION;
+}
+
+status_t BHwBinder::unlinkToDeath(const wp<DeathRecipient>& /* recipient */) {
+    return INVALID_OPERATION;
+}
+
+BpHwBinder::BpHwBinder(std::shared_ptr<details::Connection> connection, uint64_t objectId)
+    : connection_(std::move(connection)), objectId_(objectId) {}
+
+BpHwBinder::~BpHwBinder() {
+    connection_->releaseProxy(this);
+}
+
+status_t BpHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+                              TransactCallback callback) {
+    const status_t status = connection_->call(objectId_, code, data, reply, flags);
+    if (status == OK && callback && reply != nullptr) callback(*reply);
+    return status;
+}
+
+status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient) {
+    const std::lock_guard lock(mutex_);
+    if (obituarySent_ || !connection_->isAlive()) return DEAD_OBJECT;
+    recipients_.push_back(recipient);
+    return OK;
+}
+
+status_t BpHwBinder::unlinkToDeath(const wp<DeathRecipient>& recipient) {
+    const sp<DeathRecipient> linked = recipient.promote();
+    const std::lock_guard lock(mutex_);
+    const auto found = std::find(recipients_.begin(), recipients_.end(), linked);
+    if (found == recipients_.end()) return obituarySent_ ? DEAD_OBJECT : NAME_NOT_FOUND;
+    recipients_.erase(found);
+    return OK;
+}
+
+bool BpHwBinder::isBinderAlive() const {
+    return connection_->isAlive();
+}
+
+void BpHwBinder::sendObituary() {
+    const wp<IBinder> who(this);
+    while (true) {
+        sp<DeathRecipient> recipient;
+        {
+            // One at a time: a recipient may unlink those that come after it.
+            const std::lock_guard lock(mutex_);
+            obituarySent_ = true;
+            if (recipients_.empty()) return;
+            recipient = recipients_.front();
+            recipients_.erase(recipients_.begin());
+        }
+        recipient->binderDied(who);
+    }
+}
+
+}  // namespace android::hardware

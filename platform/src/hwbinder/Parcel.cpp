@@ -1,0 +1,283 @@
+// Items of a parcel: written one after the other, checked one by one when they are read.
+#define LOG_TAG "HidlParcel"
+
+#include <hwbinder/Parcel.h>
+
+#include <log/log.h>
+
+#include <utility>
+
+namespace android::hardware {
+
+enum class Parcel::Item : uint32_t {
+    kBuffer = 0x42554646,
+    kNullBuffer = 0x4e425546,
+    kObject = 0x4f424a45,
+    kNullObject = 0x4e4f424a,
+    kHandle = 0x48414e44,
+    kNullHandle = 0x4e48414e,
+};
+
+namespace {
+
+constexpr uint32_t kNoParent = UINT32_MAX;
+constexpr size_t kBufferAlignment = 8;
+
+struct BufferHeader {
+    uint32_t size;
+    uint32_t parent;
+    uint32_t parentOffset;
+};
+
+struct HandleHeader {
+    uint32_t descriptors;
+    uint32_t integers;
+};
+
+}  // namespace
+
+void Parcel::HandleDeleter::operator()(native_handle_t* handle) const {
+    native_handle_close(handle);
+    native_handle_delete(handle);
+}
+
+Parcel::Parcel(std::vector<uint8_t> items, std::vector<sp<IBinder>> objects,
+               std::vector<base::unique_fd> descriptors, std::function<void()> onMalformed)
+    : items_(std::move(items)),
+      objects_(std::move(objects)),
+      receivedDescriptors_(std::move(descriptors)),
+      onMalformed_(std::move(onMalformed)) {}
+
+// Writing
+
+void Parcel::append(const void* bytes, size_t size) {
+    if (size == 0) return;
+    const auto* first = static_cast<const uint8_t*>(bytes);
+    items_.insert(items_.end(), first, first + size);
+}
+
+void Parcel::alignWriting(size_t alignment) {
+    items_.resize((items_.size() + alignment - 1) / alignment * alignment);
+}
+
+status_t Parcel::failWrite(status_t error) {
+    if (writeError_ == OK) writeError_ = error;
+    return error;
+}
+
+status_t Parcel::writeCString(const char* text) {
+    append(text, std::strlen(text) + 1);
+    alignWriting(kItemAlignment);
+    return OK;
+}
+
+status_t Parcel::writeInterfaceToken(const char* interface) {
+    return writeCString(interface);
+}
+
+status_t Parcel::writeBufferItem(const void* buffer, size_t size, size_t* handle, size_t parent,
+                                 size_t parentOffset) {
+    if (size > UINT32_MAX || parentOffset > UINT32_MAX) return failWrite(BAD_VALUE);
+    const bool isNull = buffer == nullptr || size == 0;
+    writeScalar(isNull ? Item::kNullBuffer : Item::kBuffer);
+    const BufferHeader header{isNull ? 0 : static_cast<uint32_t>(size),
+                              static_cast<uint32_t>(parent), static_cast<uint32_t>(parentOffset)};
+    append(&header, sizeof(header));
+    *handle = buffers_.size();
+    if (isNull) return OK;
+    alignWriting(kBufferAlignment);
+    buffers_.push_back({items_.size(), size});
+    append(buffer, size);
+    alignWriting(kItemAlignment);
+    return OK;
+}
+
+status_t Parcel::writeBuffer(const void* buffer, size_t size, size_t* handle) {
+    return writeBufferItem(buffer, size, handle, kNoParent, 0);
+}
+
+status_t Parcel::writeEmbeddedBuffer(const void* buffer, size_t size, size_t* handle, size_t parent,
+                                     size_t parentOffset) {
+    return writeBufferItem(buffer, size, handle, parent, parentOffset);
+}
+
+status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
+    if (binder == nullptr) return writeScalar(Item::kNullObject);
+    objects_.push_back(binder);
+    return writeScalar(Item::kObject);
+}
+
+status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
+    if (handle == nullptr) return writeScalar(Item::kNullHandle);
+    if (handle->numFds < 0 || handle->numFds > NATIVE_HANDLE_MAX_FDS || handle->numInts < 0 ||
+        handle->numInts > NATIVE_HANDLE_MAX_INTS) {
+        return failWrite(BAD_VALUE);
+    }
+    const auto descriptors = static_cast<size_t>(handle->numFds);
+    const auto integers = static_cast<size_t>(handle->numInts);
+    writeScalar(Item::kHandle);
+    const HandleHeader header{static_cast<uint32_t>(descriptors), static_cast<uint32_t>(integers)};
+    append(&header, sizeof(header));
+    append(handle->data + descriptors, integers * sizeof(int));
+    descriptors_.insert(descriptors_.end(), handle->data, handle->data + descriptors);
+    return OK;
+}
+
+status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t /* parent */,
+                                           size_t /* parentOffset */) {
+    // The reader knows where the handle's pointer belongs from what it is reading.
+    return writeNativeHandleNoDup(handle);
+}
+
+// Reading
+
+status_t Parcel::reject() const {
+    if (!malformed_) {
+        malformed_ = true;
+        if (onMalformed_) onMalformed_();
+    }
+    return BAD_VALUE;
+}
+
+const uint8_t* Parcel::take(size_t size) const {
+    if (malformed_ || size > items_.size() - position_) return nullptr;
+    const uint8_t* bytes = items_.data() + position_;
+    position_ += size;
+    return bytes;
+}
+
+bool Parcel::alignReading(size_t alignment) const {
+    return take((alignment - position_ % alignment) % alignment) != nullptr;
+}
+
+status_t Parcel::readBool(bool* value) const {
+    uint8_t byte = 0;
+    const status_t status = readScalar(&byte);
+    if (status == OK) *value = byte != 0;
+    return status;
+}
+
+const char* Parcel::readCString() const {
+    const size_t available = malformed_ ? 0 : items_.size() - position_;
+    const char* text = reinterpret_cast<const char*>(items_.data() + position_);
+    const size_t length = available == 0 ? 0 : strnlen(text, available);
+    if (length == available || take(length + 1) == nullptr || !alignReading(kItemAlignment)) {
+        reject();
+        return nullptr;
+    }
+    return text;
+}
+
+bool Parcel::enforceInterface(const char* interface) const {
+    const char* token = readCString();
+    if (token == nullptr) return false;
+    if (std::strcmp(token, interface) == 0) return true;
+    ALOGW("a call for interface %.200s reached an object of %s", token, interface);
+    return false;
+}
+
+uint32_t Parcel::peekItem() const {
+    uint32_t item = 0;
+    if (!malformed_ && items_.size() - position_ >= sizeof(item)) {
+        std::memcpy(&item, items_.data() + position_, sizeof(item));
+    }
+    return item;
+}
+
+bool Parcel::takeItem(Item expected) const {
+    return peekItem() == static_cast<uint32_t>(expected) && take(sizeof(expected)) != nullptr;
+}
+
+bool Parcel::storePointer(size_t parent, size_t parentOffset, const void* pointer) const {
+    if (parent >= buffers_.size()) return false;
+    const Buffer& buffer = buffers_[parent];
+    if (buffer.size < sizeof(pointer) || parentOffset > buffer.size - sizeof(pointer)) return false;
+    std::memcpy(items_.data() + buffer.position + parentOffset, &pointer, sizeof(pointer));
+    return true;
+}
+
+status_t Parcel::readBufferItem(size_t size, size_t* handle, size_t parent, size_t parentOffset,
+                                const void** buffer) const {
+    if (!takeItem(size == 0 ? Item::kNullBuffer : Item::kBuffer)) return reject();
+    const uint8_t* headerBytes = take(sizeof(BufferHeader));
+    if (headerBytes == nullptr) return reject();
+    BufferHeader header;
+    std::memcpy(&header, headerBytes, sizeof(header));
+    if (header.size != size || header.parent != parent || header.parentOffset != parentOffset) {
+        return reject();
+    }
+    *handle = buffers_.size();
+    *buffer = nullptr;
+    if (size > 0) {
+        const bool aligned = alignReading(kBufferAlignment);
+        const size_t start = position_;
+        const uint8_t* bytes = aligned ? take(size) : nullptr;
+        if (bytes == nullptr || !alignReading(kItemAlignment)) return reject();
+        buffers_.push_back({start, size});
+        *buffer = bytes;
+    }
+    if (parent != kNoParent && !storePointer(parent, parentOffset, *buffer)) return reject();
+    return OK;
+}
+
+status_t Parcel::readBuffer(size_t size, size_t* handle, const void** buffer) const {
+    return size == 0 ? reject() : readBufferItem(size, handle, kNoParent, 0, buffer);
+}
+
+status_t Parcel::readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, size_t parentOffset,
+                                    const void** buffer) const {
+    if (size == 0) return reject();
+    return readNullableEmbeddedBuffer(size, handle, parent, parentOffset, buffer);
+}
+
+status_t Parcel::readNullableEmbeddedBuffer(size_t size, size_t* handle, size_t parent,
+                                            size_t parentOffset, const void** buffer) const {
+    if (parent >= buffers_.size()) return reject();
+    return readBufferItem(size, handle, parent, parentOffset, buffer);
+}
+
+status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
+    *binder = nullptr;
+    if (takeItem(Item::kNullObject)) return OK;
+    if (!takeItem(Item::kObject) || objectPosition_ == objects_.size()) return reject();
+    *binder = objects_[objectPosition_++];
+    return OK;
+}
+
+status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) const {
+    *handle = nullptr;
+    if (takeItem(Item::kNullHandle)) return OK;
+    if (!takeItem(Item::kHandle)) return reject();
+    const uint8_t* headerBytes = take(sizeof(HandleHeader));
+    if (headerBytes == nullptr) return reject();
+    HandleHeader header;
+    std::memcpy(&header, headerBytes, sizeof(header));
+    if (header.integers > NATIVE_HANDLE_MAX_INTS || header.descriptors > NATIVE_HANDLE_MAX_FDS ||
+        header.descriptors > receivedDescriptors_.size() - descriptorPosition_) {
+        return reject();
+    }
+    const uint8_t* integers = take(header.integers * sizeof(int));
+    if (integers == nullptr) return reject();
+
+    native_handle_t* created = native_handle_create(static_cast<int>(header.descriptors),
+                                                    static_cast<int>(header.integers));
+    if (created == nullptr) return NO_MEMORY;
+    for (uint32_t i = 0; i < header.descriptors; ++i) {
+        created->data[i] = receivedDescriptors_[descriptorPosition_++].release();
+    }
+    if (header.integers > 0) {
+        std::memcpy(created->data + header.descriptors, integers, header.integers * sizeof(int));
+    }
+    handles_.emplace_back(created);
+    *handle = created;
+    return OK;
+}
+
+status_t Parcel::readNullableEmbeddedNativeHandle(size_t parent, size_t parentOffset,
+                                                  const native_handle_t** handle) const {
+    const status_t status = readNullableNativeHandleNoDup(handle);
+    if (status != OK) return status;
+    return storePointer(parent, parentOffset, *handle) ? OK : reject();
+}
+
+}  // namespace android::hardware

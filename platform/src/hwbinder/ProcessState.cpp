@@ -1,0 +1,36 @@
+// The process and the calling thread, as programs ask about them.
+#include <hwbinder/IPCThreadState.h>
+#include <hwbinder/ProcessState.h>
+
+#include <unistd.h>
+
+#include "transport/ServedCall.h"
+#include "transport/ThreadPool.h"
+
+namespace android::hardware {
+
+ProcessState* ProcessState::self() {
+    static ProcessState state;
+    return &state;
+}
+
+IPCThreadState* IPCThreadState::self() {
+    static IPCThreadState state;
+    return &state;
+}
+
+pid_t IPCThreadState::getCallingPid() const {
+    const details::ServedCall* call = details::ServedCall::current();
+    return call == nullptr ? getpid() : call->peer().pid;
+}
+
+uid_t IPCThreadState::getCallingUid() const {
+    const details::ServedCall* call = details::ServedCall::current();
+    return call == nullptr ? getuid() : call->peer().uid;
+}
+
+void IPCThreadState::joinThreadPool() {
+    details::ThreadPool::self().join();
+}
+
+}  // namespace android::hardware

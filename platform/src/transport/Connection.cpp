@@ -1,0 +1,441 @@
+// See Connection.h.
+#define LOG_TAG "HidlTransport"
+
+#include "transport/Connection.h"
+
+#include <log/log.h>
+#include <pthread.h>
+
+#include <thread>
+#include <utility>
+
+#include "transport/ServedCall.h"
+#include "transport/ThreadPool.h"
+
+namespace android::hardware::details {
+
+namespace {
+
+// What a peer may have waiting here or hold; a peer that takes more is broken.
+constexpr size_t kMaxBacklogCalls = 128;  // each may take a thread
+constexpr size_t kMaxBacklogOneWayCalls = 1024;
+constexpr size_t kMaxBacklogBytes = size_t{16} << 20;
+constexpr size_t kMaxBacklogDescriptors = 512;
+constexpr size_t kMaxExports = 4096;
+constexpr size_t kMaxImports = 4096;
+
+// How long a peer may leave its end of the socket unread.
+constexpr timeval kSendTimeout{5, 0};
+
+}  // namespace
+
+std::shared_ptr<Connection> Connection::start(unique_fd socket, const ucred& peer,
+                                              const sp<BHwBinder>& root,
+                                              std::function<void(const Connection*)> onEnd) {
+    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &kSendTimeout, sizeof(kSendTimeout));
+    std::shared_ptr<Connection> connection(
+        new Connection(std::move(socket), peer, root, std::move(onEnd)));
+    std::thread([connection] { connection->readMessages(); }).detach();
+    return connection;
+}
+
+Connection::Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>& root,
+                       std::function<void(const Connection*)> onEnd)
+    : peer_(peer), onEnd_(std::move(onEnd)), socket_(std::move(socket)) {
+    exports_[kRootObjectId].object = root;
+}
+
+// Calling
+
+status_t Connection::call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
+                          uint32_t flags) {
+    FrameHeader header;
+    header.kind = FrameKind::kTransaction;
+    header.objectId = objectId;
+    header.code = code;
+    header.flags = flags;
+    if ((flags & IBinder::FLAG_ONEWAY) != 0) return send(header, data);
+
+    header.parentCallId = ServedCall::waitingCallOn(this);
+    PendingCall call;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!alive_) return DEAD_OBJECT;
+        header.callId = ++lastCallId_;
+        pendingCalls_[header.callId] = &call;
+    }
+    const status_t sent = send(header, data);
+
+    std::unique_lock lock(mutex_);
+    while (sent == OK) {
+        if (!call.nested.empty()) {
+            TransactionPointer nested = std::move(call.nested.front());
+            call.nested.pop_front();
+            lock.unlock();
+            serve(*nested);
+            nested.reset();
+            lock.lock();
+        } else if (call.isDone) {
+            break;
+        } else {
+            call.changed.wait(lock);
+        }
+    }
+    pendingCalls_.erase(header.callId);
+    lock.unlock();
+    if (sent != OK) return sent;
+    if (call.status == OK && reply != nullptr) *reply = std::move(call.reply);
+    return call.status;
+}
+
+status_t Connection::send(FrameHeader header, const Parcel& parcel) {
+    if (parcel.writeError() != OK) return parcel.writeError();
+    if (parcel.items().size() > kMaxItemBytes || parcel.objects().size() > kMaxObjects ||
+        parcel.descriptors().size() > kMaxDescriptors) {
+        ALOGE(
+            "a call's arguments or results are too large: %zu bytes, %zu objects, "
+            "%zu descriptors",
+            parcel.items().size(), parcel.objects().size(), parcel.descriptors().size());
+        return FAILED_TRANSACTION;
+    }
+    std::vector<ObjectReference> objects;
+    const status_t status = exportObjects(parcel, &objects);
+    if (status != OK) return status;
+    header.itemBytes = static_cast<uint32_t>(parcel.items().size());
+    header.objectCount = static_cast<uint32_t>(objects.size());
+    header.descriptorCount = static_cast<uint32_t>(parcel.descriptors().size());
+    return sendNow(header, parcel.items(), objects, parcel.descriptors()) ? OK : DEAD_OBJECT;
+}
+
+status_t Connection::exportObjects(const Parcel& parcel, std::vector<ObjectReference>* references) {
+    for (const sp<IBinder>& object : parcel.objects()) {
+        const BpHwBinder* proxy = object->remoteBinder();
+        if (proxy != nullptr && proxy->connection().get() != this) {
+            ALOGE("an object of process %d cannot be passed on to process %d",
+                  proxy->connection()->peer().pid, peer_.pid);
+            return INVALID_OPERATION;
+        }
+    }
+    const std::lock_guard lock(mutex_);
+    if (!alive_) return DEAD_OBJECT;
+    for (const sp<IBinder>& object : parcel.objects()) {
+        if (const BpHwBinder* proxy = object->remoteBinder()) {
+            references->push_back({proxy->objectId(), ObjectOwner::kReceiver});
+            continue;
+        }
+        BHwBinder* const local = object->localBinder();
+        const auto [known, isNew] = exportIds_.try_emplace(local, lastObjectId_ + 1);
+        if (isNew) exports_[++lastObjectId_].object = local;
+        ++exports_[known->second].referencesSent;
+        references->push_back({known->second, ObjectOwner::kSender});
+    }
+    return OK;
+}
+
+bool Connection::sendNow(const FrameHeader& header, const std::vector<uint8_t>& items,
+                         const std::vector<ObjectReference>& objects,
+                         const std::vector<int>& descriptors) {
+    const std::lock_guard sendLock(sendMutex_);
+    if (!alive_) return false;
+    const int error = sendFrame(socket_.get(), header, items, objects, descriptors);
+    if (error == 0) return true;
+    const bool peerIsGone = error == EPIPE || error == ECONNRESET;
+    return drop(peerIsGone ? nullptr
+                           : (error == EAGAIN ? "it does not read what is sent to it"
+                                              : "a message cannot be sent to it"));
+}
+
+// Serving
+
+void Connection::serve(const Transaction& transaction) {
+    const bool isOneWay = transaction.isOneWay();
+    if (alive_) {
+        ServedCall served(this, transaction.callId, peer_);
+        bool isAnswered = isOneWay;
+        const auto answerOnce = [&](status_t status, const Parcel& reply) {
+            if (std::exchange(isAnswered, true)) return;
+            served.answered();
+            answer(transaction, status, reply);
+        };
+        Parcel reply;
+        const status_t status = transaction.target->transact(
+            transaction.code, transaction.data, &reply, transaction.flags,
+            [&](Parcel& results) { answerOnce(OK, results); });
+        answerOnce(status, reply);
+    }
+    const std::lock_guard lock(mutex_);
+    (isOneWay ? backlog_.oneWayCalls : backlog_.calls) -= 1;
+    backlog_.bytes -= transaction.bytes;
+    backlog_.descriptors -= transaction.descriptors;
+}
+
+void Connection::answer(const Transaction& transaction, status_t status, const Parcel& reply) {
+    FrameHeader header;
+    header.kind = FrameKind::kReply;
+    header.callId = transaction.callId;
+    if (status == OK) status = send(header, reply);
+    if (status == OK || status == DEAD_OBJECT) return;
+    header.status = status;
+    sendNow(header, {}, {}, {});
+}
+
+void Connection::serveOneWayCalls() {
+    while (true) {
+        TransactionPointer transaction;
+        {
+            const std::lock_guard lock(mutex_);
+            if (oneWayCalls_.empty()) {
+                isServingOneWayCalls_ = false;
+                return;
+            }
+            transaction = std::move(oneWayCalls_.front());
+            oneWayCalls_.pop_front();
+        }
+        serve(*transaction);
+    }
+}
+
+// Proxies
+
+sp<IBinder> Connection::rootProxy() {
+    const std::lock_guard lock(mutex_);
+    return importLocked(kRootObjectId);
+}
+
+sp<BpHwBinder> Connection::importLocked(uint64_t objectId) {
+    Import& import = imports_[objectId];
+    sp<BpHwBinder> proxy = import.proxy.promote();
+    if (proxy == nullptr) {
+        // A proxy that is just being destroyed gives back its own count; this one starts anew.
+        proxy = new BpHwBinder(shared_from_this(), objectId);
+        import = {proxy.get(), proxy};
+    }
+    return proxy;
+}
+
+void Connection::releaseProxy(BpHwBinder* proxy) {
+    FrameHeader header;
+    header.kind = FrameKind::kRelease;
+    header.objectId = proxy->objectId();
+    {
+        const std::lock_guard lock(mutex_);
+        header.references = proxy->referencesReceived_;
+        const auto import = imports_.find(proxy->objectId());
+        if (import != imports_.end() && import->second.address == proxy) imports_.erase(import);
+    }
+    if (header.references > 0) sendNow(header, {}, {}, {});
+}
+
+// Receiving
+
+void Connection::readMessages() {
+    pthread_setname_np(pthread_self(), "HIDL:reader");
+    bool isReading = true;
+    while (isReading) {
+        Frame frame;
+        const char* problem = nullptr;
+        switch (receiveFrame(socket_.get(), &frame, &problem)) {
+            case Received::kFrame:
+                isReading = dispatch(std::move(frame));
+                break;
+            case Received::kEnd:
+                isReading = false;
+                break;
+            case Received::kMalformed:
+                isReading = drop(problem);
+                break;
+        }
+    }
+    end();
+}
+
+bool Connection::dispatch(Frame frame) {
+    switch (frame.header.kind) {
+        case FrameKind::kTransaction:
+            return dispatchTransaction(&frame);
+        case FrameKind::kReply:
+            return dispatchReply(&frame);
+        case FrameKind::kRelease:
+            return dispatchRelease(frame.header);
+    }
+    return false;
+}
+
+bool Connection::dispatchTransaction(Frame* frame) {
+    const FrameHeader header = frame->header;
+    const auto transaction = std::make_shared<Transaction>();
+    transaction->callId = header.callId;
+    transaction->code = header.code;
+    transaction->flags = header.flags;
+    transaction->bytes = header.itemBytes;
+    transaction->descriptors = header.descriptorCount;
+    const bool isOneWay = transaction->isOneWay();
+    if (isOneWay != (header.callId == 0)) return drop("a call is neither one-way nor numbered");
+    std::optional<Parcel> data = unpack(frame);
+    if (!data) return false;
+    transaction->data = std::move(*data);
+
+    std::unique_lock lock(mutex_);
+    const auto target = exports_.find(header.objectId);
+    const char* problem = nullptr;
+    if (target == exports_.end()) {
+        problem = "a call is meant for no object";
+    } else if (exports_.size() > kMaxExports) {
+        problem = "it holds too many objects";
+    } else if (!addToBacklogLocked(*transaction)) {
+        problem = "it makes more calls than can be served";
+    }
+    if (problem != nullptr) {
+        lock.unlock();
+        return drop(problem);
+    }
+    transaction->target = target->second.object;
+
+    if (isOneWay) {
+        oneWayCalls_.push_back(transaction);
+        if (!std::exchange(isServingOneWayCalls_, true)) {
+            ThreadPool::self().post([self = shared_from_this()] { self->serveOneWayCalls(); });
+        }
+        return true;
+    }
+    const auto waiting = pendingCalls_.find(header.parentCallId);
+    if (waiting != pendingCalls_.end() && !waiting->second->isDone) {
+        waiting->second->nested.push_back(transaction);
+        waiting->second->changed.notify_one();
+    } else {
+        ThreadPool::self().post(
+            [self = shared_from_this(), transaction] { self->serve(*transaction); });
+    }
+    return true;
+}
+
+bool Connection::addToBacklogLocked(const Transaction& transaction) {
+    (transaction.isOneWay() ? backlog_.oneWayCalls : backlog_.calls) += 1;
+    backlog_.bytes += transaction.bytes;
+    backlog_.descriptors += transaction.descriptors;
+    return backlog_.calls <= kMaxBacklogCalls && backlog_.oneWayCalls <= kMaxBacklogOneWayCalls &&
+           backlog_.bytes <= kMaxBacklogBytes && backlog_.descriptors <= kMaxBacklogDescriptors;
+}
+
+bool Connection::dispatchReply(Frame* frame) {
+    std::optional<Parcel> reply = unpack(frame);
+    if (!reply) return false;
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = pendingCalls_.find(frame->header.callId);
+        if (found != pendingCalls_.end() && !found->second->isDone) {
+            PendingCall& call = *found->second;
+            call.status = frame->header.status;
+            call.reply = std::move(*reply);
+            call.isDone = true;
+            call.changed.notify_one();
+            return true;
+        }
+    }
+    return drop("a reply answers no call");
+}
+
+bool Connection::dispatchRelease(const FrameHeader& header) {
+    std::unique_lock lock(mutex_);
+    const auto found = exports_.find(header.objectId);
+    if (found == exports_.end() || header.references == 0 ||
+        header.references > found->second.referencesSent) {
+        lock.unlock();
+        return drop("it gives back references that it does not have");
+    }
+    found->second.referencesSent -= header.references;
+    if (found->second.referencesSent > 0) return true;
+    sp<BHwBinder> object = std::move(found->second.object);
+    exportIds_.erase(object.get());
+    exports_.erase(found);
+    lock.unlock();
+    // The object's destructor is a program's code: it runs on a thread of the pool.
+    ThreadPool::self().post([object = std::move(object)] {});
+    return true;
+}
+
+std::optional<Parcel> Connection::unpack(Frame* frame) {
+    std::vector<sp<IBinder>> objects;
+    const char* problem = nullptr;
+    {
+        const std::lock_guard lock(mutex_);
+        for (const ObjectReference& reference : frame->objects) {
+            const auto exported = exports_.find(reference.objectId);
+            if (reference.owner == ObjectOwner::kReceiver && exported != exports_.end()) {
+                objects.push_back(exported->second.object);
+            } else if (reference.owner == ObjectOwner::kSender &&
+                       reference.objectId != kRootObjectId && imports_.size() < kMaxImports) {
+                const sp<BpHwBinder> proxy = importLocked(reference.objectId);
+                ++proxy->referencesReceived_;
+                objects.push_back(proxy);
+            } else {
+                problem = "a message names an object that does not exist";
+                break;
+            }
+        }
+    }
+    if (problem != nullptr) {
+        drop(problem);
+        return std::nullopt;
+    }
+    return Parcel(std::move(frame->items), std::move(objects), std::move(frame->descriptors),
+                  [weak = weak_from_this()] {
+                      if (const auto self = weak.lock()) {
+                          self->drop("a message does not contain what it should");
+                      }
+                  });
+}
+
+// The end
+
+bool Connection::drop(const char* reason) {
+    bool isFirstReason = false;
+    {
+        const std::lock_guard lock(mutex_);
+        alive_ = false;
+        if (socket_.ok()) shutdown(socket_.get(), SHUT_RDWR);
+        isFirstReason = reason != nullptr && !std::exchange(isDropLogged_, true);
+    }
+    if (isFirstReason) ALOGE("dropped process %d: %s", peer_.pid, reason);
+    return false;
+}
+
+void Connection::end() {
+    drop(nullptr);
+    onEnd_(this);
+
+    struct Remains {
+        std::map<uint64_t, Export> exports;
+        std::deque<TransactionPointer> calls;
+        std::vector<sp<BpHwBinder>> proxies;
+    };
+    const auto remains = std::make_shared<Remains>();
+    {
+        const std::lock_guard sendLock(sendMutex_);
+        const std::lock_guard lock(mutex_);
+        socket_.reset();
+        remains->exports = std::move(exports_);
+        exports_.clear();
+        exportIds_.clear();
+        remains->calls = std::move(oneWayCalls_);
+        oneWayCalls_.clear();
+        for (const auto& [objectId, import] : imports_) {
+            sp<BpHwBinder> proxy = import.proxy.promote();
+            if (proxy != nullptr) remains->proxies.push_back(std::move(proxy));
+        }
+        for (const auto& [callId, call] : pendingCalls_) {
+            for (TransactionPointer& nested : call->nested) remains->calls.push_back(nested);
+            call->nested.clear();
+            if (!std::exchange(call->isDone, true)) call->status = DEAD_OBJECT;
+            call->changed.notify_one();
+        }
+    }
+    // Both the destructors and the recipients are code of programs.
+    ThreadPool::self().post([remains] {
+        remains->calls.clear();
+        remains->exports.clear();
+        for (const sp<BpHwBinder>& proxy : remains->proxies) proxy->sendObituary();
+    });
+}
+
+}  // namespace android::hardware::details

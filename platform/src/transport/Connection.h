@@ -1,0 +1,147 @@
+// The connection between this process and one other: calls in both directions.
+#pragma once
+
+#include <hwbinder/Binder.h>
+#include <hwbinder/BpHwBinder.h>
+#include <hwbinder/Parcel.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "transport/Frame.h"
+
+namespace android::hardware::details {
+
+/**
+ * Messages are read on a thread of the connection's own, which runs no code of
+ * programs and never writes: calls are served on the thread pool, or, if the peer
+ * makes them while it serves a call of ours, on the thread that waits for that call.
+ * One-way calls are served one after the other.
+ *
+ * A reference to an object is counted each time it is sent. The receiver gives the
+ * counts back together when it drops its proxy, so that a reference which is on its
+ * way at that moment is not lost.
+ *
+ * A connection ends with the peer, when something cannot be sent, or when the peer
+ * breaks the protocol or its limits. Then waiting calls fail with DEAD_OBJECT, the
+ * references of the peer are dropped, and the proxies send their obituaries.
+ *
+ * Threading: every method may be called from any thread.
+ */
+class Connection : public std::enable_shared_from_this<Connection> {
+  public:
+    /** The object that every process offers to its peers without being asked. */
+    static constexpr uint64_t kRootObjectId = 0;
+
+    /**
+     * Takes over a connected socket.
+     * @param onEnd called once, on the connection's thread, when it has ended
+     */
+    static std::shared_ptr<Connection> start(unique_fd socket, const ucred& peer,
+                                             const sp<BHwBinder>& root,
+                                             std::function<void(const Connection*)> onEnd);
+
+    /** Calls an object of the peer and, unless the call is one-way, waits for the reply. */
+    status_t call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
+                  uint32_t flags);
+
+    /** The proxy of the peer's root object. */
+    sp<IBinder> rootProxy();
+
+    /** Gives back the references of a proxy that is being destroyed. */
+    void releaseProxy(BpHwBinder* proxy);
+
+    bool isAlive() const { return alive_; }
+    const ucred& peer() const { return peer_; }
+
+  private:
+    struct Transaction {
+        uint64_t callId = 0;
+        sp<BHwBinder> target;
+        uint32_t code = 0;
+        uint32_t flags = 0;
+        Parcel data;
+        size_t bytes = 0;
+        size_t descriptors = 0;
+
+        bool isOneWay() const { return (flags & IBinder::FLAG_ONEWAY) != 0; }
+    };
+    using TransactionPointer = std::shared_ptr<Transaction>;
+
+    struct PendingCall {
+        std::condition_variable changed;
+        std::deque<TransactionPointer> nested;
+        bool isDone = false;
+        status_t status = OK;
+        Parcel reply;
+    };
+
+    struct Export {
+        sp<BHwBinder> object;
+        uint64_t referencesSent = 0;
+    };
+    struct Import {
+        BpHwBinder* address = nullptr;
+        wp<BpHwBinder> proxy;
+    };
+
+    /** What was received and not served yet. */
+    struct Backlog {
+        size_t calls = 0;
+        size_t oneWayCalls = 0;
+        size_t bytes = 0;
+        size_t descriptors = 0;
+    };
+
+    Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>& root,
+               std::function<void(const Connection*)> onEnd);
+
+    void readMessages();
+    bool dispatch(Frame frame);
+    bool dispatchTransaction(Frame* frame);
+    bool dispatchReply(Frame* frame);
+    bool dispatchRelease(const FrameHeader& header);
+    std::optional<Parcel> unpack(Frame* frame);
+    sp<BpHwBinder> importLocked(uint64_t objectId);
+    bool addToBacklogLocked(const Transaction& transaction);
+
+    void serve(const Transaction& transaction);
+    void serveOneWayCalls();
+    void answer(const Transaction& transaction, status_t status, const Parcel& reply);
+
+    status_t send(FrameHeader header, const Parcel& parcel);
+    status_t exportObjects(const Parcel& parcel, std::vector<ObjectReference>* references);
+    bool sendNow(const FrameHeader& header, const std::vector<uint8_t>& items,
+                 const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors);
+
+    /** Ends the connection; logs why, if a reason is given, for the first time. False. */
+    bool drop(const char* reason);
+    void end();
+
+    const ucred peer_;
+    const std::function<void(const Connection*)> onEnd_;
+    std::atomic<bool> alive_{true};
+
+    std::mutex sendMutex_;  // taken before mutex_, never while it is held
+    std::mutex mutex_;      // guards everything below
+    unique_fd socket_;      // closed with both mutexes held
+    bool isDropLogged_ = false;
+    uint64_t lastCallId_ = 0;
+    std::map<uint64_t, PendingCall*> pendingCalls_;
+    uint64_t lastObjectId_ = kRootObjectId;
+    std::map<uint64_t, Export> exports_;
+    std::map<const BHwBinder*, uint64_t> exportIds_;
+    std::map<uint64_t, Import> imports_;
+    std::deque<TransactionPointer> oneWayCalls_;
+    bool isServingOneWayCalls_ = false;
+    Backlog backlog_;
+};
+
+}  // namespace android::hardware::details

@@ -1,0 +1,178 @@
+// See Endpoint.h.
+#define LOG_TAG "HidlTransport"
+
+#include "transport/Endpoint.h"
+
+#include <android/hidl/base/1.0/IBase.h>
+#include <hidl/HidlBinderSupport.h>
+#include <log/log.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <thread>
+
+namespace android::hardware::details {
+
+namespace {
+
+constexpr size_t kMaxConnections = 256;
+constexpr int kListenBacklog = 64;
+constexpr char kTableInterface[] = "ServiceTable";
+constexpr uint32_t kGetService = 1;
+
+unique_fd newSocket() {
+    return unique_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+}
+
+std::optional<sockaddr_un> addressOf(const Registry& registry, const std::string& socketName) {
+    const std::string path = registry.shortPath(socketName);
+    sockaddr_un address{};
+    if (path.size() >= sizeof(address.sun_path)) return std::nullopt;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    return address;
+}
+
+}  // namespace
+
+// ServiceTable
+
+void ServiceTable::set(const std::string& name, const sp<hidl::base::V1_0::IBase>& service) {
+    sp<hidl::base::V1_0::IBase> previous = service;
+    const std::lock_guard lock(mutex_);
+    std::swap(services_[name], previous);
+}
+
+sp<hidl::base::V1_0::IBase> ServiceTable::get(const std::string& name) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = services_.find(name);
+    return found == services_.end() ? nullptr : found->second;
+}
+
+status_t ServiceTable::ask(const sp<IBinder>& table, const std::string& name,
+                           sp<IBinder>* service) {
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(kTableInterface);
+    data.writeCString(name.c_str());
+    const status_t status = table->transact(kGetService, data, &reply);
+    return status == OK ? reply.readNullableStrongBinder(service) : status;
+}
+
+status_t ServiceTable::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                  uint32_t /* flags */, TransactCallback /* callback */) {
+    if (!data.enforceInterface(kTableInterface)) return BAD_TYPE;
+    if (code != kGetService) return UNKNOWN_TRANSACTION;
+    const char* name = data.readCString();
+    if (name == nullptr) return BAD_VALUE;
+    return reply->writeStrongBinder(toBinder(get(name)));
+}
+
+// Endpoint
+
+Endpoint& Endpoint::self() {
+    static auto* const endpoint = new Endpoint;
+    return *endpoint;
+}
+
+Endpoint::Endpoint() : services_(new ServiceTable) {}
+
+std::string Endpoint::socketName() const {
+    const std::lock_guard lock(mutex_);
+    return socketName_;
+}
+
+status_t Endpoint::listen() {
+    const std::lock_guard lock(mutex_);
+    if (listener_.ok()) return OK;
+    std::optional<Registry> registry = Registry::open(Registry::Mode::kCreate);
+    if (!registry) return PERMISSION_DENIED;
+    registry->removeDeadSockets();
+
+    std::string name = Registry::newSocketName();
+    const std::optional<sockaddr_un> address = addressOf(*registry, name);
+    unique_fd listener = newSocket();
+    if (!address || !listener.ok() ||
+        bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) != 0 ||
+        ::listen(listener.get(), kListenBacklog) != 0) {
+        const int error = errno;
+        ALOGE("cannot open the process's socket: %s", std::strerror(error));
+        return -error;
+    }
+    socketName_ = std::move(name);
+    listener_ = std::move(listener);
+    std::atexit([] {
+        const std::string socket = self().socketName();
+        // A child process that was forked off must not remove its parent's.
+        if (Registry::processOf(socket) != getpid()) return;
+        if (auto own = Registry::open(Registry::Mode::kLookUp)) own->removeSocket(socket);
+    });
+    std::thread([this, fd = listener_.get()] { acceptConnections(fd); }).detach();
+    return OK;
+}
+
+void Endpoint::acceptConnections(int listener) {
+    pthread_setname_np(pthread_self(), "HIDL:accept");
+    while (true) {
+        unique_fd socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+        if (!socket.ok()) {
+            // Out of descriptors, most likely: give the connections some time to end.
+            if (errno != EINTR && errno != ECONNABORTED) poll(nullptr, 0, 100);
+            continue;
+        }
+        const std::lock_guard lock(mutex_);
+        startLocked(std::move(socket));
+    }
+}
+
+std::shared_ptr<Connection> Endpoint::startLocked(unique_fd socket) {
+    ucred peer{};
+    socklen_t size = sizeof(peer);
+    if (getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return nullptr;
+    if (peer.uid != geteuid()) {
+        ALOGE("refused process %d of user %u", peer.pid, peer.uid);
+        return nullptr;
+    }
+    if (connections_.size() >= kMaxConnections) {
+        ALOGE("refused process %d: there are too many connections", peer.pid);
+        return nullptr;
+    }
+    connections_.push_back(Connection::start(std::move(socket), peer, services_,
+                                             [this](const Connection* ended) { forget(ended); }));
+    return connections_.back();
+}
+
+void Endpoint::forget(const Connection* connection) {
+    const std::lock_guard lock(mutex_);
+    connections_.remove_if([&](const auto& known) { return known.get() == connection; });
+}
+
+std::shared_ptr<Connection> Endpoint::connectTo(const Registry& registry,
+                                                const std::string& socketName) {
+    const std::optional<int> process = Registry::processOf(socketName);
+    const std::optional<sockaddr_un> address = addressOf(registry, socketName);
+    if (!process || !address) return nullptr;
+
+    const std::lock_guard lock(mutex_);
+    const auto known =
+        std::find_if(connections_.begin(), connections_.end(), [&](const auto& connection) {
+            return connection->isAlive() && connection->peer().pid == *process;
+        });
+    if (known != connections_.end()) return *known;
+
+    unique_fd socket = newSocket();
+    if (!socket.ok() || connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address),
+                                sizeof(*address)) != 0) {
+        return nullptr;
+    }
+    return startLocked(std::move(socket));
+}
+
+}  // namespace android::hardware::details

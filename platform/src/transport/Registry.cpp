@@ -1,0 +1,139 @@
+// See Registry.h.
+#define LOG_TAG "HidlRegistry"
+
+#include "transport/Registry.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <log/log.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace android::hardware::details {
+
+namespace {
+
+constexpr char kSocketPrefix[] = "process-";
+constexpr char kSeparator = '=';
+
+std::string directoryPath() {
+    const char* named = std::getenv("MORIAK_HIDL_RUNTIME_DIR");
+    if (named != nullptr && *named != '\0') return named;
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime != nullptr && *runtime != '\0') return std::string(runtime) + "/moriak-hidl";
+    return "/tmp/moriak-hidl-" + std::to_string(geteuid());
+}
+
+std::string linkName(const std::string& interfaceName, const std::string& instance) {
+    return interfaceName + kSeparator + instance;
+}
+
+}  // namespace
+
+std::optional<Registry> Registry::open(Mode mode) {
+    const std::string path = directoryPath();
+    if (mode == Mode::kCreate && mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+        ALOGE("cannot create %s: %s", path.c_str(), std::strerror(errno));
+        return std::nullopt;
+    }
+    unique_fd directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!directory.ok() || fstat(directory.get(), &status) != 0) {
+        if (mode == Mode::kCreate || errno != ENOENT) {
+            ALOGE("cannot open %s: %s", path.c_str(), std::strerror(errno));
+        }
+        return std::nullopt;
+    }
+    if (status.st_uid != geteuid()) {
+        ALOGE("%s belongs to user %u, not to this one", path.c_str(), status.st_uid);
+        return std::nullopt;
+    }
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0 && fchmod(directory.get(), S_IRWXU) != 0) {
+        ALOGE("cannot close %s to other users: %s", path.c_str(), std::strerror(errno));
+        return std::nullopt;
+    }
+    return Registry(std::move(directory));
+}
+
+int Registry::publish(const std::string& interfaceName, const std::string& instance,
+                      const std::string& socketName) {
+    const std::string name = linkName(interfaceName, instance);
+    // Made under a name of our own first, so that it replaces an older link in one step.
+    const std::string newName = "new" + (kSeparator + socketName);
+    unlinkat(directory_.get(), newName.c_str(), 0);
+    if (symlinkat(socketName.c_str(), directory_.get(), newName.c_str()) != 0 ||
+        renameat(directory_.get(), newName.c_str(), directory_.get(), name.c_str()) != 0) {
+        return -errno;
+    }
+    return 0;
+}
+
+std::optional<std::string> Registry::find(const std::string& interfaceName,
+                                          const std::string& instance) const {
+    char target[NAME_MAX + 1];
+    const ssize_t length = readlinkat(directory_.get(), linkName(interfaceName, instance).c_str(),
+                                      target, sizeof(target));
+    if (length <= 0) return std::nullopt;
+    std::string socketName(target, static_cast<size_t>(length));
+    if (!processOf(socketName)) return std::nullopt;
+    return socketName;
+}
+
+std::string Registry::newSocketName() {
+    // Process numbers come round again; together with the time they do not.
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+    return kSocketPrefix + std::to_string(getpid()) + "-" + std::to_string(now);
+}
+
+std::optional<int> Registry::processOf(const std::string& socketName) {
+    const size_t prefix = std::strlen(kSocketPrefix);
+    if (socketName.compare(0, prefix, kSocketPrefix) != 0 ||
+        socketName.find('/') != std::string::npos) {
+        return std::nullopt;
+    }
+    int process = 0;
+    const char* const end = socketName.data() + socketName.size();
+    const auto parsed = std::from_chars(socketName.data() + prefix, end, process);
+    if (parsed.ec != std::errc() || parsed.ptr == end || *parsed.ptr != '-' || process <= 0) {
+        return std::nullopt;
+    }
+    return process;
+}
+
+void Registry::removeDeadSockets() {
+    // A directory stream of its own: it takes the descriptor over and moves its position.
+    const int fd = openat(directory_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(fd < 0 ? nullptr : fdopendir(fd), closedir);
+    if (stream == nullptr) return;
+    while (const dirent* entry = readdir(stream.get())) {
+        const std::optional<int> process = processOf(entry->d_name);
+        if (!process) continue;
+        // One that bears our own number is of a process that had it before us.
+        const bool isDead = kill(*process, 0) != 0 && errno == ESRCH;
+        if (isDead || *process == getpid()) removeSocket(entry->d_name);
+    }
+}
+
+void Registry::removeSocket(const std::string& socketName) {
+    unlinkat(directory_.get(), socketName.c_str(), 0);
+}
+
+std::string Registry::shortPath(const std::string& name) const {
+    return "/proc/self/fd/" + std::to_string(directory_.get()) + "/" + name;
+}
+
+bool Registry::isValidInstance(const std::string& instance) {
+    constexpr size_t kMaxLength = 100;
+    return !instance.empty() && instance.size() <= kMaxLength &&
+           instance.find('/') == std::string::npos && instance.find('\0') == std::string::npos;
+}
+
+}  // namespace android::hardware::details

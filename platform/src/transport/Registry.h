@@ -1,0 +1,59 @@
+// The user's services, as files of one directory: which process offers what.
+#pragma once
+
+#include <android-base/unique_fd.h>
+
+#include <optional>
+#include <string>
+
+namespace android::hardware::details {
+
+using base::unique_fd;
+
+/**
+ * A service is a symbolic link from "<interface>=<instance>" to its process's socket
+ * beside it. A link whose socket is gone or answers no more is no service.
+ *
+ * The directory is named by MORIAK_HIDL_RUNTIME_DIR, else it is moriak-hidl in
+ * XDG_RUNTIME_DIR, else /tmp/moriak-hidl-<uid>. It is used only if it belongs to this
+ * user, and is closed to all others.
+ *
+ * Threading: an object is used by one thread at a time; any number of objects and
+ * processes may use one directory at once.
+ */
+class Registry {
+  public:
+    enum class Mode { kLookUp, kCreate };
+
+    /** Opens the directory; none if it does not exist or is not safe to use. */
+    static std::optional<Registry> open(Mode mode);
+
+    /** @return OK or -errno */
+    int publish(const std::string& interfaceName, const std::string& instance,
+                const std::string& socketName);
+
+    /** Name of the socket of the service's process. */
+    std::optional<std::string> find(const std::string& interfaceName,
+                                    const std::string& instance) const;
+
+    /** A name for this process's socket that no other process has used. */
+    static std::string newSocketName();
+    /** Number of the process that a socket's name belongs to; none if it is no such name. */
+    static std::optional<int> processOf(const std::string& socketName);
+
+    /** Removes the sockets of processes that ended without doing so. */
+    void removeDeadSockets();
+    void removeSocket(const std::string& socketName);
+
+    /** A path of any file in the directory that is short enough for a socket's address. */
+    std::string shortPath(const std::string& name) const;
+
+    static bool isValidInstance(const std::string& instance);
+
+  private:
+    explicit Registry(unique_fd directory) : directory_(std::move(directory)) {}
+
+    unique_fd directory_;
+};
+
+}  // namespace android::hardware::details

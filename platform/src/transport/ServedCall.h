@@ -1,0 +1,46 @@
+// The call that a thread is serving, for calls that it makes in turn.
+#pragma once
+
+#include <sys/socket.h>
+
+#include <cstdint>
+
+namespace android::hardware::details {
+
+class Connection;
+
+/** Marks the current thread as serving a call for as long as the object lives. */
+class ServedCall {
+  public:
+    ServedCall(const Connection* connection, uint64_t callId, const ucred& peer)
+        : connection_(connection), callId_(callId), peer_(peer), outer_(current_) {
+        current_ = this;
+    }
+    ~ServedCall() { current_ = outer_; }
+    // Linked from the thread by its address.
+    ServedCall(const ServedCall&) = delete;
+    ServedCall& operator=(const ServedCall&) = delete;
+
+    /** The innermost call that this thread is serving; null if none. */
+    static const ServedCall* current() { return current_; }
+
+    /** Number of the call whose caller waits for us on the connection; 0 if none does. */
+    static uint64_t waitingCallOn(const Connection* connection) {
+        return current_ != nullptr && current_->connection_ == connection ? current_->callId_ : 0;
+    }
+
+    const ucred& peer() const { return peer_; }
+
+    /** The caller has its answer and waits no longer. */
+    void answered() { callId_ = 0; }
+
+  private:
+    static inline thread_local ServedCall* current_ = nullptr;
+
+    const Connection* connection_;
+    uint64_t callId_;
+    const ucred peer_;
+    ServedCall* const outer_;
+};
+
+}  // namespace android::hardware::details
