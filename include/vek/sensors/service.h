@@ -1,0 +1,31 @@
+// The link between a client process and the service: its death and what follows from it.
+#pragma once
+
+#include <vek/sensors/export.h>
+
+namespace Vek::Sensors {
+
+/// A client's function that is called when a service dies, and the argument it is called with.
+///
+/// Called on a HIDL thread of the process, in the order of registration, once at most. It must not
+/// wait for a thread that is inside a call to the dead service. `context` is not owned.
+struct ServiceDisconnectHandler {
+    void (*handler)(const void* context);
+    const void* context;
+};
+
+/// Chooses, once for the whole process, how it meets the death of a service.
+///
+/// | call                  | a service dies                   | a control call cannot be delivered
+/// |
+/// |-----------------------|----------------------------------|-------------------------------------|
+/// | never made            | is logged, the process lives on  | the process aborts | | `suppress`
+/// is true    | the process ends by SIGUSR2      | the process ends by SIGUSR2         | |
+/// `suppress` is false   | the process aborts               | the process aborts                  |
+///
+/// SIGUSR2 ends a process without a crash dump. A sensor object keeps the reaction to its service's
+/// death that was in force when the object was made, so call this before making any, on the thread
+/// that makes them. Calls after the first have no effect.
+VEK_SENSORS_EXPORT void suppressTransportCrashDumps(bool suppress);
+
+}  // namespace Vek::Sensors

@@ -1,0 +1,110 @@
+// The reaction of a process to the death of a service.
+#include "foundation/hal_death_recipient.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <utility>
+#include <vector>
+
+#include "foundation/log.h"
+#include "os/process.h"
+
+namespace Vek::Sensors::HidlWrapper {
+namespace {
+
+enum DeathReaction : uint32_t {
+    IGNORE = 0,
+    EXIT = 1,
+    ABORT = 2,
+};
+
+DeathReaction reactionFor(std::optional<bool> suppressCrashDumps) {
+    if (!suppressCrashDumps.has_value()) {
+        return IGNORE;
+    }
+    return *suppressCrashDumps ? EXIT : ABORT;
+}
+
+}  // namespace
+
+std::optional<bool> HalDeathRecipient::suppressHidlCrashDumps_;
+std::once_flag HalDeathRecipient::setSuppressFlag_;
+std::once_flag HalDeathRecipient::callServiceDiedflag_;
+
+class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_death_recipient {
+  public:
+    explicit HalDeathRecipientImpl(DeathReaction reaction) : reaction_(reaction) {}
+
+    void addHandler(ServiceDisconnectHandler handler) {
+        handlers_.push_back(handler);
+        handlers_.shrink_to_fit();
+    }
+
+    void serviceDied(uint64_t /*cookie*/,
+                     const android::wp<android::hidl::base::V1_0::IBase>& /*who*/) override {
+        std::call_once(callServiceDiedflag_, [this] { react(); });
+    }
+
+  private:
+    void react() const {
+        const std::string process = Vek::OS::Process::getCurrentProcessName();
+        if (!handlers_.empty()) {
+            MORIAK_LOG_ERROR("Unexpected service death detected. %s invoking custom coronaries.",
+                             process.c_str());
+            for (const ServiceDisconnectHandler& handler : handlers_) {
+                handler.handler(handler.context);
+            }
+        }
+        switch (reaction_) {
+            case EXIT:
+                MORIAK_LOG_ERROR("Unexpected service death detected. %s Exiting.", process.c_str());
+                kill(getpid(), SIGUSR2);
+                break;
+            case ABORT:
+                MORIAK_FATAL("Unexpected service death detected. %s Aborting.", process.c_str());
+            case IGNORE:
+                MORIAK_LOG_ERROR("Unexpected service death detected. %s ignoring.",
+                                 process.c_str());
+                break;
+        }
+    }
+
+    const DeathReaction reaction_;
+    std::vector<ServiceDisconnectHandler> handlers_;
+};
+
+HalDeathRecipient::HalDeathRecipient(
+    const gsl::not_null<android::sp<android::hidl::base::V1_0::IBase>>& service)
+    : service_(service.get()),
+      impl_(new HalDeathRecipientImpl(reactionFor(suppressHidlCrashDumps_))) {
+    service.get()->linkToDeath(impl_, 0).isOk();
+}
+
+HalDeathRecipient::~HalDeathRecipient() {
+    if (const android::sp<android::hidl::base::V1_0::IBase> service = service_.promote()) {
+        service->unlinkToDeath(impl_).isOk();
+    }
+}
+
+void HalDeathRecipient::registerDisconnectHandler(ServiceDisconnectHandler handler) {
+    impl_->addHandler(handler);
+}
+
+void HalDeathRecipient::setSuppressCrashDumps(bool suppress) {
+    std::call_once(setSuppressFlag_, [suppress] {
+        MORIAK_LOG_INFO("Supressing HIDL transport crash dumps for current process: %s",
+                        suppress ? "true" : "false");
+        suppressHidlCrashDumps_ = suppress;
+    });
+}
+
+}  // namespace Vek::Sensors::HidlWrapper
+
+namespace Vek::Sensors {
+
+void suppressTransportCrashDumps(bool suppress) {
+    HidlWrapper::HalDeathRecipient::setSuppressCrashDumps(suppress);
+}
+
+}  // namespace Vek::Sensors

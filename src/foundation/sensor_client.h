@@ -1,0 +1,29 @@
+// Tells the HAL service who the client of a stream is.
+#pragma once
+
+#include <vendor/zelvan/hardware/sensors/1.0/ISensorClient.h>
+
+#include <string>
+
+#include "foundation/hal.h"
+
+namespace Vek::Sensors::HidlWrapper {
+
+/// One object for each stream, passed with all of the stream's calls, so that the service can match
+/// them. Immutable; the service calls it on HIDL threads.
+class SensorClient : public Hidl::ISensorClient {
+  public:
+    explicit SensorClient(std::string name) : name_(std::move(name)) {}
+
+    android::hardware::Return<void> getSensorClientInfo(getSensorClientInfo_cb callback) override {
+        Hidl::SensorClientInfo info;
+        info.name = name_;
+        callback(Hidl::Result::SUCCESS, info);
+        return android::hardware::Void();
+    }
+
+  private:
+    const std::string name_;
+};
+
+}  // namespace Vek::Sensors::HidlWrapper

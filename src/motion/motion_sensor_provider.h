@@ -1,0 +1,39 @@
+// The list of motion sensors, over the HAL's provider interface.
+#pragma once
+
+#include <vek/gsl.h>
+#include <vek/sensors/motion.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IMotionSensorProvider.h>
+
+#include <memory>
+#include <mutex>
+
+#include "foundation/hal.h"
+#include "foundation/hal_death_recipient.h"
+
+namespace Vek::Sensors::HidlWrapper {
+
+/// Turns dead with its service. The mutex keeps the death, which comes on a HIDL thread, and the
+/// client's calls apart; it is held for the whole of a call.
+class MotionSensorProvider : public IMotionSensorProvider {
+  public:
+    explicit MotionSensorProvider(gsl::not_null<android::sp<Hidl::IMotionSensorProvider>> hal);
+
+    // The death recipient's handler holds its address.
+    MotionSensorProvider(const MotionSensorProvider&) = delete;
+    MotionSensorProvider& operator=(const MotionSensorProvider&) = delete;
+
+    MotionSensorMetadata getSensorInfo() override;
+    std::unique_ptr<IImuSensor> getImu(uint32_t sensor) override;
+    std::unique_ptr<IMagSensor> getMag(uint32_t sensor) override;
+
+    /// Drops the service. Called when it has died.
+    void onDisconnect();
+
+  private:
+    android::sp<Hidl::IMotionSensorProvider> hal_;
+    std::unique_ptr<HalDeathRecipient> deathRecipient_;
+    std::mutex mutex_;
+};
+
+}  // namespace Vek::Sensors::HidlWrapper

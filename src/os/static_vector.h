@@ -1,0 +1,104 @@
+// A vector of fixed capacity that never touches the heap.
+#pragma once
+
+#include <cstddef>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "os/always_assert.h"
+
+namespace Vek::OS {
+namespace storage {
+
+/// Holds elements that need neither construction nor destruction.
+template <typename T, size_t Capacity>
+class TrivialStorage {
+  public:
+    T* data() { return data_; }
+    const T* data() const { return data_; }
+    size_t size() const { return size_; }
+    static constexpr size_t capacity() { return Capacity; }
+
+    void setSize(size_t size) {
+        VEK_ALWAYS_ASSERT(size <= capacity() && "invalid size update");
+        size_ = size;
+    }
+
+  private:
+    T data_[Capacity];
+    size_t size_ = 0;
+};
+
+/// Holds elements that are constructed in place and destroyed with the storage.
+template <typename T, size_t Capacity>
+class NonTrivialStorage {
+  public:
+    NonTrivialStorage() = default;
+    // Its elements are constructed where they are.
+    NonTrivialStorage(const NonTrivialStorage&) = delete;
+    NonTrivialStorage& operator=(const NonTrivialStorage&) = delete;
+
+    ~NonTrivialStorage() {
+        for (size_t i = 0; i < size_; ++i) {
+            data()[i].~T();
+        }
+    }
+
+    T* data() { return std::launder(reinterpret_cast<T*>(data_)); }
+    const T* data() const { return std::launder(reinterpret_cast<const T*>(data_)); }
+    size_t size() const { return size_; }
+    static constexpr size_t capacity() { return Capacity; }
+
+    void setSize(size_t size) {
+        VEK_ALWAYS_ASSERT(size <= capacity() && "invalid size update");
+        size_ = size;
+    }
+
+  private:
+    alignas(T) std::byte data_[sizeof(T) * Capacity];
+    size_t size_ = 0;
+};
+
+}  // namespace storage
+
+/// Its checks hold in every build; a failed one ends the process as a failed assert() does.
+template <typename T, size_t Capacity>
+class StaticVector {
+  public:
+    using value_type = T;
+
+    template <typename... Arguments>
+    T& emplace_back(Arguments&&... arguments) {
+        VEK_ALWAYS_ASSERT(!full() && "cannot emplace_back on full storage");
+        T* const element = new (storage_.data() + size()) T(std::forward<Arguments>(arguments)...);
+        storage_.setSize(size() + 1);
+        return *element;
+    }
+
+    void push_back(const T& value) { emplace_back(value); }
+    void push_back(T&& value) { emplace_back(std::move(value)); }
+
+    size_t size() const { return storage_.size(); }
+    static constexpr size_t capacity() { return Capacity; }
+    bool full() const { return size() == capacity(); }
+
+    T* data() { return storage_.data(); }
+    const T* data() const { return storage_.data(); }
+
+    /// The position after the last element passes the check, too: the caller keeps below size().
+    T& at(size_t pos) {
+        VEK_ALWAYS_ASSERT(pos <= size() && "invalid storage index");
+        return data()[pos];
+    }
+
+  private:
+    // std::is_trivial, not std::is_trivially_copyable: an element of the first kind of storage is
+    // never constructed.
+    using Storage = std::conditional_t<std::is_trivial_v<T>, storage::TrivialStorage<T, Capacity>,
+                                       storage::NonTrivialStorage<T, Capacity>>;
+
+    Storage storage_;
+};
+
+}  // namespace Vek::OS

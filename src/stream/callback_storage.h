@@ -1,0 +1,68 @@
+// Converts a batch of HAL records and hands the API records to the client's callback.
+#pragma once
+
+#include <vek/gsl.h>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "os/static_vector.h"
+#include "stream/record_conversion.h"
+
+namespace Vek::Sensors::HidlWrapper {
+
+/// The delivery function of a stream whose records are converted. A batch of up to
+/// RecordConversion<Data>::kFixedRecords records is converted on the stack; of a larger one, the
+/// rest goes to the heap.
+template <typename Data, typename HidlData>
+class CallbackStorage {
+  public:
+    using Callback = std::function<void(gsl::span<const gsl::span<const Data>>)>;
+
+    CallbackStorage() = default;
+    explicit CallbackStorage(Callback callback) : callback_(std::move(callback)) {}
+
+    /// @param transaction a queue's read transaction; its two regions, in this order, are the
+    /// batch.
+    template <typename MemTransaction>
+    void deliver(const MemTransaction& transaction) const {
+        TempStorage records;
+        convert(records, regionOf(transaction.getFirstRegion()));
+        convert(records, regionOf(transaction.getSecondRegion()));
+        const std::array<gsl::span<const Data>, 2> spans{
+            gsl::span<const Data>{records.fixed.data(), records.fixed.size()},
+            gsl::span<const Data>{records.overflow.data(), records.overflow.size()}};
+        callback_(spans);
+    }
+
+  private:
+    struct TempStorage {
+        OS::StaticVector<Data, RecordConversion<Data>::kFixedRecords> fixed;
+        std::vector<Data> overflow;
+    };
+
+    template <typename MemRegion>
+    static gsl::span<const HidlData> regionOf(const MemRegion& region) {
+        return {region.getAddress(), region.getLength()};
+    }
+
+    /// Appends to `fixed` while there is room, then to `overflow`, which grows once at most.
+    static void convert(TempStorage& records, gsl::span<const HidlData> region) {
+        const size_t room = records.fixed.capacity() - records.fixed.size();
+        const size_t fitting = std::min(room, region.size());
+        records.overflow.reserve(records.overflow.size() + region.size() - fitting);
+        const auto firstSpilled = region.begin() + static_cast<std::ptrdiff_t>(fitting);
+        std::transform(region.begin(), firstSpilled, std::back_inserter(records.fixed),
+                       RecordConversion<Data>::convert);
+        std::transform(firstSpilled, region.end(), std::back_inserter(records.overflow),
+                       RecordConversion<Data>::convert);
+    }
+
+    Callback callback_;
+};
+
+}  // namespace Vek::Sensors::HidlWrapper

@@ -1,0 +1,52 @@
+// Waits for up to 15 streams on one event flag.
+#pragma once
+
+#include <fmq/EventFlag.h>
+#include <hidl/HidlSupport.h>
+#include <vek/sensors/stream.h>
+
+#include <functional>
+#include <string>
+
+#include "os/static_vector.h"
+#include "stream/stream_handle_base.h"
+
+namespace Vek::Sensors::HidlWrapper {
+
+/// Owns the event-flag word that all of its streams share with the service. Stream `i` has the
+/// data-ready bit `i`, set by the service, and the read-done bit `i + 15`, set by the stream after
+/// a read. Bit 31 ends a wait; bit 30 is not in use.
+class CompositeStream : public ICompositeStream {
+  public:
+    /// Ends the process if there is no memory for the event flag.
+    explicit CompositeStream(const std::string& name);
+    ~CompositeStream() override;
+
+    CompositeStream(const CompositeStream&) = delete;
+    CompositeStream& operator=(const CompositeStream&) = delete;
+
+    /// Takes the next place and prepares the stream for it. Ends the process if there is none.
+    /// @param stream not owned; must outlive the last wait.
+    void addStream(StreamHandleBase& stream);
+
+    WaitResult wait() override;
+    WaitResult waitFor(std::chrono::nanoseconds timeout) override;
+    WaitResult waitUntil(std::chrono::steady_clock::time_point deadline) override;
+    void wake() override;
+
+  private:
+    static constexpr size_t kMaxStreams = 15;
+    static constexpr uint32_t kWakeBit = 1U << 31;
+
+    /// Reads the streams whose bits are set, in the order of addition.
+    WaitResult readStreams(uint32_t bits);
+
+    android::hardware::hidl_handle evFlagHandle_;
+    android::hardware::EventFlag* evFlag_;
+    uint32_t waitMask_ = kWakeBit;
+    /// Data-ready bits that arrived together with a wake and are still to be served.
+    uint32_t pending_ = 0;
+    OS::StaticVector<std::reference_wrapper<StreamHandleBase>, kMaxStreams> streams_;
+};
+
+}  // namespace Vek::Sensors::HidlWrapper

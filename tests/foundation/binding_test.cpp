@@ -1,0 +1,40 @@
+// What clients get from the factories, and what the service learns of a client.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <vek/sensors/factories.h>
+
+#include "foundation/sensor_client.h"
+#include "support/captured_log.h"
+
+namespace {
+
+using ::testing::IsEmpty;
+namespace Hidl = Vek::Sensors::Hidl;
+
+TEST(Factories, WithoutAServiceAreEmptyAtOnceAndSilent) {
+    std::string directory = ::testing::TempDir() + "moriak-no-service-XXXXXX";
+    ASSERT_NE(mkdtemp(directory.data()), nullptr);
+    ASSERT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", directory.c_str(), 1), 0);
+    TestSupport::CapturedLog log;
+    EXPECT_EQ(Vek::Sensors::createMotionSensorProvider(), nullptr);
+    EXPECT_EQ(Vek::Sensors::createImuSensor(), nullptr);
+    EXPECT_EQ(Vek::Sensors::createMagSensor(), nullptr);
+    EXPECT_EQ(Vek::Sensors::createIadSensor(), nullptr);
+    EXPECT_NE(Vek::Sensors::createStreamCompositor(), nullptr);
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST(SensorClient, AnswersSuccessWithItsName) {
+    const android::sp<Hidl::ISensorClient> client =
+        new Vek::Sensors::HidlWrapper::SensorClient("tracker");
+    std::string name;
+    const auto status = client->getSensorClientInfo([&](Hidl::Result result, const auto& info) {
+        EXPECT_EQ(result, Hidl::Result::SUCCESS);
+        name = info.name;
+    });
+    EXPECT_TRUE(status.isOk());
+    EXPECT_EQ(name, "tracker");
+}
+
+}  // namespace

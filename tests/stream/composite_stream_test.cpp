@@ -1,0 +1,141 @@
+// Waiting on many streams: time-outs, wakes, order, capacity.
+#include "stream/composite_stream.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <thread>
+
+#include "stream/fake_stream.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using TestSupport::Delivered;
+using TestSupport::DirectSample;
+using TestSupport::FakeStream;
+using TestSupport::samples;
+using Vek::Sensors::WaitResult;
+using Vek::Sensors::HidlWrapper::CompositeStream;
+using Clock = std::chrono::steady_clock;
+
+class CompositeStreamTest : public ::testing::Test {
+  protected:
+    FakeStream<DirectSample>& addStream() {
+        FakeStream<DirectSample>& stream = streams.emplace_back();
+        stream.handle.addTo(composite);
+        return stream;
+    }
+
+    CompositeStream composite{"test"};
+    std::deque<FakeStream<DirectSample>> streams;
+};
+using CompositeStreamDeathTest = CompositeStreamTest;
+
+TEST_F(CompositeStreamTest, WithoutStreamsTimesOutAndCanBeWoken) {
+    EXPECT_EQ(composite.waitFor(0ns), WaitResult::NOTHING_DELIVERED);
+    EXPECT_EQ(composite.waitFor(1ns), WaitResult::NOTHING_DELIVERED);
+    composite.wake();
+    EXPECT_EQ(composite.wait(), WaitResult::WOKEN);
+    EXPECT_EQ(composite.waitFor(1ns), WaitResult::NOTHING_DELIVERED);
+}
+
+TEST_F(CompositeStreamTest, ExtremeTimesAreTakenAsMeant) {
+    EXPECT_EQ(composite.waitUntil(Clock::time_point::min()), WaitResult::NOTHING_DELIVERED);
+    EXPECT_EQ(composite.waitFor(std::chrono::nanoseconds::min()), WaitResult::NOTHING_DELIVERED);
+    composite.wake();
+    EXPECT_EQ(composite.waitFor(std::chrono::nanoseconds::max()), WaitResult::WOKEN);
+}
+
+TEST_F(CompositeStreamTest, DeadlineInThePastReadsEveryStreamWithoutItsBit) {
+    auto& first = addStream();
+    auto& second = addStream();
+    ASSERT_TRUE(first.end.write(samples(1, 1)) && second.end.write(samples(2, 1)));
+    EXPECT_EQ(composite.waitUntil(Clock::now() - 1s), WaitResult::DELIVERED);
+    EXPECT_THAT(first.calls, ElementsAre(Delivered{{1}, {}}));
+    EXPECT_THAT(second.calls, ElementsAre(Delivered{{2}, {}}));
+    EXPECT_EQ(composite.waitFor(-1ns), WaitResult::NOTHING_DELIVERED);
+}
+
+TEST_F(CompositeStreamTest, OnlySignalledStreamsAreRead) {
+    auto& quiet = addStream();
+    auto& loud = addStream();
+    ASSERT_TRUE(quiet.end.write(samples(1, 1)) && loud.end.writeAndSignal(samples(2, 1)));
+    EXPECT_EQ(composite.wait(), WaitResult::DELIVERED);
+    EXPECT_THAT(quiet.calls, IsEmpty());
+    EXPECT_THAT(loud.calls, ElementsAre(Delivered{{2}, {}}));
+    EXPECT_TRUE(loud.end.takeReadDone());
+    EXPECT_FALSE(quiet.end.takeReadDone());
+}
+
+TEST_F(CompositeStreamTest, SignalWithoutRecordsDeliversNothing) {
+    addStream().end.signal();
+    EXPECT_EQ(composite.wait(), WaitResult::NOTHING_DELIVERED);
+}
+
+TEST_F(CompositeStreamTest, WakeTogetherWithDataKeepsTheDataForTheNextWait) {
+    auto& stream = addStream();
+    ASSERT_TRUE(stream.end.writeAndSignal(samples(1, 1)));
+    composite.wake();
+    EXPECT_EQ(composite.wait(), WaitResult::WOKEN);
+    EXPECT_THAT(stream.calls, IsEmpty());
+    // The bit is off the word: only what the composite kept lets this wait return.
+    EXPECT_EQ(composite.wait(), WaitResult::DELIVERED);
+    EXPECT_THAT(stream.calls, ElementsAre(Delivered{{1}, {}}));
+    EXPECT_EQ(composite.waitFor(1ns), WaitResult::NOTHING_DELIVERED);
+}
+
+TEST_F(CompositeStreamTest, FifteenStreamsAreServedInTheOrderOfAddition) {
+    std::vector<size_t> order;
+    for (size_t i = 0; i < 15; ++i) {
+        auto& stream = addStream();
+        stream.handle.setCallbackv([&order, i](const auto&) { order.push_back(i); });
+        EXPECT_EQ(stream.end.dataReadyBit, 1U << i);
+        EXPECT_EQ(stream.end.readNotifyBit, 1U << (i + 15));
+    }
+    for (size_t i = 15; i-- > 0;) {
+        ASSERT_TRUE(streams[i].end.writeAndSignal(samples(i, 1)));
+    }
+    EXPECT_EQ(composite.wait(), WaitResult::DELIVERED);
+    EXPECT_THAT(order, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14));
+}
+
+TEST_F(CompositeStreamTest, WaitsUntilAnotherThreadDeliversOrWakes) {
+    auto& stream = addStream();
+    std::thread service{[&] {
+        for (uint64_t i = 0; i < 100; ++i) {
+            while (!stream.end.writeAndSignal(samples(i, 1))) {
+                std::this_thread::yield();
+            }
+        }
+    }};
+    size_t delivered = 0;
+    while (delivered < 100) {
+        EXPECT_NE(composite.wait(), WaitResult::WOKEN);
+        delivered = 0;
+        for (const Delivered& call : stream.calls) {
+            delivered += call[0].size() + call[1].size();
+        }
+    }
+    service.join();
+    std::thread waker{[&] { composite.wake(); }};
+    WaitResult result = composite.wait();
+    while (result != WaitResult::WOKEN) {
+        result = composite.wait();
+    }
+    waker.join();
+}
+
+TEST_F(CompositeStreamDeathTest, SixteenthStreamIsFatal) {
+    for (size_t i = 0; i < 15; ++i) {
+        addStream();
+    }
+    EXPECT_DEATH(addStream(),
+                 "Assertion failed: streams_.size\\(\\) == streams_.capacity\\(\\)\n"
+                 "F/Moriak-HidlWrapper: cannot add any more streams, capacity = 15\n");
+}
+
+}  // namespace
