@@ -1,0 +1,118 @@
+// The service's end of one client's queue.
+#pragma once
+
+#include <fmq/EventFlag.h>
+#include <fmq/MessageQueue.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "hal.h"
+
+namespace Simulator {
+
+/// So that the client learns that records before this one are missing.
+inline void markDiscontinuity(Hal::ImuData* record) {
+    record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
+}
+inline void markDiscontinuity(Hal::MagData* record) {
+    record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
+}
+/// Its reading stands for itself.
+inline void markDiscontinuity(Hal::IadData* /*record*/) {}
+
+/// Writes batches into the queue and signals them. Never blocks, whatever the client does.
+///
+/// Threading: one thread at a time.
+template <typename Record>
+class ClientStream {
+  public:
+    using Queue =
+        android::hardware::MessageQueue<Record, android::hardware::kSynchronizedReadWrite>;
+
+    static constexpr size_t kMaxCapacity = 65'536;
+
+    /// Maps what the client sent. Ask problem() before anything else.
+    ClientStream(const typename Queue::Descriptor& queue, const Hal::FmqConfig& config)
+        : queue_(queue),
+          eventFlag_(mapEventFlag(config.eventFlag)),
+          readNotifyBit_(config.readNotifyBit),
+          dataReadyBit_(config.dataReadyBit) {}
+
+    /// What is wrong with what the client sent; null if nothing is.
+    const char* problem() const {
+        if (!queue_.isValid()) {
+            return "its queue cannot be mapped";
+        }
+        if (capacity() == 0 || capacity() > kMaxCapacity) {
+            return "its queue is empty or too large";
+        }
+        if (eventFlag_ == nullptr) {
+            return "its event flag cannot be mapped";
+        }
+        if (!isOneBit(readNotifyBit_) || !isOneBit(dataReadyBit_) ||
+            readNotifyBit_ == dataReadyBit_) {
+            return "its event-flag bits are not two single bits";
+        }
+        return nullptr;
+    }
+
+    /// In records.
+    size_t capacity() const { return queue_.getQuantumCount(); }
+
+    /// Writes all of the batch and signals it, or drops all of it. @return whether it was written
+    bool write(const std::vector<Record>& batch) {
+        typename Queue::MemTransaction transaction;
+        if (!queue_.beginWrite(batch.size(), &transaction) ||
+            !transaction.copyTo(batch.data(), 0, batch.size())) {
+            isDiscontinuous_ = true;
+            return false;
+        }
+        if (isDiscontinuous_) {
+            markDiscontinuity(transaction.getSlot(0));
+        }
+        // Fails only if the client moved the writer's counter, which is not its own.
+        isDiscontinuous_ = !queue_.commitWrite(batch.size());
+        if (!isDiscontinuous_) {
+            eventFlag_->wake(dataReadyBit_);
+        }
+        return !isDiscontinuous_;
+    }
+
+    /// Whether the client has consumed records since the last call.
+    bool takeReadDone() {
+        constexpr int64_t kNoWait = 1;  // 0 would wait without limit
+        uint32_t state = 0;
+        return eventFlag_->wait(readNotifyBit_, &state, kNoWait) == android::NO_ERROR &&
+               (state & readNotifyBit_) != 0;
+    }
+
+  private:
+    struct EventFlagDeleter {
+        void operator()(android::hardware::EventFlag* flag) const {
+            android::hardware::EventFlag::deleteEventFlag(&flag);
+        }
+    };
+    using EventFlagPointer = std::unique_ptr<android::hardware::EventFlag, EventFlagDeleter>;
+
+    static EventFlagPointer mapEventFlag(const android::hardware::hidl_handle& handle) {
+        android::hardware::EventFlag* flag = nullptr;
+        const native_handle_t* const native = handle.getNativeHandle();
+        if (native != nullptr && native->numFds > 0) {
+            // Leaves the pointer null if it fails.
+            android::hardware::EventFlag::createEventFlag(native->data[0], 0, &flag);
+        }
+        return EventFlagPointer(flag);
+    }
+
+    static bool isOneBit(uint32_t bits) { return bits != 0 && (bits & (bits - 1)) == 0; }
+
+    Queue queue_;
+    EventFlagPointer eventFlag_;
+    uint32_t readNotifyBit_;
+    uint32_t dataReadyBit_;
+    bool isDiscontinuous_ = false;
+};
+
+}  // namespace Simulator

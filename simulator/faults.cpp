@@ -1,0 +1,30 @@
+// See faults.h.
+#include "faults.h"
+
+#include <unistd.h>
+
+#include <csignal>
+
+namespace Simulator {
+
+Hal::Result Faults::resultOf(const std::string& interface, const std::string& method) const {
+    const std::string name = interface.substr(interface.rfind(':') + 1);
+    const auto found = settings_.results.find(name + "." + method);
+    return found == settings_.results.end() ? Hal::Result::SUCCESS : found->second;
+}
+
+void Faults::countWritten(uint64_t records) {
+    const uint64_t total = recordsWritten_.fetch_add(records) + records;
+    if (settings_.dieAfterRecords > 0 && total >= settings_.dieAfterRecords) {
+        die();
+    }
+}
+
+void die() {
+    kill(getpid(), SIGKILL);
+    while (true) {
+        pause();
+    }
+}
+
+}  // namespace Simulator

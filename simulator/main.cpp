@@ -1,0 +1,121 @@
+// The simulated sensor service's process, from its command line to its end.
+#include <android/log.h>
+#include <fmt/format.h>
+#include <hidl/HidlTransportSupport.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+#include "headset.h"
+#include "options.h"
+
+namespace {
+
+using namespace Simulator;
+
+/// SIGINT and SIGTERM, which every thread leaves to waitForEnd.
+sigset_t endSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+/// @return false, with a message, if the one who waits for it cannot be told
+bool announce(const Options& options) {
+    if (!options.isQuiet) {
+        fmt::print("ready\n");
+        std::fflush(stdout);
+    }
+    constexpr char kReady[] = "ready\n";
+    constexpr ssize_t kLength = sizeof(kReady) - 1;
+    if (options.readyDescriptor && write(*options.readyDescriptor, kReady, kLength) != kLength) {
+        fmt::print(stderr, "error: cannot write to --ready-fd {}: {}\n", *options.readyDescriptor,
+                   std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+/// Until a signal asks for the end, or until the process is to die.
+void waitForEnd(const std::optional<double>& dieAfterSeconds) {
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::duration_cast;
+    const sigset_t signals = endSignals();
+    if (!dieAfterSeconds) {
+        while (sigwaitinfo(&signals, nullptr) < 0) {
+        }
+        return;
+    }
+    const Clock::time_point end =
+        Clock::now() +
+        duration_cast<Clock::duration>(std::chrono::duration<double>(*dieAfterSeconds));
+    while (true) {
+        const auto left = std::max(end - Clock::now(), Clock::duration::zero());
+        const auto seconds = duration_cast<std::chrono::seconds>(left);
+        const timespec timeout{seconds.count(), (left - seconds).count()};
+        if (sigtimedwait(&signals, nullptr, &timeout) > 0) {
+            return;
+        }
+        if (errno == EAGAIN) {
+            die();
+        }
+    }
+}
+
+void printSummary(const Headset& headset) {
+    for (const auto& [name, stream] : headset.statistics()) {
+        fmt::print("{}: {} records written to {} clients, {} dropped", name, stream.recordsWritten,
+                   stream.clients, stream.recordsDropped);
+        if (stream.samplesMissed > 0) {
+            fmt::print(" ({} samples were not taken: the machine was too busy)",
+                       stream.samplesMissed);
+        }
+        fmt::print("\n");
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const auto parsed = parseOptions(argc, argv, std::cout, std::cerr);
+    if (const ExitCode* code = std::get_if<ExitCode>(&parsed)) {
+        return *code;
+    }
+    const Options& options = std::get<Options>(parsed);
+    if (options.isQuiet) {
+        __android_log_set_logger([](const __android_log_message* line) {
+            if (line->priority >= ANDROID_LOG_ERROR) {
+                __android_log_stderr_logger(line);
+            }
+        });
+    }
+    // Whoever waited for --ready-fd or reads our output may be gone.
+    std::signal(SIGPIPE, SIG_IGN);
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    android::hardware::configureRpcThreadpool(1, false);
+    Headset headset{std::make_shared<Faults>(options.faults)};
+    const std::string problem = headset.registerServices();
+    if (!problem.empty()) {
+        fmt::print(stderr, "error: {}\n", problem);
+        return kFailure;
+    }
+    if (!announce(options)) {
+        return kFailure;
+    }
+    waitForEnd(options.dieAfterSeconds);
+    headset.stop();
+    if (!options.isQuiet) {
+        printSummary(headset);
+    }
+    return kSuccess;
+}

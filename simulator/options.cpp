@@ -1,0 +1,115 @@
+// See options.h.
+#include "options.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Simulator {
+namespace {
+
+constexpr std::array<std::string_view, 8> kRefusableCalls{
+    "IImu.prepareStream", "IImu.controlStream",   "IImu.configureStream", "IMag.prepareStream",
+    "IMag.controlStream", "IMag.configureStream", "IIad.prepareStream",   "IIad.controlStream",
+};
+constexpr std::array<std::string_view, 3> kGetters{"IImu.getProperties", "IMag.getProperties",
+                                                   "IMotionSensorProvider.getSensorInfo"};
+constexpr std::array<Hal::Result, 3> kErrors{Hal::Result::FAILURE, Hal::Result::BAD_STATE,
+                                             Hal::Result::IGNORED};
+
+std::string namesOfErrors() {
+    std::string names;
+    for (const Hal::Result error : kErrors) {
+        names += (names.empty() ? "" : ", ") + toString(error);
+    }
+    return names;
+}
+
+/// Adds "METHOD=RESULT" to the settings; throws if METHOD is none of the calls.
+template <typename Calls>
+void addFault(const std::string& option, const std::string& value, const Calls& calls,
+              FaultSettings* settings) {
+    const size_t equals = value.find('=');
+    const std::string call = value.substr(0, equals);
+    const std::string result = equals == std::string::npos ? "" : value.substr(equals + 1);
+    if (std::find(calls.begin(), calls.end(), call) == calls.end()) {
+        throw CLI::ValidationError(option,
+                                   fmt::format("'{}' is none of {}", call, fmt::join(calls, ", ")));
+    }
+    const auto error = std::find_if(kErrors.begin(), kErrors.end(), [&](Hal::Result candidate) {
+        return toString(candidate) == result;
+    });
+    if (error == kErrors.end()) {
+        throw CLI::ValidationError(
+            option, fmt::format("'{}' of '{}' is none of {}", result, value, namesOfErrors()));
+    }
+    settings->results[call] = *error;
+}
+
+}  // namespace
+
+std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, std::ostream& out,
+                                             std::ostream& err) {
+    Options options;
+    std::vector<std::string> refusals;
+    std::vector<std::string> getterErrors;
+    CLI::App app{
+        "Stands in for the vendor's sensor service: registers the motion sensors of a headset and\n"
+        "streams what they would measure. Ends on SIGINT or SIGTERM with a summary.",
+        "moriak-sensor-simulator"};
+    app.add_flag("--quiet", options.isQuiet, "Print errors only");
+    app.add_option("--ready-fd", options.readyDescriptor,
+                   "Descriptor to write \"ready\" to once the service can be found")
+        ->type_name("FD");
+    // One value each, or an option that follows without its own name would be swallowed.
+    app.add_option("--refuse", refusals,
+                   fmt::format("Have a call answer with an error and do nothing; may be repeated.\n"
+                               "METHOD: {}\nRESULT: {}",
+                               fmt::join(kRefusableCalls, ", "), namesOfErrors()))
+        ->type_name("METHOD=RESULT")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->group("Faults");
+    app.add_option("--getter-error", getterErrors,
+                   fmt::format("Have a getter answer with an error, and with its data; may be "
+                               "repeated.\nMETHOD: {}",
+                               fmt::join(kGetters, ", ")))
+        ->type_name("METHOD=RESULT")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->group("Faults");
+    app.add_option("--die-after-records", options.faults.dieAfterRecords,
+                   "Die as of SIGKILL after the batch with the Nth record, of all streams together")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber)
+        ->group("Faults");
+    app.add_option("--die-after-seconds", options.dieAfterSeconds,
+                   "Die as of SIGKILL that long after the service can be found")
+        ->type_name("S")
+        ->check(CLI::Range(0.0, 1e6))
+        ->group("Faults");
+    try {
+        app.parse(argc, argv);
+        for (const std::string& refusal : refusals) {
+            addFault("--refuse", refusal, kRefusableCalls, &options.faults);
+        }
+        for (const std::string& getterError : getterErrors) {
+            addFault("--getter-error", getterError, kGetters, &options.faults);
+        }
+        if (options.readyDescriptor && fcntl(*options.readyDescriptor, F_GETFD) < 0) {
+            throw CLI::ValidationError(
+                "--ready-fd", fmt::format("{} is no open descriptor", *options.readyDescriptor));
+        }
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error, out, err) == 0 ? kSuccess : kWrongUsage;
+    }
+    return options;
+}
+
+}  // namespace Simulator

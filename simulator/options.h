@@ -1,0 +1,28 @@
+// The command line.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <variant>
+
+#include "faults.h"
+
+namespace Simulator {
+
+struct Options {
+    FaultSettings faults;
+    /// Counted from when the service can be found.
+    std::optional<double> dieAfterSeconds;
+    /// Told when the service can be found.
+    std::optional<int> readyDescriptor;
+    bool isQuiet = false;
+};
+
+enum ExitCode { kSuccess = 0, kFailure = 1, kWrongUsage = 2 };
+
+/// @return the exit code if there is nothing to run: help was asked for and printed on `out`, or
+/// what is wrong was printed on `err`.
+std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, std::ostream& out,
+                                             std::ostream& err);
+
+}  // namespace Simulator

@@ -1,0 +1,82 @@
+// A client of the simulated service, in the test's own process.
+#pragma once
+
+#include <cutils/ashmem.h>
+#include <fmq/EventFlag.h>
+#include <fmq/MessageQueue.h>
+#include <vendor/zelvan/hardware/sensors/1.0/ISensorClient.h>
+
+#include <cstdint>
+
+namespace TestSupport {
+
+namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
+
+constexpr uint32_t kDataReady = 1U << 0;
+constexpr uint32_t kReadDone = 1U << 15;
+
+/// Whose death the test chooses.
+class FakeSensorClient : public Hal::ISensorClient {
+  public:
+    android::hardware::Return<void> getSensorClientInfo(getSensorClientInfo_cb callback) override {
+        callback(Hal::Result::SUCCESS, {"test"});
+        return android::hardware::Void();
+    }
+    android::hardware::Return<bool> linkToDeath(
+        const android::sp<android::hardware::hidl_death_recipient>& linkedRecipient,
+        uint64_t /*cookie*/) override {
+        recipient = linkedRecipient;
+        return !isDead;
+    }
+    android::hardware::Return<bool> unlinkToDeath(
+        const android::sp<android::hardware::hidl_death_recipient>& linkedRecipient) override {
+        const bool wasLinked = recipient == linkedRecipient;
+        recipient = wasLinked ? nullptr : recipient;
+        return wasLinked;
+    }
+
+    void die() {
+        const auto linked = recipient;
+        linked->serviceDied(0, android::wp<android::hidl::base::V1_0::IBase>(this));
+    }
+
+    bool isDead = false;
+    android::sp<android::hardware::hidl_death_recipient> recipient;
+};
+
+inline android::hardware::hidl_handle handleOf(int fd) {
+    native_handle_t* const native = native_handle_create(1, 0);
+    native->data[0] = fd;
+    android::hardware::hidl_handle handle;
+    handle.setTo(native, true);
+    return handle;
+}
+
+/// The client's queue and event flag.
+template <typename Record>
+class ClientEnd {
+  public:
+    explicit ClientEnd(size_t capacity) : queue(capacity) {
+        config.eventFlag = handleOf(ashmem_create_region("event flag", 4096));
+        config.dataReadyBit = kDataReady;
+        config.readNotifyBit = kReadDone;
+        android::hardware::EventFlag::createEventFlag(config.eventFlag->data[0], 0, &eventFlag);
+    }
+    ~ClientEnd() { android::hardware::EventFlag::deleteEventFlag(&eventFlag); }
+    ClientEnd(const ClientEnd&) = delete;
+    ClientEnd& operator=(const ClientEnd&) = delete;
+
+    /// False if no data-ready bit comes within a generous bound.
+    bool awaitData() {
+        constexpr int64_t kBound = 30'000'000'000;
+        uint32_t state = 0;
+        return eventFlag->wait(kDataReady, &state, kBound, true) == android::OK;
+    }
+
+    android::hardware::MessageQueue<Record, android::hardware::kSynchronizedReadWrite> queue;
+    Hal::FmqConfig config;
+    android::hardware::EventFlag* eventFlag = nullptr;
+    android::sp<FakeSensorClient> identity = new FakeSensorClient;
+};
+
+}  // namespace TestSupport
