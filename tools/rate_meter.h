@@ -1,0 +1,28 @@
+// The rate of a stream whose records come in batches.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+/// Measures from callback to callback, so that the rate does not depend on how many batches happen
+/// to fall between two looks at it.
+class RateMeter {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    void deliver(Time now, uint64_t records);
+
+    /// In records a second. A stream that has gone silent for longer than its batches explain is
+    /// measured up to `now`.
+    double perSecond(Time now) const;
+
+    /// Starts a new measurement at the last callback.
+    void restart();
+
+  private:
+    std::optional<Time> begin_;
+    Time last_{};
+    uint64_t records_ = 0;
+    uint64_t callbacks_ = 0;
+};

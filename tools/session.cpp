@@ -1,0 +1,201 @@
+// Opens streams through the public factories and drives them.
+#include "session.h"
+
+#include <vek/sensors/factories.h>
+
+#include <algorithm>
+#include <system_error>
+
+#include "failure.h"
+#include "table.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+// Room for a second of samples: printing to a slow terminal must not drop any.
+constexpr size_t kImuQueueSize = 1024;
+constexpr size_t kMagQueueSize = 128;
+constexpr size_t kIadQueueSize = 32;
+
+template <typename Sensor>
+std::unique_ptr<Sensor> require(std::unique_ptr<Sensor> sensor, const char* hal) {
+    if (sensor == nullptr) {
+        throw missingService(hal);
+    }
+    return sensor;
+}
+
+std::unique_ptr<SensorStream> openImu(const MotionStreamProperties& wanted) {
+    auto imu = require(createImuSensor(), "IImu");
+    if (wanted.sampleRate != 0 || wanted.batchSize != 0) {
+        // The service would refuse it, which ends a client.
+        const float limit = imu->props().maxSampleRate;
+        if (static_cast<float>(wanted.sampleRate) > limit) {
+            throw Failure(ExitCode::USAGE,
+                          fmt::format("--rate {} is above the {} Hz that the IMU allows",
+                                      wanted.sampleRate, limit));
+        }
+        imu->configureStream(wanted);
+    }
+    const size_t queueSize = std::max(kImuQueueSize, size_t{wanted.batchSize} * 4);
+    return std::make_unique<TypedSensorStream<IImuSensor, ImuData>>("imu", std::move(imu),
+                                                                    queueSize);
+}
+
+std::unique_ptr<SensorStream> openMag() {
+    return std::make_unique<TypedSensorStream<IMagSensor, MagData>>(
+        "mag", require(createMagSensor(), "IMag"), kMagQueueSize);
+}
+
+std::unique_ptr<SensorStream> openIad() {
+    return std::make_unique<TypedSensorStream<IIadSensor, IadData>>(
+        "iad", require(createIadSensor(), "IIad"), kIadQueueSize);
+}
+
+std::string microseconds(std::optional<std::chrono::nanoseconds> latency) {
+    return latency ? fmt::format("{}", (latency->count() + 500) / 1000) : "-";
+}
+
+using Measurement = const StreamMeasurement& (StreamStatistics::*)() const;
+
+Table measurementTable(const std::vector<std::unique_ptr<SensorStream>>& streams,
+                       Measurement choose) {
+    Table table({{"stream", Table::Align::LEFT},
+                 {"records", Table::Align::RIGHT},
+                 {"rate Hz", Table::Align::RIGHT},
+                 {"batch", Table::Align::RIGHT},
+                 {"p50 us", Table::Align::RIGHT},
+                 {"p99 us", Table::Align::RIGHT},
+                 {"drops", Table::Align::RIGHT},
+                 {"last values", Table::Align::LEFT}});
+    const auto now = std::chrono::steady_clock::now();
+    for (const auto& stream : streams) {
+        const StreamStatistics& statistics = stream->statistics();
+        const StreamMeasurement& measurement = (statistics.*choose)();
+        const bool isNumbered = statistics.total().latencies.count() > 0;
+        table.addRow({stream->name(), fmt::format("{}", measurement.records),
+                      fmt::format("{:.1f}", measurement.rate.perSecond(now)),
+                      fmt::format("{:.1f}", measurement.batch()),
+                      microseconds(measurement.latencies.percentile(0.50)),
+                      microseconds(measurement.latencies.percentile(0.99)),
+                      isNumbered ? fmt::format("{}", measurement.drops) : "-",
+                      stream->lastValues()});
+    }
+    return table;
+}
+
+}  // namespace
+
+Session::Session(const SessionOptions& options, Shutdown& shutdown)
+    : shutdown_(shutdown),
+      durationSeconds_(options.durationSeconds),
+      composite_(createStreamCompositor()->createCompositeStream("sensorctl")) {
+    const auto isChosen = [&options](const char* name) {
+        return std::find(options.streams.begin(), options.streams.end(), name) !=
+               options.streams.end();
+    };
+    const bool isImuConfigured = options.imu.sampleRate != 0 || options.imu.batchSize != 0;
+    if (isImuConfigured && !isChosen("imu")) {
+        throw Failure(ExitCode::USAGE, "--rate and --batch are for the imu stream");
+    }
+    if (isChosen("imu")) {
+        streams_.push_back(openImu(options.imu));
+    }
+    if (isChosen("mag")) {
+        streams_.push_back(openMag());
+    }
+    if (isChosen("iad")) {
+        streams_.push_back(openIad());
+    }
+    shutdown_.wake(composite_.get());
+}
+
+Session::~Session() {
+    stop();
+    shutdown_.wake(nullptr);
+}
+
+void Session::recordTo(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (error) {
+        throw Failure(ExitCode::FAILED, fmt::format("cannot make directory {}: {}",
+                                                    directory.string(), error.message()));
+    }
+    for (const auto& stream : streams_) {
+        stream->recordTo(directory / (stream->name() + ".csv"));
+    }
+}
+
+void Session::start() {
+    for (const auto& stream : streams_) {
+        stream->addTo(*composite_);
+    }
+    isStarted_ = true;
+    begin_ = std::chrono::steady_clock::now();
+    for (const auto& stream : streams_) {
+        stream->start();
+    }
+    if (durationSeconds_) {
+        end_ = begin_ + std::chrono::duration_cast<std::chrono::nanoseconds>(
+                            std::chrono::duration<double>(*durationSeconds_));
+    }
+}
+
+bool Session::receiveUntil(Time deadline) {
+    const Time until = std::min(deadline, end_);
+    while (shutdown_.cause() == Shutdown::Cause::NONE) {
+        const Time now = std::chrono::steady_clock::now();
+        if (now >= until) {
+            return now < end_;
+        }
+        composite_->waitUntil(until);
+        for (const auto& stream : streams_) {
+            if (const OutputFile* file = stream->file()) {
+                file->check();
+            }
+        }
+    }
+    return false;
+}
+
+void Session::stop() {
+    if (!isStarted_) {
+        return;
+    }
+    isStarted_ = false;
+    for (const auto& stream : streams_) {
+        // Asked before each call: one to a dead service would not return.
+        if (shutdown_.cause() != Shutdown::Cause::SERVICE_DEATH) {
+            stream->stop();
+        }
+    }
+}
+
+void Session::finish() {
+    stop();
+    composite_->waitFor(std::chrono::nanoseconds::zero());
+    for (const auto& stream : streams_) {
+        if (OutputFile* file = stream->file()) {
+            file->close();
+        }
+    }
+}
+
+std::vector<std::string> Session::intervalTable() const {
+    return measurementTable(streams_, &StreamStatistics::interval).lines();
+}
+
+void Session::restartIntervals() {
+    for (const auto& stream : streams_) {
+        stream->statistics().restartInterval();
+    }
+}
+
+std::vector<std::string> Session::summary() const {
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
+    auto lines = measurementTable(streams_, &StreamStatistics::total).lines();
+    lines.insert(lines.begin(), fmt::format("summary of {:.1f} s", elapsed.count()));
+    return lines;
+}

@@ -1,0 +1,72 @@
+// A run over the chosen streams: opened, started, waited on together, stopped.
+#pragma once
+
+#include <vek/sensors/motion.h>
+#include <vek/sensors/stream.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sensor_stream.h"
+#include "shutdown.h"
+
+/// The options of the commands that stream.
+struct SessionOptions {
+    /// Of imu, mag and iad.
+    std::vector<std::string> streams{"imu", "mag", "iad"};
+    /// Asked of the IMU; 0 leaves a field at the sensor's default.
+    Vek::Sensors::MotionStreamProperties imu{};
+    /// Empty: until the user ends it.
+    std::optional<double> durationSeconds;
+};
+
+/// All calls belong on one thread, which also receives the records.
+class Session {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    /// Throws Failure if a chosen stream has no service or an option does not fit it.
+    Session(const SessionOptions& options, Shutdown& shutdown);
+
+    /// Stops the streams, unless that was done or the service is dead.
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// Records each stream to a file of its name in `directory`, which is made if need be. Throws
+    /// Failure if that does not work.
+    void recordTo(const std::filesystem::path& directory);
+
+    void start();
+
+    /// Receives records until `deadline` or the end of the run, whichever is first. Throws Failure
+    /// when a recording cannot be written.
+    /// @return whether the run goes on.
+    bool receiveUntil(Time deadline);
+
+    /// Stops the streams, receives what is left of them, closes the files. Throws Failure when a
+    /// recording cannot be written.
+    void finish();
+
+    /// A table of the streams since the last restartIntervals().
+    std::vector<std::string> intervalTable() const;
+    void restartIntervals();
+
+    /// A table of the streams over the whole run so far, below a line that says how long it was.
+    std::vector<std::string> summary() const;
+
+  private:
+    void stop();
+
+    Shutdown& shutdown_;
+    std::optional<double> durationSeconds_;
+    std::unique_ptr<Vek::Sensors::ICompositeStream> composite_;
+    std::vector<std::unique_ptr<SensorStream>> streams_;
+    bool isStarted_ = false;
+    Time begin_{};
+    Time end_ = Time::max();
+};
