@@ -1,0 +1,26 @@
+# Install rules and the CMake package moriak-hidlwrapper for client programs.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/moriak-hidlwrapper)
+
+install(DIRECTORY include/vek TYPE INCLUDE)
+install(TARGETS moriak_hidlwrapper moriak_api EXPORT moriak-hidlwrapper)
+install(TARGETS sensorctl)
+if(MORIAK_HOST_PLATFORM)
+    # Clients link the library alone; it finds these beside itself. Their headers stay here.
+    install(TARGETS moriak_platform moriak_hal EXPORT moriak-hidlwrapper)
+    install(TARGETS moriak-sensor-simulator)
+endif()
+install(EXPORT moriak-hidlwrapper
+    NAMESPACE Moriak::
+    FILE moriak-hidlwrapper-targets.cmake
+    DESTINATION ${package_dir})
+configure_package_config_file(cmake/moriak-hidlwrapper-config.cmake.in
+    moriak-hidlwrapper-config.cmake
+    INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(moriak-hidlwrapper-config-version.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${CMAKE_BINARY_DIR}/moriak-hidlwrapper-config.cmake
+    ${CMAKE_BINARY_DIR}/moriak-hidlwrapper-config-version.cmake
+    DESTINATION ${package_dir})

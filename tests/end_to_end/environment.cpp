@@ -1,0 +1,96 @@
+// The program of the end-to-end tests: a test runner, or a client in a role.
+#include "end_to_end/environment.h"
+
+#include <log/log.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <map>
+
+namespace TestSupport {
+namespace {
+
+constexpr char kDirectoryVariable[] = "MORIAK_HIDL_RUNTIME_DIR";
+constexpr char kRoleOption[] = "--role";
+constexpr int kNoticeDescriptor = 3;
+
+std::map<std::string, int (*)()>& roles() {
+    static std::map<std::string, int (*)()> instance;
+    return instance;
+}
+
+std::promise<void>& deathHandled() {
+    static std::promise<void> promise;
+    return promise;
+}
+
+}  // namespace
+
+Simulator::Simulator(std::vector<std::string> options) {
+    options.insert(options.begin(), {MORIAK_SIMULATOR, "--quiet", "--ready-fd", "3"});
+    process_ = std::make_unique<ChildProcess>(options);
+    if (process_->awaitNotice().empty()) {
+        std::fputs("the simulator did not start\n", stderr);
+        std::abort();
+    }
+}
+
+EndToEndTest::EndToEndTest() {
+    if (getenv(kDirectoryVariable) == nullptr) {
+        std::string directory = ::testing::TempDir() + "moriak-XXXXXX";
+        ownedDirectory_ = mkdtemp(directory.data());
+        setenv(kDirectoryVariable, ownedDirectory_.c_str(), 1);
+    }
+}
+
+EndToEndTest::~EndToEndTest() {
+    if (!ownedDirectory_.empty()) {
+        unsetenv(kDirectoryVariable);
+        std::filesystem::remove_all(ownedDirectory_);
+    }
+}
+
+ClientRole::ClientRole(const char* name, int (*run)()) {
+    roles()[name] = run;
+}
+
+std::unique_ptr<ChildProcess> startClient(const std::string& role) {
+    return std::make_unique<ChildProcess>(
+        std::vector<std::string>{"/proc/self/exe", kRoleOption, role});
+}
+
+bool sendNotice(const std::string& text) {
+    return write(kNoticeDescriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+void watchForDeath() {
+    __android_log_set_logger([](const __android_log_message* line) {
+        __android_log_stderr_logger(line);
+        if (std::string(line->message).find(" ignoring.") != std::string::npos) {
+            deathHandled().set_value();
+        }
+    });
+}
+
+void awaitDeath() {
+    using namespace std::chrono_literals;
+    if (deathHandled().get_future().wait_for(30s) != std::future_status::ready) {
+        std::fputs("no death notice came\n", stderr);
+        _exit(1);
+    }
+}
+
+}  // namespace TestSupport
+
+int main(int argc, char** argv) {
+    if (argc == 3 && std::string(argv[1]) == TestSupport::kRoleOption) {
+        return TestSupport::roles().at(argv[2])();
+    }
+    ::testing::InitGoogleTest(&argc, argv);
+    // Other tests leave HIDL threads behind, which a mere fork would lose.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    return RUN_ALL_TESTS();
+}
