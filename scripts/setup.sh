@@ -1,0 +1,49 @@
+# Sourced by the other scripts: goes to the top of the tree and installs what Debian 12 needs
+# to build and test the project. Does nothing where all of it is there.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+packages=(
+    cmake ninja-build     # the build
+    clang-14              # the compiler that the project is written for
+    clang-format-14       # the formatter of scripts/check-format
+    libclang-rt-14-dev    # the sanitizers' run-time libraries
+    hidl-gen              # compiles the .hal interface definitions
+    libmsgsl-dev          # span and not_null, part of the client API
+    libcli11-dev          # command lines of sensorctl and the simulator
+    libfmt-dev            # text output of sensorctl and the simulator
+    libgtest-dev libgmock-dev
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+    [ "$status" = "install ok installed" ] || missing+=("$package")
+done
+if [ "${#missing[@]}" -gt 0 ]; then
+    echo "Installing: ${missing[*]}"
+    as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || {
+            echo "error: these packages are missing and need root to install: ${missing[*]}" >&2
+            exit 1
+        }
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+# build PRESET [TARGET ...]: configures and builds, with the configuration's output only if it fails.
+build() {
+    local preset=$1
+    shift
+    echo "Building ($preset)"
+    local output
+    output=$(cmake --preset "$preset" 2>&1) || {
+        echo "$output" >&2
+        return 1
+    }
+    cmake --build --preset "$preset" ${1:+--target "$@"}
+}
