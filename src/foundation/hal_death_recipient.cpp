@@ -26,6 +26,9 @@ DeathReaction reactionFor(std::optional<bool> suppressCrashDumps) {
     return *suppressCrashDumps ? EXIT : ABORT;
 }
 
+// Guards the handlers of all recipients: a service may die while one is registered.
+std::mutex handlersMutex;
+
 }  // namespace
 
 std::optional<bool> HalDeathRecipient::suppressHidlCrashDumps_;
@@ -37,6 +40,7 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     explicit HalDeathRecipientImpl(DeathReaction reaction) : reaction_(reaction) {}
 
     void addHandler(ServiceDisconnectHandler handler) {
+        const std::lock_guard lock{handlersMutex};
         handlers_.push_back(handler);
         handlers_.shrink_to_fit();
     }
@@ -47,12 +51,18 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     }
 
   private:
+    std::vector<ServiceDisconnectHandler> handlers() const {
+        const std::lock_guard lock{handlersMutex};
+        return handlers_;
+    }
+
     void react() const {
         const std::string process = Vek::OS::Process::getCurrentProcessName();
-        if (!handlers_.empty()) {
+        const std::vector<ServiceDisconnectHandler> handlers = this->handlers();
+        if (!handlers.empty()) {
             MORIAK_LOG_ERROR("Unexpected service death detected. %s invoking custom coronaries.",
                              process.c_str());
-            for (const ServiceDisconnectHandler& handler : handlers_) {
+            for (const ServiceDisconnectHandler& handler : handlers) {
                 handler.handler(handler.context);
             }
         }

@@ -28,7 +28,7 @@ class HalDeathRecipient {
     HalDeathRecipient(const HalDeathRecipient&) = delete;
     HalDeathRecipient& operator=(const HalDeathRecipient&) = delete;
 
-    /// Not synchronised with the death itself: register right after construction.
+    /// Has no effect once the service has died. May be called from any thread.
     void registerDisconnectHandler(ServiceDisconnectHandler handler);
 
     static void setSuppressCrashDumps(bool suppress);
