@@ -1,22 +1,24 @@
-// The sub-commands. Each throws Failure for what ends it early.
+// The sub-commands. Each adds itself to the command line and runs when it is named there; it throws
+// Failure for what ends it early.
 #pragma once
 
+#include <CLI/App.hpp>
 #include <chrono>
-#include <filesystem>
 
 #include "session.h"
 
 /// How long a run may take to end once it is asked to.
 inline constexpr std::chrono::seconds kShutdownGrace{2};
 
-/// Prints which services run, and the motion sensors.
-void list();
+void addListCommand(CLI::App& app);
+void addMonitorCommand(CLI::App& app);
+void addRecordCommand(CLI::App& app);
 
-/// Shows a live table of the streams, then a summary.
-void monitor(const SessionOptions& options, double intervalSeconds);
+/// Adds what the commands that stream have in common.
+void addSessionOptions(CLI::App& command, SessionOptions& options);
 
-/// Writes each stream to a CSV file in `directory`, then prints a summary.
-void record(const SessionOptions& options, const std::filesystem::path& directory);
+/// A number of seconds from `least` to a few years.
+CLI::Validator secondsFrom(double least);
 
 /// Ends a run of streams: stops them, prints the summary. Throws Failure if the service died.
 void conclude(Session& session, const Shutdown& shutdown);

@@ -1,6 +1,7 @@
 // How sensorctl ends: its exit codes, and the exception that carries one up to main.
 #pragma once
 
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -31,4 +32,13 @@ inline Failure missingService(const std::string& hal) {
     return {ExitCode::NO_SERVICE, "no service vendor.zelvan.hardware.sensors@1.0::" + hal +
                                       "/default is running; on a workstation, "
                                       "moriak-sensor-simulator provides it"};
+}
+
+/// @return what a factory made. Throws Failure if that is nothing.
+template <typename Sensor>
+std::unique_ptr<Sensor> requireService(std::unique_ptr<Sensor> sensor, const char* hal) {
+    if (sensor == nullptr) {
+        throw missingService(hal);
+    }
+    return sensor;
 }

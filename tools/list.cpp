@@ -1,98 +1,28 @@
 // sensorctl list
-#include <fmt/format.h>
-#include <vek/sensors/factories.h>
-
 #include "commands.h"
 #include "display.h"
 #include "failure.h"
-#include "table.h"
+#include "inventory.h"
+#include "motion/motion_inventory.h"
 
-using namespace Vek::Sensors;
-
-namespace {
-
-std::string nameOf(MotionSensorKind kind) {
-    switch (kind) {
-        case MotionSensorKind::IMU:
-            return "imu";
-        case MotionSensorKind::MAGNETOMETER:
-            return "magnetometer";
-    }
-    return fmt::format("kind {}", static_cast<unsigned>(kind));
-}
-
-std::string nameOf(MotionSensorMount mount) {
-    switch (mount) {
-        case MotionSensorMount::HEADSET:
-            return "headset";
-        case MotionSensorMount::BOARD:
-            return "board";
-    }
-    return fmt::format("mount {}", static_cast<unsigned>(mount));
-}
-
-/// Empty if the service does not hand the sensor out, or it is of a kind that has no name here.
-std::optional<MotionSensorProperties> propertiesOf(IMotionSensorProvider& provider,
-                                                   const MotionSensorInfo& info) {
-    if (info.kind == MotionSensorKind::IMU) {
-        if (const auto imu = provider.getImu(info.sensor)) {
-            return imu->props();
-        }
-    } else if (info.kind == MotionSensorKind::MAGNETOMETER) {
-        if (const auto mag = provider.getMag(info.sensor)) {
-            return mag->props();
-        }
-    }
-    return std::nullopt;
-}
-
-Table sensorTable(IMotionSensorProvider& provider) {
-    Table table({{"sensor", Table::Align::RIGHT},
-                 {"kind", Table::Align::LEFT},
-                 {"mount", Table::Align::LEFT},
-                 {"index", Table::Align::RIGHT},
-                 {"name", Table::Align::LEFT},
-                 {"vendor", Table::Align::LEFT},
-                 {"serial number", Table::Align::LEFT},
-                 {"firmware", Table::Align::LEFT},
-                 {"max rate Hz", Table::Align::RIGHT}});
-    for (const MotionSensorInfo& info : provider.getSensorInfo().sensors) {
-        const auto properties = propertiesOf(provider, info);
-        const auto text = [&properties](std::string MotionSensorProperties::*field) {
-            return properties ? printable((*properties).*field) : "-";
-        };
-        table.addRow({fmt::format("{}", info.sensor), nameOf(info.kind), nameOf(info.mount),
-                      fmt::format("{}", info.index), text(&MotionSensorProperties::name),
-                      text(&MotionSensorProperties::vendor),
-                      text(&MotionSensorProperties::serialNumber),
-                      text(&MotionSensorProperties::firmwareVersion),
-                      properties ? fmt::format("{}", properties->maxSampleRate) : "-"});
-    }
-    return table;
-}
-
-}  // namespace
-
-void list() {
+static void list() {
     // There is nothing to tidy up: a signal or the death of the service ends this at once.
     const Shutdown shutdown(std::chrono::milliseconds::zero());
-    const auto provider = createMotionSensorProvider();
-    Table services({{"service", Table::Align::LEFT}, {"state", Table::Align::LEFT}});
-    bool isAnyRunning = false;
-    const auto addService = [&](const char* hal, bool isRunning) {
-        services.addRow({hal, isRunning ? "running" : "not running"});
-        isAnyRunning = isAnyRunning || isRunning;
-    };
-    addService("IMotionSensorProvider", provider != nullptr);
-    addService("IImu", createImuSensor() != nullptr);
-    addService("IMag", createMagSensor() != nullptr);
-    addService("IIad", createIadSensor() != nullptr);
-    if (!isAnyRunning) {
+    Inventory inventory;
+    for (auto listArea : {listMotion}) {
+        listArea(inventory);
+    }
+    if (!inventory.isAnyRunning()) {
         throw missingService("IMotionSensorProvider");
     }
-    Display::append(services.lines());
-    if (provider != nullptr) {
+    Display::append(inventory.services().lines());
+    for (const Table& table : inventory.tables()) {
         Display::append({""});
-        Display::append(sensorTable(*provider).lines());
+        Display::append(table.lines());
     }
+}
+
+void addListCommand(CLI::App& app) {
+    app.add_subcommand("list", "Print which services run, and the devices they offer")
+        ->callback(list);
 }

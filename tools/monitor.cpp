@@ -4,12 +4,20 @@
 #include "commands.h"
 #include "display.h"
 
-void monitor(const SessionOptions& options, double intervalSeconds) {
+namespace {
+
+struct MonitorOptions {
+    SessionOptions session;
+    double intervalSeconds = 1;
+};
+
+/// Shows a live table of the streams, then a summary.
+void monitor(const MonitorOptions& options) {
     Shutdown shutdown(kShutdownGrace);
-    Session session(options, shutdown);
+    Session session(options.session, shutdown);
     Display display;
     const auto interval = std::chrono::duration_cast<std::chrono::nanoseconds>(
-        std::chrono::duration<double>(intervalSeconds));
+        std::chrono::duration<double>(options.intervalSeconds));
     session.start();
     bool goesOn = true;
     while (goesOn) {
@@ -18,4 +26,19 @@ void monitor(const SessionOptions& options, double intervalSeconds) {
         session.restartIntervals();
     }
     conclude(session, shutdown);
+}
+
+}  // namespace
+
+void addMonitorCommand(CLI::App& app) {
+    const auto options = std::make_shared<MonitorOptions>();
+    CLI::App& command = *app.add_subcommand(
+        "monitor", "Show rate, batch size, latency, drops and values of the streams as they come");
+    addSessionOptions(command, options->session);
+    command
+        .add_option("--interval", options->intervalSeconds, "Seconds from one table to the next")
+        ->type_name("SECONDS")
+        ->check(secondsFrom(0.1))
+        ->capture_default_str();
+    command.callback([options] { monitor(*options); });
 }

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <fmt/format.h>
-#include <vek/sensors/motion.h>
+#include <vek/sensors/stream.h>
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,7 +32,8 @@ class SensorStream {
     virtual void start() = 0;
     virtual void stop() = 0;
 
-    /// Writes all records from now on as CSV. Throws Failure if the file cannot be made.
+    /// Writes all records from now on as CSV, behind the time of their callback (CLOCK_MONOTONIC,
+    /// in ns). Throws Failure if the file cannot be made.
     virtual void recordTo(const std::filesystem::path& path) = 0;
 
     /// The values of the last record; empty if there is none.
@@ -42,30 +45,38 @@ class SensorStream {
     std::optional<OutputFile> file_;
 };
 
+/// How a stream is started and stopped. The functions keep the object alive that the stream
+/// belongs to.
+struct StreamControl {
+    std::function<void()> start;
+    std::function<void()> stop;
+};
+
 /// Not movable: the stream's callback points to it.
-template <typename Sensor, typename Data>
+template <typename Data>
 class TypedSensorStream final : public SensorStream {
   public:
     /// @param queueSize capacity of the queue, in records.
-    TypedSensorStream(std::string name, std::unique_ptr<Sensor> sensor, size_t queueSize)
-        : SensorStream(std::move(name)), sensor_(std::move(sensor)) {
-        sensor_->stream().setQueueSize(queueSize);
-        sensor_->stream().setCallbackv(
+    TypedSensorStream(std::string name, Vek::Sensors::IDataStream<Data>& stream,
+                      StreamControl control, size_t queueSize)
+        : SensorStream(std::move(name)), control_(std::move(control)), stream_(stream) {
+        stream_.setQueueSize(queueSize);
+        stream_.setCallbackv(
             [this](gsl::span<const gsl::span<const Data>> spans) { deliver(spans); });
     }
 
-    void addTo(Vek::Sensors::ICompositeStream& composite) override {
-        sensor_->stream().addTo(composite);
-    }
-    void start() override { sensor_->start(); }
-    void stop() override { sensor_->stop(); }
+    void addTo(Vek::Sensors::ICompositeStream& composite) override { stream_.addTo(composite); }
+    void start() override { control_.start(); }
+    void stop() override { control_.stop(); }
 
     void recordTo(const std::filesystem::path& path) override {
         file_.emplace(path);
-        file_->write(fmt::format("{}\n", kCsvTitles<Data>));
+        file_->write(fmt::format("received_ns,{}\n", RecordFormat<Data>::kCsvTitles));
     }
 
-    std::string lastValues() const override { return last_ ? describe(*last_) : ""; }
+    std::string lastValues() const override {
+        return last_ ? RecordFormat<Data>::describe(*last_) : "";
+    }
 
   private:
     void deliver(gsl::span<const gsl::span<const Data>> spans) {
@@ -81,18 +92,32 @@ class TypedSensorStream final : public SensorStream {
     }
 
     void deliver(RateMeter::Time now, const Data& record) {
-        if (const auto header = headerOf(record)) {
+        if (const auto header = RecordFormat<Data>::header(record)) {
             statistics_.countSample(now, *header);
         }
         if (file_) {
             row_.clear();
-            appendCsv(row_, std::chrono::nanoseconds(now.time_since_epoch()).count(), record);
+            fmt::format_to(std::back_inserter(row_), "{},",
+                           std::chrono::nanoseconds(now.time_since_epoch()).count());
+            RecordFormat<Data>::appendCsv(row_, record);
+            row_.push_back('\n');
             file_->write({row_.data(), row_.size()});
         }
         last_ = record;
     }
 
-    std::unique_ptr<Sensor> sensor_;
+    StreamControl control_;
+    Vek::Sensors::IDataStream<Data>& stream_;
     std::optional<Data> last_;
     fmt::memory_buffer row_;
 };
+
+/// The stream of a sensor that has just this one.
+template <typename Data, typename Sensor>
+std::unique_ptr<SensorStream> makeSensorStream(std::string name, std::unique_ptr<Sensor> sensor,
+                                               size_t queueSize) {
+    const std::shared_ptr<Sensor> shared(std::move(sensor));
+    return std::make_unique<TypedSensorStream<Data>>(
+        std::move(name), shared->stream(),
+        StreamControl{[shared] { shared->start(); }, [shared] { shared->stop(); }}, queueSize);
+}

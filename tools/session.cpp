@@ -4,6 +4,7 @@
 #include <vek/sensors/factories.h>
 
 #include <algorithm>
+#include <iterator>
 #include <system_error>
 
 #include "failure.h"
@@ -12,46 +13,6 @@
 using namespace Vek::Sensors;
 
 namespace {
-
-// Room for a second of samples: printing to a slow terminal must not drop any.
-constexpr size_t kImuQueueSize = 1024;
-constexpr size_t kMagQueueSize = 128;
-constexpr size_t kIadQueueSize = 32;
-
-template <typename Sensor>
-std::unique_ptr<Sensor> require(std::unique_ptr<Sensor> sensor, const char* hal) {
-    if (sensor == nullptr) {
-        throw missingService(hal);
-    }
-    return sensor;
-}
-
-std::unique_ptr<SensorStream> openImu(const MotionStreamProperties& wanted) {
-    auto imu = require(createImuSensor(), "IImu");
-    if (wanted.sampleRate != 0 || wanted.batchSize != 0) {
-        // The service would refuse it, which ends a client.
-        const float limit = imu->props().maxSampleRate;
-        if (static_cast<float>(wanted.sampleRate) > limit) {
-            throw Failure(ExitCode::USAGE,
-                          fmt::format("--rate {} is above the {} Hz that the IMU allows",
-                                      wanted.sampleRate, limit));
-        }
-        imu->configureStream(wanted);
-    }
-    const size_t queueSize = std::max(kImuQueueSize, size_t{wanted.batchSize} * 4);
-    return std::make_unique<TypedSensorStream<IImuSensor, ImuData>>("imu", std::move(imu),
-                                                                    queueSize);
-}
-
-std::unique_ptr<SensorStream> openMag() {
-    return std::make_unique<TypedSensorStream<IMagSensor, MagData>>(
-        "mag", require(createMagSensor(), "IMag"), kMagQueueSize);
-}
-
-std::unique_ptr<SensorStream> openIad() {
-    return std::make_unique<TypedSensorStream<IIadSensor, IadData>>(
-        "iad", require(createIadSensor(), "IIad"), kIadQueueSize);
-}
 
 std::string microseconds(std::optional<std::chrono::nanoseconds> latency) {
     return latency ? fmt::format("{}", (latency->count() + 500) / 1000) : "-";
@@ -91,7 +52,7 @@ Session::Session(const SessionOptions& options, Shutdown& shutdown)
     : shutdown_(shutdown),
       durationSeconds_(options.durationSeconds),
       composite_(createStreamCompositor()->createCompositeStream("sensorctl")) {
-    const auto isChosen = [&options](const char* name) {
+    const auto isChosen = [&options](const std::string& name) {
         return std::find(options.streams.begin(), options.streams.end(), name) !=
                options.streams.end();
     };
@@ -99,14 +60,17 @@ Session::Session(const SessionOptions& options, Shutdown& shutdown)
     if (isImuConfigured && !isChosen("imu")) {
         throw Failure(ExitCode::USAGE, "--rate and --batch are for the imu stream");
     }
-    if (isChosen("imu")) {
-        streams_.push_back(openImu(options.imu));
+    for (const StreamKind& kind : streamKinds()) {
+        if (isChosen(kind.name)) {
+            auto streams = kind.open(options);
+            std::move(streams.begin(), streams.end(), std::back_inserter(streams_));
+        }
     }
-    if (isChosen("mag")) {
-        streams_.push_back(openMag());
-    }
-    if (isChosen("iad")) {
-        streams_.push_back(openIad());
+    // More would not fit into one composite stream.
+    constexpr size_t kMaxStreams = 15;
+    if (streams_.size() > kMaxStreams) {
+        throw Failure(ExitCode::USAGE, fmt::format("{} streams are more than the {} of one run",
+                                                   streams_.size(), kMaxStreams));
     }
     shutdown_.wake(composite_.get());
 }

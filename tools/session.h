@@ -1,7 +1,6 @@
 // A run over the chosen streams: opened, started, waited on together, stopped.
 #pragma once
 
-#include <vek/sensors/motion.h>
 #include <vek/sensors/stream.h>
 
 #include <chrono>
@@ -13,16 +12,7 @@
 
 #include "sensor_stream.h"
 #include "shutdown.h"
-
-/// The options of the commands that stream.
-struct SessionOptions {
-    /// Of imu, mag and iad.
-    std::vector<std::string> streams{"imu", "mag", "iad"};
-    /// Asked of the IMU; 0 leaves a field at the sensor's default.
-    Vek::Sensors::MotionStreamProperties imu{};
-    /// Empty: until the user ends it.
-    std::optional<double> durationSeconds;
-};
+#include "stream_kinds.h"
 
 /// All calls belong on one thread, which also receives the records.
 class Session {

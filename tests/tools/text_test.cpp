@@ -8,8 +8,8 @@
 #include <sstream>
 
 #include "failure.h"
+#include "motion/motion_records.h"
 #include "output_file.h"
-#include "record_format.h"
 #include "table.h"
 
 namespace {
@@ -50,9 +50,9 @@ TEST(TableTest, TextOfTheServiceCannotSteerTheTerminal) {
 template <typename Data>
 std::string csv(const Data& record) {
     fmt::memory_buffer out;
-    appendCsv(out, 42, record);
+    RecordFormat<Data>::appendCsv(out, record);
     const std::string row = fmt::to_string(out);
-    const std::string titles = kCsvTitles<Data>;
+    const std::string titles = RecordFormat<Data>::kCsvTitles;
     EXPECT_EQ(std::count(row.begin(), row.end(), ','),
               std::count(titles.begin(), titles.end(), ','));
     return row;
@@ -60,20 +60,21 @@ std::string csv(const Data& record) {
 
 TEST(CsvTest, RowsHoldEveryFieldExactly) {
     EXPECT_EQ(csv(kImu),
-              "42,-1,1700000000000000002,0.1,-2.5,9.81,1e-07,0,-0.5,31.25,4294967295,3,3,156.9064,"
-              "34.9\n");
-    EXPECT_EQ(csv(kMag), "42,5,20.5,-3,41,30,6,7,0,4900\n");
-    EXPECT_EQ(csv(IadData{63.5F}), "42,63.5\n");
+              "-1,1700000000000000002,0.1,-2.5,9.81,1e-07,0,-0.5,31.25,4294967295,3,3,156.9064,"
+              "34.9");
+    EXPECT_EQ(csv(kMag), "5,20.5,-3,41,30,6,7,0,4900");
+    EXPECT_EQ(csv(IadData{63.5F}), "63.5");
 }
 
 TEST(RecordTest, ValuesAndStatusAreTakenFromTheirFields) {
-    EXPECT_EQ(describe(kImu), "0.10 -2.50 9.81 m/s^2  0.000 0.000 -0.500 rad/s  31.2 C  clipped");
-    EXPECT_EQ(describe(kMag), "20.50 -3.00 41.00 uT  30.0 C");
-    EXPECT_EQ(describe(IadData{63.5F}), "63.50 mm");
-    EXPECT_TRUE(headerOf(kImu)->isDiscontinuity);
-    EXPECT_EQ(headerOf(kImu)->sequence, 4294967295U);
-    EXPECT_FALSE(headerOf(kMag)->isDiscontinuity);
-    EXPECT_FALSE(headerOf(IadData{}).has_value());
+    EXPECT_EQ(RecordFormat<ImuData>::describe(kImu),
+              "0.10 -2.50 9.81 m/s^2  0.000 0.000 -0.500 rad/s  31.2 C  clipped");
+    EXPECT_EQ(RecordFormat<MagData>::describe(kMag), "20.50 -3.00 41.00 uT  30.0 C");
+    EXPECT_EQ(RecordFormat<IadData>::describe(IadData{63.5F}), "63.50 mm");
+    EXPECT_TRUE(RecordFormat<ImuData>::header(kImu)->isDiscontinuity);
+    EXPECT_EQ(RecordFormat<ImuData>::header(kImu)->sequence, 4294967295U);
+    EXPECT_FALSE(RecordFormat<MagData>::header(kMag)->isDiscontinuity);
+    EXPECT_FALSE(RecordFormat<IadData>::header(IadData{}).has_value());
 }
 
 /// The message of the Failure that `action` throws.

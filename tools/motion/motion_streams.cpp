@@ -1,0 +1,61 @@
+// Opens the motion streams through the public factories.
+#include "motion/motion_streams.h"
+
+#include <vek/sensors/factories.h>
+
+#include <algorithm>
+
+#include "failure.h"
+#include "motion/motion_records.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+// Room for a second of samples: printing to a slow terminal must not drop any.
+constexpr size_t kImuQueueSize = 1024;
+constexpr size_t kMagQueueSize = 128;
+constexpr size_t kIadQueueSize = 32;
+
+using Streams = std::vector<std::unique_ptr<SensorStream>>;
+
+Streams alone(std::unique_ptr<SensorStream> stream) {
+    Streams streams;
+    streams.push_back(std::move(stream));
+    return streams;
+}
+
+Streams openImu(const SessionOptions& options) {
+    const MotionStreamProperties& wanted = options.imu;
+    auto imu = requireService(createImuSensor(), "IImu");
+    if (wanted.sampleRate != 0 || wanted.batchSize != 0) {
+        // The service would refuse it, which ends a client.
+        const float limit = imu->props().maxSampleRate;
+        if (static_cast<float>(wanted.sampleRate) > limit) {
+            throw Failure(ExitCode::USAGE,
+                          fmt::format("--rate {} is above the {} Hz that the IMU allows",
+                                      wanted.sampleRate, limit));
+        }
+        imu->configureStream(wanted);
+    }
+    const size_t queueSize = std::max(kImuQueueSize, size_t{wanted.batchSize} * 4);
+    return alone(makeSensorStream<ImuData>("imu", std::move(imu), queueSize));
+}
+
+Streams openMag(const SessionOptions& /*options*/) {
+    return alone(
+        makeSensorStream<MagData>("mag", requireService(createMagSensor(), "IMag"), kMagQueueSize));
+}
+
+Streams openIad(const SessionOptions& /*options*/) {
+    return alone(
+        makeSensorStream<IadData>("iad", requireService(createIadSensor(), "IIad"), kIadQueueSize));
+}
+
+}  // namespace
+
+void addMotionStreams(std::vector<StreamKind>& kinds) {
+    kinds.push_back({"imu", openImu});
+    kinds.push_back({"mag", openMag});
+    kinds.push_back({"iad", openIad});
+}

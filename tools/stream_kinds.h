@@ -1,0 +1,32 @@
+// The streams that the commands can be asked for.
+#pragma once
+
+#include <vek/sensors/motion.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sensor_stream.h"
+
+/// The options of the commands that stream.
+struct SessionOptions {
+    /// Names of stream kinds.
+    std::vector<std::string> streams{"imu", "mag", "iad"};
+    /// Asked of the IMU; 0 leaves a field at the sensor's default.
+    Vek::Sensors::MotionStreamProperties imu{};
+    /// Empty: until the user ends it.
+    std::optional<double> durationSeconds;
+};
+
+/// A name that the user can choose, for one stream or for all streams of a kind of devices.
+struct StreamKind {
+    std::string name;
+    /// Throws Failure if there is no service or an option does not fit the stream.
+    std::function<std::vector<std::unique_ptr<SensorStream>>(const SessionOptions& options)> open;
+};
+
+/// All of them, in the order in which tables show their streams.
+std::vector<StreamKind> streamKinds();
