@@ -12,15 +12,12 @@
 
 namespace Simulator {
 
-/// So that the client learns that records before this one are missing.
-inline void markDiscontinuity(Hal::ImuData* record) {
-    record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
-}
-inline void markDiscontinuity(Hal::MagData* record) {
-    record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
-}
-/// Its reading stands for itself.
-inline void markDiscontinuity(Hal::IadData* /*record*/) {}
+/// How a record tells the client that records before it are missing. Specialised for records that
+/// can; the others stand for themselves.
+template <typename Record>
+struct Discontinuity {
+    static void mark(Record* /*record*/) {}
+};
 
 /// Writes batches into the queue and signals them. Never blocks, whatever the client does.
 ///
@@ -70,7 +67,7 @@ class ClientStream {
             return false;
         }
         if (isDiscontinuous_) {
-            markDiscontinuity(transaction.getSlot(0));
+            Discontinuity<Record>::mark(transaction.getSlot(0));
         }
         // Fails only if the client moved the writer's counter, which is not its own.
         isDiscontinuous_ = !queue_.commitWrite(batch.size());

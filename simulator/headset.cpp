@@ -1,146 +1,38 @@
 // See headset.h.
 #include "headset.h"
 
-#include <fmt/format.h>
-#include <vendor/zelvan/hardware/sensors/1.0/IMotionSensorProvider.h>
-
-#include <cmath>
-#include <cstring>
+#include "motion/motion_devices.h"
 
 namespace Simulator {
-namespace {
 
-constexpr uint32_t kHeadsetImu = 0;
-constexpr uint32_t kBoardImu = 1;
-constexpr uint32_t kHeadsetMag = 2;
-
-constexpr SensorCapabilities kImuCapabilities{{1000, 2}, 2000};
-constexpr SensorCapabilities kMagCapabilities{{100, 1}, 200};
-constexpr SamplingPlan kIadPlan{10, 1};
-
-Hal::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
-                                         const SensorCapabilities& capabilities) {
-    return {name, "Zelvan", fmt::format("SIM-{:04}", sensor), "1.0",
-            static_cast<float>(capabilities.maxSampleRate)};
+Headset::Headset(const std::shared_ptr<Faults>& faults) {
+    groups_.push_back(std::make_unique<MotionDevices>(faults));
 }
-
-android::sp<ImuService> makeImu(const char* name, uint32_t sensor, double mountingAngle,
-                                const std::shared_ptr<Faults>& faults) {
-    const auto model = std::make_shared<ImuModel>(sensor, mountingAngle);
-    return new ImuService(
-        std::make_shared<ImuService::Server>(
-            name, kImuCapabilities.defaultPlan,
-            [model](const SampleInstant& instant) { return model->sample(instant); }, faults),
-        faults, propertiesOf(name, sensor, kImuCapabilities), kImuCapabilities);
-}
-
-android::sp<MagService> makeMag(const char* name, uint32_t sensor,
-                                const std::shared_ptr<Faults>& faults) {
-    const auto model = std::make_shared<MagModel>(sensor);
-    return new MagService(
-        std::make_shared<MagService::Server>(
-            name, kMagCapabilities.defaultPlan,
-            [model](const SampleInstant& instant) { return model->sample(instant); }, faults),
-        faults, propertiesOf(name, sensor, kMagCapabilities), kMagCapabilities);
-}
-
-android::sp<IadService> makeIad(const std::shared_ptr<Faults>& faults) {
-    const auto model = std::make_shared<IadModel>();
-    return new IadService(
-        std::make_shared<IadService::Server>(
-            "IAD sensor", kIadPlan,
-            [model](const SampleInstant& instant) { return model->sample(instant); }, faults),
-        faults);
-}
-
-class MotionSensorProvider : public Hal::IMotionSensorProvider {
-  public:
-    MotionSensorProvider(std::vector<android::sp<ImuService>> imus, android::sp<MagService> mag,
-                         std::shared_ptr<const Faults> faults)
-        : imus_(std::move(imus)), mag_(std::move(mag)), faults_(std::move(faults)) {}
-
-    android::hardware::Return<void> getSensorInfo(getSensorInfo_cb callback) override {
-        using Kind = Hal::MotionSensorKind;
-        using Mount = Hal::MotionSensorMount;
-        Hal::MotionSensorMetadata metadata;
-        metadata.sensors = {{kHeadsetImu, Kind::IMU, Mount::HEADSET, 0},
-                            {kBoardImu, Kind::IMU, Mount::BOARD, 0},
-                            {kHeadsetMag, Kind::MAGNETOMETER, Mount::HEADSET, 0}};
-        callback(faults_->resultOf(descriptor, "getSensorInfo"), metadata);
-        return android::hardware::Void();
-    }
-
-    android::hardware::Return<android::sp<Hal::IImu>> getImu(uint32_t sensor) override {
-        return sensor < imus_.size() ? android::sp<Hal::IImu>(imus_[sensor]) : nullptr;
-    }
-
-    android::hardware::Return<android::sp<Hal::IMag>> getMag(uint32_t sensor) override {
-        return sensor == kHeadsetMag ? android::sp<Hal::IMag>(mag_) : nullptr;
-    }
-
-  private:
-    const std::vector<android::sp<ImuService>> imus_;
-    const android::sp<MagService> mag_;
-    const std::shared_ptr<const Faults> faults_;
-};
-
-/// @return what went wrong; empty if nothing did
-template <typename Interface>
-std::string registerAlone(const android::sp<Interface>& service) {
-    if (Interface::tryGetService("default") != nullptr) {
-        return fmt::format("{}/default is offered by another process already",
-                           Interface::descriptor);
-    }
-    const android::status_t status = service->registerAsService("default");
-    return status == android::OK ? ""
-                                 : fmt::format("cannot register {}/default: {}",
-                                               Interface::descriptor, std::strerror(-status));
-}
-
-}  // namespace
-
-Headset::Headset(const std::shared_ptr<Faults>& faults)
-    : faults_(faults),
-      imus_{makeImu("headset IMU", kHeadsetImu, 0, faults),
-            makeImu("board IMU", kBoardImu, M_PI / 2, faults)},
-      mag_(makeMag("headset magnetometer", kHeadsetMag, faults)),
-      iad_(makeIad(faults)) {}
 
 std::string Headset::registerServices() {
-    const android::sp<Hal::IMotionSensorProvider> provider =
-        new MotionSensorProvider(imus_, mag_, faults_);
-    std::string problem = registerAlone<Hal::IMotionSensorProvider>(provider);
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IImu>(imus_[kHeadsetImu]);
+    for (const auto& group : groups_) {
+        std::string problem = group->registerServices();
+        if (!problem.empty()) {
+            return problem;
+        }
     }
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IMag>(mag_);
-    }
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IIad>(iad_);
-    }
-    return problem;
+    return "";
 }
 
 void Headset::stop() {
-    for (const auto& imu : imus_) {
-        imu->server().stop();
+    for (const auto& group : groups_) {
+        group->stop();
     }
-    mag_->server().stop();
-    iad_->server().stop();
 }
 
-std::vector<std::pair<std::string, StreamStatistics>> Headset::statistics() const {
-    std::vector<std::pair<std::string, StreamStatistics>> all;
-    const auto add = [&all](const auto& server) {
-        all.emplace_back(server.name(), server.statistics());
-    };
-    for (const auto& imu : imus_) {
-        add(imu->server());
+std::vector<std::string> Headset::summary() const {
+    std::vector<std::string> lines;
+    for (const auto& group : groups_) {
+        for (std::string& line : group->summary()) {
+            lines.push_back(std::move(line));
+        }
     }
-    add(mag_->server());
-    add(iad_->server());
-    return all;
+    return lines;
 }
 
 }  // namespace Simulator

@@ -70,18 +70,6 @@ void waitForEnd(const std::optional<double>& dieAfterSeconds) {
     }
 }
 
-void printSummary(const Headset& headset) {
-    for (const auto& [name, stream] : headset.statistics()) {
-        fmt::print("{}: {} records written to {} clients, {} dropped", name, stream.recordsWritten,
-                   stream.clients, stream.recordsDropped);
-        if (stream.samplesMissed > 0) {
-            fmt::print(" ({} samples were not taken: the machine was too busy)",
-                       stream.samplesMissed);
-        }
-        fmt::print("\n");
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -115,7 +103,9 @@ int main(int argc, char** argv) {
     waitForEnd(options.dieAfterSeconds);
     headset.stop();
     if (!options.isQuiet) {
-        printSummary(headset);
+        for (const std::string& line : headset.summary()) {
+            fmt::print("{}\n", line);
+        }
     }
     return kSuccess;
 }

@@ -14,12 +14,21 @@
 namespace Simulator {
 namespace {
 
-constexpr std::array<std::string_view, 8> kRefusableCalls{
-    "IImu.prepareStream", "IImu.controlStream",   "IImu.configureStream", "IMag.prepareStream",
-    "IMag.controlStream", "IMag.configureStream", "IIad.prepareStream",   "IIad.controlStream",
+constexpr std::string_view kRefusableCalls[] = {
+    "IImu.prepareStream",    //
+    "IImu.controlStream",    //
+    "IImu.configureStream",  //
+    "IMag.prepareStream",    //
+    "IMag.controlStream",    //
+    "IMag.configureStream",  //
+    "IIad.prepareStream",    //
+    "IIad.controlStream",    //
 };
-constexpr std::array<std::string_view, 3> kGetters{"IImu.getProperties", "IMag.getProperties",
-                                                   "IMotionSensorProvider.getSensorInfo"};
+constexpr std::string_view kGetters[] = {
+    "IImu.getProperties",                   //
+    "IMag.getProperties",                   //
+    "IMotionSensorProvider.getSensorInfo",  //
+};
 constexpr std::array<Hal::Result, 3> kErrors{Hal::Result::FAILURE, Hal::Result::BAD_STATE,
                                              Hal::Result::IGNORED};
 
@@ -38,7 +47,7 @@ void addFault(const std::string& option, const std::string& value, const Calls& 
     const size_t equals = value.find('=');
     const std::string call = value.substr(0, equals);
     const std::string result = equals == std::string::npos ? "" : value.substr(equals + 1);
-    if (std::find(calls.begin(), calls.end(), call) == calls.end()) {
+    if (std::find(std::begin(calls), std::end(calls), call) == std::end(calls)) {
         throw CLI::ValidationError(option,
                                    fmt::format("'{}' is none of {}", call, fmt::join(calls, ", ")));
     }
@@ -60,8 +69,9 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     std::vector<std::string> refusals;
     std::vector<std::string> getterErrors;
     CLI::App app{
-        "Stands in for the vendor's sensor service: registers the motion sensors of a headset and\n"
-        "streams what they would measure. Ends on SIGINT or SIGTERM with a summary.",
+        "Stands in for the vendor's sensor service: registers the sensors of a headset and "
+        "streams\n"
+        "what they would measure. Ends on SIGINT or SIGTERM with a summary.",
         "moriak-sensor-simulator"};
     app.add_flag("--quiet", options.isQuiet, "Print errors only");
     app.add_option("--ready-fd", options.readyDescriptor,

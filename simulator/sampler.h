@@ -29,6 +29,14 @@ struct Batch {
     uint32_t size;
 };
 
+struct SampleInstant {
+    /// When the sample was taken: CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    /// When the service had it in hand.
+    int64_t arrivalTimestamp;
+    uint32_t sequence;
+};
+
 /// Runs only while somebody listens. Deadlines follow from each other, not from when the thread got
 /// to run, so that the rate holds.
 ///

@@ -17,7 +17,6 @@
 #include "faults.h"
 #include "hal.h"
 #include "sampler.h"
-#include "sensor_models.h"
 
 namespace Simulator {
 
@@ -27,6 +26,9 @@ struct StreamStatistics {
     uint64_t recordsDropped = 0;
     uint64_t samplesMissed = 0;
 };
+
+/// A line for the user.
+std::string summaryOf(const std::string& name, const StreamStatistics& statistics);
 
 /// A client is known by its ISensorClient object, from its prepare call until it disconnects or
 /// dies; then its queue, its event flag and the link to its death are released.
@@ -141,6 +143,11 @@ class StreamServer : public std::enable_shared_from_this<StreamServer<Record>> {
     StreamStatistics statistics_;
     Sampler sampler_;  // the last: its thread uses all of the others
 };
+
+template <typename Record>
+std::string summaryOf(const StreamServer<Record>& server) {
+    return summaryOf(server.name(), server.statistics());
+}
 
 template <typename Record>
 Hal::Result StreamServer<Record>::prepare(const typename Queue::Descriptor& queue,

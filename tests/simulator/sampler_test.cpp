@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "sensor_services.h"
+#include "motion/sensor_services.h"
 
 namespace {
 

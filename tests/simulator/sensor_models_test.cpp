@@ -1,5 +1,5 @@
 // The motion of the simulated headset, and what its sensors make of it.
-#include "sensor_models.h"
+#include "motion/sensor_models.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

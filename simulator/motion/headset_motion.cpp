@@ -1,5 +1,5 @@
 // See headset_motion.h.
-#include "headset_motion.h"
+#include "motion/headset_motion.h"
 
 #include <cmath>
 

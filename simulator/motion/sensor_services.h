@@ -1,4 +1,4 @@
-// The sensors' HAL interfaces.
+// The motion sensors' HAL interfaces.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/IIad.h>
@@ -11,9 +11,22 @@
 
 #include "faults.h"
 #include "hal.h"
-#include "stream_server.h"
+#include "stream_service.h"
 
 namespace Simulator {
+
+template <>
+struct Discontinuity<Hal::ImuData> {
+    static void mark(Hal::ImuData* record) {
+        record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
+    }
+};
+template <>
+struct Discontinuity<Hal::MagData> {
+    static void mark(Hal::MagData* record) {
+        record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
+    }
+};
 
 /// What a sensor can be configured to do.
 struct SensorCapabilities {
@@ -25,51 +38,15 @@ struct SensorCapabilities {
 std::optional<SamplingPlan> planFor(const Hal::MotionStreamProperties& properties,
                                     const SensorCapabilities& capabilities);
 
-// None of the methods fails in the transport's sense: generated code would end the process.
-
-/// What all sensors have.
-template <typename Interface, typename Record>
-class SensorService : public Interface {
-  public:
-    using Server = StreamServer<Record>;
-
-    SensorService(std::shared_ptr<Server> server, std::shared_ptr<const Faults> faults)
-        : server_(std::move(server)), faults_(std::move(faults)) {}
-
-    android::hardware::Return<Hal::Result> prepareStream(
-        const android::hardware::MQDescriptorSync<Record>& queue,
-        const android::sp<Hal::ISensorClient>& client, const Hal::FmqConfig& config) override {
-        const Hal::Result fault = faultOf("prepareStream");
-        return fault == Hal::Result::SUCCESS ? server_->prepare(queue, client, config) : fault;
-    }
-
-    android::hardware::Return<Hal::Result> controlStream(
-        const android::sp<Hal::ISensorClient>& client, Hal::StreamCommand command) override {
-        const Hal::Result fault = faultOf("controlStream");
-        return fault == Hal::Result::SUCCESS ? server_->control(client, command) : fault;
-    }
-
-    Server& server() const { return *server_; }
-
-  protected:
-    Hal::Result faultOf(const char* method) const {
-        return faults_->resultOf(Interface::descriptor, method);
-    }
-
-  private:
-    const std::shared_ptr<Server> server_;
-    const std::shared_ptr<const Faults> faults_;
-};
-
 /// What the motion sensors have besides.
 template <typename Interface, typename Record>
-class MotionSensorService : public SensorService<Interface, Record> {
+class MotionSensorService : public StreamService<Interface, Record> {
   public:
-    using typename SensorService<Interface, Record>::Server;
+    using typename StreamService<Interface, Record>::Server;
 
     MotionSensorService(std::shared_ptr<Server> server, std::shared_ptr<const Faults> faults,
                         Hal::MotionSensorProperties properties, SensorCapabilities capabilities)
-        : SensorService<Interface, Record>(std::move(server), std::move(faults)),
+        : StreamService<Interface, Record>(std::move(server), std::move(faults)),
           properties_(std::move(properties)),
           capabilities_(capabilities) {}
 
@@ -102,6 +79,6 @@ class MotionSensorService : public SensorService<Interface, Record> {
 
 using ImuService = MotionSensorService<Hal::IImu, Hal::ImuData>;
 using MagService = MotionSensorService<Hal::IMag, Hal::MagData>;
-using IadService = SensorService<Hal::IIad, Hal::IadData>;
+using IadService = StreamService<Hal::IIad, Hal::IadData>;
 
 }  // namespace Simulator

@@ -1,5 +1,5 @@
 // See sensor_services.h.
-#include "sensor_services.h"
+#include "motion/sensor_services.h"
 
 #include <algorithm>
 

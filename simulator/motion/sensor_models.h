@@ -5,17 +5,10 @@
 #include <random>
 
 #include "hal.h"
-#include "headset_motion.h"
+#include "motion/headset_motion.h"
+#include "sampler.h"
 
 namespace Simulator {
-
-struct SampleInstant {
-    /// When the sample was taken: CLOCK_MONOTONIC, in ns.
-    int64_t timestamp;
-    /// When the service had it in hand.
-    int64_t arrivalTimestamp;
-    uint32_t sequence;
-};
 
 /// White noise, reproducible for a seed.
 class Noise {

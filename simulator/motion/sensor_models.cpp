@@ -1,5 +1,5 @@
 // See sensor_models.h.
-#include "sensor_models.h"
+#include "motion/sensor_models.h"
 
 #include <algorithm>
 #include <array>
