@@ -16,7 +16,7 @@ constexpr uint32_t kHeadsetImu = 0;
 constexpr uint32_t kBoardImu = 1;
 constexpr uint32_t kHeadsetMag = 2;
 
-constexpr SensorCapabilities kImuCapabilities{{1000, 2}, 2000};
+constexpr SensorCapabilities kImuCapabilities{{1000, 1}, 2000};
 constexpr SensorCapabilities kMagCapabilities{{100, 1}, 200};
 constexpr SamplingPlan kIadPlan{10, 1};
 
