@@ -35,7 +35,6 @@ using android::hardware::details::kMaxItemBytes;
 using android::hardware::details::kMaxObjects;
 using android::hardware::details::ObjectOwner;
 using android::hardware::details::ObjectReference;
-using android::hardware::details::Received;
 using android::hardware::details::receiveFrame;
 using android::hardware::details::Registry;
 using android::hardware::details::sendFrame;
@@ -83,7 +82,7 @@ class Peer {
         peer.send(header, question.items());
         Frame answer;
         const char* problem = nullptr;
-        EXPECT_EQ(receiveFrame(peer.socket_.get(), &answer, &problem), Received::kFrame);
+        EXPECT_TRUE(receiveFrame(peer.socket_.get(), &answer, &problem));
         peer.service_ = answer.objects.at(0).objectId;
         return peer;
     }
@@ -117,7 +116,7 @@ class Peer {
 
     bool receive(Frame* frame) {
         const char* problem = nullptr;
-        return receiveFrame(socket_.get(), frame, &problem) == Received::kFrame;
+        return receiveFrame(socket_.get(), frame, &problem);
     }
 
     /** Whether the other side hangs up in time, whatever it sends before. */

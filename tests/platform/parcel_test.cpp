@@ -67,8 +67,8 @@ TEST(ParcelTest, BuffersAreAlignedAndPatchedIntoTheirParents) {
     const void* embedded = nullptr;
     ASSERT_EQ(parcel.readInt32(&first), OK);
     ASSERT_EQ(parcel.readBuffer(sizeof(parent), &handle, &root), OK);
-    ASSERT_EQ(parcel.readEmbeddedBuffer(sizeof(child), &childHandle, handle,
-                                        offsetof(Parent, child), &embedded),
+    ASSERT_EQ(parcel.readNullableEmbeddedBuffer(sizeof(child), &childHandle, handle,
+                                                offsetof(Parent, child), &embedded),
               OK);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(embedded) % alignof(double), 0u);
     EXPECT_EQ(static_cast<const Parent*>(root)->before, 7u);

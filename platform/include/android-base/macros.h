@@ -1,5 +1,2 @@
-// Small macros that generated code relies on.
+// Generated code includes this by name, for a kind of build that does not exist here.
 #pragma once
-
-#define UNLIKELY(expression) __builtin_expect(!!(expression), false)
-#define LIKELY(expression) __builtin_expect(!!(expression), true)

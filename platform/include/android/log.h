@@ -35,10 +35,10 @@ typedef void (*__android_logger_function)(const struct __android_log_message* me
 void __android_log_stderr_logger(const struct __android_log_message* message);
 void __android_log_set_logger(__android_logger_function logger);
 
+/** The buffers of the platform's log; here all lines go the same way. */
+typedef enum log_id { LOG_ID_MAIN = 0 } log_id_t;
+
 int __android_log_write(int priority, const char* tag, const char* text);
-int __android_log_buf_write(int buffer, int priority, const char* tag, const char* text);
-int __android_log_print(int priority, const char* tag, const char* format, ...)
-    __attribute__((__format__(printf, 3, 4)));
 int __android_log_buf_print(int buffer, int priority, const char* tag, const char* format, ...)
     __attribute__((__format__(printf, 4, 5)));
 
@@ -51,7 +51,5 @@ int __android_log_buf_print(int buffer, int priority, const char* tag, const cha
 [[noreturn]] void __android_log_buf_assert(int buffer, const char* condition, const char* tag,
                                            const char* format, ...)
     __attribute__((__format__(printf, 4, 5)));
-[[noreturn]] void __android_log_assert(const char* condition, const char* tag, const char* format,
-                                       ...) __attribute__((__format__(printf, 3, 4)));
 
 }  // extern "C"

@@ -1,11 +1,11 @@
 // 32 bits in shared memory that processes set and wait for.
 #pragma once
 
+#include <fmq/SharedMapping.h>
 #include <sys/types.h>
 #include <utils/Errors.h>
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 
 namespace android::hardware {
@@ -40,14 +40,12 @@ class EventFlag {
     EventFlag& operator=(const EventFlag&) = delete;
 
   private:
-    EventFlag(std::atomic<uint32_t>* word, void* mapping, size_t mappingSize)
-        : word_(word), mapping_(mapping), mappingSize_(mappingSize) {}
-    ~EventFlag();
+    explicit EventFlag(std::atomic<uint32_t>* word) : word_(word) {}
+    ~EventFlag() = default;
 
     std::atomic<uint32_t>* const word_;
     /** Null for a word of the caller's. */
-    void* const mapping_;
-    const size_t mappingSize_;
+    details::SharedMapping mapping_;
 };
 
 }  // namespace android::hardware

@@ -1,11 +1,10 @@
 // A queue of fixed-size records in shared memory, between one writer and one reader.
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <cutils/ashmem.h>
 #include <fmq/SharedMapping.h>
 #include <hidl/MQDescriptor.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -27,7 +26,6 @@ namespace android::hardware {
  */
 template <typename T, MQFlavor flavor>
 class MessageQueue {
-    static_assert(flavor == kSynchronizedReadWrite, "the only flavour to be had here");
     static_assert(std::is_trivially_copyable_v<T> || std::is_standard_layout_v<T>,
                   "records are shared between processes");
 
@@ -42,7 +40,6 @@ class MessageQueue {
         T* getAddress() const { return address_; }
         /** In records. */
         size_t getLength() const { return length_; }
-        size_t getLengthInBytes() const { return length_ * sizeof(T); }
 
       private:
         T* address_ = nullptr;
@@ -110,14 +107,12 @@ class MessageQueue {
         map(resetPointers);
     }
 
-    ~MessageQueue() { unmap(); }
     MessageQueue(const MessageQueue&) = delete;
     MessageQueue& operator=(const MessageQueue&) = delete;
 
     bool isValid() const { return ring_ != nullptr; }
     /** @return null without memory; owned by the queue */
     const Descriptor* getDesc() const { return descriptor_.get(); }
-    size_t getQuantumSize() const { return sizeof(T); }
     size_t getQuantumCount() const { return ringSize_ / sizeof(T); }
     /** @return null unless the queue was made with one */
     std::atomic<uint32_t>* getEventFlagWord() const { return eventFlagWord_; }
@@ -167,30 +162,30 @@ class MessageQueue {
      * are impossible, after skipping all there is
      */
     bool beginRead(size_t count, MemTransaction* transaction) const {
-        const uint64_t written = writePosition_->load(std::memory_order_acquire);
-        const uint64_t read = readPosition_->load(std::memory_order_relaxed);
-        if (written - read > ringSize_) {
-            readPosition_->store(written, std::memory_order_release);
-            return false;
-        }
-        if (count > (written - read) / sizeof(T)) return false;
-        return locate(read, count, transaction);
+        uint64_t unread = 0;
+        return countUnread(&unread) && count <= unread / sizeof(T) &&
+               locate(readPosition_->load(std::memory_order_relaxed), count, transaction);
     }
     /** @return false, after skipping all there is, if the counters have become impossible */
     bool commitRead(size_t count) {
-        const uint64_t written = writePosition_->load(std::memory_order_acquire);
-        const uint64_t read = readPosition_->load(std::memory_order_relaxed);
-        if (written - read > ringSize_) {
-            readPosition_->store(written, std::memory_order_release);
-            return false;
-        }
-        readPosition_->store(read + count * sizeof(T), std::memory_order_release);
+        uint64_t unread = 0;
+        if (!countUnread(&unread)) return false;
+        readPosition_->store(readPosition_->load(std::memory_order_relaxed) + count * sizeof(T),
+                             std::memory_order_release);
         return true;
     }
 
   private:
     using Counter = std::atomic<uint64_t>;
-    static constexpr size_t kGrantors = Descriptor::kMinGrantorCountForEvFlagSupport;
+
+    /** In bytes. @return false, after skipping all there is, if the counters are impossible */
+    bool countUnread(uint64_t* unread) const {
+        const uint64_t written = writePosition_->load(std::memory_order_acquire);
+        *unread = written - readPosition_->load(std::memory_order_relaxed);
+        if (*unread <= ringSize_) return true;
+        readPosition_->store(written, std::memory_order_release);
+        return false;
+    }
 
     bool locate(uint64_t position, size_t count, MemTransaction* transaction) const {
         const auto offset = static_cast<size_t>(position % ringSize_);
@@ -203,8 +198,8 @@ class MessageQueue {
     }
 
     void map(bool resetPointers);
-    void* mapGrantor(size_t index, size_t alignment);
-    void unmap();
+    template <typename Part>
+    Part* mapGrantor(size_t index);
 
     std::unique_ptr<Descriptor> descriptor_;
     T* ring_ = nullptr;
@@ -212,7 +207,7 @@ class MessageQueue {
     Counter* readPosition_ = nullptr;
     Counter* writePosition_ = nullptr;
     std::atomic<uint32_t>* eventFlagWord_ = nullptr;
-    details::SharedMapping mappings_[kGrantors];
+    details::SharedMapping mappings_[Descriptor::EVFLAGWORDPOS + 1];
 };
 
 template <typename T, MQFlavor flavor>
@@ -224,14 +219,11 @@ MessageQueue<T, flavor>::MessageQueue(size_t numElementsInQueue, bool configureE
     // Each part on a cache line of its own: the two sides would otherwise fight over one.
     constexpr size_t kLine = 64;
     const uint32_t dataOffset = 3 * kLine;
-    const int fd = ashmem_create_region("MessageQueue", dataOffset + dataSize);
-    if (fd < 0) return;
+    base::unique_fd fd(ashmem_create_region("MessageQueue", dataOffset + dataSize));
+    if (!fd.ok()) return;
     native_handle_t* handle = native_handle_create(1, 0);
-    if (handle == nullptr) {
-        close(fd);
-        return;
-    }
-    handle->data[0] = fd;
+    if (handle == nullptr) return;
+    handle->data[0] = fd.release();
     std::vector<GrantorDescriptor> grantors{
         {0, 0, 0, sizeof(Counter)}, {0, 0, kLine, sizeof(Counter)}, {0, 0, dataOffset, dataSize}};
     if (configureEventFlagWord) grantors.push_back({0, 0, 2 * kLine, sizeof(uint32_t)});
@@ -241,56 +233,35 @@ MessageQueue<T, flavor>::MessageQueue(size_t numElementsInQueue, bool configureE
 
 template <typename T, MQFlavor flavor>
 void MessageQueue<T, flavor>::map(bool resetPointers) {
-    const auto& grantors = descriptor_->grantors();
-    const size_t size = descriptor_->getSize();
-    if (descriptor_->getQuantum() != sizeof(T) || descriptor_->getFlags() != flavor || size == 0 ||
-        size % sizeof(T) != 0 || grantors[Descriptor::READPTRPOS].extent != sizeof(Counter) ||
-        grantors[Descriptor::WRITEPTRPOS].extent != sizeof(Counter)) {
+    ringSize_ = descriptor_->getSize();
+    if (descriptor_->getQuantum() != sizeof(T) || descriptor_->getFlags() != flavor ||
+        ringSize_ % sizeof(T) != 0) {
         return;
     }
-    readPosition_ = static_cast<Counter*>(mapGrantor(Descriptor::READPTRPOS, alignof(Counter)));
-    writePosition_ = static_cast<Counter*>(mapGrantor(Descriptor::WRITEPTRPOS, alignof(Counter)));
-    if (grantors.size() > Descriptor::EVFLAGWORDPOS &&
-        grantors[Descriptor::EVFLAGWORDPOS].extent == sizeof(uint32_t)) {
-        eventFlagWord_ = static_cast<std::atomic<uint32_t>*>(
-            mapGrantor(Descriptor::EVFLAGWORDPOS, alignof(uint32_t)));
-    }
-    void* ring = mapGrantor(Descriptor::DATAPTRPOS, alignof(T));
-    if (readPosition_ == nullptr || writePosition_ == nullptr || ring == nullptr) {
-        unmap();
-        return;
-    }
-    ring_ = static_cast<T*>(ring);
-    ringSize_ = size;
-    if (resetPointers) {
-        readPosition_->store(0, std::memory_order_release);
-        writePosition_->store(0, std::memory_order_release);
-    }
+    readPosition_ = mapGrantor<Counter>(Descriptor::READPTRPOS);
+    writePosition_ = mapGrantor<Counter>(Descriptor::WRITEPTRPOS);
+    eventFlagWord_ = mapGrantor<std::atomic<uint32_t>>(Descriptor::EVFLAGWORDPOS);
+    if (readPosition_ == nullptr || writePosition_ == nullptr) return;
+    ring_ = mapGrantor<T>(Descriptor::DATAPTRPOS);
+    if (ring_ == nullptr || !resetPointers) return;
+    readPosition_->store(0, std::memory_order_release);
+    writePosition_->store(0, std::memory_order_release);
 }
 
 template <typename T, MQFlavor flavor>
-void* MessageQueue<T, flavor>::mapGrantor(size_t index, size_t alignment) {
-    const GrantorDescriptor& grantor = descriptor_->grantors()[index];
+template <typename Part>
+Part* MessageQueue<T, flavor>::mapGrantor(size_t index) {
     const native_handle_t* handle = descriptor_->handle();
-    if (handle == nullptr || handle->numFds < 1 ||
-        grantor.fdIndex >= static_cast<uint32_t>(handle->numFds) ||
-        grantor.offset % alignment != 0) {
+    if (handle == nullptr || index >= descriptor_->grantors().size()) return nullptr;
+    const GrantorDescriptor& grantor = descriptor_->grantors()[index];
+    const bool isWhole = index == Descriptor::DATAPTRPOS || grantor.extent == sizeof(Part);
+    if (!isWhole || grantor.offset % alignof(Part) != 0 || handle->numFds < 1 ||
+        grantor.fdIndex >= static_cast<uint32_t>(handle->numFds)) {
         return nullptr;
     }
     mappings_[index] =
         details::mapShared(handle->data[grantor.fdIndex], grantor.offset, grantor.extent);
-    return mappings_[index].address;
-}
-
-template <typename T, MQFlavor flavor>
-void MessageQueue<T, flavor>::unmap() {
-    for (details::SharedMapping& mapping : mappings_) {
-        if (mapping.base != nullptr) munmap(mapping.base, mapping.size);
-        mapping = {};
-    }
-    readPosition_ = nullptr;
-    writePosition_ = nullptr;
-    eventFlagWord_ = nullptr;
+    return static_cast<Part*>(mappings_[index].get());
 }
 
 }  // namespace android::hardware

@@ -3,18 +3,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace android::hardware::details {
 
-struct SharedMapping {
-    /** To be unmapped, with `size`. */
-    void* base = nullptr;
-    size_t size = 0;
-    /** Where the asked-for part is; null if it could not be mapped. */
-    void* address = nullptr;
+struct Unmap {
+    size_t extent = 0;
+    void operator()(void* address) const;
 };
 
-/** Nothing is mapped unless the region cannot shrink and holds all of the part. */
+/** Where the part is, until it is destroyed. */
+using SharedMapping = std::unique_ptr<void, Unmap>;
+
+/** Null unless the region cannot shrink and holds all of the part. */
 SharedMapping mapShared(int fd, uint64_t offset, uint64_t extent);
 
 }  // namespace android::hardware::details

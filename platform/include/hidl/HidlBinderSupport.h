@@ -16,8 +16,11 @@ namespace android::hardware {
 /** Passes a proxy's death on to the recipient that a program linked. */
 struct hidl_binder_death_recipient : IBinder::DeathRecipient {
     hidl_binder_death_recipient(const sp<hidl_death_recipient>& recipient, uint64_t cookie,
-                                const sp<hidl::base::V1_0::IBase>& base);
-    void binderDied(const wp<IBinder>& who) override;
+                                const sp<hidl::base::V1_0::IBase>& base)
+        : recipient_(recipient), cookie_(cookie), base_(base) {}
+    void binderDied(const wp<IBinder>& /*who*/) override {
+        recipient_->serviceDied(cookie_, base_);
+    }
     const sp<hidl_death_recipient>& getRecipient() const { return recipient_; }
 
   private:
@@ -44,7 +47,7 @@ template <typename T>
 status_t readEmbeddedFromParcel(const hidl_vec<T>& vec, const Parcel& parcel, size_t parentHandle,
                                 size_t parentOffset, size_t* handle) {
     const void* elements = nullptr;
-    details::clearReceivedOwnership(const_cast<hidl_vec<T>&>(vec));
+    details::ReceivedValue::clearOwnership(vec);
     return parcel.readNullableEmbeddedBuffer(vec.size() * sizeof(T), handle, parentHandle,
                                              parentOffset + hidl_vec<T>::kOffsetOfBuffer,
                                              &elements);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -31,19 +32,21 @@ struct hidl_death_recipient : public virtual RefBase {
     virtual void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) = 0;
 };
 
-class hidl_handle;
-class hidl_string;
-template <typename T>
-struct hidl_vec;
-
 namespace details {
-// A received value reads the transport's memory and owns nothing, whatever its bytes claim.
-void clearReceivedOwnership(hidl_handle& value);
-void clearReceivedOwnership(hidl_string& value);
-template <typename T>
-void clearReceivedOwnership(hidl_vec<T>& value);
+
+/** A received value reads the transport's memory and owns nothing, whatever its bytes claim. */
+struct ReceivedValue {
+    template <typename T>
+    static void clearOwnership(const T& value) {
+        const_cast<T&>(value).mOwns = false;
+    }
+};
+
+/** A null handle is left alone. */
+void closeAndDelete(native_handle_t* handle);
 
 [[noreturn]] void dieOfSize(const char* type, size_t size);
+
 }  // namespace details
 
 /** A native handle, owned or borrowed. Copies own a clone. */
@@ -51,41 +54,51 @@ class hidl_handle {
   public:
     hidl_handle() = default;
     hidl_handle(const native_handle_t* handle) : mHandle(handle) {}  // NOLINT: as published
-    hidl_handle(const hidl_handle& other) { *this = other; }
-    hidl_handle(hidl_handle&& other) noexcept { *this = std::move(other); }
-    ~hidl_handle() { freeHandle(); }
-
     /** Aborts if there are no descriptors left for the clone. */
-    hidl_handle& operator=(const hidl_handle& other);
-    hidl_handle& operator=(const native_handle_t* handle);
-    hidl_handle& operator=(hidl_handle&& other) noexcept;
+    hidl_handle(const hidl_handle& other);
+    hidl_handle(hidl_handle&& other) noexcept { swap(other); }
+    ~hidl_handle() {
+        if (mOwns) details::closeAndDelete(const_cast<native_handle_t*>(mHandle));
+    }
 
-    void setTo(native_handle_t* handle, bool shouldOwn = false);
+    hidl_handle& operator=(hidl_handle other) noexcept {
+        swap(other);
+        return *this;
+    }
+    void setTo(native_handle_t* handle, bool shouldOwn = false) {
+        *this = hidl_handle(handle);
+        mOwns = shouldOwn;
+    }
     const native_handle_t* getNativeHandle() const { return mHandle; }
     const native_handle_t* operator->() const { return mHandle; }
     operator const native_handle_t*() const { return mHandle; }  // NOLINT: as published
 
-    static const size_t kOffsetOfNativeHandle;
+    static constexpr size_t kOffsetOfNativeHandle = 0;
 
   private:
-    friend void details::clearReceivedOwnership(hidl_handle&);
-    void freeHandle();
+    friend details::ReceivedValue;
+    void swap(hidl_handle& other) noexcept {
+        std::swap(mHandle, other.mHandle);
+        std::swap(mOwns, other.mOwns);
+    }
 
-    details::hidl_pointer<const native_handle_t> mHandle;
-    bool mOwnsHandle = false;
+    const native_handle_t* mHandle = nullptr;
+    bool mOwns = false;
     [[maybe_unused]] uint8_t mPadding[7] = {};
 };
 
 /** A text that ends in a zero byte; never null. */
 class hidl_string {
   public:
-    hidl_string();
+    hidl_string() = default;
     hidl_string(const char* text);  // NOLINT: implicit as published
     hidl_string(const char* text, size_t length);
-    hidl_string(const std::string& text);  // NOLINT: implicit as published
+    hidl_string(const std::string& text) : hidl_string(text.data(), text.size()) {}  // NOLINT
     hidl_string(const hidl_string& other) : hidl_string(other.c_str(), other.size()) {}
-    hidl_string(hidl_string&& other) noexcept : hidl_string() { swap(other); }
-    ~hidl_string();
+    hidl_string(hidl_string&& other) noexcept { swap(other); }
+    ~hidl_string() {
+        if (mOwns) delete[] mBuffer;
+    }
 
     hidl_string& operator=(hidl_string other) noexcept {
         swap(other);
@@ -97,15 +110,19 @@ class hidl_string {
     bool empty() const { return mSize == 0; }
     operator std::string() const { return {mBuffer, mSize}; }  // NOLINT: as published
 
-    static const size_t kOffsetOfBuffer;
+    static constexpr size_t kOffsetOfBuffer = 0;
 
   private:
-    friend void details::clearReceivedOwnership(hidl_string&);
-    void swap(hidl_string& other) noexcept;
+    friend details::ReceivedValue;
+    void swap(hidl_string& other) noexcept {
+        std::swap(mBuffer, other.mBuffer);
+        std::swap(mSize, other.mSize);
+        std::swap(mOwns, other.mOwns);
+    }
 
-    details::hidl_pointer<const char> mBuffer;
+    const char* mBuffer = "";
     uint32_t mSize = 0;
-    bool mOwnsBuffer = false;
+    bool mOwns = false;
     [[maybe_unused]] uint8_t mPadding[3] = {};
 };
 
@@ -139,22 +156,20 @@ struct hidl_vec {
     hidl_vec(const hidl_vec& other) : hidl_vec(other.begin(), other.end()) {}
     hidl_vec(hidl_vec&& other) noexcept { swap(other); }
     ~hidl_vec() {
-        if (mOwnsBuffer) delete[] static_cast<T*>(mBuffer);
+        if (mOwns) delete[] mBuffer;
     }
 
     hidl_vec& operator=(hidl_vec other) noexcept {
         swap(other);
         return *this;
     }
-    hidl_vec& operator=(const std::vector<T>& other) { return *this = hidl_vec(other); }
-    hidl_vec& operator=(std::initializer_list<T> list) { return *this = hidl_vec(list); }
     operator std::vector<T>() const { return {begin(), end()}; }  // NOLINT: as published
 
     void setToExternal(T* elements, size_t size, bool shouldOwn = false) {
         *this = hidl_vec();
         mBuffer = elements;
         mSize = checkedSize(size);
-        mOwnsBuffer = shouldOwn;
+        mOwns = shouldOwn;
     }
     void resize(size_t size) {
         hidl_vec resized(size);
@@ -175,27 +190,25 @@ struct hidl_vec {
     static constexpr size_t kOffsetOfBuffer = 0;
 
   private:
-    template <typename U>
-    friend void details::clearReceivedOwnership(hidl_vec<U>& value);
-
+    friend details::ReceivedValue;
     static uint32_t checkedSize(size_t size) {
         if (size > UINT32_MAX) details::dieOfSize("hidl_vec", size);
         return static_cast<uint32_t>(size);
     }
     void allocate(size_t size) {
         mSize = checkedSize(size);
-        mOwnsBuffer = size > 0;
+        mOwns = size > 0;
         mBuffer = size > 0 ? new T[size]() : nullptr;
     }
     void swap(hidl_vec& other) noexcept {
         std::swap(mBuffer, other.mBuffer);
         std::swap(mSize, other.mSize);
-        std::swap(mOwnsBuffer, other.mOwnsBuffer);
+        std::swap(mOwns, other.mOwns);
     }
 
-    details::hidl_pointer<T> mBuffer;
+    T* mBuffer = nullptr;
     uint32_t mSize = 0;
-    bool mOwnsBuffer = false;
+    bool mOwns = false;
     [[maybe_unused]] uint8_t mPadding[3] = {};
 };
 
@@ -206,11 +219,6 @@ bool operator==(const hidl_vec<T>& a, const hidl_vec<T>& b) {
 template <typename T>
 bool operator!=(const hidl_vec<T>& a, const hidl_vec<T>& b) {
     return !(a == b);
-}
-
-template <typename T>
-void details::clearReceivedOwnership(hidl_vec<T>& value) {
-    value.mOwnsBuffer = false;
 }
 
 /** An array whose length is part of its type. */
@@ -280,24 +288,13 @@ constexpr std::array<T, 0> hidl_enum_values = {};
 template <typename T>
 std::string toHexString(T value) {
     static_assert(std::is_integral_v<T>);
-    constexpr char kDigits[] = "0123456789abcdef";
-    auto rest = static_cast<std::make_unsigned_t<T>>(value);
-    std::string digits;
-    do {
-        digits.insert(digits.begin(), kDigits[rest % 16]);
-        rest = static_cast<decltype(rest)>(rest / 16);
-    } while (rest != 0);
-    return "0x" + digits;
+    char digits[2 * sizeof(value)];
+    const auto end =
+        std::to_chars(digits, std::end(digits), static_cast<std::make_unsigned_t<T>>(value), 16);
+    return "0x" + std::string(digits, end.ptr);
 }
 
 }  // namespace details
-
-/** All named values of an enumeration, in the order of their declaration. */
-template <typename T>
-struct hidl_enum_range {
-    constexpr auto begin() const { return std::begin(details::hidl_enum_values<T>); }
-    constexpr auto end() const { return std::end(details::hidl_enum_values<T>); }
-};
 
 template <typename T>
 std::enable_if_t<std::is_arithmetic_v<T>, std::string> toString(T value) {
@@ -308,9 +305,6 @@ inline std::string toString(bool value) {
 }
 inline std::string toString(const hidl_string& value) {
     return '"' + std::string(value) + '"';
-}
-inline std::string toString(const hidl_memory& value) {
-    return "memory of " + std::to_string(value.size()) + " bytes";
 }
 std::string toString(const hidl_handle& value);
 

@@ -4,6 +4,7 @@
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlSupport.h>
 #include <hidl/ServiceManagement.h>
+#include <unistd.h>
 
 #include <cstddef>
 
@@ -13,7 +14,7 @@ namespace android::hardware {
  * Kept for the programs that call it. The pool grows as calls need it: a fixed number
  * of threads would deadlock on calls that nest deeper.
  */
-void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
+inline void configureRpcThreadpool(size_t /*maxThreads*/, bool /*callerWillJoin*/) {}
 
 /** Serves calls on this thread; never returns. */
 [[noreturn]] void joinRpcThreadpool();
@@ -24,7 +25,9 @@ bool interfacesEqual(const sp<hidl::base::V1_0::IBase>& left,
 
 namespace details {
 /** The process number that getDebugInfo reports. */
-int32_t getPidIfSharable();
+inline int32_t getPidIfSharable() {
+    return getpid();
+}
 /** Whether addresses may be reported to other processes. */
 constexpr bool debuggable() {
     return false;

@@ -11,8 +11,6 @@
 
 namespace android::hardware {
 
-typedef uint64_t RingBufferPosition;
-
 /** One part of a queue: `extent` bytes at `offset` of the handle's descriptor `fdIndex`. */
 struct GrantorDescriptor {
     uint32_t flags;
@@ -25,8 +23,6 @@ static_assert(sizeof(GrantorDescriptor) == 24, "wire format");
 enum MQFlavor : uint32_t {
     /** One writer, one reader; a full queue refuses to be written. */
     kSynchronizedReadWrite = 0x01,
-    /** Not to be had here: a writer that overwrites. */
-    kUnsynchronizedWrite = 0x02,
 };
 
 /** Names the memory of a queue of T; owns the handle. */
@@ -34,7 +30,6 @@ template <typename T, MQFlavor flavor>
 struct MQDescriptor {
     enum GrantorType : int { READPTRPOS = 0, WRITEPTRPOS, DATAPTRPOS, EVFLAGWORDPOS };
     static constexpr int32_t kMinGrantorCount = DATAPTRPOS + 1;
-    static constexpr int32_t kMinGrantorCountForEvFlagSupport = EVFLAGWORDPOS + 1;
 
     MQDescriptor() = default;
     /** Takes the handle over. */
@@ -43,18 +38,19 @@ struct MQDescriptor {
           mHandle(handle),
           mQuantum(static_cast<uint32_t>(quantum)),
           mFlags(flavor) {}
-    MQDescriptor(const MQDescriptor& other) { *this = other; }
-    MQDescriptor& operator=(const MQDescriptor& other) {
-        if (this != &other) {
-            release();
-            mGrantors = other.mGrantors;
-            mHandle = other.mHandle == nullptr ? nullptr : native_handle_clone(other.mHandle);
-            mQuantum = other.mQuantum;
-            mFlags = other.mFlags;
-        }
+    MQDescriptor(const MQDescriptor& other)
+        : mGrantors(other.mGrantors),
+          mHandle(native_handle_clone(other.mHandle)),
+          mQuantum(other.mQuantum),
+          mFlags(other.mFlags) {}
+    MQDescriptor& operator=(MQDescriptor other) noexcept {
+        std::swap(mGrantors, other.mGrantors);
+        std::swap(mHandle, other.mHandle);
+        std::swap(mQuantum, other.mQuantum);
+        std::swap(mFlags, other.mFlags);
         return *this;
     }
-    ~MQDescriptor() { release(); }
+    ~MQDescriptor() { details::closeAndDelete(mHandle); }
 
     /** In bytes, of the ring alone. */
     size_t getSize() const {
@@ -63,34 +59,18 @@ struct MQDescriptor {
     /** Of one record, in bytes. */
     size_t getQuantum() const { return mQuantum; }
     uint32_t getFlags() const { return mFlags; }
-    const native_handle_t* getNativeHandle() const { return mHandle; }
     const native_handle_t* handle() const { return mHandle; }
     const hidl_vec<GrantorDescriptor>& grantors() const { return mGrantors; }
-    size_t countGrantors() const { return mGrantors.size(); }
-    bool isHandleValid() const { return mHandle != nullptr; }
 
-    static const size_t kOffsetOfGrantors;
-    static const size_t kOffsetOfHandle;
+    static constexpr size_t kOffsetOfGrantors = 0;
+    static constexpr size_t kOffsetOfHandle = sizeof(hidl_vec<GrantorDescriptor>);
 
   private:
-    void release() {
-        if (mHandle != nullptr) {
-            native_handle_close(mHandle);
-            native_handle_delete(mHandle);
-            mHandle = nullptr;
-        }
-    }
-
     hidl_vec<GrantorDescriptor> mGrantors;
-    details::hidl_pointer<native_handle_t> mHandle;
+    native_handle_t* mHandle = nullptr;
     uint32_t mQuantum = 0;
     uint32_t mFlags = flavor;
 };
-
-template <typename T, MQFlavor flavor>
-const size_t MQDescriptor<T, flavor>::kOffsetOfGrantors = offsetof(MQDescriptor, mGrantors);
-template <typename T, MQFlavor flavor>
-const size_t MQDescriptor<T, flavor>::kOffsetOfHandle = offsetof(MQDescriptor, mHandle);
 
 template <typename T>
 using MQDescriptorSync = MQDescriptor<T, kSynchronizedReadWrite>;

@@ -74,22 +74,14 @@ struct SchedPrio {
     int prio;
 };
 
-/** Scheduling is not set for each service here: every service has the default. */
-struct ServicePrioMap {
-    SchedPrio get(const sp<hidl::base::V1_0::IBase>&, SchedPrio defaultPriority) const {
-        return defaultPriority;
-    }
-};
-
-/** Nor are security identifiers. */
-struct ServiceSidMap {
-    bool get(const sp<hidl::base::V1_0::IBase>&, bool defaultRequest) const {
-        return defaultRequest;
-    }
+/** What could be set for each service on a device; every service has the default here. */
+template <typename Setting>
+struct DefaultForAll {
+    Setting get(const sp<hidl::base::V1_0::IBase>&, Setting standard) const { return standard; }
 };
 
 extern BnMap* const gBnMap;
-extern const ServicePrioMap* const gServicePrioMap;
-extern const ServiceSidMap* const gServiceSidMap;
+extern const DefaultForAll<SchedPrio>* const gServicePrioMap;
+extern const DefaultForAll<bool>* const gServiceSidMap;
 
 }  // namespace android::hardware::details

@@ -6,6 +6,7 @@
 #include <utils/StrongPointer.h>
 
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace android::hardware {
@@ -15,25 +16,20 @@ class Status final {
   public:
     enum Exception : int32_t {
         EX_NONE = 0,
-        EX_SECURITY = -1,
-        EX_BAD_PARCELABLE = -2,
         EX_ILLEGAL_ARGUMENT = -3,
         EX_NULL_POINTER = -4,
-        EX_ILLEGAL_STATE = -5,
-        EX_UNSUPPORTED_OPERATION = -7,
         EX_TRANSACTION_FAILED = -129,
     };
 
     Status() = default;
     static Status ok() { return {}; }
-    static Status fromExceptionCode(int32_t exception, const char* message = "");
-    static Status fromExceptionCode(int32_t exception, const std::string& message) {
-        return fromExceptionCode(exception, message.c_str());
+    static Status fromExceptionCode(int32_t exception, const std::string& message = {}) {
+        return {exception, FAILED_TRANSACTION, message};
     }
-    static Status fromStatusT(status_t status);
-
-    void setException(int32_t exception, const char* message);
-    void setFromStatusT(status_t status);
+    static Status fromStatusT(status_t error) {
+        return {error == OK ? EX_NONE : EX_TRANSACTION_FAILED, error, {}};
+    }
+    void setFromStatusT(status_t error) { *this = fromStatusT(error); }
 
     int32_t exceptionCode() const { return exception_; }
     const char* exceptionMessage() const { return message_.c_str(); }
@@ -43,8 +39,11 @@ class Status final {
     std::string description() const;
 
   private:
+    Status(int32_t exception, status_t error, const std::string& message)
+        : exception_(exception), error_(error), message_(message) {}
+
     int32_t exception_ = EX_NONE;
-    status_t error_ = OK;
+    status_t error_ = OK;  // of a transaction that failed
     std::string message_;
 };
 
@@ -98,6 +97,11 @@ class Return : public details::return_status {
   public:
     Return(T value) : value_(std::move(value)) {}            // NOLINT: implicit as published
     Return(const Status& status) : return_status(status) {}  // NOLINT: implicit as published
+    /** From null, or from what points to a derived interface, for a value that points to one. */
+    template <typename U,
+              typename = std::enable_if_t<!std::is_base_of_v<return_status, std::decay_t<U>> &&
+                                          std::is_class_v<T> && std::is_convertible_v<U, T>>>
+    Return(U&& value) : value_(std::forward<U>(value)) {}  // NOLINT: implicit as published
 
     operator T() const {  // NOLINT: implicit as published
         assertOk();
@@ -107,25 +111,6 @@ class Return : public details::return_status {
 
   private:
     T value_{};
-};
-
-template <typename T>
-class Return<sp<T>> : public details::return_status {
-  public:
-    Return(sp<T> value) : value_(std::move(value)) {}  // NOLINT: implicit as published
-    Return(T* value) : value_(value) {}                // NOLINT: implicit as published
-    Return(std::nullptr_t) {}                          // NOLINT: implicit as published
-    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
-    Return(const sp<U>& value) : value_(value) {}            // NOLINT: implicit as published
-    Return(const Status& status) : return_status(status) {}  // NOLINT: implicit as published
-
-    operator sp<T>() const {  // NOLINT: implicit as published
-        assertOk();
-        return value_;
-    }
-
-  private:
-    sp<T> value_;
 };
 
 template <>

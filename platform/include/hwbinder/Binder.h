@@ -11,13 +11,9 @@ namespace android::hardware {
 class BHwBinder : public IBinder {
   public:
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
-                      TransactCallback callback = nullptr) final;
-
-    /** A local object dies with its process only: INVALID_OPERATION. */
-    status_t linkToDeath(const sp<DeathRecipient>& recipient) final;
-    status_t unlinkToDeath(const wp<DeathRecipient>& recipient) final;
-
-    bool isBinderAlive() const final { return true; }
+                      TransactCallback callback = nullptr) final {
+        return onTransact(code, data, reply, flags, std::move(callback));
+    }
     BHwBinder* localBinder() final { return this; }
 
   protected:

@@ -28,7 +28,6 @@ class BpHwBinder final : public IBinder {
                       TransactCallback callback = nullptr) override;
     status_t linkToDeath(const sp<DeathRecipient>& recipient) override;
     status_t unlinkToDeath(const wp<DeathRecipient>& recipient) override;
-    bool isBinderAlive() const override;
     BpHwBinder* remoteBinder() override { return this; }
 
     const std::shared_ptr<details::Connection>& connection() const { return connection_; }

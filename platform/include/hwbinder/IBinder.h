@@ -41,12 +41,14 @@ class IBinder : public virtual RefBase {
                               TransactCallback callback = nullptr) = 0;
 
     /** @return DEAD_OBJECT if the object has died already; the recipient is not called then. */
-    virtual status_t linkToDeath(const sp<DeathRecipient>& recipient) = 0;
+    virtual status_t linkToDeath(const sp<DeathRecipient>& /*recipient*/) {
+        return INVALID_OPERATION;  // a local object dies with its process only
+    }
 
     /** @return DEAD_OBJECT after the death, NAME_NOT_FOUND for a recipient that is not linked. */
-    virtual status_t unlinkToDeath(const wp<DeathRecipient>& recipient) = 0;
-
-    virtual bool isBinderAlive() const = 0;
+    virtual status_t unlinkToDeath(const wp<DeathRecipient>& /*recipient*/) {
+        return INVALID_OPERATION;
+    }
 
     /** This object if it lives in this process, else null. */
     virtual BHwBinder* localBinder() { return nullptr; }

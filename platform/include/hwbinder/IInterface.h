@@ -8,9 +8,9 @@ namespace android::hardware {
 /** The untyped side of a generated proxy. */
 class IInterface : public virtual RefBase {
   public:
-    ~IInterface() override;
-
-    static sp<IBinder> asBinder(const IInterface* interface);
+    static sp<IBinder> asBinder(const IInterface* interface) {
+        return interface == nullptr ? nullptr : interface->remote();
+    }
 
   protected:
     virtual IBinder* remote() const = 0;

@@ -11,13 +11,6 @@ class IPCThreadState {
 
     /** The peer whose call this thread is serving; this process if it serves none. */
     pid_t getCallingPid() const;
-    uid_t getCallingUid() const;
-
-    /** Releases of references are sent when they happen: nothing waits to be flushed. */
-    void flushCommands() {}
-
-    /** Serves calls on this thread; never returns. */
-    [[noreturn]] void joinThreadPool();
 };
 
 }  // namespace android::hardware

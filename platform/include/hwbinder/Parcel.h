@@ -2,14 +2,13 @@
 #pragma once
 
 #include <android-base/unique_fd.h>
-#include <cutils/native_handle.h>
+#include <hidl/HidlSupport.h>
 #include <hwbinder/IBinder.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <memory>
 #include <vector>
 
 namespace android::hardware {
@@ -35,7 +34,7 @@ class Parcel {
     Parcel(const Parcel&) = delete;
     Parcel& operator=(const Parcel&) = delete;
 
-    status_t writeInterfaceToken(const char* interface);
+    status_t writeInterfaceToken(const char* interface) { return writeCString(interface); }
     /** Whether the call is meant for `interface`. */
     bool enforceInterface(const char* interface) const;
 
@@ -67,16 +66,20 @@ class Parcel {
     const char* readCString() const;
 
     /** @param handle receives the name of the buffer for what is embedded in it */
-    status_t writeBuffer(const void* buffer, size_t size, size_t* handle);
+    status_t writeBuffer(const void* buffer, size_t size, size_t* handle) {
+        return writeEmbeddedBuffer(buffer, size, handle, kNoParent, 0);
+    }
     /** A buffer whose pointer stands at `parentOffset` of `parent`; null if `buffer` is. */
     status_t writeEmbeddedBuffer(const void* buffer, size_t size, size_t* handle, size_t parent,
                                  size_t parentOffset);
 
-    status_t readBuffer(size_t size, size_t* handle, const void** buffer) const;
-    /** Reads the buffer and stores its address in the parent, as the pointer that stood there. */
-    status_t readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, size_t parentOffset,
-                                const void** buffer) const;
-    /** As above; a null pointer is accepted if `size` is 0. */
+    status_t readBuffer(size_t size, size_t* handle, const void** buffer) const {
+        return readNullableEmbeddedBuffer(size, handle, kNoParent, 0, buffer);
+    }
+    /**
+     * Reads the buffer and stores its address in the parent, as the pointer that stood there. The
+     * buffer of size 0 is null.
+     */
     status_t readNullableEmbeddedBuffer(size_t size, size_t* handle, size_t parent,
                                         size_t parentOffset, const void** buffer) const;
 
@@ -84,8 +87,11 @@ class Parcel {
     status_t readNullableStrongBinder(sp<IBinder>* binder) const;
 
     status_t writeNativeHandleNoDup(const native_handle_t* handle);
-    status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parent,
-                                       size_t parentOffset);
+    /** The reader knows where the handle's pointer belongs from what it is reading. */
+    status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t /*parent*/,
+                                       size_t /*parentOffset*/) {
+        return writeNativeHandleNoDup(handle);
+    }
     status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const;
     status_t readNullableEmbeddedNativeHandle(size_t parent, size_t parentOffset,
                                               const native_handle_t** handle) const;
@@ -107,12 +113,10 @@ class Parcel {
   private:
     enum class Item : uint32_t;
     static constexpr size_t kItemAlignment = 4;
+    static constexpr size_t kNoParent = UINT32_MAX;
     struct Buffer {
         size_t position;
         size_t size;
-    };
-    struct HandleDeleter {
-        void operator()(native_handle_t* handle) const;
     };
 
     template <typename T>
@@ -133,12 +137,7 @@ class Parcel {
     const uint8_t* take(size_t size) const;
     bool alignReading(size_t alignment) const;
     bool takeItem(Item expected) const;
-    uint32_t peekItem() const;
-    status_t failWrite(status_t error);
-    status_t writeBufferItem(const void* buffer, size_t size, size_t* handle, size_t parent,
-                             size_t parentOffset);
-    status_t readBufferItem(size_t size, size_t* handle, size_t parent, size_t parentOffset,
-                            const void** buffer) const;
+    status_t failWrite();
     bool storePointer(size_t parent, size_t parentOffset, const void* pointer) const;
 
     // What is read is patched and consumed: reading changes a parcel but not its value.
@@ -147,7 +146,7 @@ class Parcel {
     mutable std::vector<sp<IBinder>> objects_;
     std::vector<int> descriptors_;  // to be sent: the writer's
     mutable std::vector<base::unique_fd> receivedDescriptors_;
-    mutable std::vector<std::unique_ptr<native_handle_t, HandleDeleter>> handles_;
+    mutable std::vector<hidl_handle> handles_;
     mutable size_t position_ = 0;
     mutable size_t objectPosition_ = 0;
     mutable size_t descriptorPosition_ = 0;

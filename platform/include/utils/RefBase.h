@@ -20,10 +20,19 @@ class RefBase {
     /** Outlives the object as long as there are weak references. */
     class weakref_type {
       public:
-        void incWeak(const void* id);
-        void decWeak(const void* id);
+        void incWeak(const void* /*id*/) { weak_.fetch_add(1, std::memory_order_relaxed); }
+        void decWeak(const void* /*id*/) {
+            if (weak_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+        }
         /** @return whether a strong reference was added, which a dead object refuses */
-        bool attemptIncStrong(const void* id);
+        bool attemptIncStrong(const void* /*id*/) {
+            int32_t count = strong_.load(std::memory_order_relaxed);
+            while (count > 0 &&
+                   !strong_.compare_exchange_weak(count, count + 1, std::memory_order_acquire,
+                                                  std::memory_order_relaxed)) {
+            }
+            return count > 0;
+        }
 
       private:
         friend class RefBase;
@@ -32,20 +41,25 @@ class RefBase {
         std::atomic<int32_t> weak_{1};
     };
 
-    void incStrong(const void* id) const;
-    void decStrong(const void* id) const;
-    int32_t getStrongCount() const;
+    void incStrong(const void* /*id*/) const {
+        refs_->strong_.fetch_add(1, std::memory_order_relaxed);
+    }
+    void decStrong(const void* /*id*/) const {
+        if (refs_->strong_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+    }
+    int32_t getStrongCount() const { return refs_->strong_.load(std::memory_order_relaxed); }
     /** @return with a weak reference added */
-    weakref_type* createWeak(const void* id) const;
+    weakref_type* createWeak(const void* id) const {
+        refs_->incWeak(id);
+        return refs_;
+    }
 
     RefBase(const RefBase&) = delete;
     RefBase& operator=(const RefBase&) = delete;
 
   protected:
-    RefBase();
-    virtual ~RefBase();
-    virtual void onFirstRef();
-    virtual void onLastStrongRef(const void* id);
+    RefBase() : refs_(new weakref_type) {}
+    virtual ~RefBase() { refs_->decWeak(this); }
 
   private:
     weakref_type* const refs_;
@@ -87,14 +101,8 @@ class wp {
         return result;
     }
 
-    /** For comparison alone: the object may be gone. */
-    T* unsafe_get() const { return pointer_; }
-
     friend bool operator==(const wp& a, const wp& b) { return a.refs_ == b.refs_; }
     friend bool operator!=(const wp& a, const wp& b) { return a.refs_ != b.refs_; }
-    friend bool operator<(const wp& a, const wp& b) {
-        return std::less<RefBase::weakref_type*>()(a.refs_, b.refs_);
-    }
 
   private:
     T* pointer_ = nullptr;

@@ -42,6 +42,12 @@ class sp {
     T& operator*() const { return *pointer_; }
     explicit operator bool() const { return pointer_ != nullptr; }
 
+    friend bool operator==(const sp& a, const sp& b) { return a.pointer_ == b.pointer_; }
+    friend bool operator!=(const sp& a, const sp& b) { return a.pointer_ != b.pointer_; }
+    friend bool operator<(const sp& a, const sp& b) {
+        return std::less<T*>()(a.pointer_, b.pointer_);
+    }
+
   private:
     friend class wp<T>;
     /** Takes over a reference that was counted already. */
@@ -49,30 +55,5 @@ class sp {
 
     T* pointer_ = nullptr;
 };
-
-template <typename T, typename U>
-bool operator==(const sp<T>& a, const sp<U>& b) {
-    return a.get() == b.get();
-}
-template <typename T, typename U>
-bool operator!=(const sp<T>& a, const sp<U>& b) {
-    return a.get() != b.get();
-}
-template <typename T>
-bool operator==(const sp<T>& a, std::nullptr_t) {
-    return a.get() == nullptr;
-}
-template <typename T>
-bool operator!=(const sp<T>& a, std::nullptr_t) {
-    return a.get() != nullptr;
-}
-template <typename T, typename U>
-bool operator==(const sp<T>& a, const U* b) {
-    return a.get() == b;
-}
-template <typename T>
-bool operator<(const sp<T>& a, const sp<T>& b) {
-    return std::less<T*>()(a.get(), b.get());
-}
 
 }  // namespace android

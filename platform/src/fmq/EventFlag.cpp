@@ -2,16 +2,14 @@
 #include <fmq/EventFlag.h>
 
 #include <linux/futex.h>
-#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <ctime>
-#include <new>
-
-#include "fmq/SharedMapping.h"
+#include <optional>
+#include <utility>
 
 namespace android::hardware {
 namespace {
@@ -36,26 +34,20 @@ timespec deadlineAfter(int64_t nanoSeconds) {
 }  // namespace
 
 status_t EventFlag::createEventFlag(int fd, off_t offset, EventFlag** flag) {
-    if (flag == nullptr) return BAD_VALUE;
-    *flag = nullptr;
-    if (offset < 0 || offset % static_cast<off_t>(sizeof(uint32_t)) != 0) return BAD_VALUE;
-    const details::SharedMapping mapping =
-        details::mapShared(fd, static_cast<uint64_t>(offset), sizeof(uint32_t));
-    if (mapping.address == nullptr) return BAD_VALUE;
-    auto* word = static_cast<std::atomic<uint32_t>*>(mapping.address);
-    *flag = new (std::nothrow) EventFlag(word, mapping.base, mapping.size);
-    if (*flag == nullptr) {
-        munmap(mapping.base, mapping.size);
-        return NO_MEMORY;
+    details::SharedMapping mapping;
+    if (offset >= 0 && offset % static_cast<off_t>(sizeof(uint32_t)) == 0) {
+        mapping = details::mapShared(fd, static_cast<uint64_t>(offset), sizeof(uint32_t));
     }
-    return NO_ERROR;
+    const status_t status =
+        createEventFlag(static_cast<std::atomic<uint32_t>*>(mapping.get()), flag);
+    if (status == NO_ERROR) (*flag)->mapping_ = std::move(mapping);
+    return status;
 }
 
 status_t EventFlag::createEventFlag(std::atomic<uint32_t>* word, EventFlag** flag) {
     if (flag == nullptr) return BAD_VALUE;
-    *flag = word == nullptr ? nullptr : new (std::nothrow) EventFlag(word, nullptr, 0);
-    if (*flag == nullptr) return word == nullptr ? BAD_VALUE : NO_MEMORY;
-    return NO_ERROR;
+    *flag = word == nullptr ? nullptr : new EventFlag(word);
+    return word == nullptr ? BAD_VALUE : NO_ERROR;
 }
 
 status_t EventFlag::deleteEventFlag(EventFlag** flag) {
@@ -63,10 +55,6 @@ status_t EventFlag::deleteEventFlag(EventFlag** flag) {
     delete *flag;
     *flag = nullptr;
     return NO_ERROR;
-}
-
-EventFlag::~EventFlag() {
-    if (mapping_ != nullptr) munmap(mapping_, mappingSize_);
 }
 
 status_t EventFlag::wake(uint32_t bitmask) {
@@ -80,18 +68,14 @@ status_t EventFlag::wake(uint32_t bitmask) {
 status_t EventFlag::wait(uint32_t bitmask, uint32_t* state, int64_t timeOutNanoSeconds,
                          bool retry) {
     if (bitmask == 0 || state == nullptr || timeOutNanoSeconds < 0) return BAD_VALUE;
-    timespec deadline{};
-    bool isDeadlineSet = false;
+    std::optional<timespec> deadline;
     while (true) {
         const uint32_t before = word_->fetch_and(~bitmask, std::memory_order_acquire);
         *state = before & bitmask;
         if (*state != 0) return NO_ERROR;
         // The clock is read only by those who have to wait.
-        if (timeOutNanoSeconds != 0 && !isDeadlineSet) {
-            deadline = deadlineAfter(timeOutNanoSeconds);
-            isDeadlineSet = true;
-        }
-        const timespec* limit = timeOutNanoSeconds == 0 ? nullptr : &deadline;
+        if (timeOutNanoSeconds != 0 && !deadline) deadline = deadlineAfter(timeOutNanoSeconds);
+        const timespec* limit = deadline ? &*deadline : nullptr;
         const bool isTimedOut =
             futex(word_, FUTEX_WAIT_BITSET, before & ~bitmask, limit, bitmask) != 0 &&
             errno == ETIMEDOUT;

@@ -7,20 +7,28 @@
 
 namespace android::hardware::details {
 
+namespace {
+// Only whole pages can be mapped: the page that a part begins in is mapped from its start.
+uint64_t offsetInPage(uint64_t position) {
+    return position % static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+}
+}  // namespace
+
+void Unmap::operator()(void* address) const {
+    const uint64_t inPage = offsetInPage(reinterpret_cast<uintptr_t>(address));
+    munmap(static_cast<std::byte*>(address) - inPage, inPage + extent);
+}
+
 SharedMapping mapShared(int fd, uint64_t offset, uint64_t extent) {
-    if (ashmem_valid(fd) == 0) return {};
-    const int regionSize = ashmem_get_size_region(fd);
-    if (regionSize < 0 || extent == 0) return {};
-    const auto available = static_cast<uint64_t>(regionSize);
-    if (offset > available || extent > available - offset) return {};
-    const uint64_t inPage = offset % static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
-    SharedMapping mapping;
-    mapping.size = static_cast<size_t>(inPage + extent);
-    mapping.base = mmap(nullptr, mapping.size, PROT_READ | PROT_WRITE, MAP_SHARED, fd,
-                        static_cast<off_t>(offset - inPage));
-    if (mapping.base == MAP_FAILED) return {};
-    mapping.address = static_cast<std::byte*>(mapping.base) + inPage;
-    return mapping;
+    const int size = ashmem_valid(fd) == 0 ? -1 : ashmem_get_size_region(fd);
+    if (size < 0 || extent == 0) return nullptr;
+    const auto available = static_cast<uint64_t>(size);
+    if (offset > available || extent > available - offset) return nullptr;
+    const uint64_t inPage = offsetInPage(offset);
+    void* const base = mmap(nullptr, inPage + extent, PROT_READ | PROT_WRITE, MAP_SHARED, fd,
+                            static_cast<off_t>(offset - inPage));
+    if (base == MAP_FAILED) return nullptr;
+    return SharedMapping(static_cast<std::byte*>(base) + inPage, Unmap{extent});
 }
 
 }  // namespace android::hardware::details

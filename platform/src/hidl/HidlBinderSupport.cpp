@@ -13,21 +13,13 @@ namespace android::hardware {
 using hidl::base::V1_0::BnHwBase;
 using hidl::base::V1_0::IBase;
 
-hidl_binder_death_recipient::hidl_binder_death_recipient(const sp<hidl_death_recipient>& recipient,
-                                                         uint64_t cookie, const sp<IBase>& base)
-    : recipient_(recipient), cookie_(cookie), base_(base) {}
-
-void hidl_binder_death_recipient::binderDied(const wp<IBinder>& /* who */) {
-    recipient_->serviceDied(cookie_, base_);
-}
-
 status_t readEmbeddedFromParcel(const hidl_string& string, const Parcel& parcel,
                                 size_t parentHandle, size_t parentOffset) {
-    details::clearReceivedOwnership(const_cast<hidl_string&>(string));
+    details::ReceivedValue::clearOwnership(string);
     const size_t size = string.size();
     const void* text = nullptr;
     size_t handle = 0;
-    const status_t status = parcel.readEmbeddedBuffer(
+    const status_t status = parcel.readNullableEmbeddedBuffer(
         size + 1, &handle, parentHandle, parentOffset + hidl_string::kOffsetOfBuffer, &text);
     if (status != OK) return status;
     return static_cast<const char*>(text)[size] == '\0' ? OK : parcel.reject();
@@ -42,7 +34,7 @@ status_t writeEmbeddedToParcel(const hidl_string& string, Parcel* parcel, size_t
 
 status_t readEmbeddedFromParcel(const hidl_handle& handle, const Parcel& parcel,
                                 size_t parentHandle, size_t parentOffset) {
-    details::clearReceivedOwnership(const_cast<hidl_handle&>(handle));
+    details::ReceivedValue::clearOwnership(handle);
     const native_handle_t* nativeHandle = nullptr;
     return parcel.readNullableEmbeddedNativeHandle(
         parentHandle, parentOffset + hidl_handle::kOffsetOfNativeHandle, &nativeHandle);

@@ -14,8 +14,8 @@ ConstructorMap<hidl::base::V1_0::IBase>& getBsConstructorMap() {
 }
 
 BnMap* const gBnMap = new BnMap;
-const ServicePrioMap* const gServicePrioMap = new ServicePrioMap;
-const ServiceSidMap* const gServiceSidMap = new ServiceSidMap;
+const DefaultForAll<SchedPrio>* const gServicePrioMap = new DefaultForAll<SchedPrio>;
+const DefaultForAll<bool>* const gServiceSidMap = new DefaultForAll<bool>;
 
 sp<BHwBinder> BnMap::getOrCreate(const hidl::base::V1_0::IBase* object,
                                  const std::function<sp<IBinder>()>& create) {

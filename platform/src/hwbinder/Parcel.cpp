@@ -20,7 +20,6 @@ enum class Parcel::Item : uint32_t {
 
 namespace {
 
-constexpr uint32_t kNoParent = UINT32_MAX;
 constexpr size_t kBufferAlignment = 8;
 
 struct BufferHeader {
@@ -35,11 +34,6 @@ struct HandleHeader {
 };
 
 }  // namespace
-
-void Parcel::HandleDeleter::operator()(native_handle_t* handle) const {
-    native_handle_close(handle);
-    native_handle_delete(handle);
-}
 
 Parcel::Parcel(std::vector<uint8_t> items, std::vector<sp<IBinder>> objects,
                std::vector<base::unique_fd> descriptors, std::function<void()> onMalformed)
@@ -60,9 +54,9 @@ void Parcel::alignWriting(size_t alignment) {
     items_.resize((items_.size() + alignment - 1) / alignment * alignment);
 }
 
-status_t Parcel::failWrite(status_t error) {
-    if (writeError_ == OK) writeError_ = error;
-    return error;
+status_t Parcel::failWrite() {
+    writeError_ = BAD_VALUE;
+    return BAD_VALUE;
 }
 
 status_t Parcel::writeCString(const char* text) {
@@ -71,18 +65,13 @@ status_t Parcel::writeCString(const char* text) {
     return OK;
 }
 
-status_t Parcel::writeInterfaceToken(const char* interface) {
-    return writeCString(interface);
-}
-
-status_t Parcel::writeBufferItem(const void* buffer, size_t size, size_t* handle, size_t parent,
-                                 size_t parentOffset) {
-    if (size > UINT32_MAX || parentOffset > UINT32_MAX) return failWrite(BAD_VALUE);
+status_t Parcel::writeEmbeddedBuffer(const void* buffer, size_t size, size_t* handle, size_t parent,
+                                     size_t parentOffset) {
+    if (size > UINT32_MAX || parentOffset > UINT32_MAX) return failWrite();
     const bool isNull = buffer == nullptr || size == 0;
     writeScalar(isNull ? Item::kNullBuffer : Item::kBuffer);
-    const BufferHeader header{isNull ? 0 : static_cast<uint32_t>(size),
-                              static_cast<uint32_t>(parent), static_cast<uint32_t>(parentOffset)};
-    append(&header, sizeof(header));
+    writeScalar(BufferHeader{isNull ? 0 : static_cast<uint32_t>(size),
+                             static_cast<uint32_t>(parent), static_cast<uint32_t>(parentOffset)});
     *handle = buffers_.size();
     if (isNull) return OK;
     alignWriting(kBufferAlignment);
@@ -90,15 +79,6 @@ status_t Parcel::writeBufferItem(const void* buffer, size_t size, size_t* handle
     append(buffer, size);
     alignWriting(kItemAlignment);
     return OK;
-}
-
-status_t Parcel::writeBuffer(const void* buffer, size_t size, size_t* handle) {
-    return writeBufferItem(buffer, size, handle, kNoParent, 0);
-}
-
-status_t Parcel::writeEmbeddedBuffer(const void* buffer, size_t size, size_t* handle, size_t parent,
-                                     size_t parentOffset) {
-    return writeBufferItem(buffer, size, handle, parent, parentOffset);
 }
 
 status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
@@ -111,22 +91,15 @@ status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
     if (handle == nullptr) return writeScalar(Item::kNullHandle);
     if (handle->numFds < 0 || handle->numFds > NATIVE_HANDLE_MAX_FDS || handle->numInts < 0 ||
         handle->numInts > NATIVE_HANDLE_MAX_INTS) {
-        return failWrite(BAD_VALUE);
+        return failWrite();
     }
-    const auto descriptors = static_cast<size_t>(handle->numFds);
-    const auto integers = static_cast<size_t>(handle->numInts);
+    const HandleHeader header{static_cast<uint32_t>(handle->numFds),
+                              static_cast<uint32_t>(handle->numInts)};
     writeScalar(Item::kHandle);
-    const HandleHeader header{static_cast<uint32_t>(descriptors), static_cast<uint32_t>(integers)};
-    append(&header, sizeof(header));
-    append(handle->data + descriptors, integers * sizeof(int));
-    descriptors_.insert(descriptors_.end(), handle->data, handle->data + descriptors);
+    writeScalar(header);
+    append(handle->data + header.descriptors, header.integers * sizeof(int));
+    descriptors_.insert(descriptors_.end(), handle->data, handle->data + header.descriptors);
     return OK;
-}
-
-status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t /* parent */,
-                                           size_t /* parentOffset */) {
-    // The reader knows where the handle's pointer belongs from what it is reading.
-    return writeNativeHandleNoDup(handle);
 }
 
 // Reading
@@ -176,16 +149,10 @@ bool Parcel::enforceInterface(const char* interface) const {
     return false;
 }
 
-uint32_t Parcel::peekItem() const {
-    uint32_t item = 0;
-    if (!malformed_ && items_.size() - position_ >= sizeof(item)) {
-        std::memcpy(&item, items_.data() + position_, sizeof(item));
-    }
-    return item;
-}
-
 bool Parcel::takeItem(Item expected) const {
-    return peekItem() == static_cast<uint32_t>(expected) && take(sizeof(expected)) != nullptr;
+    if (malformed_ || items_.size() - position_ < sizeof(expected)) return false;
+    if (std::memcmp(items_.data() + position_, &expected, sizeof(expected)) != 0) return false;
+    return take(sizeof(expected)) != nullptr;
 }
 
 bool Parcel::storePointer(size_t parent, size_t parentOffset, const void* pointer) const {
@@ -196,44 +163,24 @@ bool Parcel::storePointer(size_t parent, size_t parentOffset, const void* pointe
     return true;
 }
 
-status_t Parcel::readBufferItem(size_t size, size_t* handle, size_t parent, size_t parentOffset,
-                                const void** buffer) const {
-    if (!takeItem(size == 0 ? Item::kNullBuffer : Item::kBuffer)) return reject();
-    const uint8_t* headerBytes = take(sizeof(BufferHeader));
-    if (headerBytes == nullptr) return reject();
-    BufferHeader header;
-    std::memcpy(&header, headerBytes, sizeof(header));
-    if (header.size != size || header.parent != parent || header.parentOffset != parentOffset) {
+status_t Parcel::readNullableEmbeddedBuffer(size_t size, size_t* handle, size_t parent,
+                                            size_t parentOffset, const void** buffer) const {
+    BufferHeader header{};
+    if (!takeItem(size == 0 ? Item::kNullBuffer : Item::kBuffer) || readScalar(&header) != OK ||
+        header.size != size || header.parent != parent || header.parentOffset != parentOffset) {
         return reject();
     }
     *handle = buffers_.size();
     *buffer = nullptr;
     if (size > 0) {
-        const bool aligned = alignReading(kBufferAlignment);
+        const bool isAligned = alignReading(kBufferAlignment);
         const size_t start = position_;
-        const uint8_t* bytes = aligned ? take(size) : nullptr;
-        if (bytes == nullptr || !alignReading(kItemAlignment)) return reject();
+        *buffer = isAligned ? take(size) : nullptr;
+        if (*buffer == nullptr || !alignReading(kItemAlignment)) return reject();
         buffers_.push_back({start, size});
-        *buffer = bytes;
     }
     if (parent != kNoParent && !storePointer(parent, parentOffset, *buffer)) return reject();
     return OK;
-}
-
-status_t Parcel::readBuffer(size_t size, size_t* handle, const void** buffer) const {
-    return size == 0 ? reject() : readBufferItem(size, handle, kNoParent, 0, buffer);
-}
-
-status_t Parcel::readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, size_t parentOffset,
-                                    const void** buffer) const {
-    if (size == 0) return reject();
-    return readNullableEmbeddedBuffer(size, handle, parent, parentOffset, buffer);
-}
-
-status_t Parcel::readNullableEmbeddedBuffer(size_t size, size_t* handle, size_t parent,
-                                            size_t parentOffset, const void** buffer) const {
-    if (parent >= buffers_.size()) return reject();
-    return readBufferItem(size, handle, parent, parentOffset, buffer);
 }
 
 status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
@@ -247,12 +194,9 @@ status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
 status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) const {
     *handle = nullptr;
     if (takeItem(Item::kNullHandle)) return OK;
-    if (!takeItem(Item::kHandle)) return reject();
-    const uint8_t* headerBytes = take(sizeof(HandleHeader));
-    if (headerBytes == nullptr) return reject();
-    HandleHeader header;
-    std::memcpy(&header, headerBytes, sizeof(header));
-    if (header.integers > NATIVE_HANDLE_MAX_INTS || header.descriptors > NATIVE_HANDLE_MAX_FDS ||
+    HandleHeader header{};
+    if (!takeItem(Item::kHandle) || readScalar(&header) != OK ||
+        header.integers > NATIVE_HANDLE_MAX_INTS || header.descriptors > NATIVE_HANDLE_MAX_FDS ||
         header.descriptors > receivedDescriptors_.size() - descriptorPosition_) {
         return reject();
     }
@@ -268,7 +212,7 @@ status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) c
     if (header.integers > 0) {
         std::memcpy(created->data + header.descriptors, integers, header.integers * sizeof(int));
     }
-    handles_.emplace_back(created);
+    handles_.emplace_back().setTo(created, true);
     *handle = created;
     return OK;
 }

@@ -1,11 +1,9 @@
 // The process and the calling thread, as programs ask about them.
 #include <hwbinder/IPCThreadState.h>
 #include <hwbinder/ProcessState.h>
-
 #include <unistd.h>
 
 #include "transport/ServedCall.h"
-#include "transport/ThreadPool.h"
 
 namespace android::hardware {
 
@@ -22,15 +20,6 @@ IPCThreadState* IPCThreadState::self() {
 pid_t IPCThreadState::getCallingPid() const {
     const details::ServedCall* call = details::ServedCall::current();
     return call == nullptr ? getpid() : call->peer().pid;
-}
-
-uid_t IPCThreadState::getCallingUid() const {
-    const details::ServedCall* call = details::ServedCall::current();
-    return call == nullptr ? getuid() : call->peer().uid;
-}
-
-void IPCThreadState::joinThreadPool() {
-    details::ThreadPool::self().join();
 }
 
 }  // namespace android::hardware

@@ -148,31 +148,29 @@ bool Connection::sendNow(const FrameHeader& header, const std::vector<uint8_t>& 
 // Serving
 
 void Connection::serve(const Transaction& transaction) {
-    const bool isOneWay = transaction.isOneWay();
     if (alive_) {
-        ServedCall served(this, transaction.callId, peer_);
-        bool isAnswered = isOneWay;
+        const FrameHeader& header = transaction.header;
+        ServedCall served(this, header.callId, peer_);
+        bool isAnswered = transaction.isOneWay();
         const auto answerOnce = [&](status_t status, const Parcel& reply) {
             if (std::exchange(isAnswered, true)) return;
             served.answered();
-            answer(transaction, status, reply);
+            answer(header.callId, status, reply);
         };
         Parcel reply;
-        const status_t status = transaction.target->transact(
-            transaction.code, transaction.data, &reply, transaction.flags,
-            [&](Parcel& results) { answerOnce(OK, results); });
+        const status_t status =
+            transaction.target->transact(header.code, transaction.data, &reply, header.flags,
+                                         [&](Parcel& results) { answerOnce(OK, results); });
         answerOnce(status, reply);
     }
     const std::lock_guard lock(mutex_);
-    (isOneWay ? backlog_.oneWayCalls : backlog_.calls) -= 1;
-    backlog_.bytes -= transaction.bytes;
-    backlog_.descriptors -= transaction.descriptors;
+    backlog_.remove(transaction);
 }
 
-void Connection::answer(const Transaction& transaction, status_t status, const Parcel& reply) {
+void Connection::answer(uint64_t callId, status_t status, const Parcel& reply) {
     FrameHeader header;
     header.kind = FrameKind::kReply;
-    header.callId = transaction.callId;
+    header.callId = callId;
     if (status == OK) status = send(header, reply);
     if (status == OK || status == DEAD_OBJECT) return;
     header.status = status;
@@ -230,65 +228,40 @@ void Connection::releaseProxy(BpHwBinder* proxy) {
 
 void Connection::readMessages() {
     pthread_setname_np(pthread_self(), "HIDL:reader");
-    bool isReading = true;
-    while (isReading) {
-        Frame frame;
-        const char* problem = nullptr;
-        switch (receiveFrame(socket_.get(), &frame, &problem)) {
-            case Received::kFrame:
-                isReading = dispatch(std::move(frame));
-                break;
-            case Received::kEnd:
-                isReading = false;
-                break;
-            case Received::kMalformed:
-                isReading = drop(problem);
-                break;
-        }
+    const char* problem = nullptr;
+    for (Frame frame; receiveFrame(socket_.get(), &frame, &problem) && dispatch(&frame);) {
+        frame = Frame();
     }
+    drop(problem);
     end();
 }
 
-bool Connection::dispatch(Frame frame) {
-    switch (frame.header.kind) {
+bool Connection::dispatch(Frame* frame) {
+    switch (frame->header.kind) {
         case FrameKind::kTransaction:
-            return dispatchTransaction(&frame);
+            return dispatchTransaction(frame);
         case FrameKind::kReply:
-            return dispatchReply(&frame);
+            return dispatchReply(frame);
         case FrameKind::kRelease:
-            return dispatchRelease(frame.header);
+            return dispatchRelease(frame->header);
     }
     return false;
 }
 
 bool Connection::dispatchTransaction(Frame* frame) {
-    const FrameHeader header = frame->header;
     const auto transaction = std::make_shared<Transaction>();
-    transaction->callId = header.callId;
-    transaction->code = header.code;
-    transaction->flags = header.flags;
-    transaction->bytes = header.itemBytes;
-    transaction->descriptors = header.descriptorCount;
+    transaction->header = frame->header;
+    const FrameHeader& header = transaction->header;
     const bool isOneWay = transaction->isOneWay();
     if (isOneWay != (header.callId == 0)) return drop("a call is neither one-way nor numbered");
-    std::optional<Parcel> data = unpack(frame);
-    if (!data) return false;
-    transaction->data = std::move(*data);
+    if (!unpack(frame, &transaction->data)) return false;
 
-    std::unique_lock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     const auto target = exports_.find(header.objectId);
-    const char* problem = nullptr;
-    if (target == exports_.end()) {
-        problem = "a call is meant for no object";
-    } else if (exports_.size() > kMaxExports) {
-        problem = "it holds too many objects";
-    } else if (!addToBacklogLocked(*transaction)) {
-        problem = "it makes more calls than can be served";
-    }
-    if (problem != nullptr) {
-        lock.unlock();
-        return drop(problem);
-    }
+    if (target == exports_.end()) return dropLocked("a call is meant for no object");
+    if (exports_.size() > kMaxExports) return dropLocked("it holds too many objects");
+    backlog_.add(*transaction);
+    if (backlog_.isTooLong()) return dropLocked("it makes more calls than can be served");
     transaction->target = target->second.object;
 
     if (isOneWay) {
@@ -309,99 +282,98 @@ bool Connection::dispatchTransaction(Frame* frame) {
     return true;
 }
 
-bool Connection::addToBacklogLocked(const Transaction& transaction) {
-    (transaction.isOneWay() ? backlog_.oneWayCalls : backlog_.calls) += 1;
-    backlog_.bytes += transaction.bytes;
-    backlog_.descriptors += transaction.descriptors;
-    return backlog_.calls <= kMaxBacklogCalls && backlog_.oneWayCalls <= kMaxBacklogOneWayCalls &&
-           backlog_.bytes <= kMaxBacklogBytes && backlog_.descriptors <= kMaxBacklogDescriptors;
+void Connection::Backlog::add(const Transaction& transaction) {
+    (transaction.isOneWay() ? oneWayCalls : calls) += 1;
+    bytes += transaction.header.itemBytes;
+    descriptors += transaction.header.descriptorCount;
+}
+
+void Connection::Backlog::remove(const Transaction& transaction) {
+    (transaction.isOneWay() ? oneWayCalls : calls) -= 1;
+    bytes -= transaction.header.itemBytes;
+    descriptors -= transaction.header.descriptorCount;
+}
+
+bool Connection::Backlog::isTooLong() const {
+    return calls > kMaxBacklogCalls || oneWayCalls > kMaxBacklogOneWayCalls ||
+           bytes > kMaxBacklogBytes || descriptors > kMaxBacklogDescriptors;
 }
 
 bool Connection::dispatchReply(Frame* frame) {
-    std::optional<Parcel> reply = unpack(frame);
-    if (!reply) return false;
-    {
-        const std::lock_guard lock(mutex_);
-        const auto found = pendingCalls_.find(frame->header.callId);
-        if (found != pendingCalls_.end() && !found->second->isDone) {
-            PendingCall& call = *found->second;
-            call.status = frame->header.status;
-            call.reply = std::move(*reply);
-            call.isDone = true;
-            call.changed.notify_one();
-            return true;
-        }
+    Parcel reply;
+    if (!unpack(frame, &reply)) return false;
+    const std::lock_guard lock(mutex_);
+    const auto found = pendingCalls_.find(frame->header.callId);
+    if (found == pendingCalls_.end() || found->second->isDone) {
+        return dropLocked("a reply answers no call");
     }
-    return drop("a reply answers no call");
+    PendingCall& call = *found->second;
+    call.status = frame->header.status;
+    call.reply = std::move(reply);
+    call.isDone = true;
+    call.changed.notify_one();
+    return true;
 }
 
 bool Connection::dispatchRelease(const FrameHeader& header) {
-    std::unique_lock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     const auto found = exports_.find(header.objectId);
     if (found == exports_.end() || header.references == 0 ||
         header.references > found->second.referencesSent) {
-        lock.unlock();
-        return drop("it gives back references that it does not have");
+        return dropLocked("it gives back references that it does not have");
     }
     found->second.referencesSent -= header.references;
     if (found->second.referencesSent > 0) return true;
     sp<BHwBinder> object = std::move(found->second.object);
     exportIds_.erase(object.get());
     exports_.erase(found);
-    lock.unlock();
     // The object's destructor is a program's code: it runs on a thread of the pool.
     ThreadPool::self().post([object = std::move(object)] {});
     return true;
 }
 
-std::optional<Parcel> Connection::unpack(Frame* frame) {
+bool Connection::unpack(Frame* frame, Parcel* parcel) {
     std::vector<sp<IBinder>> objects;
-    const char* problem = nullptr;
-    {
-        const std::lock_guard lock(mutex_);
-        for (const ObjectReference& reference : frame->objects) {
-            const auto exported = exports_.find(reference.objectId);
-            if (reference.owner == ObjectOwner::kReceiver && exported != exports_.end()) {
-                objects.push_back(exported->second.object);
-            } else if (reference.owner == ObjectOwner::kSender &&
-                       reference.objectId != kRootObjectId && imports_.size() < kMaxImports) {
-                const sp<BpHwBinder> proxy = importLocked(reference.objectId);
-                ++proxy->referencesReceived_;
-                objects.push_back(proxy);
-            } else {
-                problem = "a message names an object that does not exist";
-                break;
-            }
+    const std::lock_guard lock(mutex_);
+    for (const ObjectReference& reference : frame->objects) {
+        const auto exported = exports_.find(reference.objectId);
+        if (reference.owner == ObjectOwner::kReceiver && exported != exports_.end()) {
+            objects.push_back(exported->second.object);
+        } else if (reference.owner == ObjectOwner::kSender && reference.objectId != kRootObjectId &&
+                   imports_.size() < kMaxImports) {
+            const sp<BpHwBinder> proxy = importLocked(reference.objectId);
+            ++proxy->referencesReceived_;
+            objects.push_back(proxy);
+        } else {
+            return dropLocked("a message names an object that does not exist");
         }
     }
-    if (problem != nullptr) {
-        drop(problem);
-        return std::nullopt;
-    }
-    return Parcel(std::move(frame->items), std::move(objects), std::move(frame->descriptors),
-                  [weak = weak_from_this()] {
-                      if (const auto self = weak.lock()) {
-                          self->drop("a message does not contain what it should");
-                      }
-                  });
+    *parcel = Parcel(std::move(frame->items), std::move(objects), std::move(frame->descriptors),
+                     [weak = weak_from_this()] {
+                         if (const auto self = weak.lock()) {
+                             self->drop("a message does not contain what it should");
+                         }
+                     });
+    return true;
 }
 
 // The end
 
 bool Connection::drop(const char* reason) {
-    bool isFirstReason = false;
-    {
-        const std::lock_guard lock(mutex_);
-        alive_ = false;
-        if (socket_.ok()) shutdown(socket_.get(), SHUT_RDWR);
-        isFirstReason = reason != nullptr && !std::exchange(isDropLogged_, true);
+    const std::lock_guard lock(mutex_);
+    return dropLocked(reason);
+}
+
+bool Connection::dropLocked(const char* reason) {
+    alive_ = false;
+    if (socket_.ok()) shutdown(socket_.get(), SHUT_RDWR);
+    if (reason != nullptr && !std::exchange(isDropLogged_, true)) {
+        ALOGE("dropped process %d: %s", peer_.pid, reason);
     }
-    if (isFirstReason) ALOGE("dropped process %d: %s", peer_.pid, reason);
     return false;
 }
 
 void Connection::end() {
-    drop(nullptr);
     onEnd_(this);
 
     struct Remains {

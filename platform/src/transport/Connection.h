@@ -13,7 +13,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 #include "transport/Frame.h"
 
@@ -63,15 +62,11 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
   private:
     struct Transaction {
-        uint64_t callId = 0;
+        FrameHeader header;
         sp<BHwBinder> target;
-        uint32_t code = 0;
-        uint32_t flags = 0;
         Parcel data;
-        size_t bytes = 0;
-        size_t descriptors = 0;
 
-        bool isOneWay() const { return (flags & IBinder::FLAG_ONEWAY) != 0; }
+        bool isOneWay() const { return (header.flags & IBinder::FLAG_ONEWAY) != 0; }
     };
     using TransactionPointer = std::shared_ptr<Transaction>;
 
@@ -98,23 +93,27 @@ class Connection : public std::enable_shared_from_this<Connection> {
         size_t oneWayCalls = 0;
         size_t bytes = 0;
         size_t descriptors = 0;
+
+        void add(const Transaction& transaction);
+        void remove(const Transaction& transaction);
+        bool isTooLong() const;
     };
 
     Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>& root,
                std::function<void(const Connection*)> onEnd);
 
     void readMessages();
-    bool dispatch(Frame frame);
+    // Each returns false after dropping a peer that has sent what makes no sense.
+    bool dispatch(Frame* frame);
     bool dispatchTransaction(Frame* frame);
     bool dispatchReply(Frame* frame);
     bool dispatchRelease(const FrameHeader& header);
-    std::optional<Parcel> unpack(Frame* frame);
+    bool unpack(Frame* frame, Parcel* parcel);
     sp<BpHwBinder> importLocked(uint64_t objectId);
-    bool addToBacklogLocked(const Transaction& transaction);
 
     void serve(const Transaction& transaction);
     void serveOneWayCalls();
-    void answer(const Transaction& transaction, status_t status, const Parcel& reply);
+    void answer(uint64_t callId, status_t status, const Parcel& reply);
 
     status_t send(FrameHeader header, const Parcel& parcel);
     status_t exportObjects(const Parcel& parcel, std::vector<ObjectReference>* references);
@@ -123,6 +122,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
     /** Ends the connection; logs why, if a reason is given, for the first time. False. */
     bool drop(const char* reason);
+    bool dropLocked(const char* reason);
     void end();
 
     const ucred peer_;

@@ -11,29 +11,12 @@ namespace android::hardware::details {
 
 namespace {
 
+constexpr char kEndedTooEarly[] = "a message ended too early";
+
 union DescriptorMessage {
     cmsghdr header;
     char bytes[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
 };
-
-/** Drops the first `count` bytes of the message. */
-void advance(msghdr* message, size_t count) {
-    while (count > 0) {
-        iovec& part = *message->msg_iov;
-        if (count < part.iov_len) {
-            part.iov_base = static_cast<char*>(part.iov_base) + count;
-            part.iov_len -= count;
-            return;
-        }
-        count -= part.iov_len;
-        ++message->msg_iov;
-        --message->msg_iovlen;
-    }
-}
-
-iovec part(const void* bytes, size_t size) {
-    return {const_cast<void*>(bytes), size};
-}
 
 /** Takes the descriptors of a message; false if there are too many. */
 bool takeDescriptors(msghdr* message, std::vector<unique_fd>* descriptors) {
@@ -50,13 +33,13 @@ bool takeDescriptors(msghdr* message, std::vector<unique_fd>* descriptors) {
     return (message->msg_flags & MSG_CTRUNC) == 0 && descriptors->size() <= kMaxDescriptors;
 }
 
-/** Reads exactly `size` bytes. kEnd only before the first one. */
-Received receiveBytes(int socket, void* bytes, size_t size, std::vector<unique_fd>* descriptors,
-                      const char** problem) {
+/** Reads exactly `size` bytes; an end before the first one is no problem of the message's. */
+bool receiveBytes(int socket, void* bytes, size_t size, std::vector<unique_fd>* descriptors,
+                  const char** problem) {
     size_t received = 0;
     while (received < size) {
         DescriptorMessage control;
-        iovec rest = part(static_cast<char*>(bytes) + received, size - received);
+        iovec rest{static_cast<char*>(bytes) + received, size - received};
         msghdr message{};
         message.msg_iov = &rest;
         message.msg_iovlen = 1;
@@ -65,16 +48,16 @@ Received receiveBytes(int socket, void* bytes, size_t size, std::vector<unique_f
         const ssize_t count = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) {
-            *problem = "a message ended too early";
-            return received == 0 ? Received::kEnd : Received::kMalformed;
+            if (received > 0) *problem = kEndedTooEarly;
+            return false;
         }
         if (!takeDescriptors(&message, descriptors)) {
             *problem = "a message has too many descriptors";
-            return Received::kMalformed;
+            return false;
         }
         received += static_cast<size_t>(count);
     }
-    return Received::kFrame;
+    return true;
 }
 
 const char* problemWith(const FrameHeader& header) {
@@ -93,60 +76,61 @@ const char* problemWith(const FrameHeader& header) {
 
 int sendFrame(int socket, const FrameHeader& header, const std::vector<uint8_t>& items,
               const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors) {
-    iovec parts[] = {part(&header, sizeof(header)), part(items.data(), items.size()),
-                     part(objects.data(), objects.size() * sizeof(ObjectReference))};
-    msghdr message{};
-    message.msg_iov = parts;
-    message.msg_iovlen = 3;
+    std::vector<uint8_t> bytes;
+    const auto append = [&bytes](const void* part, size_t size) {
+        const auto* first = static_cast<const uint8_t*>(part);
+        bytes.insert(bytes.end(), first, first + size);
+    };
+    append(&header, sizeof(header));
+    append(items.data(), items.size());
+    append(objects.data(), objects.size() * sizeof(ObjectReference));
 
+    iovec rest{bytes.data(), bytes.size()};
+    msghdr message{};
+    message.msg_iov = &rest;
+    message.msg_iovlen = 1;
     DescriptorMessage control{};
     if (!descriptors.empty()) {
-        const size_t bytes = descriptors.size() * sizeof(int);
+        const size_t size = descriptors.size() * sizeof(int);
         control.header.cmsg_level = SOL_SOCKET;
         control.header.cmsg_type = SCM_RIGHTS;
-        control.header.cmsg_len = CMSG_LEN(bytes);
-        std::memcpy(CMSG_DATA(&control.header), descriptors.data(), bytes);
+        control.header.cmsg_len = CMSG_LEN(size);
+        std::memcpy(CMSG_DATA(&control.header), descriptors.data(), size);
         message.msg_control = &control;
-        message.msg_controllen = CMSG_SPACE(bytes);
+        message.msg_controllen = CMSG_SPACE(size);
     }
 
-    size_t left = sizeof(header) + parts[1].iov_len + parts[2].iov_len;
-    while (left > 0) {
+    while (rest.iov_len > 0) {
         const ssize_t count = sendmsg(socket, &message, MSG_NOSIGNAL);
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            return errno;
-        }
-        left -= static_cast<size_t>(count);
-        advance(&message, static_cast<size_t>(count));
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return errno;
+        rest.iov_base = static_cast<uint8_t*>(rest.iov_base) + count;
+        rest.iov_len -= static_cast<size_t>(count);
         message.msg_control = nullptr;
         message.msg_controllen = 0;
     }
     return 0;
 }
 
-Received receiveFrame(int socket, Frame* frame, const char** problem) {
-    Received received =
-        receiveBytes(socket, &frame->header, sizeof(frame->header), &frame->descriptors, problem);
-    if (received != Received::kFrame) return received;
+bool receiveFrame(int socket, Frame* frame, const char** problem) {
+    const auto receive = [&](void* bytes, size_t size) {
+        return receiveBytes(socket, bytes, size, &frame->descriptors, problem);
+    };
+    *problem = nullptr;
+    if (!receive(&frame->header, sizeof(frame->header))) return false;
     *problem = problemWith(frame->header);
-    if (*problem != nullptr) return Received::kMalformed;
+    if (*problem != nullptr) return false;
 
     frame->items.resize(frame->header.itemBytes);
     frame->objects.resize(frame->header.objectCount);
-    const auto receiveBody = [&](void* bytes, size_t size) {
-        received = receiveBytes(socket, bytes, size, &frame->descriptors, problem);
-        return received == Received::kFrame;
-    };
-    if (!receiveBody(frame->items.data(), frame->items.size()) ||
-        !receiveBody(frame->objects.data(), frame->objects.size() * sizeof(ObjectReference))) {
-        return Received::kMalformed;
+    *problem = kEndedTooEarly;
+    if (!receive(frame->items.data(), frame->items.size()) ||
+        !receive(frame->objects.data(), frame->objects.size() * sizeof(ObjectReference))) {
+        return false;
     }
-    if (frame->descriptors.size() != frame->header.descriptorCount) {
-        *problem = "a message lacks descriptors or has some too many";
-        return Received::kMalformed;
-    }
-    return Received::kFrame;
+    const bool isWhole = frame->descriptors.size() == frame->header.descriptorCount;
+    *problem = isWhole ? nullptr : "a message lacks descriptors or has some too many";
+    return isWhole;
 }
 
 }  // namespace android::hardware::details

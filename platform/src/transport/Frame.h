@@ -60,9 +60,10 @@ struct Frame {
 int sendFrame(int socket, const FrameHeader& header, const std::vector<uint8_t>& items,
               const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors);
 
-enum class Received { kFrame, kEnd, kMalformed };
-
-/** Waits for one message. @param problem what is wrong with a malformed one */
-Received receiveFrame(int socket, Frame* frame, const char** problem);
+/**
+ * Waits for one message.
+ * @param problem what is wrong if none comes; null at the end of the connection
+ */
+bool receiveFrame(int socket, Frame* frame, const char** problem);
 
 }  // namespace android::hardware::details

@@ -24,40 +24,32 @@ void ThreadPool::post(std::function<void()> task) {
     if (idleThreads_ >= tasks_.size()) {
         taskPosted_.notify_one();
     } else {
-        std::thread([this] { runThread(); }).detach();
+        std::thread([this] {
+            pthread_setname_np(pthread_self(), "HIDL:pool");
+            runUntilIdle();
+        }).detach();
     }
 }
 
-void ThreadPool::runNext(std::unique_lock<std::mutex>& lock) {
-    std::function<void()> task = std::move(tasks_.front());
-    tasks_.pop_front();
-    lock.unlock();
-    task();
-    task = nullptr;  // what it holds goes before the thread counts as idle
-    lock.lock();
-}
-
-void ThreadPool::runThread() {
-    pthread_setname_np(pthread_self(), "HIDL:pool");
+void ThreadPool::runUntilIdle() {
     std::unique_lock lock(mutex_);
     while (true) {
-        while (!tasks_.empty()) runNext(lock);
         ++idleThreads_;
-        const bool posted =
+        const bool isPosted =
             taskPosted_.wait_for(lock, kIdleTime, [this] { return !tasks_.empty(); });
         --idleThreads_;
-        if (!posted) return;
+        if (!isPosted) return;
+        std::function<void()> task = std::move(tasks_.front());
+        tasks_.pop_front();
+        lock.unlock();
+        task();
+        task = nullptr;  // what it holds goes before the thread counts as idle
+        lock.lock();
     }
 }
 
 void ThreadPool::join() {
-    std::unique_lock lock(mutex_);
-    while (true) {
-        while (!tasks_.empty()) runNext(lock);
-        ++idleThreads_;
-        taskPosted_.wait(lock, [this] { return !tasks_.empty(); });
-        --idleThreads_;
-    }
+    while (true) runUntilIdle();
 }
 
 }  // namespace android::hardware::details

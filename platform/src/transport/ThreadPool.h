@@ -25,8 +25,7 @@ class ThreadPool {
     [[noreturn]] void join();
 
   private:
-    void runThread();
-    void runNext(std::unique_lock<std::mutex>& lock);
+    void runUntilIdle();
 
     std::mutex mutex_;
     std::condition_variable taskPosted_;

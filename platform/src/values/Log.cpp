@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int kDefaultBuffer = 0;
-
 std::atomic<__android_logger_function> logger{__android_log_stderr_logger};
 
 void writeLine(int buffer, int priority, const char* tag, const char* text) {
@@ -20,25 +18,10 @@ void writeLine(int buffer, int priority, const char* tag, const char* text) {
     logger.load()(&message);
 }
 
-/** As long as a line of the platform's log at the most. */
-struct FormattedText {
-    char text[4096];
-
-    FormattedText(const char* format, va_list arguments) {
-        vsnprintf(text, sizeof(text), format, arguments);
-    }
-};
-
-[[noreturn]] void failAssertion(int buffer, const char* condition, const char* tag,
-                                const char* format, va_list arguments) {
-    if (condition != nullptr) {
-        const std::string line = std::string("Assertion failed: ") + condition;
-        writeLine(buffer, ANDROID_LOG_FATAL, tag, line.c_str());
-    }
-    if (format != nullptr) {
-        writeLine(buffer, ANDROID_LOG_FATAL, tag, FormattedText(format, arguments).text);
-    }
-    abort();
+void writeLine(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
+    char text[4096];  // as long as a line of the platform's log at the most
+    vsnprintf(text, sizeof(text), format, arguments);
+    writeLine(buffer, priority, tag, text);
 }
 
 }  // namespace
@@ -56,40 +39,28 @@ void __android_log_set_logger(__android_logger_function newLogger) {
     logger = newLogger;
 }
 
-int __android_log_buf_write(int buffer, int priority, const char* tag, const char* text) {
-    writeLine(buffer, priority, tag, text);
-    return 1;
-}
-
 int __android_log_write(int priority, const char* tag, const char* text) {
-    return __android_log_buf_write(kDefaultBuffer, priority, tag, text);
+    writeLine(LOG_ID_MAIN, priority, tag, text);
+    return 1;
 }
 
 int __android_log_buf_print(int buffer, int priority, const char* tag, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const FormattedText formatted(format, arguments);
+    writeLine(buffer, priority, tag, format, arguments);
     va_end(arguments);
-    return __android_log_buf_write(buffer, priority, tag, formatted.text);
-}
-
-int __android_log_print(int priority, const char* tag, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    const FormattedText formatted(format, arguments);
-    va_end(arguments);
-    return __android_log_write(priority, tag, formatted.text);
+    return 1;
 }
 
 void __android_log_buf_assert(int buffer, const char* condition, const char* tag,
                               const char* format, ...) {
+    if (condition != nullptr) {
+        const std::string line = std::string("Assertion failed: ") + condition;
+        writeLine(buffer, ANDROID_LOG_FATAL, tag, line.c_str());
+    }
     va_list arguments;
     va_start(arguments, format);
-    failAssertion(buffer, condition, tag, format, arguments);
-}
-
-void __android_log_assert(const char* condition, const char* tag, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    failAssertion(kDefaultBuffer, condition, tag, format, arguments);
+    if (format != nullptr) writeLine(buffer, ANDROID_LOG_FATAL, tag, format, arguments);
+    va_end(arguments);
+    abort();
 }

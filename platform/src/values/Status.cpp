@@ -9,55 +9,26 @@
 namespace android {
 
 std::string statusToString(status_t status) {
-    switch (status) {
-        case OK:
-            return "OK";
-        case UNKNOWN_ERROR:
-            return "UNKNOWN_ERROR";
-        case BAD_TYPE:
-            return "BAD_TYPE";
-        case BAD_VALUE:
-            return "BAD_VALUE";
-        case DEAD_OBJECT:
-            return "DEAD_OBJECT";
-        case FAILED_TRANSACTION:
-            return "FAILED_TRANSACTION";
-        case NOT_ENOUGH_DATA:
-            return "NOT_ENOUGH_DATA";
-        case UNKNOWN_TRANSACTION:
-            return "UNKNOWN_TRANSACTION";
-        case UNEXPECTED_NULL:
-            return "UNEXPECTED_NULL";
-        default:
-            return std::to_string(status) + " (" + strerror(-status) + ")";
+    constexpr struct {
+        status_t status;
+        const char* name;
+    } kNames[] = {
+        {OK, "OK"},
+        {UNKNOWN_ERROR, "UNKNOWN_ERROR"},
+        {BAD_TYPE, "BAD_TYPE"},
+        {BAD_VALUE, "BAD_VALUE"},
+        {DEAD_OBJECT, "DEAD_OBJECT"},
+        {FAILED_TRANSACTION, "FAILED_TRANSACTION"},
+        {UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
+        {UNEXPECTED_NULL, "UNEXPECTED_NULL"},
+    };
+    for (const auto& known : kNames) {
+        if (known.status == status) return known.name;
     }
+    return std::to_string(status) + " (" + strerror(-status) + ")";
 }
 
 namespace hardware {
-
-Status Status::fromExceptionCode(int32_t exception, const char* message) {
-    Status status;
-    status.setException(exception, message);
-    return status;
-}
-
-Status Status::fromStatusT(status_t error) {
-    Status status;
-    status.setFromStatusT(error);
-    return status;
-}
-
-void Status::setException(int32_t exception, const char* message) {
-    exception_ = exception;
-    error_ = exception == EX_TRANSACTION_FAILED ? FAILED_TRANSACTION : OK;
-    message_ = message;
-}
-
-void Status::setFromStatusT(status_t error) {
-    exception_ = error == OK ? EX_NONE : EX_TRANSACTION_FAILED;
-    error_ = error;
-    message_.clear();
-}
 
 std::string Status::description() const {
     if (exception_ == EX_NONE) return "Status(EX_NONE)";

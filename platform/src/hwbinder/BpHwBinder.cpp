@@ -1,7 +1,5 @@
-// Local objects and proxies.
-#include <hwbinder/Binder.h>
+// Proxies.
 #include <hwbinder/BpHwBinder.h>
-#include <hwbinder/IInterface.h>
 #include <hwbinder/Parcel.h>
 
 #include <algorithm>
@@ -9,25 +7,6 @@
 #include "transport/Connection.h"
 
 namespace android::hardware {
-
-IInterface::~IInterface() = default;
-
-sp<IBinder> IInterface::asBinder(const IInterface* interface) {
-    return interface == nullptr ? nullptr : interface->remote();
-}
-
-status_t BHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
-                             TransactCallback callback) {
-    return onTransact(code, data, reply, flags, std::move(callback));
-}
-
-status_t BHwBinder::linkToDeath(const sp<DeathRecipient>& /* recipient */) {
-    return INVALID_OPERATION;
-}
-
-status_t BHwBinder::unlinkToDeath(const wp<DeathRecipient>& /* recipient */) {
-    return INVALID_OPERATION;
-}
 
 BpHwBinder::BpHwBinder(std::shared_ptr<details::Connection> connection, uint64_t objectId)
     : connection_(std::move(connection)), objectId_(objectId) {}
@@ -57,10 +36,6 @@ status_t BpHwBinder::unlinkToDeath(const wp<DeathRecipient>& recipient) {
     if (found == recipients_.end()) return obituarySent_ ? DEAD_OBJECT : NAME_NOT_FOUND;
     recipients_.erase(found);
     return OK;
-}
-
-bool BpHwBinder::isBinderAlive() const {
-    return connection_->isAlive();
 }
 
 void BpHwBinder::sendObituary() {
