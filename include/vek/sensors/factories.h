@@ -6,10 +6,24 @@
 #pragma once
 
 #include <vek/sensors/export.h>
+#include <vek/sensors/external_timing.h>
+#include <vek/sensors/face_eye_tracking_led.h>
+#include <vek/sensors/flicker.h>
 #include <vek/sensors/motion.h>
 #include <vek/sensors/stream.h>
+#include <vek/sensors/tamb_stream.h>
 
 #include <memory>
+
+// One factory can take a service that its caller holds. Only a program that calls it needs the
+// HAL's own header, <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>.
+namespace android {
+template <typename T>
+class sp;
+}  // namespace android
+namespace vendor::zelvan::hardware::sensors::V1_0 {
+struct IFlickerSensor;
+}  // namespace vendor::zelvan::hardware::sensors::V1_0
 
 namespace Vek::Sensors {
 
@@ -19,6 +33,14 @@ VEK_SENSORS_EXPORT std::unique_ptr<IMotionSensorProvider> createMotionSensorProv
 VEK_SENSORS_EXPORT std::unique_ptr<IImuSensor> createImuSensor();
 VEK_SENSORS_EXPORT std::unique_ptr<IMagSensor> createMagSensor();
 VEK_SENSORS_EXPORT std::unique_ptr<IIadSensor> createIadSensor();
+VEK_SENSORS_EXPORT std::unique_ptr<IFaceEyeTrackingLed> createFaceEyeTrackingLed();
+VEK_SENSORS_EXPORT std::unique_ptr<IExternalTimingProvider> createExternalTimingProvider();
+VEK_SENSORS_EXPORT std::unique_ptr<ITambStream> createTambStream();
+
+/// @param service used as it is, without a look-up. If it is null, the running service is looked
+/// up; that there is none is logged.
+VEK_SENSORS_EXPORT std::unique_ptr<IFlickerSensorProvider> createFlickerSensor(
+    android::sp<vendor::zelvan::hardware::sensors::V1_0::IFlickerSensor> service);
 
 /// Needs no service; never returns an empty pointer.
 VEK_SENSORS_EXPORT std::unique_ptr<IStreamCompositor> createStreamCompositor();

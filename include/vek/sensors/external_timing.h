@@ -1,0 +1,56 @@
+// Time stamps of the pulses of a clock outside of the headset.
+#pragma once
+
+#include <vek/sensors/stream.h>
+
+#include <cstdint>
+
+namespace Vek::Sensors {
+
+/// Bits of ExternalTimestampData::status.
+enum ExternalTimestampStatus : uint32_t {
+    /// The estimate of the clock's rate has settled.
+    EXTERNAL_TIMESTAMP_LOCKED = 1U << 0,
+    /// Records before this one were dropped because the client's queue was full.
+    EXTERNAL_TIMESTAMP_DISCONTINUITY = 1U << 1,
+};
+
+/// One pulse of an external clock (48 bytes).
+struct ExternalTimestampData {
+    /// When the pulse came: CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    /// When the service had the record in hand: CLOCK_MONOTONIC, in ns.
+    int64_t arrivalTimestamp;
+    /// When the pulse came by the external clock itself, in ns.
+    int64_t externalTimestamp;
+    /// Seconds that pass on the external clock in one of CLOCK_MONOTONIC.
+    double clockRate;
+    /// Of timestamp, one standard deviation, in ns.
+    uint32_t uncertainty;
+    /// Counts the pulses of the source, dropped ones too; wraps.
+    uint32_t sequence;
+    /// Counts the external clocks from 0.
+    uint32_t source;
+    /// ExternalTimestampStatus bits.
+    uint32_t status;
+};
+
+/// The pulses of the external clocks.
+///
+/// A control call that the service refuses ends the process. Destroying the object does not stop
+/// the stream. Threading: no locks; use from one thread. The records arrive on the thread that
+/// waits on the stream's composite.
+class IExternalTimingProvider {
+  public:
+    /// The stream of pulses; owned by this object. Stands before the destructor, as in the virtual
+    /// table that programs are built against.
+    virtual IDataStream<ExternalTimestampData>& streamExternalTimestampData() = 0;
+
+    virtual ~IExternalTimingProvider() = default;
+
+    /// Starts the pulses. Add the stream to a composite first.
+    virtual void startExternalTimestampDataStream() = 0;
+    virtual void stopExternalTimestampDataStream() = 0;
+};
+
+}  // namespace Vek::Sensors

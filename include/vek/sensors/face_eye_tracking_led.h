@@ -1,0 +1,62 @@
+// The infrared illuminators of the face and eye tracking cameras.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace Vek::Sensors {
+
+/// The illuminators that one camera or pair of cameras needs.
+enum class FaceEyeTrackingLedGroup : uint32_t {
+    LEFT_EYE = 0,
+    RIGHT_EYE = 1,
+    FACE = 2,
+};
+
+/// How one LED shines (16 bytes). The ranges are the device's; the service checks them.
+struct FaceEyeTrackingLedConfiguration {
+    FaceEyeTrackingLedGroup group;
+    /// Counts the LEDs of the group from 0.
+    uint32_t channel;
+    /// While it shines, in uA.
+    uint32_t current;
+    /// How long it shines in each exposure of the camera, in us.
+    uint32_t pulseWidth;
+};
+
+/// Sets and switches the LEDs, which the service controls by itself unless a client overrides it.
+///
+/// The object keeps no state of the LEDs and destroying it changes none: an override stays until
+/// it is stopped. A call that cannot be delivered ends the process. Threading: no locks; each
+/// operation is one call of the service and may come from any thread.
+class IFaceEyeTrackingLed {
+  public:
+    /// Sets several LEDs in one call.
+    /// @return true also, with a warning in the log, if the service has put the configurations
+    /// aside (because it controls the LEDs itself); false, with an error in the log, if it refused
+    /// them.
+    virtual bool setConfigs(std::vector<FaceEyeTrackingLedConfiguration> configurations) = 0;
+
+    /// Switches the LEDs on.
+    /// @return true also, with a warning in the log, if they are on already.
+    virtual bool enable() = 0;
+
+    /// Switches the LEDs off.
+    /// @return true also, with a warning in the log, if they are off already.
+    virtual bool disable() = 0;
+
+    /// @return how many LEDs the group has; 0 for one that the device lacks.
+    virtual uint8_t getNumChannels(FaceEyeTrackingLedGroup group) = 0;
+
+    /// Takes the LEDs from the service's own control.
+    /// @return true only if this call took them: false if they were taken already.
+    virtual bool startOverridingLedSettings() = 0;
+
+    /// Gives the LEDs back to the service's own control.
+    virtual bool stopOverridingLedSettings() = 0;
+
+    // Last, as in the virtual table that programs are built against.
+    virtual ~IFaceEyeTrackingLed() = default;
+};
+
+}  // namespace Vek::Sensors

@@ -1,0 +1,145 @@
+// The light sensor beside the cameras: flicker of the room's lighting, and its level and colour.
+#pragma once
+
+#include <vek/sensors/stream.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace Vek::Sensors {
+
+/// Static description of the flicker sensor.
+struct FlickerSensorProperties {
+    std::string name;
+    std::string vendor;
+    std::string serialNumber;
+};
+
+/// Bits of the status field of FlickerData, AdcFlickerData and AmbientLightData.
+enum LightSampleStatus : uint32_t {
+    /// The light was beyond the sensor's range during the measurement.
+    LIGHT_SAMPLE_SATURATED = 1U << 0,
+    /// Records before this one were dropped because the client's queue was full.
+    LIGHT_SAMPLE_DISCONTINUITY = 1U << 1,
+};
+
+/// One line in the spectrum of the light's level (8 bytes).
+struct FlickerPeak {
+    /// In Hz.
+    float frequency;
+    /// Relative to the mean level.
+    float amplitude;
+};
+
+/// One analysis of the flicker of the light (88 bytes).
+struct FlickerData {
+    /// End of the analysed window: CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    /// When the service had the record in hand: CLOCK_MONOTONIC, in ns.
+    int64_t arrivalTimestamp;
+    /// Counts the records of the stream, dropped ones too; wraps.
+    uint32_t sequence;
+    /// LightSampleStatus bits.
+    uint32_t status;
+    /// Of the strongest flicker, in Hz; 0 if the light is steady.
+    float frequency;
+    /// How sure the frequency is, from 0 to 1.
+    float confidence;
+    /// (maximum - minimum) / (maximum + minimum) of the level, from 0 to 1.
+    float modulationDepth;
+    /// Part of a period's light that lies above the mean level, from 0 to 1.
+    float flickerIndex;
+    /// Mean level, in counts of the converter.
+    float meanLevel;
+    /// Gain of the amplifier before the converter.
+    float gain;
+    /// Of the analysed samples, in Hz.
+    float sampleRate;
+    /// How many of the peaks are in use. As the service sent it: check it before use.
+    uint32_t peakCount;
+    /// By falling amplitude.
+    std::array<FlickerPeak, 4> peaks;
+};
+
+/// A block of the samples that the flicker is computed from (8224 bytes).
+struct AdcFlickerData {
+    /// When the first sample was taken: CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    /// When the service had the block in hand: CLOCK_MONOTONIC, in ns.
+    int64_t arrivalTimestamp;
+    /// Counts the blocks of the stream, dropped ones too; wraps.
+    uint32_t sequence;
+    /// LightSampleStatus bits.
+    uint32_t status;
+    /// In Hz.
+    float sampleRate;
+    /// How many of the samples are in use. As the service sent it: check it before use.
+    uint32_t sampleCount;
+    /// The light's level, in counts of the converter.
+    std::array<uint16_t, 4096> samples;
+};
+
+/// One measurement of the light's level and colour (104 bytes).
+struct AmbientLightData {
+    /// Middle of the exposure: CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    /// When the service had the record in hand: CLOCK_MONOTONIC, in ns.
+    int64_t arrivalTimestamp;
+    /// Counts the records of the stream, dropped ones too; wraps.
+    uint32_t sequence;
+    /// LightSampleStatus bits.
+    uint32_t status;
+    /// In lx.
+    float illuminance;
+    /// Correlated colour temperature, in K; 0 if the light is too dark to tell.
+    float colorTemperature;
+    /// CIE 1931 chromaticity x and y.
+    std::array<float, 2> chromaticity;
+    /// Near-infrared irradiance, in W/m^2.
+    float infrared;
+    /// Length of the exposure, in s.
+    float integrationTime;
+    /// Gain of the amplifier before the converter.
+    float gain;
+    /// The largest illuminance that these settings can read, in lx.
+    float illuminanceRange;
+    /// How many of the channels are in use. As the service sent it: check it before use.
+    uint32_t channelCount;
+    /// Bit i: channel i was saturated.
+    uint32_t saturatedChannels;
+    /// Counts of the converter behind each colour filter, from short wavelengths to long ones.
+    std::array<uint32_t, 10> channels;
+};
+
+/// Three independent streams of one light sensor.
+///
+/// A control call that the service refuses ends the process. Starting a stream twice, or before it
+/// was added to a composite, is for the service to judge. Destroying the object stops no stream.
+///
+/// Threading: no locks; each stream may be used from a thread of its own. The records arrive on
+/// the thread that waits on the stream's composite.
+class IFlickerSensorProvider {
+  public:
+    virtual ~IFlickerSensorProvider() = default;
+
+    /// Starts the flicker records. Add the stream to a composite first.
+    virtual void flickerStart() = 0;
+    virtual void flickerStop() = 0;
+    /// The stream of flicker records; owned by this object.
+    virtual IDataStream<FlickerData>& flickerStream() = 0;
+
+    virtual void adcFlickerStart() = 0;
+    virtual void adcFlickerStop() = 0;
+    /// Records of 8 KiB: the default queue takes 257 KiB of shared memory.
+    virtual IDataStream<AdcFlickerData>& adcFlickerStream() = 0;
+
+    virtual void ambientLightStart() = 0;
+    virtual void ambientLightStop() = 0;
+    virtual IDataStream<AmbientLightData>& ambientLightStream() = 0;
+
+    /// Asks the service. The strings are empty if it has nothing to tell.
+    virtual FlickerSensorProperties properties() = 0;
+};
+
+}  // namespace Vek::Sensors

@@ -1,0 +1,99 @@
+// KivraRpc: small messages to and from controllers, and the clocks they are stamped with.
+#pragma once
+
+#include <vek/sensors/controller_addr.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace Vek::Sensors {
+
+/// A clock of the system.
+enum class TimeDomain : uint32_t {
+    /// CLOCK_MONOTONIC of the headset.
+    MONOTONIC = 0,
+    /// CLOCK_BOOTTIME of the headset.
+    BOOTTIME = 1,
+    /// The clock that the radio shares with the controllers.
+    CONTROLLER = 2,
+    /// The clock behind IExternalTimingProvider.
+    EXTERNAL = 3,
+};
+
+/// What kind of message a controller sends.
+enum class KivraRpcMessageKind : uint8_t {
+    RESPONSE = 0,
+    /// The controller could not do what it was asked to; the payload may say why.
+    ERROR = 1,
+    /// Sent by the controller of its own accord.
+    NOTIFICATION = 2,
+};
+
+/// What a message is about (16 bytes).
+struct KivraRpcHeader {
+    /// As in ITambStream::sendKivraRpcMsg.
+    uint32_t procedure;
+    /// Counts the messages of the controller; wraps.
+    uint32_t sequence;
+    /// When the controller sent it: TimeDomain::CONTROLLER, in ns.
+    int64_t sentTimestamp;
+};
+
+/// A message from a controller.
+struct KivraRpcMessage {
+    ControllerAddr address;
+    KivraRpcHeader header;
+    /// When the service had the message in hand: CLOCK_MONOTONIC, in ns.
+    int64_t arrivalTimestamp;
+    /// As the service sent it; it may have no name here.
+    KivraRpcMessageKind kind;
+    std::vector<uint8_t> payload;
+};
+
+/// A client's function that takes its messages; the message lasts until it returns.
+using KivraRpcMsgCallback = std::function<void(const KivraRpcMessage&)>;
+
+/// The longest payload that can be sent, in bytes.
+inline constexpr size_t kKivraRpcMaxPayloadSize = 8192;
+
+/// Carries the messages of one client, which is "CMS" or "tracking".
+///
+/// Messages arrive on HIDL threads of the process, in the order in which the service had them; the
+/// function must be safe against the client's own threads and must not register or unregister. It
+/// may still be called while unregisterKivraRpcClient is running.
+///
+/// A call that cannot be delivered ends the process. Destroying the stream does not unregister the
+/// client at the service: unregister first.
+///
+/// Threading: may be used from any thread. Sends run side by side, but never during a registration
+/// or its end.
+class ITambStream {
+  public:
+    virtual ~ITambStream() = default;
+
+    /// Registers the client and its function. Ends the process if one is registered already, if the
+    /// id is not one of the two, or if the service refuses.
+    virtual void registerKivraRpcClient(std::string clientId, KivraRpcMsgCallback callback) = 0;
+
+    /// Drops the registration, whoever's it is. A refusal by the service is logged. An unknown id
+    /// is logged, too, and then taken for "CMS".
+    virtual void unregisterKivraRpcClient(std::string clientId) = 0;
+
+    /// Sends a request to a controller; what it answers comes to the registered function.
+    /// @param procedure what the controller is asked to do.
+    /// @param payload kKivraRpcMaxPayloadSize bytes at most: a longer one ends the process. Only
+    /// read.
+    /// @return false if the service refused, or (logged) if no client is registered.
+    virtual bool sendKivraRpcMsg(const ControllerAddr& address, uint32_t procedure,
+                                 std::vector<uint8_t>& payload) = 0;
+
+    /// Asks the service what another clock showed, or will show, at a moment; needs no registered
+    /// client.
+    /// @param time of the moment on the clock `from`, in ns.
+    virtual int64_t getTimeTranslation(int64_t time, TimeDomain from, TimeDomain to) = 0;
+};
+
+}  // namespace Vek::Sensors
