@@ -15,6 +15,11 @@ inline constexpr int kLogBuffer = 16;
                                               ANDROID_LOG_INFO,                        \
                                               ::Vek::Sensors::HidlWrapper::kLogTag, __VA_ARGS__))
 
+#define MORIAK_LOG_WARN(...)                                                           \
+    static_cast<void>(__android_log_buf_print(::Vek::Sensors::HidlWrapper::kLogBuffer, \
+                                              ANDROID_LOG_WARN,                        \
+                                              ::Vek::Sensors::HidlWrapper::kLogTag, __VA_ARGS__))
+
 #define MORIAK_LOG_ERROR(...)                                                          \
     static_cast<void>(__android_log_buf_print(::Vek::Sensors::HidlWrapper::kLogBuffer, \
                                               ANDROID_LOG_ERROR,                       \

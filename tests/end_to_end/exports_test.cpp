@@ -22,13 +22,17 @@ TEST(Exports, OnlyTheEntryPointsAreVisible) {
     EXPECT_THAT(
         names,
         ::testing::UnorderedElementsAre(
+            "Vek::Sensors::createExternalTimingProvider()\n",
+            "Vek::Sensors::createFaceEyeTrackingLed()\n",
+            "Vek::Sensors::createFlickerSensor(android::sp<vendor::zelvan::hardware::sensors::"
+            "V1_0::IFlickerSensor>)\n",
             "Vek::Sensors::createIadSensor()\n", "Vek::Sensors::createImuSensor()\n",
             "Vek::Sensors::createLegacyCameraProvider()\n",
             "Vek::Sensors::createLegacyIadSensor()\n", "Vek::Sensors::createLegacyImuSensor()\n",
             "Vek::Sensors::createLegacyMagSensor()\n",
             "Vek::Sensors::createLegacyMotionSensorProvider()\n",
             "Vek::Sensors::createMagSensor()\n", "Vek::Sensors::createMotionSensorProvider()\n",
-            "Vek::Sensors::createStreamCompositor()\n",
+            "Vek::Sensors::createStreamCompositor()\n", "Vek::Sensors::createTambStream()\n",
             "Vek::Sensors::suppressTransportCrashDumps(bool)\n"));
 }
 

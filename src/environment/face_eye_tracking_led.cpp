@@ -1,0 +1,95 @@
+// The LEDs' calls. Unlike the sensors', a refusal is an answer here and not the process's end.
+#include "environment/face_eye_tracking_led.h"
+
+#include <algorithm>
+
+#include "environment/record_layout.h"
+#include "foundation/hal_call.h"
+
+namespace Vek::Sensors::HidlWrapper {
+
+namespace {
+
+using HidlResult = android::hardware::Return<Hidl::Result>;
+
+Hidl::FaceEyeTrackingLedConfiguration intoHidl(
+    const FaceEyeTrackingLedConfiguration& configuration) {
+    return {static_cast<Hidl::FaceEyeTrackingLedGroup>(configuration.group), configuration.channel,
+            configuration.current, configuration.pulseWidth};
+}
+
+}  // namespace
+
+FaceEyeTrackingLed::FaceEyeTrackingLed()
+    : hal_(Hidl::IFaceEyeTrackingLed::getService(std::string{"default"}, false)),
+      deathRecipient_(std::make_unique<HalDeathRecipient>(hal_.get())),
+      sensorClient_(new SensorClient("clientId")) {}
+
+bool FaceEyeTrackingLed::setConfigs(std::vector<FaceEyeTrackingLedConfiguration> configurations) {
+    android::hardware::hidl_vec<Hidl::FaceEyeTrackingLedConfiguration> hidlConfigurations;
+    hidlConfigurations.resize(configurations.size());
+    std::transform(configurations.begin(), configurations.end(), hidlConfigurations.begin(),
+                   intoHidl);
+    const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
+    const HidlResult hidlReturn = hal->setConfigurations(sensorClient_, hidlConfigurations);
+    checkTransport(hidlReturn, __PRETTY_FUNCTION__);
+    const Hidl::Result result = unwrap(hidlReturn);
+    if (result == Hidl::Result::IGNORED) {
+        MORIAK_LOG_WARN("Failed to set LED configurations");
+        return true;
+    }
+    if (result != Hidl::Result::SUCCESS) {
+        // The text ends in a letter l: tools look for it.
+        MORIAK_LOG_ERROR("Failed to update face eye tracking LED configurations with error %ul",
+                         static_cast<unsigned>(result));
+        return false;
+    }
+    return true;
+}
+
+bool FaceEyeTrackingLed::enable() {
+    const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
+    const HidlResult hidlReturn = hal->enable(sensorClient_);
+    checkTransport(hidlReturn, __PRETTY_FUNCTION__);
+    if (hidlReturn == Hidl::Result::IGNORED) {
+        MORIAK_LOG_WARN("Failed to enable LEDs");
+        return true;
+    }
+    return hidlReturn == Hidl::Result::SUCCESS;
+}
+
+bool FaceEyeTrackingLed::disable() {
+    const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
+    const HidlResult hidlReturn = hal->disable(sensorClient_);
+    checkTransport(hidlReturn, __PRETTY_FUNCTION__);
+    if (hidlReturn == Hidl::Result::IGNORED) {
+        MORIAK_LOG_WARN("Failed to disable LEDs");
+        return true;
+    }
+    return hidlReturn == Hidl::Result::SUCCESS;
+}
+
+uint8_t FaceEyeTrackingLed::getNumChannels(FaceEyeTrackingLedGroup group) {
+    const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
+    const android::hardware::Return<uint8_t> hidlReturn =
+        hal->getChannelCount(static_cast<Hidl::FaceEyeTrackingLedGroup>(group));
+    checkTransport(hidlReturn, __PRETTY_FUNCTION__);
+    return unwrap(hidlReturn);
+}
+
+// An override that the service ignores is none: unlike above, IGNORED is a refusal.
+bool FaceEyeTrackingLed::startOverridingLedSettings() {
+    const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
+    const HidlResult hidlReturn = hal->startOverridingLedSettings(sensorClient_);
+    checkTransport(hidlReturn, __PRETTY_FUNCTION__);
+    return hidlReturn == Hidl::Result::SUCCESS;
+}
+
+bool FaceEyeTrackingLed::stopOverridingLedSettings() {
+    const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
+    const HidlResult hidlReturn = hal->stopOverridingLedSettings(sensorClient_);
+    checkTransport(hidlReturn, __PRETTY_FUNCTION__);
+    return hidlReturn == Hidl::Result::SUCCESS;
+}
+
+}  // namespace Vek::Sensors::HidlWrapper

@@ -1,0 +1,148 @@
+// Registration, sending and receiving of KivraRpc messages.
+#include "environment/tamb_stream.h"
+
+#include <array>
+#include <mutex>
+#include <optional>
+#include <string_view>
+
+#include "environment/record_layout.h"
+#include "foundation/hal_call.h"
+
+namespace Vek::Sensors::HidlWrapper {
+namespace {
+
+struct DeclaredClient {
+    std::string_view clientId;
+    Hidl::KivraRpcClientId id;
+};
+
+constexpr std::array kDeclaredClients{
+    DeclaredClient{"CMS", Hidl::KivraRpcClientId::CMS},
+    DeclaredClient{"tracking", Hidl::KivraRpcClientId::TRACKING},
+};
+
+std::optional<Hidl::KivraRpcClientId> declaredId(std::string_view clientId) {
+    for (const DeclaredClient& client : kDeclaredClients) {
+        if (client.clientId == clientId) {
+            return client.id;
+        }
+    }
+    return std::nullopt;
+}
+
+KivraRpcMessage fromHidl(const Hidl::KivraRpcMessage& message) {
+    const KivraRpcHeader header{message.header.procedure, message.header.sequence,
+                                message.header.sentTimestamp};
+    return {message.address, header, message.arrivalTimestamp,
+            static_cast<KivraRpcMessageKind>(message.kind), message.payload};
+}
+
+/// Immutable; the service calls it on HIDL threads and may hold it longer than the stream does.
+class TambrilCallback : public Hidl::ITambrilCallback {
+  public:
+    explicit TambrilCallback(KivraRpcMsgCallback callback) : callback_(std::move(callback)) {}
+
+    android::hardware::Return<void> getSensorClientInfo(getSensorClientInfo_cb callback) override {
+        Hidl::SensorClientInfo info;
+        info.name = name_;
+        callback(Hidl::Result::SUCCESS, info);
+        return android::hardware::Void();
+    }
+
+    android::hardware::Return<void> onKivraRpcMessage(
+        const Hidl::KivraRpcMessage& message) override {
+        if (callback_) {
+            callback_(fromHidl(message));
+        }
+        return android::hardware::Void();
+    }
+
+  private:
+    const KivraRpcMsgCallback callback_;
+    const std::string name_ = "clientId";
+};
+
+/// The registered callback, for as long as the lock on it is held.
+template <typename Lock, typename Callback>
+class LockedCallback {
+  public:
+    LockedCallback(std::shared_mutex& mutex, Callback& callback)
+        : lock_(mutex), callback_(callback) {}
+
+    Callback& value() const { return callback_; }
+
+  private:
+    const Lock lock_;
+    Callback& callback_;
+};
+
+using ExclusiveCallback =
+    LockedCallback<std::unique_lock<std::shared_mutex>, android::sp<Hidl::ITambrilCallback>>;
+using SharedCallback =
+    LockedCallback<std::shared_lock<std::shared_mutex>, const android::sp<Hidl::ITambrilCallback>>;
+using HidlResult = android::hardware::Return<Hidl::Result>;
+using Hidl::Result;
+
+}  // namespace
+
+TambStream::TambStream(gsl::not_null<android::sp<Hidl::ITambril>> hal)
+    : hal_(std::move(hal)), deathRecipient_(std::make_unique<HalDeathRecipient>(hal_.get())) {}
+
+void TambStream::registerKivraRpcClient(std::string clientId, KivraRpcMsgCallback function) {
+    const ExclusiveCallback callback{mutex_, callback_};
+    MORIAK_FATAL_IF(callback.value(), "Changing KivraRpc callback for %s is forbidden",
+                    clientId.c_str());
+    const std::optional<Hidl::KivraRpcClientId> id = declaredId(clientId);
+    MORIAK_FATAL_IF(!id, "KivraRpc clientId %s not declared in TambStream", clientId.c_str());
+    callback.value() = new TambrilCallback(std::move(function));
+    const android::sp<Hidl::ITambril> hal = hal_.get();
+    const HidlResult res = hal->registerClient(*id, callback.value());
+    checkTransport(res, __PRETTY_FUNCTION__);
+    MORIAK_FATAL_IF(res != Result::SUCCESS, "Failed to register KivraRpc client %s",
+                    clientId.c_str());
+}
+
+void TambStream::unregisterKivraRpcClient(std::string clientId) {
+    const ExclusiveCallback callback{mutex_, callback_};
+    callback.value().clear();
+    const std::optional<Hidl::KivraRpcClientId> id = declaredId(clientId);
+    if (!id) {
+        // In spite of what it says, the call goes out, for the first of the declared clients:
+        // services rely on it.
+        MORIAK_LOG_WARN("KivraRpc clientId %s not declared in TambStream, ignoring unregister",
+                        clientId.c_str());
+    }
+    const android::sp<Hidl::ITambril> hal = hal_.get();
+    const HidlResult res = hal->unregisterClient(id.value_or(kDeclaredClients.front().id));
+    checkTransport(res, __PRETTY_FUNCTION__);
+    if (res != Result::SUCCESS) {
+        MORIAK_LOG_WARN("Failed to unregister KivraRpc client %s", clientId.c_str());
+    }
+}
+
+bool TambStream::sendKivraRpcMsg(const ControllerAddr& address, uint32_t procedure,
+                                 std::vector<uint8_t>& payload) {
+    MORIAK_FATAL_IF(payload.size() > kKivraRpcMaxPayloadSize,
+                    "Attempting to send payload with size %zu but KivraRpc max payload size is %zu",
+                    payload.size(), kKivraRpcMaxPayloadSize);
+    const SharedCallback callback{mutex_, callback_};
+    if (!callback.value()) {
+        MORIAK_LOG_WARN("Tried to send kivraRpc msg before registering a callback.");
+        return false;
+    }
+    const android::sp<Hidl::ITambril> hal = hal_.get();
+    const HidlResult res = hal->sendMessage(callback.value(), address, procedure, payload);
+    checkTransport(res, __PRETTY_FUNCTION__);
+    return res == Result::SUCCESS;
+}
+
+int64_t TambStream::getTimeTranslation(int64_t time, TimeDomain from, TimeDomain to) {
+    const android::sp<Hidl::ITambril> hal = hal_.get();
+    const android::hardware::Return<int64_t> translated = hal->translateTime(
+        time, static_cast<Hidl::TimeDomain>(from), static_cast<Hidl::TimeDomain>(to));
+    checkTransport(translated, __PRETTY_FUNCTION__);
+    return unwrap(translated);
+}
+
+}  // namespace Vek::Sensors::HidlWrapper

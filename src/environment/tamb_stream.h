@@ -1,0 +1,36 @@
+// KivraRpc messages over the HAL's Tambril interface.
+#pragma once
+
+#include <vek/gsl.h>
+#include <vek/sensors/tamb_stream.h>
+#include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
+
+#include <memory>
+#include <shared_mutex>
+
+#include "foundation/hal.h"
+#include "foundation/hal_death_recipient.h"
+
+namespace Vek::Sensors::HidlWrapper {
+
+/// The lock is held for the whole of a call, the HAL's part included: exclusively to register and
+/// unregister, shared to send. Incoming messages do not take it.
+class TambStream : public ITambStream {
+  public:
+    explicit TambStream(gsl::not_null<android::sp<Hidl::ITambril>> hal);
+
+    void registerKivraRpcClient(std::string clientId, KivraRpcMsgCallback callback) override;
+    void unregisterKivraRpcClient(std::string clientId) override;
+    bool sendKivraRpcMsg(const ControllerAddr& address, uint32_t procedure,
+                         std::vector<uint8_t>& payload) override;
+    int64_t getTimeTranslation(int64_t time, TimeDomain from, TimeDomain to) override;
+
+  private:
+    /// Null while no client is registered.
+    android::sp<Hidl::ITambrilCallback> callback_;
+    std::shared_mutex mutex_;
+    gsl::not_null<android::sp<Hidl::ITambril>> hal_;
+    std::unique_ptr<HalDeathRecipient> deathRecipient_;
+};
+
+}  // namespace Vek::Sensors::HidlWrapper
