@@ -23,6 +23,10 @@ inline LogLine errorLine(std::string message) {
     return {ANDROID_LOG_ERROR, "Moriak-HidlWrapper", std::move(message)};
 }
 
+inline LogLine warningLine(std::string message) {
+    return {ANDROID_LOG_WARN, "Moriak-HidlWrapper", std::move(message)};
+}
+
 /// One at a time.
 class CapturedLog {
   public:
