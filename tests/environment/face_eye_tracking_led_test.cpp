@@ -6,9 +6,6 @@
 #include <stdlib.h>
 #include <vek/sensors/factories.h>
 
-#include <set>
-
-#include "environment/fatal_calls.h"
 #include "support/captured_log.h"
 #include "support/fake_environment_hal.h"
 
@@ -21,31 +18,30 @@ using TestSupport::errorLine;
 using TestSupport::LogLine;
 using TestSupport::warningLine;
 using Vek::Sensors::FaceEyeTrackingLedGroup;
-using Vek::Sensors::HidlWrapper::FaceEyeTrackingLed;
 namespace Hidl = Vek::Sensors::Hidl;
 
 class FaceEyeTrackingLedTest : public ::testing::Test {
   protected:
-    FaceEyeTrackingLedTest() {
+    void SetUp() override {
         std::string directory = ::testing::TempDir() + "moriak-led-XXXXXX";
-        EXPECT_NE(mkdtemp(directory.data()), nullptr);
-        EXPECT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", directory.c_str(), 1), 0);
-        EXPECT_EQ(service->registerAsService("default"), android::OK);
+        ASSERT_NE(mkdtemp(directory.data()), nullptr);
+        ASSERT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", directory.c_str(), 1), 0);
+        ASSERT_EQ(service->registerAsService("default"), android::OK);
         led = Vek::Sensors::createFaceEyeTrackingLed();
     }
 
     android::sp<TestSupport::FakeFaceEyeTrackingLed> service =
         new TestSupport::FakeFaceEyeTrackingLed;
     std::unique_ptr<Vek::Sensors::IFaceEyeTrackingLed> led;
+    const std::function<bool()> setConfigs = [this] { return led->setConfigs({}); };
+    const std::function<bool()> enable = [this] { return led->enable(); };
+    const std::function<bool()> disable = [this] { return led->disable(); };
+    const std::function<bool()> start = [this] { return led->startOverridingLedSettings(); };
+    const std::function<bool()> stop = [this] { return led->stopOverridingLedSettings(); };
 };
 using FaceEyeTrackingLedDeathTest = FaceEyeTrackingLedTest;
 
 TEST_F(FaceEyeTrackingLedTest, EachOperationJudgesTheResultInItsOwnWay) {
-    const auto setConfigs = [&] { return led->setConfigs({}); };
-    const auto enable = [&] { return led->enable(); };
-    const auto disable = [&] { return led->disable(); };
-    const auto start = [&] { return led->startOverridingLedSettings(); };
-    const auto stop = [&] { return led->stopOverridingLedSettings(); };
     const std::string refused = "Failed to update face eye tracking LED configurations with error ";
     struct {
         std::function<bool()> operation;
@@ -55,7 +51,6 @@ TEST_F(FaceEyeTrackingLedTest, EachOperationJudgesTheResultInItsOwnWay) {
     } const rows[] = {
         {setConfigs, 0, true, {}},
         {setConfigs, 4, true, {warningLine("Failed to set LED configurations")}},
-        {setConfigs, 1, false, {errorLine(refused + "1l")}},
         {setConfigs, 2, false, {errorLine(refused + "2l")}},
         {setConfigs, 0xffffffff, false, {errorLine(refused + "4294967295l")}},
         {enable, 0, true, {}},
@@ -80,58 +75,52 @@ TEST_F(FaceEyeTrackingLedTest, EachOperationJudgesTheResultInItsOwnWay) {
     }
 }
 
-TEST_F(FaceEyeTrackingLedTest, EachOperationIsOneCallOfOneClient) {
-    led->setConfigs({});
-    led->enable();
-    led->disable();
-    led->startOverridingLedSettings();
-    led->stopOverridingLedSettings();
-    led = nullptr;  // sends nothing more: an override stays
+TEST_F(FaceEyeTrackingLedTest, EachOperationIsOneCallOfOneClientAndDestructionIsNone) {
+    for (const auto& operation : {setConfigs, enable, disable, start, stop}) {
+        operation();
+    }
+    led = nullptr;
+    const auto client = std::get<1>(service->calls.at(0));
     EXPECT_THAT(service->calls,
-                ElementsAre("setConfigurations", "enable", "disable", "startOverridingLedSettings",
-                            "stopOverridingLedSettings"));
+                ElementsAre(std::tuple("setConfigurations", client), std::tuple("enable", client),
+                            std::tuple("disable", client), std::tuple("startOverriding", client),
+                            std::tuple("stopOverriding", client)));
     EXPECT_EQ(service->unlinkCalls, 1);
-    EXPECT_EQ(std::set(service->clients.begin(), service->clients.end()).size(), 1U);
-    std::string name;
-    service->clients[0]
-        ->getSensorClientInfo([&](Hidl::Result, const auto& info) { name = info.name; })
-        .isOk();
-    EXPECT_EQ(name, "clientId");
 }
 
 TEST_F(FaceEyeTrackingLedTest, ConfigurationsAndGroupsPassUnchanged) {
     const auto unknown = static_cast<FaceEyeTrackingLedGroup>(255);
     led->setConfigs({{FaceEyeTrackingLedGroup::FACE, 1, 2, 3}, {unknown, 4, 5, 6}});
+    using Configuration = Hidl::FaceEyeTrackingLedConfiguration;
+    using Group = Hidl::FaceEyeTrackingLedGroup;
+    EXPECT_THAT(service->configurations,
+                ElementsAre(Configuration{Group::FACE, 1, 2, 3},
+                            Configuration{static_cast<Group>(255), 4, 5, 6}));
     led->setConfigs({});
-    ASSERT_EQ(service->configurations.size(), 2U);
-    EXPECT_THAT(
-        service->configurations[0],
-        ElementsAre(
-            Hidl::FaceEyeTrackingLedConfiguration{Hidl::FaceEyeTrackingLedGroup::FACE, 1, 2, 3},
-            Hidl::FaceEyeTrackingLedConfiguration{static_cast<Hidl::FaceEyeTrackingLedGroup>(255),
-                                                  4, 5, 6}));
-    EXPECT_EQ(service->configurations[1].size(), 0U);
+    EXPECT_EQ(service->configurations.size(), 0U);
     EXPECT_EQ(led->getNumChannels(FaceEyeTrackingLedGroup::LEFT_EYE), 0U);
     EXPECT_EQ(led->getNumChannels(unknown), 255U);
 }
 
 TEST_F(FaceEyeTrackingLedDeathTest, FailedTransportIsFatalWithTheSignature) {
     service->transportFails = true;
-    TestSupport::expectFatalTransport(
-        "FaceEyeTrackingLed",
-        {{[&] { led->setConfigs({}); },
-          "bool setConfigs(std::vector<FaceEyeTrackingLedConfiguration>)"},
-         {[&] { led->enable(); }, "bool enable()"},
-         {[&] { led->disable(); }, "bool disable()"},
-         {[&] { led->getNumChannels(FaceEyeTrackingLedGroup::FACE); },
-          "uint8_t getNumChannels(Vek::Sensors::FaceEyeTrackingLedGroup)"},
-         {[&] { led->startOverridingLedSettings(); }, "bool startOverridingLedSettings()"},
-         {[&] { led->stopOverridingLedSettings(); }, "bool stopOverridingLedSettings()"}});
+    const auto text = [](const std::string& type, const std::string& function) {
+        return HasSubstr("F/Moriak-HidlWrapper: HIDL error in virtual " + type +
+                         " Vek::Sensors::HidlWrapper::FaceEyeTrackingLed::" + function + ": ");
+    };
+    EXPECT_DEATH(setConfigs(),
+                 text("bool", "setConfigs(std::vector<FaceEyeTrackingLedConfiguration>)"));
+    EXPECT_DEATH(led->getNumChannels(FaceEyeTrackingLedGroup::FACE),
+                 text("uint8_t", "getNumChannels(Vek::Sensors::FaceEyeTrackingLedGroup)"));
+    EXPECT_DEATH(enable(), text("bool", "enable()"));
+    EXPECT_DEATH(disable(), text("bool", "disable()"));
+    EXPECT_DEATH(start(), text("bool", "startOverridingLedSettings()"));
+    EXPECT_DEATH(stop(), text("bool", "stopOverridingLedSettings()"));
 }
 
-TEST(FaceEyeTrackingLedContractDeathTest, MissingServiceIsAContractFailure) {
+TEST_F(FaceEyeTrackingLedDeathTest, ServiceThatIsGoneIsAContractFailure) {
     ASSERT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", "/nonexistent", 1), 0);
-    EXPECT_DEATH(FaceEyeTrackingLed(),
+    EXPECT_DEATH(Vek::Sensors::HidlWrapper::FaceEyeTrackingLed(),
                  HasSubstr("GSL Precondition failure at "
                            "external/Microsoft-GSL/include/gsl/pointers: 83 `ptr_ != nullptr`"));
 }

@@ -5,12 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
-#include <utility>
+#include <future>
 
-#include "environment/fatal_calls.h"
 #include "support/captured_log.h"
 #include "support/fake_environment_hal.h"
 
@@ -43,32 +39,38 @@ class TambStreamTest : public ::testing::Test {
 };
 using TambStreamDeathTest = TambStreamTest;
 
-TEST_F(TambStreamTest, OneClientAfterAnother) {
+TEST_F(TambStreamTest, UnregisteringForgetsTheClientWhateverIdAndResult) {
+    CapturedLog log;
     stream.registerKivraRpcClient("tracking", {});
     stream.unregisterKivraRpcClient("tracking");
     stream.registerKivraRpcClient("CMS", {});
-    stream.unregisterKivraRpcClient("CMS");
-    EXPECT_THAT(service->calls, ElementsAre("register TRACKING", "unregister TRACKING",
-                                            "register CMS", "unregister CMS"));
-}
-
-TEST_F(TambStreamTest, UnregisteringAnUnknownClientUnregistersTheFirstOneAndForgetsTheOwn) {
-    stream.registerKivraRpcClient("tracking", {});
-    CapturedLog log;
-    stream.unregisterKivraRpcClient("CMS ");
-    EXPECT_THAT(service->calls, ElementsAre("register TRACKING", "unregister CMS"));
+    stream.unregisterKivraRpcClient("nobody");
     EXPECT_FALSE(send());
-    EXPECT_THAT(log.take(),
-                ElementsAre(warningLine("KivraRpc clientId CMS  not declared in TambStream, "
-                                        "ignoring unregister"),
-                            kNotRegistered));
+    stream.registerKivraRpcClient("tracking", {});
     service->result = Hidl::Result::FAILURE;
     stream.unregisterKivraRpcClient("tracking");
-    EXPECT_THAT(log.take(), ElementsAre(warningLine("Failed to unregister KivraRpc client "
-                                                    "tracking")));
+    EXPECT_FALSE(send());
+    EXPECT_THAT(service->calls,
+                ElementsAre("register TRACKING", "unregister TRACKING", "register CMS",
+                            "unregister CMS", "register TRACKING", "unregister TRACKING"));
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre(warningLine("KivraRpc clientId nobody not declared in TambStream, "
+                                "ignoring unregister"),
+                    kNotRegistered, warningLine("Failed to unregister KivraRpc client tracking"),
+                    kNotRegistered));
 }
 
 TEST_F(TambStreamTest, SendsOnlyWhileRegisteredAndReturnsWhatTheServiceSays) {
+    std::vector<size_t> sizes;
+    service->duringSend = [&](const auto& sender, uint64_t address, uint32_t procedure,
+                              const std::vector<uint8_t>& payload) {
+        EXPECT_EQ(sender, service->callback);
+        EXPECT_EQ(address, 0x1122334455667788U);
+        EXPECT_EQ(procedure, 9U);
+        EXPECT_EQ(payload, std::vector<uint8_t>(payload.size(), 0xa5));
+        sizes.push_back(payload.size());
+    };
     CapturedLog log;
     EXPECT_FALSE(send());
     EXPECT_THAT(log.take(), ElementsAre(kNotRegistered));
@@ -77,15 +79,10 @@ TEST_F(TambStreamTest, SendsOnlyWhileRegisteredAndReturnsWhatTheServiceSays) {
     service->result = Hidl::Result::IGNORED;
     EXPECT_FALSE(send());
     EXPECT_THAT(log.take(), IsEmpty());
-    ASSERT_EQ(service->sent.size(), 2U);
-    EXPECT_EQ(service->sent[0].callback, service->callback);
-    EXPECT_EQ(service->sent[0].address, 0x1122334455667788U);
-    EXPECT_EQ(service->sent[0].procedure, 9U);
-    EXPECT_EQ(service->sent[0].payload, std::vector<uint8_t>(8192, 0xa5));
-    EXPECT_THAT(service->sent[1].payload, IsEmpty());
+    EXPECT_THAT(sizes, ElementsAre(8192, 0));
 }
 
-TEST_F(TambStreamTest, MessagesReachTheClientFieldForFieldEvenAfterTheStreamIsGone) {
+TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) {
     std::vector<KivraRpcMessage> received;
     auto shortLived = std::make_unique<TambStream>(android::sp<Hidl::ITambril>(service));
     shortLived->registerKivraRpcClient(
@@ -97,128 +94,83 @@ TEST_F(TambStreamTest, MessagesReachTheClientFieldForFieldEvenAfterTheStreamIsGo
     EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());
     message.payload = {7, 8, 9};
     EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());
-    ASSERT_EQ(received.size(), 2U);
-    EXPECT_THAT(received[0].payload, IsEmpty());
-    EXPECT_EQ(received[1].address, 1U);
-    EXPECT_EQ(received[1].header.procedure, 2U);
-    EXPECT_EQ(received[1].header.sequence, 3U);
-    EXPECT_EQ(received[1].header.sentTimestamp, 4);
-    EXPECT_EQ(received[1].arrivalTimestamp, 5);
-    EXPECT_EQ(static_cast<int>(received[1].kind), 6);
-    EXPECT_THAT(received[1].payload, ElementsAre(7, 8, 9));
-}
 
-TEST_F(TambStreamTest, CallbackTellsWhoItIsAndIgnoresMessagesWithoutAFunction) {
     stream.registerKivraRpcClient("tracking", {});
-    EXPECT_TRUE(service->callback->onKivraRpcMessage({}).isOk());
+    EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());  // to nobody
     std::string name;
-    EXPECT_TRUE(service->callback
-                    ->getSensorClientInfo([&](Hidl::Result result, const auto& info) {
-                        EXPECT_EQ(result, Hidl::Result::SUCCESS);
-                        name = info.name;
-                    })
-                    .isOk());
+    const auto store = [&](Hidl::Result, const auto& info) { name = info.name; };
+    EXPECT_TRUE(service->callback->getSensorClientInfo(store).isOk());
     EXPECT_EQ(name, "clientId");
+
+    using ::testing::FieldsAre;
+    const auto header = FieldsAre(2, 3, 4);
+    const auto kind = static_cast<Vek::Sensors::KivraRpcMessageKind>(6);
+    EXPECT_THAT(received, ElementsAre(FieldsAre(1, header, 5, kind, IsEmpty()),
+                                      FieldsAre(1, header, 5, kind, ElementsAre(7, 8, 9))));
 }
 
 TEST_F(TambStreamTest, TranslationIsTheServicesAndTakesNoLock) {
-    service->translated = INT64_MIN;
     // Here, this thread has the lock already.
-    service->duringRegistration = [&] {
+    service->duringChange = [&] {
         EXPECT_EQ(stream.getTimeTranslation(-5, TimeDomain::EXTERNAL, static_cast<TimeDomain>(77)),
                   INT64_MIN);
     };
     stream.registerKivraRpcClient("CMS", {});
-    ASSERT_EQ(service->translations.size(), 1U);
-    EXPECT_EQ(service->translations[0].time, -5);
-    EXPECT_EQ(service->translations[0].from, Hidl::TimeDomain::EXTERNAL);
-    EXPECT_EQ(static_cast<uint32_t>(service->translations[0].to), 77U);
+    EXPECT_THAT(service->translations, ElementsAre(std::tuple(-5, Hidl::TimeDomain::EXTERNAL,
+                                                              static_cast<Hidl::TimeDomain>(77))));
 }
 
-/// Sees which of its calls overlap.
-class CrowdedTambril : public FakeTambril {
-  public:
-    TestSupport::Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId,
-                                                     const Callback&) override {
-        return change();
-    }
-    TestSupport::Return<Hidl::Result> unregisterClient(Hidl::KivraRpcClientId) override {
-        return change();
-    }
-    TestSupport::Return<Hidl::Result> sendMessage(
-        const Callback&, uint64_t, uint32_t, const android::hardware::hidl_vec<uint8_t>&) override {
-        std::unique_lock lock{mutex_};
-        ++senders_;
-        metAnotherSender = metAnotherSender || senders_ > 1;
-        sendDuringChange = sendDuringChange || changing_;
-        met_.notify_all();
-        if (!std::exchange(waited_, true)) {
-            met_.wait_for(lock, 20s, [this] { return metAnotherSender; });
+TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
+    std::atomic<int> sends = 0;
+    std::atomic<bool> changing = false;
+    std::atomic<bool> overlapped = false;
+    std::promise<void> second;
+    const std::shared_future<void> secondIsIn = second.get_future().share();
+    std::atomic<bool> sideBySide = false;
+    service->duringSend = [&](auto&&...) {
+        const int order = ++sends;
+        if (order == 2) {
+            second.set_value();
         }
-        --senders_;
-        return Hidl::Result::SUCCESS;
-    }
-
-    bool sendDuringChange = false;
-    bool metAnotherSender = false;
-
-  private:
-    Hidl::Result change() {
-        setChanging(true);
+        if (order == 1) {
+            sideBySide = secondIsIn.wait_for(20s) == std::future_status::ready;
+        }
+        overlapped = overlapped || changing;
+    };
+    service->duringChange = [&] {
+        changing = true;
         std::this_thread::yield();
-        setChanging(false);
-        return Hidl::Result::SUCCESS;
-    }
-    void setChanging(bool changing) {
-        const std::lock_guard lock{mutex_};
-        changing_ = changing;
-        sendDuringChange = sendDuringChange || senders_ > 0;
-    }
-
-    std::mutex mutex_;
-    std::condition_variable met_;
-    int senders_ = 0;
-    bool changing_ = false;
-    bool waited_ = false;
-};
-
-TEST(TambStreamThreads, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
-    const android::sp<CrowdedTambril> service = new CrowdedTambril;
-    TambStream stream{android::sp<Hidl::ITambril>(service)};
+        changing = false;
+    };
     CapturedLog log;  // of sends that come while no client is registered
     stream.registerKivraRpcClient("CMS", {});
-    std::atomic<bool> accepted = false;
     std::atomic<bool> done = false;
     const auto sendUntilDone = [&] {
-        std::vector<uint8_t> payload(16);
         while (!done) {
-            accepted = stream.sendKivraRpcMsg(1, 2, payload) || accepted;
+            send(16);
             std::this_thread::yield();
         }
     };
-    std::thread first{sendUntilDone};
-    std::thread second{sendUntilDone};
-    // The first is accepted only once both were inside.
-    while (!accepted) {
-        std::this_thread::yield();
-    }
+    const auto first = std::async(std::launch::async, sendUntilDone);
+    const auto other = std::async(std::launch::async, sendUntilDone);
+    secondIsIn.wait_for(20s);
     for (int i = 0; i < 200; ++i) {
         stream.unregisterKivraRpcClient("CMS");
         stream.registerKivraRpcClient("tracking", {});
     }
     done = true;
-    first.join();
-    second.join();
-    EXPECT_TRUE(service->metAnotherSender);
-    EXPECT_FALSE(service->sendDuringChange);
+    first.wait();
+    other.wait();
+    EXPECT_TRUE(sideBySide);
+    EXPECT_FALSE(overlapped);
 }
 
 std::string fatal(const std::string& condition, const std::string& message) {
     return "Assertion failed: " + condition + "\nF/Moriak-HidlWrapper: " + message + "\n";
 }
 
-TEST_F(TambStreamDeathTest, OnlyTheDeclaredClientsCanRegister) {
-    for (const std::string id : {"Tracking", "tracking ", "cms", ""}) {
+TEST_F(TambStreamDeathTest, OnlyDeclaredClientsThatTheServiceTakesCanRegister) {
+    for (const std::string id : {"Tracking", "tracking ", ""}) {
         EXPECT_DEATH(
             stream.registerKivraRpcClient(id, {}),
             HasSubstr(fatal("!id", "KivraRpc clientId " + id + " not declared in TambStream")));
@@ -231,7 +183,7 @@ TEST_F(TambStreamDeathTest, OnlyTheDeclaredClientsCanRegister) {
 
 TEST_F(TambStreamDeathTest, SecondRegistrationIsFatalWhateverItsId) {
     stream.registerKivraRpcClient("CMS", {});
-    for (const std::string id : {"CMS", "tracking", "unknown"}) {
+    for (const std::string id : {"CMS", "tracking", "nobody"}) {
         EXPECT_DEATH(stream.registerKivraRpcClient(id, {}),
                      HasSubstr(fatal("callback.value()",
                                      "Changing KivraRpc callback for " + id + " is forbidden")));
@@ -239,31 +191,35 @@ TEST_F(TambStreamDeathTest, SecondRegistrationIsFatalWhateverItsId) {
 }
 
 TEST_F(TambStreamDeathTest, TooLongPayloadIsFatalBeforeTheLock) {
-    const auto text = HasSubstr(fatal("payload.size() > kKivraRpcMaxPayloadSize",
-                                      "Attempting to send payload with size 8193 but KivraRpc max "
-                                      "payload size is 8192"));
-    EXPECT_DEATH(send(8193), text);
-    // Here, the sending thread has the lock already.
-    service->duringRegistration = [&] { send(8193); };
-    EXPECT_DEATH(stream.registerKivraRpcClient("CMS", {}), text);
+    // During a registration, the sending thread has the lock already.
+    service->duringChange = [&] { send(8193); };
+    EXPECT_DEATH(stream.registerKivraRpcClient("CMS", {}),
+                 HasSubstr(fatal("payload.size() > kKivraRpcMaxPayloadSize",
+                                 "Attempting to send payload with size 8193 but KivraRpc max "
+                                 "payload size is 8192")));
 }
 
 TEST_F(TambStreamDeathTest, FailedTransportIsFatalWithTheSignature) {
     stream.registerKivraRpcClient("CMS", {});
     TambStream unregistered{android::sp<Hidl::ITambril>(service)};
     service->transportFails = true;
-    TestSupport::expectFatalTransport(
-        "TambStream",
-        {{[&] { unregistered.registerKivraRpcClient("CMS", {}); },
-          "void registerKivraRpcClient(std::string, Vek::Sensors::KivraRpcMsgCallback)"},
-         {[&] { stream.unregisterKivraRpcClient("CMS"); },
-          "void unregisterKivraRpcClient(std::string)"},
-         {[&] { send(); },
-          "bool sendKivraRpcMsg(const Vek::Sensors::ControllerAddr &, uint32_t, "
-          "std::vector<uint8_t> &)"},
-         {[&] { stream.getTimeTranslation(0, TimeDomain::MONOTONIC, TimeDomain::BOOTTIME); },
-          "int64_t getTimeTranslation(int64_t, Vek::Sensors::TimeDomain, "
-          "Vek::Sensors::TimeDomain)"}});
+    const auto text = [](const std::string& type, const std::string& function) {
+        return HasSubstr("F/Moriak-HidlWrapper: HIDL error in virtual " + type +
+                         " Vek::Sensors::HidlWrapper::TambStream::" + function + ": ");
+    };
+    EXPECT_DEATH(unregistered.registerKivraRpcClient("CMS", {}),
+                 text("void",
+                      "registerKivraRpcClient(std::string, "
+                      "Vek::Sensors::KivraRpcMsgCallback)"));
+    EXPECT_DEATH(stream.unregisterKivraRpcClient("CMS"),
+                 text("void", "unregisterKivraRpcClient(std::string)"));
+    EXPECT_DEATH(send(), text("bool",
+                              "sendKivraRpcMsg(const Vek::Sensors::ControllerAddr &, uint32_t, "
+                              "std::vector<uint8_t> &)"));
+    EXPECT_DEATH(stream.getTimeTranslation(0, TimeDomain::MONOTONIC, TimeDomain::BOOTTIME),
+                 text("int64_t",
+                      "getTimeTranslation(int64_t, Vek::Sensors::TimeDomain, "
+                      "Vek::Sensors::TimeDomain)"));
 }
 
 }  // namespace

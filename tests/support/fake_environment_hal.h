@@ -1,4 +1,4 @@
-// Light sensor, LEDs, external timing and KivraRpc services in the test's own process.
+// Light sensor, LED, external timing and KivraRpc services in the test's own process.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/IExternalTimingProvider.h>
@@ -8,26 +8,36 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/fake_motion_hal.h"
 
 namespace TestSupport {
 
+using Client = android::sp<Hidl::ISensorClient>;
+
 using FakeExternalTiming = FakeSensor<Hidl::IExternalTimingProvider, Hidl::ExternalTimestampData>;
 
-class FakeFlickerSensor : public FakeService<Hidl::IFlickerSensor> {
+/// Notes which calls came, and whose they were.
+template <typename Interface>
+class RecordingService : public FakeService<Interface> {
   public:
-    using Client = android::sp<Hidl::ISensorClient>;
+    std::vector<std::tuple<std::string, Client>> calls;
+
+  protected:
+    Return<Hidl::Result> called(const std::string& call, const Client& client) {
+        calls.emplace_back(call, client);
+        return this->answer();
+    }
+};
+
+class FakeFlickerSensor : public RecordingService<Hidl::IFlickerSensor> {
+  public:
     template <typename Record>
     using Queue = android::hardware::MQDescriptorSync<Record>;
-
-    /// What every control call came to.
-    struct Command {
-        std::string stream;
-        Hidl::StreamCommand command;
-        Client client;
-    };
+    using Config = Hidl::FmqConfig;
+    using Command = Hidl::StreamCommand;
 
     Return<void> getProperties(getProperties_cb callback) override {
         if (transportFails) {
@@ -38,140 +48,99 @@ class FakeFlickerSensor : public FakeService<Hidl::IFlickerSensor> {
         }
         return android::hardware::Void();
     }
-    Return<Hidl::Result> prepareFlickerStream(const Queue<Hidl::FlickerData>& queue,
-                                              const Client& client,
-                                              const Hidl::FmqConfig& config) override {
-        flicker.accept(queue, client, config);
-        return answer();
+    Return<Hidl::Result> prepareFlickerStream(const Queue<Hidl::FlickerData>&, const Client& client,
+                                              const Config&) override {
+        return called("prepare flicker", client);
     }
-    Return<Hidl::Result> prepareAdcFlickerStream(const Queue<Hidl::AdcFlickerData>& queue,
-                                                 const Client& client,
-                                                 const Hidl::FmqConfig& config) override {
-        adcFlicker.accept(queue, client, config);
-        return answer();
+    Return<Hidl::Result> prepareAdcFlickerStream(const Queue<Hidl::AdcFlickerData>&,
+                                                 const Client& client, const Config&) override {
+        return called("prepare ADC flicker", client);
     }
-    Return<Hidl::Result> prepareAmbientLightStream(const Queue<Hidl::AmbientLightData>& queue,
-                                                   const Client& client,
-                                                   const Hidl::FmqConfig& config) override {
-        ambientLight.accept(queue, client, config);
-        return answer();
+    Return<Hidl::Result> prepareAmbientLightStream(const Queue<Hidl::AmbientLightData>&,
+                                                   const Client& client, const Config&) override {
+        return called("prepare ambient light", client);
     }
-    Return<Hidl::Result> controlFlickerStream(const Client& client,
-                                              Hidl::StreamCommand command) override {
-        commands.push_back({"flicker", command, client});
-        return answer();
+    Return<Hidl::Result> controlFlickerStream(const Client& client, Command command) override {
+        return called(toString(command) + " flicker", client);
     }
-    Return<Hidl::Result> controlAdcFlickerStream(const Client& client,
-                                                 Hidl::StreamCommand command) override {
-        commands.push_back({"ADC flicker", command, client});
-        return answer();
+    Return<Hidl::Result> controlAdcFlickerStream(const Client& client, Command command) override {
+        return called(toString(command) + " ADC flicker", client);
     }
-    Return<Hidl::Result> controlAmbientLightStream(const Client& client,
-                                                   Hidl::StreamCommand command) override {
-        commands.push_back({"ambient light", command, client});
-        return answer();
+    Return<Hidl::Result> controlAmbientLightStream(const Client& client, Command command) override {
+        return called(toString(command) + " ambient light", client);
     }
 
     bool hasProperties = true;
-    ServiceEnd<Hidl::FlickerData> flicker;
-    ServiceEnd<Hidl::AdcFlickerData> adcFlicker;
-    ServiceEnd<Hidl::AmbientLightData> ambientLight;
-    std::vector<Command> commands;
 };
 
-class FakeFaceEyeTrackingLed : public FakeService<Hidl::IFaceEyeTrackingLed> {
+class FakeFaceEyeTrackingLed : public RecordingService<Hidl::IFaceEyeTrackingLed> {
   public:
-    using Client = android::sp<Hidl::ISensorClient>;
     using Configurations = android::hardware::hidl_vec<Hidl::FaceEyeTrackingLedConfiguration>;
 
     Return<Hidl::Result> setConfigurations(const Client& client,
                                            const Configurations& newConfigurations) override {
-        configurations.push_back(newConfigurations);
-        return answerTo(client, "setConfigurations");
+        configurations = newConfigurations;
+        return called("setConfigurations", client);
     }
-    Return<Hidl::Result> enable(const Client& client) override {
-        return answerTo(client, "enable");
-    }
+    Return<Hidl::Result> enable(const Client& client) override { return called("enable", client); }
     Return<Hidl::Result> disable(const Client& client) override {
-        return answerTo(client, "disable");
+        return called("disable", client);
     }
+    /// The count tells which group was asked for.
     Return<uint8_t> getChannelCount(Hidl::FaceEyeTrackingLedGroup group) override {
         if (transportFails) {
             return deadObject();
         }
-        // Tells which group was asked for.
         return static_cast<uint8_t>(group);
     }
     Return<Hidl::Result> startOverridingLedSettings(const Client& client) override {
-        return answerTo(client, "startOverridingLedSettings");
+        return called("startOverriding", client);
     }
     Return<Hidl::Result> stopOverridingLedSettings(const Client& client) override {
-        return answerTo(client, "stopOverridingLedSettings");
+        return called("stopOverriding", client);
     }
 
-    std::vector<Configurations> configurations;
-    std::vector<std::string> calls;
-    std::vector<Client> clients;
-
-  private:
-    Return<Hidl::Result> answerTo(const Client& client, const char* call) {
-        calls.push_back(call);
-        clients.push_back(client);
-        return answer();
-    }
+    Configurations configurations;
 };
 
 class FakeTambril : public FakeService<Hidl::ITambril> {
   public:
     using Callback = android::sp<Hidl::ITambrilCallback>;
-
-    struct Sent {
-        Callback callback;
-        uint64_t address;
-        uint32_t procedure;
-        std::vector<uint8_t> payload;
-    };
-    struct Translation {
-        int64_t time;
-        Hidl::TimeDomain from;
-        Hidl::TimeDomain to;
-    };
+    using Id = Hidl::KivraRpcClientId;
 
     Return<uint32_t> getProtocolVersion() override { return 1U; }
     Return<uint32_t> getMaxPayloadSize() override { return 8192U; }
-    Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId id,
-                                        const Callback& newCallback) override {
+    Return<Hidl::Result> registerClient(Id id, const Callback& newCallback) override {
         calls.push_back("register " + toString(id));
         callback = newCallback;
-        if (duringRegistration) {
-            duringRegistration();
-        }
+        duringChange();
         return answer();
     }
-    Return<Hidl::Result> unregisterClient(Hidl::KivraRpcClientId id) override {
+    Return<Hidl::Result> unregisterClient(Id id) override {
         calls.push_back("unregister " + toString(id));
+        duringChange();
         return answer();
     }
     Return<Hidl::Result> sendMessage(const Callback& sender, uint64_t address, uint32_t procedure,
                                      const android::hardware::hidl_vec<uint8_t>& payload) override {
-        sent.push_back({sender, address, procedure, payload});
+        duringSend(sender, address, procedure, payload);
         return answer();
     }
     Return<int64_t> translateTime(int64_t time, Hidl::TimeDomain from,
                                   Hidl::TimeDomain to) override {
+        translations.emplace_back(time, from, to);
         if (transportFails) {
             return deadObject();
         }
-        translations.push_back({time, from, to});
-        return translated;
+        return INT64_MIN;
     }
 
-    Callback callback;
-    std::function<void()> duringRegistration;
     std::vector<std::string> calls;
-    std::vector<Sent> sent;
-    std::vector<Translation> translations;
-    int64_t translated = 0;
+    Callback callback;
+    std::vector<std::tuple<int64_t, Hidl::TimeDomain, Hidl::TimeDomain>> translations;
+    std::function<void()> duringChange = [] {};
+    std::function<void(const Callback&, uint64_t, uint32_t, std::vector<uint8_t>)> duringSend =
+        [](auto&&...) {};
 };
 
 }  // namespace TestSupport
