@@ -7,8 +7,12 @@ install(DIRECTORY include/vek TYPE INCLUDE)
 install(TARGETS moriak_hidlwrapper moriak_api EXPORT moriak-hidlwrapper)
 install(TARGETS sensorctl)
 if(MORIAK_HOST_PLATFORM)
-    # Clients link the library alone; it finds these beside itself. Their headers stay here.
+    # Clients link the library alone, which finds these beside itself. A client that passes objects
+    # of the HAL links Moriak::hal, too; it has the headers of the HAL and of the host layer.
     install(TARGETS moriak_platform moriak_hal EXPORT moriak-hidlwrapper)
+    install(DIRECTORY ${CMAKE_BINARY_DIR}/hidl/ platform/include/
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/moriak-host
+        FILES_MATCHING PATTERN "*.h" PATTERN "moriak" EXCLUDE)
     install(TARGETS moriak-sensor-simulator)
 endif()
 install(EXPORT moriak-hidlwrapper

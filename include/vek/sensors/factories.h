@@ -16,7 +16,7 @@
 #include <memory>
 
 // One factory can take a service that its caller holds. Only a program that calls it needs the
-// HAL's own header, <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>.
+// HAL's own header, <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>, and links Moriak::hal.
 namespace android {
 template <typename T>
 class sp;
