@@ -108,8 +108,7 @@ void TambStream::unregisterKivraRpcClient(std::string clientId) {
     callback.value().clear();
     const std::optional<Hidl::KivraRpcClientId> id = declaredId(clientId);
     if (!id) {
-        // In spite of what it says, the call goes out, for the first of the declared clients:
-        // services rely on it.
+        // Intended: in spite of what it says, the call goes out, for the first declared client.
         MORIAK_LOG_WARN("KivraRpc clientId %s not declared in TambStream, ignoring unregister",
                         clientId.c_str());
     }

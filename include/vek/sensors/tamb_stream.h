@@ -62,8 +62,8 @@ inline constexpr size_t kKivraRpcMaxPayloadSize = 8192;
 /// Carries the messages of one client, which is "CMS" or "tracking".
 ///
 /// Messages arrive on HIDL threads of the process, in the order in which the service had them; the
-/// function must be safe against the client's own threads and must not register or unregister. It
-/// may still be called while unregisterKivraRpcClient is running.
+/// function must be safe against the client's own threads and must not register or unregister. A
+/// message that is on its way may still arrive after unregisterKivraRpcClient has returned.
 ///
 /// A call that cannot be delivered ends the process. Destroying the stream does not unregister the
 /// client at the service: unregister first.
