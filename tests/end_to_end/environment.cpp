@@ -1,4 +1,4 @@
-// The program of the end-to-end tests: a test runner, or a client in a role.
+// See environment.h.
 #include "end_to_end/environment.h"
 
 #include <log/log.h>
@@ -8,19 +8,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
-#include <map>
 
 namespace TestSupport {
 namespace {
 
 constexpr char kDirectoryVariable[] = "MORIAK_HIDL_RUNTIME_DIR";
-constexpr char kRoleOption[] = "--role";
-constexpr int kNoticeDescriptor = 3;
-
-std::map<std::string, int (*)()>& roles() {
-    static std::map<std::string, int (*)()> instance;
-    return instance;
-}
 
 std::promise<void>& deathHandled() {
     static std::promise<void> promise;
@@ -53,19 +45,6 @@ EndToEndTest::~EndToEndTest() {
     }
 }
 
-ClientRole::ClientRole(const char* name, int (*run)()) {
-    roles()[name] = run;
-}
-
-std::unique_ptr<ChildProcess> startClient(const std::string& role) {
-    return std::make_unique<ChildProcess>(
-        std::vector<std::string>{"/proc/self/exe", kRoleOption, role});
-}
-
-bool sendNotice(const std::string& text) {
-    return write(kNoticeDescriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-}
-
 void watchForDeath() {
     __android_log_set_logger([](const __android_log_message* line) {
         __android_log_stderr_logger(line);
@@ -84,13 +63,3 @@ void awaitDeath() {
 }
 
 }  // namespace TestSupport
-
-int main(int argc, char** argv) {
-    if (argc == 3 && std::string(argv[1]) == TestSupport::kRoleOption) {
-        return TestSupport::roles().at(argv[2])();
-    }
-    ::testing::InitGoogleTest(&argc, argv);
-    // Other tests leave HIDL threads behind, which a mere fork would lose.
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    return RUN_ALL_TESTS();
-}

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/child_process.h"
+#include "support/roles.h"
 
 namespace TestSupport {
 
@@ -32,18 +32,6 @@ class EndToEndTest : public ::testing::Test {
   private:
     std::string ownedDirectory_;
 };
-
-/// What this test program does when it is started as a client by the name of a role. Made as a
-/// global in the file of the tests that use it.
-struct ClientRole {
-    ClientRole(const char* name, int (*run)());
-};
-
-/// Starts this program as such a client.
-std::unique_ptr<ChildProcess> startClient(const std::string& role);
-
-/// From a client in a role to the test that started it: see ChildProcess::awaitNotice.
-bool sendNotice(const std::string& text);
 
 /// Takes note of the log line that ends the default reaction to a service's death.
 void watchForDeath();

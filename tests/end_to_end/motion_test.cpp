@@ -7,7 +7,6 @@
 
 #include <memory>
 #include <optional>
-#include <thread>
 
 #include "end_to_end/environment.h"
 
@@ -230,16 +229,11 @@ TEST_F(EndToEndTest, TenKilledClientsLeaveNothingInTheService) {
         }
     };
     const auto settlesAt = [&](const TestSupport::ProcessResources& expected) {
-        const auto deadline = std::chrono::steady_clock::now() + 30s;
-        while (std::chrono::steady_clock::now() < deadline) {
+        return TestSupport::becomesTrue([&] {
             const TestSupport::ProcessResources now = TestSupport::resourcesOf(simulator.pid());
-            if (now.descriptors == expected.descriptors && now.mappings == expected.mappings &&
-                now.threads <= expected.threads) {
-                return true;
-            }
-            std::this_thread::yield();
-        }
-        return false;
+            return now.descriptors == expected.descriptors && now.mappings == expected.mappings &&
+                   now.threads <= expected.threads;
+        });
     };
     const TestSupport::ProcessResources before = TestSupport::resourcesOf(simulator.pid());
     runClients(1);

@@ -3,15 +3,13 @@
 
 #include <moriak/test/calls/1.0/IEcho.h>
 #include <moriak/test/calls/1.0/IListener.h>
-#include <sys/types.h>
 
-#include <chrono>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "support/child_process.h"
+#include "support/roles.h"
 
 namespace moriak_test {
 
@@ -23,80 +21,69 @@ using android::hardware::Return;
 using moriak::test::calls::V1_0::IEcho;
 using moriak::test::calls::V1_0::IListener;
 using moriak::test::calls::V1_0::Record;
-
-/** Bound of every wait for something that must happen. */
-constexpr std::chrono::seconds kLongEnough{20};
-
-/** Whether the condition becomes true in time. For states that nothing announces. */
-bool becomesTrue(const std::function<bool()>& condition);
+using TestSupport::becomesTrue;
 
 class EchoService : public IEcho {
   public:
     Return<void> reverse(const hidl_vec<Record>& records, reverse_cb callback) override;
-    Return<void> readFile(const hidl_handle& file, readFile_cb callback) override;
-    Return<uint32_t> fill(const android::hardware::MQDescriptorSync<uint32_t>& queue) override;
     Return<int32_t> forward(const sp<IListener>& listener, int32_t question) override;
     Return<void> keep(const sp<IListener>& listener) override;
     Return<bool> isKept(const sp<IListener>& listener) override;
     Return<sp<IListener>> getKept() override;
-    Return<sp<IEcho>> getChild() override;
     Return<void> collect(uint32_t number) override;
     Return<void> collected(collected_cb callback) override;
     Return<void> hang() override;
+    /** Writes the first option into the file. */
+    Return<void> debug(const hidl_handle& file, const hidl_vec<hidl_string>& options) override;
 
   private:
     std::mutex mutex_;
     sp<IListener> kept_;
-    sp<IEcho> child_;
     std::vector<uint32_t> numbers_;
 };
 
-/** Answers through a function. */
+/** Answers through a function; without one, with the question. */
 class Listener : public IListener {
   public:
-    explicit Listener(std::function<int32_t(int32_t)> answer) : answer_(std::move(answer)) {}
+    using Answer = std::function<int32_t(int32_t)>;
+    explicit Listener(Answer answer = [](int32_t question) { return question; })
+        : answer_(std::move(answer)) {}
     Return<int32_t> ask(int32_t question) override { return answer_(question); }
 
   private:
-    const std::function<int32_t(int32_t)> answer_;
+    const Answer answer_;
 };
 
-/** A directory for the sockets of this test program and of the processes that it starts. */
+/** Makes this program, and those that it starts, keep their sockets in a directory of their own. */
 class RuntimeDirectory {
   public:
     RuntimeDirectory();
     const std::string& path() const;
 };
 
-/** This test program in another process, in a role; killed at the end. */
+/** This test program in another process, ready in a role; killed at the end. */
 class RoleProcess {
   public:
-    pid_t pid() const { return process_.pid(); }
+    pid_t pid() const { return process_->pid(); }
     /** Kills the process and waits until it is gone. */
-    void kill() { process_.end(SIGKILL); }
-    TestSupport::ProcessResources resources() const { return TestSupport::resourcesOf(pid()); }
-    /** What it has written to its log so far. */
-    std::string log() const;
+    void kill() { process_->end(SIGKILL); }
+    size_t descriptors() const { return TestSupport::resourcesOf(pid()).descriptors; }
 
   protected:
-    /** Returns when the process is ready in its role. */
     RoleProcess(const std::string& role, const std::string& instance);
 
   private:
-    const std::string logPath_;
-    TestSupport::ChildProcess process_;
+    const std::unique_ptr<TestSupport::ChildProcess> process_;
 };
 
 /** Has registered an EchoService as `instance`. */
-class ServiceProcess : public RoleProcess {
-  public:
+struct ServiceProcess : RoleProcess {
     explicit ServiceProcess(const std::string& instance = "default")
         : RoleProcess("service", instance) {}
 };
 
 /** Has made the service `instance` keep a listener of its own. */
-class ClientProcess : public RoleProcess {
-  public:
+struct ClientProcess : RoleProcess {
     explicit ClientProcess(const std::string& instance) : RoleProcess("client", instance) {}
 };
 

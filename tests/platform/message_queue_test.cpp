@@ -1,30 +1,25 @@
-// Fast message queues: batches that wrap, ends in two processes, and peers that lie about the
-// memory or the counters.
-#include <cutils/ashmem.h>
+// Fast message queues: batches that wrap, and peers that lie about the memory or the counters.
 #include <fmq/MessageQueue.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstring>
-#include <fstream>
 #include <functional>
 #include <numeric>
-#include <string>
 #include <vector>
 
-#include "platform/echo_service.h"
 #include "support/child_process.h"
+#include "support/queue_counters.h"
 
 namespace moriak_test {
 namespace {
 
 using android::hardware::GrantorDescriptor;
-using android::hardware::kSynchronizedReadWrite;
-using android::hardware::MessageQueue;
+using testing::ElementsAre;
+using TestSupport::QueueCounters;
+using TestSupport::resourcesOf;
 
-using Queue = MessageQueue<uint64_t, kSynchronizedReadWrite>;
+using Queue = android::hardware::MessageQueue<uint64_t, android::hardware::kSynchronizedReadWrite>;
 using Descriptor = Queue::Descriptor;
 
 constexpr size_t kCapacity = 8;
@@ -35,66 +30,26 @@ std::vector<uint64_t> numbers(uint64_t first, size_t count) {
     return result;
 }
 
-/** So that the next batch starts this far into the ring. */
-void advance(Queue& queue, size_t count) {
-    std::vector<uint64_t> records(count);
-    ASSERT_TRUE(queue.write(records.data(), count) && queue.read(records.data(), count));
-}
-
-size_t mappedQueueParts() {
-    std::ifstream maps("/proc/self/maps");
-    size_t count = 0;
-    for (std::string line; std::getline(maps, line);) {
-        if (line.find("memfd:MessageQueue") != std::string::npos) ++count;
-    }
-    return count;
-}
-
-/** Access to a queue's memory without the queue, as a broken peer has. */
-class Vandal {
-  public:
-    explicit Vandal(const Descriptor& descriptor)
-        : descriptor_(descriptor),
-          size_(static_cast<size_t>(ashmem_get_size_region(descriptor.handle()->data[0]))),
-          memory_(mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED,
-                       descriptor.handle()->data[0], 0)) {}
-    ~Vandal() { munmap(memory_, size_); }
-    Vandal(const Vandal&) = delete;
-    Vandal& operator=(const Vandal&) = delete;
-
-    std::atomic<uint64_t>& counter(int grantor) {
-        return *reinterpret_cast<std::atomic<uint64_t>*>(
-            static_cast<std::byte*>(memory_) +
-            descriptor_.grantors()[static_cast<size_t>(grantor)].offset);
-    }
-
-  private:
-    const Descriptor& descriptor_;
-    const size_t size_;
-    void* const memory_;
-};
-
 TEST(MessageQueueTest, AFullQueueRefusesWholeBatches) {
     Queue queue(kCapacity);
-    const std::vector<uint64_t> batch = numbers(1, kCapacity + 1);
+    std::vector<uint64_t> batch = numbers(1, kCapacity + 1);
     EXPECT_FALSE(queue.write(batch.data(), kCapacity + 1));
     EXPECT_TRUE(queue.write(batch.data(), kCapacity - 1));
     EXPECT_FALSE(queue.write(batch.data(), 2));
     EXPECT_TRUE(queue.write(batch.data() + kCapacity - 1));
-    EXPECT_FALSE(queue.write(batch.data()));
     EXPECT_FALSE(queue.commitWrite(1));
 
-    std::vector<uint64_t> result(kCapacity);
-    EXPECT_FALSE(queue.read(result.data(), kCapacity + 1));
-    ASSERT_TRUE(queue.read(result.data(), kCapacity));
-    EXPECT_EQ(result, numbers(1, kCapacity));
+    std::fill(batch.begin(), batch.end(), 0);
+    EXPECT_FALSE(queue.read(batch.data(), kCapacity + 1));
+    ASSERT_TRUE(queue.read(batch.data(), kCapacity));
+    EXPECT_THAT(batch, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 0));
 }
 
 TEST(MessageQueueTest, ABatchThatWrapsComesInTwoRegionsInOrder) {
     Queue queue(kCapacity);
-    advance(queue, 5);
-    const std::vector<uint64_t> batch = numbers(1, 6);
-    ASSERT_TRUE(queue.write(batch.data(), batch.size()));
+    std::vector<uint64_t> batch = numbers(1, 6);
+    ASSERT_TRUE(queue.write(batch.data(), 5) && queue.read(batch.data(), 5));
+    ASSERT_TRUE(queue.write(batch.data(), 6));
 
     Queue::MemTransaction transaction;
     ASSERT_TRUE(queue.beginRead(6, &transaction));
@@ -116,27 +71,23 @@ TEST(MessageQueueTest, ABatchThatWrapsComesInTwoRegionsInOrder) {
 
 TEST(MessageQueueTest, ImpossibleCapacitiesMakeNoQueue) {
     for (const size_t capacity : {size_t{0}, SIZE_MAX, SIZE_MAX / 8 + 1, size_t{1} << 28}) {
-        Queue queue(capacity);
-        EXPECT_FALSE(queue.isValid()) << capacity;
-        EXPECT_EQ(queue.getDesc(), nullptr) << capacity;
+        EXPECT_FALSE(Queue(capacity).isValid()) << capacity;
     }
 }
 
 TEST(MessageQueueTest, TheOtherEndKeepsOrEmptiesTheQueueAsAsked) {
     Queue queue(kCapacity, true);
-    const uint64_t sent = 42;
-    ASSERT_TRUE(queue.write(&sent));
+    uint64_t record = 42;
+    ASSERT_TRUE(queue.write(&record));
     *queue.getEventFlagWord() = 5;
 
     Queue reader(*queue.getDesc(), false);
-    ASSERT_TRUE(reader.isValid());
     ASSERT_NE(reader.getEventFlagWord(), nullptr);
     EXPECT_EQ(*reader.getEventFlagWord(), 5u);
-    uint64_t received = 0;
-    EXPECT_TRUE(reader.read(&received));
-    EXPECT_EQ(received, 42u);
+    EXPECT_TRUE(reader.read(&(record = 0)));
+    EXPECT_EQ(record, 42u);
 
-    ASSERT_TRUE(queue.write(&sent));
+    ASSERT_TRUE(queue.write(&record));
     const Queue emptying(*queue.getDesc());
     EXPECT_EQ(queue.availableToRead(), 0u);
 }
@@ -151,36 +102,34 @@ TEST(MessageQueueTest, ImpossibleCountersAreShownAndThenSkipped) {
     for (const auto& [written, read, shown] :
          {Case{9 * 8, 0, 9}, Case{0, 8, SIZE_MAX / 8}, Case{UINT64_MAX, 0, SIZE_MAX / 8}}) {
         Queue queue(kCapacity);
-        Vandal vandal(*queue.getDesc());
-        vandal.counter(Descriptor::WRITEPTRPOS) = written;
-        vandal.counter(Descriptor::READPTRPOS) = read;
+        QueueCounters counters(queue);
+        counters.written() = written;
+        counters.read() = read;
         EXPECT_EQ(queue.availableToRead(), shown);
         EXPECT_EQ(queue.availableToWrite(), 0u);
         Queue::MemTransaction transaction;
         EXPECT_FALSE(queue.beginRead(1, &transaction));
-        EXPECT_EQ(vandal.counter(Descriptor::READPTRPOS), written);
+        EXPECT_EQ(counters.read(), written);
     }
 }
 
 TEST(MessageQueueTest, NoCounterLeadsOutOfTheRing) {
     Queue queue(kCapacity);
-    Vandal vandal(*queue.getDesc());
+    QueueCounters counters(queue);
+    std::vector<uint64_t> copy(kCapacity);
     for (const uint64_t base : {uint64_t{0}, uint64_t{3}, uint64_t{1} << 63, UINT64_MAX - 40}) {
         for (uint64_t used = 0; used <= kCapacity * 8 + 8; ++used) {
-            vandal.counter(Descriptor::READPTRPOS) = base;
-            vandal.counter(Descriptor::WRITEPTRPOS) = base + used;
             for (size_t count = 0; count <= kCapacity + 1; ++count) {
-                Queue::MemTransaction room;
-                Queue::MemTransaction records;
-                if (queue.beginWrite(count, &room)) {
-                    EXPECT_LE(
-                        room.getFirstRegion().getLength() + room.getSecondRegion().getLength(),
-                        kCapacity);
+                counters.read() = base;
+                counters.written() = base + used;
+                Queue::MemTransaction transaction;
+                if (queue.beginWrite(count, &transaction)) {
+                    EXPECT_FALSE(transaction.copyFrom(copy.data(), 0, kCapacity + 1));
+                    EXPECT_TRUE(transaction.copyFrom(copy.data(), 0, count));
                 }
-                std::vector<uint64_t> copy(count);
-                if (queue.beginRead(count, &records)) {
+                if (queue.beginRead(count, &transaction)) {
                     EXPECT_EQ(base % sizeof(uint64_t), 0u);
-                    EXPECT_TRUE(records.copyFrom(copy.data(), 0, count));
+                    EXPECT_TRUE(transaction.copyFrom(copy.data(), 0, count));
                 }
             }
         }
@@ -189,12 +138,17 @@ TEST(MessageQueueTest, NoCounterLeadsOutOfTheRing) {
 
 TEST(MessageQueueTest, ADescriptorThatDoesNotFitItsMemoryMakesNoQueueAndLeavesNothingMapped) {
     const Queue queue(kCapacity, true);
-    ASSERT_TRUE(queue.isValid());
-    const size_t mappedBefore = mappedQueueParts();
-    const size_t descriptorsBefore = TestSupport::resourcesOf(getpid()).descriptors;
+    const auto before = resourcesOf(getpid());
+    const native_handle_t* const handle = queue.getDesc()->handle();
+    const auto isQueue = [](const std::vector<GrantorDescriptor>& grantors,
+                            native_handle_t* ownHandle, size_t quantum = sizeof(uint64_t)) {
+        return Queue(Descriptor(grantors, ownHandle, quantum)).isValid();
+    };
+    const std::vector<GrantorDescriptor> honest = queue.getDesc()->grantors();
+    EXPECT_TRUE(isQueue(honest, native_handle_clone(handle)));
 
     using Grantors = std::vector<GrantorDescriptor>;
-    const std::vector<std::function<void(Grantors&)>> lies{
+    const std::function<void(Grantors&)> lies[] = {
         [](Grantors& grantors) { grantors.clear(); },
         [](Grantors& grantors) { grantors.resize(Descriptor::kMinGrantorCount - 1); },
         [](Grantors& grantors) { grantors[0].extent = 4; },
@@ -209,30 +163,20 @@ TEST(MessageQueueTest, ADescriptorThatDoesNotFitItsMemoryMakesNoQueueAndLeavesNo
         [](Grantors& grantors) { grantors[2].extent += 8; },
         [](Grantors& grantors) { grantors[2].extent = UINT64_MAX - 7; },
     };
-    for (size_t i = 0; i < lies.size(); ++i) {
-        Grantors grantors = queue.getDesc()->grantors();
-        lies[i](grantors);
-        const Descriptor descriptor(grantors, native_handle_clone(queue.getDesc()->handle()),
-                                    sizeof(uint64_t));
-        EXPECT_FALSE(Queue(descriptor).isValid()) << "lie " << i;
+    for (const auto& lie : lies) {
+        Grantors grantors = honest;
+        lie(grantors);
+        EXPECT_FALSE(isQueue(grantors, native_handle_clone(handle))) << "lie " << &lie - lies;
     }
-    const Grantors honest = queue.getDesc()->grantors();
-    EXPECT_FALSE(Queue(Descriptor(honest, nullptr, sizeof(uint64_t))).isValid());
-    EXPECT_FALSE(Queue(Descriptor(honest, native_handle_create(0, 1), sizeof(uint64_t))).isValid());
-    EXPECT_FALSE(
-        Queue(Descriptor(honest, native_handle_clone(queue.getDesc()->handle()), 4)).isValid());
+    EXPECT_FALSE(isQueue(honest, nullptr));
+    EXPECT_FALSE(isQueue(honest, native_handle_create(0, 1)));
+    EXPECT_FALSE(isQueue(honest, native_handle_clone(handle), 4));
 
-    EXPECT_EQ(mappedQueueParts(), mappedBefore);
-    EXPECT_EQ(TestSupport::resourcesOf(getpid()).descriptors, descriptorsBefore);
-}
-
-TEST(MessageQueueTest, MemoryThatItsOwnerCanShrinkMakesNoQueue) {
-    const Queue queue(kCapacity);
-    native_handle_t* handle = native_handle_create(1, 0);
-    handle->data[0] = memfd_create("MessageQueue", MFD_ALLOW_SEALING);
-    ASSERT_EQ(ftruncate(handle->data[0], 1 << 20), 0);
-    const Descriptor descriptor(queue.getDesc()->grantors(), handle, sizeof(uint64_t));
-    EXPECT_FALSE(Queue(descriptor).isValid());
+    native_handle_t* const canShrink = native_handle_create(1, 0);
+    canShrink->data[0] = memfd_create("MessageQueue", MFD_ALLOW_SEALING);
+    ASSERT_EQ(ftruncate(canShrink->data[0], 1 << 20), 0);
+    EXPECT_FALSE(isQueue(honest, canShrink));
+    EXPECT_EQ(resourcesOf(getpid()), before);
 }
 
 }  // namespace

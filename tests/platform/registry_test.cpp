@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -18,35 +18,25 @@ namespace fs = std::filesystem;
 class RegistryTest : public testing::Test {
   protected:
     RegistryTest() {
-        std::string name = testing::TempDir() + "moriak-registry-XXXXXX";
-        path_ = mkdtemp(name.data());
+        mkdtemp(path_.data());
         setenv("MORIAK_HIDL_RUNTIME_DIR", path_.c_str(), 1);
     }
     ~RegistryTest() override { fs::remove_all(path_); }
 
-    void link(const std::string& instance, const std::string& target) {
-        fs::create_symlink(target, path_ + "/moriak.test.calls@1.0::IEcho=" + instance);
-    }
-
-    std::string path_;
+    std::string path_ = testing::TempDir() + "moriak-registry-XXXXXX";
 };
 
-TEST_F(RegistryTest, WithNothingRegisteredLookupsReturnNull) {
-    EXPECT_EQ(IEcho::getService(), nullptr);
-    EXPECT_EQ(IEcho::tryGetService("other"), nullptr);
+TEST_F(RegistryTest, EntriesThatLeadToNoProcessAreNoServices) {
+    for (const char* target :
+         {"process-1-1", "../../../etc/passwd", "process--1", "process-99999999999999999999-1"}) {
+        const std::string link = path_ + "/moriak.test.calls@1.0::IEcho=broken";
+        fs::create_symlink(target, link);
+        EXPECT_EQ(IEcho::getService("broken"), nullptr) << target;
+        fs::remove(link);
+    }
     fs::remove_all(path_);
     EXPECT_EQ(IEcho::getService(), nullptr);
     EXPECT_FALSE(fs::exists(path_)) << "looking up creates nothing";
-}
-
-TEST_F(RegistryTest, EntriesThatLeadToNoProcessAreNoServices) {
-    link("gone", "process-1-1");
-    link("outside", "../../../etc/passwd");
-    link("noname", "process--1");
-    link("overflow", "process-99999999999999999999-1");
-    for (const char* instance : {"gone", "outside", "noname", "overflow"}) {
-        EXPECT_EQ(IEcho::getService(instance), nullptr) << instance;
-    }
 }
 
 TEST_F(RegistryTest, NamesThatAreNoFileNamesAreRefused) {
@@ -57,30 +47,24 @@ TEST_F(RegistryTest, NamesThatAreNoFileNamesAreRefused) {
     }
 }
 
-TEST_F(RegistryTest, TheDirectoryIsClosedToOtherUsers) {
+TEST_F(RegistryTest, TheDirectoryIsClosedToOthersAndALaterServiceReplacesOneOfItsName) {
     chmod(path_.c_str(), 0755);
-    const ServiceProcess process;
-    EXPECT_NE(IEcho::getService(), nullptr);
-    EXPECT_EQ(fs::status(path_).permissions(), fs::perms::owner_all);
-}
-
-TEST_F(RegistryTest, AServiceIsReplacedByALaterOneOfItsName) {
     const ServiceProcess first;
     const sp<IEcho> firstEcho = IEcho::getService();
+    EXPECT_EQ(fs::status(path_).permissions(), fs::perms::owner_all);
     const ServiceProcess second;
-    const sp<IEcho> secondEcho = IEcho::getService();
-    ASSERT_NE(secondEcho, nullptr);
-    EXPECT_FALSE(android::hardware::interfacesEqual(firstEcho, secondEcho));
+    EXPECT_FALSE(android::hardware::interfacesEqual(firstEcho, IEcho::getService()));
     EXPECT_TRUE(firstEcho->ping().isOk()) << "who has the first one keeps it";
 }
 
 TEST_F(RegistryTest, SocketsOfDeadProcessesAreRemovedByTheNextOne) {
     { const ServiceProcess killed("killed"); }
     const ServiceProcess next("next");
-    size_t sockets = 0;
-    for (const auto& entry : fs::directory_iterator(path_))
-        sockets += entry.is_socket() && !entry.is_symlink();
-    EXPECT_EQ(sockets, 1u);
+    EXPECT_EQ(std::count_if(fs::directory_iterator(path_), {},
+                            [](const auto& entry) {
+                                return entry.symlink_status().type() == fs::file_type::socket;
+                            }),
+              1);
 }
 
 }  // namespace

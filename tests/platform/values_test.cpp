@@ -9,12 +9,9 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/echo_service.h"
-#include "support/child_process.h"
 
 namespace moriak_test {
 namespace {
@@ -33,16 +30,15 @@ struct Counted : public virtual RefBase {
 TEST(ReferencesTest, AnObjectLivesAsLongAsItsStrongReferences) {
     std::atomic<int> alive{0};
     sp<Counted> first(new Counted(alive));
-    wp<Counted> weak(first);
+    const wp<Counted> weak(first);
     sp<RefBase> second = first;
     first = nullptr;
-    EXPECT_EQ(alive, 1);
     EXPECT_EQ(weak.promote(), second);
     second = std::move(second);
+    EXPECT_EQ(alive, 1);
     second.clear();
     EXPECT_EQ(alive, 0);
     EXPECT_EQ(weak.promote(), nullptr);
-    EXPECT_EQ(wp<Counted>().promote(), nullptr);
 }
 
 TEST(ReferencesTest, PromotionRacesTheLastReleaseWithoutRevivingTheDead) {
@@ -50,9 +46,7 @@ TEST(ReferencesTest, PromotionRacesTheLastReleaseWithoutRevivingTheDead) {
     for (int round = 0; round < 500; ++round) {
         sp<Counted> strong(new Counted(alive));
         std::thread promoter([weak = wp<Counted>(strong)] {
-            while (const sp<Counted> promoted = weak.promote()) {
-                EXPECT_EQ(promoted->alive_, 1);
-            }
+            while (const sp<Counted> promoted = weak.promote()) EXPECT_EQ(promoted->alive_, 1);
         });
         strong.clear();
         promoter.join();
@@ -60,56 +54,43 @@ TEST(ReferencesTest, PromotionRacesTheLastReleaseWithoutRevivingTheDead) {
     }
 }
 
-native_handle_t* handleOf(const std::vector<int>& descriptors) {
-    native_handle_t* handle = native_handle_create(static_cast<int>(descriptors.size()), 1);
-    std::copy(descriptors.begin(), descriptors.end(), handle->data);
-    return handle;
-}
-
-bool isOpen(int fd) {
-    return fcntl(fd, F_GETFD) >= 0;
-}
-
-TEST(NativeHandleTest, ImpossibleCountsAreRefused) {
+TEST(NativeHandleTest, ImpossibleHandlesAreRefused) {
     EXPECT_EQ(native_handle_create(-1, 0), nullptr);
-    EXPECT_EQ(native_handle_create(0, -1), nullptr);
-    EXPECT_EQ(native_handle_create(NATIVE_HANDLE_MAX_FDS + 1, 0), nullptr);
     EXPECT_EQ(native_handle_create(0, NATIVE_HANDLE_MAX_INTS + 1), nullptr);
     native_handle_t notOne{};
-    EXPECT_EQ(native_handle_clone(nullptr), nullptr);
     EXPECT_EQ(native_handle_clone(&notOne), nullptr);
     EXPECT_EQ(native_handle_close(&notOne), -EINVAL);
     EXPECT_EQ(native_handle_delete(&notOne), -EINVAL);
 }
 
 TEST(NativeHandleTest, ACloneThatFailsHalfWayLeavesNoDescriptorOpen) {
-    const unique_fd good(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    native_handle_t* handle = handleOf({good.get(), good.get(), -1});
-    const size_t before = TestSupport::resourcesOf(getpid()).descriptors;
+    native_handle_t* handle = native_handle_create(2, 0);
+    handle->data[0] = STDIN_FILENO;
+    handle->data[1] = -1;
+    const auto before = TestSupport::resourcesOf(getpid());
     EXPECT_EQ(native_handle_clone(handle), nullptr);
     EXPECT_EQ(errno, EBADF);
-    EXPECT_EQ(TestSupport::resourcesOf(getpid()).descriptors, before);
+    EXPECT_EQ(TestSupport::resourcesOf(getpid()), before);
     native_handle_delete(handle);
 }
 
 TEST(HidlHandleTest, ACopyOwnsItsDescriptorsAndABorrowerDoesNot) {
-    native_handle_t* native = handleOf({open("/dev/null", O_RDONLY | O_CLOEXEC)});
+    const auto isOpen = [](int fd) { return fcntl(fd, F_GETFD) >= 0; };
+    native_handle_t* native = native_handle_create(1, 1);
+    native->data[0] = open("/dev/null", O_RDONLY | O_CLOEXEC);
     native->data[1] = 77;
+    const int original = native->data[0];
     hidl_handle owner;
     owner.setTo(native, true);
-    int copied = -1;
-    {
-        const hidl_handle borrower(native);
-        const hidl_handle copy(borrower);
-        copied = copy->data[0];
-        EXPECT_NE(copied, native->data[0]);
-        EXPECT_EQ(copy->data[1], 77);
-        EXPECT_TRUE(isOpen(copied));
-    }
+    hidl_handle copy = hidl_handle(native);
+    EXPECT_EQ(copy.getNativeHandle(), native);
+    copy = hidl_handle(copy);
+    const int copied = copy->data[0];
+    EXPECT_NE(copied, original);
+    EXPECT_EQ(copy->data[1], 77);
+    copy = nullptr;
     EXPECT_FALSE(isOpen(copied));
-    EXPECT_TRUE(isOpen(native->data[0]));
-
-    const int original = native->data[0];
+    EXPECT_TRUE(isOpen(original));
     hidl_handle next(std::move(owner));
     EXPECT_EQ(owner.getNativeHandle(), nullptr);  // NOLINT: what a move leaves is promised
     next = nullptr;
@@ -122,7 +103,6 @@ TEST(HidlStringTest, CopiesAreApartAndKeepEveryByte) {
     const hidl_string second(first);
     first = "other";
     EXPECT_EQ(std::string(second), withZero);
-    EXPECT_EQ(first, "other");
     EXPECT_NE(first, second);
     const hidl_string third(std::move(first));
     EXPECT_EQ(third, "other");
@@ -135,9 +115,8 @@ TEST(HidlVecTest, ElementsSurviveCopiesResizingAndReplacement) {
     const hidl_vec<hidl_string> copy(first);
     first.resize(2);
     first[0] = "changed";
-    EXPECT_EQ(copy, (hidl_vec<hidl_string>{"one", "two", "three"}));
-    EXPECT_EQ(first, (hidl_vec<hidl_string>{"changed", "two"}));
     first.resize(3);
+    EXPECT_EQ(toString(copy), R"(["one", "two", "three"])");
     EXPECT_EQ(toString(first), R"(["changed", "two", ""])");
     first = {};
     EXPECT_EQ(first.size(), 0u);
@@ -152,14 +131,9 @@ TEST(AshmemTest, OnlyARegionThatCannotShrinkIsValid) {
     EXPECT_NE(ftruncate(region.get(), 5000), 0);
 
     const unique_fd canShrink(memfd_create("region", MFD_ALLOW_SEALING));
-    const unique_fd device(open("/dev/null", O_RDWR | O_CLOEXEC));
-    for (const int fd : {canShrink.get(), device.get(), -1}) EXPECT_FALSE(ashmem_valid(fd));
+    for (const int fd : {canShrink.get(), STDIN_FILENO, -1}) EXPECT_FALSE(ashmem_valid(fd));
     EXPECT_EQ(ashmem_create_region("none", 0), -1);
     EXPECT_EQ(ashmem_create_region("huge", SIZE_MAX), -1);
-}
-
-Status deadObject() {
-    return Status::fromStatusT(android::DEAD_OBJECT);
 }
 
 TEST(ReturnDeathTest, AFailureThatNobodyLookedAtEndsTheProcess) {
@@ -167,15 +141,16 @@ TEST(ReturnDeathTest, AFailureThatNobodyLookedAtEndsTheProcess) {
     const std::string unchecked =
         "^F/HidlStatus: Failed HIDL return status not checked: "
         "Status\\(EX_TRANSACTION_FAILED\\): 'DEAD_OBJECT: '\n$";
-    EXPECT_EXIT({ const Return<void> forgotten = deadObject(); }, aborted, unchecked);
-    EXPECT_EXIT({ Return<sp<RefBase>>(deadObject()).isDeadObject(); }, aborted, unchecked);
+    const Status dead = Status::fromStatusT(android::DEAD_OBJECT);
+    EXPECT_EXIT({ const Return<void> forgotten = dead; }, aborted, unchecked);
+    EXPECT_EXIT({ Return<sp<RefBase>>(dead).isDeadObject(); }, aborted, unchecked);
     EXPECT_EXIT(
         {
-            Return<void> overwritten = deadObject();
+            Return<void> overwritten = dead;
             overwritten = android::hardware::Void();
         },
         aborted, unchecked);
-    EXPECT_EXIT(static_cast<void>(static_cast<int>(Return<int>(deadObject()))), aborted,
+    EXPECT_EXIT(static_cast<void>(static_cast<int>(Return<int>(dead))), aborted,
                 "^F/HidlStatus: Failed HIDL call: "
                 "Status\\(EX_TRANSACTION_FAILED\\): 'DEAD_OBJECT: '\n$");
 }

@@ -6,6 +6,7 @@
 
 #include "stream/fake_stream.h"
 #include "support/allocation_count.h"
+#include "support/queue_counters.h"
 
 namespace {
 

@@ -7,9 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 namespace TestSupport {
 namespace {
@@ -91,6 +93,18 @@ ProcessResources resourcesOf(int pid) {
         sharedMappings += line.find("/memfd:") != std::string::npos ? 1 : 0;
     }
     return {countEntries(directory + "/fd"), countEntries(directory + "/task"), sharedMappings};
+}
+
+bool becomesTrue(const std::function<bool()>& condition) {
+    using namespace std::chrono_literals;
+    const auto deadline = std::chrono::steady_clock::now() + 30s;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
 }
 
 }  // namespace TestSupport

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <csignal>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -46,5 +47,8 @@ struct ProcessResources {
 };
 
 ProcessResources resourcesOf(int pid);
+
+/// Whether the condition becomes true within 30 s. For states that nothing announces.
+bool becomesTrue(const std::function<bool()>& condition);
 
 }  // namespace TestSupport
