@@ -36,13 +36,11 @@ TEST(Factories, WithoutAServiceAreEmptyAtOnceAndSilentButForTheLightSensors) {
 TEST(SensorClient, AnswersSuccessWithItsName) {
     const android::sp<Hidl::ISensorClient> client =
         new Vek::Sensors::HidlWrapper::SensorClient("tracker");
-    std::string name;
-    const auto status = client->getSensorClientInfo([&](Hidl::Result result, const auto& info) {
+    const auto status = client->getSensorClientInfo([](Hidl::Result result, const auto& info) {
         EXPECT_EQ(result, Hidl::Result::SUCCESS);
-        name = info.name;
+        EXPECT_EQ(info.name, "tracker");
     });
     EXPECT_TRUE(status.isOk());
-    EXPECT_EQ(name, "tracker");
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+#include "support/mortal_object.h"
+
 namespace TestSupport {
 
 namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
@@ -15,33 +17,12 @@ namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
 constexpr uint32_t kDataReady = 1U << 0;
 constexpr uint32_t kReadDone = 1U << 15;
 
-/// Whose death the test chooses.
-class FakeSensorClient : public Hal::ISensorClient {
+class FakeSensorClient : public MortalObject<Hal::ISensorClient> {
   public:
     android::hardware::Return<void> getSensorClientInfo(getSensorClientInfo_cb callback) override {
         callback(Hal::Result::SUCCESS, {"test"});
         return android::hardware::Void();
     }
-    android::hardware::Return<bool> linkToDeath(
-        const android::sp<android::hardware::hidl_death_recipient>& linkedRecipient,
-        uint64_t /*cookie*/) override {
-        recipient = linkedRecipient;
-        return !isDead;
-    }
-    android::hardware::Return<bool> unlinkToDeath(
-        const android::sp<android::hardware::hidl_death_recipient>& linkedRecipient) override {
-        const bool wasLinked = recipient == linkedRecipient;
-        recipient = wasLinked ? nullptr : recipient;
-        return wasLinked;
-    }
-
-    void die() {
-        const auto linked = recipient;
-        linked->serviceDied(0, android::wp<android::hidl::base::V1_0::IBase>(this));
-    }
-
-    bool isDead = false;
-    android::sp<android::hardware::hidl_death_recipient> recipient;
 };
 
 inline android::hardware::hidl_handle handleOf(int fd) {

@@ -24,11 +24,11 @@ class BatchCollector {
         };
     }
 
-    /// Waits for batches in addition to those that are there. Fewer if they do not come.
+    /// Waits for batches in addition to those that are there.
     std::vector<Batch> await(size_t count) {
         std::unique_lock lock{mutex_};
         const size_t total = batches_.size() + count;
-        arrived_.wait_for(lock, 30s, [&] { return batches_.size() >= total; });
+        EXPECT_TRUE(arrived_.wait_for(lock, 30s, [&] { return batches_.size() >= total; }));
         return batches_;
     }
 
@@ -44,7 +44,6 @@ TEST(SamplerTest, SamplesFollowEachOtherAtTheRateInWholeBatches) {
     sampler.setBatchLimit(32);
     const std::vector<Batch> batches = collector.await(20);
     sampler.stop();
-    ASSERT_GE(batches.size(), 20U);
     uint32_t sequence = 0;
     auto sampled = batches[0].firstSample;
     for (const Batch& batch : batches) {
@@ -61,7 +60,7 @@ TEST(SamplerTest, SamplesFollowEachOtherAtTheRateInWholeBatches) {
               (sequence + sampler.missedSamples()) * std::chrono::nanoseconds{1ms});
 }
 
-TEST(SamplerTest, NewPlanAndLimitHoldForTheNextBatches) {
+TEST(SamplerTest, NewPlanAndLimitHoldForTheNextBatchesAndALongOneCanBeStopped) {
     BatchCollector collector;
     Sampler sampler{{1000, 4}, collector.collect()};
     sampler.setBatchLimit(3);
@@ -70,12 +69,7 @@ TEST(SamplerTest, NewPlanAndLimitHoldForTheNextBatches) {
     const Batch batch = collector.await(3).back();
     EXPECT_EQ(batch.size, 2U);
     EXPECT_EQ(batch.period, 500us);
-}
-
-TEST(SamplerTest, StopsInTheMiddleOfALongBatch) {
-    BatchCollector collector;
-    Sampler sampler{{1, 3600}, collector.collect()};
-    sampler.setBatchLimit(3600);
+    sampler.setPlan({1, 3600});
     sampler.setBatchLimit(0);
     sampler.setBatchLimit(3600);
     sampler.stop();

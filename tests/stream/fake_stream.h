@@ -23,14 +23,12 @@ struct DirectSample {
 };
 
 /// Half the size of HidlSample: converted.
-struct ConvertedSample {
+template <size_t FixedRecords>
+struct SmallSample {
     uint64_t value;
 };
-
-/// As ConvertedSample, with a small fixed part.
-struct RareSample {
-    uint64_t value;
-};
+using ConvertedSample = SmallSample<8>;
+using RareSample = SmallSample<2>;
 
 inline std::vector<HidlSample> samples(uint64_t first, size_t count) {
     std::vector<HidlSample> records(count);
@@ -74,18 +72,10 @@ class FakeStream {
 
 namespace Vek::Sensors::HidlWrapper {
 
-template <>
-struct RecordConversion<TestSupport::ConvertedSample> {
-    static constexpr size_t kFixedRecords = 8;
-    static TestSupport::ConvertedSample convert(const TestSupport::HidlSample& record) {
-        return {record.value};
-    }
-};
-
-template <>
-struct RecordConversion<TestSupport::RareSample> {
-    static constexpr size_t kFixedRecords = 2;
-    static TestSupport::RareSample convert(const TestSupport::HidlSample& record) {
+template <size_t FixedRecords>
+struct RecordConversion<TestSupport::SmallSample<FixedRecords>> {
+    static constexpr size_t kFixedRecords = FixedRecords;
+    static TestSupport::SmallSample<FixedRecords> convert(const TestSupport::HidlSample& record) {
         return {record.value};
     }
 };

@@ -8,6 +8,7 @@
 
 #include <vector>
 
+#include "support/mortal_object.h"
 #include "support/service_end.h"
 
 namespace TestSupport {
@@ -15,27 +16,12 @@ namespace TestSupport {
 using android::hardware::Return;
 
 /// What every fake service has: a result that its control calls answer with, or a transport that
-/// fails, and the recipient that was linked to its death.
+/// fails.
 template <typename Interface>
-class FakeService : public Interface {
+class FakeService : public MortalObject<Interface> {
   public:
-    Return<bool> linkToDeath(
-        const android::sp<android::hardware::hidl_death_recipient>& linkedRecipient,
-        uint64_t cookie) override {
-        recipient = linkedRecipient;
-        return cookie == 0;
-    }
-    Return<bool> unlinkToDeath(
-        const android::sp<android::hardware::hidl_death_recipient>& linkedRecipient) override {
-        return recipient == linkedRecipient && ++unlinkCalls > 0;
-    }
-
-    void die() { recipient->serviceDied(0, android::wp<android::hidl::base::V1_0::IBase>(this)); }
-
     Hidl::Result result = Hidl::Result::SUCCESS;
     bool transportFails = false;
-    android::sp<android::hardware::hidl_death_recipient> recipient;
-    int unlinkCalls = 0;
 
   protected:
     Return<Hidl::Result> answer() const {
@@ -103,21 +89,22 @@ class FakeMotionSensorProvider : public FakeService<Hidl::IMotionSensorProvider>
         return android::hardware::Void();
     }
     Return<android::sp<Hidl::IImu>> getImu(uint32_t sensor) override {
-        if (transportFails) {
-            return deadObject();
-        }
-        return sensor == 0 ? imu : nullptr;
+        return found<Hidl::IImu>(sensor == 0 ? new FakeImu : nullptr);
     }
     Return<android::sp<Hidl::IMag>> getMag(uint32_t sensor) override {
-        if (transportFails) {
-            return deadObject();
-        }
-        return sensor == 1 ? mag : nullptr;
+        return found<Hidl::IMag>(sensor == 1 ? new FakeMag : nullptr);
     }
 
     Hidl::MotionSensorMetadata metadata;
-    android::sp<Hidl::IImu> imu = new FakeImu;
-    android::sp<Hidl::IMag> mag = new FakeMag;
+
+  private:
+    template <typename Sensor>
+    Return<android::sp<Sensor>> found(android::sp<Sensor> sensor) {
+        if (transportFails) {
+            return deadObject();
+        }
+        return sensor;
+    }
 };
 
 }  // namespace TestSupport

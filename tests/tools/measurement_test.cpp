@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <vector>
 
 #include "drop_counter.h"
 #include "latency_histogram.h"
@@ -41,27 +42,26 @@ TEST(LatencyHistogramTest, EveryMagnitudeIsFoundAgainWithinOneStep) {
     }
 }
 
-TEST(DropCounterTest, CountsGapsAcrossTheWrapOfTheNumbers) {
-    DropCounter counter;
-    EXPECT_EQ(counter.next(UINT32_MAX - 1, false), 0U) << "the first number only begins the count";
-    EXPECT_EQ(counter.next(UINT32_MAX, false), 0U);
-    EXPECT_EQ(counter.next(0, false), 0U);
-    EXPECT_EQ(counter.next(4, false), 3U);
-}
-
-TEST(DropCounterTest, AMarkCountsOnceAndNotOnTopOfItsGap) {
-    DropCounter counter;
-    EXPECT_EQ(counter.next(7, true), 1U);
-    EXPECT_EQ(counter.next(8, true), 1U);
-    EXPECT_EQ(counter.next(11, true), 2U);
-}
-
-TEST(DropCounterTest, ASensorThatCountsAnewLostNothing) {
-    DropCounter counter;
-    counter.next(1000, false);
-    EXPECT_EQ(counter.next(0, false), 0U);
-    EXPECT_EQ(counter.next(0, false), 0U);
-    EXPECT_EQ(counter.next(2, false), 1U);
+TEST(DropCounterTest, CountsGapsAndMarksButNoBeginning) {
+    struct Step {
+        uint32_t sequence;
+        bool isMarked;
+        uint32_t drops;
+    };
+    const std::vector<Step> runs[] = {
+        // The first number only begins the count; it goes on across the wrap of the numbers.
+        {{UINT32_MAX - 1, false, 0}, {UINT32_MAX, false, 0}, {0, false, 0}, {4, false, 3}},
+        // A mark counts once and not on top of its gap.
+        {{7, true, 1}, {8, true, 1}, {11, true, 2}},
+        // A sensor that counts anew lost nothing.
+        {{1000, false, 0}, {0, false, 0}, {0, false, 0}, {2, false, 1}},
+    };
+    for (const auto& run : runs) {
+        DropCounter counter;
+        for (const Step& step : run) {
+            EXPECT_EQ(counter.next(step.sequence, step.isMarked), step.drops) << step.sequence;
+        }
+    }
 }
 
 TEST(RateMeterTest, RateDoesNotDependOnWhereTheBatchesFall) {
