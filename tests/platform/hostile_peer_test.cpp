@@ -55,6 +55,22 @@ size_t openDescriptors() {
     return TestSupport::resourcesOf(getpid()).descriptors;
 }
 
+Frame callOf(uint64_t objectId, uint32_t code, const Parcel& arguments, uint64_t callId = 2) {
+    Frame frame;
+    frame.header.objectId = objectId;
+    frame.header.code = code;
+    frame.header.callId = callId;
+    frame.items = arguments.items();
+    frame.header.itemBytes = static_cast<uint32_t>(frame.items.size());
+    return frame;
+}
+
+Parcel argumentsFor(const char* interface) {
+    Parcel parcel;
+    parcel.writeInterfaceToken(interface);
+    return parcel;
+}
+
 /** A bare socket that speaks the protocol as far as the test wants. */
 class Peer {
   public:
@@ -70,41 +86,31 @@ class Peer {
 
     /** Whether the process answers the question for the service. */
     bool isServed(const std::string& instance) {
-        Parcel question;
-        question.writeInterfaceToken("ServiceTable");
+        Parcel question = argumentsFor("ServiceTable");
         question.writeCString((std::string(IEcho::descriptor) + "/" + instance).c_str());
-        send(call(0, 1, 1), question.items());
+        send(callOf(0, 1, question, 1));
         Frame answer;
         if (!receive(&answer) || answer.objects.size() != 1) return false;
         service_ = answer.objects[0].objectId;
         return true;
     }
 
-    static FrameHeader call(uint64_t objectId, uint32_t code, uint64_t callId) {
-        FrameHeader header;
-        header.objectId = objectId;
-        header.code = code;
-        header.callId = callId;
-        return header;
+    void send(const Frame& frame) {
+        std::vector<int> descriptors;
+        for (const unique_fd& fd : frame.descriptors) descriptors.push_back(fd.get());
+        sendFrame(socket_.get(), frame.header, frame.items, frame.objects, descriptors);
     }
-    void send(FrameHeader header, const std::vector<uint8_t>& items = {},
-              const std::vector<ObjectReference>& objects = {}) {
-        header.itemBytes = static_cast<uint32_t>(items.size());
-        header.objectCount = static_cast<uint32_t>(objects.size());
-        sendFrame(socket_.get(), header, items, objects, {});
+    /** With an object, if there is one. */
+    void reply(uint64_t callId, const Parcel& results, std::vector<ObjectReference> objects = {}) {
+        Frame frame = callOf(0, 0, results, callId);
+        frame.header.kind = FrameKind::kReply;
+        frame.header.objectCount = static_cast<uint32_t>(objects.size());
+        frame.objects = std::move(objects);
+        send(frame);
     }
-    /** A call of IEcho. */
-    void callService(uint32_t code, const Parcel& arguments, uint64_t callId = 2) {
-        send(call(service_, code, callId), arguments.items());
-    }
-    /** A header alone, after which nothing more comes. */
-    void sendLast(const FrameHeader& header, size_t size = sizeof(FrameHeader),
-                  const std::vector<int>& descriptors = {}) {
-        if (size == sizeof(header)) {
-            sendFrame(socket_.get(), header, {}, {}, descriptors);
-        } else {
-            EXPECT_EQ(::send(socket_.get(), &header, size, 0), static_cast<ssize_t>(size));
-        }
+    /** Says that nothing more will come, after a part of a header. */
+    void finish(size_t lastBytes) {
+        EXPECT_EQ(::send(socket_.get(), &kMagic, lastBytes, 0), static_cast<ssize_t>(lastBytes));
         shutdown(socket_.get(), SHUT_WR);
     }
 
@@ -125,15 +131,10 @@ class Peer {
     uint64_t service() const { return service_; }
 
   private:
+    static constexpr uint32_t kMagic = kFrameMagic;
+
     unique_fd socket_;
     uint64_t service_ = 0;
-};
-
-/** Arguments of a call of IEcho, or the results of one, that go wrong somewhere. */
-struct BrokenParcel {
-    const char* name;
-    uint32_t code;
-    std::function<void(Parcel&)> write;
 };
 
 /** What a hidl_vec, hidl_string or hidl_handle is on the wire: a pointer, then a size. */
@@ -158,146 +159,139 @@ void writeRecord(Parcel& parcel, uint32_t claimed, size_t parent, size_t offset)
     parcel.writeEmbeddedBuffer(record, sizeof(Record), &child, root + parent, offset);
 }
 
-void writeRecordWithEndlessName(Parcel& parcel) {
-    const RawVec record[4] = {{0, 3, 0}, {}, {}, {}};
-    size_t handle = writeRoot(parcel, 1);
-    parcel.writeEmbeddedBuffer(record, sizeof(Record), &handle, handle, 0);
-    parcel.writeEmbeddedBuffer("abcd", 4, &handle, handle, 0);
-}
-
-void writeHandle(Parcel& parcel, uint32_t descriptors, uint32_t integers) {
-    parcel.writeUint32(kHandleItem);
-    parcel.writeUint32(descriptors);
-    parcel.writeUint32(integers);
-}
+/** Arguments of IEcho::reverse, or its results, that go wrong somewhere. */
+struct BrokenParcel {
+    const char* name;
+    void (*write)(Parcel&);
+};
 
 const BrokenParcel kBrokenParcels[] = {
-    {"Nothing", kReverse, [](Parcel&) {}},
-    {"NoRootBuffer", kReverse, [](Parcel& parcel) { parcel.writeInt32(7); }},
-    {"NoElements", kReverse, [](Parcel& parcel) { writeRoot(parcel, 1); }},
-    {"AbsurdCount", kReverse, [](Parcel& parcel) { writeRecord(parcel, 0xffffffff, 0, 0); }},
-    {"MoreElementsThanSent", kReverse, [](Parcel& parcel) { writeRecord(parcel, 2, 0, 0); }},
-    {"UnknownParent", kReverse, [](Parcel& parcel) { writeRecord(parcel, 1, 9, 0); }},
-    {"OffsetOutside", kReverse, [](Parcel& parcel) { writeRecord(parcel, 1, 0, 0x7ffffff8); }},
-    {"OffsetElsewhere", kReverse, [](Parcel& parcel) { writeRecord(parcel, 1, 0, 8); }},
-    {"StringWithoutEnd", kReverse, writeRecordWithEndlessName},
-    {"HandleOfAbsurdCounts", kDebug, [](Parcel& parcel) { writeHandle(parcel, ~0u, ~0u); }},
-    {"HandleWithoutDescriptor", kDebug, [](Parcel& parcel) { writeHandle(parcel, 1, 0); }},
+    {"nothing", [](Parcel&) {}},
+    {"no root buffer", [](Parcel& parcel) { parcel.writeInt32(7); }},
+    {"no elements", [](Parcel& parcel) { writeRoot(parcel, 1); }},
+    {"absurd count", [](Parcel& parcel) { writeRecord(parcel, 0xffffffff, 0, 0); }},
+    {"more elements than sent", [](Parcel& parcel) { writeRecord(parcel, 2, 0, 0); }},
+    {"unknown parent", [](Parcel& parcel) { writeRecord(parcel, 1, 9, 0); }},
+    {"offset outside", [](Parcel& parcel) { writeRecord(parcel, 1, 0, 0x7ffffff8); }},
+    {"offset elsewhere", [](Parcel& parcel) { writeRecord(parcel, 1, 0, 8); }},
+    {"string without end",
+     [](Parcel& parcel) {
+         const RawVec record[4] = {{0, 3, 0}, {}, {}, {}};
+         size_t handle = writeRoot(parcel, 1);
+         parcel.writeEmbeddedBuffer(record, sizeof(Record), &handle, handle, 0);
+         parcel.writeEmbeddedBuffer("abcd", 4, &handle, handle, 0);
+     }},
 };
 
-struct Attack {
-    std::string name;
-    std::function<void(Peer&)> run;
+/** Makes the call one of IBase::debug with a handle that claims to be so large. */
+void sendHandle(Frame& call, uint32_t descriptors, uint32_t integers) {
+    Parcel arguments = argumentsFor(android::hidl::base::V1_0::IBase::descriptor);
+    for (const uint32_t word : {kHandleItem, descriptors, integers}) arguments.writeUint32(word);
+    call = callOf(call.header.objectId, kDebug, arguments);
+}
+
+void sendObject(Frame& call, ObjectReference object) {
+    call.objects = {object};
+    call.header.objectCount = 1;
+}
+
+void sendRelease(FrameHeader& header, uint64_t references) {
+    header.kind = FrameKind::kRelease;
+    header.references = references;
+}
+
+/** What is wrong with a call of the service that is right otherwise. */
+struct BrokenCall {
+    const char* name;
+    void (*spoil)(Frame&);
 };
 
-/** A header alone, with one field set. */
-template <typename T>
-Attack headerWith(const char* name, T FrameHeader::*field, T value) {
-    return {name, [=](Peer& peer) {
-                FrameHeader header;
-                header.*field = value;
-                peer.sendLast(header);
-            }};
-}
-
-Attack releaseOf(const char* name, uint64_t references, bool isRoot) {
-    return {name, [=](Peer& peer) {
-                FrameHeader header = Peer::call(isRoot ? 0 : peer.service(), 0, 0);
-                header.kind = FrameKind::kRelease;
-                header.references = references;
-                peer.send(header);
-            }};
-}
-
-Attack callWith(const char* name, ObjectReference object) {
-    return {name,
-            [=](Peer& peer) { peer.send(Peer::call(peer.service(), kReverse, 2), {}, {object}); }};
-}
-
-std::vector<Attack> attacks() {
-    std::vector<Attack> all{
-        headerWith("Noise", &FrameHeader::magic, 0x5a5a5a5au),
-        {"HalfAHeader", [](Peer& peer) { peer.sendLast({}, sizeof(FrameHeader) / 2); }},
-        headerWith("MissingBody", &FrameHeader::itemBytes, 1000u),
-        headerWith("TooManyBytes", &FrameHeader::itemBytes, uint32_t(kMaxItemBytes + 1)),
-        headerWith("TooManyObjects", &FrameHeader::objectCount, uint32_t(kMaxObjects + 1)),
-        headerWith("TooManyDescriptors", &FrameHeader::descriptorCount,
-                   uint32_t(kMaxDescriptors + 1)),
-        headerWith("MissingDescriptor", &FrameHeader::descriptorCount, 1u),
-        {"UnannouncedDescriptor",
-         [](Peer& peer) { peer.sendLast({}, sizeof(FrameHeader), {STDIN_FILENO}); }},
-        headerWith("UnknownKind", &FrameHeader::kind, FrameKind(9)),
-        headerWith("ReplyToNoCall", &FrameHeader::kind, FrameKind::kReply),
-        {"UnknownTarget", [](Peer& peer) { peer.send(Peer::call(12345, 1, 2)); }},
-        {"CallWithoutNumber", [](Peer& peer) { peer.send(Peer::call(peer.service(), 1, 0)); }},
-        releaseOf("ReleaseOfTooMuch", 2, false),
-        releaseOf("ReleaseOfTheRoot", 1, true),
-        callWith("UnknownObject", {999, ObjectOwner::kReceiver}),
-        callWith("ObjectOfNobody", {1, ObjectOwner(7)}),
-    };
-    for (const BrokenParcel& broken : kBrokenParcels) {
-        all.push_back({broken.name, [&broken](Peer& peer) {
-                           Parcel arguments;
-                           const bool isDebug = broken.code == kDebug;
-                           arguments.writeInterfaceToken(
-                               isDebug ? android::hidl::base::V1_0::IBase::descriptor
-                                       : IEcho::descriptor);
-                           broken.write(arguments);
-                           peer.callService(broken.code, arguments);
-                       }});
-    }
-    return all;
-}
-
-// Test programs are asked for the names of their tests, which must not hold addresses.
-void PrintTo(const Attack& attack, std::ostream* stream) {
-    *stream << attack.name;
-}
-void PrintTo(const BrokenParcel& parcel, std::ostream* stream) {
-    *stream << parcel.name;
-}
+const BrokenCall kBrokenCalls[] = {
+    {"noise", [](Frame& call) { call.header.magic = 0x5a5a5a5a; }},
+    {"too many bytes", [](Frame& call) { call.header.itemBytes = kMaxItemBytes + 1; }},
+    {"too many objects", [](Frame& call) { call.header.objectCount = kMaxObjects + 1; }},
+    {"too many descriptors", [](Frame& call) { call.header.descriptorCount = 254; }},
+    {"missing descriptor", [](Frame& call) { call.header.descriptorCount = 1; }},
+    {"unannounced descriptor", [](Frame& call) { call.descriptors.emplace_back(dup(0)); }},
+    {"unknown kind", [](Frame& call) { call.header.kind = FrameKind(9); }},
+    {"reply to no call", [](Frame& call) { call.header.kind = FrameKind::kReply; }},
+    {"unknown target", [](Frame& call) { call.header.objectId = 12345; }},
+    {"call without number", [](Frame& call) { call.header.callId = 0; }},
+    {"release of too much", [](Frame& call) { sendRelease(call.header, 9); }},
+    {"release of nothing", [](Frame& call) { sendRelease(call.header, 0); }},
+    {"release of the root", [](Frame& call) { sendRelease(call.header = {}, 1); }},
+    {"unknown object",
+     [](Frame& call) {
+         sendObject(call, {999, ObjectOwner::kReceiver});
+     }},
+    {"object of nobody",
+     [](Frame& call) {
+         sendObject(call, {1, ObjectOwner(7)});
+     }},
+    {"handle of absurd counts", [](Frame& call) { sendHandle(call, ~0u, ~0u); }},
+    {"handle without descriptor", [](Frame& call) { sendHandle(call, 1, 0); }},
+};
 
 const auto kOneDrop = ElementsAre(Field(&LogLine::message, StartsWith("dropped process ")));
 
 /** The service is of this process, so that whatever an attack leaves behind is found. */
-class HostileClientTest : public testing::TestWithParam<Attack> {
+class HostileClientTest : public testing::Test {
   protected:
-    HostileClientTest() { EXPECT_EQ(service_->registerAsService("attacked"), android::OK); }
+    HostileClientTest() {
+        EXPECT_EQ(service_->registerAsService("attacked"), android::OK);
+        descriptorsBefore_ = openDescriptors();
+    }
 
-    RuntimeDirectory directory_;
-    sp<EchoService> service_ = new EchoService;
+    const RuntimeDirectory directory_;
+    const sp<EchoService> service_ = new EchoService;
     CapturedLog log_;
+    size_t descriptorsBefore_ = 0;
 };
 
-TEST_P(HostileClientTest, IsDroppedAndLeavesNothingBehind) {
-    const size_t before = openDescriptors();
-    {
-        Peer bystander("attacked");
-        Peer peer("attacked");
-        GetParam().run(peer);
-        EXPECT_TRUE(peer.isDropped());
-        EXPECT_TRUE(bystander.isServed("attacked"));
+TEST_F(HostileClientTest, IsDroppedAndLeavesNothingBehind) {
+    const auto attack = [this](const char* name, const std::function<void(Peer&)>& run) {
+        SCOPED_TRACE(name);
+        {
+            Peer bystander("attacked");
+            Peer peer("attacked");
+            run(peer);
+            EXPECT_TRUE(peer.isDropped());
+            EXPECT_TRUE(bystander.isServed("attacked"));
+        }
+        EXPECT_TRUE(becomesTrue([&] { return openDescriptors() <= descriptorsBefore_; }));
+        EXPECT_THAT(log_.take(), kOneDrop);
+    };
+    attack("half a header", [](Peer& peer) { peer.finish(4); });
+    attack("half a call", [](Peer& peer) {
+        Frame call = callOf(peer.service(), kReverse, argumentsFor(IEcho::descriptor));
+        call.header.itemBytes += 1000;
+        peer.send(call);
+        peer.finish(4);
+    });
+    for (const BrokenCall& broken : kBrokenCalls) {
+        attack(broken.name, [&](Peer& peer) {
+            Frame call = callOf(peer.service(), kReverse, argumentsFor(IEcho::descriptor));
+            broken.spoil(call);
+            peer.send(call);
+        });
     }
-    EXPECT_TRUE(becomesTrue([&] { return openDescriptors() <= before; }));
-    EXPECT_THAT(log_.take(), kOneDrop);
+    for (const BrokenParcel& broken : kBrokenParcels) {
+        attack(broken.name, [&](Peer& peer) {
+            Parcel arguments = argumentsFor(IEcho::descriptor);
+            broken.write(arguments);
+            peer.send(callOf(peer.service(), kReverse, arguments));
+        });
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Attacks, HostileClientTest, testing::ValuesIn(attacks()),
-                         [](const auto& test) { return test.param.name; });
-
-using RandomClientTest = HostileClientTest;
-INSTANTIATE_TEST_SUITE_P(Once, RandomClientTest, testing::Values(Attack{"Random", {}}));
-
-TEST_P(RandomClientTest, NoDamageToACallIsFatal) {
-    const size_t before = openDescriptors();
+TEST_F(HostileClientTest, NoRandomDamageToACallIsFatal) {
     Record record;
     record.name = "name";
     record.numbers = {1, 2, 3};
     const hidl_vec<Record> records = {record, record};
-    Parcel whole;
+    Parcel whole = argumentsFor(IEcho::descriptor);
     size_t root = 0;
     size_t elements = 0;
-    whole.writeInterfaceToken(IEcho::descriptor);
     whole.writeBuffer(&records, sizeof(records), &root);
     writeEmbeddedToParcel(records, &whole, root, 0, &elements);
     for (size_t i = 0; i < records.size(); ++i) {
@@ -306,26 +300,27 @@ TEST_P(RandomClientTest, NoDamageToACallIsFatal) {
     std::mt19937 random(1);
     for (int round = 0; round < 500; ++round) {
         Peer peer("attacked");
-        std::vector<uint8_t> items = whole.items();
+        Frame call = callOf(peer.service(), kReverse, whole);
         // From none to a few bytes, behind the name of the interface.
         for (size_t damages = random() % 4; damages > 0; --damages) {
-            items[40 + random() % (items.size() - 40)] = static_cast<uint8_t>(random());
+            call.items[40 + random() % (call.items.size() - 40)] = static_cast<uint8_t>(random());
         }
-        if (random() % 8 == 0) items.resize(random() % items.size());
-        peer.send(Peer::call(peer.service(), kReverse, 2), items);
+        if (random() % 8 == 0) call.items.resize(random() % call.items.size());
+        call.header.itemBytes = static_cast<uint32_t>(call.items.size());
+        peer.send(call);
         Frame answer;
         peer.receive(&answer);
     }
-    EXPECT_TRUE(becomesTrue([&] { return openDescriptors() <= before; }));
+    EXPECT_TRUE(becomesTrue([&] { return openDescriptors() <= descriptorsBefore_; }));
 }
 
 TEST(GreedyClientTest, IsDroppedWhenItMakesMoreCallsThanCanBeServed) {
     const RuntimeDirectory directory;
     const ServiceProcess service("greedy");
     Peer peer("greedy");
-    Parcel data;
-    data.writeInterfaceToken(IEcho::descriptor);
-    for (uint64_t callId = 2; callId < 200; ++callId) peer.callService(kHang, data, callId);
+    for (uint64_t callId = 2; callId < 200; ++callId) {
+        peer.send(callOf(peer.service(), kHang, argumentsFor(IEcho::descriptor), callId));
+    }
     EXPECT_TRUE(peer.isDropped());
     EXPECT_TRUE(IEcho::getService("greedy")->ping().isOk());
 }
@@ -333,7 +328,7 @@ TEST(GreedyClientTest, IsDroppedWhenItMakesMoreCallsThanCanBeServed) {
 /** A server in this process that answers one call of its service with a reply of the test's. */
 class FakeService {
   public:
-    explicit FakeService(std::function<void(Peer&, FrameHeader)> answer)
+    explicit FakeService(std::function<void(Peer&, uint64_t callId)> answer)
         : registry_(*Registry::open(Registry::Mode::kCreate)), listener_(unixSocket()) {
         // Named like a socket of this process, which it is, but not the runtime's.
         EXPECT_EQ(withAddress(bind, listener_.get(), registry_.shortPath(name_)), 0);
@@ -347,19 +342,15 @@ class FakeService {
     }
 
   private:
-    void serve(const std::function<void(Peer&, FrameHeader)>& answer) {
+    void serve(const std::function<void(Peer&, uint64_t callId)>& answer) {
         Peer client(unique_fd(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
-        FrameHeader reply;
-        reply.kind = FrameKind::kReply;
         Frame call;
         EXPECT_TRUE(client.receive(&call));
-        reply.callId = call.header.callId;
         Parcel service;
         service.writeUint32(kObjectItem);
-        client.send(reply, service.items(), {{5, ObjectOwner::kSender}});
+        client.reply(call.header.callId, service, {{5, ObjectOwner::kSender}});
         EXPECT_TRUE(client.receive(&call));
-        reply.callId = call.header.callId;
-        answer(client, reply);
+        answer(client, call.header.callId);
     }
 
     const std::string name_ = Registry::newSocketName();
@@ -368,40 +359,36 @@ class FakeService {
     std::thread thread_;
 };
 
-class BrokenResultsTest : public testing::TestWithParam<BrokenParcel> {};
-
-TEST_P(BrokenResultsTest, FailTheCallAndDropTheService) {
+TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
     const RuntimeDirectory directory;
     CapturedLog log;
-    {
-        const FakeService fake([](Peer& client, FrameHeader reply) {
-            Parcel results;
-            results.writeInt32(0);
-            GetParam().write(results);
-            client.send(reply, results.items());
-            EXPECT_TRUE(client.isDropped());
-        });
-        const sp<IEcho> echo = IEcho::getService("fake");
-        ASSERT_NE(echo, nullptr);
-        EXPECT_FALSE(echo->reverse({}, [](const auto&) { ADD_FAILURE(); }).isOk());
-        EXPECT_FALSE(echo->ping().isOk());
+    for (const BrokenParcel& broken : kBrokenParcels) {
+        SCOPED_TRACE(broken.name);
+        {
+            const FakeService fake([&](Peer& client, uint64_t callId) {
+                Parcel results;
+                results.writeInt32(0);
+                broken.write(results);
+                client.reply(callId, results);
+                EXPECT_TRUE(client.isDropped());
+            });
+            const sp<IEcho> echo = IEcho::getService("fake");
+            ASSERT_NE(echo, nullptr);
+            EXPECT_FALSE(echo->reverse({}, [](const auto&) { ADD_FAILURE(); }).isOk());
+            EXPECT_FALSE(echo->ping().isOk());
+        }
+        EXPECT_THAT(log.take(), kOneDrop);
     }
-    EXPECT_THAT(log.take(), kOneDrop);
 }
-
-INSTANTIATE_TEST_SUITE_P(Parcels, BrokenResultsTest,
-                         testing::ValuesIn(std::begin(kBrokenParcels),
-                                           std::end(kBrokenParcels) - 2),
-                         [](const auto& test) { return test.param.name; });
 
 TEST(FakeServiceTest, AnObjectOfTheWrongTypeIsNoObject) {
     const RuntimeDirectory directory;
-    const FakeService fake([](Peer& client, FrameHeader reply) {
+    const FakeService fake([](Peer& client, uint64_t callId) {
         // Hands the client's own root object back where a listener is expected.
         Parcel results;
         results.writeInt32(0);
         results.writeUint32(kObjectItem);
-        client.send(reply, results.items(), {{0, ObjectOwner::kReceiver}});
+        client.reply(callId, results, {{0, ObjectOwner::kReceiver}});
     });
     const sp<IEcho> echo = IEcho::getService("fake");
     ASSERT_NE(echo, nullptr);
