@@ -113,14 +113,6 @@ TEST_F(DeathTest, ARecipientMayUnlinkAndReleaseEverything) {
     EXPECT_TRUE(other->cookies().empty()) << "it was unlinked before it was told";
 }
 
-TEST_F(DeathTest, AServiceThatCameBackIsFoundAgain) {
-    process_.kill();
-    EXPECT_EQ(IEcho::getService(), nullptr);
-    const ServiceProcess second;
-    EXPECT_TRUE(IEcho::getService()->ping().isOk());
-    EXPECT_FALSE(echo_->ping().isOk()) << "the old proxy stays dead";
-}
-
 TEST_F(DeathTest, NothingIsLeftOfDeadServices) {
     process_.kill();
     EXPECT_TRUE(becomesTrue([&] { return !echo_->ping().isOk(); }));

@@ -1,10 +1,9 @@
 // Fast message queues: batches that wrap, and peers that lie about the memory or the counters.
 #include <fmq/MessageQueue.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <functional>
+#include <array>
 #include <numeric>
 #include <vector>
 
@@ -14,13 +13,12 @@
 namespace moriak_test {
 namespace {
 
-using android::hardware::GrantorDescriptor;
-using testing::ElementsAre;
 using TestSupport::QueueCounters;
 using TestSupport::resourcesOf;
 
 using Queue = android::hardware::MessageQueue<uint64_t, android::hardware::kSynchronizedReadWrite>;
 using Descriptor = Queue::Descriptor;
+using Grantors = std::vector<android::hardware::GrantorDescriptor>;
 
 constexpr size_t kCapacity = 8;
 
@@ -73,14 +71,9 @@ TEST(MessageQueueTest, TheOtherEndKeepsOrEmptiesTheQueueAsAsked) {
 }
 
 TEST(MessageQueueTest, ImpossibleCountersAreShownAndThenSkipped) {
-    struct Case {
-        uint64_t written;
-        uint64_t read;
-        size_t shownToRead;
-    };
     // Ahead by more than the ring; the reader ahead of the writer; both about to overflow.
-    for (const auto& [written, read, shown] :
-         {Case{9 * 8, 0, 9}, Case{0, 8, SIZE_MAX / 8}, Case{UINT64_MAX, 0, SIZE_MAX / 8}}) {
+    for (const auto& [written, read, shown] : std::vector<std::array<uint64_t, 3>>{
+             {9 * 8, 0, 9}, {0, 8, UINT64_MAX / 8}, {UINT64_MAX, 0, UINT64_MAX / 8}}) {
         Queue queue(kCapacity);
         QueueCounters counters(queue);
         counters.written() = written;
@@ -120,15 +113,14 @@ TEST(MessageQueueTest, ADescriptorThatDoesNotFitItsMemoryMakesNoQueueAndLeavesNo
     const Queue queue(kCapacity, true);
     const auto before = resourcesOf(getpid());
     const native_handle_t* const handle = queue.getDesc()->handle();
-    const auto isQueue = [](const std::vector<GrantorDescriptor>& grantors,
-                            native_handle_t* ownHandle, size_t quantum = sizeof(uint64_t)) {
+    const auto isQueue = [](const Grantors& grantors, native_handle_t* ownHandle,
+                            size_t quantum = sizeof(uint64_t)) {
         return Queue(Descriptor(grantors, ownHandle, quantum)).isValid();
     };
-    const std::vector<GrantorDescriptor> honest = queue.getDesc()->grantors();
+    const Grantors honest = queue.getDesc()->grantors();
     EXPECT_TRUE(isQueue(honest, native_handle_clone(handle)));
 
-    using Grantors = std::vector<GrantorDescriptor>;
-    const std::function<void(Grantors&)> lies[] = {
+    void (*const lies[])(Grantors&) = {
         [](Grantors& grantors) { grantors.clear(); },
         [](Grantors& grantors) { grantors.resize(Descriptor::kMinGrantorCount - 1); },
         [](Grantors& grantors) { grantors[0].extent = 4; },
