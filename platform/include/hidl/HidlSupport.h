@@ -1,6 +1,7 @@
 // The values that HIDL calls carry, laid out as on the wire.
 #pragma once
 
+#include <cutils/compiler.h>
 #include <cutils/native_handle.h>
 #include <hidl/HidlInternal.h>
 #include <utils/RefBase.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cinttypes>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -47,6 +49,12 @@ void closeAndDelete(native_handle_t* handle);
 
 [[noreturn]] void dieOfSize(const char* type, size_t size);
 
+// What generated code makes safe unions of.
+[[noreturn]] void logAlwaysFatal(const char* message);
+template <typename T>
+void destructElement(T* element) {
+    element->~T();
+}
 }  // namespace details
 
 /** A native handle, owned or borrowed. Copies own a clone. */

@@ -18,6 +18,10 @@ void details::dieOfSize(const char* type, size_t size) {
     LOG_ALWAYS_FATAL("a %s cannot have %zu elements", type, size);
 }
 
+void details::logAlwaysFatal(const char* message) {
+    LOG_ALWAYS_FATAL("%s", message);
+}
+
 hidl_handle::hidl_handle(const hidl_handle& other) {
     if (other.mHandle == nullptr) return;
     mHandle = native_handle_clone(other.mHandle);
