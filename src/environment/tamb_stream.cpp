@@ -34,7 +34,7 @@ std::optional<Hidl::KivraRpcClientId> declaredId(std::string_view clientId) {
 KivraRpcMessage fromHidl(const Hidl::KivraRpcMessage& message) {
     const KivraRpcHeader header{message.header.procedure, message.header.sequence,
                                 message.header.sentTimestamp};
-    return {message.address, header, message.arrivalTimestamp,
+    return {ControllerAddr{message.address.address}, header, message.arrivalTimestamp,
             static_cast<KivraRpcMessageKind>(message.kind), message.payload};
 }
 
@@ -131,7 +131,8 @@ bool TambStream::sendKivraRpcMsg(const ControllerAddr& address, uint32_t procedu
         return false;
     }
     const android::sp<Hidl::ITambril> hal = hal_.get();
-    const HidlResult res = hal->sendMessage(callback.value(), address, procedure, payload);
+    const HidlResult res =
+        hal->sendMessage(callback.value(), {static_cast<uint64_t>(address)}, procedure, payload);
     checkTransport(res, __PRETTY_FUNCTION__);
     return res == Result::SUCCESS;
 }

@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 using TestSupport::CapturedLog;
 using TestSupport::FakeTambril;
 using TestSupport::warningLine;
+using Vek::Sensors::ControllerAddr;
 using Vek::Sensors::KivraRpcMessage;
 using Vek::Sensors::TimeDomain;
 using Vek::Sensors::HidlWrapper::TambStream;
@@ -31,7 +32,7 @@ class TambStreamTest : public ::testing::Test {
   protected:
     bool send(size_t payloadSize = 0) {
         std::vector<uint8_t> payload(payloadSize, 0xa5);
-        return stream.sendKivraRpcMsg(0x1122334455667788, 9, payload);
+        return stream.sendKivraRpcMsg(ControllerAddr{0x1122334455667788}, 9, payload);
     }
 
     android::sp<FakeTambril> service = new FakeTambril;
@@ -63,10 +64,10 @@ TEST_F(TambStreamTest, UnregisteringForgetsTheClientWhateverIdAndResult) {
 
 TEST_F(TambStreamTest, SendsOnlyWhileRegisteredAndReturnsWhatTheServiceSays) {
     std::vector<size_t> sizes;
-    service->duringSend = [&](const auto& sender, uint64_t address, uint32_t procedure,
+    service->duringSend = [&](const auto& sender, const auto& address, uint32_t procedure,
                               const std::vector<uint8_t>& payload) {
         EXPECT_EQ(sender, service->callback);
-        EXPECT_EQ(address, 0x1122334455667788U);
+        EXPECT_EQ(address.address, 0x1122334455667788U);
         EXPECT_EQ(procedure, 9U);
         EXPECT_EQ(payload, std::vector<uint8_t>(payload.size(), 0xa5));
         sizes.push_back(payload.size());
@@ -90,7 +91,7 @@ TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) 
     shortLived = nullptr;
     EXPECT_THAT(service->calls, ElementsAre("register CMS"));  // and no call to unregister
 
-    Hidl::KivraRpcMessage message{1, {2, 3, 4}, 5, static_cast<Hidl::KivraRpcMessageKind>(6), {}};
+    Hidl::KivraRpcMessage message{{1}, {2, 3, 4}, 5, static_cast<Hidl::KivraRpcMessageKind>(6), {}};
     EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());
     message.payload = {7, 8, 9};
     EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());
@@ -105,8 +106,9 @@ TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) 
     using ::testing::FieldsAre;
     const auto header = FieldsAre(2, 3, 4);
     const auto kind = static_cast<Vek::Sensors::KivraRpcMessageKind>(6);
-    EXPECT_THAT(received, ElementsAre(FieldsAre(1, header, 5, kind, IsEmpty()),
-                                      FieldsAre(1, header, 5, kind, ElementsAre(7, 8, 9))));
+    EXPECT_THAT(received,
+                ElementsAre(FieldsAre(ControllerAddr{1}, header, 5, kind, IsEmpty()),
+                            FieldsAre(ControllerAddr{1}, header, 5, kind, ElementsAre(7, 8, 9))));
 }
 
 TEST_F(TambStreamTest, TranslationIsTheServicesAndTakesNoLock) {

@@ -121,7 +121,8 @@ class FakeTambril : public FakeService<Hidl::ITambril> {
         duringChange();
         return answer();
     }
-    Return<Hidl::Result> sendMessage(const Callback& sender, uint64_t address, uint32_t procedure,
+    Return<Hidl::Result> sendMessage(const Callback& sender, const Hidl::ControllerAddr& address,
+                                     uint32_t procedure,
                                      const android::hardware::hidl_vec<uint8_t>& payload) override {
         duringSend(sender, address, procedure, payload);
         return answer();
@@ -139,8 +140,9 @@ class FakeTambril : public FakeService<Hidl::ITambril> {
     Callback callback;
     std::vector<std::tuple<int64_t, Hidl::TimeDomain, Hidl::TimeDomain>> translations;
     std::function<void()> duringChange = [] {};
-    std::function<void(const Callback&, uint64_t, uint32_t, std::vector<uint8_t>)> duringSend =
-        [](auto&&...) {};
+    std::function<void(const Callback&, const Hidl::ControllerAddr&, uint32_t,
+                       std::vector<uint8_t>)>
+        duringSend = [](auto&&...) {};
 };
 
 }  // namespace TestSupport
