@@ -1,11 +1,11 @@
-// How controllers are told apart.
+// The address of a hand controller.
 #pragma once
 
 #include <cstdint>
 
 namespace Vek::Sensors {
 
-/// The address of one controller. It has no structure that clients may rely on.
-using ControllerAddr = uint64_t;
+/// Names one controller to the service. Opaque: compare it, keep it, pass it on. Zero names none.
+enum class ControllerAddr : uint64_t {};
 
 }  // namespace Vek::Sensors

@@ -5,6 +5,7 @@
 // Factories may be called from any thread.
 #pragma once
 
+#include <vek/sensors/controller_state.h>
 #include <vek/sensors/export.h>
 #include <vek/sensors/external_timing.h>
 #include <vek/sensors/face_eye_tracking_led.h>
@@ -41,6 +42,10 @@ VEK_SENSORS_EXPORT std::unique_ptr<ITambStream> createTambStream();
 /// up; that there is none is logged.
 VEK_SENSORS_EXPORT std::unique_ptr<IFlickerSensorProvider> createFlickerSensor(
     android::sp<vendor::zelvan::hardware::sensors::V1_0::IFlickerSensor> service);
+
+/// For the program that owns the controllers' state. One that uses the controllers constructs a
+/// HidlWrapper::ControllerProvider (controller_provider.h).
+VEK_SENSORS_EXPORT std::unique_ptr<IControllerStateProvider> createControllerStateProvider();
 
 /// Needs no service; never returns an empty pointer.
 VEK_SENSORS_EXPORT std::unique_ptr<IStreamCompositor> createStreamCompositor();
