@@ -8,6 +8,8 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
+struct ControllerService;
+
 /// Stateless but for its reference to the service.
 class VEK_SENSORS_EXPORT ControllerProvider : public IControllerProvider {
   public:
@@ -41,9 +43,7 @@ class VEK_SENSORS_EXPORT ControllerProvider : public IControllerProvider {
     bool allowDevice(SecureDeviceInfo device) override;
 
   private:
-    struct Service;
-
-    std::unique_ptr<Service> service_;
+    std::unique_ptr<ControllerService> service_;
 };
 
 }  // namespace Vek::Sensors::HidlWrapper

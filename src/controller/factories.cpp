@@ -1,0 +1,14 @@
+// The entry point of the controllers' state owner. The users' provider is constructed by them.
+#include <vek/sensors/factories.h>
+
+#include "controller/controller_state_provider.h"
+#include "foundation/bind_service.h"
+
+namespace Vek::Sensors {
+
+std::unique_ptr<IControllerStateProvider> createControllerStateProvider() {
+    return HidlWrapper::createForDefaultService<HidlWrapper::ControllerStateProvider,
+                                                Hidl::IControllerStateProvider>();
+}
+
+}  // namespace Vek::Sensors

@@ -1,0 +1,33 @@
+// Passes the progress of a firmware update to the client's function.
+#include <utility>
+
+#include "controller/convert.h"
+
+namespace Vek::Sensors::Convert {
+namespace {
+
+/// Called by the service on HIDL threads. Immutable.
+class ProgressUpdateCallback : public Hidl::IProgressUpdateCallback {
+  public:
+    explicit ProgressUpdateCallback(std::function<void(float)> progress)
+        : progress_(std::move(progress)) {}
+
+    /// An empty function throws: clients are told to give one.
+    android::hardware::Return<Hidl::Result> handleProgressUpdate(float progress) override {
+        progress_(progress);
+        return Hidl::Result::SUCCESS;
+    }
+
+  private:
+    const std::function<void(float)> progress_;
+};
+
+}  // namespace
+
+Hidl::IControllerManagementClient::FWUpdateCallbackConfig intoHidl(
+    const IControllerManagementClient::FWUpdateCallbackConfig& config) {
+    return {new ProgressUpdateCallback(config.progress), config.minimumInterval,
+            config.minimumStep};
+}
+
+}  // namespace Vek::Sensors::Convert
