@@ -26,6 +26,7 @@ TEST(Factories, WithoutAServiceAreEmptyAtOnceAndSilentButForTheLightSensors) {
     EXPECT_EQ(Vek::Sensors::createExternalTimingProvider(), nullptr);
     EXPECT_EQ(Vek::Sensors::createFaceEyeTrackingLed(), nullptr);
     EXPECT_EQ(Vek::Sensors::createTambStream(), nullptr);
+    EXPECT_EQ(Vek::Sensors::createControllerStateProvider(), nullptr);
     EXPECT_NE(Vek::Sensors::createStreamCompositor(), nullptr);
     EXPECT_THAT(log.take(), IsEmpty());
     EXPECT_EQ(Vek::Sensors::createFlickerSensor(nullptr), nullptr);

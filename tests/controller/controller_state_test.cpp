@@ -1,0 +1,267 @@
+// The state owner's provider and the queue that it writes poses to.
+#include <vek/sensors/factories.h>
+
+#include "controller/controller_state_provider.h"
+#include "os/bind_receiver.h"
+#include "support/allocation_count.h"
+#include "support/fake_controller_hal.h"
+#include "support/fatal_calls.h"
+#include "support/queue_counters.h"
+
+namespace {
+
+using namespace Vek::Sensors;
+using HidlWrapper::ControllerStateProvider;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using TestSupport::assertion;
+using TestSupport::expectFatal;
+using TestSupport::FakeControllerStateProvider;
+using TestSupport::transportError;
+
+PoseOutput pose(uint32_t sequence) {
+    PoseOutput result{};
+    result.sequence = sequence;
+    return result;
+}
+
+class ControllerStateTest : public ::testing::Test {
+  protected:
+    using I = Hidl::IControllerStateProvider;
+
+    /// Another writer on the same service, whose name differs from the one in use.
+    auto writer() const {
+        return std::make_unique<HidlWrapper::OutputStreamHandle<PoseOutput, Hidl::PoseOutput, 1>>(
+            "test", Vek::OS::BindReceiver(android::sp<I>(service), &I::controlPoseOutputStream),
+            Vek::OS::BindReceiver(android::sp<I>(service), &I::preparePoseOutputStream));
+    }
+
+    /// The sequence numbers of the poses that wait in the service's queue.
+    std::vector<uint32_t> takePoses() const {
+        std::vector<uint32_t> sequences;
+        for (Hidl::PoseOutput record; service->poses.read(&record);) {
+            sequences.push_back(record.sequence);
+        }
+        return sequences;
+    }
+
+    android::sp<FakeControllerStateProvider> service = new FakeControllerStateProvider;
+    ControllerStateProvider provider{android::sp<I>(service)};
+};
+using ControllerStateDeathTest = ControllerStateTest;
+
+struct StreamCommand {
+    void (ControllerStateProvider::*send)();
+    const char* name;
+    const char* refusal;
+    const char* call;
+};
+#define COMMAND(name, refusal, call)                              \
+    {                                                             \
+        &ControllerStateProvider::name, #name "()",               \
+            refusal " stream command failed with result: 1", call \
+    }
+const StreamCommand kCommands[]{
+    COMMAND(startHapticsStateStream, "Start haptic", "controlHapticsStateStream true START"),
+    COMMAND(stopHapticsStateStream, "Stop haptic", "controlHapticsStateStream true STOP"),
+    COMMAND(startWirelessStateTransitionStream, "Start wireless state transition",
+            "controlWirelessStateTransitionStream true START"),
+    COMMAND(stopWirelessStateTransitionStream, "Stop wireless state transition",
+            "controlWirelessStateTransitionStream true STOP"),
+    COMMAND(startControllerInputDataStream, "Start controller",
+            "controlControllerInputStream true START"),
+    COMMAND(stopControllerInputDataStream, "Stop controller",
+            "controlControllerInputStream true STOP"),
+};
+#undef COMMAND
+
+TEST_F(ControllerStateTest, StreamsAreTheProvidersOwnAndTheirCommandsCarryTheirClients) {
+    EXPECT_THAT(service->calls, IsEmpty());
+    EXPECT_EQ(&provider.streamHapticsState(), &provider.streamHapticsState());
+    EXPECT_EQ(&provider.streamControllerInputData(), &provider.streamControllerInputData());
+    const auto composite = createStreamCompositor()->createCompositeStream("state");
+    provider.streamHapticsState().addTo(*composite);
+    provider.streamWirelessStateTransition().addTo(*composite);
+    provider.streamControllerInputData().addTo(*composite);
+    std::vector<std::string> expected;
+    for (const StreamCommand& command : kCommands) {
+        (provider.*command.send)();
+        (provider.*command.send)();
+        expected.insert(expected.end(), 2, command.call);
+    }
+    EXPECT_EQ(service->calls, expected);
+
+    std::vector<float> pressures;
+    provider.streamControllerInputData().setCallbackv(
+        [&](gsl::span<const gsl::span<const ControllerInputData>> spans) {
+            ASSERT_EQ(spans[0].size(), 1U);
+            ASSERT_EQ(spans[0][0].kind, ControllerInputData::Kind::STYLUS);
+            pressures.push_back(spans[0][0].stylus.pressure);
+        });
+    Hidl::ControllerInputData record;
+    record.stylus({{}, 0.5F});
+    ASSERT_TRUE(service->input.writeAndSignal({record}));
+    EXPECT_EQ(composite->waitFor(std::chrono::seconds{10}), WaitResult::DELIVERED);
+    EXPECT_THAT(pressures, ElementsAre(0.5F));
+}
+
+TEST_F(ControllerStateDeathTest, StreamCommandsAreFatalIfRefusedOrNotDelivered) {
+    for (const StreamCommand& command : kCommands) {
+        const auto send = [&] { (provider.*command.send)(); };
+        service->transportFails = false;
+        service->result = Hidl::Result::FAILURE;
+        expectFatal({{assertion("hidlReturn != Hidl::Result::SUCCESS", command.refusal), send}});
+        service->transportFails = true;
+        expectFatal({{transportError("void ", "ControllerStateProvider::", command.name), send}});
+    }
+}
+
+TEST_F(ControllerStateTest, DestructionSendsNoCommand) {
+    {
+        ControllerStateProvider another{android::sp<I>(service)};
+        another.startHapticsStateStream();
+        another.preparePoseOutputStream();
+        another.startPoseOutputStream();
+        service->calls.clear();
+    }
+    EXPECT_THAT(service->calls, IsEmpty());
+}
+
+TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
+    EXPECT_EQ(provider.enterPairingMode(), ControllerAddr{9});
+    const SecureDeviceInfo info = provider.getPairingInfo();
+    EXPECT_EQ(info.address, ControllerAddr{9});
+    EXPECT_EQ(info.deviceId, 8U);
+    EXPECT_THAT(info.key, ::testing::Each(0));
+    service->callsBack = false;
+    EXPECT_EQ(provider.enterPairingMode(), ControllerAddr{});
+    EXPECT_EQ(provider.getPairingInfo().deviceId, 0U);
+
+    // On the heap, where a read beyond the 16 bytes is noticed.
+    const std::vector<uint8_t> key(16, 3);
+    const auto allAre = [&](bool answer) {
+        return provider.notifyBatteryState(255) == answer &&
+               provider.setPairingInfo({7, {1, 2}}, key.data()) == answer &&
+               provider.setKivrarEnabled(answer) == answer;
+    };
+    EXPECT_TRUE(allAre(true));
+    EXPECT_THAT(
+        service->calls,
+        ElementsAre("notifyBatteryState 255",
+                    "setPairingInfo {.hostId = 7, .key = [1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, "
+                    "0, 0, 0]} [3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3]",
+                    "setKivrarEnabled true"));
+    service->succeeds = false;
+    EXPECT_TRUE(allAre(false));
+    service->succeeds = service->transportFails = true;
+    EXPECT_TRUE(allAre(false));
+}
+
+TEST_F(ControllerStateDeathTest, FailedQueriesAreFatalWithTheirSignatures) {
+    service->transportFails = true;
+    const std::string scope = "ControllerStateProvider::";
+    expectFatal({
+        {transportError("Vek::Sensors::ControllerAddr ", scope, "enterPairingMode()"),
+         [&] { provider.enterPairingMode(); }},
+        {transportError("Vek::Sensors::SecureDeviceInfo ", scope, "getPairingInfo()"),
+         [&] { provider.getPairingInfo(); }},
+    });
+}
+
+TEST_F(ControllerStateTest, PosesReachTheServiceUntilItsQueueIsFull) {
+    ASSERT_TRUE(service->poses.write(std::array<Hidl::PoseOutput, 1>{}.data()));
+    provider.preparePoseOutputStream();
+    EXPECT_EQ(service->poses.availableToRead(), 1U) << "the positions are the service's to set";
+    provider.startPoseOutputStream();
+    android::hardware::EventFlag* flag =
+        Vek::OS::createEventFlagFromHandle(service->poseConfig.eventFlag);
+    uint32_t state = 0;
+    EXPECT_NE(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
+    EXPECT_TRUE(provider.sendPose(pose(1)));
+    EXPECT_EQ(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
+    EXPECT_FALSE(provider.sendPose(pose(2)));
+    EXPECT_NE(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
+    android::hardware::EventFlag::deleteEventFlag(&flag);
+    EXPECT_THAT(takePoses(), ElementsAre(0, 1));
+
+    provider.stopPoseOutputStream();
+    provider.startPoseOutputStream();
+    const size_t before = TestSupport::allocationCount();
+    const bool sent = provider.sendPose(pose(3)) && provider.sendPose(pose(4));
+    EXPECT_EQ(TestSupport::allocationCount(), before);
+    EXPECT_TRUE(sent);
+    EXPECT_THAT(takePoses(), ElementsAre(3, 4));
+    const std::string command = "controlPoseOutputStream true ";
+    EXPECT_THAT(service->calls,
+                ElementsAre(command + "START", command + "STOP", command + "START"));
+}
+
+TEST_F(ControllerStateTest, OneSendWritesTheFirstPoseAlone) {
+    const std::vector<PoseOutput> three{pose(1), pose(2), pose(3)};
+    const auto single = writer();
+    single->prepareStream();
+    single->start();
+    EXPECT_FALSE(single->send({}));
+    EXPECT_TRUE(single->send(three));
+    EXPECT_THAT(takePoses(), ElementsAre(1));
+}
+
+TEST_F(ControllerStateDeathTest, PoseStreamCallsOutOfOrderAndRefusedOnesAreFatal) {
+    const auto stream = writer();
+    const std::vector<PoseOutput> one{pose(1)};
+    const auto prepare = [&] { stream->prepareStream(); };
+    const auto start = [&] { stream->start(); };
+    const auto stop = [&] { stream->stop(); };
+    const auto send = [&] { stream->send(one); };
+    const auto refuse = [&] { service->result = Hidl::Result::IGNORED; };
+    const auto fail = [&] { service->transportFails = true; };
+    // Not on the border of a record.
+    const auto corrupt = [&] { TestSupport::QueueCounters{service->poses}.written() = 52; };
+    const auto after = [](auto... steps) { return [=] { (steps(), ...); }; };
+    const std::string notStarted =
+        assertion("!running_.load(std::memory_order_acquire)",
+                  "Attempting to send when test output stream is not started");
+    const std::string ownCheck = "Failed HIDL call: Status(";
+    expectFatal({
+        {assertion("!stream_", "test output stream not prepared"), start},
+        {assertion("!prev", "test output stream not started"), stop},
+        {assertion("!stream_", "Attempting to send when test output stream is not prepared"), send},
+        {assertion("stream_.has_value()", "test output stream already prepared"),
+         after(prepare, prepare)},
+        {notStarted, after(prepare, send)},
+        {notStarted, after(prepare, start, stop, send)},
+        {assertion("prev", "test output stream already started"), after(prepare, start, start)},
+        {assertion("res != Result::SUCCESS", "Failed to start test output stream"),
+         after(prepare, refuse, start)},
+        {assertion("res != Result::SUCCESS", "Failed to stop test output stream"),
+         after(prepare, start, refuse, stop)},
+        {assertion("!status", "failed writing to test stream"),
+         after(prepare, start, corrupt, send)},
+        {ownCheck, after(prepare, fail, start)},
+        {ownCheck, after(prepare, start, fail, stop)},
+    });
+}
+
+TEST_F(ControllerStateDeathTest, PoseStreamThatIsNotHandedOutIsFatal) {
+    const auto stream = writer();
+    const auto prepareAfter = [&](auto change) {
+        return [&, change] {
+            change();
+            stream->prepareStream();
+        };
+    };
+    expectFatal({
+        {assertion("res == Result::FAILURE", "HAL failed to prepare test output stream"),
+         prepareAfter([&] { service->result = Hidl::Result::FAILURE; })},
+        {assertion("res == Result::BAD_STATE", "HAL has already prepared test output stream"),
+         prepareAfter([&] { service->result = Hidl::Result::BAD_STATE; })},
+        {"Failed HIDL return status not checked: Status(",
+         prepareAfter([&] { service->transportFails = true; })},
+        {assertion("!evFlag_", "failed creating event flag for test output stream"),
+         prepareAfter([&] { service->poseConfig.eventFlag = nullptr; })},
+        {assertion("!stream_->isValid()", "pose output stream is not valid"),
+         prepareAfter([&] { service->poseQueue = {}; })},
+    });
+}
+
+}  // namespace

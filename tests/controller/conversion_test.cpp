@@ -1,0 +1,236 @@
+// The bytes of controller records on their way from the service to the client, against tables of
+// offsets that know nothing of the records' fields.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <tuple>
+
+#include "controller/convert.h"
+#include "stream/stream_handle.h"
+#include "support/allocation_count.h"
+#include "support/service_end.h"
+
+namespace {
+
+using namespace Vek::Sensors;
+using Bytes = std::vector<uint8_t>;
+
+enum class Rule { BYTES, FLAGS7, FLAGS19, TEXT, TOUCH_POINT };
+
+struct Row {
+    size_t from;
+    size_t to;
+    size_t width;
+    Rule rule = Rule::BYTES;
+};
+using Table = std::vector<Row>;
+
+const Table kButtons{{0, 0, 8},
+                     {8, 8, 16},
+                     {24, 24, 8},
+                     {32, 32, 4, Rule::FLAGS7},
+                     {36, 40, 4, Rule::FLAGS7},
+                     {40, 48, 4, Rule::FLAGS7},
+                     {44, 56, 16}};
+const Table kCurl{{0, 0, 8}, {32, 32, 32}, {64, 64, 8}, {72, 72, 4}};
+const Table kPrecisionPad{{0, 0, 8}, {32, 32, 1}, {36, 36, 16}, {52, 52, 1}};
+const Table kMultiTouch{{0, 0, 8},
+                        {32, 32, 12, Rule::TOUCH_POINT},
+                        {44, 42, 12, Rule::TOUCH_POINT},
+                        {56, 52, 12, Rule::TOUCH_POINT},
+                        {68, 62, 12, Rule::TOUCH_POINT}};
+const Table kStylus{{0, 0, 8}, {32, 32, 4}};
+const Table kPaired{{0, 0, 4},
+                    {8, 8, 8},
+                    {16, 16, 3},
+                    {20, 20, 4},
+                    {24, 24, 16, Rule::TEXT},
+                    {40, 40, 64, Rule::TEXT},
+                    {104, 104, 64, Rule::TEXT},
+                    {168, 168, 64, Rule::TEXT},
+                    {232, 232, 64, Rule::TEXT},
+                    {296, 296, 4, Rule::FLAGS19},
+                    {300, 304, 140},
+                    {440, 444, 4}};
+const Table kAdvertising{
+    {0, 0, 4}, {8, 8, 8}, {16, 16, 16, Rule::TEXT}, {32, 32, 5}, {40, 40, 4, Rule::FLAGS19}};
+
+void copyFlags(const uint8_t* from, uint8_t* to, uint32_t mask) {
+    uint32_t flags = 0;
+    std::memcpy(&flags, from, sizeof(flags));
+    flags &= mask;
+    std::memcpy(to, &flags, sizeof(flags));
+}
+
+/// What a client shall get; bytes that no row names stay zero.
+Bytes expected(const Table& table, const Bytes& hal, size_t apiSize) {
+    Bytes api(apiSize);
+    for (const Row& row : table) {
+        const uint8_t* from = hal.data() + row.from;
+        uint8_t* to = api.data() + row.to;
+        switch (row.rule) {
+            case Rule::BYTES:
+                std::copy_n(from, row.width, to);
+                break;
+            case Rule::FLAGS7:
+                copyFlags(from, to, 127);
+                break;
+            case Rule::FLAGS19:
+                copyFlags(from, to, 524287);
+                break;
+            case Rule::TEXT:
+                std::copy(from, std::find(from, from + row.width, 0), to);
+                break;
+            case Rule::TOUCH_POINT:
+                to[0] = static_cast<uint8_t>((from[0] != 0 ? 1 : 0) + from[1] % 4 * 2 +
+                                             (from[2] != 0 ? 8 : 0));
+                std::copy_n(from + 4, 4, to + 2);
+                std::copy_n(from + 8, 3, to + 6);
+                break;
+        }
+    }
+    return api;
+}
+
+/// All ones, then noise with enough zeros in it to end some texts early and leave others whole.
+Bytes pattern(size_t size, int round) {
+    static std::mt19937 noise{20261124};
+    Bytes bytes(size, 0xFF);
+    if (round > 0) {
+        std::generate(bytes.begin(), bytes.end(),
+                      [] { return noise() % 32 == 0 ? 0 : static_cast<uint8_t>(noise()); });
+    }
+    return bytes;
+}
+
+template <typename Record>
+Bytes bytesOf(const Record& record, size_t size = sizeof(Record)) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
+    return {bytes, bytes + size};
+}
+
+constexpr int kRounds = 500;
+
+template <typename HidlData>
+void expectTable(const char* name, const Table& table, size_t halSize, size_t apiSize) {
+    SCOPED_TRACE(name);
+    ASSERT_EQ(sizeof(HidlData), halSize);
+    for (int round = 0; round < kRounds; ++round) {
+        const Bytes hal = pattern(halSize, round);
+        HidlData record;
+        std::memcpy(&record, hal.data(), hal.size());
+        const auto converted = Convert::fromHidl(record);
+        ASSERT_EQ(bytesOf(converted), expected(table, hal, apiSize)) << "round " << round;
+    }
+}
+
+TEST(ControllerConversion, EveryByteFollowsTheTables) {
+    expectTable<Hidl::ButtonData>("buttons", kButtons, 64, 72);
+    expectTable<Hidl::CurlData>("curl", kCurl, 80, 80);
+    expectTable<Hidl::PrecisionPadData>("precision pad", kPrecisionPad, 56, 56);
+    expectTable<Hidl::MultiTouchData>("multi-touch", kMultiTouch, 80, 72);
+    expectTable<Hidl::StylusData>("stylus", kStylus, 40, 40);
+    expectTable<Hidl::PairedControllerInfo>("paired", kPaired, 448, 448);
+    expectTable<Hidl::AdvertisingControllerInfo>("advertising", kAdvertising, 48, 48);
+}
+
+/// A record of inputs as the service's bytes make it.
+void fill(Hidl::ControllerInputData& record, uint8_t discriminator, const Bytes& member) {
+    auto* bytes = reinterpret_cast<uint8_t*>(&record);
+    bytes[0] = discriminator;
+    std::copy(member.begin(), member.end(), bytes + 8);
+}
+
+TEST(ControllerConversion, InputsCarryTheMemberThatTheirDiscriminatorNames) {
+    const struct {
+        const Table& table;
+        size_t halSize;
+        size_t apiSize;
+    } members[]{{kButtons, 64, 72},
+                {kCurl, 80, 80},
+                {kPrecisionPad, 56, 56},
+                {kMultiTouch, 80, 72},
+                {kStylus, 40, 40}};
+    for (uint8_t kind = 0; kind < 5; ++kind) {
+        SCOPED_TRACE(int{kind});
+        for (int round = 0; round < kRounds; ++round) {
+            const Bytes hal = pattern(members[kind].halSize, round);
+            Hidl::ControllerInputData record;
+            fill(record, kind, hal);
+            const ControllerInputData converted = Convert::fromHidl(record);
+            Bytes api = bytesOf(converted);
+            ASSERT_EQ(api[0], kind);
+            api.erase(api.begin(), api.begin() + 8);
+            api.resize(members[kind].apiSize);
+            ASSERT_EQ(api, expected(members[kind].table, hal, api.size())) << "round " << round;
+        }
+    }
+}
+
+TEST(ControllerConversionDeathTest, UnknownInputIsFatal) {
+    for (const uint8_t kind : {uint8_t{5}, uint8_t{255}}) {
+        EXPECT_DEATH(
+            {
+                Hidl::ControllerInputData record;
+                fill(record, kind, {});
+                (void)Convert::fromHidl(record);
+            },
+            "^F/Moriak-HidlWrapper: Unknown controller input discriminator " +
+                std::to_string(kind) + "\n");
+    }
+}
+
+TEST(ControllerConversion, PosesGoToTheServiceByteForByte) {
+    PoseOutput pose;
+    ASSERT_EQ(sizeof(pose), 104U);
+    const Bytes api = pattern(sizeof(pose), 1);
+    std::memcpy(&pose, api.data(), api.size());
+    EXPECT_EQ(bytesOf(Convert::intoHidl(pose)), api);
+}
+
+/// What a batch cost and came as: allocations, records in the first span and in the second.
+using Batch = std::tuple<size_t, size_t, size_t>;
+
+template <typename Data, typename HidlData>
+void expectBatches(size_t fixed) {
+    SCOPED_TRACE(sizeof(HidlData));
+    HidlWrapper::CompositeStream composite{"batches"};
+    TestSupport::ServiceEnd<HidlData> end;
+    HidlWrapper::StreamHandle<Data, HidlData> stream{
+        [&](const auto& queue, const auto& client, const auto& config) {
+            end.accept(queue, client, config);
+            return android::hardware::Return<Hidl::Result>(Hidl::Result::SUCCESS);
+        }};
+    Batch batch{};
+    stream.setCallbackv([&](gsl::span<const gsl::span<const Data>> spans) {
+        batch = {TestSupport::allocationCount(), spans[0].size(), spans[1].size()};
+    });
+    stream.setQueueSize(fixed + 3);
+    stream.addTo(composite);
+    const auto read = [&](size_t count) {
+        EXPECT_TRUE(end.write(std::vector<HidlData>(count)));
+        const size_t before = TestSupport::allocationCount();
+        EXPECT_TRUE(stream.read());
+        std::get<0>(batch) -= before;
+        return batch;
+    };
+    EXPECT_EQ(read(fixed), (Batch{0, fixed, 0}));
+    // Of the next batch, 3 records stand before the ring's end and the others after it.
+    const size_t spillingRegions = fixed < 3 ? 2 : 1;
+    EXPECT_EQ(read(fixed + 3),
+              (Batch{TestSupport::kCountsAllocations ? spillingRegions : 0, fixed, 3}));
+}
+
+TEST(ControllerConversion, BatchesAllocateOncePerRegionBeyondTheFixedPart) {
+    expectBatches<ButtonData, Hidl::ButtonData>(8);
+    expectBatches<CurlData, Hidl::CurlData>(8);
+    expectBatches<PrecisionPadData, Hidl::PrecisionPadData>(8);
+    expectBatches<MultiTouchData, Hidl::MultiTouchData>(8);
+    expectBatches<StylusData, Hidl::StylusData>(8);
+    expectBatches<PairedControllerInfo, Hidl::PairedControllerInfo>(2);
+    expectBatches<ControllerInputData, Hidl::ControllerInputData>(8);
+}
+
+}  // namespace
