@@ -5,6 +5,7 @@
 // Factories may be called from any thread.
 #pragma once
 
+#include <vek/sensors/camera.h>
 #include <vek/sensors/controller_state.h>
 #include <vek/sensors/export.h>
 #include <vek/sensors/external_timing.h>
@@ -28,8 +29,7 @@ struct IFlickerSensor;
 
 namespace Vek::Sensors {
 
-class ICameraProvider;
-
+VEK_SENSORS_EXPORT std::unique_ptr<ICameraProvider> createCameraProvider();
 VEK_SENSORS_EXPORT std::unique_ptr<IMotionSensorProvider> createMotionSensorProvider();
 VEK_SENSORS_EXPORT std::unique_ptr<IImuSensor> createImuSensor();
 VEK_SENSORS_EXPORT std::unique_ptr<IMagSensor> createMagSensor();

@@ -1,0 +1,185 @@
+// Cameras: their provider, their streams of frame sets and their exposure control.
+//
+// Any control call that the service refuses ends the process, except where a method says
+// otherwise.
+#pragma once
+
+#include <vek/gsl.h>
+#include <vek/sensors/camera_configuration.h>
+#include <vek/sensors/frame_set.h>
+#include <vek/sensors/service.h>
+#include <vek/sensors/stream.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace android {
+template <typename T>
+class sp;
+}  // namespace android
+
+namespace Vek::Sensors {
+
+namespace HidlWrapper {
+class CameraStreamControlTarget;
+}  // namespace HidlWrapper
+
+/// On which thread frame sets reach the client.
+enum class DispatchPolicy : uint32_t {
+    /// On the one that waits on the stream's composite.
+    COMPOSITE_WAIT = 0,
+};
+
+/// A stream of frame sets of one type.
+///
+/// Use: set the callback of stream(), add it to a composite, start(), wait on the composite. The
+/// images are in the buffers of getMetadata(), which a client asks for once, before the start; they
+/// are the client's to read inside the callback only: when it returns, the library hands the frame
+/// set back to the service.
+///
+/// Destroying the object does not stop the stream at the service. The object must outlive the last
+/// wait on the composite.
+///
+/// Threading: stream() as IDataStream says; the other methods from any thread.
+template <DispatchPolicy policy>
+class ICameraStreamBase {
+  public:
+    virtual ~ICameraStreamBase() = default;
+
+    /// Asks the service for the stream's cameras and maps their buffers.
+    virtual CameraStreamMetadata getMetadata() = 0;
+
+    /// The frame sets; owned by this object. Its queue holds one, and each call of the callback
+    /// gets one. setQueueSize ends the process.
+    virtual IDataStream<FrameSet>& stream() = 0;
+
+    virtual CameraStreamConfiguration getConfiguration() = 0;
+
+    /// Starts the frame sets. Add the stream to a composite first. A stream that is running stays
+    /// so.
+    virtual void start() = 0;
+
+    /// A stream that is not running stays so.
+    virtual void stop() = 0;
+
+    /// Takes exposure and gain out of the hands of the service's automatic control.
+    virtual void startOverridingExposureSettings() = 0;
+
+    virtual void stopOverridingExposureSettings() = 0;
+
+    /// Asks to be told when the mux state that applies to the frame sets changes. The stream must
+    /// have been added to a composite and must not be running; otherwise the service refuses, which
+    /// ends the process.
+    /// @param callback called on a HIDL thread of the process, at the same time as anything else
+    /// the client does, and for as long as the service runs: there is no way to unregister. May be
+    /// empty.
+    /// @return the state in force.
+    virtual FrameSetConfigurationUpdate registerFrameSetConfigurationUpdateCallback(
+        std::function<void(const FrameSetConfigurationUpdate&)> callback) = 0;
+
+    /// Has an effect while exposure is overridden only; the service does not say. More than
+    /// kMaxFrameSetSize cameras end the process.
+    virtual void setExposureGain(ExposureGainSettings settings) = 0;
+
+    /// @param offset of the exposures from the synchronisation signal, in ns.
+    virtual void setPhaseOffset(uint64_t offset) = 0;
+
+    virtual void setCameraSyncMode(CameraSyncMode mode) = 0;
+
+    /// Lets the service keep what the client has learned about the cameras in this session.
+    /// @param name says which data; replaces earlier data of that name.
+    virtual void writeSessionOcalData(const std::string& name, gsl::span<const uint8_t> data) = 0;
+
+    /// @param resolutions one for each camera, in the order of the metadata.
+    /// @return true.
+    virtual bool setResolution(std::vector<Resolution> resolutions) = 0;
+
+    /// What names this stream in the provider's startEvery and stopEvery; of no other use.
+    virtual const android::sp<HidlWrapper::CameraStreamControlTarget>& streamControlTarget() = 0;
+};
+
+using ICameraStream = ICameraStreamBase<DispatchPolicy::COMPOSITE_WAIT>;
+
+/// Exposure control of cameras without a stream of theirs.
+///
+/// A service that fails unrecoverably ends the process; any other refusal is answered with false.
+/// Threading: any thread.
+class ICameraStreamController {
+  public:
+    virtual ~ICameraStreamController() = default;
+
+    virtual bool startOverridingExposureSettings() = 0;
+    virtual bool stopOverridingExposureSettings() = 0;
+
+    /// @param slot of the mux mode, from 0.
+    /// @param frameSets for how many frame sets the settings hold; 0: until they are set anew.
+    /// @param settings of more than kMaxFrameSetSize cameras end the process.
+    virtual bool setExposureGain(uint8_t slot, uint32_t frameSets,
+                                 ExposureGainSettings settings) = 0;
+};
+
+/// Describes the cameras, hands out their streams and holds the settings that all of them share.
+///
+/// Threading: any thread, except registerDisconnectEventHandler. Objects that it hands out do not
+/// need it any more.
+class ICameraProvider {
+  public:
+    virtual ~ICameraProvider() = default;
+
+    /// Asks the service, also for the calibration of each camera. If it answers with an error, that
+    /// is logged and what came with it is returned; calibration that is not to be had stays empty.
+    virtual std::vector<CameraProperties> getProperties() = 0;
+
+    /// @param clientName tells the service who reads the stream.
+    /// @return empty if no camera gives frames of that type.
+    virtual std::unique_ptr<ICameraStream> getStream(FrameType frameType,
+                                                     const std::string& clientName) = 0;
+
+    /// @param purpose as in MuxMode::purposes.
+    /// @param variant chooses among the streams of one purpose; empty for the first.
+    /// @return empty if there is none.
+    virtual std::unique_ptr<ICameraStream> getStreamByPurpose(const std::string& purpose,
+                                                              const std::string& variant,
+                                                              const std::string& clientName) = 0;
+
+    /// The arguments are those of getStreamByPurpose.
+    /// @return empty if there is none.
+    virtual std::unique_ptr<ICameraStreamController> getStreamController(
+        const std::string& purpose, const std::string& variant) = 0;
+
+    virtual UtilityFrequency getUtilityFrequency() = 0;
+    virtual void setUtilityFrequency(UtilityFrequency frequency) = 0;
+
+    virtual ChannelSettings getChannels() = 0;
+    virtual void setChannels(ChannelSettings settings) = 0;
+
+    /// @param muxModeName as in MuxMode::name.
+    /// @param transition 0 switches at the end of the running cycle of slots, 1 at once.
+    /// @return false if the service refuses.
+    virtual bool applyMuxMode(const std::string& muxModeName, uint8_t transition) = 0;
+
+    virtual void setFrameRate(FrameRateSettings settings) = 0;
+
+    /// Whether images are delivered as they leave the sensors, without corrections.
+    virtual bool getRawImageMode() = 0;
+
+    /// The handlers are called when the service dies, in the order of registration. Not
+    /// synchronised with the death: register right after the provider was made.
+    virtual void registerDisconnectEventHandler(ServiceDisconnectHandler&& handler) = 0;
+
+    /// Starts several streams with one call, such that they start together. Null pointers are
+    /// skipped, running streams stay so.
+    virtual void startEvery(
+        const std::vector<std::shared_ptr<ICameraStreamBase<DispatchPolicy::COMPOSITE_WAIT>>>&
+            streams) = 0;
+
+    /// As startEvery, to stop them.
+    virtual void stopEvery(
+        const std::vector<std::shared_ptr<ICameraStreamBase<DispatchPolicy::COMPOSITE_WAIT>>>&
+            streams) = 0;
+};
+
+}  // namespace Vek::Sensors

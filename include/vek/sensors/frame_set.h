@@ -1,0 +1,104 @@
+// Frame sets: what the cameras of one stream saw at one instant.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace Quopa::Sensors::v3 {
+
+/// What a camera's images are for. Values that the service sends are carried as they came and may
+/// have no name here.
+enum class FrameType : uint32_t {
+    /// In a frame set: the camera's frame did not arrive in time.
+    NOT_RECEIVED = 0,
+    /// In a frame set: the camera's frame arrived damaged.
+    INVALID = 1,
+    HEADSET = 2,
+    CONTROLLER = 3,
+    HAND = 4,
+    FACE_EYE_COMPOSITE = 5,
+    EYE = 6,
+    FACE = 7,
+    DEPTH = 8,
+    COLOR = 9,
+    GENERIC_SLOT_0 = 10,
+    GENERIC_SLOT_1 = 11,
+    GENERIC_SLOT_2 = 12,
+    GENERIC_SLOT_3 = 13,
+    GENERIC_SLOT_4 = 14,
+    GENERIC_SLOT_5 = 15,
+    GENERIC_SLOT_6 = 16,
+    GENERIC_SLOT_7 = 17,
+    NUM_FRAME_TYPES = 18,
+};
+
+}  // namespace Quopa::Sensors::v3
+
+namespace Vek::Sensors {
+
+using Quopa::Sensors::v3::FrameType;
+
+/// Cameras of one frame set at the most.
+inline constexpr size_t kMaxFrameSetSize = 10;
+
+/// How a pixel lies in memory.
+enum class PixelFormat : uint32_t {
+    /// One byte a pixel.
+    GREY_8 = 0,
+    /// Ten bits in two bytes, little-endian, in the low bits.
+    GREY_10 = 1,
+    /// Four bytes a pixel: red, green, blue, alpha.
+    RGBA_8888 = 2,
+    /// Two bytes a pixel, little-endian: distance in mm; 0 is unknown.
+    DEPTH_16 = 3,
+};
+
+/// One camera's part of a frame set (72 bytes). The pixels are in a buffer of
+/// CameraStreamMetadata. Everything here is as the service wrote it: check `bufferIndex` against
+/// the number of buffers, and width, height and stride against the size of the buffer.
+struct CameraFrame {
+    /// Middle of the exposure of the image's middle row: CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    /// When the service had the image in hand: CLOCK_MONOTONIC, in ns.
+    int64_t arrivalTimestamp;
+    /// In ns.
+    uint64_t exposureTime;
+    /// Factors; 1 amplifies nothing.
+    float analogGain;
+    float digitalGain;
+    uint32_t cameraId;
+    /// Which of CameraMetadata::buffers has the image.
+    uint32_t bufferIndex;
+    /// Counts the frames of the camera, lost ones too; wraps.
+    uint32_t sequence;
+    /// The frame set's, or NOT_RECEIVED or INVALID; then there is no image.
+    FrameType frameType;
+    /// In pixels.
+    uint32_t width;
+    uint32_t height;
+    /// From one row to the next, in bytes.
+    uint32_t stride;
+    PixelFormat pixelFormat;
+    /// From the exposure of one row to that of the next, in ns; 0 for a global shutter.
+    uint32_t rowTime;
+    /// Temperature of the sensor, in degrees Celsius.
+    float temperature;
+};
+
+/// What the cameras of a stream saw at one instant (744 bytes).
+struct FrameSet {
+    /// The instant that the exposures are centred on: CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    /// Counts the frame sets of the stream, dropped ones too; wraps.
+    uint32_t sequence;
+    FrameType frameType;
+    /// Entries of `frames` that count; kMaxFrameSetSize at the most, if the service keeps its word.
+    uint32_t numFrames;
+    /// The mux state that applies, as in FrameSetConfigurationUpdate::header.
+    uint32_t muxState;
+    /// In the order of CameraStreamMetadata::cameras.
+    std::array<CameraFrame, kMaxFrameSetSize> frames;
+};
+
+}  // namespace Vek::Sensors
