@@ -26,22 +26,20 @@ class ImageBuffer {
 
     /// The whole buffer, of which the images start at the first byte; row by row, in the format and
     /// with the stride that the frame set gives, which must be checked against the size here.
-    gsl::span<const std::byte> pixels() const { return {pixels_.bytes.get(), pixels_.size}; }
+    gsl::span<const std::byte> pixels() const { return viewOf(pixels_); }
 
     /// What the camera adds to an image, in a form of its own; often empty.
-    gsl::span<const std::byte> supplement() const {
-        return {supplement_.bytes.get(), supplement_.size};
-    }
+    gsl::span<const std::byte> supplement() const { return viewOf(supplement_); }
 
   private:
-    struct Mapping {
-        std::shared_ptr<const std::byte> bytes;
-        size_t size = 0;
-    };
-    static Mapping map(const native_handle* handle);
+    using SharedBytes = std::shared_ptr<const gsl::span<const std::byte>>;
 
-    Mapping pixels_;
-    Mapping supplement_;
+    static gsl::span<const std::byte> viewOf(const SharedBytes& bytes) {
+        return bytes == nullptr ? gsl::span<const std::byte>{} : *bytes;
+    }
+
+    SharedBytes pixels_;
+    SharedBytes supplement_;
 };
 
 }  // namespace Vek::OS
