@@ -26,6 +26,7 @@ TEST(Exports, OnlyTheEntryPointsAreVisible) {
     EXPECT_THAT(
         names,
         ::testing::UnorderedElementsAre(
+            "Vek::Sensors::createCameraProvider()\n",
             "Vek::Sensors::createControllerStateProvider()\n",
             "Vek::Sensors::createExternalTimingProvider()\n",
             "Vek::Sensors::createFaceEyeTrackingLed()\n",

@@ -11,6 +11,9 @@ class IPCThreadState {
 
     /** The peer whose call this thread is serving; this process if it serves none. */
     pid_t getCallingPid() const;
+
+    /** Releases of references are sent when they happen: nothing waits to be flushed. */
+    void flushCommands() {}
 };
 
 }  // namespace android::hardware
