@@ -72,7 +72,7 @@ void waitForEnd(const std::optional<double>& dieAfterSeconds) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     const auto parsed = parseOptions(argc, argv, std::cout, std::cerr);
     if (const ExitCode* code = std::get_if<ExitCode>(&parsed)) {
         return *code;
@@ -108,4 +108,7 @@ int main(int argc, char** argv) {
         }
     }
     return kSuccess;
+} catch (const std::exception& failure) {
+    std::fprintf(stderr, "error: %s\n", failure.what());
+    return kFailure;
 }

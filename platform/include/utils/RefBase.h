@@ -21,9 +21,7 @@ class RefBase {
     class weakref_type {
       public:
         void incWeak(const void* /*id*/) { weak_.fetch_add(1, std::memory_order_relaxed); }
-        void decWeak(const void* /*id*/) {
-            if (weak_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
-        }
+        void decWeak(const void* id);
         /** @return whether a strong reference was added, which a dead object refuses */
         bool attemptIncStrong(const void* /*id*/) {
             int32_t count = strong_.load(std::memory_order_relaxed);
@@ -44,9 +42,7 @@ class RefBase {
     void incStrong(const void* /*id*/) const {
         refs_->strong_.fetch_add(1, std::memory_order_relaxed);
     }
-    void decStrong(const void* /*id*/) const {
-        if (refs_->strong_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
-    }
+    void decStrong(const void* id) const;
     int32_t getStrongCount() const { return refs_->strong_.load(std::memory_order_relaxed); }
     /** @return with a weak reference added */
     weakref_type* createWeak(const void* id) const {
@@ -59,7 +55,7 @@ class RefBase {
 
   protected:
     RefBase() : refs_(new weakref_type) {}
-    virtual ~RefBase() { refs_->decWeak(this); }
+    virtual ~RefBase();
 
   private:
     weakref_type* const refs_;

@@ -17,9 +17,7 @@
 
 namespace android::hardware {
 
-using details::Endpoint;
 using details::Registry;
-using details::ServiceTable;
 using hidl::base::V1_0::BpHwBase;
 using hidl::base::V1_0::IBase;
 using hidl::manager::V1_0::IServiceManager;

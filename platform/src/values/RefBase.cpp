@@ -1,0 +1,18 @@
+// The ends of objects and of their counts.
+#include <utils/RefBase.h>
+
+namespace android {
+
+void RefBase::weakref_type::decWeak(const void* /*id*/) {
+    if (weak_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+}
+
+RefBase::~RefBase() {
+    refs_->decWeak(this);
+}
+
+void RefBase::decStrong(const void* /*id*/) const {
+    if (refs_->strong_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+}
+
+}  // namespace android
