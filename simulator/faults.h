@@ -12,7 +12,8 @@ namespace Simulator {
 
 struct FaultSettings {
     /// What calls answer in place of SUCCESS, by "interface.method", such as "IImu.controlStream".
-    /// A control call does nothing then; a getter answers with its data all the same.
+    /// A control call does nothing then; a getter answers with its data all the same, or with
+    /// nothing if it has no result.
     std::map<std::string, Hal::Result> results;
     /// After how many records, written into any queue, the process dies; 0: never.
     uint64_t dieAfterRecords = 0;

@@ -1,12 +1,14 @@
 // See headset.h.
 #include "headset.h"
 
+#include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
 
 namespace Simulator {
 
-Headset::Headset(const std::shared_ptr<Faults>& faults) {
+Headset::Headset(const std::shared_ptr<Faults>& faults, const EnvironmentSettings& environment) {
     groups_.push_back(std::make_unique<MotionDevices>(faults));
+    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults));
 }
 
 std::string Headset::registerServices() {

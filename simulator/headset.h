@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "device_group.h"
+#include "environment/environment_settings.h"
 #include "faults.h"
 
 namespace Simulator {
 
 class Headset {
   public:
-    explicit Headset(const std::shared_ptr<Faults>& faults);
+    Headset(const std::shared_ptr<Faults>& faults, const EnvironmentSettings& environment);
 
     /// As of DeviceGroup, for all groups.
     std::string registerServices();

@@ -91,7 +91,7 @@ int main(int argc, char** argv) try {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
     android::hardware::configureRpcThreadpool(1, false);
-    Headset headset{std::make_shared<Faults>(options.faults)};
+    Headset headset{std::make_shared<Faults>(options.faults), options.environment};
     const std::string problem = headset.registerServices();
     if (!problem.empty()) {
         fmt::print(stderr, "error: {}\n", problem);

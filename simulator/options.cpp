@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "environment/environment_options.h"
+
 namespace Simulator {
 namespace {
 
@@ -23,11 +25,29 @@ constexpr std::string_view kRefusableCalls[] = {
     "IMag.configureStream",  //
     "IIad.prepareStream",    //
     "IIad.controlStream",    //
+    "IFlickerSensor.prepareFlickerStream",
+    "IFlickerSensor.prepareAdcFlickerStream",
+    "IFlickerSensor.prepareAmbientLightStream",
+    "IFlickerSensor.controlFlickerStream",
+    "IFlickerSensor.controlAdcFlickerStream",
+    "IFlickerSensor.controlAmbientLightStream",
+    "IFaceEyeTrackingLed.setConfigurations",
+    "IFaceEyeTrackingLed.enable",
+    "IFaceEyeTrackingLed.disable",
+    "IFaceEyeTrackingLed.startOverridingLedSettings",
+    "IFaceEyeTrackingLed.stopOverridingLedSettings",
+    "IExternalTimingProvider.prepareStream",
+    "IExternalTimingProvider.controlStream",
+    "ITambril.registerClient",
+    "ITambril.unregisterClient",
+    "ITambril.sendMessage",
 };
 constexpr std::string_view kGetters[] = {
     "IImu.getProperties",                   //
     "IMag.getProperties",                   //
     "IMotionSensorProvider.getSensorInfo",  //
+    "IFlickerSensor.getProperties",         //
+    "IFaceEyeTrackingLed.getChannelCount",  //
 };
 constexpr std::array<Hal::Result, 3> kErrors{Hal::Result::FAILURE, Hal::Result::BAD_STATE,
                                              Hal::Result::IGNORED};
@@ -86,10 +106,11 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->group("Faults");
-    app.add_option("--getter-error", getterErrors,
-                   fmt::format("Have a getter answer with an error, and with its data; may be "
-                               "repeated.\nMETHOD: {}",
-                               fmt::join(kGetters, ", ")))
+    app.add_option(
+           "--getter-error", getterErrors,
+           fmt::format("Have a getter answer with an error, and with its data, or with nothing "
+                       "if it\nhas no result; may be repeated.\nMETHOD: {}",
+                       fmt::join(kGetters, ", ")))
         ->type_name("METHOD=RESULT")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -104,6 +125,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->type_name("S")
         ->check(CLI::Range(0.0, 1e6))
         ->group("Faults");
+    addEnvironmentOptions(app, &options.environment);
     try {
         app.parse(argc, argv);
         for (const std::string& refusal : refusals) {

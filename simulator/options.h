@@ -5,12 +5,14 @@
 #include <ostream>
 #include <variant>
 
+#include "environment/environment_settings.h"
 #include "faults.h"
 
 namespace Simulator {
 
 struct Options {
     FaultSettings faults;
+    EnvironmentSettings environment;
     /// Counted from when the service can be found.
     std::optional<double> dieAfterSeconds;
     /// Told when the service can be found.

@@ -1,0 +1,40 @@
+// The clocks of the simulated system, and how each of them shows a moment.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "hal.h"
+
+namespace Simulator {
+
+/// A clock with a quartz of its own: it runs a little too fast or slow, and not evenly.
+///
+/// Times are in ns; beyond the range of 64 bits they stay at its end. Threading: constant, for any
+/// thread.
+struct DriftingClock {
+    /// What it shows when CLOCK_MONOTONIC shows 0, about.
+    int64_t offset;
+    /// By how much it is too fast.
+    double rateError;
+    /// By how much that goes up and down, and in how many seconds.
+    double wander;
+    double wanderPeriod;
+
+    /// What it shows when CLOCK_MONOTONIC shows `monotonic`.
+    int64_t at(int64_t monotonic) const;
+
+    /// What CLOCK_MONOTONIC shows when it shows `time`.
+    int64_t toMonotonic(int64_t time) const;
+
+    /// Its seconds in one of CLOCK_MONOTONIC.
+    double rateAt(int64_t monotonic) const;
+};
+
+inline constexpr DriftingClock kControllerClock{-5'000'000'000, -8e-6, 0.2e-6, 500};
+inline constexpr DriftingClock kExternalClock{1'234'567'890'123, 12e-6, 0.5e-6, 300};
+
+/// @return none if one of the domains does not exist
+std::optional<int64_t> translate(int64_t time, Hal::TimeDomain from, Hal::TimeDomain to);
+
+}  // namespace Simulator

@@ -1,0 +1,59 @@
+// See environment_devices.h.
+#include "environment/environment_devices.h"
+
+#include "environment/external_timing_model.h"
+#include "environment/room_light.h"
+#include "registration.h"
+
+namespace Simulator {
+
+namespace {
+
+constexpr SamplingPlan kPulsePlan{10, 1};
+
+}  // namespace
+
+EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
+                                       const std::shared_ptr<Faults>& faults)
+    : flicker_(new FlickerService(
+          std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance), faults)),
+      leds_(new LedService(faults)),
+      externalTiming_(new ExternalTimingService(
+          std::make_shared<ExternalTimingService::Server>(
+              "external clock", kPulsePlan,
+              [model = std::make_shared<ExternalTimingModel>()](const SampleInstant& instant) {
+                  return model->sample(instant);
+              },
+              faults),
+          faults)),
+      tambril_(new TambrilService(settings, faults)) {}
+
+std::string EnvironmentDevices::registerServices() {
+    std::string problem = registerAlone<Hal::IFlickerSensor>(flicker_);
+    if (problem.empty()) {
+        problem = registerAlone<Hal::IFaceEyeTrackingLed>(leds_);
+    }
+    if (problem.empty()) {
+        problem = registerAlone<Hal::IExternalTimingProvider>(externalTiming_);
+    }
+    if (problem.empty()) {
+        problem = registerAlone<Hal::ITambril>(tambril_);
+    }
+    return problem;
+}
+
+void EnvironmentDevices::stop() {
+    flicker_->stop();
+    externalTiming_->server().stop();
+    tambril_->stop();
+}
+
+std::vector<std::string> EnvironmentDevices::summary() const {
+    std::vector<std::string> lines = flicker_->summary();
+    lines.push_back(summaryOf(externalTiming_->server()));
+    lines.push_back(leds_->summary());
+    lines.push_back(tambril_->summary());
+    return lines;
+}
+
+}  // namespace Simulator

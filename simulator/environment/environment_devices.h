@@ -1,0 +1,46 @@
+// The devices around the headset's optics and radio, and the services that offer them: the light
+// sensor, the LEDs, external timing, KivraRpc.
+#pragma once
+
+#include <vendor/zelvan/hardware/sensors/1.0/IExternalTimingProvider.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "device_group.h"
+#include "environment/environment_settings.h"
+#include "environment/flicker_service.h"
+#include "environment/led_service.h"
+#include "environment/tambril_service.h"
+#include "faults.h"
+#include "stream_service.h"
+
+namespace Simulator {
+
+template <>
+struct Discontinuity<Hal::ExternalTimestampData> {
+    static void mark(Hal::ExternalTimestampData* record) {
+        record->status |= static_cast<uint32_t>(Hal::ExternalTimestampStatus::DISCONTINUITY);
+    }
+};
+
+class EnvironmentDevices : public DeviceGroup {
+  public:
+    EnvironmentDevices(const EnvironmentSettings& settings, const std::shared_ptr<Faults>& faults);
+
+    std::string registerServices() override;
+    void stop() override;
+    std::vector<std::string> summary() const override;
+
+  private:
+    using ExternalTimingService =
+        StreamService<Hal::IExternalTimingProvider, Hal::ExternalTimestampData>;
+
+    const android::sp<FlickerService> flicker_;
+    const android::sp<LedService> leds_;
+    const android::sp<ExternalTimingService> externalTiming_;
+    const android::sp<TambrilService> tambril_;
+};
+
+}  // namespace Simulator

@@ -1,0 +1,30 @@
+// See external_timing_model.h.
+#include "environment/external_timing_model.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Simulator {
+
+Hal::ExternalTimestampData ExternalTimingModel::sample(const SampleInstant& instant) {
+    constexpr double kFirstRateError = 50e-6;
+    const bool isLocked = instant.sequence >= kLockingPulses;
+    // Each pulse halves what is wrong with the estimate.
+    const int halvings = static_cast<int>(std::min(instant.sequence, kLockingPulses));
+    const double rateError = std::ldexp(kFirstRateError, -halvings);
+    Hal::ExternalTimestampData record{};
+    // Seen neither before it came nor after the service had it in hand.
+    record.timestamp = std::min<int64_t>(
+        instant.timestamp + std::llround(kJitter * unit_(generator_)), instant.arrivalTimestamp);
+    record.arrivalTimestamp = instant.arrivalTimestamp;
+    record.externalTimestamp = kExternalClock.at(instant.timestamp);
+    record.clockRate =
+        kExternalClock.rateAt(instant.timestamp) + rateError * std::tanh(unit_(generator_));
+    record.uncertainty = static_cast<uint32_t>(kJitter);
+    record.sequence = instant.sequence;
+    record.source = 0;
+    record.status = isLocked ? static_cast<uint32_t>(Hal::ExternalTimestampStatus::LOCKED) : 0;
+    return record;
+}
+
+}  // namespace Simulator

@@ -1,0 +1,28 @@
+// The pulses of the external clock, as the headset sees them.
+#pragma once
+
+#include <cstdint>
+#include <random>
+
+#include "environment/clocks.h"
+#include "hal.h"
+#include "sampler.h"
+
+namespace Simulator {
+
+/// Belongs to one thread, its stream's sampler.
+class ExternalTimingModel {
+  public:
+    /// Of the moment at which a pulse is seen, one standard deviation, in ns.
+    static constexpr double kJitter = 2000;
+    /// After how many pulses the estimate of the clock's rate has settled.
+    static constexpr uint32_t kLockingPulses = 10;
+
+    Hal::ExternalTimestampData sample(const SampleInstant& instant);
+
+  private:
+    std::mt19937 generator_;
+    std::normal_distribution<double> unit_{0, 1};
+};
+
+}  // namespace Simulator

@@ -1,0 +1,40 @@
+// The light of the simulated room: the one signal that the whole light sensor follows.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace Simulator {
+
+/// Lamps that flicker at about twice the frequency of the mains, under clouds that come and go.
+///
+/// Threading: constant, for any thread.
+class RoomLight {
+  public:
+    /// Of the flicker's fundamental and of its harmonics, relative to the mean level.
+    static constexpr std::array<double, 3> kAmplitudes{0.30, 0.08, 0.02};
+
+    /// @param flickerFrequency in Hz; 0: steady
+    /// @param illuminance on average, in lx
+    RoomLight(uint32_t flickerFrequency, double illuminance)
+        : flickerFrequency_(flickerFrequency), illuminance_(illuminance) {}
+
+    bool isSteady() const { return flickerFrequency_ == 0; }
+
+    // At a time in seconds of CLOCK_MONOTONIC.
+
+    /// The illuminance, in lx.
+    double at(double time) const;
+
+    /// The illuminance without the flicker, in lx.
+    double meanAt(double time) const;
+
+    /// In Hz: wanders by a few hundredths, as the mains does.
+    double frequencyAt(double time) const;
+
+  private:
+    double flickerFrequency_;
+    double illuminance_;
+};
+
+}  // namespace Simulator
