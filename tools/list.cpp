@@ -1,6 +1,7 @@
 // sensorctl list
 #include "commands.h"
 #include "display.h"
+#include "environment/environment_inventory.h"
 #include "failure.h"
 #include "inventory.h"
 #include "motion/motion_inventory.h"
@@ -9,7 +10,7 @@ static void list() {
     // There is nothing to tidy up: a signal or the death of the service ends this at once.
     const Shutdown shutdown(std::chrono::milliseconds::zero());
     Inventory inventory;
-    for (auto listArea : {listMotion}) {
+    for (auto listArea : {listMotion, listEnvironment}) {
         listArea(inventory);
     }
     if (!inventory.isAnyRunning()) {

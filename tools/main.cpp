@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "commands.h"
+#include "environment/environment_commands.h"
 #include "failure.h"
 
 namespace {
@@ -22,6 +23,7 @@ ExitCode runCommandLine(int argc, char** argv) {
     addListCommand(app);
     addMonitorCommand(app);
     addRecordCommand(app);
+    addEnvironmentCommands(app);
     try {
         // Runs the command as well.
         app.parse(argc, argv);

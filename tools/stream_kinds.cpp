@@ -1,11 +1,12 @@
 // Gathers what the areas offer.
 #include "stream_kinds.h"
 
+#include "environment/environment_streams.h"
 #include "motion/motion_streams.h"
 
 std::vector<StreamKind> streamKinds() {
     std::vector<StreamKind> all;
-    for (auto addKinds : {addMotionStreams}) {
+    for (auto addKinds : {addMotionStreams, addEnvironmentStreams}) {
         addKinds(all);
     }
     return all;

@@ -1,0 +1,93 @@
+// sensorctl flicker
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "display.h"
+#include "environment/environment_commands.h"
+#include "environment/flicker_estimate.h"
+#include "environment/light_sensor.h"
+#include "environment/waiter.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+/// What the light sensor has sent last, and the sensor itself.
+class FlickerView {
+  public:
+    explicit FlickerView(Waiter& waiter)
+        : waiter_(waiter), sensor_(requireService(findLightSensor(), "IFlickerSensor")) {
+        listen(sensor_->flickerStream(),
+               [this](const FlickerData& record) { frequency_ = record.frequency; });
+        listen(sensor_->ambientLightStream(),
+               [this](const AmbientLightData& record) { illuminance_ = record.illuminance; });
+        // The last, so that the others' records are in hand when a block is shown.
+        listen(sensor_->adcFlickerStream(), [this](const AdcFlickerData& block) { show(block); });
+        sensor_->flickerStart();
+        sensor_->ambientLightStart();
+        sensor_->adcFlickerStart();
+    }
+    ~FlickerView() {
+        if (!waiter_.isServiceDead()) {
+            sensor_->adcFlickerStop();
+            sensor_->ambientLightStop();
+            sensor_->flickerStop();
+        }
+    }
+    FlickerView(const FlickerView&) = delete;
+    FlickerView& operator=(const FlickerView&) = delete;
+
+  private:
+    template <typename Data, typename Receive>
+    void listen(IDataStream<Data>& stream, Receive receive) {
+        stream.setCallbackv([receive](gsl::span<const gsl::span<const Data>> spans) {
+            for (const auto& span : spans) {
+                for (const Data& record : span) {
+                    receive(record);
+                }
+            }
+        });
+        stream.addTo(*waiter_.composite());
+    }
+
+    void show(const AdcFlickerData& block) const {
+        const auto estimate = estimateFlicker(samplesOf(block), block.sampleRate);
+        const auto text = [](const std::optional<float>& value, const char* unit) {
+            return value ? fmt::format("{:8.2f} {}", *value, unit)
+                         : fmt::format("{:>8} {}", "-", unit);
+        };
+        const bool isSaturated = (block.status & LIGHT_SAMPLE_SATURATED) != 0;
+        Display::append({fmt::format(
+            "{}  {}  the sensor says {}{}",
+            estimate ? fmt::format("{:8.2f} Hz  depth {:3.0f} %", estimate->frequency,
+                                   100 * estimate->modulationDepth)
+                     : fmt::format("{:<24}", "  steady"),
+            text(illuminance_, "lx"), text(frequency_, "Hz"), isSaturated ? "  saturated" : "")});
+    }
+
+    Waiter& waiter_;
+    std::unique_ptr<IFlickerSensorProvider> sensor_;
+    std::optional<float> frequency_;
+    std::optional<float> illuminance_;
+};
+
+void showFlicker(const std::optional<double>& durationSeconds) {
+    Shutdown shutdown(kShutdownGrace);
+    Waiter waiter(shutdown);
+    const FlickerView view(waiter);
+    waiter.pauseUntil(deadlineAfter(durationSeconds));
+}
+
+}  // namespace
+
+void addFlickerCommand(CLI::App& app) {
+    const auto duration = std::make_shared<std::optional<double>>();
+    CLI::App& command = *app.add_subcommand(
+        "flicker",
+        "Print the flicker that is in the light sensor's samples, block by block, beside the\n"
+        "illuminance and what the sensor itself makes of the flicker");
+    command.add_option("--duration", *duration, "End after so many seconds; otherwise at Ctrl-C")
+        ->type_name("SECONDS")
+        ->check(secondsFrom(0.01));
+    command.callback([duration] { showFlicker(*duration); });
+}
