@@ -30,6 +30,14 @@ Simulator::Simulator(std::vector<std::string> options) {
     }
 }
 
+bool settlesAt(const Simulator& simulator, const ProcessResources& expected) {
+    return becomesTrue([&] {
+        const ProcessResources now = resourcesOf(simulator.pid());
+        return now.descriptors == expected.descriptors && now.mappings == expected.mappings &&
+               now.threads <= expected.threads;
+    });
+}
+
 EndToEndTest::EndToEndTest() {
     if (getenv(kDirectoryVariable) == nullptr) {
         std::string directory = ::testing::TempDir() + "moriak-XXXXXX";

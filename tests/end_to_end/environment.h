@@ -23,6 +23,10 @@ class Simulator {
     std::unique_ptr<ChildProcess> process_;
 };
 
+/// Waits until the service holds what is expected, and no more threads than that. False if that
+/// does not come within a generous bound.
+bool settlesAt(const Simulator& simulator, const ProcessResources& expected);
+
 /// A runtime directory of its own, which the processes that a death test starts share.
 class EndToEndTest : public ::testing::Test {
   protected:

@@ -228,20 +228,15 @@ TEST_F(EndToEndTest, TenKilledClientsLeaveNothingInTheService) {
             EXPECT_EQ(client->awaitNotice(), "streaming");
         }
     };
-    const auto settlesAt = [&](const TestSupport::ProcessResources& expected) {
-        return TestSupport::becomesTrue([&] {
-            const TestSupport::ProcessResources now = TestSupport::resourcesOf(simulator.pid());
-            return now.descriptors == expected.descriptors && now.mappings == expected.mappings &&
-                   now.threads <= expected.threads;
-        });
-    };
     const TestSupport::ProcessResources before = TestSupport::resourcesOf(simulator.pid());
     runClients(1);
-    EXPECT_TRUE(settlesAt({before.descriptors, before.threads + 64, before.mappings}));
+    EXPECT_TRUE(TestSupport::settlesAt(simulator,
+                                       {before.descriptors, before.threads + 64, before.mappings}));
     runClients(10);
     const TestSupport::ProcessResources grown = TestSupport::resourcesOf(simulator.pid());
     runClients(10);
-    EXPECT_TRUE(settlesAt({before.descriptors, grown.threads, before.mappings}));
+    EXPECT_TRUE(
+        TestSupport::settlesAt(simulator, {before.descriptors, grown.threads, before.mappings}));
 
     ImuReader reader;
     EXPECT_TRUE(reader.receive(1000));

@@ -17,13 +17,16 @@ namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
 constexpr uint32_t kDataReady = 1U << 0;
 constexpr uint32_t kReadDone = 1U << 15;
 
-class FakeSensorClient : public MortalObject<Hal::ISensorClient> {
+template <typename Interface>
+class FakeClient : public MortalObject<Interface> {
   public:
-    android::hardware::Return<void> getSensorClientInfo(getSensorClientInfo_cb callback) override {
+    android::hardware::Return<void> getSensorClientInfo(
+        Hal::ISensorClient::getSensorClientInfo_cb callback) override {
         callback(Hal::Result::SUCCESS, {"test"});
         return android::hardware::Void();
     }
 };
+using FakeSensorClient = FakeClient<Hal::ISensorClient>;
 
 inline android::hardware::hidl_handle handleOf(int fd) {
     native_handle_t* const native = native_handle_create(1, 0);

@@ -1,0 +1,300 @@
+// The light, the clocks, the LEDs and the controllers around the simulated headset.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <numeric>
+
+#include "client_end.h"
+#include "environment/clocks.h"
+#include "environment/external_timing_model.h"
+#include "environment/led_service.h"
+#include "environment/light_models.h"
+#include "environment/tambril_service.h"
+
+namespace {
+
+using namespace Simulator;
+using Hal::Result;
+using Hal::TimeDomain;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using TestSupport::FakeClient;
+using TestSupport::FakeSensorClient;
+
+constexpr int64_t kSecond = 1'000'000'000;
+constexpr auto kSaturated = static_cast<uint32_t>(Hal::LightSampleStatus::SATURATED);
+
+SampleInstant instantAt(int64_t time, uint32_t sequence = 0) {
+    return {time, time + 1000, sequence};
+}
+
+/// The share that flicker of a frequency has in a block, relative to the mean level.
+double amplitudeOf(const Hal::AdcFlickerData& block, double frequency) {
+    std::complex<double> sum = 0;
+    double mean = 0;
+    for (uint32_t i = 0; i < block.sampleCount; ++i) {
+        sum += std::polar<double>(block.samples[i], 2 * M_PI * frequency * i / block.sampleRate);
+        mean += block.samples[i];
+    }
+    return 2 * std::abs(sum) / mean;
+}
+
+TEST(LightModelsTest, AllThreeStreamsFollowOneSignal) {
+    for (const uint32_t flicker : {0U, 100U, 120U}) {
+        const auto room = std::make_shared<RoomLight>(flicker, 300);
+        AdcFlickerModel adcModel{room};
+        for (int64_t time = 1000 * kSecond; time < 1100 * kSecond; time += 7 * kSecond) {
+            const Hal::AdcFlickerData block = adcModel.sample(instantAt(time));
+            const Hal::FlickerData analysis = FlickerModel{room}.sample(instantAt(time));
+            const Hal::AmbientLightData light = AmbientLightModel{room}.sample(instantAt(time));
+            ASSERT_EQ(block.sampleCount, 4096U);
+            EXPECT_NEAR(analysis.frequency, flicker, 0.03);
+            EXPECT_NEAR(amplitudeOf(block, 100), flicker == 100 ? 0.3 : 0, 0.01);
+            EXPECT_NEAR(amplitudeOf(block, 120), flicker == 120 ? 0.3 : 0, 0.01);
+            EXPECT_NEAR(analysis.peaks[0].amplitude, flicker == 0 ? 0 : 0.3, 1e-6);
+            const auto [least, most] =
+                std::minmax_element(block.samples.data(), block.samples.data() + 4096);
+            const double depth = static_cast<double>(*most - *least) / (*most + *least);
+            EXPECT_NEAR(analysis.modulationDepth, depth, 0.01);
+            const double mean =
+                std::accumulate(block.samples.data(), block.samples.data() + 4096, 0.0) / 4096;
+            EXPECT_NEAR(analysis.meanLevel / mean, 1, 0.01);
+            EXPECT_NEAR(light.illuminance / (mean / UINT16_MAX * kIlluminanceRange), 1, 0.01);
+            EXPECT_EQ(block.status | analysis.status | light.status, 0U);
+        }
+    }
+}
+
+TEST(LightModelsTest, TooMuchLightSaturatesAndDarknessHasNoColour) {
+    const auto glare = std::make_shared<RoomLight>(100, 50'000);
+    const Hal::AmbientLightData light = AmbientLightModel{glare}.sample(instantAt(kSecond));
+    const Hal::AdcFlickerData block = AdcFlickerModel{glare}.sample(instantAt(kSecond));
+    EXPECT_EQ(light.status, kSaturated);
+    EXPECT_EQ(light.illuminance, light.illuminanceRange);
+    EXPECT_EQ(light.saturatedChannels, (1U << light.channelCount) - 1);
+    EXPECT_EQ(block.status, kSaturated);
+    EXPECT_EQ(FlickerModel{glare}.sample(instantAt(kSecond)).status, kSaturated);
+
+    const auto night = std::make_shared<RoomLight>(100, 0);
+    EXPECT_EQ(AmbientLightModel{night}.sample(instantAt(kSecond)).colorTemperature, 0);
+    const Hal::FlickerData analysis = FlickerModel{night}.sample(instantAt(kSecond));
+    EXPECT_EQ(analysis.peakCount, 0U);
+    EXPECT_EQ(analysis.modulationDepth, 0);
+}
+
+TEST(ClocksTest, TranslationsLeadBackAndKeepTheOrderOfTimes) {
+    const TimeDomain domains[] = {TimeDomain::MONOTONIC, TimeDomain::BOOTTIME,
+                                  TimeDomain::CONTROLLER, TimeDomain::EXTERNAL};
+    for (const TimeDomain from : domains) {
+        for (const TimeDomain to : domains) {
+            // How long the machine slept is measured anew each time.
+            const bool isMeasured = from == TimeDomain::BOOTTIME || to == TimeDomain::BOOTTIME;
+            const int64_t tolerance = isMeasured ? kSecond / 20 : 1;
+            for (const int64_t time : {-3 * kSecond, int64_t{0}, 12'345 * kSecond + 678}) {
+                const int64_t there = translate(time, from, to).value();
+                EXPECT_LE(std::abs(translate(there, to, from).value() - time), tolerance);
+                EXPECT_GE(translate(time + 2 * tolerance, from, to).value(), there);
+            }
+            using Limits = std::numeric_limits<int64_t>;
+            EXPECT_GT(translate(Limits::max(), from, to).value(), Limits::max() / 2);
+            EXPECT_LT(translate(Limits::min(), from, to).value(), Limits::min() / 2);
+        }
+        EXPECT_EQ(translate(0, from, static_cast<TimeDomain>(4)), std::nullopt);
+        EXPECT_EQ(translate(0, static_cast<TimeDomain>(UINT32_MAX), from), std::nullopt);
+    }
+}
+
+TEST(ExternalTimingTest, PulsesJitterAroundAClockThatDriftsAsItSays) {
+    ExternalTimingModel model;
+    constexpr auto kLocked = static_cast<uint32_t>(Hal::ExternalTimestampStatus::LOCKED);
+    Hal::ExternalTimestampData last = model.sample(instantAt(0));
+    double squares = 0;
+    constexpr uint32_t kPulses = 2000;
+    for (uint32_t i = 1; i <= kPulses; ++i) {
+        const int64_t time = i * kSecond;
+        const Hal::ExternalTimestampData pulse = model.sample(instantAt(time, i));
+        const auto passed = static_cast<double>(pulse.externalTimestamp - last.externalTimestamp);
+        EXPECT_EQ(pulse.externalTimestamp,
+                  translate(time, TimeDomain::MONOTONIC, TimeDomain::EXTERNAL));
+        EXPECT_LE(pulse.timestamp, pulse.arrivalTimestamp);
+        EXPECT_EQ(pulse.status, i < ExternalTimingModel::kLockingPulses ? 0 : kLocked);
+        if (pulse.status == kLocked) {
+            EXPECT_NEAR(passed / kSecond, pulse.clockRate, 2e-7);
+        }
+        squares += std::pow(static_cast<double>(std::min<int64_t>(pulse.timestamp - time, 0)), 2);
+        last = pulse;
+    }
+    // Half of the pulses are seen early; the other half is cut off at their arrival.
+    EXPECT_NEAR(std::sqrt(2 * squares / kPulses), ExternalTimingModel::kJitter, 200);
+}
+
+class LedServiceTest : public ::testing::Test {
+  protected:
+    using Led = Hal::FaceEyeTrackingLedConfiguration;
+    using Group = Hal::FaceEyeTrackingLedGroup;
+
+    /// Current of one LED as it shines; 0 if it does not.
+    uint32_t currentOf(Group group, uint32_t channel) const {
+        for (const Led& led : leds->shining()) {
+            if (led.group == group && led.channel == channel) {
+                return led.current;
+            }
+        }
+        return 0;
+    }
+
+    android::sp<LedService> leds = new LedService(std::make_shared<Faults>(FaultSettings{}));
+    android::sp<FakeSensorClient> client = new FakeSensorClient;
+    android::sp<FakeSensorClient> other = new FakeSensorClient;
+};
+
+TEST_F(LedServiceTest, SettingsTakeEffectWhileTheirClientOverrides) {
+    EXPECT_EQ(leds->setConfigurations(client, {Led{Group::FACE, 3, 55, 10}}), Result::IGNORED);
+    EXPECT_THAT(leds->shining(), IsEmpty());
+    EXPECT_EQ(leds->enable(client), Result::SUCCESS);
+    EXPECT_EQ(leds->enable(other), Result::IGNORED);
+    EXPECT_EQ(leds->shining().size(), 20U);
+    const uint32_t own = currentOf(Group::FACE, 3);
+    EXPECT_NE(own, 55U);
+
+    EXPECT_EQ(leds->stopOverridingLedSettings(client), Result::BAD_STATE);
+    EXPECT_EQ(leds->startOverridingLedSettings(client), Result::SUCCESS);
+    EXPECT_EQ(leds->startOverridingLedSettings(client), Result::IGNORED);
+    EXPECT_EQ(leds->startOverridingLedSettings(other), Result::BAD_STATE);
+    EXPECT_EQ(leds->setConfigurations(other, {}), Result::BAD_STATE);
+    EXPECT_EQ(leds->stopOverridingLedSettings(other), Result::BAD_STATE);
+    EXPECT_EQ(currentOf(Group::FACE, 3), 55U);
+    EXPECT_EQ(currentOf(Group::FACE, 2), own);
+    EXPECT_EQ(leds->setConfigurations(client, {Led{Group::FACE, 3, 66, 10}}), Result::SUCCESS);
+    EXPECT_EQ(currentOf(Group::FACE, 3), 66U);
+    EXPECT_EQ(leds->stopOverridingLedSettings(client), Result::SUCCESS);
+    EXPECT_EQ(currentOf(Group::FACE, 3), own);
+    EXPECT_EQ(leds->disable(other), Result::SUCCESS);
+    EXPECT_EQ(leds->disable(other), Result::IGNORED);
+}
+
+TEST_F(LedServiceTest, OneBadSettingRefusesThemAll) {
+    EXPECT_EQ(leds->startOverridingLedSettings(client), Result::SUCCESS);
+    EXPECT_EQ(leds->enable(client), Result::SUCCESS);
+    const Led good{Group::LEFT_EYE, 7, 5, 5};
+    const Led bad[] = {{Group::FACE, 4, 5, 5},
+                       {static_cast<Group>(3), 0, 5, 5},
+                       {Group::FACE, 0, LedService::kMaxCurrent + 1, 5},
+                       {Group::FACE, 0, 5, LedService::kMaxPulseWidth + 1}};
+    for (const Led& led : bad) {
+        EXPECT_EQ(leds->setConfigurations(client, {good, led}), Result::FAILURE);
+        EXPECT_NE(currentOf(good.group, good.channel), good.current);
+    }
+    EXPECT_EQ(leds->getChannelCount(static_cast<Group>(3)), 0);
+    EXPECT_EQ(leds->enable(nullptr), Result::FAILURE);
+}
+
+TEST_F(LedServiceTest, WhatAClientChangedEndsWithIt) {
+    EXPECT_EQ(leds->startOverridingLedSettings(client), Result::SUCCESS);
+    EXPECT_EQ(leds->enable(client), Result::SUCCESS);
+    // Clients that change nothing give way to others; those that do stay.
+    for (size_t i = 0; i < 2 * LedService::kMaxClients; ++i) {
+        EXPECT_EQ(leds->setConfigurations(new FakeSensorClient, {}), Result::BAD_STATE);
+    }
+    EXPECT_EQ(leds->startOverridingLedSettings(other), Result::BAD_STATE);
+    EXPECT_EQ(client->getStrongCount(), 2);
+    client->die();
+    EXPECT_EQ(client->getStrongCount(), 1);
+    EXPECT_THAT(leds->shining(), IsEmpty());
+    EXPECT_EQ(leds->startOverridingLedSettings(other), Result::SUCCESS);
+    client->isDead = true;
+    EXPECT_EQ(leds->enable(client), Result::FAILURE);
+    EXPECT_EQ(client->getStrongCount(), 1);
+}
+
+class Callback : public FakeClient<Hal::ITambrilCallback> {
+  public:
+    android::hardware::Return<void> onKivraRpcMessage(
+        const Hal::KivraRpcMessage& message) override {
+        messages.push_back(message);
+        return android::hardware::Void();
+    }
+    std::vector<Hal::KivraRpcMessage> messages;
+};
+
+class TambrilServiceTest : public ::testing::Test {
+  protected:
+    static constexpr auto kId = Hal::KivraRpcClientId::TRACKING;
+
+    static EnvironmentSettings settings() {
+        EnvironmentSettings settings;
+        settings.refusedProcedures = {9};
+        settings.notificationRate = 0;
+        return settings;
+    }
+    Result send(const android::sp<Callback>& from, uint64_t address = 1, uint32_t procedure = 0,
+                size_t size = 3) {
+        return service->sendMessage(from, {address}, procedure, std::vector<uint8_t>(size, 7));
+    }
+
+    android::sp<TambrilService> service =
+        new TambrilService(settings(), std::make_shared<Faults>(FaultSettings{}));
+    android::sp<Callback> client = new Callback;
+    android::sp<Callback> other = new Callback;
+};
+
+TEST_F(TambrilServiceTest, EchoesAndRefusesInOrder) {
+    EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
+    EXPECT_EQ(send(client, 1, 5), Result::SUCCESS);
+    EXPECT_EQ(send(client, 2, 9), Result::SUCCESS);
+    EXPECT_EQ(send(client, 1, 6, TambrilService::kMaxPayloadSize), Result::SUCCESS);
+    ASSERT_EQ(client->messages.size(), 3U);
+    const auto& [first, error, last] =
+        std::tie(client->messages[0], client->messages[1], client->messages[2]);
+    EXPECT_EQ(first.kind, Hal::KivraRpcMessageKind::RESPONSE);
+    EXPECT_EQ(first.header.procedure, 5U);
+    EXPECT_THAT(std::vector<uint8_t>(first.payload), ElementsAre(7, 7, 7));
+    EXPECT_EQ(error.kind, Hal::KivraRpcMessageKind::ERROR);
+    EXPECT_EQ(error.address.address, 2U);
+    EXPECT_EQ(error.header.sequence, 0U);
+    EXPECT_EQ(last.header.sequence, 1U);
+    EXPECT_EQ(last.payload.size(), TambrilService::kMaxPayloadSize);
+    const int64_t sent =
+        translate(last.header.sentTimestamp, TimeDomain::CONTROLLER, TimeDomain::MONOTONIC).value();
+    EXPECT_LT(sent, last.arrivalTimestamp);
+    EXPECT_GT(sent, last.arrivalTimestamp - kSecond);
+}
+
+TEST_F(TambrilServiceTest, WhatIsNotRightIsRefused) {
+    EXPECT_EQ(send(client), Result::BAD_STATE);
+    EXPECT_EQ(service->unregisterClient(kId), Result::BAD_STATE);
+    EXPECT_EQ(service->registerClient(kId, nullptr), Result::FAILURE);
+    EXPECT_EQ(service->registerClient(static_cast<Hal::KivraRpcClientId>(2), client),
+              Result::FAILURE);
+    other->isDead = true;
+    EXPECT_EQ(service->registerClient(kId, other), Result::FAILURE);
+    EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
+    EXPECT_EQ(service->registerClient(kId, other), Result::BAD_STATE);
+    EXPECT_EQ(service->registerClient(kId, client), Result::BAD_STATE);
+    EXPECT_EQ(send(other), Result::BAD_STATE);
+    EXPECT_EQ(send(client, 3), Result::FAILURE);
+    EXPECT_EQ(send(client, 1, 0, TambrilService::kMaxPayloadSize + 1), Result::FAILURE);
+    EXPECT_EQ(service->sendMessage(nullptr, {1}, 0, {}), Result::BAD_STATE);
+    EXPECT_THAT(client->messages, IsEmpty());
+    EXPECT_EQ(service->translateTime(5, static_cast<TimeDomain>(9), TimeDomain::MONOTONIC), 0);
+}
+
+TEST_F(TambrilServiceTest, ClientThatDiedOrUnregisteredIsForgotten) {
+    for (const bool dies : {true, false}) {
+        EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
+        EXPECT_EQ(client->getStrongCount(), 2);
+        if (dies) {
+            client->die();
+        } else {
+            EXPECT_EQ(service->unregisterClient(kId), Result::SUCCESS);
+        }
+        EXPECT_EQ(send(client), Result::BAD_STATE);
+        EXPECT_EQ(client->recipient, nullptr);
+        EXPECT_EQ(client->getStrongCount(), 1);
+    }
+}
+
+}  // namespace
