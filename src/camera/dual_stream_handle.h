@@ -15,6 +15,7 @@
 #include "foundation/hal_call.h"
 #include "foundation/sensor_client.h"
 #include "os/event_flag.h"
+#include "os/intentional_leak.h"
 #include "stream/composite_stream.h"
 #include "stream/stream_handle_base.h"
 
@@ -113,6 +114,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
         MORIAK_FATAL_IF(res != Hidl::Result::SUCCESS, "DualStreamHandle prepareStream failed");
         android::hardware::EventFlag* const ef = OS::createEventFlagFromHandle(config.eventFlag);
         MORIAK_FATAL_IF(ef == nullptr, "Failed to obtain event flag for recycle FMQ");
+        OS::leakIntentionally(ef);
         constexpr bool kResetPointers = true;
         recycle_.fmq = std::make_unique<Queue>(descriptor, kResetPointers);
         recycle_.ef = ef;

@@ -19,6 +19,7 @@ TEST(Factories, WithoutAServiceAreEmptyAtOnceAndSilentButForTheLightSensors) {
     ASSERT_NE(mkdtemp(directory.data()), nullptr);
     ASSERT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", directory.c_str(), 1), 0);
     TestSupport::CapturedLog log;
+    EXPECT_EQ(Vek::Sensors::createCameraProvider(), nullptr);
     EXPECT_EQ(Vek::Sensors::createMotionSensorProvider(), nullptr);
     EXPECT_EQ(Vek::Sensors::createImuSensor(), nullptr);
     EXPECT_EQ(Vek::Sensors::createMagSensor(), nullptr);

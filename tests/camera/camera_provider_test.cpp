@@ -1,0 +1,234 @@
+// The camera provider: descriptions, calibration, streams and shared settings.
+#include "camera/camera_provider.h"
+
+#include <android-base/unique_fd.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+
+#include "camera/camera_stream_control_target.h"
+#include "support/captured_log.h"
+#include "support/fake_camera_hal.h"
+
+namespace {
+
+using android::hardware::hidl_vec;
+using android::hardware::Void;
+using namespace ::testing;
+using namespace TestSupport;
+using namespace Vek::Sensors;
+using HidlWrapper::CameraProvider;
+
+class CameraProviderTest : public CameraTest {
+  protected:
+    void listCameras(const hidl_vec<Hidl::CameraProperties>& cameras,
+                     Hidl::Result result = Hidl::Result::SUCCESS) {
+        ON_CALL(*service, getProperties).WillByDefault([=](auto callback) {
+            callback(result, cameras);
+            return Void();
+        });
+    }
+
+    android::sp<FakeCameraProvider> service = new NiceMock<FakeCameraProvider>;
+    android::sp<Hidl::ICameraStream> hidlStream = new NiceMock<FakeCameraStream>;
+    CameraProvider provider{android::sp<Hidl::ICameraProvider>(service)};
+};
+using CameraProviderDeathTest = CameraProviderTest;
+
+TEST_F(CameraProviderTest, CamerasAreListedEvenWithErrorsThatAreLogged) {
+    listCameras({{1, "left", "sensor A"}, {0, "right", "sensor B"}}, Hidl::Result::FAILURE);
+    for (const uint32_t camera : {1U, 0U}) {
+        EXPECT_CALL(*service, getCalibrationData(camera, _)).WillOnce([](auto, auto callback) {
+            callback(Hidl::Result::BAD_STATE, handleOf({sharedMemory("1"), sharedMemory("2")}));
+            return Void();
+        });
+    }
+    CapturedLog log;
+    const auto cameras = provider.getProperties();
+    const std::string properties = "properties, some properties may be invalid: 1";
+    const auto calibration =
+        errorLine("Error fetching camera calibration data, some data may be invalid: 2");
+    EXPECT_THAT(log.take(), ElementsAre(errorLine("Error fetching camera " + properties),
+                                        calibration, calibration));
+    ASSERT_EQ(cameras.size(), 2U);
+    EXPECT_EQ(cameras[0].cameraId, 1U);
+    EXPECT_EQ(cameras[0].propertyText1, "left");
+    EXPECT_EQ(cameras[0].calibrationData1, "");
+    EXPECT_EQ(cameras[1].propertyText2, "sensor B");
+}
+
+TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
+    const std::string page(static_cast<size_t>(sysconf(_SC_PAGESIZE)), 'x');
+    const std::string zero(1, '\0');
+    const auto good = [&] { return sharedMemory("good" + zero + "more"); };
+    const auto shrinkable = [] { return memfd_create("shrinkable", 0); };
+    const auto empty = [] {
+        const int fd = memfd_create("empty", MFD_ALLOW_SEALING);
+        EXPECT_EQ(fcntl(fd, F_ADD_SEALS, F_SEAL_SHRINK), 0);
+        return fd;
+    };
+    const auto writeOnly = [] {
+        const android::base::unique_fd fd{sharedMemory("secret")};
+        return open(("/proc/self/fd/" + std::to_string(fd.get())).c_str(), O_WRONLY);
+    };
+    struct Case {
+        hidl_handle handle;
+        std::string text1;
+        std::string text2;
+        size_t errors;
+    };
+    const std::vector<Case> cases{
+        {handleOf({good(), sharedMemory(zero)}), "good", "", 0},
+        {{}, "", "", 1},
+        {handleOf({sharedMemory("no end"), sharedMemory(page)}), "no end", page, 0},
+        {handleOf({good()}), "", "", 1},
+        {handleOf({shrinkable(), good()}), "", "", 1},
+        {handleOf({good(), shrinkable()}), "", "", 1},
+        {handleOf({empty(), good()}), "", "good", 1},
+        {handleOf({good(), writeOnly()}), "good", "", 1},
+        {handleOf({good(), good(), shrinkable()}), "good", "good", 0},
+    };
+    ON_CALL(*service, getCalibrationData).WillByDefault([&](uint32_t camera, auto callback) {
+        callback(Hidl::Result::SUCCESS, cases.at(camera).handle);
+        return Void();
+    });
+    std::vector<Hidl::CameraProperties> listed(cases.size());
+    size_t errors = 0;
+    for (size_t i = 0; i < cases.size(); ++i) {
+        listed[i].cameraId = static_cast<uint32_t>(i);
+        errors += cases[i].errors;
+    }
+    listCameras(listed);
+    CapturedLog log;
+    const auto cameras = provider.getProperties();
+    EXPECT_EQ(
+        log.take(),
+        std::vector(errors, errorLine("Invalid handle or file descriptors for calibration data")));
+    for (size_t i = 0; i < cases.size(); ++i) {
+        EXPECT_EQ(cameras.at(i).calibrationData1, cases[i].text1) << i;
+        EXPECT_EQ(cameras.at(i).calibrationData2, cases[i].text2) << i;
+    }
+}
+
+TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
+    EXPECT_CALL(*service, getStream(Hidl::FrameType::HAND)).WillOnce([&] { return hidlStream; });
+    EXPECT_NE(provider.getStream(FrameType::HAND, "hands"), nullptr);
+    EXPECT_CALL(*service, getStreamByPurpose({"head"}, {"wide"})).WillOnce([&](auto...) {
+        return hidlStream;
+    });
+    const auto stream = provider.getStreamByPurpose("head", "wide", "tracker");
+    ASSERT_NE(stream, nullptr);
+    const android::sp<Hidl::ISensorClient> client = stream->streamControlTarget()->getClient();
+    client->getSensorClientInfo([](auto, auto& info) { EXPECT_EQ(info.name, "tracker"); });
+    const android::sp<Hidl::ICameraStream> named = stream->streamControlTarget()->getStream();
+    EXPECT_EQ(named, hidlStream);
+    EXPECT_CALL(*service, getStreamController({"eyes"}, {"left"})).WillOnce([](auto...) {
+        return new NiceMock<FakeCameraController>;
+    });
+    const auto controller = provider.getStreamController("eyes", "left");
+    ASSERT_NE(controller, nullptr);
+    EXPECT_TRUE(controller->startOverridingExposureSettings());
+
+    EXPECT_CALL(*service, getStream).WillOnce([](auto) { return nullptr; });
+    EXPECT_CALL(*service, getStreamByPurpose).WillOnce([](auto...) { return nullptr; });
+    EXPECT_CALL(*service, getStreamController).WillOnce([](auto...) { return nullptr; });
+    CapturedLog log;
+    EXPECT_EQ(provider.getStream(FrameType::DEPTH, "any"), nullptr);
+    EXPECT_EQ(provider.getStreamByPurpose("", "", ""), nullptr);
+    EXPECT_EQ(provider.getStreamController("", ""), nullptr);
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(CameraProviderTest, SettingsGoOutAndComeInUnchanged) {
+    constexpr auto kFrequency = static_cast<Hidl::UtilityFrequency>(77);
+    EXPECT_CALL(*service, getUtilityFrequency).WillOnce([&] { return kFrequency; });
+    EXPECT_CALL(*service, setUtilityFrequency(kFrequency));
+    provider.setUtilityFrequency(provider.getUtilityFrequency());
+    EXPECT_CALL(*service, getRawImageMode).WillOnce([] { return true; });
+    EXPECT_TRUE(provider.getRawImageMode());
+    EXPECT_CALL(*service, setFrameRate).WillOnce([](auto& settings) {
+        EXPECT_THAT(settings.frameRates,
+                    ElementsAre(Hidl::FrameRate::FPS_90, Hidl::FrameRate::FPS_30));
+        EXPECT_THAT(settings.frameTypes, ElementsAre(Hidl::FrameType::EYE));
+        return Hidl::Result::SUCCESS;
+    });
+    provider.setFrameRate({{FrameRate::FPS_90, FrameRate::FPS_30}, {FrameType::EYE}});
+
+    const auto unknown = static_cast<Hidl::FrameType>(25);
+    EXPECT_CALL(*service, getChannels).WillOnce([&](auto callback) {
+        callback({{Hidl::FrameType::COLOR, unknown}});
+        return Void();
+    });
+    EXPECT_CALL(*service, setChannels).WillOnce([&](auto& settings) {
+        EXPECT_THAT(settings.channels, ElementsAre(Hidl::FrameType::COLOR, unknown));
+        return Hidl::Result::SUCCESS;
+    });
+    provider.setChannels(provider.getChannels());
+
+    CapturedLog log;
+    EXPECT_CALL(*service, applyMuxMode({"tracking"}, 255)).Times(2);
+    EXPECT_TRUE(provider.applyMuxMode("tracking", 255));
+    allAnswer<Hidl::Result::IGNORED>();
+    EXPECT_FALSE(provider.applyMuxMode("tracking", 255));
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(CameraProviderTest, SeveralStreamsTakeOneCommandAndNullPointersAreSkipped) {
+    ON_CALL(*service, getStream).WillByDefault([&](auto) { return hidlStream; });
+    const std::shared_ptr<ICameraStream> first = provider.getStream(FrameType::HEADSET, "first");
+    const std::shared_ptr<ICameraStream> second = provider.getStream(FrameType::HAND, "second");
+    const auto& target1 = first->streamControlTarget();
+    const auto& target2 = second->streamControlTarget();
+    EXPECT_CALL(*service, controlEvery(ElementsAre(target1, target2), Hidl::StreamCommand::START));
+    provider.startEvery({first, nullptr, second});
+    allAnswer<Hidl::Result::IGNORED>();
+    EXPECT_CALL(*service, controlEvery(ElementsAre(target2), Hidl::StreamCommand::STOP));
+    provider.stopEvery({second});
+    EXPECT_CALL(*service, controlEvery(SizeIs(0), Hidl::StreamCommand::START));
+    provider.startEvery({nullptr});
+}
+
+TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWords) {
+    const std::string ignorable =
+        "hidlReturn != Hidl::Result::SUCCESS && hidlReturn != Hidl::Result::IGNORED";
+    const auto unknown = static_cast<FrameType>(25);
+    const ChannelSettings channels{{FrameType::HEADSET, FrameType::COLOR, unknown}};
+    expectFatal(
+        {{FATAL_CALL(provider.getProperties()), ""},
+         {FATAL_CALL(provider.getStream({}, "")), ""},
+         {FATAL_CALL(provider.getStreamByPurpose("", "", "")), ""},
+         {FATAL_CALL(provider.getStreamController("", "")), ""},
+         {FATAL_CALL(provider.getUtilityFrequency()), ""},
+         {FATAL_CALL(provider.setUtilityFrequency({})), "Failed to set utility frequency: 1"},
+         {FATAL_CALL(provider.getChannels()), ""},
+         {FATAL_CALL(provider.setChannels({})), "Failed to set channels  with status: 1"},
+         {FATAL_CALL(provider.setChannels(channels)),
+          "Failed to set channels HEADSET, COLOR, UNKNOWN with status: 1"},
+         {FATAL_CALL(provider.applyMuxMode("", 0)), ""},
+         {FATAL_CALL(provider.setFrameRate({})), "Failed to set frame rate: 1"},
+         {FATAL_CALL(provider.getRawImageMode()), ""},
+         {"provider.controlEvery()", [&] { provider.startEvery({}); },
+          "Stream command (START) failed with result: 1", ignorable},
+         {"provider.controlEvery()", [&] { provider.stopEvery({}); },
+          "Stream command (STOP) failed with result: 1", ignorable}});
+    // Also the calls for the calibration that follow the list of the cameras.
+    listCameras({{}});
+    EXPECT_DEATH((noneIsDelivered<void>(), provider.getProperties()),
+                 HasSubstr("HIDL error in virtual std::vector<CameraProperties> "
+                           "Vek::Sensors::HidlWrapper::CameraProvider::getProperties(): "));
+}
+
+// The reaction to a death happens once for a process, so this runs in a child.
+TEST_F(CameraProviderTest, ClientsHandlersRunInTheirOrderWhenTheServiceDies) {
+    const auto print = [](const void* text) { fputs(static_cast<const char*>(text), stderr); };
+    EXPECT_EXIT(
+        {
+            provider.registerDisconnectEventHandler({print, "first, "});
+            provider.registerDisconnectEventHandler({print, "second\n"});
+            service->die();
+            _exit(0);
+        },
+        ::testing::ExitedWithCode(0),
+        HasSubstr("camera_tests invoking custom coronaries.\nfirst, second\n"));
+}
+
+}  // namespace

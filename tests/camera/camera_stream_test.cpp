@@ -1,0 +1,230 @@
+// Camera streams and controllers: control calls, image buffers and mux states.
+#include "camera/camera_stream.h"
+
+#include <fstream>
+
+#include "camera/camera_stream_controller.h"
+#include "support/captured_log.h"
+#include "support/fake_camera_hal.h"
+
+namespace {
+
+using android::hardware::hidl_vec;
+using android::hardware::Void;
+using namespace ::testing;
+using namespace TestSupport;
+using namespace Vek::Sensors;
+using HidlWrapper::CameraStream;
+using HidlWrapper::CameraStreamController;
+
+class CameraStreamTest : public CameraTest {
+  protected:
+    static ExposureGainSettings exposureOf(uint32_t numCameras) {
+        auto settings = filledWith<ExposureGainSettings>(1);
+        settings.numCameras = numCameras;
+        return settings;
+    }
+
+    android::sp<FakeCameraStream> service = new NiceMock<FakeCameraStream>;
+    CameraStream stream{android::sp<Hidl::ICameraStream>(service), "tracker"};
+    android::sp<Hidl::ISensorClient> client = stream.streamControlTarget()->getClient();
+    android::sp<FakeCameraController> controllerService = new NiceMock<FakeCameraController>;
+    CameraStreamController controller{
+        android::sp<Hidl::ICameraStreamController>(controllerService)};
+};
+using CameraStreamDeathTest = CameraStreamTest;
+
+TEST_F(CameraStreamTest, ControlCallsCarryTheirArgumentsAndTheStreamsClient) {
+    EXPECT_CALL(*service, startOverridingExposureSettings(client));
+    stream.startOverridingExposureSettings();
+    EXPECT_CALL(*service, stopOverridingExposureSettings(client));
+    stream.stopOverridingExposureSettings();
+    EXPECT_CALL(*service, setPhaseOffset(UINT64_MAX));
+    stream.setPhaseOffset(UINT64_MAX);
+    EXPECT_CALL(*service, setCameraSyncMode(Hidl::CameraSyncMode::DISPLAY));
+    stream.setCameraSyncMode(CameraSyncMode::DISPLAY);
+    EXPECT_CALL(*service, writeSessionOcalData({"lens"}, hidl_vec<uint8_t>{3, 255}));
+    stream.writeSessionOcalData("lens", std::array<uint8_t, 2>{3, 255});
+    for (const auto& sizes : {std::vector{Resolution::HALF, Resolution::FULL}, {}}) {
+        EXPECT_CALL(*service, setResolution(SizeIs(sizes.size())));
+        EXPECT_TRUE(stream.setResolution(sizes));
+    }
+    // A stream that is in the state asked for is fine; no other call accepts this.
+    allAnswer<Hidl::Result::IGNORED>();
+    EXPECT_CALL(*service, controlStream(client, Hidl::StreamCommand::START));
+    stream.start();
+    EXPECT_CALL(*service, controlStream(client, Hidl::StreamCommand::STOP));
+    stream.stop();
+}
+
+TEST_F(CameraStreamTest, ExposureOfAsManyCamerasAsThereAreIsSentAndTheRestIsZero) {
+    for (const uint32_t numCameras : {0U, 3U, 10U}) {
+        const ExposureGainSettings settings = exposureOf(numCameras);
+        auto expected = filledWith<ExposureGainSettings>(0);
+        expected.numCameras = numCameras;
+        std::copy_n(settings.cameras.begin(), numCameras, expected.cameras.begin());
+        EXPECT_CALL(*service, setExposureGain(client, _)).WillOnce([&](auto&, auto& sent) {
+            EXPECT_TRUE(sameBytes(sent, expected)) << numCameras;
+            return Void();
+        });
+        stream.setExposureGain(settings);
+    }
+}
+
+TEST_F(CameraStreamDeathTest, ExposureOfTooManyCamerasIsFatalBeforeAnythingIsSent) {
+    const std::string text =
+        "^F/Moriak-HidlWrapper: Assertion failed: input.numCameras > kMaxFrameSetSize\n$";
+    EXPECT_CALL(*service, setExposureGain).Times(0);
+    EXPECT_CALL(*controllerService, setExposureGain).Times(0);
+    EXPECT_DEATH(stream.setExposureGain(exposureOf(11)), text);
+    EXPECT_DEATH(controller.setExposureGain(0, 0, exposureOf(UINT32_MAX)), text);
+}
+
+TEST_F(CameraStreamTest, ControllerTellsARefusalFromSuccess) {
+    CapturedLog log;
+    const auto expectEach = [this](bool accepted) {
+        EXPECT_EQ(controller.startOverridingExposureSettings(), accepted);
+        EXPECT_EQ(controller.stopOverridingExposureSettings(), accepted);
+        EXPECT_EQ(controller.setExposureGain(255, UINT32_MAX, exposureOf(2)), accepted);
+    };
+    EXPECT_CALL(*controllerService, setExposureGain(255, UINT32_MAX, _)).Times(3);
+    expectEach(true);
+    allAnswer<Hidl::Result::BAD_STATE>();
+    expectEach(false);
+    allAnswer<Hidl::Result::IGNORED>();
+    expectEach(false);
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+size_t mappingsNamed(const std::string& name) {
+    std::ifstream maps{"/proc/self/maps"};
+    size_t count = 0;
+    for (std::string line; std::getline(maps, line);) {
+        count += line.find(name) != std::string::npos ? 1 : 0;
+    }
+    return count;
+}
+
+TEST_F(CameraStreamTest, ImageBuffersAreReadableUntilTheirLastOwnerGoes) {
+    const auto pixels = [](const std::string& bytes) {
+        return handleOf({sharedMemory(bytes, "camera-pixels")});
+    };
+    const auto text = [](gsl::span<const std::byte> bytes) {
+        return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    };
+    EXPECT_CALL(*service, getMetadata).WillOnce([&](auto callback) {
+        callback(Hidl::Result::SUCCESS, {{{7,
+                                           {{pixels("first"), {}},
+                                            {{}, handleOf({sharedMemory("supplement")})},
+                                            {pixels("third"), handleOf({})},
+                                            {handleOf({dup(STDERR_FILENO)}), {}}}},
+                                          {8, {}}},
+                                         5});
+        return Void();
+    });
+    std::shared_ptr<Vek::OS::ImageBuffer> third;
+    {
+        const auto metadata = stream.getMetadata();
+        EXPECT_EQ(metadata.bufferGeneration, 5U);
+        ASSERT_THAT(metadata.cameras, SizeIs(2));
+        EXPECT_EQ(metadata.cameras[0].cameraId, 7U);
+        EXPECT_THAT(metadata.cameras[0].reservedBuffers, IsEmpty());
+        EXPECT_THAT(metadata.cameras[1].buffers, IsEmpty());
+        std::vector<std::string> texts;
+        for (const auto& buffer : metadata.cameras[0].buffers) {
+            texts.push_back(text(buffer->pixels()) + "," + text(buffer->supplement()));
+        }
+        EXPECT_THAT(texts, ElementsAre("first,", ",supplement", "third,", ","));
+        third = metadata.cameras[0].buffers[2];
+        EXPECT_EQ(mappingsNamed("camera-pixels"), 2U);
+    }
+    EXPECT_EQ(mappingsNamed("camera-pixels"), 1U);
+    EXPECT_EQ(text(third->pixels()), "third");
+}
+
+TEST_F(CameraStreamTest, MuxStateAndItsChangesReachTheClient) {
+    const auto camera = filledWith<Hidl::CameraGlobalConfiguration>(4);
+    const auto slot = filledWith<Hidl::CameraPerSlotConfiguration>(5);
+    const Hidl::MuxMode mode{"tracking",
+                             "fallback",
+                             {"hands", "head"},
+                             {{"hands", {1}}, {"head", {}}, {"hands", {2, 3}}},
+                             {{"depth", {4}}}};
+    android::sp<Hidl::IFrameConfigCallback> told;
+    ON_CALL(*service, registerFrameConfigCallback(client, _, _))
+        .WillByDefault([&](auto&, const auto& callback, auto answer) {
+            told = callback;
+            answer(Hidl::Result::SUCCESS, {3, UINT64_MAX, mode, {{}, camera}, {{}, {slot}}});
+            return Void();
+        });
+    FrameSetConfigurationUpdate update;
+    const auto state = stream.registerFrameSetConfigurationUpdateCallback(
+        [&](const FrameSetConfigurationUpdate& changed) { update = changed; });
+    EXPECT_EQ(state.header, 3U);
+    EXPECT_EQ(state.value, UINT64_MAX);
+    EXPECT_EQ(state.muxMode.name, "tracking");
+    EXPECT_EQ(state.muxMode.secondaryName, "fallback");
+    EXPECT_THAT(state.muxMode.purposes, ElementsAre("hands", "head"));
+    ASSERT_THAT(state.muxMode.purposeData, SizeIs(2));
+    EXPECT_THAT(state.muxMode.purposeData.at("head").data, IsEmpty());
+    EXPECT_THAT(state.muxMode.purposeData.at("hands").data, ElementsAre(2, 3)) << "the last one";
+    EXPECT_THAT(state.muxMode.secondaryPurposeData.at("depth").data, ElementsAre(4));
+    ASSERT_THAT(state.globalConfigurations, SizeIs(2));
+    EXPECT_TRUE(sameBytes(state.globalConfigurations[1], camera));
+    ASSERT_THAT(state.slotConfigurations, SizeIs(2));
+    EXPECT_THAT(state.slotConfigurations[0].cameras, IsEmpty());
+    ASSERT_THAT(state.slotConfigurations[1].cameras, SizeIs(1));
+    EXPECT_TRUE(sameBytes(state.slotConfigurations[1].cameras[0], slot));
+
+    ASSERT_TRUE(told->handleCameraConfigUpdate({4, 5, {}, {}, {}}).isOk());
+    EXPECT_EQ(update.header, 4U);
+    EXPECT_THAT(update.slotConfigurations, IsEmpty());
+
+    EXPECT_EQ(stream.registerFrameSetConfigurationUpdateCallback({}).header, 3U);
+    EXPECT_TRUE(told->handleCameraConfigUpdate({6, 7, {}, {}, {}}).isOk());
+    EXPECT_EQ(update.header, 4U);
+}
+
+TEST_F(CameraStreamDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWords) {
+    const std::string ignorable =
+        "hidlReturn != Hidl::Result::SUCCESS && hidlReturn != Hidl::Result::IGNORED";
+    const std::string status = "status != Hidl::Result::SUCCESS";
+    const std::string unrecoverable = "hidlReturn == Hidl::Result::FAILURE";
+    const std::vector<FatalCall> calls{
+        {FATAL_CALL(stream.start()), "Start stream command failed with result: 1", ignorable},
+        {FATAL_CALL(stream.stop()), "Stop stream command failed with result: 1", ignorable},
+        {FATAL_CALL(stream.startOverridingExposureSettings()),
+         "Failed to start overriding exposure settings: 1"},
+        {FATAL_CALL(stream.stopOverridingExposureSettings()),
+         "Failed to stop overriding exposure settings: 1"},
+        {FATAL_CALL(stream.setExposureGain({})), ""},
+        {FATAL_CALL(stream.setPhaseOffset(0)), ""},
+        {FATAL_CALL(stream.setCameraSyncMode({})), "Failed to set camera mode: 1"},
+        {FATAL_CALL(stream.writeSessionOcalData("", {})),
+         "Failed to write online calibration data: 1"},
+        {FATAL_CALL(stream.setResolution({})), "Failed to set resolution: 1"},
+        {FATAL_CALL(stream.getMetadata()), "Failed to fetch stream metadata: 1", status},
+        {FATAL_CALL(stream.getConfiguration()), "Failed to fetch stream configuration: 1", status},
+        {FATAL_CALL(stream.registerFrameSetConfigurationUpdateCallback({})),
+         "Failed to register handler and return initial MuxState: 1 Please ensure you have added "
+         "the CameraStream to a CompositeStream and that the stream is stopped.",
+         status},
+        {FATAL_CALL(controller.startOverridingExposureSettings()),
+         "Unrecoverably failed to start overriding exposure settings: 1", unrecoverable},
+        {FATAL_CALL(controller.stopOverridingExposureSettings()),
+         "Unrecoverably failed to stop overriding exposure settings: 1", unrecoverable},
+        {FATAL_CALL(controller.setExposureGain(0, 0, {})),
+         "Unrecoverably failed to set exposure gain settings: 1", unrecoverable}};
+    expectFatal(calls, [this] {
+        allAnswer<Hidl::Result::FAILURE>();
+        const auto refuse = [](auto answer) {
+            answer(Hidl::Result::FAILURE, {});
+            return Void();
+        };
+        ON_CALL(*service, getMetadata).WillByDefault(refuse);
+        ON_CALL(*service, getConfiguration).WillByDefault(WithArg<1>(refuse));
+        ON_CALL(*service, registerFrameConfigCallback).WillByDefault(WithArg<2>(refuse));
+    });
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+// Frame sets on their way from the service to the client and back.
+#include "camera/camera_stream.h"
+#include "support/allocation_count.h"
+#include "support/fake_camera_hal.h"
+
+namespace {
+
+using namespace TestSupport;
+using namespace Vek::Sensors;
+using Spans = gsl::span<const gsl::span<const FrameSet>>;
+
+class FrameSetStreamTest : public CameraTest {
+  protected:
+    void addWithCallback(std::function<void(Spans)> callback) {
+        stream.stream().setCallbackv(std::move(callback));
+        stream.stream().addTo(composite);
+    }
+    WaitResult deliver(const Hidl::FrameSet& frameSet) {
+        EXPECT_TRUE(service->end.writeAndSignal({frameSet}));
+        return composite.waitFor(std::chrono::seconds(10));
+    }
+
+    android::sp<FakeCameraStream> service = new FakeCameraStream;
+    HidlWrapper::CameraStream stream{android::sp<Hidl::ICameraStream>(service), "tracker"};
+    HidlWrapper::CompositeStream composite{"test"};
+};
+using FrameSetStreamDeathTest = FrameSetStreamTest;
+
+TEST_F(FrameSetStreamTest, EveryFrameSetIsShownOnceThenHandedBackAsItCame) {
+    EXPECT_EQ(stream.stream().getQueueSize(), 1U);
+    int shown = 0;
+    addWithCallback([&](Spans spans) {
+        ASSERT_TRUE(spans.size() == 1 && spans[0].size() == 1);
+        EXPECT_TRUE(sameBytes(spans[0][0], filledWith<Hidl::FrameSet>(shown)));
+        EXPECT_EQ(service->recycleQueue.availableToRead(), 0U) << "handed back too early";
+        EXPECT_TRUE(service->end.takeReadDone());
+        ++shown;
+    });
+    EXPECT_EQ(stream.stream().getQueueSize(), 1U);
+    EXPECT_EQ(service->end.queue->getQuantumCount(), 1U);
+    // More than the recycle queue holds at once.
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(deliver(filledWith<Hidl::FrameSet>(i)), WaitResult::DELIVERED);
+        EXPECT_TRUE(service->takeRecycledSignal());
+        Hidl::FrameSet recycled;
+        ASSERT_TRUE(service->recycleQueue.read(&recycled));
+        EXPECT_TRUE(sameBytes(recycled, filledWith<Hidl::FrameSet>(i)));
+    }
+    EXPECT_EQ(shown, 5);
+}
+
+TEST_F(FrameSetStreamTest, EmptyQueueIsLeftAlone) {
+    addWithCallback([](Spans) { FAIL(); });
+    service->end.signal();
+    EXPECT_EQ(composite.waitFor(std::chrono::seconds(10)), WaitResult::NOTHING_DELIVERED);
+    EXPECT_FALSE(service->end.takeReadDone());
+    EXPECT_FALSE(service->takeRecycledSignal());
+    EXPECT_EQ(service->recycleQueue.availableToRead(), 0U);
+}
+
+TEST_F(FrameSetStreamTest, DeliveryDoesNotAllocate) {
+    if (!kCountsAllocations) {
+        GTEST_SKIP();
+    }
+    size_t shown = 0;
+    addWithCallback([&](Spans spans) { shown += spans[0].size(); });
+    const std::vector<Hidl::FrameSet> frameSets(1);
+    Hidl::FrameSet recycled;
+    const size_t before = allocationCount();
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_TRUE(service->end.writeAndSignal(frameSets));
+        ASSERT_EQ(composite.wait(), WaitResult::DELIVERED);
+        ASSERT_TRUE(service->recycleQueue.read(&recycled));
+    }
+    EXPECT_EQ(allocationCount(), before);
+    EXPECT_EQ(shown, 100U);
+}
+
+TEST_F(FrameSetStreamTest, NewPreparationTakesNewQueuesAndDropsWhatTheyHold) {
+    addWithCallback([](Spans) {});
+    FakeCameraStream::Queue second{2};
+    const Hidl::FrameSet frameSet{};
+    ASSERT_TRUE(second.write(&frameSet));
+    service->recycleDescriptor = *second.getDesc();
+    stream.stream().addTo(composite);
+    EXPECT_EQ(second.availableToRead(), 0U);
+    ASSERT_EQ(deliver(frameSet), WaitResult::DELIVERED);
+    EXPECT_EQ(service->recycleQueue.availableToRead(), 0U);
+    EXPECT_EQ(second.availableToRead(), 1U);
+}
+
+TEST_F(FrameSetStreamDeathTest, ServiceWithoutRoomForTheFrameSetItGaveOutIsFatal) {
+    addWithCallback([](Spans) { fputs("shown\n", stderr); });
+    ASSERT_TRUE(service->recycleQueue.write(std::vector<Hidl::FrameSet>(3).data(), 3));
+    EXPECT_DEATH(deliver({}),
+                 "^shown\nF/Moriak-HidlWrapper: Assertion failed: !ret\nF/Moriak-HidlWrapper: "
+                 "Failed to write to recycle FMQ; This means there is no space left in the FMQ, "
+                 "which is an invalid state\n");
+}
+
+TEST_F(FrameSetStreamDeathTest, QueueSizeIsFixed) {
+    EXPECT_DEATH(stream.stream().setQueueSize(1),
+                 "^F/Moriak-HidlWrapper: DualStreamHandle queue size is not configurable.\n");
+}
+
+TEST_F(FrameSetStreamDeathTest, PreparationThatTheServiceSpoilsIsFatal) {
+    const auto dies = [this](const std::string& text) {
+        EXPECT_DEATH(stream.stream().addTo(composite), ::testing::HasSubstr(text));
+    };
+    service->recycleDescriptor = {};
+    dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
+    service->recycleFlagHandle = {};
+    dies(
+        "failed: ef == nullptr\nF/Moriak-HidlWrapper: Failed to obtain event flag for recycle "
+        "FMQ\n");
+    service->result = Hidl::Result::BAD_STATE;
+    dies(
+        "failed: res != Hidl::Result::SUCCESS\nF/Moriak-HidlWrapper: DualStreamHandle "
+        "prepareStream failed\n");
+    service->transportFails = true;
+    const std::string record = "vendor::zelvan::hardware::sensors::V1_0::FrameSet";
+    dies(
+        "HIDL error in virtual void Vek::Sensors::HidlWrapper::DualStreamHandle<"
+        "Vek::Sensors::FrameSet, " +
+        record +
+        ">::prepareStream(android::hardware::hidl_handle, android::hardware::EventFlag *, "
+        "uint32_t, uint32_t) [Data = Vek::Sensors::FrameSet, HidlData = " +
+        record + "]: ");
+}
+
+}  // namespace
