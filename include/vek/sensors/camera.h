@@ -123,8 +123,7 @@ class ICameraStreamController {
 
 /// Describes the cameras, hands out their streams and holds the settings that all of them share.
 ///
-/// Threading: any thread, except registerDisconnectEventHandler. Objects that it hands out do not
-/// need it any more.
+/// Threading: any thread. Objects that it hands out do not need it any more.
 class ICameraProvider {
   public:
     virtual ~ICameraProvider() = default;
@@ -166,8 +165,8 @@ class ICameraProvider {
     /// Whether images are delivered as they leave the sensors, without corrections.
     virtual bool getRawImageMode() = 0;
 
-    /// The handlers are called when the service dies, in the order of registration. Not
-    /// synchronised with the death: register right after the provider was made.
+    /// The handlers are called when the service dies, in the order of registration. Register right
+    /// after the provider was made: a handler that comes after the death is not called.
     virtual void registerDisconnectEventHandler(ServiceDisconnectHandler&& handler) = 0;
 
     /// Starts several streams with one call, such that they start together. Null pointers are
