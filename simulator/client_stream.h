@@ -4,6 +4,7 @@
 #include <fmq/EventFlag.h>
 #include <fmq/MessageQueue.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -76,6 +77,9 @@ class ClientStream {
         }
         return !isDiscontinuous_;
     }
+
+    /// Records that the client has not taken yet.
+    size_t unread() const { return std::min(queue_.availableToRead(), capacity()); }
 
     /// Whether the client has consumed records since the last call.
     bool takeReadDone() {

@@ -2,6 +2,7 @@
 #include "headset.h"
 
 #include "environment/environment_devices.h"
+#include "camera/camera_devices.h"
 #include "motion/motion_devices.h"
 
 namespace Simulator {
@@ -9,6 +10,7 @@ namespace Simulator {
 Headset::Headset(const std::shared_ptr<Faults>& faults, const EnvironmentSettings& environment) {
     groups_.push_back(std::make_unique<MotionDevices>(faults));
     groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults));
+    groups_.push_back(std::make_unique<CameraDevices>(faults));
 }
 
 std::string Headset::registerServices() {

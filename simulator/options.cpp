@@ -41,6 +41,22 @@ constexpr std::string_view kRefusableCalls[] = {
     "ITambril.registerClient",
     "ITambril.unregisterClient",
     "ITambril.sendMessage",
+    "ICameraProvider.setUtilityFrequency",
+    "ICameraProvider.setChannels",
+    "ICameraProvider.applyMuxMode",
+    "ICameraProvider.setFrameRate",
+    "ICameraProvider.controlEvery",
+    "ICameraStream.prepareStream",
+    "ICameraStream.controlStream",
+    "ICameraStream.startOverridingExposureSettings",
+    "ICameraStream.stopOverridingExposureSettings",
+    "ICameraStream.registerFrameConfigCallback",
+    "ICameraStream.setCameraSyncMode",
+    "ICameraStream.writeSessionOcalData",
+    "ICameraStream.setResolution",
+    "ICameraStreamController.startOverridingExposureSettings",
+    "ICameraStreamController.stopOverridingExposureSettings",
+    "ICameraStreamController.setExposureGain",
 };
 constexpr std::string_view kGetters[] = {
     "IImu.getProperties",                   //
@@ -48,6 +64,10 @@ constexpr std::string_view kGetters[] = {
     "IMotionSensorProvider.getSensorInfo",  //
     "IFlickerSensor.getProperties",         //
     "IFaceEyeTrackingLed.getChannelCount",  //
+    "ICameraProvider.getProperties",
+    "ICameraProvider.getCalibrationData",
+    "ICameraStream.getMetadata",
+    "ICameraStream.getConfiguration",
 };
 constexpr std::array<Hal::Result, 3> kErrors{Hal::Result::FAILURE, Hal::Result::BAD_STATE,
                                              Hal::Result::IGNORED};

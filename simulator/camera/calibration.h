@@ -1,0 +1,24 @@
+// The calibration that the service hands out of each camera.
+#pragma once
+
+#include <hidl/HidlSupport.h>
+
+#include <string>
+#include <vector>
+
+#include "camera/camera_plan.h"
+
+namespace Simulator {
+
+/// JSON: intrinsics of a pinhole with radial distortion, and the camera's place in the headset.
+std::string factoryCalibration(const CameraStreamPlan& stream, const CameraPlan& camera);
+
+/// JSON: corrections since, and the names of the session data that clients have written.
+std::string deviceCalibration(const CameraPlan& camera,
+                              const std::vector<std::string>& sessionData);
+
+/// Both as zero-terminated texts, each in a region of its own. Null if there is no memory.
+android::hardware::hidl_handle calibrationHandle(const std::string& factory,
+                                                 const std::string& device);
+
+}  // namespace Simulator

@@ -1,0 +1,43 @@
+// See camera_devices.h.
+#include "camera/camera_devices.h"
+
+#include "camera/camera_provider_service.h"
+#include "registration.h"
+
+namespace Simulator {
+
+CameraDevices::CameraDevices(const std::shared_ptr<Faults>& faults) : faults_(faults) {
+    std::vector<std::shared_ptr<FrameSetServer>> servers;
+    for (const CameraStreamPlan& plan : cameraStreamPlans()) {
+        servers.push_back(std::make_shared<FrameSetServer>(plan, faults));
+    }
+    mux_ = std::make_shared<MuxControl>(servers);
+    for (const auto& server : servers) {
+        streams_.push_back(new CameraStreamService(server, mux_, faults_));
+    }
+}
+
+std::string CameraDevices::registerServices() {
+    for (const auto& stream : streams_) {
+        if (!stream->server()->isValid()) {
+            return "there is no memory for the images of the " + stream->server()->plan().name;
+        }
+    }
+    return registerAlone<Hal::ICameraProvider>(new CameraProviderService(streams_, mux_, faults_));
+}
+
+void CameraDevices::stop() {
+    for (const auto& stream : streams_) {
+        stream->server()->stop();
+    }
+}
+
+std::vector<std::string> CameraDevices::summary() const {
+    std::vector<std::string> lines;
+    for (const auto& stream : streams_) {
+        lines.push_back(stream->server()->summary());
+    }
+    return lines;
+}
+
+}  // namespace Simulator

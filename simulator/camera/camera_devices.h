@@ -1,0 +1,28 @@
+// The simulated cameras, their provider, and the services that offer them.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "camera/camera_stream_service.h"
+#include "device_group.h"
+#include "faults.h"
+
+namespace Simulator {
+
+class CameraDevices : public DeviceGroup {
+  public:
+    explicit CameraDevices(const std::shared_ptr<Faults>& faults);
+
+    std::string registerServices() override;
+    void stop() override;
+    std::vector<std::string> summary() const override;
+
+  private:
+    const std::shared_ptr<const Faults> faults_;
+    std::shared_ptr<MuxControl> mux_;
+    std::vector<android::sp<CameraStreamService>> streams_;
+};
+
+}  // namespace Simulator

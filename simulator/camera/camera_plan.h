@@ -1,0 +1,60 @@
+// The simulated cameras, as data: which there are and what each of them can do.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hal.h"
+
+namespace Simulator {
+
+struct CameraPlan {
+    uint32_t id;
+    std::string name;
+};
+
+/// Cameras of one kind, which expose together.
+struct CameraStreamPlan {
+    std::string name;
+    Hal::FrameType frameType;
+    /// As mux modes and clients know it.
+    std::string purpose;
+    std::string sensorModel;
+    std::vector<CameraPlan> cameras;
+    Hal::FrameRate frameRate;
+    Hal::PixelFormat pixelFormat;
+    // Of the sensors, in pixels.
+    uint32_t width;
+    uint32_t height;
+};
+
+const std::vector<CameraStreamPlan>& cameraStreamPlans();
+
+/// What all sensors can do. Times in ns.
+struct ExposureLimits {
+    uint64_t minExposureTime = 50'000;
+    uint64_t maxExposureTime = 12'000'000;
+    float minGain = 1;
+    float maxAnalogGain = 8;
+    float maxDigitalGain = 4;
+};
+
+/// What the automatic control finds right for the simulated scene.
+constexpr Hal::ExposureGain kAutomaticExposure{4'000'000, 1, 1};
+
+/// The images of a sensor at a resolution.
+struct ImageGeometry {
+    uint32_t width;
+    uint32_t height;
+    /// In bytes.
+    uint32_t stride;
+};
+
+uint32_t bytesPerPixel(Hal::PixelFormat format);
+ImageGeometry geometryOf(const CameraStreamPlan& plan, Hal::Resolution resolution);
+
+/// In bytes, of any resolution.
+size_t largestImage(const CameraStreamPlan& plan);
+
+}  // namespace Simulator

@@ -1,0 +1,212 @@
+// See camera_provider_service.h.
+#include "camera/camera_provider_service.h"
+
+#include <hidl/HidlTransportSupport.h>
+#include <log/log.h>
+
+#include <algorithm>
+
+#include "camera/calibration.h"
+
+namespace Simulator {
+
+using android::hardware::hidl_handle;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using android::hardware::Void;
+using Hal::Result;
+
+CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
+                                             std::shared_ptr<MuxControl> mux,
+                                             std::shared_ptr<const Faults> faults)
+    : streams_(std::move(streams)), mux_(std::move(mux)), faults_(std::move(faults)) {
+    for (const StreamPointer& stream : streams_) {
+        channels_.push_back(stream->server()->plan().frameType);
+    }
+}
+
+Return<void> CameraProviderService::getProperties(getProperties_cb callback) {
+    std::vector<Hal::CameraProperties> cameras;
+    for (const StreamPointer& stream : streams_) {
+        const CameraStreamPlan& plan = stream->server()->plan();
+        for (const CameraPlan& camera : plan.cameras) {
+            cameras.push_back({camera.id, camera.name, plan.sensorModel});
+        }
+    }
+    callback(faultOf("getProperties"), cameras);
+    return Void();
+}
+
+Return<void> CameraProviderService::getCalibrationData(uint32_t cameraId,
+                                                       getCalibrationData_cb callback) {
+    hidl_handle calibration;
+    for (const StreamPointer& stream : streams_) {
+        const CameraStreamPlan& plan = stream->server()->plan();
+        for (const CameraPlan& camera : plan.cameras) {
+            if (camera.id == cameraId) {
+                calibration = calibrationHandle(factoryCalibration(plan, camera),
+                                                deviceCalibration(camera, stream->sessionData()));
+            }
+        }
+    }
+    const bool isThere = calibration.getNativeHandle() != nullptr;
+    callback(isThere ? faultOf("getCalibrationData") : Result::FAILURE, calibration);
+    return Void();
+}
+
+Return<android::sp<Hal::ICameraStream>> CameraProviderService::getStream(Hal::FrameType frameType) {
+    return android::sp<Hal::ICameraStream>(streamOf(frameType));
+}
+
+Return<android::sp<Hal::ICameraStream>> CameraProviderService::getStreamByPurpose(
+    const String& purpose, const String& variant) {
+    return android::sp<Hal::ICameraStream>(streamOf(purpose, variant));
+}
+
+Return<android::sp<Hal::ICameraStreamController>> CameraProviderService::getStreamController(
+    const String& purpose, const String& variant) {
+    android::sp<Hal::ICameraStreamController> controller;
+    if (const StreamPointer stream = streamOf(purpose, variant); stream != nullptr) {
+        controller = new CameraStreamController(stream->server(), faults_);
+    }
+    return controller;
+}
+
+Return<Hal::UtilityFrequency> CameraProviderService::getUtilityFrequency() {
+    const std::lock_guard lock{mutex_};
+    return utilityFrequency_;
+}
+
+Return<Result> CameraProviderService::setUtilityFrequency(Hal::UtilityFrequency frequency) {
+    const Result fault = faultOf("setUtilityFrequency");
+    if (fault != Result::SUCCESS) {
+        return fault;
+    }
+    if (frequency > Hal::UtilityFrequency::FREQUENCY_60_HZ) {
+        return Result::FAILURE;
+    }
+    const std::lock_guard lock{mutex_};
+    utilityFrequency_ = frequency;
+    return Result::SUCCESS;
+}
+
+Return<void> CameraProviderService::getChannels(getChannels_cb callback) {
+    Hal::ChannelSettings settings;
+    {
+        const std::lock_guard lock{mutex_};
+        settings.channels = channels_;
+    }
+    callback(settings);
+    return Void();
+}
+
+Return<Result> CameraProviderService::setChannels(const Hal::ChannelSettings& settings) {
+    const Result fault = faultOf("setChannels");
+    if (fault != Result::SUCCESS) {
+        return fault;
+    }
+    const std::vector<Hal::FrameType> channels = settings.channels;
+    for (const Hal::FrameType channel : channels) {
+        if (streamOf(channel) == nullptr) {
+            ALOGW("refused channels: no camera gives frames of type %u",
+                  static_cast<uint32_t>(channel));
+            return Result::FAILURE;
+        }
+    }
+    const std::lock_guard lock{mutex_};
+    channels_ = channels;
+    for (const StreamPointer& stream : streams_) {
+        FrameSetServer& server = *stream->server();
+        server.setEnabled(std::find(channels.begin(), channels.end(), server.plan().frameType) !=
+                          channels.end());
+    }
+    return Result::SUCCESS;
+}
+
+Return<Result> CameraProviderService::applyMuxMode(const String& name, uint8_t transition) {
+    const Result fault = faultOf("applyMuxMode");
+    return fault == Result::SUCCESS ? mux_->apply(name, transition) : fault;
+}
+
+Return<Result> CameraProviderService::setFrameRate(const Hal::FrameRateSettings& settings) {
+    const Result fault = faultOf("setFrameRate");
+    if (fault != Result::SUCCESS) {
+        return fault;
+    }
+    const auto& types = settings.frameTypes;
+    const bool areThere = std::all_of(types.begin(), types.end(), [this](Hal::FrameType type) {
+        return streamOf(type) != nullptr;
+    });
+    if (!areThere || types.size() != settings.frameRates.size()) {
+        ALOGW("refused %zu frame rates for %zu frame types", settings.frameRates.size(),
+              types.size());
+        return Result::FAILURE;
+    }
+    for (size_t i = 0; i < types.size(); ++i) {
+        const Result result = streamOf(types[i])->server()->setFrameRate(settings.frameRates[i]);
+        if (result != Result::SUCCESS) {
+            return result;
+        }
+    }
+    return Result::SUCCESS;
+}
+
+Return<Result> CameraProviderService::controlEvery(
+    const hidl_vec<android::sp<Hal::ICameraStreamControlTarget>>& targets,
+    Hal::StreamCommand command) {
+    const Result fault = faultOf("controlEvery");
+    if (fault != Result::SUCCESS) {
+        return fault;
+    }
+    bool isAllIgnored = targets.size() > 0;
+    for (const auto& target : targets) {
+        const Result result = controlTarget(target, command);
+        if (result != Result::SUCCESS && result != Result::IGNORED) {
+            return result;
+        }
+        isAllIgnored = isAllIgnored && result == Result::IGNORED;
+    }
+    return isAllIgnored ? Result::IGNORED : Result::SUCCESS;
+}
+
+Result CameraProviderService::controlTarget(
+    const android::sp<Hal::ICameraStreamControlTarget>& target, Hal::StreamCommand command) const {
+    if (target == nullptr) {
+        return Result::FAILURE;
+    }
+    // Calls of the client: what they fail with is the client's loss.
+    const Return<android::sp<Hal::ICameraStream>> stream = target->getStream();
+    const Return<android::sp<Hal::ISensorClient>> client = target->getClient();
+    if (!stream.isOk() || !client.isOk()) {
+        return Result::FAILURE;
+    }
+    const android::sp<Hal::ICameraStream> named = stream;
+    for (const StreamPointer& candidate : streams_) {
+        if (android::hardware::interfacesEqual(named, android::sp<Hal::ICameraStream>(candidate))) {
+            return candidate->server()->control(client, command);
+        }
+    }
+    ALOGW("refused a command for a stream that is none of the service's");
+    return Result::FAILURE;
+}
+
+CameraProviderService::StreamPointer CameraProviderService::streamOf(
+    Hal::FrameType frameType) const {
+    const auto found =
+        std::find_if(streams_.begin(), streams_.end(), [&](const StreamPointer& stream) {
+            return stream->server()->plan().frameType == frameType;
+        });
+    return found == streams_.end() ? nullptr : *found;
+}
+
+/// The streams have no variants.
+CameraProviderService::StreamPointer CameraProviderService::streamOf(const String& purpose,
+                                                                     const String& variant) const {
+    const auto found =
+        std::find_if(streams_.begin(), streams_.end(), [&](const StreamPointer& stream) {
+            return stream->server()->plan().purpose == purpose.c_str();
+        });
+    return found == streams_.end() || variant.size() > 0 ? nullptr : *found;
+}
+
+}  // namespace Simulator

@@ -1,0 +1,84 @@
+// The HAL interfaces of one camera stream: the stream itself, and exposure control without it.
+#pragma once
+
+#include <vendor/zelvan/hardware/sensors/1.0/ICameraStream.h>
+#include <vendor/zelvan/hardware/sensors/1.0/ICameraStreamController.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "camera/frame_set_server.h"
+#include "camera/mux_control.h"
+#include "faults.h"
+
+namespace Simulator {
+
+/// No method fails in the transport's sense: generated code would end the process.
+class CameraStreamService : public Hal::ICameraStream {
+  public:
+    template <typename T>
+    using Return = android::hardware::Return<T>;
+    using Client = android::sp<Hal::ISensorClient>;
+
+    CameraStreamService(std::shared_ptr<FrameSetServer> server, std::shared_ptr<MuxControl> mux,
+                        std::shared_ptr<const Faults> faults)
+        : server_(std::move(server)), mux_(std::move(mux)), faults_(std::move(faults)) {}
+
+    Return<void> getMetadata(getMetadata_cb callback) override;
+    Return<void> prepareStream(const Client& client,
+                               const android::hardware::MQDescriptorSync<Hal::FrameSet>& queue,
+                               const Hal::FmqConfig& config, prepareStream_cb callback) override;
+    Return<void> getConfiguration(const Client& client, getConfiguration_cb callback) override;
+    Return<Hal::Result> controlStream(const Client& client, Hal::StreamCommand command) override;
+    Return<Hal::Result> startOverridingExposureSettings(const Client& client) override;
+    Return<Hal::Result> stopOverridingExposureSettings(const Client& client) override;
+    Return<void> registerFrameConfigCallback(
+        const Client& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
+        registerFrameConfigCallback_cb callback) override;
+    Return<void> setExposureGain(const Client& client,
+                                 const Hal::ExposureGainSettings& settings) override;
+    Return<void> setPhaseOffset(uint64_t offset) override;
+    Return<Hal::Result> setCameraSyncMode(Hal::CameraSyncMode mode) override;
+    Return<Hal::Result> writeSessionOcalData(
+        const android::hardware::hidl_string& name,
+        const android::hardware::hidl_vec<uint8_t>& data) override;
+    Return<Hal::Result> setResolution(
+        const android::hardware::hidl_vec<Hal::Resolution>& resolutions) override;
+
+    const std::shared_ptr<FrameSetServer>& server() const { return server_; }
+
+    /// The names of what clients have written.
+    std::vector<std::string> sessionData() const;
+
+  private:
+    Hal::Result faultOf(const char* method) const { return faults_->resultOf(descriptor, method); }
+
+    const std::shared_ptr<FrameSetServer> server_;
+    const std::shared_ptr<MuxControl> mux_;
+    const std::shared_ptr<const Faults> faults_;
+    mutable std::mutex mutex_;
+    std::map<std::string, std::vector<uint8_t>> sessionData_;
+};
+
+/// One for each client that asks. What it overrides ends with it.
+class CameraStreamController : public Hal::ICameraStreamController {
+  public:
+    CameraStreamController(std::shared_ptr<FrameSetServer> server,
+                           std::shared_ptr<const Faults> faults)
+        : server_(std::move(server)), faults_(std::move(faults)) {}
+    ~CameraStreamController() override { server_->exposure().stopOverriding(this); }
+
+    android::hardware::Return<Hal::Result> startOverridingExposureSettings() override;
+    android::hardware::Return<Hal::Result> stopOverridingExposureSettings() override;
+    android::hardware::Return<Hal::Result> setExposureGain(
+        uint8_t slot, uint32_t frameSets, const Hal::ExposureGainSettings& settings) override;
+
+  private:
+    const std::shared_ptr<FrameSetServer> server_;
+    const std::shared_ptr<const Faults> faults_;
+};
+
+}  // namespace Simulator

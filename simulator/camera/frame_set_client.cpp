@@ -1,0 +1,90 @@
+// See frame_set_client.h.
+#include "camera/frame_set_client.h"
+
+#include <cutils/ashmem.h>
+#include <log/log.h>
+
+#include <algorithm>
+
+#include "camera/owned_handle.h"
+
+namespace Simulator {
+namespace {
+
+/// More than can be out, so that a client that gives back too much is found out.
+constexpr size_t kRecycleQueueSize = 2 * FrameSetLedger::kMaxOutstanding;
+
+constexpr uint32_t kTakenBackBit = 1U << 0;
+constexpr uint32_t kHandedBackBit = 1U << 1;
+
+}  // namespace
+
+FrameSetCounts& FrameSetCounts::operator+=(const FrameSetCounts& other) {
+    handedOut += other.handedOut;
+    cameBack += other.cameBack;
+    cameTwice += other.cameTwice;
+    cameAltered += other.cameAltered;
+    neverCameBack += other.neverCameBack;
+    reclaimed += other.reclaimed;
+    dropped += other.dropped;
+    return *this;
+}
+
+FrameSetClient::FrameSetClient(const android::sp<Hal::ISensorClient>& client,
+                               const Queue::Descriptor& queue, const Hal::FmqConfig& config)
+    : identity(client), stream_(queue, config), recycleQueue_(kRecycleQueueSize) {
+    // Nobody waits for it: what came back is only needed when the next frame set is due.
+    recycleConfig_.eventFlag = ownedHandle({ashmem_create_region("recycle", sizeof(uint32_t))});
+    recycleConfig_.readNotifyBit = kTakenBackBit;
+    recycleConfig_.dataReadyBit = kHandedBackBit;
+}
+
+const char* FrameSetClient::problem() const {
+    if (!recycleQueue_.isValid() || recycleConfig_.eventFlag == nullptr) {
+        return "there is no memory for its recycle queue";
+    }
+    return stream_.problem();
+}
+
+bool FrameSetClient::offer(const Hal::FrameSet& frameSet) {
+    if (ledger_.isFull() || !stream_.write({frameSet})) {
+        ++counts_.dropped;
+        return false;
+    }
+    ledger_.handOut(frameSet);
+    ++counts_.handedOut;
+    return true;
+}
+
+void FrameSetClient::collect() {
+    Hal::FrameSet returned;
+    // The client could fill the queue as fast as it is emptied.
+    for (size_t i = 0; i < kRecycleQueueSize && recycleQueue_.read(&returned); ++i) {
+        switch (ledger_.takeBack(returned)) {
+            case FrameSetLedger::Verdict::INTACT:
+                ++counts_.cameBack;
+                break;
+            case FrameSetLedger::Verdict::ALTERED:
+                ++counts_.cameAltered;
+                ALOGW("%s gave back frame set %u, but not as it was", name.c_str(),
+                      returned.sequence);
+                break;
+            case FrameSetLedger::Verdict::TWICE:
+                ++counts_.cameTwice;
+                ALOGW("%s gave back frame set %u twice", name.c_str(), returned.sequence);
+                break;
+        }
+    }
+}
+
+FrameSetCounts FrameSetClient::counts(bool isAtFault) const {
+    const size_t outstanding = ledger_.outstanding();
+    const size_t taken = outstanding - std::min(stream_.unread(), outstanding);
+    const size_t missed = isAtFault ? taken : 0;
+    FrameSetCounts counts = counts_;
+    counts.neverCameBack += missed;
+    counts.reclaimed += outstanding - missed;
+    return counts;
+}
+
+}  // namespace Simulator

@@ -1,0 +1,76 @@
+// The service's end of one client's frame-set stream: both of its queues and its account.
+#pragma once
+
+#include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "camera/frame_set_ledger.h"
+#include "client_identity.h"
+#include "client_stream.h"
+
+namespace Simulator {
+
+/// What became of frame sets.
+struct FrameSetCounts {
+    uint64_t handedOut = 0;
+    /// As they were, once each.
+    uint64_t cameBack = 0;
+    uint64_t cameTwice = 0;
+    uint64_t cameAltered = 0;
+    /// The client took them and ended its stream, or still had them when the service ended.
+    uint64_t neverCameBack = 0;
+    /// Left unread, or taken from clients that died or prepared their stream anew.
+    uint64_t reclaimed = 0;
+    /// Not handed out because the client still had others.
+    uint64_t dropped = 0;
+
+    FrameSetCounts& operator+=(const FrameSetCounts& other);
+};
+
+/// Threading: one thread at a time; `identity`, `name` and `deathRecipient` are immutable once the
+/// client is in use.
+class FrameSetClient {
+  public:
+    using Stream = ClientStream<Hal::FrameSet>;
+    using Queue = Stream::Queue;
+
+    FrameSetClient(const android::sp<Hal::ISensorClient>& client, const Queue::Descriptor& queue,
+                   const Hal::FmqConfig& config);
+
+    /// What is wrong with what the client sent, or what there is no memory for; null if nothing is.
+    const char* problem() const;
+
+    /// For the client: the way back.
+    const Queue::Descriptor& recycleQueue() const { return *recycleQueue_.getDesc(); }
+    const Hal::FmqConfig& recycleConfig() const { return recycleConfig_; }
+
+    /// @return false, and counts a drop, if the client has enough to do
+    bool offer(const Hal::FrameSet& frameSet);
+
+    /// Takes what came back.
+    void collect();
+
+    const FrameSetLedger& ledger() const { return ledger_; }
+
+    /// As if the client's stream ended now.
+    /// @param isAtFault whether what the client has taken and still has is missed
+    FrameSetCounts counts(bool isAtFault) const;
+
+    const android::sp<Hal::ISensorClient> identity;
+    std::string name;
+    android::sp<ClientDeathRecipient> deathRecipient;
+    bool isStarted = false;
+    std::vector<android::sp<Hal::IFrameConfigCallback>> callbacks;
+
+  private:
+    Stream stream_;
+    Queue recycleQueue_;
+    Hal::FmqConfig recycleConfig_;
+    FrameSetLedger ledger_;
+    FrameSetCounts counts_;
+};
+
+}  // namespace Simulator

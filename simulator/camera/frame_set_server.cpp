@@ -1,0 +1,410 @@
+// See frame_set_server.h.
+#include "camera/frame_set_server.h"
+
+#include <fmt/format.h>
+#include <hidl/HidlTransportSupport.h>
+#include <log/log.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "camera/test_pattern.h"
+
+namespace Simulator {
+namespace {
+
+int64_t nanoseconds(std::chrono::steady_clock::time_point time) {
+    return std::chrono::nanoseconds(time.time_since_epoch()).count();
+}
+
+}  // namespace
+
+FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Faults> faults)
+    : plan_(plan),
+      faults_(std::move(faults)),
+      resolutions_(plan.cameras.size(), Hal::Resolution::FULL),
+      frameRate_(plan.frameRate),
+      sampler_({static_cast<uint32_t>(plan.frameRate), 1},
+               [this](const Batch& batch) { deliver(batch); }) {
+    // Nothing is drawn before a client starts the stream.
+    for (const CameraPlan& camera : plan_.cameras) {
+        images_.push_back(
+            std::make_unique<ImageBuffers>(camera.name, kBuffers, largestImage(plan_)));
+    }
+}
+
+bool FrameSetServer::isValid() const {
+    return std::all_of(images_.begin(), images_.end(),
+                       [](const auto& buffers) { return buffers->isValid(); });
+}
+
+std::shared_ptr<const FrameSetClient> FrameSetServer::prepare(
+    const android::sp<Hal::ISensorClient>& identity, const FrameSetClient::Queue::Descriptor& queue,
+    const Hal::FmqConfig& config) {
+    if (identity == nullptr) {
+        ALOGW("%s: refused a stream without a client", plan_.name.c_str());
+        return nullptr;
+    }
+    const auto client = std::make_shared<FrameSetClient>(identity, queue, config);
+    client->name = describeCaller(identity);
+    client->deathRecipient = new ClientDeathRecipient(
+        [server = weak_from_this(), dead = std::weak_ptr<FrameSetClient>(client)] {
+            if (const auto self = server.lock()) {
+                self->forgetDead(dead);
+            }
+        });
+    const char* problem = client->problem();
+    ClientPointer replaced;
+    if (problem == nullptr) {
+        const std::lock_guard lock{mutex_};
+        replaced = findLocked(identity);
+        if (replaced != nullptr) {
+            removeLocked(replaced, false);
+            client->callbacks = replaced->callbacks;
+        }
+        if (clients_.size() < kMaxClients) {
+            clients_.push_back(client);
+        } else {
+            problem = "there are too many clients";
+        }
+    }
+    if (replaced != nullptr) {
+        release(replaced, "replaces its queue");
+    }
+    // Only now that the client is in the list does its death find it there.
+    if (problem == nullptr &&
+        !identity->linkToDeath(client->deathRecipient, 0).withDefault(false)) {
+        problem = "it is dead";
+        const std::lock_guard lock{mutex_};
+        removeLocked(client, false);
+    }
+    if (problem != nullptr) {
+        ALOGW("%s: refused %s: %s", plan_.name.c_str(), client->name.c_str(), problem);
+        return nullptr;
+    }
+    ALOGI("%s: %s is prepared", plan_.name.c_str(), client->name.c_str());
+    const std::lock_guard lock{mutex_};
+    ++clientsSoFar_;
+    return client;
+}
+
+Hal::Result FrameSetServer::control(const android::sp<Hal::ISensorClient>& identity,
+                                    Hal::StreamCommand command) {
+    if (identity == nullptr) {
+        return Hal::Result::FAILURE;
+    }
+    ClientPointer client;
+    {
+        const std::lock_guard lock{mutex_};
+        client = findLocked(identity);
+        if (client == nullptr) {
+            return Hal::Result::BAD_STATE;
+        }
+        const bool start = command == Hal::StreamCommand::START;
+        if (start || command == Hal::StreamCommand::STOP) {
+            if (client->isStarted == start) {
+                return Hal::Result::IGNORED;
+            }
+            client->isStarted = start;
+            updateSamplerLocked();
+            return Hal::Result::SUCCESS;
+        }
+        if (command != Hal::StreamCommand::DISCONNECT) {
+            return Hal::Result::FAILURE;
+        }
+        removeLocked(client, true);
+    }
+    release(client, "disconnected");
+    return Hal::Result::SUCCESS;
+}
+
+Hal::Result FrameSetServer::addCallback(const android::sp<Hal::ISensorClient>& identity,
+                                        const android::sp<Hal::IFrameConfigCallback>& callback) {
+    const std::lock_guard lock{mutex_};
+    const ClientPointer client = findLocked(identity);
+    if (client == nullptr || client->isStarted) {
+        ALOGW("%s: refused a callback for the mux state: the stream of %s", plan_.name.c_str(),
+              client == nullptr ? "the client is not prepared"
+                                : fmt::format("{} is running", client->name).c_str());
+        return Hal::Result::BAD_STATE;
+    }
+    if (callback == nullptr || client->callbacks.size() >= kMaxCallbacks) {
+        return Hal::Result::FAILURE;
+    }
+    client->callbacks.push_back(callback);
+    return Hal::Result::SUCCESS;
+}
+
+std::vector<android::sp<Hal::IFrameConfigCallback>> FrameSetServer::callbacks() const {
+    const std::lock_guard lock{mutex_};
+    std::vector<android::sp<Hal::IFrameConfigCallback>> all;
+    for (const ClientPointer& client : clients_) {
+        all.insert(all.end(), client->callbacks.begin(), client->callbacks.end());
+    }
+    return all;
+}
+
+Hal::Result FrameSetServer::overrideExposure(
+    const android::sp<Hal::ISensorClient>& identity,
+    const std::function<Hal::Result(ExposureControl::Claimant client)>& action) const {
+    // Under the lock: the client may be gone otherwise, and its claim with it.
+    const std::lock_guard lock{mutex_};
+    const ClientPointer client = findLocked(identity);
+    return client == nullptr ? Hal::Result::BAD_STATE : action(client.get());
+}
+
+Hal::CameraStreamMetadata FrameSetServer::metadata() const {
+    Hal::CameraStreamMetadata metadata{};
+    metadata.cameras.resize(plan_.cameras.size());
+    for (size_t i = 0; i < plan_.cameras.size(); ++i) {
+        metadata.cameras[i].cameraId = plan_.cameras[i].id;
+        metadata.cameras[i].buffers = images_[i]->descriptions();
+    }
+    return metadata;
+}
+
+Hal::CameraStreamConfiguration FrameSetServer::configuration() const {
+    constexpr ExposureLimits kLimits;
+    const std::lock_guard lock{mutex_};
+    std::vector<Hal::CameraConfiguration> cameras;
+    for (size_t i = 0; i < plan_.cameras.size(); ++i) {
+        const ImageGeometry geometry = geometryOf(plan_, resolutions_[i]);
+        Hal::CameraConfiguration camera{};
+        camera.cameraId = plan_.cameras[i].id;
+        camera.width = geometry.width;
+        camera.height = geometry.height;
+        camera.stride = geometry.stride;
+        camera.pixelFormat = plan_.pixelFormat;
+        camera.resolution = resolutions_[i];
+        camera.syncMode = syncMode_;
+        camera.frameRate = frameRate_;
+        camera.minExposureTime = kLimits.minExposureTime;
+        camera.maxExposureTime = kLimits.maxExposureTime;
+        camera.phaseOffset = phaseOffset_;
+        camera.minAnalogGain = camera.minDigitalGain = kLimits.minGain;
+        camera.maxAnalogGain = kLimits.maxAnalogGain;
+        camera.maxDigitalGain = kLimits.maxDigitalGain;
+        camera.cropWidth = camera.sensorWidth = plan_.width;
+        camera.cropHeight = camera.sensorHeight = plan_.height;
+        camera.binning = 1U << static_cast<uint32_t>(resolutions_[i]);
+        camera.numBuffers = kBuffers;
+        cameras.push_back(camera);
+    }
+    return {cameras, static_cast<uint32_t>(frameRate_)};
+}
+
+Hal::Result FrameSetServer::setResolutions(const std::vector<Hal::Resolution>& resolutions) {
+    const bool areKnown = std::all_of(
+        resolutions.begin(), resolutions.end(),
+        [](Hal::Resolution resolution) { return resolution <= Hal::Resolution::QUARTER; });
+    if (resolutions.size() != plan_.cameras.size() || !areKnown) {
+        ALOGW("%s: refused resolutions for %zu cameras", plan_.name.c_str(), resolutions.size());
+        return Hal::Result::FAILURE;
+    }
+    const std::lock_guard lock{mutex_};
+    resolutions_ = resolutions;
+    return Hal::Result::SUCCESS;
+}
+
+Hal::Result FrameSetServer::setSyncMode(Hal::CameraSyncMode mode) {
+    if (mode > Hal::CameraSyncMode::EXTERNAL) {
+        return Hal::Result::FAILURE;
+    }
+    const std::lock_guard lock{mutex_};
+    syncMode_ = mode;
+    return Hal::Result::SUCCESS;
+}
+
+Hal::Result FrameSetServer::setFrameRate(Hal::FrameRate rate) {
+    using Rate = Hal::FrameRate;
+    constexpr Rate kRates[] = {Rate::DEFAULT, Rate::FPS_15, Rate::FPS_30, Rate::FPS_60,
+                               Rate::FPS_90};
+    if (std::find(std::begin(kRates), std::end(kRates), rate) == std::end(kRates)) {
+        return Hal::Result::FAILURE;
+    }
+    const std::lock_guard lock{mutex_};
+    frameRate_ = rate == Rate::DEFAULT ? plan_.frameRate : rate;
+    sampler_.setPlan({static_cast<uint32_t>(frameRate_), 1});
+    return Hal::Result::SUCCESS;
+}
+
+void FrameSetServer::setPhaseOffset(uint64_t offset) {
+    const std::lock_guard lock{mutex_};
+    phaseOffset_ = offset;
+}
+
+void FrameSetServer::setEnabled(bool isEnabled) {
+    const std::lock_guard lock{mutex_};
+    isEnabled_ = isEnabled;
+}
+
+void FrameSetServer::setMux(uint32_t header, int64_t since, bool isServed) {
+    const std::lock_guard lock{mutex_};
+    nextMux_ = {header, since, isServed};
+}
+
+void FrameSetServer::stop() {
+    sampler_.stop();
+    const std::lock_guard lock{mutex_};
+    for (const ClientPointer& client : clients_) {
+        client->collect();
+    }
+}
+
+FrameSetCounts FrameSetServer::counts() const {
+    const std::lock_guard lock{mutex_};
+    FrameSetCounts counts = countsOfFormerClients_;
+    for (const ClientPointer& client : clients_) {
+        counts += client->counts(true);
+    }
+    return counts;
+}
+
+std::string FrameSetServer::summary() const {
+    const FrameSetCounts all = counts();
+    std::string line = fmt::format(
+        "{}: {} frame sets handed out to {} clients, {} came back; {} twice, {} altered, {} never; "
+        "{} reclaimed, {} dropped",
+        plan_.name, all.handedOut, clientsSoFar_, all.cameBack, all.cameTwice, all.cameAltered,
+        all.neverCameBack, all.reclaimed, all.dropped);
+    if (const uint64_t missed = sampler_.missedSamples(); missed > 0) {
+        line += fmt::format(" ({} were not taken: the machine was too busy)", missed);
+    }
+    return line;
+}
+
+void FrameSetServer::deliver(const Batch& batch) {
+    Hal::FrameSet frameSet{};
+    {
+        const std::lock_guard lock{mutex_};
+        for (const ClientPointer& client : clients_) {
+            client->collect();
+        }
+        if (!beginLocked(nanoseconds(batch.firstSample), batch.firstSequence, &frameSet)) {
+            return;
+        }
+    }
+    // Not under the lock: it takes its time, and the buffers are this thread's until they are out.
+    draw(&frameSet);
+    const std::lock_guard lock{mutex_};
+    for (const ClientPointer& client : clients_) {
+        if (client->isStarted && client->offer(frameSet)) {
+            faults_->countWritten(1);
+        }
+    }
+}
+
+/// All of the frame set but its images.
+/// @return false if there is none to be taken
+bool FrameSetServer::beginLocked(int64_t timestamp, uint32_t sequence, Hal::FrameSet* frameSet) {
+    if (timestamp >= nextMux_.since) {
+        mux_ = nextMux_;
+    }
+    if (!isEnabled_ || !mux_.isServed) {
+        return false;
+    }
+    const auto cameras = static_cast<uint32_t>(plan_.cameras.size());
+    const std::vector<Hal::ExposureGain> exposures = exposure_.next(cameras);
+    const uint32_t buffer = freeBufferLocked();
+    frameSet->timestamp = timestamp;
+    frameSet->sequence = sequence;
+    frameSet->frameType = plan_.frameType;
+    frameSet->numFrames = cameras;
+    frameSet->muxState = mux_.header;
+    for (uint32_t i = 0; i < cameras; ++i) {
+        const ImageGeometry geometry = geometryOf(plan_, resolutions_[i]);
+        Hal::CameraFrame& frame = frameSet->frames[i];
+        frame.timestamp = timestamp;
+        frame.exposureTime = exposures[i].exposureTime;
+        frame.analogGain = exposures[i].analogGain;
+        frame.digitalGain = exposures[i].digitalGain;
+        frame.cameraId = plan_.cameras[i].id;
+        frame.bufferIndex = buffer;
+        frame.sequence = sequence;
+        frame.frameType = plan_.frameType;
+        frame.width = geometry.width;
+        frame.height = geometry.height;
+        frame.stride = geometry.stride;
+        frame.pixelFormat = plan_.pixelFormat;
+        frame.temperature = 36.5F;
+    }
+    return true;
+}
+
+/// The lowest, so that the others' memory is not used before it has to be.
+uint32_t FrameSetServer::freeBufferLocked() const {
+    uint32_t buffer = 0;
+    while (std::any_of(clients_.begin(), clients_.end(), [&](const ClientPointer& client) {
+        return client->ledger().holds(buffer);
+    })) {
+        ++buffer;
+    }
+    return buffer;
+}
+
+void FrameSetServer::draw(Hal::FrameSet* frameSet) {
+    for (uint32_t i = 0; i < frameSet->numFrames; ++i) {
+        Hal::CameraFrame& frame = frameSet->frames[i];
+        const Hal::ExposureGain exposure{frame.exposureTime, frame.analogGain, frame.digitalGain};
+        drawTestPattern({images_[i]->pixels(frame.bufferIndex), frame.pixelFormat, frame.width,
+                         frame.height, frame.stride},
+                        {frame.cameraId, frame.sequence, brightnessOf(exposure)});
+        frame.arrivalTimestamp = nanoseconds(std::chrono::steady_clock::now());
+    }
+}
+
+FrameSetServer::ClientPointer FrameSetServer::findLocked(
+    const android::sp<Hal::ISensorClient>& identity) const {
+    const auto found =
+        std::find_if(clients_.begin(), clients_.end(), [&](const ClientPointer& client) {
+            return android::hardware::interfacesEqual(client->identity, identity);
+        });
+    return found == clients_.end() ? nullptr : *found;
+}
+
+/// @return false if it was not there
+bool FrameSetServer::removeLocked(const ClientPointer& client, bool isAtFault) {
+    const auto found = std::find(clients_.begin(), clients_.end(), client);
+    if (found == clients_.end()) {
+        return false;
+    }
+    client->collect();
+    countsOfFormerClients_ += client->counts(isAtFault);
+    clients_.erase(found);
+    exposure_.stopOverriding(client.get());
+    updateSamplerLocked();
+    return true;
+}
+
+void FrameSetServer::updateSamplerLocked() {
+    const bool isAnyStarted =
+        std::any_of(clients_.begin(), clients_.end(),
+                    [](const ClientPointer& client) { return client->isStarted; });
+    sampler_.setBatchLimit(isAnyStarted ? 1 : 0);
+}
+
+void FrameSetServer::forgetDead(const std::weak_ptr<FrameSetClient>& dead) {
+    const ClientPointer client = dead.lock();
+    bool wasKnown = false;
+    {
+        const std::lock_guard lock{mutex_};
+        wasKnown = client != nullptr && removeLocked(client, false);
+    }
+    if (wasKnown) {
+        release(client, "is gone");
+    }
+}
+
+/// Of a client that was removed from the list. Not under the lock: its process is told when the
+/// last reference to its object goes.
+void FrameSetServer::release(const ClientPointer& client, const char* reason) const {
+    const FrameSetCounts counts = client->counts(false);
+    ALOGI("%s: %s %s; %llu frame sets handed out, %llu dropped", plan_.name.c_str(),
+          client->name.c_str(), reason, static_cast<unsigned long long>(counts.handedOut),
+          static_cast<unsigned long long>(counts.dropped));
+    // False for a dead client: there is no link any more.
+    static_cast<void>(client->identity->unlinkToDeath(client->deathRecipient).isOk());
+}
+
+}  // namespace Simulator

@@ -1,0 +1,121 @@
+// The stream of one kind of cameras: draws their images and hands them out to the clients.
+#pragma once
+
+#include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "camera/camera_plan.h"
+#include "camera/exposure_control.h"
+#include "camera/frame_set_client.h"
+#include "camera/image_buffers.h"
+#include "faults.h"
+#include "sampler.h"
+
+namespace Simulator {
+
+/// Clients come and go as those of a StreamServer. All of them see the same images: a buffer is
+/// drawn into again when no client has a frame set that names it any more.
+///
+/// Threading: frame sets on the sampler's thread, all else on HIDL threads.
+class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
+  public:
+    using ClientPointer = std::shared_ptr<FrameSetClient>;
+
+    static constexpr size_t kMaxClients = 4;
+    static constexpr size_t kMaxCallbacks = 16;
+    /// Every client can have all that it may, and one is free.
+    static constexpr size_t kBuffers = kMaxClients * FrameSetLedger::kMaxOutstanding + 1;
+
+    FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Faults> faults);
+    FrameSetServer(const FrameSetServer&) = delete;
+    FrameSetServer& operator=(const FrameSetServer&) = delete;
+
+    const CameraStreamPlan& plan() const { return plan_; }
+
+    /// Whether there was memory for the images.
+    bool isValid() const;
+
+    /// Takes the client's queue; the stream is then stopped. @return null if it is refused
+    std::shared_ptr<const FrameSetClient> prepare(const android::sp<Hal::ISensorClient>& identity,
+                                                  const FrameSetClient::Queue::Descriptor& queue,
+                                                  const Hal::FmqConfig& config);
+
+    Hal::Result control(const android::sp<Hal::ISensorClient>& identity,
+                        Hal::StreamCommand command);
+
+    /// @return BAD_STATE unless the client's stream is prepared and stopped
+    Hal::Result addCallback(const android::sp<Hal::ISensorClient>& identity,
+                            const android::sp<Hal::IFrameConfigCallback>& callback);
+    std::vector<android::sp<Hal::IFrameConfigCallback>> callbacks() const;
+
+    /// Lets a client act on the exposure. @return BAD_STATE if its stream is not prepared
+    Hal::Result overrideExposure(
+        const android::sp<Hal::ISensorClient>& identity,
+        const std::function<Hal::Result(ExposureControl::Claimant client)>& action) const;
+    ExposureControl& exposure() { return exposure_; }
+
+    Hal::CameraStreamMetadata metadata() const;
+    Hal::CameraStreamConfiguration configuration() const;
+
+    // What is none of the values is refused with FAILURE.
+    Hal::Result setResolutions(const std::vector<Hal::Resolution>& resolutions);
+    Hal::Result setSyncMode(Hal::CameraSyncMode mode);
+    Hal::Result setFrameRate(Hal::FrameRate rate);
+    void setPhaseOffset(uint64_t offset);
+    /// Whether images are taken at all.
+    void setEnabled(bool isEnabled);
+
+    /// @param header of the mux state
+    /// @param since when it holds: CLOCK_MONOTONIC, in ns
+    /// @param isServed whether the mode has the stream's purpose
+    void setMux(uint32_t header, int64_t since, bool isServed);
+
+    /// No more frame sets, for good. Takes back what the clients have given back.
+    void stop();
+
+    FrameSetCounts counts() const;
+    /// A line for the user.
+    std::string summary() const;
+
+  private:
+    struct Mux {
+        uint32_t header = 0;
+        int64_t since = 0;
+        bool isServed = true;
+    };
+
+    void deliver(const Batch& batch);
+    bool beginLocked(int64_t timestamp, uint32_t sequence, Hal::FrameSet* frameSet);
+    uint32_t freeBufferLocked() const;
+    void draw(Hal::FrameSet* frameSet);
+
+    ClientPointer findLocked(const android::sp<Hal::ISensorClient>& identity) const;
+    bool removeLocked(const ClientPointer& client, bool isAtFault);
+    void updateSamplerLocked();
+    void forgetDead(const std::weak_ptr<FrameSetClient>& dead);
+    void release(const ClientPointer& client, const char* reason) const;
+
+    const CameraStreamPlan plan_;
+    const std::shared_ptr<Faults> faults_;
+    std::vector<std::unique_ptr<ImageBuffers>> images_;  // by camera
+    ExposureControl exposure_;
+    mutable std::mutex mutex_;  // guards everything below but the sampler
+    std::vector<ClientPointer> clients_;
+    uint64_t clientsSoFar_ = 0;
+    FrameSetCounts countsOfFormerClients_;
+    std::vector<Hal::Resolution> resolutions_;  // by camera
+    Hal::CameraSyncMode syncMode_ = Hal::CameraSyncMode::FREE_RUNNING;
+    Hal::FrameRate frameRate_;
+    uint64_t phaseOffset_ = 0;
+    bool isEnabled_ = true;
+    Mux mux_;
+    Mux nextMux_;
+    Sampler sampler_;  // the last: its thread uses all of the others
+};
+
+}  // namespace Simulator

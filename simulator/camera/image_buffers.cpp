@@ -1,0 +1,50 @@
+// See image_buffers.h.
+#include "camera/image_buffers.h"
+
+#include <android-base/unique_fd.h>
+#include <cutils/ashmem.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/mman.h>
+
+#include "camera/owned_handle.h"
+
+namespace Simulator {
+
+ImageBuffers::ImageBuffers(const std::string& name, size_t count, size_t size) : size_(size) {
+    for (size_t i = 0; i < count && isValid_; ++i) {
+        isValid_ = add(name);
+    }
+}
+
+ImageBuffers::~ImageBuffers() {
+    for (const Buffer& buffer : buffers_) {
+        munmap(buffer.pixels, size_);
+    }
+}
+
+bool ImageBuffers::add(const std::string& name) {
+    const android::base::unique_fd region(ashmem_create_region(name.c_str(), size_));
+    const std::string path = fmt::format("/proc/self/fd/{}", region.get());
+    android::hardware::hidl_handle readOnly =
+        ownedHandle({open(path.c_str(), O_RDONLY | O_CLOEXEC)});
+    if (readOnly == nullptr) {
+        return false;
+    }
+    void* const pixels = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED, region.get(), 0);
+    if (pixels == MAP_FAILED) {
+        return false;
+    }
+    buffers_.push_back({std::move(readOnly), static_cast<uint8_t*>(pixels)});
+    return true;
+}
+
+std::vector<Hal::ImageBufferDescription> ImageBuffers::descriptions() const {
+    std::vector<Hal::ImageBufferDescription> descriptions(buffers_.size());
+    for (size_t i = 0; i < buffers_.size(); ++i) {
+        descriptions[i].pixels = buffers_[i].readOnly;
+    }
+    return descriptions;
+}
+
+}  // namespace Simulator

@@ -1,0 +1,182 @@
+// See mux_control.h.
+#include "camera/mux_control.h"
+
+#include <log/log.h>
+
+#include <algorithm>
+#include <chrono>
+
+namespace Simulator {
+namespace {
+
+struct MuxModePlan {
+    std::string name;
+    /// The mode to fall back to; may be empty.
+    std::string fallback;
+    std::vector<std::string> purposes;
+};
+
+const std::vector<MuxModePlan>& muxModePlans() {
+    static const std::vector<MuxModePlan> plans{
+        {MuxControl::kFirstMode,
+         "tracking",
+         {"head-tracking", "hand-tracking", "eye-tracking", "depth", "passthrough"}},
+        {"tracking", "low-power", {"head-tracking", "hand-tracking", "eye-tracking"}},
+        {"low-power", "", {"head-tracking"}},
+    };
+    return plans;
+}
+
+/// Null if there is none of that name.
+const MuxModePlan* findPlan(const std::string& name) {
+    const auto& plans = muxModePlans();
+    const auto found = std::find_if(plans.begin(), plans.end(),
+                                    [&](const MuxModePlan& plan) { return plan.name == name; });
+    return found == plans.end() ? nullptr : &*found;
+}
+
+bool serves(const MuxModePlan& mode, const std::string& purpose) {
+    return std::find(mode.purposes.begin(), mode.purposes.end(), purpose) != mode.purposes.end();
+}
+
+constexpr std::chrono::nanoseconds kSlot = std::chrono::nanoseconds(std::chrono::seconds(1)) / 60;
+constexpr uint32_t kSlots = MuxControl::kSlots;
+
+/// Bit i: its cameras are used in slot i.
+uint32_t slotsOf(const CameraStreamPlan& stream) {
+    return stream.frameRate >= Hal::FrameRate::FPS_60 ? 0b11 : 0b01;
+}
+
+/// From when on a mode holds that is applied now.
+int64_t beginOf(uint8_t transition) {
+    // Enough for the clients to be told before.
+    constexpr std::chrono::milliseconds kNotice{2};
+    const std::chrono::nanoseconds soonest =
+        std::chrono::steady_clock::now().time_since_epoch() + kNotice;
+    const std::chrono::nanoseconds cycle = kSlots * kSlot;
+    return transition == 0 ? ((soonest / cycle) + 1) * cycle.count() : soonest.count();
+}
+
+std::vector<Hal::MuxPurpose> purposeDataOf(const MuxModePlan& mode) {
+    std::vector<Hal::MuxPurpose> all;
+    for (const CameraStreamPlan& stream : cameraStreamPlans()) {
+        if (serves(mode, stream.purpose)) {
+            std::vector<uint8_t> cameras;
+            for (const CameraPlan& camera : stream.cameras) {
+                cameras.push_back(static_cast<uint8_t>(camera.id));
+            }
+            all.push_back({stream.purpose, cameras});
+        }
+    }
+    return all;
+}
+
+Hal::CameraGlobalConfiguration globalConfiguration(const CameraStreamPlan& stream,
+                                                   const CameraPlan& camera) {
+    constexpr ExposureLimits kLimits;
+    Hal::CameraGlobalConfiguration configuration{};
+    configuration.cameraId = camera.id;
+    configuration.frameRate = stream.frameRate;
+    configuration.minExposureTime = kLimits.minExposureTime;
+    configuration.maxExposureTime = kLimits.maxExposureTime;
+    configuration.minGain = kLimits.minGain;
+    configuration.maxGain = kLimits.maxAnalogGain * kLimits.maxDigitalGain;
+    configuration.width = stream.width;
+    configuration.height = stream.height;
+    configuration.pixelFormat = stream.pixelFormat;
+    configuration.slots = slotsOf(stream);
+    return configuration;
+}
+
+Hal::CameraPerSlotConfiguration slotConfiguration(const CameraStreamPlan& stream,
+                                                  const CameraPlan& camera) {
+    Hal::CameraPerSlotConfiguration configuration{};
+    configuration.cameraId = camera.id;
+    configuration.frameType = stream.frameType;
+    configuration.analogGain = kAutomaticExposure.analogGain;
+    configuration.digitalGain = kAutomaticExposure.digitalGain;
+    configuration.cropWidth = stream.width;
+    configuration.cropHeight = stream.height;
+    return configuration;
+}
+
+Hal::MuxState stateOf(const MuxModePlan& mode, uint32_t header, int64_t since) {
+    std::vector<Hal::CameraGlobalConfiguration> globals;
+    std::vector<std::vector<Hal::CameraPerSlotConfiguration>> slots(kSlots);
+    for (const CameraStreamPlan& stream : cameraStreamPlans()) {
+        if (!serves(mode, stream.purpose)) {
+            continue;
+        }
+        for (const CameraPlan& camera : stream.cameras) {
+            globals.push_back(globalConfiguration(stream, camera));
+            for (uint32_t slot = 0; slot < kSlots; ++slot) {
+                if ((slotsOf(stream) >> slot & 1) != 0) {
+                    slots[slot].push_back(slotConfiguration(stream, camera));
+                }
+            }
+        }
+    }
+    Hal::MuxState state{};
+    state.header = header;
+    state.value = static_cast<uint64_t>(since);
+    state.muxMode.name = mode.name;
+    state.muxMode.secondaryName = mode.fallback;
+    state.muxMode.purposes =
+        std::vector<android::hardware::hidl_string>(mode.purposes.begin(), mode.purposes.end());
+    state.muxMode.purposeData = purposeDataOf(mode);
+    if (const MuxModePlan* fallback = findPlan(mode.fallback)) {
+        state.muxMode.secondaryPurposeData = purposeDataOf(*fallback);
+    }
+    state.globalConfigurations = globals;
+    state.slotConfigurations.resize(kSlots);
+    for (uint32_t slot = 0; slot < kSlots; ++slot) {
+        state.slotConfigurations[slot] = slots[slot];
+    }
+    return state;
+}
+
+}  // namespace
+
+MuxControl::MuxControl(std::vector<std::shared_ptr<FrameSetServer>> servers)
+    : servers_(std::move(servers)), state_(stateOf(*findPlan(kFirstMode), 1, 0)) {
+    for (const auto& server : servers_) {
+        server->setMux(state_.header, 0, true);
+    }
+}
+
+Hal::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
+    const MuxModePlan* const plan = findPlan(mode);
+    if (plan == nullptr || transition > 1) {
+        ALOGW("refused mux mode '%.64s', transition %u", mode.c_str(), transition);
+        return Hal::Result::FAILURE;
+    }
+    const std::lock_guard lock{mutex_};
+    if (plan->name == state_.muxMode.name.c_str()) {
+        return Hal::Result::SUCCESS;
+    }
+    const int64_t since = beginOf(transition);
+    state_ = stateOf(*plan, state_.header + 1, since);
+    ALOGI("mux mode %s", plan->name.c_str());
+    // The clients first: they are told before the first frame set that it applies to.
+    for (const auto& server : servers_) {
+        for (const auto& callback : server->callbacks()) {
+            // Of a client that has just died, there is nobody to tell.
+            static_cast<void>(callback->handleCameraConfigUpdate(state_).isOk());
+        }
+    }
+    for (const auto& server : servers_) {
+        server->setMux(state_.header, since, serves(*plan, server->plan().purpose));
+    }
+    return Hal::Result::SUCCESS;
+}
+
+Hal::Result MuxControl::addCallback(FrameSetServer& server,
+                                    const android::sp<Hal::ISensorClient>& identity,
+                                    const android::sp<Hal::IFrameConfigCallback>& callback,
+                                    Hal::MuxState* state) {
+    const std::lock_guard lock{mutex_};
+    *state = state_;
+    return server.addCallback(identity, callback);
+}
+
+}  // namespace Simulator

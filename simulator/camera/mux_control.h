@@ -1,0 +1,42 @@
+// How the cameras are shared out among their purposes, and who is told when that changes.
+#pragma once
+
+#include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "camera/frame_set_server.h"
+
+namespace Simulator {
+
+/// A mode's cycle has two slots, of a frame set at 60 Hz each; cameras of lower rates are used in
+/// the first of them only. A stream whose purpose is not served has no frame sets.
+///
+/// Threading: any thread. Clients are told under a lock of this object's own, so that a client that
+/// does not listen delays changes of the mode, but no frame set.
+class MuxControl {
+  public:
+    static constexpr char kFirstMode[] = "mixed-reality";
+    static constexpr uint32_t kSlots = 2;
+
+    explicit MuxControl(std::vector<std::shared_ptr<FrameSetServer>> servers);
+
+    /// @param transition 0 switches at the end of the cycle, 1 at once
+    /// @return FAILURE for a mode or transition that there is not
+    Hal::Result apply(const std::string& mode, uint8_t transition);
+
+    /// As FrameSetServer::addCallback. @param state receives the one in force
+    Hal::Result addCallback(FrameSetServer& server, const android::sp<Hal::ISensorClient>& identity,
+                            const android::sp<Hal::IFrameConfigCallback>& callback,
+                            Hal::MuxState* state);
+
+  private:
+    const std::vector<std::shared_ptr<FrameSetServer>> servers_;
+    std::mutex mutex_;
+    Hal::MuxState state_;
+};
+
+}  // namespace Simulator
