@@ -12,6 +12,7 @@ packages=(
     libmsgsl-dev          # span and not_null, part of the client API
     libcli11-dev          # command lines of sensorctl and the simulator
     libfmt-dev            # text output of sensorctl and the simulator
+    libpng-dev            # the images that sensorctl captures
     libgtest-dev libgmock-dev
 )
 

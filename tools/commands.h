@@ -13,6 +13,8 @@ inline constexpr std::chrono::seconds kShutdownGrace{2};
 void addListCommand(CLI::App& app);
 void addMonitorCommand(CLI::App& app);
 void addRecordCommand(CLI::App& app);
+void addCaptureCommand(CLI::App& app);
+void addMuxCommand(CLI::App& app);
 
 /// Adds what the commands that stream have in common.
 void addSessionOptions(CLI::App& command, SessionOptions& options);

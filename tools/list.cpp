@@ -1,4 +1,5 @@
 // sensorctl list
+#include "camera/camera_inventory.h"
 #include "commands.h"
 #include "display.h"
 #include "environment/environment_inventory.h"
@@ -10,7 +11,7 @@ static void list() {
     // There is nothing to tidy up: a signal or the death of the service ends this at once.
     const Shutdown shutdown(std::chrono::milliseconds::zero());
     Inventory inventory;
-    for (auto listArea : {listMotion, listEnvironment}) {
+    for (auto listArea : {listMotion, listCameras, listEnvironment}) {
         listArea(inventory);
     }
     if (!inventory.isAnyRunning()) {

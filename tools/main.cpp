@@ -24,6 +24,8 @@ ExitCode runCommandLine(int argc, char** argv) {
     addMonitorCommand(app);
     addRecordCommand(app);
     addEnvironmentCommands(app);
+    addCaptureCommand(app);
+    addMuxCommand(app);
     try {
         // Runs the command as well.
         app.parse(argc, argv);

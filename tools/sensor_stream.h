@@ -56,11 +56,13 @@ struct StreamControl {
 template <typename Data>
 class TypedSensorStream final : public SensorStream {
   public:
-    /// @param queueSize capacity of the queue, in records.
+    /// @param queueSize capacity of the queue, in records; empty if the stream's own is fixed.
     TypedSensorStream(std::string name, Vek::Sensors::IDataStream<Data>& stream,
-                      StreamControl control, size_t queueSize)
+                      StreamControl control, std::optional<size_t> queueSize)
         : SensorStream(std::move(name)), control_(std::move(control)), stream_(stream) {
-        stream_.setQueueSize(queueSize);
+        if (queueSize) {
+            stream_.setQueueSize(*queueSize);
+        }
         stream_.setCallbackv(
             [this](gsl::span<const gsl::span<const Data>> spans) { deliver(spans); });
     }
@@ -115,7 +117,7 @@ class TypedSensorStream final : public SensorStream {
 /// The stream of a sensor that has just this one.
 template <typename Data, typename Sensor>
 std::unique_ptr<SensorStream> makeSensorStream(std::string name, std::unique_ptr<Sensor> sensor,
-                                               size_t queueSize) {
+                                               std::optional<size_t> queueSize) {
     const std::shared_ptr<Sensor> shared(std::move(sensor));
     return std::make_unique<TypedSensorStream<Data>>(
         std::move(name), shared->stream(),

@@ -2,11 +2,12 @@
 #include "stream_kinds.h"
 
 #include "environment/environment_streams.h"
+#include "camera/camera_streams.h"
 #include "motion/motion_streams.h"
 
 std::vector<StreamKind> streamKinds() {
     std::vector<StreamKind> all;
-    for (auto addKinds : {addMotionStreams, addEnvironmentStreams}) {
+    for (auto addKinds : {addMotionStreams, addCameraStreams, addEnvironmentStreams}) {
         addKinds(all);
     }
     return all;

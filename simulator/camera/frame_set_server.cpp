@@ -281,7 +281,7 @@ void FrameSetServer::deliver(const Batch& batch) {
         for (const ClientPointer& client : clients_) {
             client->collect();
         }
-        if (!beginLocked(nanoseconds(batch.firstSample), batch.firstSequence, &frameSet)) {
+        if (!beginLocked(nanoseconds(batch.firstSample), &frameSet)) {
             return;
         }
     }
@@ -297,7 +297,7 @@ void FrameSetServer::deliver(const Batch& batch) {
 
 /// All of the frame set but its images.
 /// @return false if there is none to be taken
-bool FrameSetServer::beginLocked(int64_t timestamp, uint32_t sequence, Hal::FrameSet* frameSet) {
+bool FrameSetServer::beginLocked(int64_t timestamp, Hal::FrameSet* frameSet) {
     if (timestamp >= nextMux_.since) {
         mux_ = nextMux_;
     }
@@ -308,7 +308,7 @@ bool FrameSetServer::beginLocked(int64_t timestamp, uint32_t sequence, Hal::Fram
     const std::vector<Hal::ExposureGain> exposures = exposure_.next(cameras);
     const uint32_t buffer = freeBufferLocked();
     frameSet->timestamp = timestamp;
-    frameSet->sequence = sequence;
+    frameSet->sequence = nextSequence_++;
     frameSet->frameType = plan_.frameType;
     frameSet->numFrames = cameras;
     frameSet->muxState = mux_.header;
@@ -321,7 +321,7 @@ bool FrameSetServer::beginLocked(int64_t timestamp, uint32_t sequence, Hal::Fram
         frame.digitalGain = exposures[i].digitalGain;
         frame.cameraId = plan_.cameras[i].id;
         frame.bufferIndex = buffer;
-        frame.sequence = sequence;
+        frame.sequence = frameSet->sequence;
         frame.frameType = plan_.frameType;
         frame.width = geometry.width;
         frame.height = geometry.height;

@@ -26,7 +26,7 @@ class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
   public:
     using ClientPointer = std::shared_ptr<FrameSetClient>;
 
-    static constexpr size_t kMaxClients = 4;
+    static constexpr size_t kMaxClients = 8;
     static constexpr size_t kMaxCallbacks = 16;
     /// Every client can have all that it may, and one is free.
     static constexpr size_t kBuffers = kMaxClients * FrameSetLedger::kMaxOutstanding + 1;
@@ -90,7 +90,7 @@ class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
     };
 
     void deliver(const Batch& batch);
-    bool beginLocked(int64_t timestamp, uint32_t sequence, Hal::FrameSet* frameSet);
+    bool beginLocked(int64_t timestamp, Hal::FrameSet* frameSet);
     uint32_t freeBufferLocked() const;
     void draw(Hal::FrameSet* frameSet);
 
@@ -115,6 +115,7 @@ class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
     bool isEnabled_ = true;
     Mux mux_;
     Mux nextMux_;
+    uint32_t nextSequence_ = 0;
     Sampler sampler_;  // the last: its thread uses all of the others
 };
 

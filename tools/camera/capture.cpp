@@ -1,0 +1,178 @@
+// sensorctl capture
+#include <vek/sensors/factories.h>
+
+#include <algorithm>
+#include <array>
+
+#include "camera/camera_names.h"
+#include "camera/picture.h"
+#include "commands.h"
+#include "display.h"
+#include "failure.h"
+#include "table.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+struct CaptureOptions {
+    /// A number or a name.
+    std::string camera;
+    std::string file;
+    /// In ms; empty leaves exposure and gain to the automatic control.
+    std::optional<double> exposureTime;
+    float gain = 1;
+};
+
+struct Camera {
+    uint32_t id;
+    std::string name;
+    std::unique_ptr<ICameraStream> stream;
+    /// Its place in the frame sets.
+    size_t index;
+    CameraStreamMetadata metadata;
+};
+
+/// Throws Failure, with those that there are, if there is none of that name or number.
+CameraProperties findCamera(ICameraProvider& provider, const std::string& wanted) {
+    std::vector<std::string> names;
+    for (const CameraProperties& camera : provider.getProperties()) {
+        const std::string number = fmt::format("{}", camera.cameraId);
+        if (wanted == camera.propertyText1 || wanted == number) {
+            return camera;
+        }
+        names.push_back(fmt::format("{} or '{}'", number, printable(camera.propertyText1)));
+    }
+    throw Failure(ExitCode::USAGE,
+                  fmt::format("--camera '{}' is none of {}", wanted, fmt::join(names, ", ")));
+}
+
+Camera openCamera(const std::string& wanted) {
+    const auto provider = requireService(createCameraProvider(), "ICameraProvider");
+    const CameraProperties properties = findCamera(*provider, wanted);
+    for (const FrameType type : streamFrameTypes()) {
+        auto stream = provider->getStream(type, "sensorctl");
+        if (stream == nullptr) {
+            continue;
+        }
+        CameraStreamMetadata metadata = stream->getMetadata();
+        for (size_t i = 0; i < metadata.cameras.size(); ++i) {
+            if (metadata.cameras[i].cameraId == properties.cameraId) {
+                return {properties.cameraId, printable(properties.propertyText1), std::move(stream),
+                        i, std::move(metadata)};
+            }
+        }
+    }
+    throw Failure(ExitCode::FAILED, fmt::format("camera '{}' has no stream", wanted));
+}
+
+void overrideExposure(Camera& camera, const CaptureOptions& options) {
+    if (!options.exposureTime) {
+        return;
+    }
+    ExposureGainSettings settings{};
+    settings.numCameras =
+        static_cast<uint32_t>(std::min(camera.metadata.cameras.size(), kMaxFrameSetSize));
+    settings.cameras.fill({static_cast<uint64_t>(*options.exposureTime * 1e6), options.gain, 1.0F});
+    camera.stream->startOverridingExposureSettings();
+    camera.stream->setExposureGain(settings);
+}
+
+/// A frame, and its pixels as they were while they were this client's.
+struct Shot {
+    CameraFrame frame;
+    std::vector<std::byte> buffer;
+};
+
+/// Empty if the frame set is not as the stream's metadata has it, or not received in full.
+std::optional<Shot> shotOf(const FrameSet& frameSet, const Camera& camera) {
+    const auto& buffers = camera.metadata.cameras[camera.index].buffers;
+    if (camera.index >= std::min<size_t>(frameSet.numFrames, kMaxFrameSetSize)) {
+        return std::nullopt;
+    }
+    const CameraFrame& frame = frameSet.frames[camera.index];
+    if (frame.cameraId != camera.id || frame.bufferIndex >= buffers.size()) {
+        return std::nullopt;
+    }
+    const auto pixels = buffers[frame.bufferIndex]->pixels();
+    return Shot{frame, {pixels.begin(), pixels.end()}};
+}
+
+/// Empty if the user ends the run. Throws Failure if none comes in time, or the service dies.
+std::optional<Shot> takeShot(Camera& camera, const CaptureOptions& options, Shutdown& shutdown) {
+    constexpr std::chrono::seconds kPatience{5};
+    const auto composite = createStreamCompositor()->createCompositeStream("sensorctl");
+    std::optional<Shot> shot;
+    camera.stream->stream().setCallbackv([&](gsl::span<const gsl::span<const FrameSet>> spans) {
+        for (const auto& span : spans) {
+            for (const FrameSet& frameSet : span) {
+                shot = shot ? shot : shotOf(frameSet, camera);
+            }
+        }
+    });
+    camera.stream->stream().addTo(*composite);
+    overrideExposure(camera, options);
+    shutdown.wake(composite.get());
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    camera.stream->start();
+    while (!shot && shutdown.cause() == Shutdown::Cause::NONE &&
+           std::chrono::steady_clock::now() < deadline) {
+        composite->waitUntil(deadline);
+    }
+    shutdown.wake(nullptr);
+    if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
+        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
+    }
+    camera.stream->stop();
+    // What has come since is handed back as well.
+    composite->waitFor(std::chrono::nanoseconds::zero());
+    if (!shot && shutdown.cause() == Shutdown::Cause::NONE) {
+        throw Failure(ExitCode::FAILED,
+                      fmt::format("no frame of camera {} '{}' came; is its purpose served by the "
+                                  "mux mode in force?",
+                                  camera.id, camera.name));
+    }
+    return shot;
+}
+
+void capture(const CaptureOptions& options) {
+    Shutdown shutdown(kShutdownGrace);
+    Camera camera = openCamera(options.camera);
+    const std::optional<Shot> shot = takeShot(camera, options, shutdown);
+    if (!shot) {
+        return;
+    }
+    const CameraFrame& frame = shot->frame;
+    writePng(options.file, pictureOf(frame, {shot->buffer.data(), shot->buffer.size()}));
+    Display::append({fmt::format("{}: frame {} of camera {} '{}', {}x{} {}, {:.2f} ms, gain {:.1f}",
+                                 options.file, frame.sequence, camera.id, camera.name, frame.width,
+                                 frame.height, nameOf(frame.pixelFormat),
+                                 static_cast<double>(frame.exposureTime) * 1e-6,
+                                 frame.analogGain * frame.digitalGain)});
+}
+
+}  // namespace
+
+void addCaptureCommand(CLI::App& app) {
+    const auto options = std::make_shared<CaptureOptions>();
+    CLI::App& command = *app.add_subcommand("capture", "Write one image of a camera to a PNG file");
+    command.add_option("--camera", options->camera, "Which camera, by its number or its name")
+        ->type_name("CAMERA")
+        ->required();
+    command.add_option("--out", options->file, "The file; one of that name is replaced")
+        ->type_name("FILE")
+        ->required();
+    CLI::Option* const exposure =
+        command
+            .add_option("--exposure", options->exposureTime,
+                        "Exposure time; otherwise the automatic control's. The service brings what "
+                        "is out of the camera's limits to them")
+            ->type_name("MS")
+            ->check(CLI::Range(0.001, 1000.0));
+    command.add_option("--gain", options->gain, "Analog gain, to go with --exposure")
+        ->type_name("FACTOR")
+        ->check(CLI::Range(1.0F, 1000.0F))
+        ->needs(exposure)
+        ->capture_default_str();
+    command.callback([options] { capture(*options); });
+}

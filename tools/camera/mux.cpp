@@ -1,0 +1,51 @@
+// sensorctl mux
+#include <vek/sensors/factories.h>
+
+#include "camera/mux_state.h"
+#include "commands.h"
+#include "display.h"
+#include "failure.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+struct MuxOptions {
+    std::string mode;
+    bool isAtOnce = false;
+};
+
+void mux(const MuxOptions& options) {
+    // There is nothing to tidy up: a signal or the death of the service ends this at once.
+    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const auto provider = requireService(createCameraProvider(), "ICameraProvider");
+    if (!options.mode.empty() && !provider->applyMuxMode(options.mode, options.isAtOnce ? 1 : 0)) {
+        throw Failure(ExitCode::FAILED,
+                      fmt::format("the service refuses mux mode '{}'", options.mode));
+    }
+    const auto state = muxStateInForce(*provider);
+    if (!state) {
+        throw Failure(ExitCode::FAILED, "the service has no cameras to share out");
+    }
+    Display::append(muxModeTable(*state).lines());
+    Display::append({""});
+    Display::append(muxSlotTable(*state).lines());
+}
+
+}  // namespace
+
+void addMuxCommand(CLI::App& app) {
+    const auto options = std::make_shared<MuxOptions>();
+    CLI::App& command = *app.add_subcommand(
+        "mux",
+        "Show how the cameras are shared out among their purposes, after applying a mode if one is "
+        "named");
+    command
+        .add_option("mode", options->mode,
+                    "Mux mode to apply, for all clients; the service has no list of them, only the "
+                    "one in force and its fallback are known")
+        ->type_name("MODE");
+    command.add_flag("--at-once", options->isAtOnce,
+                     "Switch at once, not at the end of the running cycle of slots");
+    command.callback([options] { mux(*options); });
+}

@@ -1,0 +1,58 @@
+// Asks for the mux state and puts it into tables.
+#include "camera/mux_state.h"
+
+#include <fmt/format.h>
+#include <vek/sensors/factories.h>
+
+#include <algorithm>
+
+#include "camera/camera_names.h"
+
+using namespace Vek::Sensors;
+
+std::optional<FrameSetConfigurationUpdate> muxStateInForce(ICameraProvider& provider) {
+    for (const FrameType type : streamFrameTypes()) {
+        if (const auto stream = provider.getStream(type, "sensorctl")) {
+            const auto composite = createStreamCompositor()->createCompositeStream("sensorctl");
+            stream->stream().addTo(*composite);
+            return stream->registerFrameSetConfigurationUpdateCallback({});
+        }
+    }
+    return std::nullopt;
+}
+
+Table muxModeTable(const FrameSetConfigurationUpdate& state) {
+    Table table({{"mux mode", Table::Align::LEFT},
+                 {"state", Table::Align::LEFT},
+                 {"purposes", Table::Align::LEFT}});
+    const MuxMode& mode = state.muxMode;
+    table.addRow({printable(mode.name), "in force",
+                  printable(fmt::format("{}", fmt::join(mode.purposes, ", ")))});
+    if (!mode.secondaryName.empty()) {
+        std::vector<std::string> purposes;
+        for (const auto& [purpose, data] : mode.secondaryPurposeData) {
+            purposes.push_back(purpose);
+        }
+        std::sort(purposes.begin(), purposes.end());
+        table.addRow({printable(mode.secondaryName), "fallback",
+                      printable(fmt::format("{}", fmt::join(purposes, ", ")))});
+    }
+    return table;
+}
+
+Table muxSlotTable(const FrameSetConfigurationUpdate& state) {
+    Table table({{"slot", Table::Align::RIGHT},
+                 {"camera", Table::Align::RIGHT},
+                 {"frames", Table::Align::LEFT},
+                 {"image", Table::Align::LEFT},
+                 {"resolution", Table::Align::LEFT}});
+    for (size_t slot = 0; slot < state.slotConfigurations.size(); ++slot) {
+        for (const CameraPerSlotConfiguration& camera : state.slotConfigurations[slot].cameras) {
+            table.addRow({fmt::format("{}", slot), fmt::format("{}", camera.cameraId),
+                          nameOf(camera.frameType),
+                          fmt::format("{}x{}", camera.cropWidth, camera.cropHeight),
+                          nameOf(camera.resolution)});
+        }
+    }
+    return table;
+}
