@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -38,6 +39,20 @@ bool announce(const Options& options) {
     constexpr ssize_t kLength = sizeof(kReady) - 1;
     if (options.readyDescriptor && write(*options.readyDescriptor, kReady, kLength) != kLength) {
         fmt::print(stderr, "error: cannot write to --ready-fd {}: {}\n", *options.readyDescriptor,
+                   std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+/// @return false, with a message, if the file cannot be written
+bool report(const std::vector<std::string>& summary, const Options& options) {
+    const std::string text = fmt::format("{}\n", fmt::join(summary, "\n"));
+    if (!options.isQuiet) {
+        fmt::print("{}", text);
+    }
+    if (!options.summaryFile.empty() && !(std::ofstream(options.summaryFile) << text).flush()) {
+        fmt::print(stderr, "error: cannot write --summary {}: {}\n", options.summaryFile,
                    std::strerror(errno));
         return false;
     }
@@ -102,12 +117,7 @@ int main(int argc, char** argv) try {
     }
     waitForEnd(options.dieAfterSeconds);
     headset.stop();
-    if (!options.isQuiet) {
-        for (const std::string& line : headset.summary()) {
-            fmt::print("{}\n", line);
-        }
-    }
-    return kSuccess;
+    return report(headset.summary(), options) ? kSuccess : kFailure;
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "error: %s\n", failure.what());
     return kFailure;

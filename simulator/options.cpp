@@ -117,6 +117,9 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     app.add_option("--ready-fd", options.readyDescriptor,
                    "Descriptor to write \"ready\" to once the service can be found")
         ->type_name("FD");
+    app.add_option("--summary", options.summaryFile,
+                   "File to write the summary to as well, even with --quiet")
+        ->type_name("FILE");
     // One value each, or an option that follows without its own name would be swallowed.
     app.add_option("--refuse", refusals,
                    fmt::format("Have a call answer with an error and do nothing; may be repeated.\n"

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <ostream>
+#include <string>
 #include <variant>
 
 #include "environment/environment_settings.h"
@@ -17,6 +18,8 @@ struct Options {
     std::optional<double> dieAfterSeconds;
     /// Told when the service can be found.
     std::optional<int> readyDescriptor;
+    /// Gets the summary as well; empty: no file does.
+    std::string summaryFile;
     bool isQuiet = false;
 };
 

@@ -7,7 +7,9 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <future>
+#include <sstream>
 
 namespace TestSupport {
 namespace {
@@ -22,7 +24,9 @@ std::promise<void>& deathHandled() {
 }  // namespace
 
 Simulator::Simulator(std::vector<std::string> options) {
-    options.insert(options.begin(), {MORIAK_SIMULATOR, "--quiet", "--ready-fd", "3"});
+    summaryFile_ = std::string(getenv(kDirectoryVariable)) + "/summary";
+    options.insert(options.begin(),
+                   {MORIAK_SIMULATOR, "--quiet", "--ready-fd", "3", "--summary", summaryFile_});
     process_ = std::make_unique<ChildProcess>(options);
     if (process_->awaitNotice().empty()) {
         std::fputs("the simulator did not start\n", stderr);
@@ -30,9 +34,16 @@ Simulator::Simulator(std::vector<std::string> options) {
     }
 }
 
-bool settlesAt(const Simulator& simulator, const ProcessResources& expected) {
+std::string Simulator::finish() {
+    process_->end(SIGTERM);
+    std::ostringstream summary;
+    summary << std::ifstream(summaryFile_).rdbuf();
+    return summary.str();
+}
+
+bool Simulator::settlesAt(const ProcessResources& expected) const {
     return becomesTrue([&] {
-        const ProcessResources now = resourcesOf(simulator.pid());
+        const ProcessResources now = resourcesOf(pid());
         return now.descriptors == expected.descriptors && now.mappings == expected.mappings &&
                now.threads <= expected.threads;
     });

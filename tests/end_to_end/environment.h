@@ -19,13 +19,17 @@ class Simulator {
     void kill() { process_->end(SIGKILL); }
     int pid() const { return process_->pid(); }
 
+    /// Ends the service as its user would. @return its summary
+    std::string finish();
+
+    /// Waits until the service holds just that, and no more threads; false if it does not within a
+    /// generous bound.
+    bool settlesAt(const ProcessResources& expected) const;
+
   private:
+    std::string summaryFile_;
     std::unique_ptr<ChildProcess> process_;
 };
-
-/// Waits until the service holds what is expected, and no more threads than that. False if that
-/// does not come within a generous bound.
-bool settlesAt(const Simulator& simulator, const ProcessResources& expected);
 
 /// A runtime directory of its own, which the processes that a death test starts share.
 class EndToEndTest : public ::testing::Test {

@@ -230,13 +230,11 @@ TEST_F(EndToEndTest, TenKilledClientsLeaveNothingInTheService) {
     };
     const TestSupport::ProcessResources before = TestSupport::resourcesOf(simulator.pid());
     runClients(1);
-    EXPECT_TRUE(TestSupport::settlesAt(simulator,
-                                       {before.descriptors, before.threads + 64, before.mappings}));
+    EXPECT_TRUE(simulator.settlesAt({before.descriptors, before.threads + 64, before.mappings}));
     runClients(10);
     const TestSupport::ProcessResources grown = TestSupport::resourcesOf(simulator.pid());
     runClients(10);
-    EXPECT_TRUE(
-        TestSupport::settlesAt(simulator, {before.descriptors, grown.threads, before.mappings}));
+    EXPECT_TRUE(simulator.settlesAt({before.descriptors, grown.threads, before.mappings}));
 
     ImuReader reader;
     EXPECT_TRUE(reader.receive(1000));

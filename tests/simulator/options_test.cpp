@@ -52,11 +52,14 @@ TEST(OptionsTest, EveryOptionReachesItsSetting) {
                                  "--rpc-refuse",
                                  "9",
                                  "--rpc-notifications",
-                                 "20"});
+                                 "20",
+                                 "--summary",
+                                 "summary.txt"});
     const auto* options = std::get_if<Options>(&parsed.result);
     ASSERT_NE(options, nullptr) << parsed.err;
     EXPECT_TRUE(options->isQuiet);
     EXPECT_EQ(options->readyDescriptor, 2);
+    EXPECT_EQ(options->summaryFile, "summary.txt");
     EXPECT_EQ(options->faults.dieAfterRecords, 100U);
     EXPECT_EQ(options->dieAfterSeconds, 0.5);
     EXPECT_EQ(options->environment.flickerFrequency, 120U);

@@ -1,0 +1,450 @@
+// Clients of the cameras, against the simulated service in its own process.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <vek/sensors/factories.h>
+#include <vek/sensors/service.h>
+
+#include <algorithm>
+#include <future>
+#include <memory>
+#include <numeric>
+#include <regex>
+#include <vector>
+
+#include "end_to_end/environment.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ExitedWithCode;
+using ::testing::HasSubstr;
+using TestSupport::EndToEndTest;
+using TestSupport::Simulator;
+using namespace Vek::Sensors;
+
+using EndToEndDeathTest = EndToEndTest;
+
+/// An image of 8-bit grey, as long as its frame set is the client's.
+class GreyImage {
+  public:
+    GreyImage(const CameraFrame& frame, gsl::span<const std::byte> pixels)
+        : frame_(frame), pixels_(pixels) {
+        EXPECT_EQ(frame.pixelFormat, PixelFormat::GREY_8);
+        EXPECT_GE(frame.stride, frame.width);
+        EXPECT_LE(size_t{frame.stride} * frame.height, pixels.size());
+    }
+
+    /// What is printed in the corner, '?' where it is neither digit nor dash.
+    std::string print() const {
+        std::string text;
+        for (uint32_t cell = 0; cell < 8; ++cell) {
+            text += glyphAt(2 + 6 * cell, 2);
+        }
+        return text;
+    }
+
+    /// Of the rows below the print.
+    double brightness() const {
+        double sum = 0;
+        for (uint32_t y = frame_.height / 4; y < frame_.height; ++y) {
+            for (uint32_t x = 0; x < frame_.width; ++x) {
+                sum += at(x, y);
+            }
+        }
+        return sum / (frame_.width * (frame_.height - frame_.height / 4));
+    }
+
+    std::vector<uint8_t> row(uint32_t y) const {
+        std::vector<uint8_t> row;
+        for (uint32_t x = 0; x < frame_.width; ++x) {
+            row.push_back(at(x, y));
+        }
+        return row;
+    }
+
+  private:
+    uint8_t at(uint32_t x, uint32_t y) const {
+        return static_cast<uint8_t>(pixels_[size_t{y} * frame_.stride + x]);
+    }
+
+    /// Seven segments, read from a square of each of them; the position is in squares.
+    char glyphAt(uint32_t left, uint32_t top) const {
+        // Top, upper right, lower right, bottom, lower left, upper left, middle.
+        constexpr uint32_t kSquares[][2] = {{1, 0}, {3, 2}, {3, 4}, {1, 6}, {0, 4}, {0, 2}, {1, 3}};
+        constexpr const char* kGlyphs[] = {"1111110", "0110000", "1101101", "1111001",
+                                           "0110011", "1011011", "1011111", "1110000",
+                                           "1111111", "1111011", "0000001"};
+        const uint32_t size = frame_.width / 128;
+        std::string lit;
+        for (const auto& [x, y] : kSquares) {
+            lit += at((left + x) * size + size / 2, (top + y) * size + size / 2) > 127 ? '1' : '0';
+        }
+        const auto* const found = std::find(std::begin(kGlyphs), std::end(kGlyphs), lit);
+        return found == std::end(kGlyphs) ? '?' : "0123456789-"[found - kGlyphs];
+    }
+
+    CameraFrame frame_;
+    gsl::span<const std::byte> pixels_;
+};
+
+/// Reads the frame sets of one stream, and looks at each of them as long as it has it.
+class CameraReader {
+  public:
+    CameraReader(ICameraProvider& provider, FrameType type)
+        : camera(provider.getStream(type, "test")), metadata(camera->getMetadata()) {
+        camera->stream().setCallbackv([this](gsl::span<const gsl::span<const FrameSet>> spans) {
+            ASSERT_EQ(spans.size(), 1U);
+            ASSERT_EQ(spans[0].size(), 1U);
+            receive(spans[0][0]);
+        });
+    }
+
+    GreyImage image(const FrameSet& frameSet, size_t index) const {
+        const CameraFrame& frame = frameSet.frames[index];
+        return {frame, metadata.cameras.at(index).buffers.at(frame.bufferIndex)->pixels()};
+    }
+
+    std::shared_ptr<ICameraStream> camera;
+    CameraStreamMetadata metadata;
+    std::function<void(const FrameSet&)> look;
+    size_t frameSets = 0;
+    size_t lost = 0;
+    FrameSet last{};
+
+  private:
+    void receive(const FrameSet& frameSet) {
+        EXPECT_EQ(frameSet.numFrames, metadata.cameras.size());
+        if (frameSets > 0) {
+            EXPECT_GT(frameSet.sequence, last.sequence);
+            EXPECT_GT(frameSet.timestamp, last.timestamp);
+            lost += frameSet.sequence - last.sequence - 1;
+        }
+        last = frameSet;
+        if (look) {
+            look(frameSet);
+        }
+        ++frameSets;
+    }
+};
+
+/// The cameras of one client, waited on together.
+class CameraClient {
+  public:
+    explicit CameraClient(const std::vector<FrameType>& types) {
+        for (const FrameType type : types) {
+            readers.push_back(std::make_unique<CameraReader>(*provider, type));
+            readers.back()->camera->stream().addTo(*composite);
+        }
+    }
+
+    void start() { provider->startEvery(cameras()); }
+    /// Hands back what has come until then as well.
+    void stop() {
+        provider->stopEvery(cameras());
+        composite->waitFor(0ns);
+    }
+    bool waitUntil(const std::function<bool()>& isReached) {
+        const auto deadline = std::chrono::steady_clock::now() + 30s;
+        while (!isReached() && std::chrono::steady_clock::now() < deadline) {
+            composite->waitUntil(deadline);
+        }
+        return isReached();
+    }
+    /// Of each stream. False if they do not come within a generous bound.
+    bool receive(size_t count) {
+        std::vector<size_t> targets;
+        for (const auto& reader : readers) {
+            targets.push_back(reader->frameSets + count);
+        }
+        return waitUntil([&] {
+            return std::equal(
+                readers.begin(), readers.end(), targets.begin(),
+                [](const auto& reader, size_t target) { return reader->frameSets >= target; });
+        });
+    }
+
+    CameraReader& first() { return *readers.front(); }
+    ICameraStream& camera() { return *first().camera; }
+
+    std::unique_ptr<ICameraProvider> provider = createCameraProvider();
+    std::unique_ptr<ICompositeStream> composite =
+        createStreamCompositor()->createCompositeStream("test");
+    std::vector<std::unique_ptr<CameraReader>> readers;
+
+  private:
+    std::vector<std::shared_ptr<ICameraStream>> cameras() const {
+        std::vector<std::shared_ptr<ICameraStream>> all;
+        for (const auto& reader : readers) {
+            all.push_back(reader->camera);
+        }
+        return all;
+    }
+};
+
+/// What the service has to say of one stream in its summary.
+struct Account {
+    Account(const std::string& summary, const std::string& stream) {
+        const std::regex line(
+            stream +
+            ": (\\d+) frame sets handed out to \\d+ clients, (\\d+) came back; (\\d+) "
+            "twice, (\\d+) altered, (\\d+) never; (\\d+) reclaimed, (\\d+) dropped");
+        std::smatch numbers;
+        if (!std::regex_search(summary, numbers, line)) {
+            ADD_FAILURE() << stream << " is not in: " << summary;
+            return;
+        }
+        size_t i = 1;
+        for (size_t* number :
+             {&handedOut, &cameBack, &twice, &altered, &never, &reclaimed, &dropped}) {
+            *number = std::stoul(numbers[i++]);
+        }
+    }
+
+    /// Whether nothing is amiss with what came back, and all but the reclaimed did.
+    bool isBalanced() const {
+        return handedOut == cameBack + reclaimed && twice + altered + never == 0;
+    }
+
+    size_t handedOut = 0;
+    size_t cameBack = 0;
+    size_t twice = 0;
+    size_t altered = 0;
+    size_t never = 0;
+    size_t reclaimed = 0;
+    size_t dropped = 0;
+};
+
+TEST_F(EndToEndTest, CamerasAndMotionArriveTogetherAndEveryFrameSetComesBackOnce) {
+    Simulator simulator;
+    CameraClient client(
+        {FrameType::HEADSET, FrameType::HAND, FrameType::EYE, FrameType::DEPTH, FrameType::COLOR});
+    const auto imu = createImuSensor();
+    size_t samples = 0;
+    imu->stream().setQueueSize(1024);
+    imu->stream().setCallbackv([&](auto spans) { samples += spans[0].size() + spans[1].size(); });
+    imu->stream().addTo(*client.composite);
+    imu->start();
+    client.start();
+    client.start();  // Running streams stay so.
+    EXPECT_TRUE(client.receive(30));
+    EXPECT_GT(samples, 0U);
+    client.stop();
+    imu->stop();
+    const std::string summary = simulator.finish();
+    const char* const names[] = {"headset cameras", "hand camera", "eye cameras", "depth camera",
+                                 "color camera"};
+    for (size_t i = 0; i < std::size(names); ++i) {
+        const Account account(summary, names[i]);
+        EXPECT_EQ(account.handedOut, client.readers[i]->frameSets) << names[i];
+        EXPECT_LE(client.readers[i]->lost, account.dropped) << names[i];
+        EXPECT_EQ(account.reclaimed, 0U) << names[i];
+        EXPECT_TRUE(account.isBalanced()) << summary;
+    }
+}
+
+TEST_F(EndToEndTest, PixelsShowTheirCameraAndFrameAndTheSceneMoves) {
+    const Simulator simulator;
+    CameraClient client({FrameType::HEADSET});
+    std::vector<std::vector<uint8_t>> rows;
+    client.first().look = [&](const FrameSet& frameSet) {
+        for (size_t i = 0; i < frameSet.numFrames; ++i) {
+            char expected[16];
+            std::snprintf(expected, sizeof(expected), "%u-%06u", frameSet.frames[i].cameraId,
+                          frameSet.sequence);
+            EXPECT_EQ(client.first().image(frameSet, i).print(), expected);
+        }
+        rows.push_back(client.first().image(frameSet, 0).row(200));
+    };
+    client.start();
+    EXPECT_TRUE(client.receive(20));
+    client.stop();
+    EXPECT_EQ(std::adjacent_find(rows.begin(), rows.end()), rows.end());
+    // The name on a calibration is the camera's own.
+    for (const CameraProperties& camera : client.provider->getProperties()) {
+        const std::string id = "\"camera\": " + std::to_string(camera.cameraId) + ",";
+        EXPECT_THAT(camera.calibrationData1, HasSubstr(id));
+        EXPECT_THAT(camera.calibrationData2, HasSubstr(id));
+    }
+}
+
+TEST_F(EndToEndTest, ExposureChangesTheBrightnessUntilItIsTheAutomaticControlsAgain) {
+    const Simulator simulator;
+    CameraClient client({FrameType::EYE});
+    double brightness = 0;
+    client.first().look = [&](const FrameSet& frameSet) {
+        brightness = client.first().image(frameSet, 1).brightness();
+    };
+    client.start();
+    const auto brightnessAt = [&](uint64_t exposureTime) {
+        EXPECT_TRUE(client.waitUntil(
+            [&] { return client.first().last.frames[1].exposureTime == exposureTime; }));
+        return brightness;
+    };
+    EXPECT_TRUE(client.receive(1));
+    const uint64_t automaticTime = client.first().last.frames[1].exposureTime;
+    const double automatic = brightness;
+    ExposureGainSettings settings{2, {}};
+    settings.cameras.fill({automaticTime / 4, 1, 1});
+    client.camera().startOverridingExposureSettings();
+    client.camera().setExposureGain(settings);
+    EXPECT_NEAR(brightnessAt(automaticTime / 4), automatic / 4, automatic / 20);
+    client.camera().stopOverridingExposureSettings();
+    EXPECT_NEAR(brightnessAt(automaticTime), automatic, automatic / 20);
+
+    const auto controller = client.provider->getStreamController("eye-tracking", "");
+    EXPECT_FALSE(controller->setExposureGain(0, 0, settings));  // It does not override.
+    EXPECT_TRUE(controller->startOverridingExposureSettings());
+    settings.cameras.fill({2 * automaticTime, 1, 1});
+    EXPECT_TRUE(controller->setExposureGain(0, 0, settings));
+    EXPECT_GT(brightnessAt(2 * automaticTime), 1.5 * automatic);
+    EXPECT_TRUE(controller->stopOverridingExposureSettings());
+    EXPECT_NEAR(brightnessAt(automaticTime), automatic, automatic / 20);
+
+    EXPECT_TRUE(client.camera().setResolution({Resolution::FULL, Resolution::HALF}));
+    EXPECT_TRUE(client.waitUntil([&] { return client.first().last.frames[1].width == 200; }));
+    EXPECT_EQ(client.camera().getConfiguration().cameras.at(1).height, 200U);
+    client.stop();
+}
+
+TEST_F(EndToEndTest, MuxModeSwitchedWhileStreamingIsToldAndServedFromTheStatedInstantOn) {
+    const Simulator simulator;
+    CameraClient client({FrameType::HEADSET, FrameType::COLOR});
+    std::promise<FrameSetConfigurationUpdate> told;
+    const auto initial = client.camera().registerFrameSetConfigurationUpdateCallback(
+        [&](const FrameSetConfigurationUpdate& update) { told.set_value(update); });
+    const auto serves = [](const FrameSetConfigurationUpdate& state, const char* purpose) {
+        return state.muxMode.purposeData.count(purpose) > 0;
+    };
+    EXPECT_TRUE(serves(initial, "passthrough"));
+    client.start();
+    EXPECT_TRUE(client.receive(5));
+    EXPECT_EQ(client.first().last.muxState, initial.header);
+
+    EXPECT_FALSE(client.provider->applyMuxMode("no such mode", 0));
+    EXPECT_TRUE(client.provider->applyMuxMode(initial.muxMode.secondaryName, 0));
+    auto update = told.get_future();
+    ASSERT_EQ(update.wait_for(30s), std::future_status::ready);
+    const FrameSetConfigurationUpdate state = update.get();
+    EXPECT_EQ(state.muxMode.name, initial.muxMode.secondaryName);
+    EXPECT_FALSE(serves(state, "passthrough"));
+    EXPECT_EQ(state.slotConfigurations.size(), 2U);
+    EXPECT_TRUE(client.waitUntil([&] { return client.first().last.muxState == state.header; }));
+    EXPECT_GE(client.first().last.timestamp, static_cast<int64_t>(state.value));
+    // The headset's cameras go on, the color camera has been left out.
+    const size_t headsetFrames = client.first().frameSets;
+    EXPECT_TRUE(client.waitUntil([&] { return client.first().frameSets > headsetFrames + 10; }));
+    EXPECT_EQ(client.readers[1]->last.muxState, initial.header);
+    client.stop();
+}
+
+TEST_F(EndToEndDeathTest, MuxRegistrationIsRefusedUnlessThePreparedStreamIsStopped) {
+    const std::string refusal =
+        "F/Moriak-HidlWrapper: Failed to register handler and return initial MuxState: 2 Please "
+        "ensure you have added the CameraStream to a CompositeStream and that the stream is "
+        "stopped.\n";
+    EXPECT_DEATH(
+        {
+            const Simulator simulator;
+            CameraClient client({FrameType::HEADSET});
+            client.start();
+            client.camera().registerFrameSetConfigurationUpdateCallback({});
+        },
+        refusal);
+    EXPECT_DEATH(
+        {
+            const Simulator simulator;
+            createCameraProvider()
+                ->getStream(FrameType::HEADSET, "test")
+                ->registerFrameSetConfigurationUpdateCallback({});
+        },
+        refusal);
+}
+
+/// Streams until the service is killed while this client has a frame set in its hands.
+void streamUntilTheServiceIsKilled(Simulator& simulator, CameraClient& client) {
+    bool isKilled = false;
+    client.first().look = [&](const FrameSet& frameSet) {
+        if (client.first().frameSets >= 5 && !isKilled) {
+            simulator.kill();
+            isKilled = true;
+            // The images outlive the service.
+            EXPECT_EQ(client.first().image(frameSet, 0).print().substr(0, 2), "0-");
+        }
+    };
+    client.start();
+    client.waitUntil([&] { return isKilled; });
+}
+
+TEST_F(EndToEndDeathTest, ServiceKilledInTheMiddleOfAFrameSetLeavesTheClientAlive) {
+    EXPECT_EXIT(
+        {
+            TestSupport::watchForDeath();
+            Simulator simulator;
+            CameraClient client({FrameType::HEADSET});
+            client.provider->registerDisconnectEventHandler(
+                {[](const void* /*context*/) { std::fputs("handler called\n", stderr); }, nullptr});
+            streamUntilTheServiceIsKilled(simulator, client);
+            TestSupport::awaitDeath();
+            client.composite->waitFor(0ns);
+            const bool isOver = client.composite->waitFor(0ns) == WaitResult::NOTHING_DELIVERED;
+            _exit(isOver && createCameraProvider() == nullptr && !HasFailure() ? 0 : 1);
+        },
+        ExitedWithCode(0), "custom coronaries.\nhandler called\n[^\n]* ignoring.\n$");
+}
+
+TEST_F(EndToEndDeathTest, CommandToAKilledCameraServiceIsFatal) {
+    EXPECT_DEATH(
+        {
+            TestSupport::watchForDeath();
+            Simulator simulator;
+            CameraClient client({FrameType::HEADSET});
+            streamUntilTheServiceIsKilled(simulator, client);
+            TestSupport::awaitDeath();
+            client.camera().stop();
+        },
+        "F/Moriak-HidlWrapper: HIDL error in virtual void "
+        "Vek::Sensors::HidlWrapper::CameraStream::stop\\(\\): [^\n]*DEAD_OBJECT");
+}
+
+const TestSupport::ClientRole kHoldingClient{
+    "camera-holder", [] {
+        CameraClient client({FrameType::HEADSET});
+        client.first().look = [&](const FrameSet& /*frameSet*/) {
+            if (client.first().frameSets == 3 && TestSupport::sendNotice("holding")) {
+                pause();
+            }
+        };
+        client.start();
+        client.receive(4);
+        return 1;
+    }};
+
+TEST_F(EndToEndTest, ClientsKilledWithFrameSetsInTheirHandsLeaveNothingAndDisturbNobody) {
+    Simulator simulator;
+    CameraClient client({FrameType::HEADSET});
+    client.start();
+    EXPECT_TRUE(client.receive(5));
+    TestSupport::ProcessResources before = TestSupport::resourcesOf(simulator.pid());
+    before.threads += 64;
+    constexpr size_t kHolders = 3;
+    {
+        std::vector<std::unique_ptr<TestSupport::ChildProcess>> holders;
+        for (size_t i = 0; i < kHolders; ++i) {
+            holders.push_back(TestSupport::startClient("camera-holder"));
+        }
+        for (const auto& holder : holders) {
+            EXPECT_EQ(holder->awaitNotice(), "holding");
+        }
+        EXPECT_TRUE(client.receive(10));
+    }
+    EXPECT_TRUE(client.receive(10));
+    EXPECT_TRUE(simulator.settlesAt(before));
+    client.stop();
+    const Account account(simulator.finish(), "headset cameras");
+    EXPECT_TRUE(account.isBalanced());
+    EXPECT_GE(account.reclaimed, kHolders);
+    EXPECT_LE(account.reclaimed, 2 * kHolders);
+}
+
+}  // namespace

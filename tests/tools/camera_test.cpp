@@ -1,0 +1,108 @@
+// What sensorctl makes of frame sets and images.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <algorithm>
+
+#include "camera/camera_records.h"
+#include "camera/picture.h"
+#include "failure.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::StartsWith;
+using namespace Vek::Sensors;
+
+CameraFrame frameOf(PixelFormat format, uint32_t width, uint32_t height, uint32_t stride) {
+    CameraFrame frame{};
+    frame.frameType = FrameType::HEADSET;
+    frame.pixelFormat = format;
+    frame.width = width;
+    frame.height = height;
+    frame.stride = stride;
+    return frame;
+}
+
+TEST(PictureTest, EveryFormatBecomesBytesWithoutGaps) {
+    constexpr std::byte kBuffer[] = {std::byte{0xff}, std::byte{0x03}, std::byte{0x00},
+                                     std::byte{0x02}, std::byte{0xaa}, std::byte{0xaa},
+                                     std::byte{0xaa}, std::byte{0xaa}, std::byte{0x10},
+                                     std::byte{0x00}, std::byte{0xf0}, std::byte{0x0f}};
+    const auto componentsOf = [&](PixelFormat format, uint32_t width) {
+        return pictureOf(frameOf(format, width, 2, 8), kBuffer).components;
+    };
+    EXPECT_THAT(componentsOf(PixelFormat::GREY_8, 2), ElementsAre(0xff, 0x03, 0x10, 0x00));
+    EXPECT_THAT(componentsOf(PixelFormat::GREY_10, 2), ElementsAre(255, 128, 4, 255));
+    EXPECT_THAT(componentsOf(PixelFormat::DEPTH_16, 2), ElementsAre(63, 32, 1, 255));
+    EXPECT_THAT(componentsOf(PixelFormat::RGBA_8888, 1),
+                ElementsAre(0xff, 0x03, 0x00, 0x02, 0x10, 0x00, 0xf0, 0x0f));
+}
+
+TEST(PictureTest, ImageThatItsBufferCannotHoldIsRefused) {
+    const std::vector<std::byte> buffer(100);
+    const auto isRefused = [&](const CameraFrame& frame) {
+        try {
+            pictureOf(frame, {buffer.data(), buffer.size()});
+            return false;
+        } catch (const Failure&) {
+            return true;
+        }
+    };
+    EXPECT_FALSE(isRefused(frameOf(PixelFormat::GREY_8, 10, 10, 10)));
+    EXPECT_FALSE(isRefused(frameOf(PixelFormat::GREY_8, 4, 9, 12)));  // no gap after the last row
+    const CameraFrame refused[] = {
+        frameOf(PixelFormat::GREY_8, 10, 11, 10),
+        frameOf(PixelFormat::GREY_10, 10, 10, 10),
+        frameOf(PixelFormat::GREY_8, 10, 10, 9),
+        frameOf(PixelFormat::RGBA_8888, UINT32_MAX, 1, UINT32_MAX),
+        frameOf(PixelFormat::GREY_8, 1, UINT32_MAX, UINT32_MAX),
+        frameOf(PixelFormat::GREY_8, 0, 10, 10),
+        frameOf(PixelFormat::GREY_8, 10, 0, 10),
+        frameOf(static_cast<PixelFormat>(4), 10, 10, 10),
+    };
+    for (const CameraFrame& frame : refused) {
+        EXPECT_TRUE(isRefused(frame)) << frame.width << "x" << frame.height;
+    }
+    CameraFrame missing = frameOf(PixelFormat::GREY_8, 10, 10, 10);
+    missing.frameType = FrameType::NOT_RECEIVED;
+    EXPECT_TRUE(isRefused(missing));
+}
+
+TEST(PictureTest, PngHoldsWhatWasWritten) {
+    const std::string path = ::testing::TempDir() + "picture.png";
+    const Picture picture{3, 2, Picture::Format::GREY, {0, 50, 100, 150, 200, 250}};
+    writePng(path, picture);
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_NE(png_image_begin_read_from_file(&image, path.c_str()), 0) << image.message;
+    image.format = PNG_FORMAT_GRAY;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    ASSERT_NE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr), 0);
+    EXPECT_EQ(pixels, picture.components);
+    EXPECT_EQ(image.width, 3U);
+    EXPECT_THROW(writePng("/nonexistent/picture.png", picture), Failure);
+}
+
+TEST(FrameSetRecordTest, RowHasAColumnForEveryTitleWhateverTheServiceCounts) {
+    const std::string titles = RecordFormat<FrameSet>::kCsvTitles;
+    FrameSet frameSet{};
+    frameSet.timestamp = 1'700'000'000'000'000'001;
+    frameSet.sequence = 4'294'967'295;
+    frameSet.frameType = FrameType::COLOR;
+    for (const uint32_t frames : {0U, 2U, 10U, UINT32_MAX}) {
+        frameSet.numFrames = frames;
+        fmt::memory_buffer out;
+        RecordFormat<FrameSet>::appendCsv(out, frameSet);
+        const std::string row = fmt::to_string(out);
+        EXPECT_EQ(std::count(row.begin(), row.end(), ','),
+                  std::count(titles.begin(), titles.end(), ','));
+        EXPECT_THAT(row, StartsWith(fmt::format("1700000000000000001,4294967295,9,{},0", frames)));
+        EXPECT_FALSE(RecordFormat<FrameSet>::describe(frameSet).empty());
+    }
+    EXPECT_THAT(titles, EndsWith(",frame9_temperature_c"));
+}
+
+}  // namespace
