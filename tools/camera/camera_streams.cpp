@@ -21,39 +21,33 @@ std::string streamName(FrameType type) {
     return "camera-" + nameOf(type);
 }
 
-/// Nothing if the device has no camera of that type.
-void openStream(ICameraProvider& provider, FrameType type, Streams& streams) {
-    if (auto camera = provider.getStream(type, "sensorctl")) {
-        const std::shared_ptr<ICameraStream> shared(std::move(camera));
-        streams.push_back(std::make_unique<TypedSensorStream<FrameSet>>(
-            streamName(type), shared->stream(),
-            StreamControl{[shared] { shared->start(); }, [shared] { shared->stop(); }},
-            std::nullopt));
+/// Those of the types that the device has. Throws Failure if it has none of them.
+Streams openStreams(const std::string& name, const std::vector<FrameType>& types) {
+    const auto provider = requireService(createCameraProvider(), "ICameraProvider");
+    Streams streams;
+    for (const FrameType type : types) {
+        if (auto camera = provider->getStream(type, "sensorctl")) {
+            const std::shared_ptr<ICameraStream> shared(std::move(camera));
+            streams.push_back(std::make_unique<TypedSensorStream<FrameSet>>(
+                streamName(type), shared->stream(),
+                StreamControl{[shared] { shared->start(); }, [shared] { shared->stop(); }},
+                std::nullopt));
+        }
     }
+    if (streams.empty()) {
+        throw Failure(ExitCode::USAGE, name + ": the service has no such cameras");
+    }
+    return streams;
 }
 
 Streams openAll(const SessionOptions& /*options*/) {
-    const auto provider = requireService(createCameraProvider(), "ICameraProvider");
-    Streams streams;
-    for (const FrameType type : streamFrameTypes()) {
-        openStream(*provider, type, streams);
-    }
-    return streams;
+    return openStreams(kAllCameras, streamFrameTypes());
 }
 
 Streams openOne(FrameType type, const SessionOptions& options) {
-    Streams streams;
     const auto& chosen = options.streams;
-    if (std::find(chosen.begin(), chosen.end(), kAllCameras) != chosen.end()) {
-        return streams;  // It is one of them.
-    }
-    const auto provider = requireService(createCameraProvider(), "ICameraProvider");
-    openStream(*provider, type, streams);
-    if (streams.empty()) {
-        throw Failure(ExitCode::USAGE,
-                      fmt::format("{}: the service has no such cameras", streamName(type)));
-    }
-    return streams;
+    const bool isAmongAll = std::find(chosen.begin(), chosen.end(), kAllCameras) != chosen.end();
+    return isAmongAll ? Streams() : openStreams(streamName(type), {type});
 }
 
 }  // namespace

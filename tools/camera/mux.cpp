@@ -40,12 +40,16 @@ void addMuxCommand(CLI::App& app) {
         "mux",
         "Show how the cameras are shared out among their purposes, after applying a mode if one is "
         "named");
+    CLI::Option* const mode =
+        command
+            .add_option(
+                "MODE", options->mode,
+                "Mux mode to apply, for all clients; the service has no list of them, only the "
+                "one in force and its fallback are known")
+            ->type_name("");
     command
-        .add_option("mode", options->mode,
-                    "Mux mode to apply, for all clients; the service has no list of them, only the "
-                    "one in force and its fallback are known")
-        ->type_name("MODE");
-    command.add_flag("--at-once", options->isAtOnce,
-                     "Switch at once, not at the end of the running cycle of slots");
+        .add_flag("--at-once", options->isAtOnce,
+                  "Switch at once, not at the end of the running cycle of slots")
+        ->needs(mode);
     command.callback([options] { mux(*options); });
 }
