@@ -1,8 +1,8 @@
 // See headset.h.
 #include "headset.h"
 
-#include "environment/environment_devices.h"
 #include "camera/camera_devices.h"
+#include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
 
 namespace Simulator {

@@ -1,8 +1,8 @@
 // Gathers what the areas offer.
 #include "stream_kinds.h"
 
-#include "environment/environment_streams.h"
 #include "camera/camera_streams.h"
+#include "environment/environment_streams.h"
 #include "motion/motion_streams.h"
 
 std::vector<StreamKind> streamKinds() {

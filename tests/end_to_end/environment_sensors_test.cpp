@@ -396,7 +396,8 @@ TEST_F(EnvironmentSensorsTest, KilledClientLeavesNothingInTheService) {
         ASSERT_EQ(client->awaitNotice(), "in use");
         EXPECT_FALSE(leds->startOverridingLedSettings());
         client->end(SIGKILL);
-        EXPECT_TRUE(simulator.settlesAt({before.descriptors, before.threads + 64, before.mappings}));
+        EXPECT_TRUE(
+            simulator.settlesAt({before.descriptors, before.threads + 64, before.mappings}));
     }
     EXPECT_TRUE(becomesTrue([&] { return leds->startOverridingLedSettings(); }));
     EXPECT_TRUE(ask(1));
