@@ -263,12 +263,13 @@ FrameSetCounts FrameSetServer::counts() const {
 
 std::string FrameSetServer::summary() const {
     const FrameSetCounts all = counts();
+    const std::lock_guard lock{mutex_};
     std::string line = fmt::format(
         "{}: {} frame sets handed out to {} clients, {} came back; {} twice, {} altered, {} never; "
         "{} reclaimed, {} dropped",
         plan_.name, all.handedOut, clientsSoFar_, all.cameBack, all.cameTwice, all.cameAltered,
         all.neverCameBack, all.reclaimed, all.dropped);
-    if (const uint64_t missed = sampler_.missedSamples(); missed > 0) {
+    if (const uint64_t missed = sampler_.missedSamples() + tooSoon_; missed > 0) {
         line += fmt::format(" ({} were not taken: the machine was too busy)", missed);
     }
     return line;
@@ -281,7 +282,8 @@ void FrameSetServer::deliver(const Batch& batch) {
         for (const ClientPointer& client : clients_) {
             client->collect();
         }
-        if (!beginLocked(nanoseconds(batch.firstSample), &frameSet)) {
+        if (isTooSoonLocked(batch.period) ||
+            !beginLocked(nanoseconds(batch.firstSample), &frameSet)) {
             return;
         }
     }
@@ -293,6 +295,18 @@ void FrameSetServer::deliver(const Batch& batch) {
             faults_->countWritten(1);
         }
     }
+}
+
+/// The sampler makes up for a thread that got to run late. A camera does not: clients whose queues
+/// hold one frame set could not keep up, through no fault of theirs.
+bool FrameSetServer::isTooSoonLocked(std::chrono::nanoseconds period) {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lastFrameSet_ < period / 2) {
+        ++tooSoon_;
+        return true;
+    }
+    lastFrameSet_ = now;
+    return false;
 }
 
 /// All of the frame set but its images.

@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -90,6 +91,7 @@ class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
     };
 
     void deliver(const Batch& batch);
+    bool isTooSoonLocked(std::chrono::nanoseconds period);
     bool beginLocked(int64_t timestamp, Hal::FrameSet* frameSet);
     uint32_t freeBufferLocked() const;
     void draw(Hal::FrameSet* frameSet);
@@ -116,6 +118,8 @@ class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
     Mux mux_;
     Mux nextMux_;
     uint32_t nextSequence_ = 0;
+    std::chrono::steady_clock::time_point lastFrameSet_;
+    uint64_t tooSoon_ = 0;
     Sampler sampler_;  // the last: its thread uses all of the others
 };
 
