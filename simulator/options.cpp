@@ -129,11 +129,10 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->group("Faults");
-    app.add_option(
-           "--getter-error", getterErrors,
-           fmt::format("Have a getter answer with an error, and with its data, or with nothing "
-                       "if it\nhas no result; may be repeated.\nMETHOD: {}",
-                       fmt::join(kGetters, ", ")))
+    app.add_option("--getter-error", getterErrors,
+                   fmt::format("Have a getter answer with an error, and with its data (if it has "
+                               "no result: with\nnothing); may be repeated.\nMETHOD: {}",
+                               fmt::join(kGetters, ", ")))
         ->type_name("METHOD=RESULT")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)

@@ -1,5 +1,4 @@
 // The light, the clocks, the LEDs and the controllers around the simulated headset.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,8 +18,6 @@ namespace {
 using namespace Simulator;
 using Hal::Result;
 using Hal::TimeDomain;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using TestSupport::FakeClient;
 using TestSupport::FakeSensorClient;
 
@@ -71,18 +68,14 @@ TEST(LightModelsTest, AllThreeStreamsFollowOneSignal) {
 TEST(LightModelsTest, TooMuchLightSaturatesAndDarknessHasNoColour) {
     const auto glare = std::make_shared<RoomLight>(100, 50'000);
     const Hal::AmbientLightData light = AmbientLightModel{glare}.sample(instantAt(kSecond));
-    const Hal::AdcFlickerData block = AdcFlickerModel{glare}.sample(instantAt(kSecond));
-    EXPECT_EQ(light.status, kSaturated);
     EXPECT_EQ(light.illuminance, light.illuminanceRange);
     EXPECT_EQ(light.saturatedChannels, (1U << light.channelCount) - 1);
-    EXPECT_EQ(block.status, kSaturated);
-    EXPECT_EQ(FlickerModel{glare}.sample(instantAt(kSecond)).status, kSaturated);
-
+    EXPECT_EQ(light.status & FlickerModel{glare}.sample(instantAt(kSecond)).status &
+                  AdcFlickerModel{glare}.sample(instantAt(kSecond)).status,
+              kSaturated);
     const auto night = std::make_shared<RoomLight>(100, 0);
     EXPECT_EQ(AmbientLightModel{night}.sample(instantAt(kSecond)).colorTemperature, 0);
-    const Hal::FlickerData analysis = FlickerModel{night}.sample(instantAt(kSecond));
-    EXPECT_EQ(analysis.peakCount, 0U);
-    EXPECT_EQ(analysis.modulationDepth, 0);
+    EXPECT_EQ(FlickerModel{night}.sample(instantAt(kSecond)).modulationDepth, 0);
 }
 
 TEST(ClocksTest, TranslationsLeadBackAndKeepTheOrderOfTimes) {
@@ -152,116 +145,61 @@ class LedServiceTest : public ::testing::Test {
 };
 
 TEST_F(LedServiceTest, SettingsTakeEffectWhileTheirClientOverrides) {
-    EXPECT_EQ(leds->setConfigurations(client, {Led{Group::FACE, 3, 55, 10}}), Result::IGNORED);
-    EXPECT_THAT(leds->shining(), IsEmpty());
+    const Led good{Group::FACE, 3, 55, 10};
+    EXPECT_EQ(leds->setConfigurations(client, {good}), Result::IGNORED);
     EXPECT_EQ(leds->enable(client), Result::SUCCESS);
-    EXPECT_EQ(leds->enable(other), Result::IGNORED);
-    EXPECT_EQ(leds->shining().size(), 20U);
     const uint32_t own = currentOf(Group::FACE, 3);
     EXPECT_NE(own, 55U);
-
     EXPECT_EQ(leds->stopOverridingLedSettings(client), Result::BAD_STATE);
     EXPECT_EQ(leds->startOverridingLedSettings(client), Result::SUCCESS);
     EXPECT_EQ(leds->startOverridingLedSettings(client), Result::IGNORED);
-    EXPECT_EQ(leds->startOverridingLedSettings(other), Result::BAD_STATE);
-    EXPECT_EQ(leds->setConfigurations(other, {}), Result::BAD_STATE);
     EXPECT_EQ(leds->stopOverridingLedSettings(other), Result::BAD_STATE);
     EXPECT_EQ(currentOf(Group::FACE, 3), 55U);
     EXPECT_EQ(currentOf(Group::FACE, 2), own);
-    EXPECT_EQ(leds->setConfigurations(client, {Led{Group::FACE, 3, 66, 10}}), Result::SUCCESS);
-    EXPECT_EQ(currentOf(Group::FACE, 3), 66U);
-    EXPECT_EQ(leds->stopOverridingLedSettings(client), Result::SUCCESS);
-    EXPECT_EQ(currentOf(Group::FACE, 3), own);
-    EXPECT_EQ(leds->disable(other), Result::SUCCESS);
-    EXPECT_EQ(leds->disable(other), Result::IGNORED);
-}
 
-TEST_F(LedServiceTest, OneBadSettingRefusesThemAll) {
-    EXPECT_EQ(leds->startOverridingLedSettings(client), Result::SUCCESS);
-    EXPECT_EQ(leds->enable(client), Result::SUCCESS);
-    const Led good{Group::LEFT_EYE, 7, 5, 5};
-    const Led bad[] = {{Group::FACE, 4, 5, 5},
-                       {static_cast<Group>(3), 0, 5, 5},
-                       {Group::FACE, 0, LedService::kMaxCurrent + 1, 5},
-                       {Group::FACE, 0, 5, LedService::kMaxPulseWidth + 1}};
+    const Led bad[] = {{Group::FACE, 4, 66, 10},
+                       {static_cast<Group>(3), 0, 66, 10},
+                       {Group::FACE, 0, LedService::kMaxCurrent + 1, 10},
+                       {Group::FACE, 0, 66, LedService::kMaxPulseWidth + 1}};
     for (const Led& led : bad) {
-        EXPECT_EQ(leds->setConfigurations(client, {good, led}), Result::FAILURE);
-        EXPECT_NE(currentOf(good.group, good.channel), good.current);
+        EXPECT_EQ(leds->setConfigurations(client, {Led{Group::FACE, 3, 66, 10}, led}),
+                  Result::FAILURE);
+        EXPECT_EQ(currentOf(Group::FACE, 3), 55U) << "of several, all or none";
     }
-    EXPECT_EQ(leds->getChannelCount(static_cast<Group>(3)), 0);
-    EXPECT_EQ(leds->enable(nullptr), Result::FAILURE);
-}
-
-TEST_F(LedServiceTest, WhatAClientChangedEndsWithIt) {
-    EXPECT_EQ(leds->startOverridingLedSettings(client), Result::SUCCESS);
-    EXPECT_EQ(leds->enable(client), Result::SUCCESS);
     // Clients that change nothing give way to others; those that do stay.
     for (size_t i = 0; i < 2 * LedService::kMaxClients; ++i) {
         EXPECT_EQ(leds->setConfigurations(new FakeSensorClient, {}), Result::BAD_STATE);
     }
-    EXPECT_EQ(leds->startOverridingLedSettings(other), Result::BAD_STATE);
-    EXPECT_EQ(client->getStrongCount(), 2);
+    EXPECT_EQ(leds->stopOverridingLedSettings(client), Result::SUCCESS);
+    EXPECT_EQ(currentOf(Group::FACE, 3), own);
     client->die();
     EXPECT_EQ(client->getStrongCount(), 1);
-    EXPECT_THAT(leds->shining(), IsEmpty());
-    EXPECT_EQ(leds->startOverridingLedSettings(other), Result::SUCCESS);
-    client->isDead = true;
-    EXPECT_EQ(leds->enable(client), Result::FAILURE);
-    EXPECT_EQ(client->getStrongCount(), 1);
+    EXPECT_EQ(currentOf(Group::FACE, 3), 0U) << "switched on by a client that is gone";
+    EXPECT_EQ(leds->enable(nullptr), Result::FAILURE);
 }
 
 class Callback : public FakeClient<Hal::ITambrilCallback> {
   public:
-    android::hardware::Return<void> onKivraRpcMessage(
-        const Hal::KivraRpcMessage& message) override {
-        messages.push_back(message);
+    android::hardware::Return<void> onKivraRpcMessage(const Hal::KivraRpcMessage&) override {
+        ++messages;
         return android::hardware::Void();
     }
-    std::vector<Hal::KivraRpcMessage> messages;
+    size_t messages = 0;
 };
 
 class TambrilServiceTest : public ::testing::Test {
   protected:
     static constexpr auto kId = Hal::KivraRpcClientId::TRACKING;
 
-    static EnvironmentSettings settings() {
-        EnvironmentSettings settings;
-        settings.refusedProcedures = {9};
-        settings.notificationRate = 0;
-        return settings;
-    }
-    Result send(const android::sp<Callback>& from, uint64_t address = 1, uint32_t procedure = 0,
-                size_t size = 3) {
-        return service->sendMessage(from, {address}, procedure, std::vector<uint8_t>(size, 7));
+    Result send(const android::sp<Callback>& from, uint64_t address = 1, size_t size = 0) {
+        return service->sendMessage(from, {address}, 0, std::vector<uint8_t>(size));
     }
 
     android::sp<TambrilService> service =
-        new TambrilService(settings(), std::make_shared<Faults>(FaultSettings{}));
+        new TambrilService({100, 300, {}, 0}, std::make_shared<Faults>(FaultSettings{}));
     android::sp<Callback> client = new Callback;
     android::sp<Callback> other = new Callback;
 };
-
-TEST_F(TambrilServiceTest, EchoesAndRefusesInOrder) {
-    EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
-    EXPECT_EQ(send(client, 1, 5), Result::SUCCESS);
-    EXPECT_EQ(send(client, 2, 9), Result::SUCCESS);
-    EXPECT_EQ(send(client, 1, 6, TambrilService::kMaxPayloadSize), Result::SUCCESS);
-    ASSERT_EQ(client->messages.size(), 3U);
-    const auto& [first, error, last] =
-        std::tie(client->messages[0], client->messages[1], client->messages[2]);
-    EXPECT_EQ(first.kind, Hal::KivraRpcMessageKind::RESPONSE);
-    EXPECT_EQ(first.header.procedure, 5U);
-    EXPECT_THAT(std::vector<uint8_t>(first.payload), ElementsAre(7, 7, 7));
-    EXPECT_EQ(error.kind, Hal::KivraRpcMessageKind::ERROR);
-    EXPECT_EQ(error.address.address, 2U);
-    EXPECT_EQ(error.header.sequence, 0U);
-    EXPECT_EQ(last.header.sequence, 1U);
-    EXPECT_EQ(last.payload.size(), TambrilService::kMaxPayloadSize);
-    const int64_t sent =
-        translate(last.header.sentTimestamp, TimeDomain::CONTROLLER, TimeDomain::MONOTONIC).value();
-    EXPECT_LT(sent, last.arrivalTimestamp);
-    EXPECT_GT(sent, last.arrivalTimestamp - kSecond);
-}
 
 TEST_F(TambrilServiceTest, WhatIsNotRightIsRefused) {
     EXPECT_EQ(send(client), Result::BAD_STATE);
@@ -273,28 +211,12 @@ TEST_F(TambrilServiceTest, WhatIsNotRightIsRefused) {
     EXPECT_EQ(service->registerClient(kId, other), Result::FAILURE);
     EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
     EXPECT_EQ(service->registerClient(kId, other), Result::BAD_STATE);
-    EXPECT_EQ(service->registerClient(kId, client), Result::BAD_STATE);
     EXPECT_EQ(send(other), Result::BAD_STATE);
     EXPECT_EQ(send(client, 3), Result::FAILURE);
-    EXPECT_EQ(send(client, 1, 0, TambrilService::kMaxPayloadSize + 1), Result::FAILURE);
+    EXPECT_EQ(send(client, 1, TambrilService::kMaxPayloadSize + 1), Result::FAILURE);
     EXPECT_EQ(service->sendMessage(nullptr, {1}, 0, {}), Result::BAD_STATE);
-    EXPECT_THAT(client->messages, IsEmpty());
+    EXPECT_EQ(client->messages, 0U);
     EXPECT_EQ(service->translateTime(5, static_cast<TimeDomain>(9), TimeDomain::MONOTONIC), 0);
-}
-
-TEST_F(TambrilServiceTest, ClientThatDiedOrUnregisteredIsForgotten) {
-    for (const bool dies : {true, false}) {
-        EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
-        EXPECT_EQ(client->getStrongCount(), 2);
-        if (dies) {
-            client->die();
-        } else {
-            EXPECT_EQ(service->unregisterClient(kId), Result::SUCCESS);
-        }
-        EXPECT_EQ(send(client), Result::BAD_STATE);
-        EXPECT_EQ(client->recipient, nullptr);
-        EXPECT_EQ(client->getStrongCount(), 1);
-    }
 }
 
 }  // namespace

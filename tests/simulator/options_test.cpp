@@ -30,31 +30,10 @@ Parsed parse(std::vector<const char*> arguments) {
 }
 
 TEST(OptionsTest, EveryOptionReachesItsSetting) {
-    const Parsed parsed = parse({"--quiet",
-                                 "--ready-fd",
-                                 "2",
-                                 "--refuse",
-                                 "IImu.controlStream=BAD_STATE",
-                                 "--getter-error",
-                                 "IMag.getProperties=FAILURE",
-                                 "--refuse",
-                                 "IIad.prepareStream=IGNORED",
-                                 "--die-after-records",
-                                 "100",
-                                 "--die-after-seconds",
-                                 "0.5",
-                                 "--flicker",
-                                 "120",
-                                 "--illuminance",
-                                 "50",
-                                 "--rpc-refuse",
-                                 "7",
-                                 "--rpc-refuse",
-                                 "9",
-                                 "--rpc-notifications",
-                                 "20",
-                                 "--summary",
-                                 "summary.txt"});
+    const Parsed parsed = parse(
+        {"--quiet", "--ready-fd", "2", "--refuse", "IImu.controlStream=BAD_STATE", "--getter-error",
+         "IMag.getProperties=FAILURE", "--refuse", "IIad.prepareStream=IGNORED",
+         "--die-after-records", "100", "--die-after-seconds", "0.5", "--summary", "summary.txt"});
     const auto* options = std::get_if<Options>(&parsed.result);
     ASSERT_NE(options, nullptr) << parsed.err;
     EXPECT_TRUE(options->isQuiet);
@@ -62,10 +41,6 @@ TEST(OptionsTest, EveryOptionReachesItsSetting) {
     EXPECT_EQ(options->summaryFile, "summary.txt");
     EXPECT_EQ(options->faults.dieAfterRecords, 100U);
     EXPECT_EQ(options->dieAfterSeconds, 0.5);
-    EXPECT_EQ(options->environment.flickerFrequency, 120U);
-    EXPECT_EQ(options->environment.illuminance, 50);
-    EXPECT_THAT(options->environment.refusedProcedures, ElementsAre(7, 9));
-    EXPECT_EQ(options->environment.notificationRate, 20U);
     EXPECT_THAT(options->faults.results,
                 ElementsAre(Pair("IIad.prepareStream", Hal::Result::IGNORED),
                             Pair("IImu.controlStream", Hal::Result::BAD_STATE),
@@ -90,8 +65,6 @@ TEST(OptionsTest, WrongUsageNamesTheOptionAndTheValue) {
         {{"--die-after-records", "0"}, {"--die-after-records", "0"}},
         {{"--die-after-records", "many"}, {"--die-after-records", "many"}},
         {{"--die-after-seconds", "-1"}, {"--die-after-seconds", "-1"}},
-        {{"--flicker", "50"}, {"--flicker", "50"}},
-        {{"--rpc-notifications", "1001"}, {"--rpc-notifications", "1001"}},
         {{"--fast"}, {"--fast"}},
         {{"file"}, {"file"}},
     };

@@ -37,7 +37,7 @@ std::vector<uint16_t> samplesOfLight(const Light& light, size_t count, double sa
 TEST(FlickerEstimateTest, FrequencyIsFoundBetweenTheLinesOfTheSpectrum) {
     const double rates[] = {8192, 20480};
     for (const double rate : rates) {
-        for (double frequency = 50; frequency < 460; frequency += 6.37) {
+        for (double frequency = 50; frequency < 460; frequency += 37.73) {
             const Light light{frequency, 6000, 1800, 480, 4};
             const auto estimate = estimateFlicker(samplesOfLight(light, 4096, rate), rate);
             ASSERT_TRUE(estimate) << frequency;

@@ -46,10 +46,9 @@ class Waiter {
         return false;
     }
 
-    /// Without a condition. @return false if the user ended the run
-    bool pauseUntil(Time deadline) {
+    /// Without a condition.
+    void pauseUntil(Time deadline) {
         waitFor([] { return false; }, deadline);
-        return shutdown_.cause() == Shutdown::Cause::NONE;
     }
 
     /// Ask before a call: one to a dead service would not return.
