@@ -15,7 +15,16 @@ using Clock = std::chrono::steady_clock;
 /// once would overrun the queues of clients that did nothing wrong.
 constexpr std::chrono::milliseconds kMaxLag{15};
 
+int64_t toNanoseconds(Clock::time_point time) {
+    return std::chrono::nanoseconds(time.time_since_epoch()).count();
+}
+
 }  // namespace
+
+SampleInstant instantOf(const Batch& batch, uint32_t index, Clock::time_point arrival) {
+    return {toNanoseconds(batch.firstSample + index * batch.period), toNanoseconds(arrival),
+            batch.firstSequence + index};
+}
 
 Sampler::Sampler(SamplingPlan plan, std::function<void(const Batch&)> deliver)
     : deliver_(std::move(deliver)), plan_(plan), thread_([this] { run(); }) {}

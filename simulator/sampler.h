@@ -37,6 +37,10 @@ struct SampleInstant {
     uint32_t sequence;
 };
 
+/// @param arrival when the service had the batch in hand
+SampleInstant instantOf(const Batch& batch, uint32_t index,
+                        std::chrono::steady_clock::time_point arrival);
+
 /// Runs only while somebody listens. Deadlines follow from each other, not from when the thread got
 /// to run, so that the rate holds.
 ///

@@ -1,5 +1,5 @@
-// See stream_server.h.
-#include "stream_server.h"
+// See stream_clients.h.
+#include "stream_clients.h"
 
 #include <fmt/format.h>
 

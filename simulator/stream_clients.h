@@ -1,0 +1,220 @@
+// The clients of one stream, and the writing of records into their queues.
+#pragma once
+
+#include <hwbinder/IPCThreadState.h>
+#include <log/log.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "client_register.h"
+#include "client_stream.h"
+#include "faults.h"
+#include "hal.h"
+
+namespace Simulator {
+
+struct StreamStatistics {
+    uint64_t clients = 0;
+    uint64_t recordsWritten = 0;
+    uint64_t recordsDropped = 0;
+    uint64_t samplesMissed = 0;
+};
+
+/// A line for the user.
+std::string summaryOf(const std::string& name, const StreamStatistics& statistics);
+
+template <typename Record>
+struct StreamClient : RegisteredClient {
+    StreamClient(const android::sp<Hal::ISensorClient>& client,
+                 const typename ClientStream<Record>::Queue::Descriptor& queue,
+                 const Hal::FmqConfig& config)
+        : RegisteredClient(client),
+          process(android::hardware::IPCThreadState::self()->getCallingPid()),
+          stream(queue, config) {}
+
+    const int process;
+    ClientStream<Record> stream;
+    bool isStarted = false;
+    uint64_t recordsWritten = 0;
+    uint64_t recordsDropped = 0;
+    /// At how many dropped records to warn; doubled each time, so that the log stays short.
+    uint64_t nextWarning = 1;
+    uint64_t reads = 0;
+};
+
+/// Keeps a client's queue from its prepare call until it disconnects or dies.
+///
+/// Threading: prepare, control and deaths on HIDL threads, records from any thread.
+template <typename Record>
+class StreamClients : public ClientRegister<StreamClient<Record>> {
+  public:
+    using Queue = typename ClientStream<Record>::Queue;
+
+    /// @param name of the stream, for log lines
+    StreamClients(std::string name, std::shared_ptr<Faults> faults)
+        : name_(std::move(name)), faults_(std::move(faults)) {}
+
+    const std::string& name() const { return name_; }
+
+    /// Takes the client's queue; the stream is then stopped.
+    Hal::Result prepare(const typename Queue::Descriptor& queue,
+                        const android::sp<Hal::ISensorClient>& identity,
+                        const Hal::FmqConfig& config);
+
+    Hal::Result control(const android::sp<Hal::ISensorClient>& identity,
+                        Hal::StreamCommand command);
+
+    /// Into the queues of all started clients.
+    void write(const std::vector<Record>& records) {
+        write(records, [](int /*process*/) { return true; });
+    }
+
+    /// @param accepts whether the records are for the clients of a process
+    template <typename Accepts>
+    void write(const std::vector<Record>& records, const Accepts& accepts) {
+        const std::lock_guard lock{mutex_};
+        for (const ClientPointer& client : clients_) {
+            // A client that has just started is spared a batch that was begun before and is larger
+            // than its queue.
+            if (client->isStarted && client->stream.capacity() >= records.size() &&
+                accepts(client->process)) {
+                writeLocked(client.get(), records);
+            }
+        }
+    }
+
+    virtual StreamStatistics statistics() const {
+        const std::lock_guard lock{mutex_};
+        return statistics_;
+    }
+
+  protected:
+    /// No batch can be larger than the smallest queue of a started client. 0: nobody listens.
+    virtual void onBatchLimitLocked(size_t /*limit*/) {}
+
+  private:
+    using Client = StreamClient<Record>;
+    using Base = ClientRegister<Client>;
+    using Base::clients_;
+    using Base::mutex_;
+    using typename Base::ClientPointer;
+
+    void writeLocked(Client* client, const std::vector<Record>& records);
+
+    void onChangeLocked() override {
+        size_t limit = 0;
+        for (const ClientPointer& client : clients_) {
+            if (client->isStarted) {
+                const size_t capacity = client->stream.capacity();
+                limit = limit == 0 ? capacity : std::min(limit, capacity);
+            }
+        }
+        onBatchLimitLocked(limit);
+    }
+
+    void onRelease(Client& client, const char* reason) override {
+        ALOGI("%s: %s %s; %llu records written, %llu dropped, %llu reads", name_.c_str(),
+              client.name.c_str(), reason, static_cast<unsigned long long>(client.recordsWritten),
+              static_cast<unsigned long long>(client.recordsDropped),
+              static_cast<unsigned long long>(client.reads));
+    }
+
+    const std::string name_;
+    const std::shared_ptr<Faults> faults_;
+    StreamStatistics statistics_;
+};
+
+template <typename Record>
+std::string summaryOf(const StreamClients<Record>& clients) {
+    return summaryOf(clients.name(), clients.statistics());
+}
+
+template <typename Record>
+Hal::Result StreamClients<Record>::prepare(const typename Queue::Descriptor& queue,
+                                           const android::sp<Hal::ISensorClient>& identity,
+                                           const Hal::FmqConfig& config) {
+    if (identity == nullptr) {
+        ALOGW("%s: refused a stream without a client", name_.c_str());
+        return Hal::Result::FAILURE;
+    }
+    const auto client = std::make_shared<Client>(identity, queue, config);
+    client->name = describeCaller(identity);
+    const char* problem = client->stream.problem();
+    if (problem == nullptr) {
+        ClientPointer replaced;
+        {
+            const std::lock_guard lock{mutex_};
+            replaced = this->findLocked(identity);
+            this->removeLocked(replaced);
+        }
+        if (replaced != nullptr) {
+            this->release(replaced, "replaces its queue");
+        }
+        problem = this->enrol(client);
+    }
+    if (problem != nullptr) {
+        ALOGW("%s: refused %s: %s", name_.c_str(), client->name.c_str(), problem);
+        return Hal::Result::FAILURE;
+    }
+    ALOGI("%s: %s has a queue of %zu records", name_.c_str(), client->name.c_str(),
+          client->stream.capacity());
+    const std::lock_guard lock{mutex_};
+    ++statistics_.clients;
+    return Hal::Result::SUCCESS;
+}
+
+template <typename Record>
+Hal::Result StreamClients<Record>::control(const android::sp<Hal::ISensorClient>& identity,
+                                           Hal::StreamCommand command) {
+    if (identity == nullptr) {
+        return Hal::Result::FAILURE;
+    }
+    ClientPointer client;
+    {
+        const std::lock_guard lock{mutex_};
+        client = this->findLocked(identity);
+        if (client == nullptr) {
+            return Hal::Result::BAD_STATE;
+        }
+        const bool start = command == Hal::StreamCommand::START;
+        if (start || command == Hal::StreamCommand::STOP) {
+            if (client->isStarted == start) {
+                return Hal::Result::IGNORED;
+            }
+            client->isStarted = start;
+            onChangeLocked();
+            return Hal::Result::SUCCESS;
+        }
+        if (command != Hal::StreamCommand::DISCONNECT) {
+            return Hal::Result::FAILURE;
+        }
+        this->removeLocked(client);
+    }
+    this->release(client, "disconnected");
+    return Hal::Result::SUCCESS;
+}
+
+template <typename Record>
+void StreamClients<Record>::writeLocked(Client* client, const std::vector<Record>& records) {
+    client->reads += client->stream.takeReadDone() ? 1U : 0U;
+    const size_t count = records.size();
+    if (client->stream.write(records)) {
+        client->recordsWritten += count;
+        statistics_.recordsWritten += count;
+        faults_->countWritten(count);
+        return;
+    }
+    client->recordsDropped += count;
+    statistics_.recordsDropped += count;
+    if (client->recordsDropped >= client->nextWarning) {
+        client->nextWarning = 2 * client->recordsDropped;
+        ALOGW("%s: the queue of %s is full; %llu records dropped so far", name_.c_str(),
+              client->name.c_str(), static_cast<unsigned long long>(client->recordsDropped));
+    }
+}
+
+}  // namespace Simulator
