@@ -2,15 +2,18 @@
 #include "headset.h"
 
 #include "camera/camera_devices.h"
+#include "controller/controller_devices.h"
 #include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
 
 namespace Simulator {
 
-Headset::Headset(const std::shared_ptr<Faults>& faults, const EnvironmentSettings& environment) {
+Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
+                 const EnvironmentSettings& environment) {
     groups_.push_back(std::make_unique<MotionDevices>(faults));
-    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults));
     groups_.push_back(std::make_unique<CameraDevices>(faults));
+    groups_.push_back(std::make_unique<ControllerDevices>(controllers, faults));
+    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults));
 }
 
 std::string Headset::registerServices() {

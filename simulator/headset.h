@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "controller/controller_settings.h"
 #include "device_group.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
@@ -13,7 +14,8 @@ namespace Simulator {
 
 class Headset {
   public:
-    Headset(const std::shared_ptr<Faults>& faults, const EnvironmentSettings& environment);
+    Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
+            const EnvironmentSettings& environment);
 
     /// As of DeviceGroup, for all groups.
     std::string registerServices();

@@ -106,7 +106,8 @@ int main(int argc, char** argv) try {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
     android::hardware::configureRpcThreadpool(1, false);
-    Headset headset{std::make_shared<Faults>(options.faults), options.environment};
+    Headset headset{std::make_shared<Faults>(options.faults), options.controllers,
+                    options.environment};
     const std::string problem = headset.registerServices();
     if (!problem.empty()) {
         fmt::print(stderr, "error: {}\n", problem);

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "controller/controller_options.h"
 #include "environment/environment_options.h"
 
 namespace Simulator {
@@ -57,6 +58,51 @@ constexpr std::string_view kRefusableCalls[] = {
     "ICameraStreamController.startOverridingExposureSettings",
     "ICameraStreamController.stopOverridingExposureSettings",
     "ICameraStreamController.setExposureGain",
+    "IControllerProvider.prepareStateChangeStream",
+    "IControllerProvider.prepareCurlStream",
+    "IControllerProvider.prepareImuStream",
+    "IControllerProvider.prepareButtonStream",
+    "IControllerProvider.preparePrecisionPadStream",
+    "IControllerProvider.prepareMultiTouchStream",
+    "IControllerProvider.prepareStylusStream",
+    "IControllerProvider.prepareWirelessDeviceStatsStream",
+    "IControllerProvider.preparePoseInputStream",
+    "IControllerProvider.prepareInputADCStream",
+    "IControllerProvider.prepareCollisionEventStream",
+    "IControllerProvider.setWirelessFreqBlocklist",
+    "IControllerProvider.clearWirelessFreqBlocklist",
+    "IControllerProvider.allowDevice",
+    "IControllerManagementClient.enterDMM",
+    "IControllerManagementClient.exitDMM",
+    "IControllerManagementClient.pairController",
+    "IControllerManagementClient.unpairController",
+    "IControllerManagementClient.updateFirmware",
+    "IControllerStreamingClient.controlInputADCStreaming",
+    "IControllerStreamingClient.setLedConfig",
+    "IControllerStreamingClient.setTransmitPowerBoost",
+    "IControllerStreamingClient.setMaxHostTransmitPower",
+    "IControllerStreamingClient.setSimpleHaptics",
+    "IControllerStreamingClient.setSimpleHapticsPattern",
+    "IControllerStreamingClient.setBufferedHaptics",
+    "IControllerStreamingClient.appendBufferedHaptics",
+    "IControllerStreamingClient.appendPCMHaptics",
+    "IControllerStreamingClient.setThumbstickMaxADCRange",
+    "IControllerStreamingClient.resetThumbstickMaxADCRange",
+    "IControllerStreamingClient.setThumbstickDeadzone",
+    "IControllerStreamingClient.resetThumbstickDeadzone",
+    "IControllerStreamingClient.sleepController",
+    "IControllerStreamingClient.wakeController",
+    "IControllerStateProvider.prepareHapticsStateStream",
+    "IControllerStateProvider.prepareWirelessStateTransitionStream",
+    "IControllerStateProvider.prepareControllerInputStream",
+    "IControllerStateProvider.preparePoseOutputStream",
+    "IControllerStateProvider.controlHapticsStateStream",
+    "IControllerStateProvider.controlWirelessStateTransitionStream",
+    "IControllerStateProvider.controlControllerInputStream",
+    "IControllerStateProvider.controlPoseOutputStream",
+    "IControllerStateProvider.notifyBatteryState",
+    "IControllerStateProvider.setPairingInfo",
+    "IControllerStateProvider.setKivrarEnabled",
 };
 constexpr std::string_view kGetters[] = {
     "IImu.getProperties",                   //
@@ -68,6 +114,18 @@ constexpr std::string_view kGetters[] = {
     "ICameraProvider.getCalibrationData",
     "ICameraStream.getMetadata",
     "ICameraStream.getConfiguration",
+    "IControllerProvider.getPairedControllers",
+    "IControllerProvider.getWirelessFreqBlocklist",
+    "IControllerProvider.getHostInfo",
+    "IControllerProvider.getManagementClient",
+    "IControllerProvider.getStreamingClient",
+    "IControllerManagementClient.getAdvertisingControllers",
+    "IControllerStreamingClient.getCalibrationData",
+    "IControllerStreamingClient.getLedConfig",
+    "IControllerStreamingClient.getThumbstickMaxADCRange",
+    "IControllerStreamingClient.getThumbstickDeadzone",
+    "IControllerStateProvider.enterPairingMode",
+    "IControllerStateProvider.getPairingInfo",
 };
 constexpr std::array<Hal::Result, 3> kErrors{Hal::Result::FAILURE, Hal::Result::BAD_STATE,
                                              Hal::Result::IGNORED};
@@ -129,10 +187,11 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->group("Faults");
-    app.add_option("--getter-error", getterErrors,
-                   fmt::format("Have a getter answer with an error, and with its data (if it has "
-                               "no result: with\nnothing); may be repeated.\nMETHOD: {}",
-                               fmt::join(kGetters, ", ")))
+    app.add_option(
+           "--getter-error", getterErrors,
+           fmt::format("Have a getter answer with an error, and with its data, or with nothing "
+                       "if it\nhas no result; may be repeated.\nMETHOD: {}",
+                       fmt::join(kGetters, ", ")))
         ->type_name("METHOD=RESULT")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -148,6 +207,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->check(CLI::Range(0.0, 1e6))
         ->group("Faults");
     addEnvironmentOptions(app, &options.environment);
+    addControllerOptions(app, &options.controllers);
     try {
         app.parse(argc, argv);
         for (const std::string& refusal : refusals) {

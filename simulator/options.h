@@ -6,6 +6,7 @@
 #include <string>
 #include <variant>
 
+#include "controller/controller_settings.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
 
@@ -13,6 +14,7 @@ namespace Simulator {
 
 struct Options {
     FaultSettings faults;
+    ControllerSettings controllers;
     EnvironmentSettings environment;
     /// Counted from when the service can be found.
     std::optional<double> dieAfterSeconds;

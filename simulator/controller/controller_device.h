@@ -1,0 +1,103 @@
+// One simulated controller: what it is, the state it is in, its settings.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "controller/controller_model.h"
+#include "controller/haptics_player.h"
+#include "hal.h"
+
+namespace Simulator {
+
+struct ControllerIdentity {
+    Hal::ControllerAddr address;
+    Hal::ControllerType type;
+    Hal::ControllerHand hand;
+    std::string name;
+    std::string model;
+    std::string serialNumber;
+    std::array<uint8_t, 5> productCode;
+    /// What it has; what it is in the middle of comes on top.
+    uint32_t features;
+};
+
+constexpr uint32_t maskOf(Hal::ControllerFeature feature) {
+    return 1U << static_cast<uint32_t>(feature);
+}
+
+/// Not synchronised: the fleet's lock guards it.
+class ControllerDevice {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    /// @param isPaired whether it is connected from the beginning; otherwise it advertises itself
+    ControllerDevice(ControllerIdentity identity, ControllerModel controllerModel, bool isPaired);
+
+    const ControllerIdentity& identity() const { return identity_; }
+    bool isPaired() const { return isPaired_; }
+    bool isConnected() const { return connection_ == Hal::ControllerConnection::CONNECTED; }
+    Hal::ControllerConnection connection() const { return connection_; }
+    /// Its samples come in.
+    bool isSampled() const { return isConnected() && !isUpdating_; }
+    bool has(Hal::ControllerFeature feature) const {
+        return (identity_.features & maskOf(feature)) != 0;
+    }
+
+    Hal::Result pair(Time now);
+    Hal::Result unpair(Time now);
+    Hal::Result enterDmm();
+    Hal::Result exitDmm();
+    Hal::Result beginUpdate(Hal::ControllerType type);
+    /// @param isComplete whether the controller now runs the next version
+    void endUpdate(bool isComplete);
+    bool sleep();
+    bool wake(Time now);
+
+    /// Lets time pass: connects what is connecting, drains the battery.
+    void advance(Time now);
+
+    /// Whether its state has changed since the last call.
+    bool takeChange();
+
+    Hal::PairedControllerInfo info() const;
+    Hal::AdvertisingControllerInfo advertisement() const;
+
+    /// Keeps it if it can be.
+    bool setLed(const Hal::ControllerLedConfig& config);
+    const Hal::ControllerLedConfig& led() const { return led_; }
+    bool setThumbstickRange(const Hal::ThumbstickADCRange& range);
+    bool setDeadzone(float deadzone);
+    const ThumbstickCalibration& thumbstick() const { return thumbstick_; }
+
+    ControllerModel model;
+    HapticsPlayer haptics;
+    /// Whom the last haptic command came from.
+    const void* hapticsOwner = nullptr;
+    /// Of the next sample of each kind.
+    struct {
+        uint32_t inputs = 0;
+        uint32_t imu = 0;
+        uint32_t collisions = 0;
+    } sequences;
+
+  private:
+    void connect(Time now);
+
+    const ControllerIdentity identity_;
+    bool isPaired_;
+    Hal::ControllerConnection connection_;
+    bool isDmm_ = false;
+    bool isUpdating_ = false;
+    uint32_t firmwareRevision_ = 0;
+    Time connectedAt_{};
+    Time nextReport_{};
+    double secondsOfUse_ = 0;
+    bool isChanged_ = false;
+    Hal::ControllerLedConfig led_{};
+    ThumbstickCalibration thumbstick_;
+};
+
+}  // namespace Simulator

@@ -1,0 +1,442 @@
+// See controller_fleet.h.
+#include "controller/controller_fleet.h"
+
+#include <fmt/format.h>
+#include <log/log.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Simulator {
+namespace {
+
+using Hal::ControllerFeature;
+using Hal::Result;
+using Hal::WirelessState;
+
+constexpr uint32_t kInputRate = 100;  // Hz
+constexpr SamplingPlan kInputPlan{kInputRate, 1};
+constexpr SamplingPlan kImuPlan{500, 1};
+constexpr uint64_t kTicksPerCollision = 2 * kInputRate;
+constexpr uint32_t kChannels = 32;
+constexpr std::chrono::seconds kPairingTime{10};
+constexpr size_t kMaxAllowedDevices = 16;
+constexpr size_t kMaxListeners = 64;
+
+constexpr uint32_t features(std::initializer_list<ControllerFeature> list) {
+    uint32_t set = 0;
+    for (const ControllerFeature feature : list) {
+        set |= maskOf(feature);
+    }
+    return set;
+}
+
+constexpr uint32_t kCommonFeatures = features(
+    {ControllerFeature::BUTTONS, ControllerFeature::STYLUS, ControllerFeature::IMU,
+     ControllerFeature::POSE, ControllerFeature::COLLISION_EVENTS,
+     ControllerFeature::SIMPLE_HAPTICS, ControllerFeature::BUFFERED_HAPTICS,
+     ControllerFeature::PCM_HAPTICS, ControllerFeature::LED, ControllerFeature::SECURE_PAIRING});
+constexpr uint32_t kHandheldFeatures =
+    kCommonFeatures | features({ControllerFeature::THUMBSTICK, ControllerFeature::CURL,
+                                ControllerFeature::PRECISION_PAD, ControllerFeature::MULTI_TOUCH,
+                                ControllerFeature::INPUT_ADC});
+
+ControllerDevice makeHandheld(uint64_t address, Hal::ControllerHand hand) {
+    const bool isLeft = hand == Hal::ControllerHand::LEFT;
+    return {{{address},
+             Hal::ControllerType::HANDHELD,
+             hand,
+             isLeft ? "left controller" : "right controller",
+             "Zelvan hand controller",
+             fmt::format("SIM-C{}", address & 0xF),
+             {'H', 'C', '-', isLeft ? uint8_t{'L'} : uint8_t{'R'}, '1'},
+             kHandheldFeatures},
+            ControllerModel({address}, isLeft ? 0 : 1, isLeft ? -1 : 1),
+            true};
+}
+
+ControllerDevice makeStylus(uint64_t address) {
+    return {{{address},
+             Hal::ControllerType::STYLUS,
+             Hal::ControllerHand::UNSPECIFIED,
+             "stylus",
+             "Zelvan stylus",
+             fmt::format("SIM-C{}", address & 0xF),
+             {'S', 'T', '-', 'A', '1'},
+             kCommonFeatures},
+            ControllerModel({address}, 2, 0),
+            false};
+}
+
+Hal::ControllerInputData asInput(const Hal::ButtonData& record) {
+    Hal::ControllerInputData input;
+    input.buttons(record);
+    return input;
+}
+Hal::ControllerInputData asInput(const Hal::CurlData& record) {
+    Hal::ControllerInputData input;
+    input.curl(record);
+    return input;
+}
+Hal::ControllerInputData asInput(const Hal::PrecisionPadData& record) {
+    Hal::ControllerInputData input;
+    input.precisionPad(record);
+    return input;
+}
+Hal::ControllerInputData asInput(const Hal::MultiTouchData& record) {
+    Hal::ControllerInputData input;
+    input.multiTouch(record);
+    return input;
+}
+Hal::ControllerInputData asInput(const Hal::StylusData& record) {
+    Hal::ControllerInputData input;
+    input.stylus(record);
+    return input;
+}
+
+int64_t toNanoseconds(ControllerFleet::Time time) {
+    return std::chrono::nanoseconds(time.time_since_epoch()).count();
+}
+
+}  // namespace
+
+ControllerFleet::ControllerFleet(const ControllerSettings& settings,
+                                 const std::shared_ptr<Faults>& faults)
+    : settings_(settings),
+      streams_(faults),
+      imuSampler_(kImuPlan, [this](const Batch& batch) { takeImuSamples(batch); }),
+      inputSampler_(kInputPlan, [this](const Batch& batch) { takeInputs(batch); }) {
+    {
+        const std::lock_guard lock{mutex_};
+        devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hal::ControllerHand::LEFT));
+        devices_.push_back(makeHandheld(0x5A'00'00'00'00'02, Hal::ControllerHand::RIGHT));
+        devices_.push_back(makeStylus(0x5A'00'00'00'00'03));
+    }
+    inputSampler_.setBatchLimit(1);
+}
+
+ControllerDevice* ControllerFleet::findLocked(Hal::ControllerAddr address) {
+    const auto found = std::find_if(devices_.begin(), devices_.end(), [&](const auto& device) {
+        return device.identity().address.address == address.address;
+    });
+    return found == devices_.end() ? nullptr : &*found;
+}
+
+ControllerDevice* ControllerFleet::findPairedLocked(Hal::ControllerAddr address) {
+    ControllerDevice* const device = findLocked(address);
+    return device != nullptr && device->isPaired() ? device : nullptr;
+}
+
+std::vector<Hal::PairedControllerInfo> ControllerFleet::paired() const {
+    std::vector<Hal::PairedControllerInfo> infos;
+    const std::lock_guard lock{mutex_};
+    for (const ControllerDevice& device : devices_) {
+        if (device.isPaired()) {
+            infos.push_back(device.info());
+        }
+    }
+    return infos;
+}
+
+std::vector<Hal::AdvertisingControllerInfo> ControllerFleet::advertising() const {
+    std::vector<Hal::AdvertisingControllerInfo> infos;
+    const std::lock_guard lock{mutex_};
+    for (const ControllerDevice& device : devices_) {
+        if (!device.isPaired()) {
+            infos.push_back(device.advertisement());
+        }
+    }
+    return infos;
+}
+
+Result ControllerFleet::pair(Hal::ControllerAddr address) {
+    const std::lock_guard lock{mutex_};
+    ControllerDevice* const device = findLocked(address);
+    const Result result =
+        device == nullptr ? Result::FAILURE : device->pair(std::chrono::steady_clock::now());
+    publishLocked();
+    return result;
+}
+
+Result ControllerFleet::unpair(Hal::ControllerAddr address) {
+    const std::lock_guard lock{mutex_};
+    ControllerDevice* const device = findPairedLocked(address);
+    const Result result =
+        device == nullptr ? Result::FAILURE : device->unpair(std::chrono::steady_clock::now());
+    if (result == Result::SUCCESS) {
+        for (const auto& listener : listeners_) {
+            listener->enabled.erase(address.address);
+            listener->adcs.erase(address.address);
+        }
+        updateImuSamplerLocked();
+        publishLocked();
+    }
+    return result;
+}
+
+bool ControllerFleet::allow(const Hal::SecureDeviceInfo& device) {
+    {
+        const std::lock_guard lock{mutex_};
+        if (device.address.address == 0 || allowed_.size() >= kMaxAllowedDevices) {
+            return false;
+        }
+        allowed_.push_back(device);
+    }
+    // A device that is not here, or is connected already, will need it later.
+    static_cast<void>(pair(device.address));
+    return true;
+}
+
+bool ControllerFleet::add(const std::shared_ptr<StreamingListener>& listener) {
+    const std::lock_guard lock{mutex_};
+    if (listeners_.size() >= kMaxListeners) {
+        return false;
+    }
+    listeners_.push_back(listener);
+    return true;
+}
+
+void ControllerFleet::remove(const std::shared_ptr<StreamingListener>& listener) {
+    const std::lock_guard lock{mutex_};
+    listeners_.erase(std::remove(listeners_.begin(), listeners_.end(), listener), listeners_.end());
+    updateImuSamplerLocked();
+    for (ControllerDevice& device : devices_) {
+        if (device.hapticsOwner == listener.get()) {
+            device.haptics.stop(std::chrono::steady_clock::now());
+            device.hapticsOwner = nullptr;
+        }
+    }
+    publishLocked();
+}
+
+bool ControllerFleet::enable(StreamingListener* listener, Hal::ControllerAddr address, bool isOn) {
+    const std::lock_guard lock{mutex_};
+    if (findPairedLocked(address) == nullptr) {
+        return false;
+    }
+    if (isOn) {
+        listener->enabled.insert(address.address);
+    } else {
+        listener->enabled.erase(address.address);
+    }
+    updateImuSamplerLocked();
+    return true;
+}
+
+bool ControllerFleet::enableAdc(StreamingListener* listener, Hal::ControllerAddr address,
+                                bool isOn) {
+    const std::lock_guard lock{mutex_};
+    const ControllerDevice* const device = findPairedLocked(address);
+    if (device == nullptr || !device->has(ControllerFeature::INPUT_ADC)) {
+        return false;
+    }
+    if (isOn) {
+        listener->adcs.insert(address.address);
+    } else {
+        listener->adcs.erase(address.address);
+    }
+    return true;
+}
+
+void ControllerFleet::updateImuSamplerLocked() {
+    const bool isAnyEnabled =
+        std::any_of(listeners_.begin(), listeners_.end(),
+                    [](const auto& listener) { return !listener->enabled.empty(); });
+    imuSampler_.setBatchLimit(isAnyEnabled ? 1 : 0);
+}
+
+bool ControllerFleet::setBlocklist(uint32_t channels) {
+    if (channels == UINT32_MAX) {
+        return false;
+    }
+    const std::lock_guard lock{mutex_};
+    blocklist_ = channels;
+    return true;
+}
+
+uint32_t ControllerFleet::blocklist() const {
+    const std::lock_guard lock{mutex_};
+    return blocklist_;
+}
+
+void ControllerFleet::enterPairingMode() {
+    const std::lock_guard lock{mutex_};
+    pairingUntil_ = std::chrono::steady_clock::now() + kPairingTime;
+    publishLocked();
+}
+
+void ControllerFleet::completePairing() {
+    const std::lock_guard lock{mutex_};
+    pairingUntil_ = {};
+    publishLocked();
+}
+
+void ControllerFleet::beginTracking() {
+    const std::lock_guard lock{mutex_};
+    ++trackers_;
+}
+
+void ControllerFleet::endTracking() {
+    const std::lock_guard lock{mutex_};
+    --trackers_;
+}
+
+auto ControllerFleet::listenersOf(std::set<uint64_t> StreamingListener::*set,
+                                  Hal::ControllerAddr address) const {
+    return [this, set, address](int process) {
+        return std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& listener) {
+            return listener->process == process && ((*listener).*set).count(address.address) > 0;
+        });
+    };
+}
+
+bool ControllerFleet::deliverPose(const Hal::PoseOutput& pose) {
+    const std::lock_guard lock{mutex_};
+    if (findPairedLocked(pose.controller) == nullptr) {
+        return false;
+    }
+    streams_.poses->write({toPoseInput(pose)},
+                          listenersOf(&StreamingListener::enabled, pose.controller));
+    return true;
+}
+
+void ControllerFleet::stop() {
+    imuSampler_.stop();
+    inputSampler_.stop();
+}
+
+void ControllerFleet::takeImuSamples(const Batch& batch) {
+    SampleInstant instant = instantOf(batch, 0, std::chrono::steady_clock::now());
+    const std::lock_guard lock{mutex_};
+    for (ControllerDevice& device : devices_) {
+        if (device.isSampled()) {
+            instant.sequence = device.sequences.imu++;
+            streams_.imu->write(
+                {device.model.imu(instant)},
+                listenersOf(&StreamingListener::enabled, device.identity().address));
+        }
+    }
+}
+
+void ControllerFleet::takeInputs(const Batch& batch) {
+    const Time now = std::chrono::steady_clock::now();
+    const SampleInstant instant = instantOf(batch, 0, now);
+    const std::lock_guard lock{mutex_};
+    ++ticks_;
+    for (ControllerDevice& device : devices_) {
+        device.advance(now);
+        if (!device.isSampled()) {
+            continue;
+        }
+        writeInputsLocked(&device, instant);
+        if (ticks_ % kInputRate == 0) {
+            writeLinkStatisticsLocked(device, instant.timestamp);
+        }
+    }
+    publishLocked();
+}
+
+void ControllerFleet::writeInputsLocked(ControllerDevice* device, SampleInstant instant) {
+    const Hal::ControllerAddr address = device->identity().address;
+    const auto listeners = listenersOf(&StreamingListener::enabled, address);
+    const ControllerModel& model = device->model;
+    instant.sequence = device->sequences.inputs++;
+    const auto write = [&](ControllerFeature feature, const auto& stream, const auto& record) {
+        if (device->has(feature)) {
+            stream->write({record}, listeners);
+            streams_.inputs->write({asInput(record)});
+        }
+    };
+    write(ControllerFeature::BUTTONS, streams_.buttons,
+          model.buttons(instant, device->thumbstick()));
+    write(ControllerFeature::CURL, streams_.curl, model.curl(instant));
+    write(ControllerFeature::PRECISION_PAD, streams_.precisionPad, model.precisionPad(instant));
+    write(ControllerFeature::MULTI_TOUCH, streams_.multiTouch, model.multiTouch(instant));
+    write(ControllerFeature::STYLUS, streams_.stylus, model.stylus(instant));
+    if (device->has(ControllerFeature::INPUT_ADC)) {
+        const auto on = listenersOf(&StreamingListener::adcs, address);
+        streams_.adc->write({model.adc(instant)},
+                            [&](int process) { return listeners(process) && on(process); });
+    }
+    if (trackers_ == 0) {
+        streams_.poses->write({toPoseInput(model.pose(instant))}, listeners);
+    }
+    if (ticks_ % kTicksPerCollision == 0) {
+        instant.sequence = device->sequences.collisions++;
+        streams_.collisions->write({model.collision(instant)}, listeners);
+    }
+}
+
+void ControllerFleet::writeLinkStatisticsLocked(const ControllerDevice& device, int64_t now) {
+    constexpr uint32_t kFirstFrequency = 2404;  // MHz
+    constexpr uint32_t kChannelWidth = 2;       // MHz
+    // The radio hops from one allowed channel to the next.
+    uint32_t channel = static_cast<uint32_t>(ticks_ / kInputRate) % kChannels;
+    while ((blocklist_ >> channel & 1U) != 0) {
+        channel = (channel + 1) % kChannels;
+    }
+    Hal::WirelessDeviceStats record{};
+    record.controller = device.identity().address;
+    record.timestamp = now;
+    record.packetsReceived = kInputRate;
+    record.packetsLost = channel % 3;
+    record.retransmissions = channel % 5;
+    record.frequency = kFirstFrequency + kChannelWidth * channel;
+    record.signalStrength = -45 - static_cast<int32_t>(channel % 8);
+    record.transmitPower = 4;
+    record.latency = 1500;
+    record.dataRate = 2'000'000;
+    streams_.wirelessStats->write({record},
+                                  listenersOf(&StreamingListener::enabled, record.controller));
+}
+
+WirelessState ControllerFleet::radioStateLocked(Time now) const {
+    const auto isAny = [this](Hal::ControllerConnection connection) {
+        return std::any_of(devices_.begin(), devices_.end(), [connection](const auto& device) {
+            return device.connection() == connection;
+        });
+    };
+    if (now < pairingUntil_ || isAny(Hal::ControllerConnection::CONNECTING)) {
+        return WirelessState::PAIRING;
+    }
+    if (isAny(Hal::ControllerConnection::CONNECTED)) {
+        return WirelessState::CONNECTED;
+    }
+    return isAny(Hal::ControllerConnection::ASLEEP) ? WirelessState::LOST : WirelessState::SCANNING;
+}
+
+void ControllerFleet::publishLocked() {
+    const Time now = std::chrono::steady_clock::now();
+    for (ControllerDevice& device : devices_) {
+        if (device.takeChange()) {
+            streams_.stateChanges->write({device.info()});
+        }
+        Hal::HapticsState haptics{};
+        if (device.haptics.takeChange(now, &haptics)) {
+            haptics.controller = device.identity().address;
+            haptics.timestamp = toNanoseconds(now);
+            streams_.haptics->write({haptics});
+        }
+    }
+    const WirelessState state = radioStateLocked(now);
+    if (state != radioState_) {
+        streams_.wirelessStates->write({{radioState_, state}});
+        radioState_ = state;
+    }
+}
+
+std::vector<std::string> ControllerFleet::summary() const {
+    std::vector<std::string> lines =
+        streams_.summary(inputSampler_.missedSamples(), imuSampler_.missedSamples());
+    const std::lock_guard lock{mutex_};
+    for (const ControllerDevice& device : devices_) {
+        const HapticsRecord& record = device.haptics.record();
+        lines.push_back(fmt::format(
+            "{} haptics: {} commands played, {} buffered samples, {} PCM frames, {} refused",
+            device.identity().name, record.commands, record.bufferedSamples, record.pcmFrames,
+            record.refused));
+    }
+    return lines;
+}
+
+}  // namespace Simulator

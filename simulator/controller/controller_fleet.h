@@ -1,0 +1,135 @@
+// The simulated controllers and their radio link to the headset: their state, and their records as
+// they come in.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "controller/controller_device.h"
+#include "controller/controller_settings.h"
+#include "controller/controller_streams.h"
+#include "faults.h"
+#include "hal.h"
+#include "sampler.h"
+
+namespace Simulator {
+
+/// What one streaming client has switched on; it ends with the client. Guarded by the fleet's lock.
+struct StreamingListener {
+    /// Whose streams it is for.
+    int process;
+    /// Addresses of controllers.
+    std::set<uint64_t> enabled;
+    std::set<uint64_t> adcs;
+};
+
+/// Threading: every method may be called from any thread. Records are written under the fleet's
+/// lock, so that clients get all changes in the order in which they came about; no call to a client
+/// is made under it.
+class ControllerFleet {
+  public:
+    using Time = ControllerDevice::Time;
+
+    ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults);
+
+    const ControllerSettings& settings() const { return settings_; }
+    const ControllerStreams& streams() const { return streams_; }
+
+    std::vector<Hal::PairedControllerInfo> paired() const;
+    std::vector<Hal::AdvertisingControllerInfo> advertising() const;
+    /// @return FAILURE if no such controller advertises itself
+    Hal::Result pair(Hal::ControllerAddr address);
+    /// @return FAILURE if no such controller is paired, BAD_STATE while it is updated
+    Hal::Result unpair(Hal::ControllerAddr address);
+    /// Lets a device connect; if it is one that advertises itself it does so now.
+    bool allow(const Hal::SecureDeviceInfo& device);
+
+    /// Calls `action` with the paired controller of that address, and tells the clients what it
+    /// changed.
+    /// @return what `action` returned; `otherwise` if there is no such controller
+    template <typename Answer, typename Action>
+    Answer with(Hal::ControllerAddr address, Answer otherwise, const Action& action) {
+        const std::lock_guard lock{mutex_};
+        ControllerDevice* const device = findPairedLocked(address);
+        if (device == nullptr) {
+            return otherwise;
+        }
+        const Answer answer = action(*device);
+        publishLocked();
+        return answer;
+    }
+    /// As `with`, by the hand that holds it.
+    template <typename Action>
+    bool withHand(Hal::ControllerHand hand, const Action& action) {
+        const std::lock_guard lock{mutex_};
+        for (ControllerDevice& device : devices_) {
+            if (device.isPaired() && device.identity().hand == hand) {
+                return action(device);
+            }
+        }
+        return false;
+    }
+
+    /// @return false if there are too many
+    bool add(const std::shared_ptr<StreamingListener>& listener);
+    /// Ends what it plays, too.
+    void remove(const std::shared_ptr<StreamingListener>& listener);
+    /// These two: @return false if there is no such controller
+    bool enable(StreamingListener* listener, Hal::ControllerAddr address, bool isOn);
+    bool enableAdc(StreamingListener* listener, Hal::ControllerAddr address, bool isOn);
+
+    /// @return false if it leaves no channel
+    bool setBlocklist(uint32_t channels);
+    uint32_t blocklist() const;
+
+    /// The radio pairs until that is completed, or for some seconds.
+    void enterPairingMode();
+    void completePairing();
+
+    /// Between the two the poses come from the owner of the state instead of the simulated hands.
+    void beginTracking();
+    void endTracking();
+    /// @return false if there is no such controller
+    bool deliverPose(const Hal::PoseOutput& pose);
+
+    /// No more samples, for good.
+    void stop();
+    std::vector<std::string> summary() const;
+
+  private:
+    void takeInputs(const Batch& batch);
+    void takeImuSamples(const Batch& batch);
+    void writeInputsLocked(ControllerDevice* device, SampleInstant instant);
+    void writeLinkStatisticsLocked(const ControllerDevice& device, int64_t now);
+    void publishLocked();
+    Hal::WirelessState radioStateLocked(Time now) const;
+
+    ControllerDevice* findLocked(Hal::ControllerAddr address);
+    ControllerDevice* findPairedLocked(Hal::ControllerAddr address);
+    /// For the writing of a stream: whether a process has that on for the controller.
+    auto listenersOf(std::set<uint64_t> StreamingListener::*set, Hal::ControllerAddr address) const;
+    void updateImuSamplerLocked();
+
+    const ControllerSettings settings_;
+    const ControllerStreams streams_;
+    mutable std::mutex mutex_;  // guards everything below but the samplers
+    std::vector<ControllerDevice> devices_;
+    std::vector<std::shared_ptr<StreamingListener>> listeners_;
+    std::vector<Hal::SecureDeviceInfo> allowed_;
+    uint32_t blocklist_ = 0;
+    Hal::WirelessState radioState_ = Hal::WirelessState::CONNECTED;
+    Time pairingUntil_{};
+    int trackers_ = 0;
+    uint64_t ticks_ = 0;
+    // The last: their threads use all of the others.
+    Sampler imuSampler_;
+    Sampler inputSampler_;
+};
+
+}  // namespace Simulator

@@ -1,0 +1,217 @@
+// See controller_model.h.
+#include "controller/controller_model.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Simulator {
+namespace {
+
+constexpr double kGravity = 9.81;  // m/s^2
+constexpr float kPressed = 0.75F;  // of a full pull
+constexpr float kTouched = 0.05F;
+constexpr uint32_t kButtons = 7;
+
+double toSeconds(int64_t nanoseconds) {
+    return static_cast<double>(nanoseconds) * 1e-9;
+}
+
+std::array<float, 3> toFloats(const Vector& vector) {
+    return {static_cast<float>(vector.x), static_cast<float>(vector.y),
+            static_cast<float>(vector.z)};
+}
+
+/// Of a value from -1 to 1 on the converter's scale.
+uint16_t convert(double value) {
+    constexpr auto kRange = ThumbstickCalibration::kFactoryRange;
+    const double way = kRange.maximumX - kRange.minimumX;
+    return static_cast<uint16_t>(kRange.minimumX + std::lround((value + 1) / 2 * way));
+}
+
+float calibrated(uint16_t reading, uint16_t minimum, uint16_t maximum) {
+    const auto way = static_cast<float>(maximum - minimum);
+    return std::clamp(2 * static_cast<float>(reading - minimum) / way - 1, -1.0F, 1.0F);
+}
+
+}  // namespace
+
+Hal::ControllerSampleHeader ControllerModel::header(const SampleInstant& instant) const {
+    return {address_, instant.timestamp, instant.arrivalTimestamp, instant.sequence};
+}
+
+HandPose ControllerModel::motion(const SampleInstant& instant) const {
+    return handPose(toSeconds(instant.timestamp), phase_, side_);
+}
+
+float ControllerModel::pull(const SampleInstant& instant, uint32_t input) const {
+    // Each input at a pace of its own, so that all combinations come.
+    const double period = 2 + 0.25 * input;
+    const double wave = std::sin(2 * M_PI / period * toSeconds(instant.timestamp) + phase_);
+    return static_cast<float>(std::max(0.0, wave));
+}
+
+Hal::ButtonData ControllerModel::buttons(const SampleInstant& instant,
+                                         const ThumbstickCalibration& calibration) const {
+    Hal::ButtonData record{};
+    record.header = header(instant);
+    for (uint32_t button = 0; button < kButtons; ++button) {
+        const float pulled = pull(instant, button);
+        record.pressed |= (pulled > kPressed ? 1U : 0U) << button;
+        record.touched |= (pulled > kTouched ? 1U : 0U) << button;
+        record.approached |= (pulled > 0 ? 1U : 0U) << button;
+    }
+    record.trigger = pull(instant, static_cast<uint32_t>(Hal::ControllerButton::TRIGGER));
+    record.grip = pull(instant, static_cast<uint32_t>(Hal::ControllerButton::GRIP));
+    record.thumbstick = thumbstickOf(adc(instant), calibration);
+    return record;
+}
+
+Hal::CurlData ControllerModel::curl(const SampleInstant& instant) const {
+    Hal::CurlData record{};
+    record.header = header(instant);
+    for (uint32_t finger = 0; finger < 5; ++finger) {
+        record.curl[finger] = pull(instant, finger);
+    }
+    for (uint32_t gap = 0; gap < 3; ++gap) {
+        record.splay[gap] = 0.3F * (1 - pull(instant, gap + 1));
+    }
+    record.sampleTime = toSeconds(instant.timestamp);
+    record.confidence = 0.95F;
+    return record;
+}
+
+Hal::PrecisionPadData ControllerModel::precisionPad(const SampleInstant& instant) const {
+    using Phase = Hal::PrecisionPadPhase;
+    const float pulled = pull(instant, 1);
+    Hal::PrecisionPadData record{};
+    record.header = header(instant);
+    record.phase = pulled > kPressed   ? Phase::PRESSED
+                   : pulled > kTouched ? Phase::TOUCHING
+                   : pulled > 0        ? Phase::HOVERING
+                                       : Phase::IDLE;
+    record.position = thumbstickOf(adc(instant), {});
+    record.force = 4 * pulled;
+    record.contactArea = pulled > kTouched ? 30 + 40 * pulled : 0;
+    record.proximity = static_cast<uint8_t>(20 * (1 - pulled));
+    return record;
+}
+
+Hal::MultiTouchData ControllerModel::multiTouch(const SampleInstant& instant) const {
+    constexpr float kFullScale = 65'535;
+    Hal::MultiTouchData record{};
+    record.header = header(instant);
+    for (uint8_t finger = 0; finger < 3; ++finger) {
+        const float pulled = pull(instant, finger);
+        if (pulled <= kTouched) {
+            continue;
+        }
+        Hal::TouchPoint& point = record.points[finger];
+        point.touching = 1;
+        point.finger = finger;
+        point.pressed = pulled > kPressed ? 1 : 0;
+        point.x = static_cast<uint16_t>(kFullScale * static_cast<float>(finger + 1) / 4);
+        point.y = static_cast<uint16_t>(kFullScale * pulled);
+        point.force = static_cast<uint8_t>(255 * pulled);
+        point.majorAxis = static_cast<uint8_t>(60 + 60 * pulled);
+        point.minorAxis = static_cast<uint8_t>(50 + 50 * pulled);
+    }
+    return record;
+}
+
+Hal::StylusData ControllerModel::stylus(const SampleInstant& instant) const {
+    return {header(instant), pull(instant, 2)};
+}
+
+Hal::ControllerInputADCData ControllerModel::adc(const SampleInstant& instant) const {
+    const double time = toSeconds(instant.timestamp);
+    // The stick goes round, from the middle to the rim and back.
+    const double radius = 0.5 + 0.5 * std::sin(0.7 * time + phase_);
+    const double angle = 3 * time + phase_;
+    return {address_, convert(2 * pull(instant, 0) - 1), convert(2 * pull(instant, 1) - 1),
+            convert(radius * std::cos(angle)), convert(radius * std::sin(angle))};
+}
+
+Hal::ControllerImuData ControllerModel::imu(const SampleInstant& instant) {
+    const HandPose hand = motion(instant);
+    // At rest the sensor feels what holds it up against gravity.
+    const Vector force = hand.toController(hand.linearAcceleration + Vector{0, 0, kGravity});
+    Hal::ControllerImuData record{};
+    record.controller = address_;
+    record.timestamp = instant.timestamp;
+    record.arrivalTimestamp = instant.arrivalTimestamp;
+    record.acceleration = toFloats(force + noise_.drawVector(0.02));
+    record.angularRate = toFloats(Vector{0, 0, hand.angularRate} + noise_.drawVector(0.002));
+    record.temperature = 31;
+    record.sequence = instant.sequence;
+    record.controllerTime = static_cast<uint32_t>(instant.timestamp / 1000);
+    return record;
+}
+
+Hal::PoseOutput ControllerModel::pose(const SampleInstant& instant) const {
+    using Status = Hal::ControllerPoseStatus;
+    const HandPose hand = motion(instant);
+    Hal::PoseOutput record{};
+    record.controller = address_;
+    record.timestamp = instant.timestamp;
+    record.position = toFloats(hand.position);
+    record.orientation = hand.orientation();
+    record.linearVelocity = toFloats(hand.linearVelocity);
+    record.angularVelocity = toFloats({0, 0, hand.angularRate});
+    record.linearAcceleration = toFloats(hand.linearAcceleration);
+    record.angularAcceleration = toFloats({0, 0, hand.angularAcceleration});
+    record.status = static_cast<uint32_t>(Status::POSITION_VALID) |
+                    static_cast<uint32_t>(Status::ORIENTATION_VALID);
+    record.sequence = instant.sequence;
+    record.confidence = 0.98F;
+    return record;
+}
+
+Hal::ControllerCollisionEvent ControllerModel::collision(const SampleInstant& instant) const {
+    const HandPose hand = motion(instant);
+    Hal::ControllerCollisionEvent record{};
+    record.controller = address_;
+    record.timestamp = instant.timestamp;
+    record.direction = toFloats(hand.toController({1, 0, 0}));
+    record.peakAcceleration = 60;
+    record.duration = 8;
+    record.sequence = instant.sequence;
+    record.kind = instant.sequence % 2 == 0 ? Hal::CollisionKind::OTHER_CONTROLLER
+                                            : Hal::CollisionKind::OBJECT;
+    record.confidence = 0.9F;
+    return record;
+}
+
+std::array<float, 2> thumbstickOf(const Hal::ControllerInputADCData& adc,
+                                  const ThumbstickCalibration& calibration) {
+    const auto& range = calibration.range;
+    const float x = calibrated(adc.thumbstickX, range.minimumX, range.maximumX);
+    const float y = calibrated(adc.thumbstickY, range.minimumY, range.maximumY);
+    return std::hypot(x, y) <= calibration.deadzone ? std::array<float, 2>{}
+                                                    : std::array<float, 2>{x, y};
+}
+
+Hal::PoseInput toPoseInput(const Hal::PoseOutput& pose) {
+    const auto& q = pose.orientation;
+    const auto g = static_cast<float>(kGravity);
+    Hal::PoseInput record{};
+    record.controller = pose.controller;
+    record.timestamp = pose.timestamp;
+    record.position = pose.position;
+    record.orientation = pose.orientation;
+    record.linearVelocity = pose.linearVelocity;
+    record.angularVelocity = pose.angularVelocity;
+    record.linearAcceleration = pose.linearAcceleration;
+    record.angularAcceleration = pose.angularAcceleration;
+    for (size_t i = 0; i < 6; ++i) {
+        record.variance[i] = 1e-5F * (2 - pose.confidence);
+    }
+    // The world's downwards, seen from the controller.
+    record.gravity[0] = -g * 2 * (q[0] * q[2] - q[3] * q[1]);
+    record.gravity[1] = -g * 2 * (q[1] * q[2] + q[3] * q[0]);
+    record.gravity[2] = -g * (1 - 2 * (q[0] * q[0] + q[1] * q[1]));
+    record.status = pose.status;
+    record.sequence = pose.sequence;
+    return record;
+}
+
+}  // namespace Simulator

@@ -1,0 +1,47 @@
+// The streams of the hand controllers, with their clients.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hal.h"
+#include "stream_clients.h"
+
+namespace Simulator {
+
+template <>
+struct Discontinuity<Hal::ControllerImuData> {
+    static void mark(Hal::ControllerImuData* record) {
+        record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
+    }
+};
+
+struct ControllerStreams {
+    template <typename Record>
+    using Stream = std::shared_ptr<StreamClients<Record>>;
+
+    explicit ControllerStreams(const std::shared_ptr<Faults>& faults);
+
+    /// For each stream a line for the user, samples left out for want of processor time included.
+    std::vector<std::string> summary(uint64_t missedInputs, uint64_t missedImuSamples) const;
+
+    // For the programs that use the controllers.
+    const Stream<Hal::PairedControllerInfo> stateChanges;
+    const Stream<Hal::CurlData> curl;
+    const Stream<Hal::ControllerImuData> imu;
+    const Stream<Hal::ButtonData> buttons;
+    const Stream<Hal::PrecisionPadData> precisionPad;
+    const Stream<Hal::MultiTouchData> multiTouch;
+    const Stream<Hal::StylusData> stylus;
+    const Stream<Hal::WirelessDeviceStats> wirelessStats;
+    const Stream<Hal::PoseInput> poses;
+    const Stream<Hal::ControllerInputADCData> adc;
+    const Stream<Hal::ControllerCollisionEvent> collisions;
+    // For the program that owns the controllers' state.
+    const Stream<Hal::HapticsState> haptics;
+    const Stream<Hal::WirelessStateTransition> wirelessStates;
+    const Stream<Hal::ControllerInputData> inputs;
+};
+
+}  // namespace Simulator

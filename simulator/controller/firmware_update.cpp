@@ -1,0 +1,105 @@
+// See firmware_update.h.
+#include "controller/firmware_update.h"
+
+#include <log/log.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+namespace Simulator {
+namespace {
+
+/// Finer steps are not to be had, whatever the client asks for.
+constexpr float kFinestStep = 1.0F / 128;
+
+/// Why reports cannot be made like that; null if they can.
+const char* problemOf(const FirmwareReports& reports) {
+    if (reports.callback == nullptr) {
+        return "it has no callback";
+    }
+    // Not a number is in no range.
+    if (reports.minimumInterval < 0 || !(reports.minimumStep >= 0 && reports.minimumStep <= 1)) {
+        return "its interval or its step is out of range";
+    }
+    return nullptr;
+}
+
+class Reporter {
+  public:
+    Reporter(uint64_t address, FirmwareReports reports)
+        : address_(address), reports_(std::move(reports)) {}
+
+    void report(float progress) {
+        if (reports_.callback == nullptr) {
+            return;
+        }
+        const auto answer = reports_.callback->handleProgressUpdate(progress);
+        if (!answer.isOk() || answer != Hal::Result::SUCCESS) {
+            ALOGW("controller %llx: nobody takes the progress of its update any more",
+                  static_cast<unsigned long long>(address_));
+            reports_.callback = nullptr;
+        }
+    }
+
+  private:
+    uint64_t address_;
+    FirmwareReports reports_;
+};
+
+/// @return whether it was completed
+bool runUpdate(const ControllerSettings& settings, uint64_t address,
+               const FirmwareReports& reports) {
+    using Clock = std::chrono::steady_clock;
+    const float end = std::min(settings.firmwareFailsAt.value_or(1), 1.0F);
+    const float step = std::max(reports.minimumStep, kFinestStep);
+    const std::chrono::duration<double> duration{settings.firmwareSeconds};
+    const Clock::time_point begin = Clock::now();
+    Reporter reporter(address, reports);
+    reporter.report(0);
+    float progress = 0;
+    while (progress < end) {
+        // By its number of steps, or as many as the client's interval takes.
+        const double interval = static_cast<double>(reports.minimumInterval) * 1e-9;
+        const auto least = static_cast<float>(
+            duration.count() > 0 ? std::min(1.0, interval / duration.count()) : 0.0);
+        progress = std::min(end, progress + std::max(step, least));
+        std::this_thread::sleep_until(
+            begin + std::chrono::duration_cast<Clock::duration>(duration * progress));
+        reporter.report(progress);
+    }
+    return !settings.firmwareFailsAt;
+}
+
+}  // namespace
+
+Hal::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
+                                Hal::ControllerAddr address, Hal::ControllerType type,
+                                const FirmwareReports& reports) {
+    if (const char* const problem = problemOf(reports)) {
+        ALOGW("controller %llx: refused to update it for a client: %s",
+              static_cast<unsigned long long>(address.address), problem);
+        return Hal::Result::FAILURE;
+    }
+    const Hal::Result result =
+        fleet->with(address, Hal::Result::FAILURE,
+                    [type](ControllerDevice& device) { return device.beginUpdate(type); });
+    if (result == Hal::Result::SUCCESS) {
+        // Nobody waits for its end: a client that does not return from a report would hold up the
+        // end of the process.
+        std::thread([fleet, address, reports] {
+            const bool isComplete = runUpdate(fleet->settings(), address.address, reports);
+            ALOGI("controller %llx: firmware update %s",
+                  static_cast<unsigned long long>(address.address),
+                  isComplete ? "complete" : "failed");
+            fleet->with(address, false, [isComplete](ControllerDevice& device) {
+                device.endUpdate(isComplete);
+                return true;
+            });
+        }).detach();
+    }
+    return result;
+}
+
+}  // namespace Simulator

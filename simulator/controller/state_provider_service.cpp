@@ -1,0 +1,144 @@
+// See state_provider_service.h.
+#include "controller/state_provider_service.h"
+
+#include <log/log.h>
+
+#include <utility>
+
+namespace Simulator {
+
+using android::hardware::Return;
+using android::hardware::Void;
+using Hal::Result;
+
+namespace {
+
+/// What the owner of the state answers to when it is paired as a device.
+constexpr Hal::ControllerAddr kOwner{0x5A'00'00'00'01'00};
+constexpr uint32_t kOwnerDevice = 0x0C;
+constexpr size_t kKeySize = 16;
+
+}  // namespace
+
+ControllerStateProviderService::ControllerStateProviderService(
+    std::shared_ptr<ControllerFleet> fleet, std::shared_ptr<PoseReceiver> poses,
+    std::shared_ptr<const Faults> faults)
+    : fleet_(std::move(fleet)), poses_(std::move(poses)), faults_(std::move(faults)) {}
+
+bool ControllerStateProviderService::isFaulty(const char* method) const {
+    return faults_->resultOf(descriptor, method) != Result::SUCCESS;
+}
+
+template <typename Action>
+Result ControllerStateProviderService::unlessFaulty(const char* method,
+                                                    const Action& action) const {
+    const Result fault = faults_->resultOf(descriptor, method);
+    return fault == Result::SUCCESS ? action() : fault;
+}
+
+Return<Result> ControllerStateProviderService::prepareHapticsStateStream(
+    const Queue<Hal::HapticsState>& queue, const Client& client, const Hal::FmqConfig& config) {
+    return unlessFaulty("prepareHapticsStateStream",
+                        [&] { return fleet_->streams().haptics->prepare(queue, client, config); });
+}
+
+Return<Result> ControllerStateProviderService::prepareWirelessStateTransitionStream(
+    const Queue<Hal::WirelessStateTransition>& queue, const Client& client,
+    const Hal::FmqConfig& config) {
+    return unlessFaulty("prepareWirelessStateTransitionStream", [&] {
+        return fleet_->streams().wirelessStates->prepare(queue, client, config);
+    });
+}
+
+Return<Result> ControllerStateProviderService::prepareControllerInputStream(
+    const Queue<Hal::ControllerInputData>& queue, const Client& client,
+    const Hal::FmqConfig& config) {
+    return unlessFaulty("prepareControllerInputStream",
+                        [&] { return fleet_->streams().inputs->prepare(queue, client, config); });
+}
+
+Return<void> ControllerStateProviderService::preparePoseOutputStream(
+    const Client& client, preparePoseOutputStream_cb callback) {
+    std::shared_ptr<PoseSender> sender;
+    const Result result =
+        unlessFaulty("preparePoseOutputStream", [&] { return poses_->prepare(client, &sender); });
+    if (sender == nullptr) {
+        callback(result, {}, {});
+    } else {
+        callback(result, sender->queue(), sender->config());
+    }
+    return Void();
+}
+
+Return<Result> ControllerStateProviderService::controlHapticsStateStream(
+    const Client& client, Hal::StreamCommand command) {
+    return unlessFaulty("controlHapticsStateStream",
+                        [&] { return fleet_->streams().haptics->control(client, command); });
+}
+
+Return<Result> ControllerStateProviderService::controlWirelessStateTransitionStream(
+    const Client& client, Hal::StreamCommand command) {
+    return unlessFaulty("controlWirelessStateTransitionStream",
+                        [&] { return fleet_->streams().wirelessStates->control(client, command); });
+}
+
+Return<Result> ControllerStateProviderService::controlControllerInputStream(
+    const Client& client, Hal::StreamCommand command) {
+    return unlessFaulty("controlControllerInputStream",
+                        [&] { return fleet_->streams().inputs->control(client, command); });
+}
+
+Return<Result> ControllerStateProviderService::controlPoseOutputStream(const Client& client,
+                                                                       Hal::StreamCommand command) {
+    return unlessFaulty("controlPoseOutputStream",
+                        [&] { return poses_->control(client, command); });
+}
+
+Return<bool> ControllerStateProviderService::notifyBatteryState(uint8_t level) {
+    constexpr uint8_t kFull = 100;
+    const bool isTaken = !isFaulty("notifyBatteryState") && level <= kFull;
+    ALOGI("controllers: the headset's battery at %u %%: %s", level, isTaken ? "noted" : "refused");
+    return isTaken;
+}
+
+Return<void> ControllerStateProviderService::enterPairingMode(enterPairingMode_cb callback) {
+    if (isFaulty("enterPairingMode")) {
+        callback({});
+        return Void();
+    }
+    fleet_->enterPairingMode();
+    callback(kOwner);
+    return Void();
+}
+
+Return<void> ControllerStateProviderService::getPairingInfo(getPairingInfo_cb callback) {
+    Hal::SecureDeviceInfo info{};
+    if (!isFaulty("getPairingInfo")) {
+        info.address = kOwner;
+        info.deviceId = kOwnerDevice;
+        for (size_t i = 0; i < kKeySize; ++i) {
+            info.key[i] = static_cast<uint8_t>(0xC0 + i);
+        }
+    }
+    callback(info);
+    return Void();
+}
+
+Return<bool> ControllerStateProviderService::setPairingInfo(
+    const Hal::SecureHostInfo& host, const android::hardware::hidl_vec<uint8_t>& key) {
+    if (isFaulty("setPairingInfo") || key.size() != kKeySize) {
+        ALOGW("controllers: refused pairing with host %u and a key of %zu bytes", host.hostId,
+              key.size());
+        return false;
+    }
+    fleet_->completePairing();
+    return true;
+}
+
+Return<bool> ControllerStateProviderService::setKivrarEnabled(bool enabled) {
+    const bool isTaken = !isFaulty("setKivrarEnabled");
+    ALOGI("controllers: Kivrar %s: %s", enabled ? "on" : "off", isTaken ? "done" : "refused");
+    return isTaken;
+}
+
+}  // namespace Simulator

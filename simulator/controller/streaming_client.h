@@ -1,0 +1,84 @@
+// The HAL object through which one client commands the connected controllers.
+#pragma once
+
+#include <vendor/zelvan/hardware/sensors/1.0/IControllerStreamingClient.h>
+
+#include <memory>
+
+#include "controller/controller_fleet.h"
+#include "faults.h"
+#include "hal.h"
+
+namespace Simulator {
+
+/// Switches off what its client has switched on when it is released, or when the last reference to
+/// it goes with the client's process.
+class StreamingClient : public Hal::IControllerStreamingClient {
+  public:
+    /// @param listener one that the fleet knows
+    StreamingClient(std::shared_ptr<StreamingListener> listener,
+                    std::shared_ptr<ControllerFleet> fleet, std::shared_ptr<const Faults> faults);
+    ~StreamingClient() override;
+
+    template <typename T>
+    using Return = android::hardware::Return<T>;
+
+    Return<void> release() override;
+    Return<void> getCalibrationData(const Hal::ControllerAddr& controller,
+                                    getCalibrationData_cb callback) override;
+    Return<void> enable(const Hal::ControllerAddr& controller) override;
+    Return<void> disable(const Hal::ControllerAddr& controller) override;
+    Return<bool> controlInputADCStreaming(const Hal::ControllerAddr& controller,
+                                          bool enable) override;
+    Return<bool> setLedConfig(const Hal::ControllerLedConfig& config) override;
+    Return<void> getLedConfig(const Hal::ControllerAddr& controller,
+                              getLedConfig_cb callback) override;
+    Return<bool> setTransmitPowerBoost(int8_t boost) override;
+    Return<bool> setMaxHostTransmitPower(int8_t power) override;
+    Return<bool> setSimpleHaptics(const Hal::ControllerAddr& controller,
+                                  uint8_t intensity) override;
+    Return<bool> setSimpleHapticsPattern(
+        const Hal::ControllerAddr& controller,
+        const android::hardware::hidl_array<Hal::SimpleHapticIntensity, 6>& steps) override;
+    Return<bool> setBufferedHaptics(const Hal::ControllerAddr& controller, double sampleRate,
+                                    uint8_t count, bool repeat,
+                                    const android::hardware::hidl_vec<uint8_t>& samples) override;
+    Return<bool> appendBufferedHaptics(
+        const Hal::ControllerAddr& controller, uint8_t count,
+        const android::hardware::hidl_vec<uint8_t>& samples) override;
+    Return<bool> appendPCMHaptics(const Hal::ControllerAddr& controller,
+                                  const android::hardware::hidl_vec<int8_t>& samples) override;
+    Return<bool> setThumbstickMaxADCRange(const Hal::ControllerAddr& controller,
+                                          const Hal::ThumbstickADCRange& range) override;
+    Return<void> getThumbstickMaxADCRange(const Hal::ControllerAddr& controller,
+                                          getThumbstickMaxADCRange_cb callback) override;
+    Return<bool> resetThumbstickMaxADCRange(const Hal::ControllerAddr& controller) override;
+    Return<bool> setThumbstickDeadzone(const Hal::ControllerAddr& controller,
+                                       float deadzone) override;
+    Return<void> getThumbstickDeadzone(const Hal::ControllerAddr& controller,
+                                       getThumbstickDeadzone_cb callback) override;
+    Return<bool> resetThumbstickDeadzone(const Hal::ControllerAddr& controller) override;
+    Return<bool> sleepController(const Hal::ControllerAddr& controller) override;
+    Return<bool> wakeController(const Hal::ControllerAddr& controller) override;
+
+  private:
+    /// Whether `action`, given the paired controller, did what was asked; false, too, if the
+    /// method has a fault or there is no such controller.
+    template <typename Action>
+    bool command(const char* method, const Hal::ControllerAddr& controller, const Action& action);
+    /// As `command`, for a controller that is connected.
+    template <typename Action>
+    bool play(const char* method, const Hal::ControllerAddr& controller, const Action& action);
+    /// What `get` reads of the controller.
+    template <typename Value, typename Get, typename Callback>
+    Return<void> query(const char* method, const Hal::ControllerAddr& controller, const Get& get,
+                       const Callback& callback);
+    bool isFaulty(const char* method) const;
+    bool note(const char* method, bool isDone) const;
+
+    const std::shared_ptr<StreamingListener> listener_;
+    const std::shared_ptr<ControllerFleet> fleet_;
+    const std::shared_ptr<const Faults> faults_;
+};
+
+}  // namespace Simulator
