@@ -8,6 +8,8 @@ class Display {
   public:
     Display();
 
+    bool isTerminal() const { return isTerminal_; }
+
     /// Shows `lines` in place of those of the last update; not on a terminal: below them.
     void update(std::vector<std::string> lines);
 

@@ -1,6 +1,7 @@
 // sensorctl list
 #include "camera/camera_inventory.h"
 #include "commands.h"
+#include "controller/controller_inventory.h"
 #include "display.h"
 #include "environment/environment_inventory.h"
 #include "failure.h"
@@ -11,7 +12,7 @@ static void list() {
     // There is nothing to tidy up: a signal or the death of the service ends this at once.
     const Shutdown shutdown(std::chrono::milliseconds::zero());
     Inventory inventory;
-    for (auto listArea : {listMotion, listCameras, listEnvironment}) {
+    for (auto listArea : {listMotion, listCameras, listControllers, listEnvironment}) {
         listArea(inventory);
     }
     if (!inventory.isAnyRunning()) {

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "commands.h"
+#include "controller/controller_commands.h"
 #include "environment/environment_commands.h"
 #include "failure.h"
 
@@ -23,9 +24,11 @@ ExitCode runCommandLine(int argc, char** argv) {
     addListCommand(app);
     addMonitorCommand(app);
     addRecordCommand(app);
-    addEnvironmentCommands(app);
     addCaptureCommand(app);
     addMuxCommand(app);
+    addControllersCommand(app);
+    addPoseCommand(app);
+    addEnvironmentCommands(app);
     try {
         // Runs the command as well.
         app.parse(argc, argv);

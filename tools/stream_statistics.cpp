@@ -20,7 +20,8 @@ void StreamStatistics::countSample(RateMeter::Time now, const SampleHeader& head
     const int64_t arrival = std::chrono::nanoseconds(now.time_since_epoch()).count();
     const std::chrono::nanoseconds latency(arrival -
                                            std::clamp<int64_t>(header.timestamp, 0, arrival));
-    const uint32_t drops = dropCounter_.next(header.sequence, header.isDiscontinuity);
+    const uint32_t drops =
+        dropCounters_[header.source].next(header.sequence, header.isDiscontinuity);
     for (StreamMeasurement* measurement : {&interval_, &total_}) {
         measurement->latencies.add(latency);
         measurement->drops += drops;

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 
 #include "drop_counter.h"
 #include "latency_histogram.h"
@@ -14,6 +15,8 @@ struct SampleHeader {
     int64_t timestamp;
     uint32_t sequence;
     bool isDiscontinuity;
+    /// Whose count it is, of a stream that has the samples of more than one device.
+    uint64_t source = 0;
 };
 
 struct StreamMeasurement {
@@ -38,7 +41,8 @@ class StreamStatistics {
     const StreamMeasurement& total() const { return total_; }
 
   private:
-    DropCounter dropCounter_;
+    /// By source.
+    std::map<uint64_t, DropCounter> dropCounters_;
     StreamMeasurement interval_;
     StreamMeasurement total_;
 };

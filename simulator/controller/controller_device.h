@@ -80,6 +80,7 @@ class ControllerDevice {
     struct {
         uint32_t inputs = 0;
         uint32_t imu = 0;
+        uint32_t poses = 0;
         uint32_t collisions = 0;
     } sequences;
 

@@ -292,12 +292,19 @@ auto ControllerFleet::listenersOf(std::set<uint64_t> StreamingListener::*set,
 
 bool ControllerFleet::deliverPose(const Hal::PoseOutput& pose) {
     const std::lock_guard lock{mutex_};
-    if (findPairedLocked(pose.controller) == nullptr) {
+    ControllerDevice* const device = findPairedLocked(pose.controller);
+    if (device == nullptr) {
         return false;
     }
-    streams_.poses->write({toPoseInput(pose)},
-                          listenersOf(&StreamingListener::enabled, pose.controller));
+    writePoseLocked(device, pose);
     return true;
+}
+
+/// Numbers the poses anew: they may have come from more than one sender.
+void ControllerFleet::writePoseLocked(ControllerDevice* device, const Hal::PoseOutput& pose) {
+    Hal::PoseInput record = toPoseInput(pose);
+    record.sequence = device->sequences.poses++;
+    streams_.poses->write({record}, listenersOf(&StreamingListener::enabled, record.controller));
 }
 
 void ControllerFleet::stop() {
@@ -359,7 +366,7 @@ void ControllerFleet::writeInputsLocked(ControllerDevice* device, SampleInstant 
                             [&](int process) { return listeners(process) && on(process); });
     }
     if (trackers_ == 0) {
-        streams_.poses->write({toPoseInput(model.pose(instant))}, listeners);
+        writePoseLocked(device, model.pose(instant));
     }
     if (ticks_ % kTicksPerCollision == 0) {
         instant.sequence = device->sequences.collisions++;
@@ -426,8 +433,11 @@ void ControllerFleet::publishLocked() {
 }
 
 std::vector<std::string> ControllerFleet::summary() const {
-    std::vector<std::string> lines =
-        streams_.summary(inputSampler_.missedSamples(), imuSampler_.missedSamples());
+    std::vector<std::string> lines = streams_.summary();
+    if (const uint64_t missed = inputSampler_.missedSamples() + imuSampler_.missedSamples()) {
+        lines.push_back(fmt::format(
+            "controllers: {} samples were not taken: the machine was too busy", missed));
+    }
     const std::lock_guard lock{mutex_};
     for (const ControllerDevice& device : devices_) {
         const HapticsRecord& record = device.haptics.record();

@@ -106,6 +106,7 @@ class ControllerFleet {
     void takeInputs(const Batch& batch);
     void takeImuSamples(const Batch& batch);
     void writeInputsLocked(ControllerDevice* device, SampleInstant instant);
+    void writePoseLocked(ControllerDevice* device, const Hal::PoseOutput& pose);
     void writeLinkStatisticsLocked(const ControllerDevice& device, int64_t now);
     void publishLocked();
     Hal::WirelessState radioStateLocked(Time now) const;

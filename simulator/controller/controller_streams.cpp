@@ -26,29 +26,21 @@ ControllerStreams::ControllerStreams(const std::shared_ptr<Faults>& faults)
       inputs(
           std::make_shared<StreamClients<Hal::ControllerInputData>>("controller inputs", faults)) {}
 
-std::vector<std::string> ControllerStreams::summary(uint64_t missedInputs,
-                                                    uint64_t missedImuSamples) const {
-    std::vector<std::string> lines;
-    const auto add = [&lines](const auto& stream, uint64_t missed) {
-        StreamStatistics statistics = stream->statistics();
-        statistics.samplesMissed = missed;
-        lines.push_back(summaryOf(stream->name(), statistics));
-    };
-    add(stateChanges, 0);
-    add(curl, missedInputs);
-    add(imu, missedImuSamples);
-    add(buttons, missedInputs);
-    add(precisionPad, missedInputs);
-    add(multiTouch, missedInputs);
-    add(stylus, missedInputs);
-    add(wirelessStats, 0);
-    add(poses, missedInputs);
-    add(adc, missedInputs);
-    add(collisions, 0);
-    add(haptics, 0);
-    add(wirelessStates, 0);
-    add(inputs, missedInputs);
-    return lines;
+std::vector<std::string> ControllerStreams::summary() const {
+    return {summaryOf(*stateChanges),
+            summaryOf(*curl),
+            summaryOf(*imu),
+            summaryOf(*buttons),
+            summaryOf(*precisionPad),
+            summaryOf(*multiTouch),
+            summaryOf(*stylus),
+            summaryOf(*wirelessStats),
+            summaryOf(*poses),
+            summaryOf(*adc),
+            summaryOf(*collisions),
+            summaryOf(*haptics),
+            summaryOf(*wirelessStates),
+            summaryOf(*inputs)};
 }
 
 }  // namespace Simulator

@@ -23,8 +23,8 @@ struct ControllerStreams {
 
     explicit ControllerStreams(const std::shared_ptr<Faults>& faults);
 
-    /// For each stream a line for the user, samples left out for want of processor time included.
-    std::vector<std::string> summary(uint64_t missedInputs, uint64_t missedImuSamples) const;
+    /// For each stream a line for the user.
+    std::vector<std::string> summary() const;
 
     // For the programs that use the controllers.
     const Stream<Hal::PairedControllerInfo> stateChanges;

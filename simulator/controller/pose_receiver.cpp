@@ -178,9 +178,13 @@ void PoseReceiver::onRelease(PoseSender& sender, const char* reason) {
 }
 
 void PoseReceiver::stop() {
-    const std::lock_guard lock{mutex_};
-    for (const ClientPointer& sender : clients_) {
-        sender->endReading();
+    std::vector<ClientPointer> last;
+    {
+        const std::lock_guard lock{mutex_};
+        last.swap(clients_);
+    }
+    for (const ClientPointer& sender : last) {
+        release(sender, "is left behind");
     }
 }
 

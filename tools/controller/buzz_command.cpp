@@ -1,0 +1,71 @@
+// sensorctl controllers buzz
+#include <fmt/format.h>
+#include <vek/sensors/factories.h>
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <chrono>
+#include <cmath>
+#include <memory>
+
+#include "commands.h"
+#include "controller/controller_access.h"
+#include "controller/controller_commands.h"
+#include "controller/controller_text.h"
+#include "controller/pause.h"
+#include "display.h"
+#include "failure.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+struct BuzzOptions {
+    std::string key;
+    double intensityPercent = 50;
+    double durationSeconds = 1;
+};
+
+/// Lets a controller vibrate for a while, or until the user ends it.
+void buzz(const BuzzOptions& options) {
+    Shutdown shutdown(kShutdownGrace);
+    Pause pause(shutdown);
+    const auto provider = requireControllers();
+    const PairedControllerInfo info = findPaired(*provider, options.key);
+    auto client = provider->getStreamingClient();
+    const auto intensity = static_cast<uint8_t>(std::lround(options.intensityPercent * 2.55));
+    if (!client->setSimpleHaptics(info.address, intensity)) {
+        throw Failure(ExitCode::FAILED,
+                      fmt::format("the service refused to let '{}', which is {}, vibrate",
+                                  options.key, text(info.connection)));
+    }
+    Display::append({fmt::format("{} vibrates at {} % for {} s", text(info.name),
+                                 options.intensityPercent, options.durationSeconds)});
+    pause.until(std::chrono::steady_clock::now() +
+                std::chrono::duration_cast<std::chrono::nanoseconds>(
+                    std::chrono::duration<double>(options.durationSeconds)));
+    if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
+        // The client's end could not be told to a dead service.
+        static_cast<void>(client.release());
+        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
+    }
+    client->setSimpleHaptics(info.address, 0);
+}
+
+}  // namespace
+
+void addControllerBuzzCommand(CLI::App& controllers) {
+    const auto options = std::make_shared<BuzzOptions>();
+    CLI::App& command =
+        *controllers.add_subcommand("buzz", "Let a controller vibrate, to feel which one it is");
+    addControllerArgument(command, options->key);
+    command.add_option("--intensity", options->intensityPercent, "How strongly")
+        ->type_name("PERCENT")
+        ->check(CLI::Range(0.0, 100.0))
+        ->capture_default_str();
+    command.add_option("--duration", options->durationSeconds, "How long")
+        ->type_name("SECONDS")
+        ->check(secondsFrom(0.01))
+        ->capture_default_str();
+    command.callback([options] { buzz(*options); });
+}

@@ -1,0 +1,46 @@
+// See controller_inventory.h.
+#include "controller/controller_inventory.h"
+
+#include <fmt/format.h>
+#include <vek/sensors/controller_provider.h>
+#include <vek/sensors/factories.h>
+
+#include "controller/controller_text.h"
+
+using namespace Vek::Sensors;
+
+Table controllerTable(IControllerProvider& provider) {
+    Table table({{"controller", Table::Align::LEFT},
+                 {"name", Table::Align::LEFT},
+                 {"type", Table::Align::LEFT},
+                 {"hand", Table::Align::LEFT},
+                 {"state", Table::Align::LEFT},
+                 {"battery %", Table::Align::RIGHT},
+                 {"serial number", Table::Align::LEFT},
+                 {"firmware", Table::Align::LEFT}});
+    for (const PairedControllerInfo& info : provider.getPairedControllers()) {
+        const bool isUpdating = info.features[CONTROLLER_FEATURE_UPDATING];
+        table.addRow({text(info.address), text(info.name), text(info.type), text(info.hand),
+                      isUpdating ? "updating" : text(info.connection),
+                      fmt::format("{}", info.batteryLevel), text(info.serialNumber),
+                      text(info.firmwareVersion)});
+    }
+    if (const auto client = provider.getManagementClient()) {
+        for (const AdvertisingControllerInfo& info : client->getAdvertisingControllers()) {
+            table.addRow({text(info.address), text(info.name), text(info.type), "-", "advertising",
+                          "-", "-", "-"});
+        }
+    }
+    return table;
+}
+
+void listControllers(Inventory& inventory) {
+    const bool isRunning = createControllerStateProvider() != nullptr;
+    // One process offers both, and only the other one can be asked for without dying.
+    inventory.addService("IControllerProvider", isRunning);
+    inventory.addService("IControllerStateProvider", isRunning);
+    if (isRunning) {
+        HidlWrapper::ControllerProvider provider;
+        inventory.addTable(controllerTable(provider));
+    }
+}

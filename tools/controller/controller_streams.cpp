@@ -1,0 +1,119 @@
+// Opens the controllers' streams and lets all paired controllers into them.
+#include "controller/controller_streams.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "controller/controller_access.h"
+#include "controller/controller_records.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+constexpr char kAllStreams[] = "controllers";
+
+// Room for a second of three controllers' samples: printing to a slow terminal must not drop any.
+constexpr size_t kImuQueueSize = 2048;
+constexpr size_t kInputQueueSize = 512;
+constexpr size_t kEventQueueSize = 64;
+
+using Provider = std::shared_ptr<IControllerProvider>;
+
+/// Switches the samples of the controllers on that are paired when the run starts.
+class SampleSwitch {
+  public:
+    explicit SampleSwitch(Provider provider) : provider_(std::move(provider)) {}
+    ~SampleSwitch() {
+        // Not switched off, so the service is dead, and its client's end cannot be told to it.
+        static_cast<void>(client_.release());
+    }
+    SampleSwitch(const SampleSwitch&) = delete;
+    SampleSwitch& operator=(const SampleSwitch&) = delete;
+
+    void on() {
+        if (client_ != nullptr) {
+            return;
+        }
+        client_ = provider_->getStreamingClient();
+        for (const PairedControllerInfo& info : provider_->getPairedControllers()) {
+            client_->enable(info.address);
+            if (info.features[CONTROLLER_FEATURE_INPUT_ADC]) {
+                client_->controlInputADCStreaming(info.address, true);
+            }
+        }
+    }
+
+    /// What the client has enabled ends with it.
+    void off() { client_.reset(); }
+
+  private:
+    const Provider provider_;
+    std::unique_ptr<IControllerStreamingClient> client_;
+};
+
+using Switch = std::shared_ptr<SampleSwitch>;
+using OpenStream = std::unique_ptr<SensorStream> (*)(const std::string&, IControllerProvider&,
+                                                     const Switch&);
+
+template <typename Data, std::unique_ptr<IDataStream<Data>> (IControllerProvider::*make)(),
+          size_t queueSize>
+std::unique_ptr<SensorStream> openStream(const std::string& name, IControllerProvider& provider,
+                                         const Switch& samples) {
+    const std::shared_ptr<IDataStream<Data>> stream((provider.*make)());
+    return std::make_unique<TypedSensorStream<Data>>(
+        name, *stream,
+        StreamControl{[samples, stream] { samples->on(); }, [samples] { samples->off(); }},
+        queueSize);
+}
+
+using Api = IControllerProvider;
+constexpr std::pair<const char*, OpenStream> kStreams[] = {
+    {"controller-state",
+     openStream<PairedControllerInfo, &Api::streamStateChanges, kEventQueueSize>},
+    {"controller-imu", openStream<ControllerImuData, &Api::streamImu, kImuQueueSize>},
+    {"controller-buttons", openStream<ButtonData, &Api::streamInput, kInputQueueSize>},
+    {"controller-curl", openStream<CurlData, &Api::streamCurl, kInputQueueSize>},
+    {"controller-pad", openStream<PrecisionPadData, &Api::streamPrecisionPad, kInputQueueSize>},
+    {"controller-touch", openStream<MultiTouchData, &Api::streamMultiTouch, kInputQueueSize>},
+    {"controller-stylus", openStream<StylusData, &Api::streamStylus, kInputQueueSize>},
+    {"controller-adc", openStream<ControllerInputADCData, &Api::streamInputADC, kInputQueueSize>},
+    {"controller-pose", openStream<PoseInput, &Api::streamPose, kImuQueueSize>},
+    {"controller-collision",
+     openStream<ControllerCollisionEvent, &Api::streamCollisionEvent, kEventQueueSize>},
+    {"controller-link",
+     openStream<WirelessDeviceStats, &Api::streamWirelessDeviceStats, kEventQueueSize>},
+};
+
+/// @param isWanted by its name.
+template <typename Wanted>
+std::vector<std::unique_ptr<SensorStream>> openThose(const Wanted& isWanted) {
+    const Provider provider = requireControllers();
+    const auto samples = std::make_shared<SampleSwitch>(provider);
+    std::vector<std::unique_ptr<SensorStream>> streams;
+    for (const auto& [name, open] : kStreams) {
+        if (isWanted(name)) {
+            streams.push_back(open(name, *provider, samples));
+        }
+    }
+    return streams;
+}
+
+}  // namespace
+
+void addControllerStreams(std::vector<StreamKind>& kinds) {
+    kinds.push_back({kAllStreams, [](const SessionOptions& options) {
+                         // Those that are named as well are opened by their names.
+                         return openThose([&options](const std::string& name) {
+                             return std::find(options.streams.begin(), options.streams.end(),
+                                              name) == options.streams.end();
+                         });
+                     }});
+    for (const auto& stream : kStreams) {
+        const std::string wanted = stream.first;
+        kinds.push_back({wanted, [wanted](const SessionOptions& /*options*/) {
+                             return openThose(
+                                 [&wanted](const std::string& name) { return name == wanted; });
+                         }});
+    }
+}

@@ -1,0 +1,21 @@
+// The texts of what controllers are and do.
+#pragma once
+
+#include <vek/sensors/controller.h>
+
+#include <string>
+
+#include "table.h"
+
+std::string text(Vek::Sensors::ControllerAddr address);
+std::string text(Vek::Sensors::ControllerType type);
+std::string text(Vek::Sensors::ControllerHand hand);
+std::string text(Vek::Sensors::ControllerConnection connection);
+std::string text(Vek::Sensors::ControllerResult result);
+
+/// A field of fixed size, printable.
+template <size_t Size>
+std::string text(const Vek::Sensors::ControllerText<Size>& field) {
+    const std::string whole(field.data(), field.size());
+    return printable(whole.substr(0, whole.find('\0')));
+}

@@ -1,0 +1,76 @@
+// sensorctl controllers
+#include <fmt/format.h>
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <memory>
+
+#include "commands.h"
+#include "controller/controller_access.h"
+#include "controller/controller_commands.h"
+#include "controller/controller_inventory.h"
+#include "controller/controller_text.h"
+#include "display.h"
+#include "failure.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+void list() {
+    // There is nothing to tidy up: a signal or the death of the service ends this at once.
+    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    Display::append(controllerTable(*requireControllers()).lines());
+}
+
+/// Throws Failure if the service did not do it.
+void check(ControllerResult result, const char* what, const std::string& name) {
+    if (result != ControllerResult::SUCCESS) {
+        throw Failure(ExitCode::FAILED, fmt::format("cannot {} '{}': the service answered {}", what,
+                                                    name, text(result)));
+    }
+}
+
+void pair(const std::string& key) {
+    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const auto client = requireManagementClient(*requireControllers());
+    const AdvertisingControllerInfo info = findAdvertising(*client, key);
+    check(client->pairController(info.address), "pair", key);
+    Display::append({fmt::format("paired {} ({})", text(info.name), text(info.address))});
+}
+
+void unpair(const std::string& key) {
+    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const auto provider = requireControllers();
+    const auto client = requireManagementClient(*provider);
+    const PairedControllerInfo info = findPaired(*provider, key);
+    check(client->unpairController(info.address), "unpair", key);
+    Display::append({fmt::format("unpaired {} ({})", text(info.name), text(info.address))});
+}
+
+}  // namespace
+
+void addControllerArgument(CLI::App& command, std::string& key) {
+    command
+        .add_option("controller", key, "Its address or its name, as \"controllers list\" has it")
+        ->type_name("CONTROLLER")
+        ->required();
+}
+
+void addControllersCommand(CLI::App& app) {
+    CLI::App& controllers =
+        *app.add_subcommand("controllers", "List, pair, update and try the hand controllers");
+    controllers.require_subcommand(1);
+    controllers.add_subcommand("list", "Print the controllers that are paired or could be")
+        ->callback(list);
+    const auto key = std::make_shared<std::string>();
+    CLI::App& pairing =
+        *controllers.add_subcommand("pair", "Pair a controller that advertises itself");
+    addControllerArgument(pairing, *key);
+    pairing.callback([key] { pair(*key); });
+    CLI::App& unpairing = *controllers.add_subcommand("unpair", "End the pairing of a controller");
+    addControllerArgument(unpairing, *key);
+    unpairing.callback([key] { unpair(*key); });
+    addControllerUpdateCommand(controllers);
+    addControllerBuzzCommand(controllers);
+}

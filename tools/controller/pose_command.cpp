@@ -1,0 +1,116 @@
+// sensorctl pose
+#include <fmt/format.h>
+#include <vek/sensors/factories.h>
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <chrono>
+#include <cmath>
+#include <memory>
+
+#include "commands.h"
+#include "controller/controller_access.h"
+#include "controller/controller_commands.h"
+#include "controller/pause.h"
+#include "display.h"
+#include "failure.h"
+
+using namespace Vek::Sensors;
+
+namespace {
+
+struct PoseOptions {
+    std::string key;
+    double rate = 500;
+    double durationSeconds = 10;
+};
+
+struct PoseCounts {
+    uint64_t sent = 0;
+    uint64_t taken = 0;
+};
+
+/// A controller on its way round a circle before the user, once in 2 s.
+PoseOutput poseAt(ControllerAddr controller, uint32_t sequence,
+                  std::chrono::steady_clock::time_point time) {
+    constexpr double kAngularRate = M_PI;  // rad/s
+    constexpr double kRadius = 0.2;        // m
+    const std::chrono::duration<double> seconds = time.time_since_epoch();
+    const double angle = std::fmod(kAngularRate * seconds.count(), 2 * M_PI);
+    const double x = kRadius * std::cos(angle);
+    const double z = kRadius * std::sin(angle);
+    const double square = kAngularRate * kAngularRate;
+    PoseOutput pose{};
+    pose.controller = controller;
+    pose.timestamp = std::chrono::nanoseconds(time.time_since_epoch()).count();
+    pose.position = {static_cast<float>(x), 0.4F, static_cast<float>(1.1 + z)};
+    pose.orientation = {0, 0, 0, 1};
+    pose.linearVelocity = {static_cast<float>(-kAngularRate * z), 0,
+                           static_cast<float>(kAngularRate * x)};
+    pose.linearAcceleration = {static_cast<float>(-square * x), 0, static_cast<float>(-square * z)};
+    pose.status = CONTROLLER_POSE_POSITION_VALID | CONTROLLER_POSE_ORIENTATION_VALID;
+    pose.sequence = sequence;
+    pose.confidence = 1;
+    return pose;
+}
+
+/// One pose at a time until the end. Poses that the queue has no room for are lost, as those of a
+/// tracker would be: the next one is worth more.
+PoseCounts stream(IControllerStateProvider& provider, ControllerAddr controller, Pause& pause,
+                  const PoseOptions& options) {
+    const auto begin = std::chrono::steady_clock::now();
+    const auto count = static_cast<uint64_t>(std::llround(options.rate * options.durationSeconds));
+    PoseCounts counts;
+    while (counts.sent < count) {
+        const std::chrono::duration<double> offset{static_cast<double>(counts.sent) / options.rate};
+        const auto due = begin + std::chrono::duration_cast<std::chrono::nanoseconds>(offset);
+        if (!pause.until(due)) {
+            break;
+        }
+        // The next number only for what was taken, so that the service sees what is lost with it.
+        const auto sequence = static_cast<uint32_t>(counts.taken);
+        ++counts.sent;
+        counts.taken += provider.sendPose(poseAt(controller, sequence, due)) ? 1U : 0U;
+    }
+    return counts;
+}
+
+void send(const PoseOptions& options) {
+    Shutdown shutdown(kShutdownGrace);
+    Pause pause(shutdown);
+    const auto owner = requireService(createControllerStateProvider(), "IControllerStateProvider");
+    const ControllerAddr controller = findPaired(*requireControllers(), options.key).address;
+    owner->preparePoseOutputStream();
+    owner->startPoseOutputStream();
+    const auto begin = std::chrono::steady_clock::now();
+    const PoseCounts counts = stream(*owner, controller, pause, options);
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
+    Display::append({fmt::format(
+        "sent {} poses in {:.1f} s, {:.1f} a second; the service took {}, {} found its queue full",
+        counts.sent, elapsed.count(), static_cast<double>(counts.sent) / elapsed.count(),
+        counts.taken, counts.sent - counts.taken)});
+    if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
+        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
+    }
+    owner->stopPoseOutputStream();
+}
+
+}  // namespace
+
+void addPoseCommand(CLI::App& app) {
+    const auto options = std::make_shared<PoseOptions>();
+    CLI::App& pose = *app.add_subcommand("pose", "Act as the owner of the hand controllers' state");
+    pose.require_subcommand(1);
+    CLI::App& command = *pose.add_subcommand(
+        "send", "Send poses of a controller that goes round a circle, and count those taken");
+    addControllerArgument(command, options->key);
+    command.add_option("--rate", options->rate, "Poses a second")
+        ->type_name("HZ")
+        ->check(CLI::Range(0.1, 100'000.0))
+        ->capture_default_str();
+    command.add_option("--duration", options->durationSeconds, "For how long")
+        ->type_name("SECONDS")
+        ->check(secondsFrom(0.01))
+        ->capture_default_str();
+    command.callback([options] { send(*options); });
+}
