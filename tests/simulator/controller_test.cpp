@@ -1,0 +1,380 @@
+// The simulated hand controllers through their HAL interfaces, in the test's own process.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <future>
+#include <limits>
+
+#include "client_end.h"
+#include "controller/firmware_update.h"
+#include "controller/pose_receiver.h"
+#include "controller/provider_service.h"
+#include "controller/state_provider_service.h"
+
+namespace {
+
+using namespace Simulator;
+using namespace std::chrono_literals;
+using Hal::ControllerConnection;
+using Hal::HapticsActivity;
+using Hal::Result;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using TestSupport::ClientEnd;
+
+constexpr Hal::ControllerAddr kLeft{0x5A'00'00'00'00'01};
+constexpr Hal::ControllerAddr kStylus{0x5A'00'00'00'00'03};
+constexpr Hal::ControllerAddr kNobody{1};
+
+class FakeProgressCallback : public Hal::IProgressUpdateCallback {
+  public:
+    android::hardware::Return<Result> handleProgressUpdate(float progress) override {
+        goesOn.wait();
+        reports.push_back(progress);
+        return Result::SUCCESS;
+    }
+    /// The first report waits for it.
+    std::shared_future<void> goesOn;
+    /// Read once the update is over.
+    std::vector<float> reports;
+};
+
+class ControllerTest : public ::testing::Test {
+  protected:
+    explicit ControllerTest(ControllerSettings settings = {0, {}})
+        : fleet_(std::make_shared<ControllerFleet>(settings, faults_)),
+          poses_(std::make_shared<PoseReceiver>(fleet_)),
+          provider_(new ControllerProviderService(fleet_, faults_)),
+          owner_(new ControllerStateProviderService(fleet_, poses_, faults_)),
+          management_(provider_->getManagementClient()),
+          streaming_(provider_->getStreamingClient()) {
+        EXPECT_EQ(provider_->prepareStateChangeStream(*states_.queue.getDesc(), states_.identity,
+                                                      states_.config),
+                  Result::SUCCESS);
+        EXPECT_EQ(owner_->prepareHapticsStateStream(*haptics_.queue.getDesc(), haptics_.identity,
+                                                    haptics_.config),
+                  Result::SUCCESS);
+        EXPECT_EQ(owner_->controlHapticsStateStream(haptics_.identity, Hal::StreamCommand::START),
+                  Result::SUCCESS);
+    }
+    ~ControllerTest() override {
+        poses_->stop();
+        fleet_->stop();
+    }
+
+    /// The first record that `isWanted`; all zero if none comes within a generous bound.
+    template <typename Record, typename Wanted>
+    static Record await(ClientEnd<Record>& end, const Wanted& isWanted) {
+        Record record{};
+        do {
+            while (end.queue.read(&record)) {
+                if (isWanted(record)) {
+                    return record;
+                }
+            }
+        } while (end.awaitData());
+        return {};
+    }
+    Hal::PairedControllerInfo awaitConnection(ControllerConnection connection) {
+        return await(states_, [&](const auto& info) {
+            return info.address == kStylus && info.connection == connection;
+        });
+    }
+    Hal::HapticsState awaitHaptics(HapticsActivity activity) {
+        return await(haptics_, [&](const auto& state) { return state.activity == activity; });
+    }
+    size_t countAdvertising() {
+        size_t count = 0;
+        management_->getAdvertisingControllers(
+            [&](const auto& controllers) { count = controllers.size(); });
+        return count;
+    }
+
+    std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
+    std::shared_ptr<ControllerFleet> fleet_;
+    std::shared_ptr<PoseReceiver> poses_;
+    android::sp<Hal::IControllerProvider> provider_;
+    android::sp<Hal::IControllerStateProvider> owner_;
+    android::sp<Hal::IControllerManagementClient> management_;
+    android::sp<Hal::IControllerStreamingClient> streaming_;
+    ClientEnd<Hal::PairedControllerInfo> states_{1000};
+    ClientEnd<Hal::HapticsState> haptics_{1000};
+};
+
+TEST_F(ControllerTest, PairedControllerConnectsAndNoLongerAdvertisesItself) {
+    EXPECT_EQ(countAdvertising(), 1U);
+    EXPECT_EQ(management_->pairController(kNobody), Result::FAILURE);
+    EXPECT_EQ(management_->unpairController(kStylus), Result::FAILURE);
+    EXPECT_EQ(management_->pairController(kStylus), Result::SUCCESS);
+    EXPECT_EQ(management_->pairController(kStylus), Result::FAILURE);
+    EXPECT_EQ(countAdvertising(), 0U);
+    awaitConnection(ControllerConnection::CONNECTING);
+    EXPECT_EQ(awaitConnection(ControllerConnection::CONNECTED).address, kStylus);
+
+    EXPECT_EQ(management_->enterDMM(kStylus), Result::SUCCESS);
+    EXPECT_EQ(management_->enterDMM(kStylus), Result::BAD_STATE);
+    EXPECT_EQ(management_->exitDMM(kStylus), Result::SUCCESS);
+    EXPECT_EQ(management_->exitDMM(kStylus), Result::BAD_STATE);
+
+    EXPECT_TRUE(streaming_->sleepController(kStylus));
+    EXPECT_FALSE(streaming_->setSimpleHaptics(kStylus, 1));
+    EXPECT_TRUE(streaming_->wakeController(kStylus));
+    EXPECT_FALSE(streaming_->wakeController(kStylus));
+
+    EXPECT_EQ(management_->unpairController(kStylus), Result::SUCCESS);
+    EXPECT_EQ(awaitConnection(ControllerConnection::DISCONNECTED).address, kStylus);
+    EXPECT_EQ(countAdvertising(), 1U);
+    Hal::SecureDeviceInfo device{};
+    device.address = kStylus;
+    EXPECT_TRUE(provider_->allowDevice(device));
+    EXPECT_EQ(countAdvertising(), 0U);
+}
+
+TEST_F(ControllerTest, SettingsAreKeptAndImpossibleOnesRefused) {
+    const auto deadzone = [this] {
+        float value = -1;
+        streaming_->getThumbstickDeadzone(kLeft, [&](float got, bool) { value = got; });
+        return value;
+    };
+    EXPECT_TRUE(streaming_->setThumbstickDeadzone(kLeft, 0.25F));
+    for (const float bad : {-0.1F, 1.1F, std::numeric_limits<float>::quiet_NaN()}) {
+        EXPECT_FALSE(streaming_->setThumbstickDeadzone(kLeft, bad));
+    }
+    EXPECT_EQ(deadzone(), 0.25F);
+    EXPECT_TRUE(streaming_->resetThumbstickDeadzone(kLeft));
+    EXPECT_EQ(deadzone(), ThumbstickCalibration::kFactoryDeadzone);
+
+    const Hal::ThumbstickADCRange range{100, 4000, 150, 3950};
+    EXPECT_TRUE(streaming_->setThumbstickMaxADCRange(kLeft, range));
+    EXPECT_FALSE(streaming_->setThumbstickMaxADCRange(kLeft, {4000, 100, 0, 1}));
+    streaming_->getThumbstickMaxADCRange(kLeft, [&](const auto& kept, bool success) {
+        EXPECT_TRUE(success);
+        EXPECT_EQ(kept, range);
+    });
+
+    const Hal::ControllerLedConfig led{
+        Hal::ControllerHand::LEFT, Hal::LedPattern::BLINK, 1, 2, 3, 4, 500};
+    Hal::ControllerLedConfig badLed = led;
+    badLed.pattern = static_cast<Hal::LedPattern>(9);
+    EXPECT_TRUE(streaming_->setLedConfig(led));
+    EXPECT_FALSE(streaming_->setLedConfig(badLed));
+    streaming_->getLedConfig(kLeft, [&](const auto& kept, bool) { EXPECT_EQ(kept, led); });
+    streaming_->getLedConfig(kNobody, [&](const auto&, bool success) { EXPECT_FALSE(success); });
+
+    EXPECT_TRUE(provider_->setWirelessFreqBlocklist({0xFF}));
+    EXPECT_FALSE(provider_->setWirelessFreqBlocklist({UINT32_MAX}));
+    provider_->getWirelessFreqBlocklist(
+        [](const auto& kept, bool) { EXPECT_EQ(kept.channels, 0xFFU); });
+    EXPECT_FALSE(owner_->setPairingInfo({}, std::vector<uint8_t>(15)));
+}
+
+struct FirmwareCase {
+    std::optional<float> failsAt;
+    std::vector<float> reports;
+    const char* version;
+};
+class FirmwareTest : public ControllerTest, public ::testing::WithParamInterface<FirmwareCase> {
+  protected:
+    FirmwareTest() : ControllerTest({0, GetParam().failsAt}) {}
+};
+
+TEST_P(FirmwareTest, ReportsFromNoughtToItsEndAndLeavesTheStateOfItsOutcome) {
+    constexpr auto kUpdating = maskOf(Hal::ControllerFeature::UPDATING);
+    const android::sp<FakeProgressCallback> callback = new FakeProgressCallback;
+    std::promise<void> go;
+    callback->goesOn = go.get_future();
+    using Type = Hal::ControllerType;
+    const auto update = [&](Type type, const FirmwareReports& reports) -> Result {
+        return management_->updateFirmware(kLeft, type, reports);
+    };
+    EXPECT_EQ(update(Type::STYLUS, {callback, 0, 0.25F}), Result::FAILURE);
+    EXPECT_EQ(update(Type::HANDHELD, {nullptr, 0, 0.25F}), Result::FAILURE);
+    EXPECT_EQ(update(Type::HANDHELD, {callback, -1, 0.25F}), Result::FAILURE);
+    EXPECT_EQ(update(Type::HANDHELD, {callback, 0, std::nanf("")}), Result::FAILURE);
+    EXPECT_EQ(update(Type::HANDHELD, {callback, 0, 0.25F}), Result::SUCCESS);
+    EXPECT_EQ(update(Type::HANDHELD, {callback, 0, 0.25F}), Result::BAD_STATE);
+    EXPECT_EQ(management_->unpairController(kLeft), Result::BAD_STATE);
+
+    go.set_value();
+    bool hasBegun = false;
+    const Hal::PairedControllerInfo after = await(states_, [&](const auto& info) {
+        const bool isUpdating = (info.features & kUpdating) != 0;
+        hasBegun = hasBegun || isUpdating;
+        return info.address == kLeft && hasBegun && !isUpdating;
+    });
+    EXPECT_EQ(callback->reports, GetParam().reports);
+    EXPECT_STREQ(reinterpret_cast<const char*>(after.firmwareVersion.data()), GetParam().version);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Outcomes, FirmwareTest,
+    ::testing::Values(FirmwareCase{std::nullopt, {0, 0.25F, 0.5F, 0.75F, 1}, "1.1"},
+                      FirmwareCase{0.5F, {0, 0.25F, 0.5F}, "1.0"}, FirmwareCase{0.0F, {0}, "1.0"}));
+
+TEST_F(ControllerTest, SamplesAndHapticsEndWithTheClientThatSwitchedThemOn) {
+    ClientEnd<Hal::ButtonData> buttons{1000};
+    ASSERT_EQ(
+        provider_->prepareButtonStream(*buttons.queue.getDesc(), buttons.identity, buttons.config),
+        Result::SUCCESS);
+    streaming_->enable(kLeft);
+    EXPECT_TRUE(streaming_->setSimpleHaptics(kLeft, 51));
+    EXPECT_FLOAT_EQ(awaitHaptics(HapticsActivity::PLAYING).amplitude, 0.2F);
+    ASSERT_TRUE(buttons.awaitData());
+    streaming_ = nullptr;
+    EXPECT_EQ(awaitHaptics(HapticsActivity::IDLE).controller, kLeft);
+    std::vector<Hal::ButtonData> records(buttons.queue.availableToRead());
+    EXPECT_TRUE(buttons.queue.read(records.data(), records.size()));
+    EXPECT_THAT(records, Each(::testing::ResultOf(
+                             [](const auto& record) { return record.header.controller; }, kLeft)));
+    // What comes at every tick goes on for the owner of the state; by then a sample would be here.
+    ClientEnd<Hal::ControllerInputData> inputs{1000};
+    EXPECT_EQ(owner_->prepareControllerInputStream(*inputs.queue.getDesc(), inputs.identity,
+                                                   inputs.config),
+              Result::SUCCESS);
+    EXPECT_EQ(owner_->controlControllerInputStream(inputs.identity, Hal::StreamCommand::START),
+              Result::SUCCESS);
+    ASSERT_TRUE(inputs.awaitData());
+    ASSERT_TRUE(inputs.awaitData());
+    EXPECT_EQ(buttons.queue.availableToRead(), 0U);
+}
+
+TEST(HapticsPlayerTest, PlaysWhatWasSentForAsLongAsItLasts) {
+    using Samples = std::vector<uint8_t>;
+    const HapticsPlayer::Time begin{};
+    HapticsPlayer player;
+    Hal::HapticsState state{};
+    const auto expect = [&](std::chrono::milliseconds time, HapticsActivity activity,
+                            float amplitude, uint32_t buffered) {
+        EXPECT_TRUE(player.takeChange(begin + time, &state)) << time.count();
+        EXPECT_EQ(state.activity, activity) << time.count();
+        EXPECT_FLOAT_EQ(state.amplitude, amplitude) << time.count();
+        EXPECT_EQ(state.bufferedSamples, buffered) << time.count();
+        EXPECT_FALSE(player.takeChange(begin + time, &state)) << time.count();
+    };
+    using Activity = HapticsActivity;
+    player.playPattern({{{255, 1}, {0, 2}, {51, 1}, {0, 0}, {0, 0}, {0, 0}}}, begin);
+    expect(0ms, Activity::PLAYING, 1, 0);
+    expect(10ms, Activity::PLAYING, 0, 0);
+    expect(30ms, Activity::PLAYING, 0.2F, 0);
+    expect(40ms, Activity::IDLE, 0, 0);
+    EXPECT_FALSE(player.appendBuffer(Samples(1), begin + 40ms));  // there is no buffer
+
+    EXPECT_TRUE(player.playBuffer(1000, false, Samples(100, 51), begin + 50ms));
+    expect(50ms, Activity::PLAYING, 0.2F, 100);
+    EXPECT_TRUE(player.appendBuffer(Samples(50, 255), begin + 90ms));
+    expect(90ms, Activity::PLAYING, 0.2F, 110);
+    expect(150ms, Activity::PLAYING, 1, 50);
+    expect(200ms, Activity::IDLE, 0, 0);
+    EXPECT_TRUE(player.appendBuffer(Samples(10, 255), begin + 300ms));
+    EXPECT_TRUE(player.takeChange(begin + 300ms, &state));
+    EXPECT_EQ(state.activity, Activity::UNDERRUN);
+    expect(301ms, Activity::PLAYING, 1, 9);
+
+    EXPECT_TRUE(player.playBuffer(1000, true, Samples(10, 255), begin + 400ms));
+    expect(400ms, Activity::PLAYING, 1, 10);
+    EXPECT_FALSE(player.takeChange(begin + 10s, &state));  // over and over
+    EXPECT_TRUE(player.appendPcm(std::vector<int8_t>(72, -128), begin + 10s));
+    expect(10s, Activity::PLAYING, 1, 72);
+    expect(10'036ms, Activity::IDLE, 0, 0);
+    EXPECT_FALSE(player.appendPcm(std::vector<int8_t>(71), begin + 11s));
+    for (const double rate : {0.0, -1.0, 1e9, std::nan("")}) {
+        EXPECT_FALSE(player.playBuffer(rate, false, Samples(1), begin + 11s)) << rate;
+    }
+    EXPECT_TRUE(player.playBuffer(1, false, Samples(4096), begin + 12s));
+    EXPECT_FALSE(player.appendBuffer(Samples(1), begin + 12s));  // the buffer is full
+    EXPECT_EQ(player.record().pcmFrames, 1U);
+    EXPECT_EQ(player.record().bufferedSamples, 100U + 50 + 10 + 10 + 4096);
+}
+
+Hal::PoseOutput poseOf(uint32_t sequence) {
+    Hal::PoseOutput pose{};
+    pose.controller = kLeft;
+    pose.orientation[3] = 1;
+    pose.sequence = sequence;
+    return pose;
+}
+
+TEST(PoseLedgerTest, CountsWhatIsMissingAndWhatIsOutOfOrder) {
+    PoseLedger ledger;
+    for (const uint32_t sequence : {UINT32_MAX - 1, UINT32_MAX, 0U, 1U, 4U, 3U, 4U, 4U}) {
+        ledger.enter(poseOf(sequence));
+    }
+    EXPECT_EQ(ledger.counts().accepted, 8U);
+    EXPECT_EQ(ledger.counts().missing, 2U);
+    EXPECT_EQ(ledger.counts().misordered, 2U);
+}
+
+TEST_F(ControllerTest, PosesOfTheOwnerAreHandedOnAndNonsenseIsNot) {
+    ClientEnd<Hal::PoseInput> consumer{1000};
+    ASSERT_EQ(provider_->preparePoseInputStream(*consumer.queue.getDesc(), consumer.identity,
+                                                consumer.config),
+              Result::SUCCESS);
+    streaming_->enable(kLeft);
+    const android::sp<TestSupport::FakeSensorClient> identity = new TestSupport::FakeSensorClient;
+    std::unique_ptr<PoseSender::Queue> queue;
+    Hal::FmqConfig config;
+    owner_->preparePoseOutputStream(
+        identity, [&](Result result, const auto& descriptor, const auto& got) {
+            ASSERT_EQ(result, Result::SUCCESS);
+            queue = std::make_unique<PoseSender::Queue>(descriptor, false);
+            config = got;
+        });
+    owner_->preparePoseOutputStream(identity, [](Result result, const auto&, const auto&) {
+        EXPECT_EQ(result, Result::BAD_STATE);
+    });
+    owner_->preparePoseOutputStream(nullptr, [](Result result, const auto&, const auto&) {
+        EXPECT_EQ(result, Result::FAILURE);
+    });
+    EXPECT_EQ(owner_->controlPoseOutputStream(identity, Hal::StreamCommand::START),
+              Result::SUCCESS);
+
+    Hal::PoseOutput poses[] = {poseOf(1), poseOf(2), poseOf(3), poseOf(4)};
+    poses[0].position[0] = std::nanf("");
+    poses[1].orientation[3] = 2;
+    poses[2].controller = kNobody;
+    poses[3].timestamp = 77;
+    ASSERT_TRUE(queue->write(poses, 4));
+    android::hardware::EventFlag* flag = nullptr;
+    android::hardware::EventFlag::createEventFlag(config.eventFlag->data[0], 0, &flag);
+    ASSERT_NE(flag, nullptr);
+    flag->wake(config.dataReadyBit);
+    const auto isOwners = [](const auto& pose) { return pose.timestamp < 1000; };
+    EXPECT_EQ(await(consumer, isOwners).timestamp, 77);
+
+    // Its end gives the poses back to the simulated hands.
+    identity->die();
+    EXPECT_NE(await(consumer, [&](const auto& pose) { return !isOwners(pose); }).timestamp, 0);
+    EXPECT_EQ(identity->recipient, nullptr);
+    EXPECT_EQ(poses_->summary(),
+              "poses of the state's owner: 1 read of 1 senders, 0 missing, 0 out of order, 3 "
+              "refused");
+    android::hardware::EventFlag::deleteEventFlag(&flag);
+}
+
+TEST(ThumbstickTest, CalibrationStretchesTheWayAndSilencesTheMiddle) {
+    const auto place = [](uint16_t x, uint16_t y, const ThumbstickCalibration& calibration) {
+        return thumbstickOf({kLeft, 0, 0, x, y}, calibration);
+    };
+    const ThumbstickCalibration narrow{{1000, 3000, 1000, 3000}, 0.25F};
+    EXPECT_THAT(place(3000, 500, narrow), ElementsAre(1, -1));
+    EXPECT_THAT(place(2500, 2000, narrow), ElementsAre(0.5F, 0));
+    EXPECT_THAT(place(2200, 2100, narrow), ElementsAre(0, 0));
+}
+
+TEST(HandMotionTest, DerivativesAgree) {
+    constexpr double kStep = 1e-4;
+    for (const double time : {0.3, 7.7, 1e5}) {
+        const HandPose before = handPose(time - kStep, 1, -1);
+        const HandPose now = handPose(time, 1, -1);
+        const HandPose after = handPose(time + kStep, 1, -1);
+        const auto slope = [&](double b, double a) { return (a - b) / (2 * kStep); };
+        EXPECT_NEAR(slope(before.position.z, after.position.z), now.linearVelocity.z, 1e-4);
+        EXPECT_NEAR(slope(before.linearVelocity.x, after.linearVelocity.x),
+                    now.linearAcceleration.x, 1e-4);
+        EXPECT_NEAR(slope(before.angle, after.angle), now.angularRate, 1e-4);
+        EXPECT_NEAR(slope(before.angularRate, after.angularRate), now.angularAcceleration, 1e-4);
+    }
+}
+
+}  // namespace
