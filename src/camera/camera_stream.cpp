@@ -6,7 +6,6 @@
 
 #include "camera/convert.h"
 #include "camera/frame_set_config_update_callback.h"
-#include "camera/record_layout.h"
 #include "foundation/hal_call.h"
 #include "os/bind_receiver.h"
 

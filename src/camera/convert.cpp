@@ -8,22 +8,14 @@
 #include <memory>
 #include <type_traits>
 
-#include "camera/record_layout.h"
 #include "foundation/log.h"
+#include "foundation/same_layout.h"
 
 namespace Vek::Sensors::Convert {
 namespace {
 
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
-
-template <typename To, typename From>
-To copyBits(const From& from) {
-    static_assert(sizeof(To) == sizeof(From) && std::is_trivially_copyable_v<To>);
-    To to;
-    std::memcpy(&to, &from, sizeof(to));
-    return to;
-}
 
 /// Of plain records and of enumerations.
 template <typename To, typename From>

@@ -5,9 +5,9 @@
 #include "controller/convert.h"
 
 #include <cstring>
-#include <type_traits>
 
 #include "foundation/log.h"
+#include "foundation/same_layout.h"
 
 namespace Vek::Sensors::Convert {
 namespace {
@@ -17,16 +17,6 @@ namespace {
 template <size_t Size>
 void copyText(ControllerText<Size>& to, const android::hardware::hidl_array<uint8_t, Size>& from) {
     std::strncpy(to.data(), reinterpret_cast<const char*>(from.data()), Size);
-}
-
-/// Between two records of one layout.
-template <typename To, typename From>
-To copyWhole(const From& from) {
-    static_assert(sizeof(To) == sizeof(From));
-    static_assert(std::is_trivially_copyable_v<To> && std::is_trivially_copyable_v<From>);
-    To to;
-    std::memcpy(&to, &from, sizeof(to));
-    return to;
 }
 
 ControllerAddr fromHidl(Hidl::ControllerAddr controller) {
@@ -153,11 +143,11 @@ ControllerInputData fromHidl(const Hidl::ControllerInputData& data) {
 }
 
 ControllerLedConfig fromHidl(const Hidl::ControllerLedConfig& config) {
-    return copyWhole<ControllerLedConfig>(config);
+    return copyBits<ControllerLedConfig>(config);
 }
 
 ThumbstickADCRange fromHidl(const Hidl::ThumbstickADCRange& range) {
-    return copyWhole<ThumbstickADCRange>(range);
+    return copyBits<ThumbstickADCRange>(range);
 }
 
 SecureHostInfo fromHidl(const Hidl::SecureHostInfo& info) {
@@ -169,16 +159,16 @@ Hidl::ControllerAddr intoHidl(ControllerAddr controller) {
 }
 
 Hidl::ControllerLedConfig intoHidl(const ControllerLedConfig& config) {
-    return copyWhole<Hidl::ControllerLedConfig>(config);
+    return copyBits<Hidl::ControllerLedConfig>(config);
 }
 
 Hidl::ThumbstickADCRange intoHidl(const ThumbstickADCRange& range) {
-    return copyWhole<Hidl::ThumbstickADCRange>(range);
+    return copyBits<Hidl::ThumbstickADCRange>(range);
 }
 
 android::hardware::hidl_array<Hidl::SimpleHapticIntensity, 6> intoHidl(
     const std::array<SimpleHapticIntensity, 6>& steps) {
-    return copyWhole<android::hardware::hidl_array<Hidl::SimpleHapticIntensity, 6>>(steps);
+    return copyBits<android::hardware::hidl_array<Hidl::SimpleHapticIntensity, 6>>(steps);
 }
 
 Hidl::SecureHostInfo intoHidl(const SecureHostInfo& info) {
@@ -190,7 +180,7 @@ Hidl::SecureDeviceInfo intoHidl(const SecureDeviceInfo& info) {
 }
 
 Hidl::PoseOutput intoHidl(const PoseOutput& pose) {
-    return copyWhole<Hidl::PoseOutput>(pose);
+    return copyBits<Hidl::PoseOutput>(pose);
 }
 
 }  // namespace Vek::Sensors::Convert

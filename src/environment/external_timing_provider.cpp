@@ -1,7 +1,6 @@
 // The control calls of the external time stamps. Records take the way of stream/stream_handle.h.
 #include "environment/external_timing_provider.h"
 
-#include "environment/record_layout.h"
 #include "os/bind_receiver.h"
 
 namespace Vek::Sensors::HidlWrapper {

@@ -3,20 +3,14 @@
 
 #include <algorithm>
 
-#include "environment/record_layout.h"
 #include "foundation/hal_call.h"
+#include "foundation/same_layout.h"
 
 namespace Vek::Sensors::HidlWrapper {
 
 namespace {
 
 using HidlResult = android::hardware::Return<Hidl::Result>;
-
-Hidl::FaceEyeTrackingLedConfiguration intoHidl(
-    const FaceEyeTrackingLedConfiguration& configuration) {
-    return {static_cast<Hidl::FaceEyeTrackingLedGroup>(configuration.group), configuration.channel,
-            configuration.current, configuration.pulseWidth};
-}
 
 }  // namespace
 
@@ -28,8 +22,9 @@ FaceEyeTrackingLed::FaceEyeTrackingLed()
 bool FaceEyeTrackingLed::setConfigs(std::vector<FaceEyeTrackingLedConfiguration> configurations) {
     android::hardware::hidl_vec<Hidl::FaceEyeTrackingLedConfiguration> hidlConfigurations;
     hidlConfigurations.resize(configurations.size());
-    std::transform(configurations.begin(), configurations.end(), hidlConfigurations.begin(),
-                   intoHidl);
+    std::transform(
+        configurations.begin(), configurations.end(), hidlConfigurations.begin(),
+        Convert::copyBits<Hidl::FaceEyeTrackingLedConfiguration, FaceEyeTrackingLedConfiguration>);
     const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
     const HidlResult hidlReturn = hal->setConfigurations(sensorClient_, hidlConfigurations);
     checkTransport(hidlReturn, __PRETTY_FUNCTION__);

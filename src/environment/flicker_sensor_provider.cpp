@@ -1,7 +1,6 @@
 // The control calls of the light sensor. Records take the way of stream/stream_handle.h.
 #include "environment/flicker_sensor_provider.h"
 
-#include "environment/record_layout.h"
 #include "os/bind_receiver.h"
 
 namespace Vek::Sensors::HidlWrapper {

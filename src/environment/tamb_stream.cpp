@@ -6,7 +6,6 @@
 #include <optional>
 #include <string_view>
 
-#include "environment/record_layout.h"
 #include "foundation/hal_call.h"
 
 namespace Vek::Sensors::HidlWrapper {

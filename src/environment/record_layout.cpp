@@ -1,23 +1,13 @@
 // The proof that the records of this folder that are not converted have one layout in the HAL's
-// form and the API's.
-#pragma once
-
+// form and the API's. Nothing here is executed.
 #include <vek/sensors/external_timing.h>
 #include <vek/sensors/face_eye_tracking_led.h>
 #include <vek/sensors/flicker.h>
 #include <vek/sensors/tamb_stream.h>
 
-#include <cstddef>
-
-#include "foundation/hal.h"
+#include "foundation/same_layout.h"
 
 namespace Vek::Sensors {
-
-#define MORIAK_SAME_SIZE(record, size) \
-    static_assert(sizeof(record) == (size) && sizeof(Hidl::record) == (size))
-#define MORIAK_SAME_PLACE(record, field)                                      \
-    static_assert(offsetof(record, field) == offsetof(Hidl::record, field) && \
-                  sizeof(record::field) == sizeof(Hidl::record::field))
 
 MORIAK_SAME_SIZE(FlickerPeak, 8);
 MORIAK_SAME_PLACE(FlickerPeak, frequency);
@@ -83,9 +73,6 @@ MORIAK_SAME_SIZE(KivraRpcHeader, 16);
 MORIAK_SAME_PLACE(KivraRpcHeader, procedure);
 MORIAK_SAME_PLACE(KivraRpcHeader, sequence);
 MORIAK_SAME_PLACE(KivraRpcHeader, sentTimestamp);
-
-#undef MORIAK_SAME_SIZE
-#undef MORIAK_SAME_PLACE
 
 // Ends in a vector, of which only the HAL's has a fixed size.
 static_assert(sizeof(Hidl::KivraRpcMessage) == 56);

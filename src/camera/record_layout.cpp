@@ -1,20 +1,11 @@
 // The proof that camera records that are carried bit for bit have one layout in the HAL's form and
-// in the API's.
-#pragma once
-
+// in the API's. Nothing here is executed.
 #include <vek/sensors/camera_configuration.h>
 #include <vek/sensors/frame_set.h>
 
-#include <cstddef>
-
-#include "foundation/hal.h"
+#include "foundation/same_layout.h"
 
 namespace Vek::Sensors {
-
-#define MORIAK_SAME_SIZE(record, size) \
-    static_assert(sizeof(record) == (size) && sizeof(Hidl::record) == (size))
-#define MORIAK_SAME_PLACE(record, field) \
-    static_assert(offsetof(record, field) == offsetof(Hidl::record, field))
 
 MORIAK_SAME_SIZE(CameraFrame, 72);
 MORIAK_SAME_PLACE(CameraFrame, timestamp);
@@ -105,9 +96,6 @@ MORIAK_SAME_PLACE(CameraPerSlotConfiguration, cropWidth);
 MORIAK_SAME_PLACE(CameraPerSlotConfiguration, cropHeight);
 MORIAK_SAME_PLACE(CameraPerSlotConfiguration, illuminators);
 MORIAK_SAME_PLACE(CameraPerSlotConfiguration, resolution);
-
-#undef MORIAK_SAME_SIZE
-#undef MORIAK_SAME_PLACE
 
 // The service's side of the records that are converted field by field.
 static_assert(sizeof(Hidl::CameraProperties) == 40);
