@@ -9,7 +9,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 #include "foundation/hal_call.h"
@@ -17,6 +16,7 @@
 #include "os/event_flag.h"
 #include "os/intentional_leak.h"
 #include "stream/composite_stream.h"
+#include "stream/record_conversion.h"
 #include "stream/stream_handle_base.h"
 
 namespace Vek::Sensors::HidlWrapper {
@@ -57,10 +57,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
                        uint32_t dataReadyBit) override {
         evFlag_ = eventFlag;
         readNotifyBit_ = readNotifyBit;
-        Hidl::FmqConfig config;
-        config.eventFlag = std::move(eventFlagHandle);
-        config.readNotifyBit = readNotifyBit;
-        config.dataReadyBit = dataReadyBit;
+        const Hidl::FmqConfig config{std::move(eventFlagHandle), readNotifyBit, dataReadyBit};
         checkTransport(prepare_(client_, *fmq_->getDesc(), config,
                                 [this](Hidl::Result res, const auto& recycleQueue,
                                        const Hidl::FmqConfig& recycleConfig) {
@@ -124,9 +121,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
     }
 
     void show(const HidlData& record) const {
-        static_assert(sizeof(Data) == sizeof(HidlData) && alignof(Data) <= alignof(HidlData));
-        static_assert(std::is_trivially_copyable_v<Data>);
-        const gsl::span<const Data> records{reinterpret_cast<const Data*>(&record), 1};
+        const gsl::span<const Data> records = inPlace<Data>(&record, 1);
         callback_(gsl::span<const gsl::span<const Data>>{&records, 1});
     }
 

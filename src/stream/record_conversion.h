@@ -1,7 +1,10 @@
-// Which records are converted on their way to the client.
+// Which records are converted on their way to the client, and how it sees those that are not.
 #pragma once
 
+#include <vek/gsl.h>
+
 #include <cstddef>
+#include <type_traits>
 
 namespace Vek::Sensors::HidlWrapper {
 
@@ -18,5 +21,13 @@ struct RecordConversion {
 
 template <typename Data>
 inline constexpr bool kIsConverted = RecordConversion<Data>::kFixedRecords != 0;
+
+/// The records where they are, as the client's type; `Data` has the layout of `HidlData`.
+template <typename Data, typename HidlData>
+gsl::span<const Data> inPlace(const HidlData* records, size_t count) {
+    static_assert(sizeof(Data) == sizeof(HidlData) && alignof(Data) <= alignof(HidlData));
+    static_assert(std::is_trivially_copyable_v<Data>);
+    return {reinterpret_cast<const Data*>(records), count};
+}
 
 }  // namespace Vek::Sensors::HidlWrapper

@@ -53,10 +53,7 @@ class StreamHandle : public StreamHandleBase, public IDataStream<Data> {
                        uint32_t dataReadyBit) override {
         evFlag_ = eventFlag;
         readNotifyBit_ = readNotifyBit;
-        Hidl::FmqConfig config;
-        config.eventFlag = std::move(eventFlagHandle);
-        config.readNotifyBit = readNotifyBit;
-        config.dataReadyBit = dataReadyBit;
+        const Hidl::FmqConfig config{std::move(eventFlagHandle), readNotifyBit, dataReadyBit};
         const android::hardware::Return<Hidl::Result> res =
             prepare_(*fmq_->getDesc(), client_, config);
         checkTransport(res, __PRETTY_FUNCTION__);
@@ -117,17 +114,15 @@ class StreamHandle : public StreamHandleBase, public IDataStream<Data> {
         if constexpr (kIsConverted<Data>) {
             callback_.deliver(transaction);
         } else {
-            const std::array<gsl::span<const Data>, 2> spans{
-                inPlace(transaction.getFirstRegion()), inPlace(transaction.getSecondRegion())};
+            const std::array<gsl::span<const Data>, 2> spans{viewOf(transaction.getFirstRegion()),
+                                                             viewOf(transaction.getSecondRegion())};
             callback_(spans);
         }
     }
 
     template <typename MemRegion>
-    static gsl::span<const Data> inPlace(const MemRegion& region) {
-        static_assert(sizeof(Data) == sizeof(HidlData) && alignof(Data) <= alignof(HidlData));
-        static_assert(std::is_trivially_copyable_v<Data>);
-        return {reinterpret_cast<const Data*>(region.getAddress()), region.getLength()};
+    static gsl::span<const Data> viewOf(const MemRegion& region) {
+        return inPlace<Data, HidlData>(region.getAddress(), region.getLength());
     }
 
     android::hardware::EventFlag* evFlag_ = nullptr;
