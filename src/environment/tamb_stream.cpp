@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "foundation/hal_call.h"
+#include "foundation/sensor_client.h"
 
 namespace Vek::Sensors::HidlWrapper {
 namespace {
@@ -43,10 +44,7 @@ class TambrilCallback : public Hidl::ITambrilCallback {
     explicit TambrilCallback(KivraRpcMsgCallback callback) : callback_(std::move(callback)) {}
 
     android::hardware::Return<void> getSensorClientInfo(getSensorClientInfo_cb callback) override {
-        Hidl::SensorClientInfo info;
-        info.name = name_;
-        callback(Hidl::Result::SUCCESS, info);
-        return android::hardware::Void();
+        return answerSensorClientInfo(name_, callback);
     }
 
     android::hardware::Return<void> onKivraRpcMessage(

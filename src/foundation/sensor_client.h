@@ -9,6 +9,15 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
+/// The answer of any object that tells the service who a client is.
+inline android::hardware::Return<void> answerSensorClientInfo(
+    const std::string& name, const Hidl::ISensorClient::getSensorClientInfo_cb& callback) {
+    Hidl::SensorClientInfo info;
+    info.name = name;
+    callback(Hidl::Result::SUCCESS, info);
+    return android::hardware::Void();
+}
+
 /// One object for each stream, passed with all of the stream's calls, so that the service can match
 /// them. Immutable; the service calls it on HIDL threads.
 class SensorClient : public Hidl::ISensorClient {
@@ -16,10 +25,7 @@ class SensorClient : public Hidl::ISensorClient {
     explicit SensorClient(std::string name) : name_(std::move(name)) {}
 
     android::hardware::Return<void> getSensorClientInfo(getSensorClientInfo_cb callback) override {
-        Hidl::SensorClientInfo info;
-        info.name = name_;
-        callback(Hidl::Result::SUCCESS, info);
-        return android::hardware::Void();
+        return answerSensorClientInfo(name_, callback);
     }
 
   private:
