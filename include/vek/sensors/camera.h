@@ -1,7 +1,7 @@
 // Cameras: their provider, their streams of frame sets and their exposure control.
 //
-// Any control call that the service refuses ends the process, except where a method says
-// otherwise.
+// Any call that the service refuses ends the process, except where a method says otherwise; one
+// that cannot be delivered always does.
 #pragma once
 
 #include <vek/gsl.h>
@@ -56,6 +56,7 @@ class ICameraStreamBase {
     /// gets one. setQueueSize ends the process.
     virtual IDataStream<FrameSet>& stream() = 0;
 
+    /// Asks the service what the stream's cameras are set to and can be set to.
     virtual CameraStreamConfiguration getConfiguration() = 0;
 
     /// Starts the frame sets. Add the stream to a composite first. A stream that is running stays
@@ -68,6 +69,7 @@ class ICameraStreamBase {
     /// Takes exposure and gain out of the hands of the service's automatic control.
     virtual void startOverridingExposureSettings() = 0;
 
+    /// Gives them back.
     virtual void stopOverridingExposureSettings() = 0;
 
     /// Asks to be told when the mux state that applies to the frame sets changes. The stream must
@@ -91,6 +93,7 @@ class ICameraStreamBase {
 
     /// Lets the service keep what the client has learned about the cameras in this session.
     /// @param name says which data; replaces earlier data of that name.
+    /// @param data in a form that the service knows; copied.
     virtual void writeSessionOcalData(const std::string& name, gsl::span<const uint8_t> data) = 0;
 
     /// @param resolutions one for each camera, in the order of the metadata.
@@ -152,7 +155,9 @@ class ICameraProvider {
     virtual UtilityFrequency getUtilityFrequency() = 0;
     virtual void setUtilityFrequency(UtilityFrequency frequency) = 0;
 
+    /// The frame types that are captured, in the service's order.
     virtual ChannelSettings getChannels() = 0;
+    /// Captures the frame types that are named and no others.
     virtual void setChannels(ChannelSettings settings) = 0;
 
     /// @param muxModeName as in MuxMode::name.
@@ -165,8 +170,9 @@ class ICameraProvider {
     /// Whether images are delivered as they leave the sensors, without corrections.
     virtual bool getRawImageMode() = 0;
 
-    /// The handlers are called when the service dies, in the order of registration. Register right
-    /// after the provider was made: a handler that comes after the death is not called.
+    /// The handlers are called when the service dies, as ServiceDisconnectHandler says. Register
+    /// right after the provider was made: a handler that comes after the death is not called. None
+    /// is removed before the provider is destroyed.
     virtual void registerDisconnectEventHandler(ServiceDisconnectHandler&& handler) = 0;
 
     /// Starts several streams with one call, such that they start together. Null pointers are

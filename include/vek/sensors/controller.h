@@ -128,10 +128,12 @@ class IControllerStreamingClient {
     virtual bool appendBufferedHaptics(ControllerAddr controller, uint8_t count,
                                        const uint8_t* samples) = 0;
 
-    /// @param samples one frame, copied.
+    /// @param samples one frame of signed samples, copied.
     virtual bool appendPCMHaptics(ControllerAddr controller,
                                   gsl::span<const int8_t, 72> samples) = 0;
 
+    /// The readings that count as the ends of the thumbstick's way; the reset brings back the
+    /// controller's own.
     virtual bool setThumbstickMaxADCRange(ControllerAddr controller,
                                           const ThumbstickADCRange& range) = 0;
     virtual std::optional<ThumbstickADCRange> getThumbstickMaxADCRange(
@@ -189,8 +191,10 @@ class IControllerManagementClient {
 /// another. The samples of a controller flow once IControllerStreamingClient::enable was called
 /// for it. Streams and clients may outlive the provider.
 ///
-/// Calls end the process if they cannot be delivered, but for those that change a setting: these
-/// return false, as if the service had refused. Threading: may be used from any thread.
+/// Calls end the process if they cannot be delivered, except setWirelessFreqBlocklist,
+/// clearWirelessFreqBlocklist and allowDevice: these return false, as if the service had refused.
+///
+/// Threading: may be used from any thread; a stream as IDataStream says.
 class IControllerProvider {
   public:
     virtual ~IControllerProvider() = default;

@@ -37,9 +37,9 @@ struct ExternalTimestampData {
 
 /// The pulses of the external clocks.
 ///
-/// A control call that the service refuses ends the process. Destroying the object does not stop
-/// the stream. Threading: no locks; use from one thread. The records arrive on the thread that
-/// waits on the stream's composite.
+/// A control call that the service refuses, or that cannot be delivered, ends the process.
+/// Destroying the object does not stop the stream. Threading: no locks; use from one thread. The
+/// records arrive on the thread that waits on the stream's composite.
 class IExternalTimingProvider {
   public:
     /// The stream of pulses; owned by this object. Stands before the destructor, as in the virtual

@@ -53,6 +53,7 @@ class IFaceEyeTrackingLed {
     virtual bool startOverridingLedSettings() = 0;
 
     /// Gives the LEDs back to the service's own control.
+    /// @return false if this object had not taken them.
     virtual bool stopOverridingLedSettings() = 0;
 
     // Last, as in the virtual table that programs are built against.

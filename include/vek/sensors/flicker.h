@@ -114,8 +114,9 @@ struct AmbientLightData {
 
 /// Three independent streams of one light sensor.
 ///
-/// A control call that the service refuses ends the process. Starting a stream twice, or before it
-/// was added to a composite, is for the service to judge. Destroying the object stops no stream.
+/// A control call that the service refuses ends the process, and so does any call that cannot be
+/// delivered. Starting a stream twice, or before it was added to a composite, is for the service to
+/// judge. Destroying the object stops no stream.
 ///
 /// Threading: no locks; each stream may be used from a thread of its own. The records arrive on
 /// the thread that waits on the stream's composite.
@@ -129,13 +130,17 @@ class IFlickerSensorProvider {
     /// The stream of flicker records; owned by this object.
     virtual IDataStream<FlickerData>& flickerStream() = 0;
 
+    /// Starts the blocks of samples. Add the stream to a composite first.
     virtual void adcFlickerStart() = 0;
     virtual void adcFlickerStop() = 0;
-    /// Records of 8 KiB: the default queue takes 257 KiB of shared memory.
+    /// The stream of blocks; owned by this object. Records of 8 KiB: the default queue takes 257
+    /// KiB of shared memory.
     virtual IDataStream<AdcFlickerData>& adcFlickerStream() = 0;
 
+    /// Starts the measurements. Add the stream to a composite first.
     virtual void ambientLightStart() = 0;
     virtual void ambientLightStop() = 0;
+    /// The stream of measurements; owned by this object.
     virtual IDataStream<AmbientLightData>& ambientLightStream() = 0;
 
     /// Asks the service. The strings are empty if it has nothing to tell.

@@ -7,8 +7,9 @@ namespace Vek::Sensors {
 
 /// A client's function that is called when a service dies, and the argument it is called with.
 ///
-/// Called on a HIDL thread of the process, in the order of registration, once at most. It must not
-/// wait for a thread that is inside a call to the dead service. `context` is not owned.
+/// Called on a HIDL thread of the process, in the order of registration, once at most: in a
+/// process, only the first sensor object that learns of its service's death calls its handlers. It
+/// must not wait for a thread that is inside a call to the dead service. `context` is not owned.
 struct ServiceDisconnectHandler {
     void (*handler)(const void* context);
     const void* context;
@@ -16,12 +17,11 @@ struct ServiceDisconnectHandler {
 
 /// Chooses, once for the whole process, how it meets the death of a service.
 ///
-/// | call                  | a service dies                   | a control call cannot be delivered
-/// |
-/// |-----------------------|----------------------------------|-------------------------------------|
-/// | never made            | is logged, the process lives on  | the process aborts | | `suppress`
-/// is true    | the process ends by SIGUSR2      | the process ends by SIGUSR2         | |
-/// `suppress` is false   | the process aborts               | the process aborts                  |
+/// | call        | a service dies       | a control call cannot be delivered |
+/// |-------------|----------------------|------------------------------------|
+/// | never made  | logged, no more      | the process aborts                 |
+/// | with true   | ends by SIGUSR2      | ends by SIGUSR2                    |
+/// | with false  | the process aborts   | the process aborts                 |
 ///
 /// SIGUSR2 ends a process without a crash dump. A sensor object keeps the reaction to its service's
 /// death that was in force when the object was made, so call this before making any, on the thread

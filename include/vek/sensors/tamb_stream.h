@@ -76,6 +76,7 @@ class ITambStream {
 
     /// Registers the client and its function. Ends the process if one is registered already, if the
     /// id is not one of the two, or if the service refuses.
+    /// @param callback if empty, messages are dropped.
     virtual void registerKivraRpcClient(std::string clientId, KivraRpcMsgCallback callback) = 0;
 
     /// Drops the registration, whoever's it is. A refusal by the service is logged. An unknown id
