@@ -9,28 +9,22 @@
 
 namespace {
 
+using namespace ::testing;
+using namespace TestSupport;
 using namespace Vek::Sensors;
-using android::hardware::hidl_vec;
-using HidlWrapper::ControllerManagementClient;
-using HidlWrapper::ControllerStreamingClient;
-using ::testing::Each;
-using ::testing::ElementsAre;
-using TestSupport::expectFatal;
-using TestSupport::FakeManagementClient;
-using TestSupport::FakeStreamingClient;
-using TestSupport::transportError;
+using namespace HidlWrapper;
 
 constexpr ControllerAddr kAddress{5};
 const std::string kTo = " {.address = 5}";
 
 template <typename Client, typename Fake>
-class ClientTest : public ::testing::Test {
+class ClientTest : public Test {
   protected:
     // A client that is destroyed calls its service, which must be reachable for that.
     void TearDown() override { service->transportFails = false; }
 
-    android::sp<Fake> service = new Fake;
-    Client client{android::sp<typename Fake::Interface>(service)};
+    sp<Fake> service = new Fake;
+    Client client{sp<typename Fake::Interface>(service)};
 };
 using StreamingClientTest = ClientTest<ControllerStreamingClient, FakeStreamingClient>;
 using StreamingClientDeathTest = StreamingClientTest;
@@ -140,44 +134,35 @@ TEST_F(StreamingClientTest, QueriesReturnWhatIsDeliveredEvenWithAFailure) {
 }
 
 TEST_F(StreamingClientDeathTest, FailedTransportIsFatalWhereItIsNotFolded) {
-    service->transportFails = true;
-    const auto error = [](const std::string& type, const std::string& method) {
-        return transportError(type + " ", "ControllerStreamingClient::", method);
-    };
-    const std::string address = "(Vek::Sensors::ControllerAddr";
     ControllerLedConfig config;
-    expectFatal({
-        {error("Vek::Sensors::ControllerCalibrationData", "getCalibrationData" + address + ")"),
-         [&] { client.getCalibrationData(kAddress); }},
-        {error("void", "enable" + address + ")"), [&] { client.enable(kAddress); }},
-        {error("void", "disable" + address + ")"), [&] { client.disable(kAddress); }},
-        {error("bool", "controlInputADCStreaming" + address + ", bool)"),
-         [&] { client.controlInputADCStreaming(kAddress, true); }},
-        {error("bool", "getLedConfig" + address + ", Vek::Sensors::ControllerLedConfig &)"),
-         [&] { client.getLedConfig(kAddress, config); }},
-        {"Failed HIDL call: Status(", [&] { client.sleepController(kAddress); }},
-        {"Failed HIDL call: Status(", [&] { client.wakeController(kAddress); }},
-    });
+    const std::string controller = "(Vek::Sensors::ControllerAddr";
+    expectFatal(
+        *service, "ControllerStreamingClient::",
+        {{"Vek::Sensors::ControllerCalibrationData ", "getCalibrationData" + controller + ")",
+          [&] { client.getCalibrationData(kAddress); }},
+         {"void ", "enable" + controller + ")", [&] { client.enable(kAddress); }},
+         {"void ", "disable" + controller + ")", [&] { client.disable(kAddress); }},
+         {"bool ", "controlInputADCStreaming" + controller + ", bool)",
+          [&] { client.controlInputADCStreaming(kAddress, true); }},
+         {"bool ", "getLedConfig" + controller + ", Vek::Sensors::ControllerLedConfig &)",
+          [&] { client.getLedConfig(kAddress, config); }}});
+    service->transportFails = true;
+    expectFatal({{"Failed HIDL call: Status(", [&] { client.sleepController(kAddress); }},
+                 {"Failed HIDL call: Status(", [&] { client.wakeController(kAddress); }}});
 }
 
 template <typename Client, typename Fake>
 void expectRelease(const std::string& name) {
-    using Interface = android::sp<typename Fake::Interface>;
-    const android::sp<Fake> service = new Fake;
+    using Interface = sp<typename Fake::Interface>;
+    const sp<Fake> service = new Fake;
     { const Client client{Interface(service)}; }
     EXPECT_THAT(service->calls, ElementsAre("release"));
     EXPECT_EQ(service->unlinkCalls, 1);
-    const std::string contract =
-        "GSL Precondition failure at external/Microsoft-GSL/include/gsl/pointers: ";
-    expectFatal({
-        {transportError("", name + "::", "~" + name + "()"),
-         [&] {
-             const Client client{Interface(service)};
-             service->transportFails = true;
-         }},
-        {contract + "77 `ptr_ != nullptr`", [] { Client{android::sp<Fake>()}; }},
-        {contract + "83 `ptr_ != nullptr`", [] { Client{Interface()}; }},
-    });
+    auto* const client = new Client{Interface(service)};
+    expectFatal(*service, name + "::", {{"", "~" + name + "()", [&] { delete client; }}});
+    delete client;
+    expectFatal({{"/pointers: 77 `ptr_ != nullptr`", [] { Client{sp<Fake>()}; }},
+                 {kNullPointer, [] { Client{Interface()}; }}});
 }
 
 TEST(ControllerClientsDeathTest, DestructionReleasesTheServicesObjectAndNullIsAContractFailure) {
@@ -205,15 +190,6 @@ TEST_F(ManagementClientTest, ResultsAreTheServicesOwnAndBadStateIfNotDelivered) 
                                             "updateFirmware" + kTo + " STYLUS 1000 0.500000"));
 }
 
-TEST_F(ManagementClientTest, AdvertisingControllersComeInOrder) {
-    EXPECT_TRUE(client.getAdvertisingControllers().empty());
-    service->advertising.resize(2);
-    service->advertising[1].address.address = 9;
-    const auto controllers = client.getAdvertisingControllers();
-    ASSERT_EQ(controllers.size(), 2U);
-    EXPECT_EQ(controllers[1].address, ControllerAddr{9});
-}
-
 TEST_F(ManagementClientTest, ProgressReachesTheFunctionAsLongAsTheServiceHoldsTheCallback) {
     std::vector<float> seen;
     auto token = std::make_shared<int>();
@@ -221,9 +197,8 @@ TEST_F(ManagementClientTest, ProgressReachesTheFunctionAsLongAsTheServiceHoldsTh
     client.updateFirmware(
         kAddress, ControllerType::HANDHELD,
         {[&seen, token = std::move(token)](float progress) { seen.push_back(progress); }, 0, 0});
-    EXPECT_EQ(service->update.callback->handleProgressUpdate(0.0F), Hidl::Result::SUCCESS);
-    EXPECT_EQ(service->update.callback->handleProgressUpdate(1.0F), Hidl::Result::SUCCESS);
-    EXPECT_THAT(seen, ElementsAre(0.0F, 1.0F));
+    EXPECT_EQ(service->update.callback->handleProgressUpdate(0.5F), Hidl::Result::SUCCESS);
+    EXPECT_THAT(seen, ElementsAre(0.5F));
     EXPECT_FALSE(held.expired());
     service->update.callback = nullptr;
     EXPECT_TRUE(held.expired());
@@ -234,9 +209,9 @@ TEST_F(ManagementClientTest, ProgressReachesTheFunctionAsLongAsTheServiceHoldsTh
 }
 
 TEST_F(ManagementClientDeathTest, FailedQueryIsFatalWithTheSignature) {
-    service->transportFails = true;
-    expectFatal({{transportError("std::vector<AdvertisingControllerInfo> ",
-                                 "ControllerManagementClient::", "getAdvertisingControllers()"),
+    EXPECT_EQ(client.getAdvertisingControllers().size(), 2U);
+    expectFatal(*service, "ControllerManagementClient::",
+                {{"std::vector<AdvertisingControllerInfo> ", "getAdvertisingControllers()",
                   [&] { client.getAdvertisingControllers(); }}});
 }
 

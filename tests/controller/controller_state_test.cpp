@@ -1,6 +1,4 @@
 // The state owner's provider and the queue that it writes poses to.
-#include <vek/sensors/factories.h>
-
 #include "controller/controller_state_provider.h"
 #include "os/bind_receiver.h"
 #include "support/allocation_count.h"
@@ -10,14 +8,10 @@
 
 namespace {
 
+using namespace ::testing;
+using namespace TestSupport;
 using namespace Vek::Sensors;
 using HidlWrapper::ControllerStateProvider;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using TestSupport::assertion;
-using TestSupport::expectFatal;
-using TestSupport::FakeControllerStateProvider;
-using TestSupport::transportError;
 
 PoseOutput pose(uint32_t sequence) {
     PoseOutput result{};
@@ -25,15 +19,15 @@ PoseOutput pose(uint32_t sequence) {
     return result;
 }
 
-class ControllerStateTest : public ::testing::Test {
+class ControllerStateTest : public Test {
   protected:
     using I = Hidl::IControllerStateProvider;
 
     /// Another writer on the same service, whose name differs from the one in use.
     auto writer() const {
         return std::make_unique<HidlWrapper::OutputStreamHandle<PoseOutput, Hidl::PoseOutput, 1>>(
-            "test", Vek::OS::BindReceiver(android::sp<I>(service), &I::controlPoseOutputStream),
-            Vek::OS::BindReceiver(android::sp<I>(service), &I::preparePoseOutputStream));
+            "test", Vek::OS::BindReceiver(sp<I>(service), &I::controlPoseOutputStream),
+            Vek::OS::BindReceiver(sp<I>(service), &I::preparePoseOutputStream));
     }
 
     /// The sequence numbers of the poses that wait in the service's queue.
@@ -45,86 +39,41 @@ class ControllerStateTest : public ::testing::Test {
         return sequences;
     }
 
-    android::sp<FakeControllerStateProvider> service = new FakeControllerStateProvider;
-    ControllerStateProvider provider{android::sp<I>(service)};
+    sp<FakeControllerStateProvider> service = new FakeControllerStateProvider;
+    ControllerStateProvider provider{sp<I>(service)};
 };
 using ControllerStateDeathTest = ControllerStateTest;
 
-struct StreamCommand {
-    void (ControllerStateProvider::*send)();
-    const char* name;
-    const char* refusal;
-    const char* call;
-};
-#define COMMAND(name, refusal, call)                              \
-    {                                                             \
-        &ControllerStateProvider::name, #name "()",               \
-            refusal " stream command failed with result: 1", call \
-    }
-const StreamCommand kCommands[]{
-    COMMAND(startHapticsStateStream, "Start haptic", "controlHapticsStateStream true START"),
-    COMMAND(stopHapticsStateStream, "Stop haptic", "controlHapticsStateStream true STOP"),
-    COMMAND(startWirelessStateTransitionStream, "Start wireless state transition",
-            "controlWirelessStateTransitionStream true START"),
-    COMMAND(stopWirelessStateTransitionStream, "Stop wireless state transition",
-            "controlWirelessStateTransitionStream true STOP"),
-    COMMAND(startControllerInputDataStream, "Start controller",
-            "controlControllerInputStream true START"),
-    COMMAND(stopControllerInputDataStream, "Stop controller",
-            "controlControllerInputStream true STOP"),
-};
-#undef COMMAND
-
-TEST_F(ControllerStateTest, StreamsAreTheProvidersOwnAndTheirCommandsCarryTheirClients) {
-    EXPECT_THAT(service->calls, IsEmpty());
-    EXPECT_EQ(&provider.streamHapticsState(), &provider.streamHapticsState());
-    EXPECT_EQ(&provider.streamControllerInputData(), &provider.streamControllerInputData());
-    const auto composite = createStreamCompositor()->createCompositeStream("state");
-    provider.streamHapticsState().addTo(*composite);
-    provider.streamWirelessStateTransition().addTo(*composite);
-    provider.streamControllerInputData().addTo(*composite);
-    std::vector<std::string> expected;
-    for (const StreamCommand& command : kCommands) {
-        (provider.*command.send)();
-        (provider.*command.send)();
-        expected.insert(expected.end(), 2, command.call);
-    }
-    EXPECT_EQ(service->calls, expected);
-
-    std::vector<float> pressures;
-    provider.streamControllerInputData().setCallbackv(
-        [&](gsl::span<const gsl::span<const ControllerInputData>> spans) {
-            ASSERT_EQ(spans[0].size(), 1U);
-            ASSERT_EQ(spans[0][0].kind, ControllerInputData::Kind::STYLUS);
-            pressures.push_back(spans[0][0].stylus.pressure);
-        });
-    Hidl::ControllerInputData record;
-    record.stylus({{}, 0.5F});
-    ASSERT_TRUE(service->input.writeAndSignal({record}));
-    EXPECT_EQ(composite->waitFor(std::chrono::seconds{10}), WaitResult::DELIVERED);
-    EXPECT_THAT(pressures, ElementsAre(0.5F));
-}
-
-TEST_F(ControllerStateDeathTest, StreamCommandsAreFatalIfRefusedOrNotDelivered) {
-    for (const StreamCommand& command : kCommands) {
-        const auto send = [&] { (provider.*command.send)(); };
-        service->transportFails = false;
-        service->result = Hidl::Result::FAILURE;
-        expectFatal({{assertion("hidlReturn != Hidl::Result::SUCCESS", command.refusal), send}});
-        service->transportFails = true;
-        expectFatal({{transportError("void ", "ControllerStateProvider::", command.name), send}});
-    }
-}
-
-TEST_F(ControllerStateTest, DestructionSendsNoCommand) {
+TEST_F(ControllerStateTest, StreamCommandsCarryTheirClientsAndDestructionSendsNone) {
+    HidlWrapper::CompositeStream composite{"state"};
     {
-        ControllerStateProvider another{android::sp<I>(service)};
-        another.startHapticsStateStream();
+        ControllerStateProvider another{sp<I>(service)};
+        another.streamHapticsState().addTo(composite);
+        another.streamWirelessStateTransition().addTo(composite);
+        another.streamControllerInputData().addTo(composite);
+        EXPECT_THAT(service->calls, IsEmpty());
+        for (int i = 0; i < 2; ++i) {
+            another.startHapticsStateStream();
+            another.stopWirelessStateTransitionStream();
+            another.startControllerInputDataStream();
+            another.stopHapticsStateStream();
+            another.startWirelessStateTransitionStream();
+            another.stopControllerInputDataStream();
+        }
         another.preparePoseOutputStream();
         another.startPoseOutputStream();
-        service->calls.clear();
     }
-    EXPECT_THAT(service->calls, IsEmpty());
+    std::vector<std::string> expected;
+    for (int i = 0; i < 2; ++i) {
+        for (const char* const command :
+             {"HapticsStateStream true START", "WirelessStateTransitionStream true STOP",
+              "ControllerInputStream true START", "HapticsStateStream true STOP",
+              "WirelessStateTransitionStream true START", "ControllerInputStream true STOP"}) {
+            expected.push_back(std::string("control") + command);
+        }
+    }
+    expected.emplace_back("controlPoseOutputStream true START");
+    EXPECT_EQ(service->calls, expected);
 }
 
 TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
@@ -132,7 +81,7 @@ TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
     const SecureDeviceInfo info = provider.getPairingInfo();
     EXPECT_EQ(info.address, ControllerAddr{9});
     EXPECT_EQ(info.deviceId, 8U);
-    EXPECT_THAT(info.key, ::testing::Each(0));
+    EXPECT_THAT(info.key, Each(0));
     service->callsBack = false;
     EXPECT_EQ(provider.enterPairingMode(), ControllerAddr{});
     EXPECT_EQ(provider.getPairingInfo().deviceId, 0U);
@@ -157,15 +106,25 @@ TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
     EXPECT_TRUE(allAre(false));
 }
 
-TEST_F(ControllerStateDeathTest, FailedQueriesAreFatalWithTheirSignatures) {
-    service->transportFails = true;
-    const std::string scope = "ControllerStateProvider::";
-    expectFatal({
-        {transportError("Vek::Sensors::ControllerAddr ", scope, "enterPairingMode()"),
-         [&] { provider.enterPairingMode(); }},
-        {transportError("Vek::Sensors::SecureDeviceInfo ", scope, "getPairingInfo()"),
-         [&] { provider.getPairingInfo(); }},
-    });
+TEST_F(ControllerStateDeathTest, UndeliveredAndRefusedCallsAreFatalWithTheirOwnWords) {
+    const std::string failed = " stream command failed with result: 4";
+    const auto command = [&](const char* function, const std::string& words,
+                             void (ControllerStateProvider::*send)()) {
+        return HalCall{"void ", function, [=] { (provider.*send)(); }, words + failed};
+    };
+#define COMMAND(function, words) command(#function "()", words, &ControllerStateProvider::function)
+    expectFatal(*service, "ControllerStateProvider::",
+                {COMMAND(startHapticsStateStream, "Start haptic"),
+                 COMMAND(stopHapticsStateStream, "Stop haptic"),
+                 COMMAND(startWirelessStateTransitionStream, "Start wireless state transition"),
+                 COMMAND(stopWirelessStateTransitionStream, "Stop wireless state transition"),
+                 COMMAND(startControllerInputDataStream, "Start controller"),
+                 COMMAND(stopControllerInputDataStream, "Stop controller"),
+                 {"Vek::Sensors::ControllerAddr ", "enterPairingMode()",
+                  [&] { provider.enterPairingMode(); }},
+                 {"Vek::Sensors::SecureDeviceInfo ", "getPairingInfo()",
+                  [&] { provider.getPairingInfo(); }}});
+#undef COMMAND
 }
 
 TEST_F(ControllerStateTest, PosesReachTheServiceUntilItsQueueIsFull) {
@@ -186,9 +145,9 @@ TEST_F(ControllerStateTest, PosesReachTheServiceUntilItsQueueIsFull) {
 
     provider.stopPoseOutputStream();
     provider.startPoseOutputStream();
-    const size_t before = TestSupport::allocationCount();
+    const size_t before = allocationCount();
     const bool sent = provider.sendPose(pose(3)) && provider.sendPose(pose(4));
-    EXPECT_EQ(TestSupport::allocationCount(), before);
+    EXPECT_EQ(allocationCount(), before);
     EXPECT_TRUE(sent);
     EXPECT_THAT(takePoses(), ElementsAre(3, 4));
     const std::string command = "controlPoseOutputStream true ";
@@ -216,7 +175,7 @@ TEST_F(ControllerStateDeathTest, PoseStreamCallsOutOfOrderAndRefusedOnesAreFatal
     const auto refuse = [&] { service->result = Hidl::Result::IGNORED; };
     const auto fail = [&] { service->transportFails = true; };
     // Not on the border of a record.
-    const auto corrupt = [&] { TestSupport::QueueCounters{service->poses}.written() = 52; };
+    const auto corrupt = [&] { QueueCounters{service->poses}.written() = 52; };
     const auto after = [](auto... steps) { return [=] { (steps(), ...); }; };
     const std::string notStarted =
         assertion("!running_.load(std::memory_order_acquire)",

@@ -1,26 +1,20 @@
 // The LEDs against a service of this process, which the object looks up by itself.
 #include "environment/face_eye_tracking_led.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <vek/sensors/factories.h>
 
 #include "support/captured_log.h"
 #include "support/fake_environment_hal.h"
+#include "support/fatal_calls.h"
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using TestSupport::CapturedLog;
-using TestSupport::errorLine;
-using TestSupport::LogLine;
-using TestSupport::warningLine;
+using namespace ::testing;
+using namespace TestSupport;
 using Vek::Sensors::FaceEyeTrackingLedGroup;
-namespace Hidl = Vek::Sensors::Hidl;
 
-class FaceEyeTrackingLedTest : public ::testing::Test {
+class FaceEyeTrackingLedTest : public Test {
   protected:
     void SetUp() override {
         std::string directory = ::testing::TempDir() + "moriak-led-XXXXXX";
@@ -30,8 +24,7 @@ class FaceEyeTrackingLedTest : public ::testing::Test {
         led = Vek::Sensors::createFaceEyeTrackingLed();
     }
 
-    android::sp<TestSupport::FakeFaceEyeTrackingLed> service =
-        new TestSupport::FakeFaceEyeTrackingLed;
+    sp<FakeFaceEyeTrackingLed> service = new FakeFaceEyeTrackingLed;
     std::unique_ptr<Vek::Sensors::IFaceEyeTrackingLed> led;
     const std::function<bool()> setConfigs = [this] { return led->setConfigs({}); };
     const std::function<bool()> enable = [this] { return led->enable(); };
@@ -75,54 +68,39 @@ TEST_F(FaceEyeTrackingLedTest, EachOperationJudgesTheResultInItsOwnWay) {
     }
 }
 
-TEST_F(FaceEyeTrackingLedTest, EachOperationIsOneCallOfOneClientAndDestructionIsNone) {
+TEST_F(FaceEyeTrackingLedTest, EachOperationIsOneCallOfOneClientThatPassesAllUnchanged) {
+    const auto unknown = static_cast<FaceEyeTrackingLedGroup>(255);
+    led->setConfigs({{FaceEyeTrackingLedGroup::FACE, 1, 2, 3}, {unknown, 4, 5, 6}});
     for (const auto& operation : {setConfigs, enable, disable, start, stop}) {
         operation();
     }
-    led = nullptr;
-    const auto client = std::get<1>(service->calls.at(0));
-    EXPECT_THAT(service->calls,
-                ElementsAre(std::tuple("setConfigurations", client), std::tuple("enable", client),
-                            std::tuple("disable", client), std::tuple("startOverriding", client),
-                            std::tuple("stopOverriding", client)));
+    EXPECT_EQ(led->getNumChannels(FaceEyeTrackingLedGroup::LEFT_EYE), 0U);
+    EXPECT_EQ(led->getNumChannels(unknown), 255U);
+    led = nullptr;  // which calls nothing
+    EXPECT_THAT(
+        service->calls,
+        ElementsAre(
+            "setConfigurations true [{.group = FACE, .channel = 1, .current = 2, .pulseWidth = 3}, "
+            "{.group = 0xff, .channel = 4, .current = 5, .pulseWidth = 6}]",
+            "setConfigurations true []", "enable true", "disable true",
+            "startOverridingLedSettings true", "stopOverridingLedSettings true"));
     EXPECT_EQ(service->unlinkCalls, 1);
 }
 
-TEST_F(FaceEyeTrackingLedTest, ConfigurationsAndGroupsPassUnchanged) {
-    const auto unknown = static_cast<FaceEyeTrackingLedGroup>(255);
-    led->setConfigs({{FaceEyeTrackingLedGroup::FACE, 1, 2, 3}, {unknown, 4, 5, 6}});
-    using Configuration = Hidl::FaceEyeTrackingLedConfiguration;
-    using Group = Hidl::FaceEyeTrackingLedGroup;
-    EXPECT_THAT(service->configurations,
-                ElementsAre(Configuration{Group::FACE, 1, 2, 3},
-                            Configuration{static_cast<Group>(255), 4, 5, 6}));
-    led->setConfigs({});
-    EXPECT_EQ(service->configurations.size(), 0U);
-    EXPECT_EQ(led->getNumChannels(FaceEyeTrackingLedGroup::LEFT_EYE), 0U);
-    EXPECT_EQ(led->getNumChannels(unknown), 255U);
-}
-
 TEST_F(FaceEyeTrackingLedDeathTest, FailedTransportIsFatalWithTheSignature) {
-    service->transportFails = true;
-    const auto text = [](const std::string& type, const std::string& function) {
-        return HasSubstr("F/Moriak-HidlWrapper: HIDL error in virtual " + type +
-                         " Vek::Sensors::HidlWrapper::FaceEyeTrackingLed::" + function + ": ");
-    };
-    EXPECT_DEATH(setConfigs(),
-                 text("bool", "setConfigs(std::vector<FaceEyeTrackingLedConfiguration>)"));
-    EXPECT_DEATH(led->getNumChannels(FaceEyeTrackingLedGroup::FACE),
-                 text("uint8_t", "getNumChannels(Vek::Sensors::FaceEyeTrackingLedGroup)"));
-    EXPECT_DEATH(enable(), text("bool", "enable()"));
-    EXPECT_DEATH(disable(), text("bool", "disable()"));
-    EXPECT_DEATH(start(), text("bool", "startOverridingLedSettings()"));
-    EXPECT_DEATH(stop(), text("bool", "stopOverridingLedSettings()"));
+    expectFatal(*service, "FaceEyeTrackingLed::",
+                {{"bool ", "setConfigs(std::vector<FaceEyeTrackingLedConfiguration>)", setConfigs},
+                 {"uint8_t ", "getNumChannels(Vek::Sensors::FaceEyeTrackingLedGroup)",
+                  [&] { led->getNumChannels(FaceEyeTrackingLedGroup::FACE); }},
+                 {"bool ", "enable()", enable},
+                 {"bool ", "disable()", disable},
+                 {"bool ", "startOverridingLedSettings()", start},
+                 {"bool ", "stopOverridingLedSettings()", stop}});
 }
 
 TEST_F(FaceEyeTrackingLedDeathTest, ServiceThatIsGoneIsAContractFailure) {
     ASSERT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", "/nonexistent", 1), 0);
-    EXPECT_DEATH(Vek::Sensors::HidlWrapper::FaceEyeTrackingLed(),
-                 HasSubstr("GSL Precondition failure at "
-                           "external/Microsoft-GSL/include/gsl/pointers: 83 `ptr_ != nullptr`"));
+    EXPECT_DEATH(Vek::Sensors::HidlWrapper::FaceEyeTrackingLed(), HasSubstr(kNullPointer));
 }
 
 }  // namespace

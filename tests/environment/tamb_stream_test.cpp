@@ -1,42 +1,35 @@
 // KivraRpc against a service of this process.
 #include "environment/tamb_stream.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <future>
 
 #include "support/captured_log.h"
 #include "support/fake_environment_hal.h"
+#include "support/fatal_calls.h"
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace ::testing;
 using namespace std::chrono_literals;
-using TestSupport::CapturedLog;
-using TestSupport::FakeTambril;
-using TestSupport::warningLine;
+using namespace TestSupport;
 using Vek::Sensors::ControllerAddr;
 using Vek::Sensors::KivraRpcMessage;
 using Vek::Sensors::TimeDomain;
 using Vek::Sensors::HidlWrapper::TambStream;
-namespace Hidl = Vek::Sensors::Hidl;
 
 const auto kNotRegistered =
     warningLine("Tried to send kivraRpc msg before registering a callback.");
 
-class TambStreamTest : public ::testing::Test {
+class TambStreamTest : public Test {
   protected:
     bool send(size_t payloadSize = 0) {
         std::vector<uint8_t> payload(payloadSize, 0xa5);
         return stream.sendKivraRpcMsg(ControllerAddr{0x1122334455667788}, 9, payload);
     }
 
-    android::sp<FakeTambril> service = new FakeTambril;
-    TambStream stream{android::sp<Hidl::ITambril>(service)};
+    sp<FakeTambril> service = new FakeTambril;
+    TambStream stream{sp<Hidl::ITambril>(service)};
 };
 using TambStreamDeathTest = TambStreamTest;
 
@@ -85,7 +78,7 @@ TEST_F(TambStreamTest, SendsOnlyWhileRegisteredAndReturnsWhatTheServiceSays) {
 
 TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) {
     std::vector<KivraRpcMessage> received;
-    auto shortLived = std::make_unique<TambStream>(android::sp<Hidl::ITambril>(service));
+    auto shortLived = std::make_unique<TambStream>(sp<Hidl::ITambril>(service));
     shortLived->registerKivraRpcClient(
         "CMS", [&](const KivraRpcMessage& message) { received.push_back(message); });
     shortLived = nullptr;
@@ -103,7 +96,6 @@ TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) 
     EXPECT_TRUE(service->callback->getSensorClientInfo(store).isOk());
     EXPECT_EQ(name, "clientId");
 
-    using ::testing::FieldsAre;
     const auto header = FieldsAre(2, 3, 4);
     const auto kind = static_cast<Vek::Sensors::KivraRpcMessageKind>(6);
     EXPECT_THAT(received,
@@ -118,8 +110,7 @@ TEST_F(TambStreamTest, TranslationIsTheServicesAndTakesNoLock) {
                   INT64_MIN);
     };
     stream.registerKivraRpcClient("CMS", {});
-    EXPECT_THAT(service->translations, ElementsAre(std::tuple(-5, Hidl::TimeDomain::EXTERNAL,
-                                                              static_cast<Hidl::TimeDomain>(77))));
+    EXPECT_THAT(service->calls, ElementsAre("translate -5 EXTERNAL 0x4d", "register CMS"));
 }
 
 TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
@@ -167,61 +158,50 @@ TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
     EXPECT_FALSE(overlapped);
 }
 
-std::string fatal(const std::string& condition, const std::string& message) {
-    return "Assertion failed: " + condition + "\nF/Moriak-HidlWrapper: " + message + "\n";
-}
-
-TEST_F(TambStreamDeathTest, OnlyDeclaredClientsThatTheServiceTakesCanRegister) {
+TEST_F(TambStreamDeathTest, OnlyDeclaredClientsThatTheServiceTakesCanRegisterAndOnlyOnce) {
+    const auto registering = [this](const std::string& id) {
+        return [=] { stream.registerKivraRpcClient(id, {}); };
+    };
     for (const std::string id : {"Tracking", "tracking ", ""}) {
-        EXPECT_DEATH(
-            stream.registerKivraRpcClient(id, {}),
-            HasSubstr(fatal("!id", "KivraRpc clientId " + id + " not declared in TambStream")));
+        expectFatal({{assertion("!id", "KivraRpc clientId " + id + " not declared in TambStream"),
+                      registering(id)}});
     }
     service->result = Hidl::Result::BAD_STATE;
-    EXPECT_DEATH(
-        stream.registerKivraRpcClient("CMS", {}),
-        HasSubstr(fatal("res != Result::SUCCESS", "Failed to register KivraRpc client CMS")));
-}
-
-TEST_F(TambStreamDeathTest, SecondRegistrationIsFatalWhateverItsId) {
-    stream.registerKivraRpcClient("CMS", {});
+    expectFatal({{assertion("res != Result::SUCCESS", "Failed to register KivraRpc client CMS"),
+                  registering("CMS")}});
+    service->result = Hidl::Result::SUCCESS;
+    registering("CMS")();
     for (const std::string id : {"CMS", "tracking", "nobody"}) {
-        EXPECT_DEATH(stream.registerKivraRpcClient(id, {}),
-                     HasSubstr(fatal("callback.value()",
-                                     "Changing KivraRpc callback for " + id + " is forbidden")));
+        expectFatal({{assertion("callback.value()",
+                                "Changing KivraRpc callback for " + id + " is forbidden"),
+                      registering(id)}});
     }
 }
 
 TEST_F(TambStreamDeathTest, TooLongPayloadIsFatalBeforeTheLock) {
     // During a registration, the sending thread has the lock already.
     service->duringChange = [&] { send(8193); };
-    EXPECT_DEATH(stream.registerKivraRpcClient("CMS", {}),
-                 HasSubstr(fatal("payload.size() > kKivraRpcMaxPayloadSize",
-                                 "Attempting to send payload with size 8193 but KivraRpc max "
-                                 "payload size is 8192")));
+    expectFatal({{assertion("payload.size() > kKivraRpcMaxPayloadSize",
+                            "Attempting to send payload with size 8193 but KivraRpc max payload "
+                            "size is 8192"),
+                  [&] { stream.registerKivraRpcClient("CMS", {}); }}});
 }
 
 TEST_F(TambStreamDeathTest, FailedTransportIsFatalWithTheSignature) {
     stream.registerKivraRpcClient("CMS", {});
-    TambStream unregistered{android::sp<Hidl::ITambril>(service)};
-    service->transportFails = true;
-    const auto text = [](const std::string& type, const std::string& function) {
-        return HasSubstr("F/Moriak-HidlWrapper: HIDL error in virtual " + type +
-                         " Vek::Sensors::HidlWrapper::TambStream::" + function + ": ");
-    };
-    EXPECT_DEATH(unregistered.registerKivraRpcClient("CMS", {}),
-                 text("void",
-                      "registerKivraRpcClient(std::string, "
-                      "Vek::Sensors::KivraRpcMsgCallback)"));
-    EXPECT_DEATH(stream.unregisterKivraRpcClient("CMS"),
-                 text("void", "unregisterKivraRpcClient(std::string)"));
-    EXPECT_DEATH(send(), text("bool",
-                              "sendKivraRpcMsg(const Vek::Sensors::ControllerAddr &, uint32_t, "
-                              "std::vector<uint8_t> &)"));
-    EXPECT_DEATH(stream.getTimeTranslation(0, TimeDomain::MONOTONIC, TimeDomain::BOOTTIME),
-                 text("int64_t",
-                      "getTimeTranslation(int64_t, Vek::Sensors::TimeDomain, "
-                      "Vek::Sensors::TimeDomain)"));
+    TambStream unregistered{sp<Hidl::ITambril>(service)};
+    expectFatal(
+        *service, "TambStream::",
+        {{"void ", "registerKivraRpcClient(std::string, Vek::Sensors::KivraRpcMsgCallback)",
+          [&] { unregistered.registerKivraRpcClient("CMS", {}); }},
+         {"void ", "unregisterKivraRpcClient(std::string)",
+          [&] { stream.unregisterKivraRpcClient("CMS"); }},
+         {"bool ",
+          "sendKivraRpcMsg(const Vek::Sensors::ControllerAddr &, uint32_t, std::vector<uint8_t> &)",
+          [&] { send(); }},
+         {"int64_t ",
+          "getTimeTranslation(int64_t, Vek::Sensors::TimeDomain, Vek::Sensors::TimeDomain)",
+          [&] { stream.getTimeTranslation(0, TimeDomain::MONOTONIC, TimeDomain::BOOTTIME); }}});
 }
 
 }  // namespace

@@ -11,18 +11,16 @@
 #include <string>
 #include <vector>
 
-#include "support/fake_motion_hal.h"
+#include "support/recording_service.h"
 
 namespace TestSupport {
 
-using android::sp;
 using android::hardware::hidl_handle;
 using android::hardware::hidl_string;
-using android::hardware::hidl_vec;
 using android::hardware::Void;
 
 /// Exchanges queues for frame sets; the rest is up to the test.
-class FakeCameraStream : public FakeService<Hidl::ICameraStream> {
+class FakeCameraStream : public RecordingService<Hidl::ICameraStream> {
   public:
     using Queue = ServiceEnd<Hidl::FrameSet>::Queue;
     using Client = sp<Hidl::ISensorClient>;
@@ -75,7 +73,7 @@ class FakeCameraController : public Hidl::ICameraStreamController {
                 (uint8_t, uint32_t, const Hidl::ExposureGainSettings&));
 };
 
-class FakeCameraProvider : public FakeService<Hidl::ICameraProvider> {
+class FakeCameraProvider : public RecordingService<Hidl::ICameraProvider> {
   public:
     using Stream = sp<Hidl::ICameraStream>;
     using Controller = sp<Hidl::ICameraStreamController>;

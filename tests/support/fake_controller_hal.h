@@ -1,83 +1,20 @@
-// Controller services in the test's own process, which write their calls down and answer as the
-// test chooses.
+// Controller services in the test's own process.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerProvider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerStateProvider.h>
 
-#include <string>
-#include <vector>
-
-#include "support/fake_motion_hal.h"
+#include "support/recording_service.h"
 
 namespace TestSupport {
-
-using android::sp;
-using android::hardware::hidl_array;
-using android::hardware::hidl_vec;
-using android::hardware::MQDescriptorSync;
-
-template <typename HalInterface>
-class RecordingService : public FakeService<HalInterface> {
-  public:
-    using Interface = HalInterface;
-
-    /// Method and arguments of each call that does not ask for values, as the HAL package prints
-    /// them.
-    std::vector<std::string> calls;
-    /// What commands answer, and the flags that come with values.
-    bool succeeds = true;
-    /// False for a service that breaks the rules: it returns without its callback being called.
-    bool callsBack = true;
-
-  protected:
-    /// To be called with the method's arguments.
-    template <typename Answer>
-    auto record(const char* method, Answer answer) {
-        return [this, method, answer](const auto&... arguments) {
-            using android::hardware::toString;
-            std::string call = method;
-            ((call += " " + toString(arguments)), ...);
-            calls.push_back(call);
-            return this->transportFails ? Return<Answer>(this->deadObject())
-                                        : Return<Answer>(answer);
-        };
-    }
-    /// To be called with the values.
-    template <typename Callback>
-    auto deliver(const Callback& callback) {
-        return [this, &callback](const auto&... values) -> Return<void> {
-            if (this->transportFails) return this->deadObject();
-            if (callsBack) callback(values...);
-            return android::hardware::Void();
-        };
-    }
-};
-
-// Arguments and values stand in parentheses.
-#define FAKE_COMMAND(method, parameters, arguments) \
-    Return<bool> method parameters override {       \
-        return record(#method, succeeds) arguments; \
-    }
-#define FAKE_CONTROL(method, parameters, arguments)   \
-    Return<Hidl::Result> method parameters override { \
-        return record(#method, result) arguments;     \
-    }
-#define FAKE_QUERY(method, parameters, values) \
-    Return<void> method parameters override {  \
-        return deliver(callback) values;       \
-    }
-#define FAKE_VOID(method, parameters, arguments)                 \
-    Return<void> method parameters override {                    \
-        return deliver([&] { record(#method, 0) arguments; })(); \
-    }
 
 using Address = const Hidl::ControllerAddr&;
 
 class FakeManagementClient : public RecordingService<Hidl::IControllerManagementClient> {
   public:
     FAKE_VOID(release, (), ())
-    FAKE_QUERY(getAdvertisingControllers, (getAdvertisingControllers_cb callback), (advertising))
+    FAKE_QUERY(getAdvertisingControllers, (getAdvertisingControllers_cb callback),
+               (hidl_vec<Hidl::AdvertisingControllerInfo>(2)))
     FAKE_CONTROL(enterDMM, (Address c), (c))
     FAKE_CONTROL(exitDMM, (Address c), (c))
     FAKE_CONTROL(pairController, (Address c), (c))
@@ -89,7 +26,6 @@ class FakeManagementClient : public RecordingService<Hidl::IControllerManagement
                                                 config.minimumStep);
     }
 
-    hidl_vec<Hidl::AdvertisingControllerInfo> advertising;
     FWUpdateCallbackConfig update{};
 };
 
@@ -134,10 +70,6 @@ class FakeStreamingClient : public RecordingService<Hidl::IControllerStreamingCl
 class FakeControllerProvider : public RecordingService<Hidl::IControllerProvider> {
   public:
     using Blocklist = Hidl::ControllerWirelessFreqBlocklist;
-    using Client = sp<Hidl::ISensorClient>;
-    using Config = Hidl::FmqConfig;
-    template <typename Record>
-    using Queue = MQDescriptorSync<Record>;
 
     FAKE_QUERY(getPairedControllers, (getPairedControllers_cb callback), (paired))
     FAKE_COMMAND(setWirelessFreqBlocklist, (const Blocklist& list), (list))
@@ -146,17 +78,11 @@ class FakeControllerProvider : public RecordingService<Hidl::IControllerProvider
     FAKE_COMMAND(clearWirelessFreqBlocklist, (), ())
     FAKE_QUERY(getHostInfo, (getHostInfo_cb callback), (host))
     FAKE_COMMAND(allowDevice, (const Hidl::SecureDeviceInfo& device), (device))
-    Return<sp<Hidl::IControllerManagementClient>> getManagementClient() override {
-        if (transportFails) return deadObject();
-        return management;
-    }
-    Return<sp<Hidl::IControllerStreamingClient>> getStreamingClient() override {
-        if (transportFails) return deadObject();
-        return streaming;
-    }
+    FAKE_GETTER(sp<Hidl::IControllerManagementClient>, getManagementClient, (), nullptr)
+    FAKE_GETTER(sp<Hidl::IControllerStreamingClient>, getStreamingClient, (), nullptr)
 
 #define FAKE_PREPARE(method, Record) \
-    FAKE_CONTROL(method, (const Queue<Hidl::Record>&, const Client&, const Config&), ())
+    FAKE_CONTROL(method, (const Queue<Hidl::Record>&, Client, const Config&), ())
     FAKE_PREPARE(prepareStateChangeStream, PairedControllerInfo)
     FAKE_PREPARE(prepareCurlStream, CurlData)
     FAKE_PREPARE(prepareImuStream, ControllerImuData)
@@ -172,39 +98,22 @@ class FakeControllerProvider : public RecordingService<Hidl::IControllerProvider
 
     hidl_vec<Hidl::PairedControllerInfo> paired;
     Hidl::SecureHostInfo host{6, std::array<uint8_t, 16>{1, 2, 3}};
-    sp<Hidl::IControllerManagementClient> management;
-    sp<Hidl::IControllerStreamingClient> streaming;
 };
 
 class FakeControllerStateProvider : public RecordingService<Hidl::IControllerStateProvider> {
   public:
-    using Client = const sp<Hidl::ISensorClient>&;
-    using Command = Hidl::StreamCommand;
-
     FakeControllerStateProvider() {
         poseConfig.eventFlag = Vek::OS::createEventFlagHandle("pose");
         poseConfig.dataReadyBit = 1U << 5;
     }
 
-#define FAKE_PREPARE(method, Record, end)                                                   \
-    Return<Hidl::Result> method(const MQDescriptorSync<Hidl::Record>& queue, Client client, \
-                                const Hidl::FmqConfig& config) override {                   \
-        end.accept(queue, client, config);                                                  \
-        return answer();                                                                    \
-    }
-    FAKE_PREPARE(prepareHapticsStateStream, HapticsState, haptics)
-    FAKE_PREPARE(prepareWirelessStateTransitionStream, WirelessStateTransition, wireless)
-    FAKE_PREPARE(prepareControllerInputStream, ControllerInputData, input)
-#undef FAKE_PREPARE
+    FAKE_STREAM(HapticsState, HapticsState, haptics)
+    FAKE_STREAM(WirelessStateTransition, WirelessStateTransition, wireless)
+    FAKE_STREAM(ControllerInput, ControllerInputData, input)
     Return<void> preparePoseOutputStream(Client c, preparePoseOutputStream_cb callback) override {
         poseClient = c;
         return deliver(callback)(result, poseQueue, poseConfig);
     }
-    // Whether the client is the one that prepared the stream is the first argument.
-    FAKE_CONTROL(controlHapticsStateStream, (Client c, Command m), (c == haptics.client, m))
-    FAKE_CONTROL(controlWirelessStateTransitionStream, (Client c, Command m),
-                 (c == wireless.client, m))
-    FAKE_CONTROL(controlControllerInputStream, (Client c, Command m), (c == input.client, m))
     FAKE_CONTROL(controlPoseOutputStream, (Client c, Command m), (c == poseClient, m))
     FAKE_COMMAND(notifyBatteryState, (uint8_t level), (level))
     FAKE_QUERY(enterPairingMode, (enterPairingMode_cb callback), (device.address))
@@ -213,9 +122,6 @@ class FakeControllerStateProvider : public RecordingService<Hidl::IControllerSta
                  (h, k))
     FAKE_COMMAND(setKivrarEnabled, (bool enabled), (enabled))
 
-    ServiceEnd<Hidl::HapticsState> haptics;
-    ServiceEnd<Hidl::WirelessStateTransition> wireless;
-    ServiceEnd<Hidl::ControllerInputData> input;
     sp<Hidl::ISensorClient> poseClient;
     /// Two records of room.
     ServiceEnd<Hidl::PoseOutput>::Queue poses{2};
@@ -223,10 +129,5 @@ class FakeControllerStateProvider : public RecordingService<Hidl::IControllerSta
     Hidl::FmqConfig poseConfig{};
     Hidl::SecureDeviceInfo device{{9}, 8, std::array<uint8_t, 16>{1, 2, 3}};
 };
-
-#undef FAKE_QUERY
-#undef FAKE_CONTROL
-#undef FAKE_COMMAND
-#undef FAKE_VOID
 
 }  // namespace TestSupport

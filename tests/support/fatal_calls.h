@@ -23,14 +23,41 @@ inline void expectFatal(const std::vector<FatalCall>& calls) {
 }
 
 inline std::string assertion(const std::string& condition, const std::string& message) {
-    return "Assertion failed: " + condition + "\nF/Moriak-HidlWrapper: " + message + "\n";
+    return "F/Moriak-HidlWrapper: Assertion failed: " + condition +
+           "\nF/Moriak-HidlWrapper: " + message + "\n";
 }
 
-/// @param scope class and two colons
-inline std::string transportError(const std::string& type, const std::string& scope,
-                                  const std::string& method) {
-    return "F/Moriak-HidlWrapper: HIDL error in virtual " + type +
-           "Vek::Sensors::HidlWrapper::" + scope + method + ": Status(";
+/// Of constructors that are given no service.
+inline const std::string kNullPointer =
+    "GSL Precondition failure at external/Microsoft-GSL/include/gsl/pointers: 83 `ptr_ != nullptr`";
+
+/// A client's call that ends the process if the service does not get it.
+struct HalCall {
+    /// Of the signature in the log, which lies in a class of the library.
+    std::string type;
+    std::string function;
+    std::function<void()> call;
+    /// What the service's refusal leads to; empty if the call takes that.
+    std::string refusal = {};
+};
+
+/// @param scope stands before all of the functions.
+template <typename Service>
+void expectFatal(Service& service, const std::string& scope, const std::vector<HalCall>& calls) {
+    for (const auto& [type, function, call, refusal] : calls) {
+        service.transportFails = true;
+        EXPECT_DEATH(call(), ::testing::HasSubstr("F/Moriak-HidlWrapper: HIDL error in virtual " +
+                                                  type + "Vek::Sensors::HidlWrapper::" + scope +
+                                                  function + ": Status("));
+        service.transportFails = false;
+        if (!refusal.empty()) {
+            // Which some other calls accept.
+            service.result = decltype(service.result)::IGNORED;
+            EXPECT_DEATH(call(), ::testing::HasSubstr(
+                                     assertion("hidlReturn != Hidl::Result::SUCCESS", refusal)));
+            service.result = decltype(service.result)::SUCCESS;
+        }
+    }
 }
 
 }  // namespace TestSupport
