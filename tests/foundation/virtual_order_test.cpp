@@ -1,5 +1,8 @@
 // The order of virtual functions in the client API, which programs built against it depend on.
 #include <gtest/gtest.h>
+#include <vek/sensors/camera.h>
+#include <vek/sensors/controller.h>
+#include <vek/sensors/controller_state.h>
 #include <vek/sensors/factories.h>
 
 #include <cstring>
@@ -76,6 +79,48 @@ TEST(VirtualOrder, IsTheOneThatProgramsAreBuiltAgainst) {
                  &I::startExternalTimestampDataStream, &I::stopExternalTimestampDataStream);
     EXPECT_TABLE(ITambStream, destructor, &I::registerKivraRpcClient, &I::unregisterKivraRpcClient,
                  &I::sendKivraRpcMsg, &I::getTimeTranslation);
+    EXPECT_TABLE(ICameraProvider, destructor, &I::getProperties, &I::getStream,
+                 &I::getStreamByPurpose, &I::getStreamController, &I::getUtilityFrequency,
+                 &I::setUtilityFrequency, &I::getChannels, &I::setChannels, &I::applyMuxMode,
+                 &I::setFrameRate, &I::getRawImageMode, &I::registerDisconnectEventHandler,
+                 &I::startEvery, &I::stopEvery);
+    EXPECT_TABLE(ICameraStream, destructor, &I::getMetadata, &I::stream, &I::getConfiguration,
+                 &I::start, &I::stop, &I::startOverridingExposureSettings,
+                 &I::stopOverridingExposureSettings,
+                 &I::registerFrameSetConfigurationUpdateCallback, &I::setExposureGain,
+                 &I::setPhaseOffset, &I::setCameraSyncMode, &I::writeSessionOcalData,
+                 &I::setResolution, &I::streamControlTarget);
+    EXPECT_TABLE(ICameraStreamController, destructor, &I::startOverridingExposureSettings,
+                 &I::stopOverridingExposureSettings, &I::setExposureGain);
+    EXPECT_TABLE(IControllerProvider, destructor, &I::streamStateChanges, &I::streamCurl,
+                 &I::streamImu, &I::streamInput, &I::streamPrecisionPad, &I::streamMultiTouch,
+                 &I::streamStylus, &I::streamWirelessDeviceStats, &I::streamPose,
+                 &I::streamInputADC, &I::streamCollisionEvent, &I::getManagementClient,
+                 &I::getStreamingClient, &I::getPairedControllers, &I::setWirelessFreqBlocklist,
+                 &I::getWirelessFreqBlocklist, &I::clearWirelessFreqBlocklist, &I::getHostInfo,
+                 &I::allowDevice);
+    EXPECT_TABLE(IControllerManagementClient, destructor, &I::getAdvertisingControllers,
+                 &I::enterDMM, &I::exitDMM, &I::pairController, &I::unpairController,
+                 &I::updateFirmware);
+    using Haptics = bool (IControllerStreamingClient::*)(ControllerAddr, uint8_t);
+    using HapticsPattern =
+        bool (IControllerStreamingClient::*)(ControllerAddr, std::array<SimpleHapticIntensity, 6>);
+    EXPECT_TABLE(
+        IControllerStreamingClient, destructor, &I::getCalibrationData, &I::enable, &I::disable,
+        &I::controlInputADCStreaming, &I::setLedConfig, &I::getLedConfig, &I::setTransmitPowerBoost,
+        &I::setMaxHostTransmitPower, Haptics{&I::setSimpleHaptics},
+        HapticsPattern{&I::setSimpleHaptics}, &I::setBufferedHaptics, &I::appendBufferedHaptics,
+        &I::appendPCMHaptics, &I::setThumbstickMaxADCRange, &I::getThumbstickMaxADCRange,
+        &I::resetThumbstickMaxADCRange, &I::setThumbstickDeadzone, &I::getThumbstickDeadzone,
+        &I::resetThumbstickDeadzone, &I::sleepController, &I::wakeController);
+    EXPECT_TABLE(IControllerStateProvider, destructor, &I::streamHapticsState,
+                 &I::streamWirelessStateTransition, &I::streamControllerInputData,
+                 &I::startHapticsStateStream, &I::stopHapticsStateStream,
+                 &I::startWirelessStateTransitionStream, &I::stopWirelessStateTransitionStream,
+                 &I::startControllerInputDataStream, &I::stopControllerInputDataStream,
+                 &I::preparePoseOutputStream, &I::startPoseOutputStream, &I::stopPoseOutputStream,
+                 &I::sendPose, &I::notifyBatteryState, &I::enterPairingMode, &I::getPairingInfo,
+                 &I::setPairingInfo, &I::setKivrarEnabled);
 }
 
 }  // namespace

@@ -23,12 +23,9 @@ struct DirectSample {
 };
 
 /// Half the size of HidlSample: converted.
-template <size_t FixedRecords>
-struct SmallSample {
+struct ConvertedSample {
     uint64_t value;
 };
-using ConvertedSample = SmallSample<8>;
-using RareSample = SmallSample<2>;
 
 inline std::vector<HidlSample> samples(uint64_t first, size_t count) {
     std::vector<HidlSample> records(count);
@@ -72,10 +69,10 @@ class FakeStream {
 
 namespace Vek::Sensors::HidlWrapper {
 
-template <size_t FixedRecords>
-struct RecordConversion<TestSupport::SmallSample<FixedRecords>> {
-    static constexpr size_t kFixedRecords = FixedRecords;
-    static TestSupport::SmallSample<FixedRecords> convert(const TestSupport::HidlSample& record) {
+template <>
+struct RecordConversion<TestSupport::ConvertedSample> {
+    static constexpr size_t kFixedRecords = 8;
+    static TestSupport::ConvertedSample convert(const TestSupport::HidlSample& record) {
         return {record.value};
     }
 };
