@@ -9,8 +9,6 @@
 
 namespace {
 
-using android::hardware::hidl_vec;
-using android::hardware::Void;
 using namespace ::testing;
 using namespace TestSupport;
 using namespace Vek::Sensors;
@@ -25,12 +23,11 @@ class CameraStreamTest : public CameraTest {
         return settings;
     }
 
-    android::sp<FakeCameraStream> service = new NiceMock<FakeCameraStream>;
-    CameraStream stream{android::sp<Hidl::ICameraStream>(service), "tracker"};
-    android::sp<Hidl::ISensorClient> client = stream.streamControlTarget()->getClient();
-    android::sp<FakeCameraController> controllerService = new NiceMock<FakeCameraController>;
-    CameraStreamController controller{
-        android::sp<Hidl::ICameraStreamController>(controllerService)};
+    sp<FakeCameraStream> service = new NiceMock<FakeCameraStream>;
+    CameraStream stream{sp<Hidl::ICameraStream>(service), "tracker"};
+    sp<Hidl::ISensorClient> client = stream.streamControlTarget()->getClient();
+    sp<FakeCameraController> controllerService = new NiceMock<FakeCameraController>;
+    CameraStreamController controller{sp<Hidl::ICameraStreamController>(controllerService)};
 };
 using CameraStreamDeathTest = CameraStreamTest;
 
@@ -150,7 +147,7 @@ TEST_F(CameraStreamTest, MuxStateAndItsChangesReachTheClient) {
                              {"hands", "head"},
                              {{"hands", {1}}, {"head", {}}, {"hands", {2, 3}}},
                              {{"depth", {4}}}};
-    android::sp<Hidl::IFrameConfigCallback> told;
+    sp<Hidl::IFrameConfigCallback> told;
     ON_CALL(*service, registerFrameConfigCallback(client, _, _))
         .WillByDefault([&](auto&, const auto& callback, auto answer) {
             told = callback;
@@ -160,15 +157,16 @@ TEST_F(CameraStreamTest, MuxStateAndItsChangesReachTheClient) {
     FrameSetConfigurationUpdate update;
     const auto state = stream.registerFrameSetConfigurationUpdateCallback(
         [&](const FrameSetConfigurationUpdate& changed) { update = changed; });
+    const auto purpose = [](const char* name, std::vector<uint8_t> data) {
+        return Pair(name, Field(&PurposeData::data, std::move(data)));
+    };
     EXPECT_EQ(state.header, 3U);
     EXPECT_EQ(state.value, UINT64_MAX);
-    EXPECT_EQ(state.muxMode.name, "tracking");
-    EXPECT_EQ(state.muxMode.secondaryName, "fallback");
-    EXPECT_THAT(state.muxMode.purposes, ElementsAre("hands", "head"));
-    ASSERT_THAT(state.muxMode.purposeData, SizeIs(2));
-    EXPECT_THAT(state.muxMode.purposeData.at("head").data, IsEmpty());
-    EXPECT_THAT(state.muxMode.purposeData.at("hands").data, ElementsAre(2, 3)) << "the last one";
-    EXPECT_THAT(state.muxMode.secondaryPurposeData.at("depth").data, ElementsAre(4));
+    // Of a name that comes twice, the last one.
+    EXPECT_THAT(state.muxMode,
+                FieldsAre("tracking", "fallback", ElementsAre("hands", "head"), IsEmpty(),
+                          UnorderedElementsAre(purpose("hands", {2, 3}), purpose("head", {})),
+                          ElementsAre(purpose("depth", {4}))));
     ASSERT_THAT(state.globalConfigurations, SizeIs(2));
     EXPECT_TRUE(sameBytes(state.globalConfigurations[1], camera));
     ASSERT_THAT(state.slotConfigurations, SizeIs(2));

@@ -20,8 +20,8 @@ class FrameSetStreamTest : public CameraTest {
         return composite.waitFor(std::chrono::seconds(10));
     }
 
-    android::sp<FakeCameraStream> service = new FakeCameraStream;
-    HidlWrapper::CameraStream stream{android::sp<Hidl::ICameraStream>(service), "tracker"};
+    sp<FakeCameraStream> service = new FakeCameraStream;
+    HidlWrapper::CameraStream stream{sp<Hidl::ICameraStream>(service), "tracker"};
     HidlWrapper::CompositeStream composite{"test"};
 };
 using FrameSetStreamDeathTest = FrameSetStreamTest;

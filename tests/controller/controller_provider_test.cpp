@@ -37,6 +37,8 @@ using ControllerProviderDeathTest = ControllerProviderTest;
 
 TEST_F(ControllerProviderTest, QueriesReturnWhatTheServiceDeliversAndNothingElse) {
     EXPECT_EQ(provider->getManagementClient(), nullptr);
+    EXPECT_NE(provider->streamPose(), nullptr);
+    EXPECT_THAT(service->calls, IsEmpty()) << "a stream meets the service when it is added";
     service->paired.resize(3);
     service->paired[2].address.address = 9;
     const auto controllers = provider->getPairedControllers();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <optional>
 #include <random>
 #include <tuple>
 
@@ -103,79 +104,57 @@ Bytes pattern(size_t size, int round) {
 }
 
 template <typename Record>
-Bytes bytesOf(const Record& record, size_t size = sizeof(Record)) {
+Bytes bytesOf(const Record& record) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
-    return {bytes, bytes + size};
+    return {bytes, bytes + sizeof(record)};
 }
 
 constexpr int kRounds = 500;
 
-template <typename HidlData>
-void expectTable(const char* name, const Table& table, size_t halSize, size_t apiSize) {
-    SCOPED_TRACE(name);
-    ASSERT_EQ(sizeof(HidlData), halSize);
-    for (int round = 0; round < kRounds; ++round) {
-        const Bytes hal = pattern(halSize, round);
-        HidlData record;
-        std::memcpy(&record, hal.data(), hal.size());
-        const auto converted = Convert::fromHidl(record);
-        ASSERT_EQ(bytesOf(converted), expected(table, hal, apiSize)) << "round " << round;
-    }
-}
-
-TEST(ControllerConversion, EveryByteFollowsTheTables) {
-    expectTable<Hidl::ButtonData>("buttons", kButtons, 64, 72);
-    expectTable<Hidl::CurlData>("curl", kCurl, 80, 80);
-    expectTable<Hidl::PrecisionPadData>("precision pad", kPrecisionPad, 56, 56);
-    expectTable<Hidl::MultiTouchData>("multi-touch", kMultiTouch, 80, 72);
-    expectTable<Hidl::StylusData>("stylus", kStylus, 40, 40);
-    expectTable<Hidl::PairedControllerInfo>("paired", kPaired, 448, 448);
-    expectTable<Hidl::AdvertisingControllerInfo>("advertising", kAdvertising, 48, 48);
-}
-
 /// A record of inputs as the service's bytes make it.
-void fill(Hidl::ControllerInputData& record, uint8_t discriminator, const Bytes& member) {
+Hidl::ControllerInputData inputOf(uint8_t discriminator, const Bytes& member) {
+    Hidl::ControllerInputData record;
     auto* bytes = reinterpret_cast<uint8_t*>(&record);
     bytes[0] = discriminator;
     std::copy(member.begin(), member.end(), bytes + 8);
+    return record;
 }
 
-TEST(ControllerConversion, InputsCarryTheMemberThatTheirDiscriminatorNames) {
-    const struct {
-        const Table& table;
-        size_t halSize;
-        size_t apiSize;
-    } members[]{{kButtons, 64, 72},
-                {kCurl, 80, 80},
-                {kPrecisionPad, 56, 56},
-                {kMultiTouch, 80, 72},
-                {kStylus, 40, 40}};
-    for (uint8_t kind = 0; kind < 5; ++kind) {
-        SCOPED_TRACE(int{kind});
-        for (int round = 0; round < kRounds; ++round) {
-            const Bytes hal = pattern(members[kind].halSize, round);
-            Hidl::ControllerInputData record;
-            fill(record, kind, hal);
-            const ControllerInputData converted = Convert::fromHidl(record);
-            Bytes api = bytesOf(converted);
-            ASSERT_EQ(api[0], kind);
-            api.erase(api.begin(), api.begin() + 8);
-            api.resize(members[kind].apiSize);
-            ASSERT_EQ(api, expected(members[kind].table, hal, api.size())) << "round " << round;
+/// Of a record alone and, if it has a discriminator, as an input.
+template <typename HidlData>
+void expectTable(const Table& table, size_t halSize, size_t apiSize,
+                 std::optional<uint8_t> discriminator = {}) {
+    ASSERT_EQ(sizeof(HidlData), halSize);
+    for (int round = 0; round < kRounds; ++round) {
+        SCOPED_TRACE(round);
+        const Bytes hal = pattern(halSize, round);
+        const Bytes api = expected(table, hal, apiSize);
+        HidlData record;
+        std::memcpy(&record, hal.data(), hal.size());
+        ASSERT_EQ(bytesOf(Convert::fromHidl(record)), api);
+        if (discriminator) {
+            const Bytes input = bytesOf(Convert::fromHidl(inputOf(*discriminator, hal)));
+            ASSERT_EQ(input[0], discriminator);
+            ASSERT_EQ(Bytes(&input[8], &input[8] + apiSize), api);
         }
     }
 }
 
+TEST(ControllerConversion, EveryByteFollowsTheTables) {
+    expectTable<Hidl::ButtonData>(kButtons, 64, 72, 0);
+    expectTable<Hidl::CurlData>(kCurl, 80, 80, 1);
+    expectTable<Hidl::PrecisionPadData>(kPrecisionPad, 56, 56, 2);
+    expectTable<Hidl::MultiTouchData>(kMultiTouch, 80, 72, 3);
+    expectTable<Hidl::StylusData>(kStylus, 40, 40, 4);
+    expectTable<Hidl::PairedControllerInfo>(kPaired, 448, 448);
+    expectTable<Hidl::AdvertisingControllerInfo>(kAdvertising, 48, 48);
+}
+
 TEST(ControllerConversionDeathTest, UnknownInputIsFatal) {
-    for (const uint8_t kind : {uint8_t{5}, uint8_t{255}}) {
-        EXPECT_DEATH(
-            {
-                Hidl::ControllerInputData record;
-                fill(record, kind, {});
-                (void)Convert::fromHidl(record);
-            },
-            "^F/Moriak-HidlWrapper: Unknown controller input discriminator " +
-                std::to_string(kind) + "\n");
+    for (const int kind : {5, 255}) {
+        EXPECT_DEATH((void)Convert::fromHidl(inputOf(static_cast<uint8_t>(kind), {})),
+                     "^F/Moriak-HidlWrapper: Unknown controller input discriminator " +
+                         std::to_string(kind) + "\n");
     }
 }
 

@@ -8,8 +8,6 @@
 
 #include <cstring>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "support/recording_service.h"
 
