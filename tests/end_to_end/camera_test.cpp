@@ -2,16 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
-#include <vek/sensors/factories.h>
 #include <vek/sensors/service.h>
 
 #include <algorithm>
 #include <future>
-#include <memory>
 #include <sstream>
-#include <vector>
 
 #include "end_to_end/environment.h"
+#include "end_to_end/inbox.h"
 
 namespace {
 
@@ -52,14 +50,6 @@ class GreyImage {
             }
         }
         return sum / (frame_.width * (frame_.height - frame_.height / 4));
-    }
-
-    std::vector<uint8_t> row(uint32_t y) const {
-        std::vector<uint8_t> row;
-        for (uint32_t x = 0; x < frame_.width; ++x) {
-            row.push_back(at(x, y));
-        }
-        return row;
     }
 
   private:
@@ -144,11 +134,7 @@ class CameraClient {
         composite->waitFor(0ns);
     }
     bool waitUntil(const std::function<bool()>& isReached) {
-        const auto deadline = std::chrono::steady_clock::now() + 30s;
-        while (!isReached() && std::chrono::steady_clock::now() < deadline) {
-            composite->waitUntil(deadline);
-        }
-        return isReached();
+        return TestSupport::receiveUntil(*composite, isReached);
     }
     /// Of each stream. False if they do not come within a generous bound.
     bool receive(size_t count) {
@@ -167,8 +153,7 @@ class CameraClient {
     ICameraStream& camera() { return *first().camera; }
 
     std::unique_ptr<ICameraProvider> provider = createCameraProvider();
-    std::unique_ptr<ICompositeStream> composite =
-        createStreamCompositor()->createCompositeStream("test");
+    std::unique_ptr<ICompositeStream> composite = TestSupport::makeComposite();
     std::vector<std::unique_ptr<CameraReader>> readers;
 
   private:
@@ -215,17 +200,14 @@ TEST_F(EndToEndTest, CamerasAndMotionArriveTogetherAndEveryFrameSetComesBackOnce
     CameraClient client(
         {FrameType::HEADSET, FrameType::HAND, FrameType::EYE, FrameType::DEPTH, FrameType::COLOR});
     const auto imu = createImuSensor();
-    size_t samples = 0;
-    imu->stream().setQueueSize(1024);
-    imu->stream().setCallbackv([&](auto spans) { samples += spans[0].size() + spans[1].size(); });
-    imu->stream().addTo(*client.composite);
+    TestSupport::Inbox<ImuData> samples(imu->stream(), *client.composite);
     imu->start();
     client.start();
     client.start();  // Running streams stay so.
-    EXPECT_TRUE(client.receive(30));
-    EXPECT_GT(samples, 0U);
+    EXPECT_TRUE(client.receive(30) && samples.receive(1000));
     client.stop();
     imu->stop();
+    EXPECT_EQ(samples.lost(), 0U);
     const std::string summary = simulator.finish();
     const char* const names[] = {"headset cameras", "hand camera", "eye cameras", "depth camera",
                                  "color camera"};
@@ -238,10 +220,9 @@ TEST_F(EndToEndTest, CamerasAndMotionArriveTogetherAndEveryFrameSetComesBackOnce
     }
 }
 
-TEST_F(EndToEndTest, PixelsShowTheirCameraAndFrameAndTheSceneMoves) {
+TEST_F(EndToEndTest, PixelsShowTheirCameraAndFrame) {
     const Simulator simulator;
     CameraClient client({FrameType::HEADSET});
-    std::vector<std::vector<uint8_t>> rows;
     client.first().look = [&](const FrameSet& frameSet) {
         for (size_t i = 0; i < frameSet.numFrames; ++i) {
             char expected[16];
@@ -249,12 +230,10 @@ TEST_F(EndToEndTest, PixelsShowTheirCameraAndFrameAndTheSceneMoves) {
                           frameSet.sequence);
             EXPECT_EQ(client.first().image(frameSet, i).print(), expected);
         }
-        rows.push_back(client.first().image(frameSet, 0).row(200));
     };
     client.start();
     EXPECT_TRUE(client.receive(20));
     client.stop();
-    EXPECT_EQ(std::adjacent_find(rows.begin(), rows.end()), rows.end());
     // The name on a calibration is the camera's own.
     for (const CameraProperties& camera : client.provider->getProperties()) {
         const std::string id = "\"camera\": " + std::to_string(camera.cameraId) + ",";
@@ -380,7 +359,7 @@ const TestSupport::ClientRole kHoldingClient{
     "camera-holder", [] {
         CameraClient client({FrameType::HEADSET});
         client.first().look = [&](const FrameSet& /*frameSet*/) {
-            if (client.first().frameSets == 3 && TestSupport::sendNotice("holding")) {
+            if (client.first().frameSets == 3 && TestSupport::sendNotice("streaming")) {
                 pause();
             }
         };
@@ -398,13 +377,7 @@ TEST_F(EndToEndTest, ClientsKilledWithFrameSetsInTheirHandsLeaveNothingAndDistur
     before.threads += 64;
     constexpr size_t kHolders = 3;
     {
-        std::vector<std::unique_ptr<TestSupport::ChildProcess>> holders;
-        for (size_t i = 0; i < kHolders; ++i) {
-            holders.push_back(TestSupport::startClient("camera-holder"));
-        }
-        for (const auto& holder : holders) {
-            EXPECT_EQ(holder->awaitNotice(), "holding");
-        }
+        const auto holders = TestSupport::startClients("camera-holder", kHolders);
         EXPECT_TRUE(client.receive(10));
     }
     EXPECT_TRUE(client.receive(10));

@@ -1,92 +1,29 @@
 // Client programs of the hand controllers, against the simulated service in its own process.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
-#include <vek/sensors/controller_provider.h>
-#include <vek/sensors/factories.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
-#include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "end_to_end/environment.h"
+#include "end_to_end/inbox.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ExitedWithCode;
 using TestSupport::EndToEndTest;
+using TestSupport::Inbox;
+using TestSupport::receiveUntil;
 using TestSupport::Simulator;
 using namespace Vek::Sensors;
 
 constexpr ControllerAddr kLeft{0x5A'00'00'00'00'01};
 
-/// Keeps what a stream delivers.
-template <typename Data>
-class Inbox {
-  public:
-    Inbox(IDataStream<Data>& stream, ICompositeStream& composite) {
-        stream.setQueueSize(4096);
-        stream.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
-            for (const auto& span : spans) {
-                records.insert(records.end(), span.begin(), span.end());
-            }
-        });
-        stream.addTo(composite);
-    }
-    Inbox(std::unique_ptr<IDataStream<Data>> stream, ICompositeStream& composite)
-        : Inbox(*stream, composite) {
-        owned_ = std::move(stream);
-    }
-    Inbox(const Inbox&) = delete;
-    Inbox& operator=(const Inbox&) = delete;
-
-    std::vector<Data> records;
-
-  private:
-    std::unique_ptr<IDataStream<Data>> owned_;
-};
-
-/// False if the condition does not come about within a generous bound.
-bool receiveUntil(ICompositeStream& composite, const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    while (!condition() && std::chrono::steady_clock::now() < deadline) {
-        composite.waitUntil(deadline);
-    }
-    return condition();
-}
-
-/// How many numbers are left out, for each controller on its own.
-template <typename Data, typename Address, typename Sequence>
-size_t countLost(const std::vector<Data>& records, Address address, Sequence sequence) {
-    std::map<ControllerAddr, uint64_t> last;
-    size_t lost = 0;
-    for (const Data& record : records) {
-        const auto [entry, isFirst] = last.emplace(address(record), sequence(record));
-        lost += !isFirst && sequence(record) != entry->second + 1 ? 1U : 0U;
-        entry->second = sequence(record);
-    }
-    return lost;
-}
-template <typename Data>
-size_t countLost(const std::vector<Data>& records) {
-    return countLost(
-        records, [](const Data& record) { return record.controller; },
-        [](const Data& record) { return record.sequence; });
-}
-
 class ControllerEndToEndTest : public EndToEndTest {
   protected:
-    std::unique_ptr<ICompositeStream> composite_ =
-        createStreamCompositor()->createCompositeStream("test");
+    std::unique_ptr<ICompositeStream> composite_ = TestSupport::makeComposite();
 };
 
 TEST_F(ControllerEndToEndTest, ElevenStreamsOfThreeControllersArriveWithMotionWithoutLoss) {
@@ -141,17 +78,8 @@ TEST_F(ControllerEndToEndTest, ElevenStreamsOfThreeControllersArriveWithMotionWi
     }
     composite_->waitFor(0ns);
 
-    EXPECT_EQ(countLost(imu.records), 0U);
-    EXPECT_EQ(countLost(poses.records), 0U);
-    EXPECT_EQ(countLost(collisions.records), 0U);
-    EXPECT_EQ(countLost(
-                  buttons.records, [](const auto& record) { return record.header.controller; },
-                  [](const auto& record) { return record.header.sequence; }),
-              0U);
-    EXPECT_EQ(countLost(
-                  headsetSamples.records, [](const auto&) { return kLeft; },
-                  [](const auto& record) { return record.sequence; }),
-              0U);
+    EXPECT_EQ(imu.lost() + poses.lost() + collisions.lost() + buttons.lost(), 0U);
+    EXPECT_EQ(headsetSamples.lost() + magSamples.lost(), 0U);
     // The rest is not numbered, but taken together with the buttons.
     const auto ofHandhelds = static_cast<size_t>(std::count_if(
         buttons.records.begin(), buttons.records.end(),
@@ -182,7 +110,7 @@ TEST_F(ControllerEndToEndTest, FirmwareUpdateReportsItsProgressToTheEndOrToItsFa
         options.insert(options.end(), c.faults.begin(), c.faults.end());
         const Simulator simulator(options);
         HidlWrapper::ControllerProvider provider;
-        const auto composite = createStreamCompositor()->createCompositeStream("test");
+        const auto composite = TestSupport::makeComposite();
         Inbox<PairedControllerInfo> states(provider.streamStateChanges(), *composite);
         const auto before = provider.getPairedControllers().front();
         struct Reports {
@@ -303,94 +231,9 @@ TEST_F(ControllerEndToEndTest, PosesOfTheOwnerReachTheUsersInOrderAndNoneIsLost)
         }
     }
     EXPECT_EQ(next, kPoses);
-    EXPECT_EQ(countLost(poses.records), 0U);
+    EXPECT_EQ(poses.lost(), 0U);
     // The simulated hands take over again.
-    const size_t received = poses.records.size();
-    EXPECT_TRUE(receiveUntil(*composite_, [&] { return poses.records.size() > received; }));
-}
-
-TEST_F(ControllerEndToEndTest, ClientOutlivesItsServiceAndFindsTheNextOne) {
-    EXPECT_EXIT(
-        {
-            TestSupport::watchForDeath();
-            Simulator first;
-            HidlWrapper::ControllerProvider provider;
-            // Their ends could not be told to the dead service.
-            auto* const client = provider.getStreamingClient().release();
-            auto* const management = provider.getManagementClient().release();
-            Inbox<ButtonData> buttons(provider.streamInput(), *composite_);
-            client->enable(kLeft);
-            bool works = receiveUntil(*composite_, [&] { return buttons.records.size() >= 10; });
-            first.kill();
-            TestSupport::awaitDeath();
-            works = works && !client->setSimpleHaptics(kLeft, 1) &&
-                    !client->getThumbstickDeadzone(kLeft) &&
-                    management->pairController(kLeft) == ControllerResult::BAD_STATE &&
-                    !provider.setWirelessFreqBlocklist({1}) && !createControllerStateProvider();
-            const Simulator second;
-            HidlWrapper::ControllerProvider next;
-            works = works && next.getPairedControllers().size() == 2;
-            _exit(works ? 0 : 1);
-        },
-        ExitedWithCode(0), "ignoring.\n$");
-}
-
-/// Uses everything that the service could keep for a client.
-const TestSupport::ClientRole kControllerClient{
-    "controllers", [] {
-        HidlWrapper::ControllerProvider provider;
-        const auto composite = createStreamCompositor()->createCompositeStream("client");
-        Inbox<ControllerImuData> imu(provider.streamImu(), *composite);
-        Inbox<PairedControllerInfo> states(provider.streamStateChanges(), *composite);
-        const auto management = provider.getManagementClient();
-        const auto client = provider.getStreamingClient();
-        client->enable(kLeft);
-        client->setSimpleHaptics(kLeft, 255);
-        const auto owner = createControllerStateProvider();
-        Inbox<HapticsState> haptics(owner->streamHapticsState(), *composite);
-        owner->startHapticsStateStream();
-        owner->preparePoseOutputStream();
-        owner->startPoseOutputStream();
-        owner->sendPose({});
-        if (!receiveUntil(*composite, [&] { return imu.records.size() >= 20; }) ||
-            !TestSupport::sendNotice("streaming")) {
-            return 1;
-        }
-        while (true) {
-            composite->wait();
-        }
-    }};
-
-TEST_F(ControllerEndToEndTest, KilledClientsLeaveNothingInTheService) {
-    const Simulator simulator;
-    const auto runClients = [] {
-        std::vector<std::unique_ptr<TestSupport::ChildProcess>> clients;
-        for (size_t i = 0; i < 5; ++i) {
-            clients.push_back(TestSupport::startClient("controllers"));
-        }
-        for (const auto& client : clients) {
-            EXPECT_EQ(client->awaitNotice(), "streaming");
-        }
-    };
-    const auto resources = [&simulator] { return TestSupport::resourcesOf(simulator.pid()); };
-    const TestSupport::ProcessResources before = resources();
-    runClients();
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    while ((resources().descriptors != before.descriptors ||
-            resources().mappings != before.mappings) &&
-           std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
-    }
-    EXPECT_EQ(resources().descriptors, before.descriptors);
-    EXPECT_EQ(resources().mappings, before.mappings);
-
-    HidlWrapper::ControllerProvider provider;
-    const auto client = provider.getStreamingClient();
-    Inbox<PoseInput> poses(provider.streamPose(), *composite_);
-    client->enable(kLeft);
-    // Of the simulated hands: the poses' owners are gone.
-    EXPECT_TRUE(receiveUntil(*composite_, [&] { return poses.records.size() >= 10; }));
-    EXPECT_EQ(countLost(poses.records), 0U);
+    EXPECT_TRUE(poses.receive(1));
 }
 
 }  // namespace

@@ -64,6 +64,17 @@ EndToEndTest::~EndToEndTest() {
     }
 }
 
+std::vector<std::unique_ptr<ChildProcess>> startClients(const std::string& role, size_t count) {
+    std::vector<std::unique_ptr<ChildProcess>> clients;
+    for (size_t i = 0; i < count; ++i) {
+        clients.push_back(startClient(role));
+    }
+    for (const auto& client : clients) {
+        EXPECT_EQ(client->awaitNotice(), "streaming") << role;
+    }
+    return clients;
+}
+
 void watchForDeath() {
     __android_log_set_logger([](const __android_log_message* line) {
         __android_log_stderr_logger(line);

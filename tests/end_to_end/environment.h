@@ -41,6 +41,10 @@ class EndToEndTest : public ::testing::Test {
     std::string ownedDirectory_;
 };
 
+/// Runs clients in a role, each until it has said that it is streaming. They are killed with the
+/// result.
+std::vector<std::unique_ptr<ChildProcess>> startClients(const std::string& role, size_t count);
+
 /// Takes note of the log line that ends the default reaction to a service's death.
 void watchForDeath();
 

@@ -1,96 +1,30 @@
 // Clients of the light sensor, the LEDs, external timing and KivraRpc against the simulated
 // service.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
-#include <vek/sensors/factories.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <condition_variable>
-#include <functional>
 #include <future>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
 
 #include "end_to_end/environment.h"
+#include "end_to_end/inbox.h"
 #include "support/captured_log.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using namespace Vek::Sensors;
-using ::testing::ExitedWithCode;
 using TestSupport::becomesTrue;
 using TestSupport::EndToEndTest;
+using TestSupport::Inbox;
 using TestSupport::Simulator;
 using Kind = KivraRpcMessageKind;
-
-/// Counts what a stream delivers, and what is missing in between.
-template <typename Data>
-class RecordCounter {
-  public:
-    RecordCounter(IDataStream<Data>& stream, ICompositeStream& composite) {
-        stream.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
-            for (const auto& span : spans) {
-                for (const Data& record : span) {
-                    lost += records > 0 && record.sequence != last.sequence + 1 ? 1U : 0U;
-                    last = record;
-                    ++records;
-                }
-            }
-        });
-        stream.addTo(composite);
-    }
-    RecordCounter(const RecordCounter&) = delete;
-    RecordCounter& operator=(const RecordCounter&) = delete;
-
-    size_t records = 0;
-    size_t lost = 0;
-    Data last{};
-};
-
-/// All numbered streams of the light sensor, of external timing and of motion.
-class AllStreams {
-  public:
-    AllStreams() {
-        light->flickerStart();
-        light->adcFlickerStart();
-        light->ambientLightStart();
-        timing->startExternalTimestampDataStream();
-        imuSensor->start();
-    }
-
-    /// False if they do not come within a generous bound.
-    bool receive(size_t blocks) {
-        const auto deadline = std::chrono::steady_clock::now() + 60s;
-        const auto isDone = [&] {
-            return std::min({adc.records, flicker.records, ambient.records, pulses.records,
-                             imu.records / 100}) >= blocks;
-        };
-        while (!isDone() && std::chrono::steady_clock::now() < deadline) {
-            composite->waitUntil(deadline);
-        }
-        return isDone();
-    }
-
-    size_t lost() const { return adc.lost + flicker.lost + ambient.lost + pulses.lost + imu.lost; }
-
-    std::unique_ptr<ICompositeStream> composite =
-        createStreamCompositor()->createCompositeStream("test");
-    std::unique_ptr<IFlickerSensorProvider> light = createFlickerSensor(nullptr);
-    std::unique_ptr<IExternalTimingProvider> timing = createExternalTimingProvider();
-    std::unique_ptr<IImuSensor> imuSensor = createImuSensor();
-    RecordCounter<FlickerData> flicker{light->flickerStream(), *composite};
-    RecordCounter<AdcFlickerData> adc{light->adcFlickerStream(), *composite};
-    RecordCounter<AmbientLightData> ambient{light->ambientLightStream(), *composite};
-    RecordCounter<ExternalTimestampData> pulses{timing->streamExternalTimestampData(), *composite};
-    RecordCounter<ImuData> imu{imuSensor->stream(), *composite};
-};
 
 /// A message's payload follows from its number: 0 to 8192 bytes.
 std::vector<uint8_t> payloadOf(uint32_t number) {
@@ -200,37 +134,35 @@ std::optional<KivraRpcMessage> ask(uint32_t procedure, ControllerAddr address = 
     return isAnswered ? std::optional(future.get()) : std::nullopt;
 }
 
-/// Uses everything that a client can leave behind.
-const TestSupport::ClientRole kEverything{"environment", [] {
-                                              AllStreams streams;
-                                              const auto leds = createFaceEyeTrackingLed();
-                                              const auto rpc = createTambStream();
-                                              rpc->registerKivraRpcClient("tracking", {});
-                                              if (!leds->startOverridingLedSettings() ||
-                                                  !leds->enable() || !streams.receive(2) ||
-                                                  !TestSupport::sendNotice("in use")) {
-                                                  return 1;
-                                              }
-                                              while (streams.receive(streams.adc.records + 1000)) {
-                                              }
-                                              return 1;
-                                          }};
-
 using EnvironmentSensorsTest = EndToEndTest;
 
 TEST_F(EnvironmentSensorsTest, AllStreamsArriveTogetherWithMotionAndNothingIsLost) {
     const Simulator simulator({"--flicker", "120"});
-    AllStreams streams;
-    ASSERT_TRUE(streams.receive(12));
-    EXPECT_EQ(streams.lost(), 0U);
-    EXPECT_NEAR(streams.flicker.last.frequency, 120, 0.1);
-    EXPECT_EQ(streams.adc.last.sampleCount, streams.adc.last.samples.size());
-    EXPECT_GT(streams.ambient.last.illuminance, 100);
-    EXPECT_FALSE(streams.light->properties().name.empty());
+    const auto composite = TestSupport::makeComposite();
+    const auto light = createFlickerSensor(nullptr);
+    const auto timing = createExternalTimingProvider();
+    const auto imu = createImuSensor();
+    Inbox<FlickerData> flicker(light->flickerStream(), *composite);
+    Inbox<AdcFlickerData> blocks(light->adcFlickerStream(), *composite);
+    Inbox<AmbientLightData> ambient(light->ambientLightStream(), *composite);
+    Inbox<ExternalTimestampData> pulses(timing->streamExternalTimestampData(), *composite);
+    Inbox<ImuData> samples(imu->stream(), *composite);
+    light->flickerStart();
+    light->adcFlickerStart();
+    light->ambientLightStart();
+    timing->startExternalTimestampDataStream();
+    imu->start();
+    ASSERT_TRUE(flicker.receive(12) && blocks.receive(12) && ambient.receive(12) &&
+                pulses.receive(2) && samples.receive(1000));
+    EXPECT_EQ(flicker.lost() + blocks.lost() + ambient.lost() + pulses.lost() + samples.lost(), 0U);
+    EXPECT_NEAR(flicker.records.back().frequency, 120, 0.1);
+    EXPECT_EQ(blocks.records.back().sampleCount, blocks.records.back().samples.size());
+    EXPECT_GT(ambient.records.back().illuminance, 100);
+    EXPECT_FALSE(light->properties().name.empty());
 
     // The pulses and the translation are of one clock, as far as the pulses' jitter allows.
     const auto tamb = createTambStream();
-    const ExternalTimestampData& pulse = streams.pulses.last;
+    const ExternalTimestampData& pulse = pulses.records.back();
     const int64_t translated =
         tamb->getTimeTranslation(pulse.timestamp, TimeDomain::MONOTONIC, TimeDomain::EXTERNAL);
     EXPECT_LT(std::abs(translated - pulse.externalTimestamp), 50'000);
@@ -312,50 +244,6 @@ TEST_F(EnvironmentSensorsTest, LedsAreSetSwitchedAndOverriddenByOneClientAtATime
     EXPECT_TRUE(other->disable());
     EXPECT_TRUE(leds->stopOverridingLedSettings());
     EXPECT_FALSE(leds->stopOverridingLedSettings());
-}
-
-TEST_F(EnvironmentSensorsTest, KilledClientLeavesNothingInTheService) {
-    const Simulator simulator;
-    const auto leds = createFaceEyeTrackingLed();
-    EXPECT_TRUE(leds->disable());  // makes the service know this client, for good
-    const TestSupport::ProcessResources before = TestSupport::resourcesOf(simulator.pid());
-    for (int round = 0; round < 3; ++round) {
-        const auto client = TestSupport::startClient("environment");
-        ASSERT_EQ(client->awaitNotice(), "in use");
-        EXPECT_FALSE(leds->startOverridingLedSettings());
-        client->end(SIGKILL);
-        EXPECT_TRUE(
-            simulator.settlesAt({before.descriptors, before.threads + 64, before.mappings}));
-    }
-    EXPECT_TRUE(becomesTrue([&] { return leds->startOverridingLedSettings(); }));
-    EXPECT_TRUE(ask(1));
-    AllStreams streams;
-    EXPECT_TRUE(streams.receive(2));
-    EXPECT_EQ(streams.lost(), 0U);
-}
-
-TEST_F(EnvironmentSensorsTest, ClientOutlivesTheServiceAndUsesTheNextOne) {
-    EXPECT_EXIT(
-        {
-            TestSupport::watchForDeath();
-            Simulator first({"--rpc-notifications", "1000"});
-            auto streams = std::make_unique<AllStreams>();
-            auto rpc = createTambStream();
-            const auto unasked = std::make_shared<std::atomic<size_t>>(0);
-            rpc->registerKivraRpcClient("CMS", [unasked](const auto& /*message*/) { ++*unasked; });
-            bool works = streams->receive(2) && becomesTrue([&] { return *unasked > 100; });
-            first.kill();
-            TestSupport::awaitDeath();
-            streams->composite->waitFor(0ns);
-            works = works && createTambStream() == nullptr && createFaceEyeTrackingLed() == nullptr;
-            streams.reset();
-            rpc.reset();
-            const Simulator second;
-            works = works && AllStreams().receive(2) && ask(1) &&
-                    createFaceEyeTrackingLed()->startOverridingLedSettings();
-            _exit(works ? 0 : 1);
-        },
-        ExitedWithCode(0), "");
 }
 
 }  // namespace
