@@ -2,34 +2,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
 #include <sstream>
 
 #include "failure.h"
-#include "motion/motion_records.h"
 #include "output_file.h"
 #include "table.h"
 
 namespace {
 
 using ::testing::ElementsAre;
-using Vek::Sensors::IadData;
-using Vek::Sensors::ImuData;
-using Vek::Sensors::MagData;
-
-constexpr ImuData kImu{
-    -1,
-    1700000000000000002,
-    {0.1F, -2.5F, 9.81F},
-    {1e-7F, 0, -0.5F},
-    31.25F,
-    4294967295U,
-    3,
-    Vek::Sensors::MOTION_SAMPLE_CLIPPED | Vek::Sensors::MOTION_SAMPLE_DISCONTINUITY,
-    156.9064F,
-    34.9F};
-constexpr MagData kMag{5, {20.5F, -3, 41}, 30, 6, 7, 0, 4900};
 
 TEST(TableTest, ColumnsAreAsWideAsTheirWidestCell) {
     Table table({{"stream", Table::Align::LEFT},
@@ -44,36 +26,6 @@ TEST(TableTest, ColumnsAreAsWideAsTheirWidestCell) {
 
 TEST(TableTest, TextOfTheServiceCannotSteerTheTerminal) {
     EXPECT_EQ(printable("a~ \x1b[2J\n\x7f\xc3\xa9"), "a~ ?[2J????");
-}
-
-template <typename Data>
-std::string csv(const Data& record) {
-    fmt::memory_buffer out;
-    RecordFormat<Data>::appendCsv(out, record);
-    const std::string row = fmt::to_string(out);
-    const std::string titles = RecordFormat<Data>::kCsvTitles;
-    EXPECT_EQ(std::count(row.begin(), row.end(), ','),
-              std::count(titles.begin(), titles.end(), ','));
-    return row;
-}
-
-TEST(CsvTest, RowsHoldEveryFieldExactly) {
-    EXPECT_EQ(csv(kImu),
-              "-1,1700000000000000002,0.1,-2.5,9.81,1e-07,0,-0.5,31.25,4294967295,3,3,156.9064,"
-              "34.9");
-    EXPECT_EQ(csv(kMag), "5,20.5,-3,41,30,6,7,0,4900");
-    EXPECT_EQ(csv(IadData{63.5F}), "63.5");
-}
-
-TEST(RecordTest, ValuesAndStatusAreTakenFromTheirFields) {
-    EXPECT_EQ(RecordFormat<ImuData>::describe(kImu),
-              "0.10 -2.50 9.81 m/s^2  0.000 0.000 -0.500 rad/s  31.2 C  clipped");
-    EXPECT_EQ(RecordFormat<MagData>::describe(kMag), "20.50 -3.00 41.00 uT  30.0 C");
-    EXPECT_EQ(RecordFormat<IadData>::describe(IadData{63.5F}), "63.50 mm");
-    EXPECT_TRUE(RecordFormat<ImuData>::header(kImu)->isDiscontinuity);
-    EXPECT_EQ(RecordFormat<ImuData>::header(kImu)->sequence, 4294967295U);
-    EXPECT_FALSE(RecordFormat<MagData>::header(kMag)->isDiscontinuity);
-    EXPECT_FALSE(RecordFormat<IadData>::header(IadData{}).has_value());
 }
 
 /// The message of the Failure that `action` throws.

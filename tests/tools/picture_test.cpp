@@ -1,18 +1,13 @@
-// What sensorctl makes of frame sets and images.
+// What sensorctl makes of images.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "camera/camera_records.h"
 #include "camera/picture.h"
 #include "failure.h"
 
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::StartsWith;
 using namespace Vek::Sensors;
 
 CameraFrame frameOf(PixelFormat format, uint32_t width, uint32_t height, uint32_t stride) {
@@ -69,25 +64,6 @@ TEST(PictureTest, ImageThatItsBufferCannotHoldIsRefused) {
     missing.frameType = FrameType::NOT_RECEIVED;
     EXPECT_TRUE(isRefused(missing));
     EXPECT_THROW(writePng("/nonexistent/a.png", {1, 1, Picture::Format::GREY, {0}}), Failure);
-}
-
-TEST(FrameSetRecordTest, RowHasAColumnForEveryTitleWhateverTheServiceCounts) {
-    const std::string titles = RecordFormat<FrameSet>::kCsvTitles;
-    FrameSet frameSet{};
-    frameSet.timestamp = 1'700'000'000'000'000'001;
-    frameSet.sequence = 4'294'967'295;
-    frameSet.frameType = FrameType::COLOR;
-    for (const uint32_t frames : {0U, 2U, 10U, UINT32_MAX}) {
-        frameSet.numFrames = frames;
-        fmt::memory_buffer out;
-        RecordFormat<FrameSet>::appendCsv(out, frameSet);
-        const std::string row = fmt::to_string(out);
-        EXPECT_EQ(std::count(row.begin(), row.end(), ','),
-                  std::count(titles.begin(), titles.end(), ','));
-        EXPECT_THAT(row, StartsWith(fmt::format("1700000000000000001,4294967295,9,{},0", frames)));
-        EXPECT_FALSE(RecordFormat<FrameSet>::describe(frameSet).empty());
-    }
-    EXPECT_THAT(titles, EndsWith(",frame9_temperature_c"));
 }
 
 }  // namespace

@@ -1,12 +1,10 @@
-// What sensorctl makes of the light sensor's samples, and how it writes these records down.
+// What sensorctl makes of the light sensor's samples.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <random>
 
-#include "environment/environment_records.h"
 #include "environment/flicker_estimate.h"
 
 namespace {
@@ -59,42 +57,6 @@ TEST(FlickerEstimateTest, ThereIsNoneInSteadyLightOrInWhatIsNoMeasurement) {
     }
     EXPECT_FALSE(estimateFlicker(gsl::span<const uint16_t>(), 20480));
     EXPECT_FALSE(estimateFlicker(gsl::span<const uint16_t>(samples).first(63), 20480));
-}
-
-TEST(EnvironmentRecordsTest, BlockThatClaimsTooMuchIsReadAsFarAsItGoes) {
-    AdcFlickerData block{};
-    block.sampleCount = UINT32_MAX;
-    block.timestamp = 1000;
-    block.sampleRate = 4096;
-    block.status = LIGHT_SAMPLE_DISCONTINUITY;
-    EXPECT_EQ(samplesOf(block).size(), 4096U);
-    const auto header = RecordFormat<AdcFlickerData>::header(block);
-    EXPECT_EQ(header->timestamp, 1'000'001'000) << "a second after its first sample";
-    EXPECT_TRUE(header->isDiscontinuity);
-    for (const float rate : {0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN(), 1e-30F}) {
-        block.sampleRate = rate;
-        EXPECT_EQ(RecordFormat<AdcFlickerData>::header(block)->timestamp, 1000) << rate;
-    }
-    block.timestamp = INT64_MAX;
-    block.sampleRate = 1;
-    EXPECT_EQ(RecordFormat<AdcFlickerData>::header(block)->timestamp, INT64_MAX);
-}
-
-template <typename Data>
-void expectAValueForEachTitle() {
-    fmt::memory_buffer row;
-    RecordFormat<Data>::appendCsv(row, Data{});
-    const std::string titles = RecordFormat<Data>::kCsvTitles;
-    EXPECT_EQ(std::count(row.begin(), row.end(), ','),
-              std::count(titles.begin(), titles.end(), ','))
-        << titles;
-}
-
-TEST(EnvironmentRecordsTest, EveryColumnHasItsTitle) {
-    expectAValueForEachTitle<FlickerData>();
-    expectAValueForEachTitle<AdcFlickerData>();
-    expectAValueForEachTitle<AmbientLightData>();
-    expectAValueForEachTitle<ExternalTimestampData>();
 }
 
 }  // namespace
