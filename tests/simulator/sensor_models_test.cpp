@@ -71,14 +71,4 @@ TEST(ImuModelTest, AxisAtTheEndOfItsRangeIsClippedAndSaysSo) {
     EXPECT_EQ(record.status, kClipped);
 }
 
-TEST(MagModelTest, EarthsFieldTurnsWithTheHeadset) {
-    MagModel model{2};
-    const Hal::MagData north = sampleAt(model, 0);
-    const Hal::MagData south = sampleAt(model, M_PI / 0.2);  // half a turn later
-    EXPECT_NEAR(length(toVector(north.field)), 48.3, 6);
-    EXPECT_GT(north.field[1], 10.0F);
-    EXPECT_LT(south.field[1], north.field[1] - 15.0F);
-    EXPECT_EQ(north.status, 0U);
-}
-
 }  // namespace
