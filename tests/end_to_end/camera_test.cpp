@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <future>
-#include <sstream>
 
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"
@@ -169,15 +168,14 @@ class CameraClient {
 /// What the service has to say of one stream in its summary.
 struct Account {
     Account(const std::string& summary, const std::string& stream) {
-        std::istringstream line(summary.substr(std::min(summary.find(stream), summary.size())));
-        char skipped = 0;
-        for (size_t* number :
-             {&handedOut, &clients, &cameBack, &twice, &altered, &never, &reclaimed, &dropped}) {
-            while (std::isdigit(line.peek()) == 0 && line.get(skipped)) {
-            }
-            line >> *number;
-        }
-        EXPECT_TRUE(line.good()) << stream << " in: " << summary;
+        const std::string line = summary.substr(std::min(summary.find(stream), summary.size()));
+        constexpr char kFormat[] =
+            "%*[^:]: %zu frame sets handed out to %*u clients, %zu came back; %zu twice, %zu "
+            "altered, %zu never; %zu reclaimed, %zu dropped";
+        EXPECT_EQ(std::sscanf(line.c_str(), kFormat, &handedOut, &cameBack, &twice, &altered,
+                              &never, &reclaimed, &dropped),
+                  7)
+            << stream << " in: " << summary;
     }
 
     /// Whether nothing is amiss with what came back, and all but the reclaimed did.
@@ -186,7 +184,6 @@ struct Account {
     }
 
     size_t handedOut = 0;
-    size_t clients = 0;
     size_t cameBack = 0;
     size_t twice = 0;
     size_t altered = 0;
