@@ -12,9 +12,15 @@
 
 namespace Simulator {
 
+/// The object that a client is known by.
+using ClientIdentity = android::sp<Hal::ISensorClient>;
+
+/// The process whose call this thread serves.
+int callingProcess();
+
 /// The client's name and its process, for log lines. Calls the client: on the thread that serves a
 /// call of it, without a lock.
-std::string describeCaller(const android::sp<Hal::ISensorClient>& client);
+std::string describeCaller(const ClientIdentity& client);
 
 /// Calls a function, on a HIDL thread, when the object that it is linked to has died.
 class ClientDeathRecipient : public android::hardware::hidl_death_recipient {

@@ -7,47 +7,47 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "client_identity.h"
-#include "hal.h"
 
 namespace Simulator {
 
-/// What every server keeps of a client; servers derive their own from it.
+/// What every server keeps of a client; servers derive their own from it. Made on the thread that
+/// serves a call of the client, without a lock.
 struct RegisteredClient {
-    explicit RegisteredClient(const android::sp<Hal::ISensorClient>& client) : identity(client) {}
+    explicit RegisteredClient(const ClientIdentity& client)
+        : identity(client), process(callingProcess()), name(describeCaller(client)) {}
 
-    const android::sp<Hal::ISensorClient> identity;
-    /// For log lines; see describeCaller.
+    const ClientIdentity identity;
+    const int process;
+    /// For log lines.
     std::string name;
     android::sp<ClientDeathRecipient> deathRecipient;
 };
 
-/// A client is known by its ISensorClient object. Servers derive from this and guard all they have
-/// with its lock.
+/// A client is known by its identity. Servers derive from this and guard all they have with its
+/// lock. Deaths hold them weakly.
 ///
 /// Threading: calls and deaths come on HIDL threads.
 template <typename Client>
-class ClientRegister : public std::enable_shared_from_this<ClientRegister<Client>> {
+class ClientRegister : public virtual android::RefBase {
   public:
-    static constexpr size_t kMaxClients = 64;
-
-    ClientRegister() = default;
-    virtual ~ClientRegister() = default;
-    ClientRegister(const ClientRegister&) = delete;
-    ClientRegister& operator=(const ClientRegister&) = delete;
+    static constexpr size_t kMaxClients = 128;
 
   protected:
     using ClientPointer = std::shared_ptr<Client>;
 
+    explicit ClientRegister(size_t maxClients = kMaxClients) : maxClients_(maxClients) {}
+
     /// Makes the client known, its death linked.
-    /// @return why that is not possible; null if it was
-    const char* enrol(const ClientPointer& client);
+    /// @param admit called under the lock before that; returns why the client is refused, or null
+    /// @return why it is not possible; null if it was
+    template <typename Admit>
+    const char* enrol(const ClientPointer& client, const Admit& admit);
 
     /// @return null if it is not known
-    ClientPointer findLocked(const android::sp<Hal::ISensorClient>& identity) const {
+    ClientPointer findLocked(const ClientIdentity& identity) const {
         const auto found =
             std::find_if(clients_.begin(), clients_.end(), [&](const ClientPointer& client) {
                 return android::hardware::interfacesEqual(client->identity, identity);
@@ -62,6 +62,7 @@ class ClientRegister : public std::enable_shared_from_this<ClientRegister<Client
             return false;
         }
         clients_.erase(found);
+        onRemovedLocked(*client);
         onChangeLocked();
         return true;
     }
@@ -74,29 +75,40 @@ class ClientRegister : public std::enable_shared_from_this<ClientRegister<Client
         static_cast<void>(client->identity->unlinkToDeath(client->deathRecipient).isOk());
     }
 
-    /// The list has become another one.
+    /// The client is no longer in the list.
+    virtual void onRemovedLocked(Client& /*client*/) {}
+    /// The list, or whether a client in it is started, has changed.
     virtual void onChangeLocked() {}
-    /// The client is no longer in the list; not under the lock.
-    virtual void onRelease(Client& client, const char* reason) = 0;
+    /// The client was removed; not under the lock.
+    virtual void onRelease(Client& /*client*/, const char* /*reason*/) {}
 
     mutable std::mutex mutex_;
     std::vector<ClientPointer> clients_;
 
   private:
     void forgetDead(const std::weak_ptr<Client>& dead);
+
+    const size_t maxClients_;
 };
 
 template <typename Client>
-const char* ClientRegister<Client>::enrol(const ClientPointer& client) {
+template <typename Admit>
+const char* ClientRegister<Client>::enrol(const ClientPointer& client, const Admit& admit) {
+    if (client->identity == nullptr) {
+        return "it does not say which client it is";
+    }
     client->deathRecipient = new ClientDeathRecipient(
-        [server = this->weak_from_this(), dead = std::weak_ptr<Client>(client)] {
-            if (const auto self = server.lock()) {
+        [server = android::wp<ClientRegister>(this), dead = std::weak_ptr<Client>(client)] {
+            if (const android::sp<ClientRegister> self = server.promote()) {
                 self->forgetDead(dead);
             }
         });
     {
         const std::lock_guard lock{mutex_};
-        if (clients_.size() >= kMaxClients) {
+        if (const char* const problem = admit()) {
+            return problem;
+        }
+        if (clients_.size() >= maxClients_) {
             return "there are too many clients";
         }
         clients_.push_back(client);

@@ -1,14 +1,13 @@
 // The service's end of one client's queue.
 #pragma once
 
-#include <fmq/EventFlag.h>
 #include <fmq/MessageQueue.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
+#include "event_flag.h"
 #include "hal.h"
 
 namespace Simulator {
@@ -18,6 +17,15 @@ namespace Simulator {
 template <typename Record>
 struct Discontinuity {
     static void mark(Record* /*record*/) {}
+};
+
+/// Of records that have a bit in their status for it.
+template <auto bit>
+struct StatusBit {
+    template <typename Record>
+    static void mark(Record* record) {
+        record->status |= static_cast<uint32_t>(bit);
+    }
 };
 
 /// Writes batches into the queue and signals them. Never blocks, whatever the client does.
@@ -90,23 +98,6 @@ class ClientStream {
     }
 
   private:
-    struct EventFlagDeleter {
-        void operator()(android::hardware::EventFlag* flag) const {
-            android::hardware::EventFlag::deleteEventFlag(&flag);
-        }
-    };
-    using EventFlagPointer = std::unique_ptr<android::hardware::EventFlag, EventFlagDeleter>;
-
-    static EventFlagPointer mapEventFlag(const android::hardware::hidl_handle& handle) {
-        android::hardware::EventFlag* flag = nullptr;
-        const native_handle_t* const native = handle.getNativeHandle();
-        if (native != nullptr && native->numFds > 0) {
-            // Leaves the pointer null if it fails.
-            android::hardware::EventFlag::createEventFlag(native->data[0], 0, &flag);
-        }
-        return EventFlagPointer(flag);
-    }
-
     static bool isOneBit(uint32_t bits) { return bits != 0 && (bits & (bits - 1)) == 0; }
 
     Queue queue_;

@@ -11,16 +11,23 @@
 namespace Simulator {
 
 /// @return what went wrong; empty if nothing did
-template <typename Interface>
-std::string registerAlone(const android::sp<Interface>& service) {
-    if (Interface::tryGetService("default") != nullptr) {
-        return fmt::format("{}/default is offered by another process already",
-                           Interface::descriptor);
+template <typename Service>
+std::string registerAlone(const android::sp<Service>& service) {
+    if (Service::tryGetService("default") != nullptr) {
+        return fmt::format("{}/default is offered by another process already", Service::descriptor);
     }
     const android::status_t status = service->registerAsService("default");
     return status == android::OK ? ""
                                  : fmt::format("cannot register {}/default: {}",
-                                               Interface::descriptor, std::strerror(-status));
+                                               Service::descriptor, std::strerror(-status));
+}
+
+/// One after the other, until something goes wrong.
+template <typename... Services>
+std::string registerAlone(const android::sp<Services>&... services) {
+    std::string problem;
+    ((problem = problem.empty() ? registerAlone(services) : problem), ...);
+    return problem;
 }
 
 }  // namespace Simulator

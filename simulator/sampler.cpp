@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "time_units.h"
+
 namespace Simulator {
 namespace {
 
@@ -14,10 +16,6 @@ using Clock = std::chrono::steady_clock;
 /// By how much a thread that did not get to run may be behind and still catch up. More than that at
 /// once would overrun the queues of clients that did nothing wrong.
 constexpr std::chrono::milliseconds kMaxLag{15};
-
-int64_t toNanoseconds(Clock::time_point time) {
-    return std::chrono::nanoseconds(time.time_since_epoch()).count();
-}
 
 }  // namespace
 

@@ -1,7 +1,6 @@
 // The clients of one stream, and the writing of records into their queues.
 #pragma once
 
-#include <hwbinder/IPCThreadState.h>
 #include <log/log.h>
 
 #include <algorithm>
@@ -10,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "client_register.h"
 #include "client_stream.h"
 #include "faults.h"
 #include "hal.h"
+#include "stream_register.h"
 
 namespace Simulator {
 
@@ -28,17 +27,15 @@ struct StreamStatistics {
 std::string summaryOf(const std::string& name, const StreamStatistics& statistics);
 
 template <typename Record>
-struct StreamClient : RegisteredClient {
-    StreamClient(const android::sp<Hal::ISensorClient>& client,
+struct StreamClient : StreamingParty {
+    StreamClient(const ClientIdentity& client,
                  const typename ClientStream<Record>::Queue::Descriptor& queue,
                  const Hal::FmqConfig& config)
-        : RegisteredClient(client),
-          process(android::hardware::IPCThreadState::self()->getCallingPid()),
-          stream(queue, config) {}
+        : StreamingParty(client), stream(queue, config) {}
 
-    const int process;
+    const char* problem() const { return stream.problem(); }
+
     ClientStream<Record> stream;
-    bool isStarted = false;
     uint64_t recordsWritten = 0;
     uint64_t recordsDropped = 0;
     /// At how many dropped records to warn; doubled each time, so that the log stays short.
@@ -50,23 +47,17 @@ struct StreamClient : RegisteredClient {
 ///
 /// Threading: prepare, control and deaths on HIDL threads, records from any thread.
 template <typename Record>
-class StreamClients : public ClientRegister<StreamClient<Record>> {
+class StreamClients : public StreamRegister<StreamClient<Record>> {
   public:
     using Queue = typename ClientStream<Record>::Queue;
 
     /// @param name of the stream, for log lines
     StreamClients(std::string name, std::shared_ptr<Faults> faults)
-        : name_(std::move(name)), faults_(std::move(faults)) {}
-
-    const std::string& name() const { return name_; }
+        : Base(std::move(name)), faults_(std::move(faults)) {}
 
     /// Takes the client's queue; the stream is then stopped.
-    Hal::Result prepare(const typename Queue::Descriptor& queue,
-                        const android::sp<Hal::ISensorClient>& identity,
+    Hal::Result prepare(const typename Queue::Descriptor& queue, const ClientIdentity& identity,
                         const Hal::FmqConfig& config);
-
-    Hal::Result control(const android::sp<Hal::ISensorClient>& identity,
-                        Hal::StreamCommand command);
 
     /// Into the queues of all started clients.
     void write(const std::vector<Record>& records) {
@@ -98,7 +89,7 @@ class StreamClients : public ClientRegister<StreamClient<Record>> {
 
   private:
     using Client = StreamClient<Record>;
-    using Base = ClientRegister<Client>;
+    using Base = StreamRegister<Client>;
     using Base::clients_;
     using Base::mutex_;
     using typename Base::ClientPointer;
@@ -117,13 +108,12 @@ class StreamClients : public ClientRegister<StreamClient<Record>> {
     }
 
     void onRelease(Client& client, const char* reason) override {
-        ALOGI("%s: %s %s; %llu records written, %llu dropped, %llu reads", name_.c_str(),
+        ALOGI("%s: %s %s; %llu records written, %llu dropped, %llu reads", this->name().c_str(),
               client.name.c_str(), reason, static_cast<unsigned long long>(client.recordsWritten),
               static_cast<unsigned long long>(client.recordsDropped),
               static_cast<unsigned long long>(client.reads));
     }
 
-    const std::string name_;
     const std::shared_ptr<Faults> faults_;
     StreamStatistics statistics_;
 };
@@ -135,66 +125,16 @@ std::string summaryOf(const StreamClients<Record>& clients) {
 
 template <typename Record>
 Hal::Result StreamClients<Record>::prepare(const typename Queue::Descriptor& queue,
-                                           const android::sp<Hal::ISensorClient>& identity,
+                                           const ClientIdentity& identity,
                                            const Hal::FmqConfig& config) {
-    if (identity == nullptr) {
-        ALOGW("%s: refused a stream without a client", name_.c_str());
-        return Hal::Result::FAILURE;
-    }
     const auto client = std::make_shared<Client>(identity, queue, config);
-    client->name = describeCaller(identity);
-    const char* problem = client->stream.problem();
-    if (problem == nullptr) {
-        ClientPointer replaced;
-        {
-            const std::lock_guard lock{mutex_};
-            replaced = this->findLocked(identity);
-            this->removeLocked(replaced);
-        }
-        if (replaced != nullptr) {
-            this->release(replaced, "replaces its queue");
-        }
-        problem = this->enrol(client);
-    }
-    if (problem != nullptr) {
-        ALOGW("%s: refused %s: %s", name_.c_str(), client->name.c_str(), problem);
+    if (!this->takeIn(client)) {
         return Hal::Result::FAILURE;
     }
-    ALOGI("%s: %s has a queue of %zu records", name_.c_str(), client->name.c_str(),
+    ALOGI("%s: %s has a queue of %zu records", this->name().c_str(), client->name.c_str(),
           client->stream.capacity());
     const std::lock_guard lock{mutex_};
     ++statistics_.clients;
-    return Hal::Result::SUCCESS;
-}
-
-template <typename Record>
-Hal::Result StreamClients<Record>::control(const android::sp<Hal::ISensorClient>& identity,
-                                           Hal::StreamCommand command) {
-    if (identity == nullptr) {
-        return Hal::Result::FAILURE;
-    }
-    ClientPointer client;
-    {
-        const std::lock_guard lock{mutex_};
-        client = this->findLocked(identity);
-        if (client == nullptr) {
-            return Hal::Result::BAD_STATE;
-        }
-        const bool start = command == Hal::StreamCommand::START;
-        if (start || command == Hal::StreamCommand::STOP) {
-            if (client->isStarted == start) {
-                return Hal::Result::IGNORED;
-            }
-            client->isStarted = start;
-            onChangeLocked();
-            return Hal::Result::SUCCESS;
-        }
-        if (command != Hal::StreamCommand::DISCONNECT) {
-            return Hal::Result::FAILURE;
-        }
-        this->removeLocked(client);
-    }
-    this->release(client, "disconnected");
     return Hal::Result::SUCCESS;
 }
 
@@ -212,7 +152,7 @@ void StreamClients<Record>::writeLocked(Client* client, const std::vector<Record
     statistics_.recordsDropped += count;
     if (client->recordsDropped >= client->nextWarning) {
         client->nextWarning = 2 * client->recordsDropped;
-        ALOGW("%s: the queue of %s is full; %llu records dropped so far", name_.c_str(),
+        ALOGW("%s: the queue of %s is full; %llu records dropped so far", this->name().c_str(),
               client->name.c_str(), static_cast<unsigned long long>(client->recordsDropped));
     }
 }

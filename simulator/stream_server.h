@@ -13,6 +13,14 @@
 
 namespace Simulator {
 
+/// What a StreamServer asks for a sample: the model, which it keeps.
+template <typename Model>
+auto samplesOf(Model model) {
+    return [model = std::move(model)](const SampleInstant& instant) mutable {
+        return model.sample(instant);
+    };
+}
+
 template <typename Record>
 class StreamServer final : public StreamClients<Record> {
   public:

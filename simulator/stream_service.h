@@ -4,45 +4,37 @@
 #include <memory>
 #include <utility>
 
-#include "faults.h"
-#include "hal.h"
+#include "service.h"
 #include "stream_server.h"
 
 namespace Simulator {
 
-/// What all sensors with one stream have. No method fails in the transport's sense: generated code
-/// would end the process.
+/// What all sensors with one stream have.
 template <typename Interface, typename Record>
-class StreamService : public Interface {
+class StreamService : public Service<Interface> {
   public:
     using Server = StreamServer<Record>;
 
-    StreamService(std::shared_ptr<Server> server, std::shared_ptr<const Faults> faults)
-        : server_(std::move(server)), faults_(std::move(faults)) {}
+    StreamService(android::sp<Server> server, std::shared_ptr<const Faults> faults)
+        : Service<Interface>(std::move(faults)), server_(std::move(server)) {}
 
-    android::hardware::Return<Hal::Result> prepareStream(
-        const android::hardware::MQDescriptorSync<Record>& queue,
-        const android::sp<Hal::ISensorClient>& client, const Hal::FmqConfig& config) override {
-        const Hal::Result fault = faultOf("prepareStream");
-        return fault == Hal::Result::SUCCESS ? server_->prepare(queue, client, config) : fault;
+    Return<Hal::Result> prepareStream(const ClientQueue<Record>& queue,
+                                      const ClientIdentity& client,
+                                      const Hal::FmqConfig& config) override {
+        return this->unlessFaulty("prepareStream",
+                                  [&] { return server_->prepare(queue, client, config); });
     }
 
-    android::hardware::Return<Hal::Result> controlStream(
-        const android::sp<Hal::ISensorClient>& client, Hal::StreamCommand command) override {
-        const Hal::Result fault = faultOf("controlStream");
-        return fault == Hal::Result::SUCCESS ? server_->control(client, command) : fault;
+    Return<Hal::Result> controlStream(const ClientIdentity& client,
+                                      Hal::StreamCommand command) override {
+        return this->unlessFaulty("controlStream",
+                                  [&] { return server_->control(client, command); });
     }
 
     Server& server() const { return *server_; }
 
-  protected:
-    Hal::Result faultOf(const char* method) const {
-        return faults_->resultOf(Interface::descriptor, method);
-    }
-
   private:
-    const std::shared_ptr<Server> server_;
-    const std::shared_ptr<const Faults> faults_;
+    const android::sp<Server> server_;
 };
 
 }  // namespace Simulator

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include "camera/owned_handle.h"
+#include "owned_handle.h"
 
 namespace Simulator {
 namespace {

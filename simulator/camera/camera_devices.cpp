@@ -7,9 +7,9 @@
 namespace Simulator {
 
 CameraDevices::CameraDevices(const std::shared_ptr<Faults>& faults) : faults_(faults) {
-    std::vector<std::shared_ptr<FrameSetServer>> servers;
+    std::vector<android::sp<FrameSetServer>> servers;
     for (const CameraStreamPlan& plan : cameraStreamPlans()) {
-        servers.push_back(std::make_shared<FrameSetServer>(plan, faults));
+        servers.push_back(new FrameSetServer(plan, faults));
     }
     mux_ = std::make_shared<MuxControl>(servers);
     for (const auto& server : servers) {

@@ -23,7 +23,7 @@ class CameraStreamService : public Hal::ICameraStream {
     using Return = android::hardware::Return<T>;
     using Client = android::sp<Hal::ISensorClient>;
 
-    CameraStreamService(std::shared_ptr<FrameSetServer> server, std::shared_ptr<MuxControl> mux,
+    CameraStreamService(android::sp<FrameSetServer> server, std::shared_ptr<MuxControl> mux,
                         std::shared_ptr<const Faults> faults)
         : server_(std::move(server)), mux_(std::move(mux)), faults_(std::move(faults)) {}
 
@@ -48,7 +48,7 @@ class CameraStreamService : public Hal::ICameraStream {
     Return<Hal::Result> setResolution(
         const android::hardware::hidl_vec<Hal::Resolution>& resolutions) override;
 
-    const std::shared_ptr<FrameSetServer>& server() const { return server_; }
+    const android::sp<FrameSetServer>& server() const { return server_; }
 
     /// The names of what clients have written.
     std::vector<std::string> sessionData() const;
@@ -56,7 +56,7 @@ class CameraStreamService : public Hal::ICameraStream {
   private:
     Hal::Result faultOf(const char* method) const { return faults_->resultOf(descriptor, method); }
 
-    const std::shared_ptr<FrameSetServer> server_;
+    const android::sp<FrameSetServer> server_;
     const std::shared_ptr<MuxControl> mux_;
     const std::shared_ptr<const Faults> faults_;
     mutable std::mutex mutex_;
@@ -66,8 +66,7 @@ class CameraStreamService : public Hal::ICameraStream {
 /// One for each client that asks. What it overrides ends with it.
 class CameraStreamController : public Hal::ICameraStreamController {
   public:
-    CameraStreamController(std::shared_ptr<FrameSetServer> server,
-                           std::shared_ptr<const Faults> faults)
+    CameraStreamController(android::sp<FrameSetServer> server, std::shared_ptr<const Faults> faults)
         : server_(std::move(server)), faults_(std::move(faults)) {}
     ~CameraStreamController() override { server_->exposure().stopOverriding(this); }
 
@@ -77,7 +76,7 @@ class CameraStreamController : public Hal::ICameraStreamController {
         uint8_t slot, uint32_t frameSets, const Hal::ExposureGainSettings& settings) override;
 
   private:
-    const std::shared_ptr<FrameSetServer> server_;
+    const android::sp<FrameSetServer> server_;
     const std::shared_ptr<const Faults> faults_;
 };
 

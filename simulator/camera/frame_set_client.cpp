@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "camera/owned_handle.h"
+#include "owned_handle.h"
 
 namespace Simulator {
 namespace {
@@ -30,9 +30,9 @@ FrameSetCounts& FrameSetCounts::operator+=(const FrameSetCounts& other) {
     return *this;
 }
 
-FrameSetClient::FrameSetClient(const android::sp<Hal::ISensorClient>& client,
-                               const Queue::Descriptor& queue, const Hal::FmqConfig& config)
-    : identity(client), stream_(queue, config), recycleQueue_(kRecycleQueueSize) {
+FrameSetClient::FrameSetClient(const ClientIdentity& client, const Queue::Descriptor& queue,
+                               const Hal::FmqConfig& config)
+    : StreamingParty(client), stream_(queue, config), recycleQueue_(kRecycleQueueSize) {
     // Nobody waits for it: what came back is only needed when the next frame set is due.
     recycleConfig_.eventFlag = ownedHandle({ashmem_create_region("recycle", sizeof(uint32_t))});
     recycleConfig_.readNotifyBit = kTakenBackBit;

@@ -3,13 +3,11 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
 
-#include <memory>
-#include <string>
 #include <vector>
 
 #include "camera/frame_set_ledger.h"
-#include "client_identity.h"
 #include "client_stream.h"
+#include "stream_register.h"
 
 namespace Simulator {
 
@@ -30,14 +28,13 @@ struct FrameSetCounts {
     FrameSetCounts& operator+=(const FrameSetCounts& other);
 };
 
-/// Threading: one thread at a time; `identity`, `name` and `deathRecipient` are immutable once the
-/// client is in use.
-class FrameSetClient {
+/// Threading: one thread at a time.
+class FrameSetClient : public StreamingParty {
   public:
     using Stream = ClientStream<Hal::FrameSet>;
     using Queue = Stream::Queue;
 
-    FrameSetClient(const android::sp<Hal::ISensorClient>& client, const Queue::Descriptor& queue,
+    FrameSetClient(const ClientIdentity& client, const Queue::Descriptor& queue,
                    const Hal::FmqConfig& config);
 
     /// What is wrong with what the client sent, or what there is no memory for; null if nothing is.
@@ -59,10 +56,6 @@ class FrameSetClient {
     /// @param isAtFault whether what the client has taken and still has is missed
     FrameSetCounts counts(bool isAtFault) const;
 
-    const android::sp<Hal::ISensorClient> identity;
-    std::string name;
-    android::sp<ClientDeathRecipient> deathRecipient;
-    bool isStarted = false;
     std::vector<android::sp<Hal::IFrameConfigCallback>> callbacks;
 
   private:

@@ -2,26 +2,18 @@
 #include "camera/frame_set_server.h"
 
 #include <fmt/format.h>
-#include <hidl/HidlTransportSupport.h>
 #include <log/log.h>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "camera/test_pattern.h"
+#include "time_units.h"
 
 namespace Simulator {
-namespace {
-
-int64_t nanoseconds(std::chrono::steady_clock::time_point time) {
-    return std::chrono::nanoseconds(time.time_since_epoch()).count();
-}
-
-}  // namespace
-
 FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Faults> faults)
-    : plan_(plan),
+    : StreamRegister(plan.name, kMaxClients),
+      plan_(plan),
       faults_(std::move(faults)),
       resolutions_(plan.cameras.size(), Hal::Resolution::FULL),
       frameRate_(plan.frameRate),
@@ -40,47 +32,10 @@ bool FrameSetServer::isValid() const {
 }
 
 std::shared_ptr<const FrameSetClient> FrameSetServer::prepare(
-    const android::sp<Hal::ISensorClient>& identity, const FrameSetClient::Queue::Descriptor& queue,
+    const ClientIdentity& identity, const FrameSetClient::Queue::Descriptor& queue,
     const Hal::FmqConfig& config) {
-    if (identity == nullptr) {
-        ALOGW("%s: refused a stream without a client", plan_.name.c_str());
-        return nullptr;
-    }
     const auto client = std::make_shared<FrameSetClient>(identity, queue, config);
-    client->name = describeCaller(identity);
-    client->deathRecipient = new ClientDeathRecipient(
-        [server = weak_from_this(), dead = std::weak_ptr<FrameSetClient>(client)] {
-            if (const auto self = server.lock()) {
-                self->forgetDead(dead);
-            }
-        });
-    const char* problem = client->problem();
-    ClientPointer replaced;
-    if (problem == nullptr) {
-        const std::lock_guard lock{mutex_};
-        replaced = findLocked(identity);
-        if (replaced != nullptr) {
-            removeLocked(replaced, false);
-            client->callbacks = replaced->callbacks;
-        }
-        if (clients_.size() < kMaxClients) {
-            clients_.push_back(client);
-        } else {
-            problem = "there are too many clients";
-        }
-    }
-    if (replaced != nullptr) {
-        release(replaced, "replaces its queue");
-    }
-    // Only now that the client is in the list does its death find it there.
-    if (problem == nullptr &&
-        !identity->linkToDeath(client->deathRecipient, 0).withDefault(false)) {
-        problem = "it is dead";
-        const std::lock_guard lock{mutex_};
-        removeLocked(client, false);
-    }
-    if (problem != nullptr) {
-        ALOGW("%s: refused %s: %s", plan_.name.c_str(), client->name.c_str(), problem);
+    if (!takeIn(client)) {
         return nullptr;
     }
     ALOGI("%s: %s is prepared", plan_.name.c_str(), client->name.c_str());
@@ -89,37 +44,7 @@ std::shared_ptr<const FrameSetClient> FrameSetServer::prepare(
     return client;
 }
 
-Hal::Result FrameSetServer::control(const android::sp<Hal::ISensorClient>& identity,
-                                    Hal::StreamCommand command) {
-    if (identity == nullptr) {
-        return Hal::Result::FAILURE;
-    }
-    ClientPointer client;
-    {
-        const std::lock_guard lock{mutex_};
-        client = findLocked(identity);
-        if (client == nullptr) {
-            return Hal::Result::BAD_STATE;
-        }
-        const bool start = command == Hal::StreamCommand::START;
-        if (start || command == Hal::StreamCommand::STOP) {
-            if (client->isStarted == start) {
-                return Hal::Result::IGNORED;
-            }
-            client->isStarted = start;
-            updateSamplerLocked();
-            return Hal::Result::SUCCESS;
-        }
-        if (command != Hal::StreamCommand::DISCONNECT) {
-            return Hal::Result::FAILURE;
-        }
-        removeLocked(client, true);
-    }
-    release(client, "disconnected");
-    return Hal::Result::SUCCESS;
-}
-
-Hal::Result FrameSetServer::addCallback(const android::sp<Hal::ISensorClient>& identity,
+Hal::Result FrameSetServer::addCallback(const ClientIdentity& identity,
                                         const android::sp<Hal::IFrameConfigCallback>& callback) {
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
@@ -146,7 +71,7 @@ std::vector<android::sp<Hal::IFrameConfigCallback>> FrameSetServer::callbacks() 
 }
 
 Hal::Result FrameSetServer::overrideExposure(
-    const android::sp<Hal::ISensorClient>& identity,
+    const ClientIdentity& identity,
     const std::function<Hal::Result(ExposureControl::Claimant client)>& action) const {
     // Under the lock: the client may be gone otherwise, and its claim with it.
     const std::lock_guard lock{mutex_};
@@ -283,7 +208,7 @@ void FrameSetServer::deliver(const Batch& batch) {
             client->collect();
         }
         if (isTooSoonLocked(batch.period) ||
-            !beginLocked(nanoseconds(batch.firstSample), &frameSet)) {
+            !beginLocked(toNanoseconds(batch.firstSample), &frameSet)) {
             return;
         }
     }
@@ -364,61 +289,21 @@ void FrameSetServer::draw(Hal::FrameSet* frameSet) {
         drawTestPattern({images_[i]->pixels(frame.bufferIndex), frame.pixelFormat, frame.width,
                          frame.height, frame.stride},
                         {frame.cameraId, frame.sequence, brightnessOf(exposure)});
-        frame.arrivalTimestamp = nanoseconds(std::chrono::steady_clock::now());
+        frame.arrivalTimestamp = toNanoseconds(std::chrono::steady_clock::now());
     }
 }
 
-FrameSetServer::ClientPointer FrameSetServer::findLocked(
-    const android::sp<Hal::ISensorClient>& identity) const {
-    const auto found =
-        std::find_if(clients_.begin(), clients_.end(), [&](const ClientPointer& client) {
-            return android::hardware::interfacesEqual(client->identity, identity);
-        });
-    return found == clients_.end() ? nullptr : *found;
+void FrameSetServer::onRemovedLocked(FrameSetClient& client) {
+    client.collect();
+    countsOfFormerClients_ += client.counts(client.isDisconnected);
+    exposure_.stopOverriding(&client);
 }
 
-/// @return false if it was not there
-bool FrameSetServer::removeLocked(const ClientPointer& client, bool isAtFault) {
-    const auto found = std::find(clients_.begin(), clients_.end(), client);
-    if (found == clients_.end()) {
-        return false;
-    }
-    client->collect();
-    countsOfFormerClients_ += client->counts(isAtFault);
-    clients_.erase(found);
-    exposure_.stopOverriding(client.get());
-    updateSamplerLocked();
-    return true;
-}
-
-void FrameSetServer::updateSamplerLocked() {
-    const bool isAnyStarted =
-        std::any_of(clients_.begin(), clients_.end(),
-                    [](const ClientPointer& client) { return client->isStarted; });
-    sampler_.setBatchLimit(isAnyStarted ? 1 : 0);
-}
-
-void FrameSetServer::forgetDead(const std::weak_ptr<FrameSetClient>& dead) {
-    const ClientPointer client = dead.lock();
-    bool wasKnown = false;
-    {
-        const std::lock_guard lock{mutex_};
-        wasKnown = client != nullptr && removeLocked(client, false);
-    }
-    if (wasKnown) {
-        release(client, "is gone");
-    }
-}
-
-/// Of a client that was removed from the list. Not under the lock: its process is told when the
-/// last reference to its object goes.
-void FrameSetServer::release(const ClientPointer& client, const char* reason) const {
-    const FrameSetCounts counts = client->counts(false);
+void FrameSetServer::onRelease(FrameSetClient& client, const char* reason) {
+    const FrameSetCounts counts = client.counts(false);
     ALOGI("%s: %s %s; %llu frame sets handed out, %llu dropped", plan_.name.c_str(),
-          client->name.c_str(), reason, static_cast<unsigned long long>(counts.handedOut),
+          client.name.c_str(), reason, static_cast<unsigned long long>(counts.handedOut),
           static_cast<unsigned long long>(counts.dropped));
-    // False for a dead client: there is no link any more.
-    static_cast<void>(client->identity->unlinkToDeath(client->deathRecipient).isOk());
 }
 
 }  // namespace Simulator

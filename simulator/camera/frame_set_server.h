@@ -23,18 +23,16 @@ namespace Simulator {
 /// drawn into again when no client has a frame set that names it any more.
 ///
 /// Threading: frame sets on the sampler's thread, all else on HIDL threads.
-class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
+class FrameSetServer : public StreamRegister<FrameSetClient> {
   public:
-    using ClientPointer = std::shared_ptr<FrameSetClient>;
-
+    /// Fewer than of other streams: each takes image memory, and all of it is passed to every
+    /// client.
     static constexpr size_t kMaxClients = 8;
     static constexpr size_t kMaxCallbacks = 16;
     /// Every client can have all that it may, and one is free.
     static constexpr size_t kBuffers = kMaxClients * FrameSetLedger::kMaxOutstanding + 1;
 
     FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Faults> faults);
-    FrameSetServer(const FrameSetServer&) = delete;
-    FrameSetServer& operator=(const FrameSetServer&) = delete;
 
     const CameraStreamPlan& plan() const { return plan_; }
 
@@ -42,21 +40,18 @@ class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
     bool isValid() const;
 
     /// Takes the client's queue; the stream is then stopped. @return null if it is refused
-    std::shared_ptr<const FrameSetClient> prepare(const android::sp<Hal::ISensorClient>& identity,
+    std::shared_ptr<const FrameSetClient> prepare(const ClientIdentity& identity,
                                                   const FrameSetClient::Queue::Descriptor& queue,
                                                   const Hal::FmqConfig& config);
 
-    Hal::Result control(const android::sp<Hal::ISensorClient>& identity,
-                        Hal::StreamCommand command);
-
     /// @return BAD_STATE unless the client's stream is prepared and stopped
-    Hal::Result addCallback(const android::sp<Hal::ISensorClient>& identity,
+    Hal::Result addCallback(const ClientIdentity& identity,
                             const android::sp<Hal::IFrameConfigCallback>& callback);
     std::vector<android::sp<Hal::IFrameConfigCallback>> callbacks() const;
 
     /// Lets a client act on the exposure. @return BAD_STATE if its stream is not prepared
     Hal::Result overrideExposure(
-        const android::sp<Hal::ISensorClient>& identity,
+        const ClientIdentity& identity,
         const std::function<Hal::Result(ExposureControl::Claimant client)>& action) const;
     ExposureControl& exposure() { return exposure_; }
 
@@ -96,18 +91,18 @@ class FrameSetServer : public std::enable_shared_from_this<FrameSetServer> {
     uint32_t freeBufferLocked() const;
     void draw(Hal::FrameSet* frameSet);
 
-    ClientPointer findLocked(const android::sp<Hal::ISensorClient>& identity) const;
-    bool removeLocked(const ClientPointer& client, bool isAtFault);
-    void updateSamplerLocked();
-    void forgetDead(const std::weak_ptr<FrameSetClient>& dead);
-    void release(const ClientPointer& client, const char* reason) const;
+    void onReplaceLocked(FrameSetClient& former, FrameSetClient& successor) override {
+        successor.callbacks = former.callbacks;
+    }
+    void onRemovedLocked(FrameSetClient& client) override;
+    void onChangeLocked() override { sampler_.setBatchLimit(isAnyStartedLocked() ? 1 : 0); }
+    void onRelease(FrameSetClient& client, const char* reason) override;
 
     const CameraStreamPlan plan_;
     const std::shared_ptr<Faults> faults_;
     std::vector<std::unique_ptr<ImageBuffers>> images_;  // by camera
     ExposureControl exposure_;
-    mutable std::mutex mutex_;  // guards everything below but the sampler
-    std::vector<ClientPointer> clients_;
+    // The register's lock guards everything below but the sampler.
     uint64_t clientsSoFar_ = 0;
     FrameSetCounts countsOfFormerClients_;
     std::vector<Hal::Resolution> resolutions_;  // by camera

@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 #include <sys/mman.h>
 
-#include "camera/owned_handle.h"
+#include "owned_handle.h"
 
 namespace Simulator {
 

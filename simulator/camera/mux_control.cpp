@@ -137,7 +137,7 @@ Hal::MuxState stateOf(const MuxModePlan& mode, uint32_t header, int64_t since) {
 
 }  // namespace
 
-MuxControl::MuxControl(std::vector<std::shared_ptr<FrameSetServer>> servers)
+MuxControl::MuxControl(std::vector<android::sp<FrameSetServer>> servers)
     : servers_(std::move(servers)), state_(stateOf(*findPlan(kFirstMode), 1, 0)) {
     for (const auto& server : servers_) {
         server->setMux(state_.header, 0, true);

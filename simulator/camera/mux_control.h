@@ -22,7 +22,7 @@ class MuxControl {
     static constexpr char kFirstMode[] = "mixed-reality";
     static constexpr uint32_t kSlots = 2;
 
-    explicit MuxControl(std::vector<std::shared_ptr<FrameSetServer>> servers);
+    explicit MuxControl(std::vector<android::sp<FrameSetServer>> servers);
 
     /// @param transition 0 switches at the end of the cycle, 1 at once
     /// @return FAILURE for a mode or transition that there is not
@@ -34,7 +34,7 @@ class MuxControl {
                             Hal::MuxState* state);
 
   private:
-    const std::vector<std::shared_ptr<FrameSetServer>> servers_;
+    const std::vector<android::sp<FrameSetServer>> servers_;
     std::mutex mutex_;
     Hal::MuxState state_;
 };

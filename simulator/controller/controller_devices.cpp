@@ -11,14 +11,14 @@ ControllerDevices::ControllerDevices(const ControllerSettings& settings,
                                      const std::shared_ptr<Faults>& faults)
     : faults_(faults),
       fleet_(std::make_shared<ControllerFleet>(settings, faults)),
-      poses_(std::make_shared<PoseReceiver>(fleet_)) {}
+      poses_(new PoseReceiver(fleet_)) {}
 
 std::string ControllerDevices::registerServices() {
-    const std::string problem =
-        registerAlone<Hal::IControllerProvider>(new ControllerProviderService(fleet_, faults_));
-    return problem.empty() ? registerAlone<Hal::IControllerStateProvider>(
-                                 new ControllerStateProviderService(fleet_, poses_, faults_))
-                           : problem;
+    const android::sp<ControllerProviderService> provider =
+        new ControllerProviderService(fleet_, faults_);
+    const android::sp<ControllerStateProviderService> stateProvider =
+        new ControllerStateProviderService(fleet_, poses_, faults_);
+    return registerAlone(provider, stateProvider);
 }
 
 void ControllerDevices::stop() {

@@ -23,7 +23,7 @@ class ControllerDevices : public DeviceGroup {
   private:
     const std::shared_ptr<const Faults> faults_;
     const std::shared_ptr<ControllerFleet> fleet_;
-    const std::shared_ptr<PoseReceiver> poses_;
+    const android::sp<PoseReceiver> poses_;
 };
 
 }  // namespace Simulator

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "time_units.h"
+
 namespace Simulator {
 namespace {
 
@@ -21,7 +23,7 @@ constexpr uint64_t kTicksPerCollision = 2 * kInputRate;
 constexpr uint32_t kChannels = 32;
 constexpr std::chrono::seconds kPairingTime{10};
 constexpr size_t kMaxAllowedDevices = 16;
-constexpr size_t kMaxListeners = 64;
+constexpr size_t kMaxListeners = 128;
 
 constexpr uint32_t features(std::initializer_list<ControllerFeature> list) {
     uint32_t set = 0;
@@ -92,10 +94,6 @@ Hal::ControllerInputData asInput(const Hal::StylusData& record) {
     Hal::ControllerInputData input;
     input.stylus(record);
     return input;
-}
-
-int64_t toNanoseconds(ControllerFleet::Time time) {
-    return std::chrono::nanoseconds(time.time_since_epoch()).count();
 }
 
 }  // namespace
@@ -177,10 +175,10 @@ Result ControllerFleet::unpair(Hal::ControllerAddr address) {
 bool ControllerFleet::allow(const Hal::SecureDeviceInfo& device) {
     {
         const std::lock_guard lock{mutex_};
-        if (device.address.address == 0 || allowed_.size() >= kMaxAllowedDevices) {
+        if (device.address.address == 0 || allowedDevices_ >= kMaxAllowedDevices) {
             return false;
         }
-        allowed_.push_back(device);
+        ++allowedDevices_;
     }
     // A device that is not here, or is connected already, will need it later.
     static_cast<void>(pair(device.address));
@@ -271,14 +269,9 @@ void ControllerFleet::completePairing() {
     publishLocked();
 }
 
-void ControllerFleet::beginTracking() {
+void ControllerFleet::setTracked(bool isTracked) {
     const std::lock_guard lock{mutex_};
-    ++trackers_;
-}
-
-void ControllerFleet::endTracking() {
-    const std::lock_guard lock{mutex_};
-    --trackers_;
+    isTracked_ = isTracked;
 }
 
 auto ControllerFleet::listenersOf(std::set<uint64_t> StreamingListener::*set,
@@ -365,7 +358,7 @@ void ControllerFleet::writeInputsLocked(ControllerDevice* device, SampleInstant 
         streams_.adc->write({model.adc(instant)},
                             [&](int process) { return listeners(process) && on(process); });
     }
-    if (trackers_ == 0) {
+    if (!isTracked_) {
         writePoseLocked(device, model.pose(instant));
     }
     if (ticks_ % kTicksPerCollision == 0) {

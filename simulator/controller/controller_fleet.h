@@ -92,9 +92,8 @@ class ControllerFleet {
     void enterPairingMode();
     void completePairing();
 
-    /// Between the two the poses come from the owner of the state instead of the simulated hands.
-    void beginTracking();
-    void endTracking();
+    /// Whether the poses come from the owner of the state instead of the simulated hands.
+    void setTracked(bool isTracked);
     /// @return false if there is no such controller
     bool deliverPose(const Hal::PoseOutput& pose);
 
@@ -122,11 +121,11 @@ class ControllerFleet {
     mutable std::mutex mutex_;  // guards everything below but the samplers
     std::vector<ControllerDevice> devices_;
     std::vector<std::shared_ptr<StreamingListener>> listeners_;
-    std::vector<Hal::SecureDeviceInfo> allowed_;
+    size_t allowedDevices_ = 0;
     uint32_t blocklist_ = 0;
     Hal::WirelessState radioState_ = Hal::WirelessState::CONNECTED;
     Time pairingUntil_{};
-    int trackers_ = 0;
+    bool isTracked_ = false;
     uint64_t ticks_ = 0;
     // The last: their threads use all of the others.
     Sampler imuSampler_;

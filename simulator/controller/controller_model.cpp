@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "time_units.h"
+
 namespace Simulator {
 namespace {
 
@@ -11,10 +13,6 @@ constexpr double kGravity = 9.81;  // m/s^2
 constexpr float kPressed = 0.75F;  // of a full pull
 constexpr float kTouched = 0.05F;
 constexpr uint32_t kButtons = 7;
-
-double toSeconds(int64_t nanoseconds) {
-    return static_cast<double>(nanoseconds) * 1e-9;
-}
 
 std::array<float, 3> toFloats(const Vector& vector) {
     return {static_cast<float>(vector.x), static_cast<float>(vector.y),

@@ -11,15 +11,11 @@
 namespace Simulator {
 
 template <>
-struct Discontinuity<Hal::ControllerImuData> {
-    static void mark(Hal::ControllerImuData* record) {
-        record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
-    }
-};
+struct Discontinuity<Hal::ControllerImuData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
 
 struct ControllerStreams {
     template <typename Record>
-    using Stream = std::shared_ptr<StreamClients<Record>>;
+    using Stream = android::sp<StreamClients<Record>>;
 
     explicit ControllerStreams(const std::shared_ptr<Faults>& faults);
 

@@ -10,6 +10,8 @@
 #include <array>
 #include <utility>
 
+#include "owned_handle.h"
+
 namespace Simulator {
 namespace {
 
@@ -19,36 +21,18 @@ constexpr size_t kCapacity = 64;  // poses
 constexpr uint32_t kDataReadyBit = 1U << 0;
 constexpr uint32_t kReadDoneBit = 1U << 1;
 
-/// A handle of one page that holds the event flag's word; empty without memory.
-android::hardware::hidl_handle makeEventFlagHandle() {
-    constexpr size_t kPage = 4096;
-    android::hardware::hidl_handle handle;
-    const int region = ashmem_create_region("pose event flag", kPage);
-    if (region >= 0) {
-        native_handle_t* const native = native_handle_create(1, 0);
-        native->data[0] = region;
-        handle.setTo(native, true);
-    }
-    return handle;
-}
-
 }  // namespace
 
-PoseSender::PoseSender(const android::sp<Hal::ISensorClient>& client,
-                       std::shared_ptr<ControllerFleet> fleet)
-    : RegisteredClient(client), fleet_(std::move(fleet)), queue_(kCapacity) {
-    config_.eventFlag = makeEventFlagHandle();
+PoseSender::PoseSender(const ClientIdentity& client, std::shared_ptr<ControllerFleet> fleet)
+    : StreamingParty(client), fleet_(std::move(fleet)), queue_(kCapacity) {
+    config_.eventFlag = ownedHandle({ashmem_create_region("pose event flag", sizeof(uint32_t))});
     config_.readNotifyBit = kReadDoneBit;
     config_.dataReadyBit = kDataReadyBit;
-    if (config_.eventFlag.getNativeHandle() != nullptr) {
-        // Leaves the pointer null if it fails.
-        android::hardware::EventFlag::createEventFlag(config_.eventFlag->data[0], 0, &eventFlag_);
-    }
+    eventFlag_ = mapEventFlag(config_.eventFlag);
 }
 
 PoseSender::~PoseSender() {
     endReading();
-    android::hardware::EventFlag::deleteEventFlag(&eventFlag_);
 }
 
 void PoseSender::beginReading() {
@@ -101,67 +85,23 @@ PoseCounts PoseSender::counts() const {
     return ledger_.counts();
 }
 
-Result PoseReceiver::prepare(const android::sp<Hal::ISensorClient>& identity,
-                             std::shared_ptr<PoseSender>* sender) {
-    if (identity == nullptr) {
-        ALOGW("poses: refused a stream without a client");
-        return Result::FAILURE;
-    }
+Result PoseReceiver::prepare(const ClientIdentity& identity, std::shared_ptr<PoseSender>* sender) {
+    constexpr const char* kHasOne = "it has its queue already";
     const auto made = std::make_shared<PoseSender>(identity, fleet_);
-    made->name = describeCaller(identity);
-    {
-        const std::lock_guard lock{mutex_};
-        if (findLocked(identity) != nullptr) {
-            ALOGW("poses: %s has its queue already", made->name.c_str());
-            return Result::BAD_STATE;
-        }
-    }
-    const char* problem = "there is no memory for its queue";
-    if (made->isValid()) {
+    const char* problem = made->problem();
+    if (problem == nullptr) {
         // Before its death can end the reading.
         made->beginReading();
-        problem = enrol(made);
+        problem = enrol(made, [&] { return findLocked(identity) == nullptr ? nullptr : kHasOne; });
     }
     if (problem != nullptr) {
         ALOGW("poses: refused %s: %s", made->name.c_str(), problem);
-        return Result::FAILURE;
-    }
-    {
-        const std::lock_guard lock{mutex_};
-        ++senders_;
+        return problem == kHasOne ? Result::BAD_STATE : Result::FAILURE;
     }
     ALOGI("poses: %s has a queue of %zu poses", made->name.c_str(), kCapacity);
     *sender = made;
-    return Result::SUCCESS;
-}
-
-Result PoseReceiver::control(const android::sp<Hal::ISensorClient>& identity,
-                             Hal::StreamCommand command) {
-    if (identity == nullptr) {
-        return Result::FAILURE;
-    }
-    ClientPointer sender;
-    {
-        const std::lock_guard lock{mutex_};
-        sender = findLocked(identity);
-        if (sender == nullptr) {
-            return Result::BAD_STATE;
-        }
-        const bool start = command == Hal::StreamCommand::START;
-        if (start || command == Hal::StreamCommand::STOP) {
-            if (sender->isStarted == start) {
-                return Result::IGNORED;
-            }
-            sender->isStarted = start;
-            start ? fleet_->beginTracking() : fleet_->endTracking();
-            return Result::SUCCESS;
-        }
-        if (command != Hal::StreamCommand::DISCONNECT) {
-            return Result::FAILURE;
-        }
-        removeLocked(sender);
-    }
-    release(sender, "disconnected");
+    const std::lock_guard lock{mutex_};
+    ++senders_;
     return Result::SUCCESS;
 }
 
@@ -172,9 +112,6 @@ void PoseReceiver::onRelease(PoseSender& sender, const char* reason) {
           static_cast<unsigned long long>(counts.accepted));
     const std::lock_guard lock{mutex_};
     ofReleased_ += counts;
-    if (sender.isStarted) {
-        fleet_->endTracking();
-    }
 }
 
 void PoseReceiver::stop() {
@@ -182,6 +119,7 @@ void PoseReceiver::stop() {
     {
         const std::lock_guard lock{mutex_};
         last.swap(clients_);
+        onChangeLocked();
     }
     for (const ClientPointer& sender : last) {
         release(sender, "is left behind");

@@ -1,7 +1,6 @@
 // The queues through which the owner of the controllers' state sends poses.
 #pragma once
 
-#include <fmq/EventFlag.h>
 #include <fmq/MessageQueue.h>
 
 #include <atomic>
@@ -9,27 +8,29 @@
 #include <string>
 #include <thread>
 
-#include "client_register.h"
 #include "controller/controller_fleet.h"
 #include "controller/pose_ledger.h"
+#include "event_flag.h"
 #include "hal.h"
+#include "stream_register.h"
 
 namespace Simulator {
 
 /// A sender with its queue, which this side has made, and the thread that reads it.
-class PoseSender : public RegisteredClient {
+class PoseSender : public StreamingParty {
   public:
     using Queue =
         android::hardware::MessageQueue<Hal::PoseOutput, android::hardware::kSynchronizedReadWrite>;
 
-    PoseSender(const android::sp<Hal::ISensorClient>& client,
-               std::shared_ptr<ControllerFleet> fleet);
+    PoseSender(const ClientIdentity& client, std::shared_ptr<ControllerFleet> fleet);
     ~PoseSender();
     PoseSender(const PoseSender&) = delete;
     PoseSender& operator=(const PoseSender&) = delete;
 
-    /// Whether there was memory for its queue.
-    bool isValid() const { return queue_.isValid() && eventFlag_ != nullptr; }
+    const char* problem() const {
+        return queue_.isValid() && eventFlag_ != nullptr ? nullptr
+                                                         : "there is no memory for its queue";
+    }
     const Queue::Descriptor& queue() const { return *queue_.getDesc(); }
     const Hal::FmqConfig& config() const { return config_; }
 
@@ -39,9 +40,6 @@ class PoseSender : public RegisteredClient {
 
     PoseCounts counts() const;
 
-    /// Guarded by the register's lock.
-    bool isStarted = false;
-
   private:
     void run();
     void drain();
@@ -49,7 +47,7 @@ class PoseSender : public RegisteredClient {
     const std::shared_ptr<ControllerFleet> fleet_;
     Queue queue_;
     Hal::FmqConfig config_;
-    android::hardware::EventFlag* eventFlag_ = nullptr;
+    EventFlagPointer eventFlag_;
     std::atomic<bool> isEnding_{false};
     mutable std::mutex mutex_;  // guards the ledger
     PoseLedger ledger_;
@@ -57,16 +55,14 @@ class PoseSender : public RegisteredClient {
 };
 
 /// Threading: calls and deaths on HIDL threads; each sender's poses on a thread of its own.
-class PoseReceiver : public ClientRegister<PoseSender> {
+class PoseReceiver : public StreamRegister<PoseSender> {
   public:
-    explicit PoseReceiver(std::shared_ptr<ControllerFleet> fleet) : fleet_(std::move(fleet)) {}
+    explicit PoseReceiver(std::shared_ptr<ControllerFleet> fleet)
+        : StreamRegister("poses"), fleet_(std::move(fleet)) {}
 
     /// @param sender null unless it succeeded
     /// @return BAD_STATE if the client has its queue already
-    Hal::Result prepare(const android::sp<Hal::ISensorClient>& identity,
-                        std::shared_ptr<PoseSender>* sender);
-    Hal::Result control(const android::sp<Hal::ISensorClient>& identity,
-                        Hal::StreamCommand command);
+    Hal::Result prepare(const ClientIdentity& identity, std::shared_ptr<PoseSender>* sender);
 
     /// Reads no more, for good.
     void stop();
@@ -74,6 +70,7 @@ class PoseReceiver : public ClientRegister<PoseSender> {
     std::string summary() const;
 
   private:
+    void onChangeLocked() override { fleet_->setTracked(isAnyStartedLocked()); }
     void onRelease(PoseSender& sender, const char* reason) override;
 
     const std::shared_ptr<ControllerFleet> fleet_;

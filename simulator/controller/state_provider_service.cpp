@@ -21,7 +21,7 @@ constexpr size_t kKeySize = 16;
 }  // namespace
 
 ControllerStateProviderService::ControllerStateProviderService(
-    std::shared_ptr<ControllerFleet> fleet, std::shared_ptr<PoseReceiver> poses,
+    std::shared_ptr<ControllerFleet> fleet, android::sp<PoseReceiver> poses,
     std::shared_ptr<const Faults> faults)
     : fleet_(std::move(fleet)), poses_(std::move(poses)), faults_(std::move(faults)) {}
 

@@ -15,7 +15,7 @@ namespace Simulator {
 class ControllerStateProviderService : public Hal::IControllerStateProvider {
   public:
     ControllerStateProviderService(std::shared_ptr<ControllerFleet> fleet,
-                                   std::shared_ptr<PoseReceiver> poses,
+                                   android::sp<PoseReceiver> poses,
                                    std::shared_ptr<const Faults> faults);
 
     template <typename T>
@@ -57,7 +57,7 @@ class ControllerStateProviderService : public Hal::IControllerStateProvider {
     Hal::Result unlessFaulty(const char* method, const Action& action) const;
 
     const std::shared_ptr<ControllerFleet> fleet_;
-    const std::shared_ptr<PoseReceiver> poses_;
+    const android::sp<PoseReceiver> poses_;
     const std::shared_ptr<const Faults> faults_;
 };
 

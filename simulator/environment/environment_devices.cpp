@@ -19,27 +19,13 @@ EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
           std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance), faults)),
       leds_(new LedService(faults)),
       externalTiming_(new ExternalTimingService(
-          std::make_shared<ExternalTimingService::Server>(
-              "external clock", kPulsePlan,
-              [model = std::make_shared<ExternalTimingModel>()](const SampleInstant& instant) {
-                  return model->sample(instant);
-              },
-              faults),
+          new ExternalTimingService::Server("external clock", kPulsePlan,
+                                            samplesOf(ExternalTimingModel()), faults),
           faults)),
       tambril_(new TambrilService(settings, faults)) {}
 
 std::string EnvironmentDevices::registerServices() {
-    std::string problem = registerAlone<Hal::IFlickerSensor>(flicker_);
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IFaceEyeTrackingLed>(leds_);
-    }
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IExternalTimingProvider>(externalTiming_);
-    }
-    if (problem.empty()) {
-        problem = registerAlone<Hal::ITambril>(tambril_);
-    }
-    return problem;
+    return registerAlone(flicker_, leds_, externalTiming_, tambril_);
 }
 
 void EnvironmentDevices::stop() {

@@ -19,11 +19,8 @@
 namespace Simulator {
 
 template <>
-struct Discontinuity<Hal::ExternalTimestampData> {
-    static void mark(Hal::ExternalTimestampData* record) {
-        record->status |= static_cast<uint32_t>(Hal::ExternalTimestampStatus::DISCONTINUITY);
-    }
-};
+struct Discontinuity<Hal::ExternalTimestampData>
+    : StatusBit<Hal::ExternalTimestampStatus::DISCONTINUITY> {};
 
 class EnvironmentDevices : public DeviceGroup {
   public:

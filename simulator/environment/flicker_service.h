@@ -8,52 +8,38 @@
 #include <vector>
 
 #include "environment/room_light.h"
-#include "faults.h"
-#include "hal.h"
+#include "service.h"
 #include "stream_server.h"
 
 namespace Simulator {
 
-/// Of the three records of the light sensor, which have the same status bits.
-template <typename Record>
-struct LightDiscontinuity {
-    static void mark(Record* record) {
-        record->status |= static_cast<uint32_t>(Hal::LightSampleStatus::DISCONTINUITY);
-    }
-};
 template <>
-struct Discontinuity<Hal::FlickerData> : LightDiscontinuity<Hal::FlickerData> {};
+struct Discontinuity<Hal::FlickerData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::AdcFlickerData> : LightDiscontinuity<Hal::AdcFlickerData> {};
+struct Discontinuity<Hal::AdcFlickerData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::AmbientLightData> : LightDiscontinuity<Hal::AmbientLightData> {};
+struct Discontinuity<Hal::AmbientLightData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
 
-class FlickerService : public Hal::IFlickerSensor {
+class FlickerService : public Service<Hal::IFlickerSensor> {
   public:
-    template <typename T>
-    using Return = android::hardware::Return<T>;
-    template <typename Record>
-    using Queue = android::hardware::MQDescriptorSync<Record>;
-    using Client = android::sp<Hal::ISensorClient>;
-
     FlickerService(const std::shared_ptr<const RoomLight>& room,
                    const std::shared_ptr<Faults>& faults);
 
     Return<void> getProperties(getProperties_cb callback) override;
-    Return<Hal::Result> prepareFlickerStream(const Queue<Hal::FlickerData>& queue,
-                                             const Client& client,
+    Return<Hal::Result> prepareFlickerStream(const ClientQueue<Hal::FlickerData>& queue,
+                                             const ClientIdentity& client,
                                              const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareAdcFlickerStream(const Queue<Hal::AdcFlickerData>& queue,
-                                                const Client& client,
+    Return<Hal::Result> prepareAdcFlickerStream(const ClientQueue<Hal::AdcFlickerData>& queue,
+                                                const ClientIdentity& client,
                                                 const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareAmbientLightStream(const Queue<Hal::AmbientLightData>& queue,
-                                                  const Client& client,
+    Return<Hal::Result> prepareAmbientLightStream(const ClientQueue<Hal::AmbientLightData>& queue,
+                                                  const ClientIdentity& client,
                                                   const Hal::FmqConfig& config) override;
-    Return<Hal::Result> controlFlickerStream(const Client& client,
+    Return<Hal::Result> controlFlickerStream(const ClientIdentity& client,
                                              Hal::StreamCommand command) override;
-    Return<Hal::Result> controlAdcFlickerStream(const Client& client,
+    Return<Hal::Result> controlAdcFlickerStream(const ClientIdentity& client,
                                                 Hal::StreamCommand command) override;
-    Return<Hal::Result> controlAmbientLightStream(const Client& client,
+    Return<Hal::Result> controlAmbientLightStream(const ClientIdentity& client,
                                                   Hal::StreamCommand command) override;
 
     /// No more samples, for good.
@@ -63,12 +49,9 @@ class FlickerService : public Hal::IFlickerSensor {
     std::vector<std::string> summary() const;
 
   private:
-    Hal::Result faultOf(const char* method) const { return faults_->resultOf(descriptor, method); }
-
-    const std::shared_ptr<Faults> faults_;
-    const std::shared_ptr<StreamServer<Hal::FlickerData>> flicker_;
-    const std::shared_ptr<StreamServer<Hal::AdcFlickerData>> adcFlicker_;
-    const std::shared_ptr<StreamServer<Hal::AmbientLightData>> ambientLight_;
+    const android::sp<StreamServer<Hal::FlickerData>> flicker_;
+    const android::sp<StreamServer<Hal::AdcFlickerData>> adcFlicker_;
+    const android::sp<StreamServer<Hal::AmbientLightData>> ambientLight_;
 };
 
 }  // namespace Simulator

@@ -5,42 +5,45 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "client_identity.h"
-#include "faults.h"
-#include "hal.h"
+#include "client_register.h"
+#include "service.h"
 
 namespace Simulator {
+
+struct LedClient : RegisteredClient {
+    using RegisteredClient::RegisteredClient;
+
+    /// By group and channel.
+    std::map<std::pair<Hal::FaceEyeTrackingLedGroup, uint32_t>,
+             Hal::FaceEyeTrackingLedConfiguration>
+        configurations;
+};
 
 /// The LEDs shine as the service's own control has them, unless a client overrides it. What a
 /// client set, switched on or overrode ends with its process.
 ///
 /// Threading: every method may be called from any thread.
-class LedService : public Hal::IFaceEyeTrackingLed {
+class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegister<LedClient> {
   public:
-    template <typename T>
-    using Return = android::hardware::Return<T>;
-    using Identity = android::sp<Hal::ISensorClient>;
     using Configuration = Hal::FaceEyeTrackingLedConfiguration;
 
     static constexpr uint32_t kMaxCurrent = 100'000;   // in uA
     static constexpr uint32_t kMaxPulseWidth = 2'000;  // in us
-    static constexpr size_t kMaxClients = 64;
 
-    explicit LedService(std::shared_ptr<const Faults> faults) : faults_(std::move(faults)) {}
+    explicit LedService(std::shared_ptr<const Faults> faults) : Service(std::move(faults)) {}
 
     Return<Hal::Result> setConfigurations(
-        const Identity& identity,
+        const ClientIdentity& identity,
         const android::hardware::hidl_vec<Configuration>& configurations) override;
-    Return<Hal::Result> enable(const Identity& identity) override;
-    Return<Hal::Result> disable(const Identity& identity) override;
+    Return<Hal::Result> enable(const ClientIdentity& identity) override;
+    Return<Hal::Result> disable(const ClientIdentity& identity) override;
     Return<uint8_t> getChannelCount(Hal::FaceEyeTrackingLedGroup group) override;
-    Return<Hal::Result> startOverridingLedSettings(const Identity& identity) override;
-    Return<Hal::Result> stopOverridingLedSettings(const Identity& identity) override;
+    Return<Hal::Result> startOverridingLedSettings(const ClientIdentity& identity) override;
+    Return<Hal::Result> stopOverridingLedSettings(const ClientIdentity& identity) override;
 
     /// How the LEDs shine right now; none while they are off.
     std::vector<Configuration> shining() const;
@@ -49,29 +52,15 @@ class LedService : public Hal::IFaceEyeTrackingLed {
     std::string summary() const;
 
   private:
-    using Led = std::pair<Hal::FaceEyeTrackingLedGroup, uint32_t>;
-
-    struct Client {
-        explicit Client(const Identity& client) : identity(client) {}
-
-        const Identity identity;
-        std::string name;
-        android::sp<ClientDeathRecipient> deathRecipient;
-        std::map<Led, Configuration> configurations;
-    };
-    using ClientPointer = std::shared_ptr<Client>;
-
-    Hal::Result faultOf(const char* method) const { return faults_->resultOf(descriptor, method); }
-
-    bool admit(const Identity& identity);
+    bool admit(const ClientIdentity& identity);
     ClientPointer takeIdleLocked();
-    ClientPointer findLocked(const Identity& identity) const;
-    void forget(const std::weak_ptr<Client>& dead);
-    Hal::Result switchTo(bool isOn, const Identity& identity);
+    template <typename Action>
+    Hal::Result withClient(const char* method, const ClientIdentity& identity,
+                           const Action& action);
+    Hal::Result switchTo(const char* method, bool isOn, const ClientIdentity& identity);
+    void onRemovedLocked(LedClient& client) override;
 
-    const std::shared_ptr<const Faults> faults_;
-    mutable std::mutex mutex_;  // guards everything below
-    std::vector<ClientPointer> clients_;
+    // Guarded by the register's lock.
     ClientPointer switchedOnBy_;
     ClientPointer overriddenBy_;
 };

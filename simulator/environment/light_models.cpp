@@ -5,6 +5,8 @@
 #include <array>
 #include <cmath>
 
+#include "time_units.h"
+
 namespace Simulator {
 namespace {
 
@@ -25,10 +27,6 @@ constexpr std::array<double, 8> kFilters{0.09, 0.16, 0.22, 0.31, 0.38, 0.45, 0.4
 constexpr double kChannelCountsPerLux = 40;
 constexpr double kInfraredPerLux = 0.0021;  // in W/m^2
 constexpr double kDarkness = 1;             // in lx: below, no colour can be told
-
-double toSeconds(int64_t nanoseconds) {
-    return static_cast<double>(nanoseconds) * 1e-9;
-}
 
 constexpr auto kSaturated = static_cast<uint32_t>(Hal::LightSampleStatus::SATURATED);
 

@@ -11,22 +11,28 @@
 #include <utility>
 #include <vector>
 
-#include "client_identity.h"
+#include "client_register.h"
 #include "environment/environment_settings.h"
-#include "faults.h"
-#include "hal.h"
 #include "sampler.h"
+#include "service.h"
 
 namespace Simulator {
+
+struct RpcClient : RegisteredClient {
+    RpcClient(Hal::KivraRpcClientId clientId, const android::sp<Hal::ITambrilCallback>& function)
+        : RegisteredClient(function), id(clientId), callback(function) {}
+
+    const Hal::KivraRpcClientId id;
+    const android::sp<Hal::ITambrilCallback> callback;
+    std::mutex deliveryMutex;  // keeps its messages in order
+};
 
 /// The controllers echo every request, or answer with an error if they were told to refuse it, and
 /// send messages of their own accord. A client is registered until it unregisters or dies.
 ///
 /// Threading: every method may be called from any thread.
-class TambrilService : public Hal::ITambril {
+class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcClient> {
   public:
-    template <typename T>
-    using Return = android::hardware::Return<T>;
     using Callback = android::sp<Hal::ITambrilCallback>;
 
     static constexpr uint32_t kProtocolVersion = 1;
@@ -53,35 +59,16 @@ class TambrilService : public Hal::ITambril {
     std::string summary() const;
 
   private:
-    struct Client {
-        Client(Hal::KivraRpcClientId clientId, const Callback& function)
-            : id(clientId), callback(function) {}
-
-        const Hal::KivraRpcClientId id;
-        const Callback callback;
-        std::string name;
-        int process = 0;
-        android::sp<ClientDeathRecipient> deathRecipient;
-        std::mutex deliveryMutex;  // keeps its messages in order
-    };
-    using ClientPointer = std::shared_ptr<Client>;
-
-    Hal::Result faultOf(const char* method) const { return faults_->resultOf(descriptor, method); }
-
+    /// @return null if none has the id
     ClientPointer findLocked(Hal::KivraRpcClientId id) const;
-    /// False if it was not there.
-    bool remove(const ClientPointer& client);
-    void release(const ClientPointer& client, const char* reason) const;
-    void deliver(Client* client, Hal::KivraRpcMessage message);
+    void onRelease(RpcClient& client, const char* reason) override;
+    void deliver(RpcClient& client, Hal::KivraRpcMessage message);
     void notify(uint32_t number);
 
     const EnvironmentSettings settings_;
-    const std::shared_ptr<const Faults> faults_;
     std::array<std::atomic<uint32_t>, kControllers.size()> sequences_{};
     std::atomic<uint64_t> requests_{0};
     std::atomic<uint64_t> messages_{0};
-    mutable std::mutex mutex_;  // guards the clients
-    std::vector<ClientPointer> clients_;
     Sampler notifier_;  // the last: its thread uses all of the others
 };
 

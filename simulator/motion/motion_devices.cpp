@@ -28,62 +28,52 @@ Hal::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
 
 android::sp<ImuService> makeImu(const char* name, uint32_t sensor, double mountingAngle,
                                 const std::shared_ptr<Faults>& faults) {
-    const auto model = std::make_shared<ImuModel>(sensor, mountingAngle);
     return new ImuService(
-        std::make_shared<ImuService::Server>(
-            name, kImuCapabilities.defaultPlan,
-            [model](const SampleInstant& instant) { return model->sample(instant); }, faults),
+        new ImuService::Server(name, kImuCapabilities.defaultPlan,
+                               samplesOf(ImuModel(sensor, mountingAngle)), faults),
         faults, propertiesOf(name, sensor, kImuCapabilities), kImuCapabilities);
 }
 
 android::sp<MagService> makeMag(const char* name, uint32_t sensor,
                                 const std::shared_ptr<Faults>& faults) {
-    const auto model = std::make_shared<MagModel>(sensor);
-    return new MagService(
-        std::make_shared<MagService::Server>(
-            name, kMagCapabilities.defaultPlan,
-            [model](const SampleInstant& instant) { return model->sample(instant); }, faults),
-        faults, propertiesOf(name, sensor, kMagCapabilities), kMagCapabilities);
+    return new MagService(new MagService::Server(name, kMagCapabilities.defaultPlan,
+                                                 samplesOf(MagModel(sensor)), faults),
+                          faults, propertiesOf(name, sensor, kMagCapabilities), kMagCapabilities);
 }
 
 android::sp<IadService> makeIad(const std::shared_ptr<Faults>& faults) {
-    const auto model = std::make_shared<IadModel>();
     return new IadService(
-        std::make_shared<IadService::Server>(
-            "IAD sensor", kIadPlan,
-            [model](const SampleInstant& instant) { return model->sample(instant); }, faults),
-        faults);
+        new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel()), faults), faults);
 }
 
-class MotionSensorProvider : public Hal::IMotionSensorProvider {
+class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
   public:
     MotionSensorProvider(std::vector<android::sp<ImuService>> imus, android::sp<MagService> mag,
                          std::shared_ptr<const Faults> faults)
-        : imus_(std::move(imus)), mag_(std::move(mag)), faults_(std::move(faults)) {}
+        : Service(std::move(faults)), imus_(std::move(imus)), mag_(std::move(mag)) {}
 
-    android::hardware::Return<void> getSensorInfo(getSensorInfo_cb callback) override {
+    Return<void> getSensorInfo(getSensorInfo_cb callback) override {
         using Kind = Hal::MotionSensorKind;
         using Mount = Hal::MotionSensorMount;
         Hal::MotionSensorMetadata metadata;
         metadata.sensors = {{kHeadsetImu, Kind::IMU, Mount::HEADSET, 0},
                             {kBoardImu, Kind::IMU, Mount::BOARD, 0},
                             {kHeadsetMag, Kind::MAGNETOMETER, Mount::HEADSET, 0}};
-        callback(faults_->resultOf(descriptor, "getSensorInfo"), metadata);
-        return android::hardware::Void();
+        callback(faultOf("getSensorInfo"), metadata);
+        return Void();
     }
 
-    android::hardware::Return<android::sp<Hal::IImu>> getImu(uint32_t sensor) override {
+    Return<android::sp<Hal::IImu>> getImu(uint32_t sensor) override {
         return sensor < imus_.size() ? android::sp<Hal::IImu>(imus_[sensor]) : nullptr;
     }
 
-    android::hardware::Return<android::sp<Hal::IMag>> getMag(uint32_t sensor) override {
+    Return<android::sp<Hal::IMag>> getMag(uint32_t sensor) override {
         return sensor == kHeadsetMag ? android::sp<Hal::IMag>(mag_) : nullptr;
     }
 
   private:
     const std::vector<android::sp<ImuService>> imus_;
     const android::sp<MagService> mag_;
-    const std::shared_ptr<const Faults> faults_;
 };
 
 }  // namespace
@@ -96,19 +86,9 @@ MotionDevices::MotionDevices(const std::shared_ptr<Faults>& faults)
       iad_(makeIad(faults)) {}
 
 std::string MotionDevices::registerServices() {
-    const android::sp<Hal::IMotionSensorProvider> provider =
+    const android::sp<MotionSensorProvider> provider =
         new MotionSensorProvider(imus_, mag_, faults_);
-    std::string problem = registerAlone<Hal::IMotionSensorProvider>(provider);
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IImu>(imus_[kHeadsetImu]);
-    }
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IMag>(mag_);
-    }
-    if (problem.empty()) {
-        problem = registerAlone<Hal::IIad>(iad_);
-    }
-    return problem;
+    return registerAlone(provider, imus_[kHeadsetImu], mag_, iad_);
 }
 
 void MotionDevices::stop() {

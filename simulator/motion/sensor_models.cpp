@@ -5,6 +5,8 @@
 #include <array>
 #include <cmath>
 
+#include "time_units.h"
+
 namespace Simulator {
 namespace {
 
@@ -13,10 +15,6 @@ constexpr Vector kMagneticField{0, 19.6, -44.1};  // of the earth in central Eur
 constexpr Vector kAccelerationBias{0.04, -0.03, 0.05};
 constexpr Vector kAngularRateBias{0.002, -0.001, 0.0015};
 constexpr Vector kFieldBias{3.1, -2.4, 1.7};
-
-double toSeconds(int64_t nanoseconds) {
-    return static_cast<double>(nanoseconds) * 1e-9;
-}
 
 /// In degrees Celsius: warm from the headset's electronics, slowly up and down.
 float temperature(double time, Noise& noise) {

@@ -9,24 +9,14 @@
 #include <optional>
 #include <utility>
 
-#include "faults.h"
-#include "hal.h"
 #include "stream_service.h"
 
 namespace Simulator {
 
 template <>
-struct Discontinuity<Hal::ImuData> {
-    static void mark(Hal::ImuData* record) {
-        record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
-    }
-};
+struct Discontinuity<Hal::ImuData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::MagData> {
-    static void mark(Hal::MagData* record) {
-        record->status |= static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
-    }
-};
+struct Discontinuity<Hal::MagData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
 
 /// What a sensor can be configured to do.
 struct SensorCapabilities {
@@ -44,32 +34,28 @@ class MotionSensorService : public StreamService<Interface, Record> {
   public:
     using typename StreamService<Interface, Record>::Server;
 
-    MotionSensorService(std::shared_ptr<Server> server, std::shared_ptr<const Faults> faults,
+    MotionSensorService(android::sp<Server> server, std::shared_ptr<const Faults> faults,
                         Hal::MotionSensorProperties properties, SensorCapabilities capabilities)
         : StreamService<Interface, Record>(std::move(server), std::move(faults)),
           properties_(std::move(properties)),
           capabilities_(capabilities) {}
 
-    android::hardware::Return<void> getProperties(
-        typename Interface::getProperties_cb callback) override {
+    Return<void> getProperties(typename Interface::getProperties_cb callback) override {
         callback(this->faultOf("getProperties"), properties_);
-        return android::hardware::Void();
+        return Void();
     }
 
-    android::hardware::Return<Hal::Result> configureStream(
-        const Hal::MotionStreamProperties& properties) override {
-        const Hal::Result fault = this->faultOf("configureStream");
-        if (fault != Hal::Result::SUCCESS) {
-            return fault;
-        }
-        const std::optional<SamplingPlan> plan = planFor(properties, capabilities_);
-        if (!plan) {
-            ALOGW("%s: refused %u Hz, %u samples a batch", this->server().name().c_str(),
-                  properties.sampleRate, properties.batchSize);
-            return Hal::Result::FAILURE;
-        }
-        this->server().configure(*plan);
-        return Hal::Result::SUCCESS;
+    Return<Hal::Result> configureStream(const Hal::MotionStreamProperties& properties) override {
+        return this->unlessFaulty("configureStream", [&] {
+            const std::optional<SamplingPlan> plan = planFor(properties, capabilities_);
+            if (!plan) {
+                ALOGW("%s: refused %u Hz, %u samples a batch", this->server().name().c_str(),
+                      properties.sampleRate, properties.batchSize);
+                return Hal::Result::FAILURE;
+            }
+            this->server().configure(*plan);
+            return Hal::Result::SUCCESS;
+        });
     }
 
   private:

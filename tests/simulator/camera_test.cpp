@@ -124,10 +124,9 @@ class FrameSetServerTest : public ::testing::Test {
     ~FrameSetServerTest() override { server_->stop(); }
 
     std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
-    std::shared_ptr<FrameSetServer> server_ =
-        std::make_shared<FrameSetServer>(cameraStreamPlans()[0], faults_);
+    android::sp<FrameSetServer> server_ = new FrameSetServer(cameraStreamPlans()[0], faults_);
     std::shared_ptr<MuxControl> mux_ =
-        std::make_shared<MuxControl>(std::vector<std::shared_ptr<FrameSetServer>>{server_});
+        std::make_shared<MuxControl>(std::vector<android::sp<FrameSetServer>>{server_});
     android::sp<CameraStreamService> service_ = new CameraStreamService(server_, mux_, faults_);
 };
 

@@ -76,7 +76,7 @@ class ControllerTest : public ::testing::Test {
     std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
     std::shared_ptr<ControllerFleet> fleet_ =
         std::make_shared<ControllerFleet>(ControllerSettings{0, {}}, faults_);
-    std::shared_ptr<PoseReceiver> poses_ = std::make_shared<PoseReceiver>(fleet_);
+    android::sp<PoseReceiver> poses_ = new PoseReceiver(fleet_);
     android::sp<Hal::IControllerProvider> provider_ =
         new ControllerProviderService(fleet_, faults_);
     android::sp<Hal::IControllerStateProvider> owner_ =

@@ -65,11 +65,10 @@ class StreamServerTest : public ::testing::Test {
     }
 
     std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
-    std::shared_ptr<StreamServer<Hal::MagData>> server_ =
-        std::make_shared<StreamServer<Hal::MagData>>(
-            "mag", SamplingPlan{1000, 4},
-            [](const SampleInstant& instant) { return batchFrom(instant.sequence, 1).front(); },
-            faults_);
+    android::sp<StreamServer<Hal::MagData>> server_ = new StreamServer<Hal::MagData>(
+        "mag", SamplingPlan{1000, 4},
+        [](const SampleInstant& instant) { return batchFrom(instant.sequence, 1).front(); },
+        faults_);
 };
 
 TEST_F(StreamServerTest, ControlAnswersByTheStateOfTheClientsStream) {

@@ -1,0 +1,109 @@
+// The clients of a server that have a stream there, and the commands for it.
+#pragma once
+
+#include <log/log.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "client_register.h"
+
+namespace Simulator {
+
+/// What every server of a stream keeps of a client. Those that derive from it have a `problem()`:
+/// why the stream cannot be, null if it can.
+struct StreamingParty : RegisteredClient {
+    using RegisteredClient::RegisteredClient;
+
+    // Guarded by the register's lock.
+    bool isStarted = false;
+    /// It has ended its stream itself.
+    bool isDisconnected = false;
+};
+
+template <typename Client>
+class StreamRegister : public ClientRegister<Client> {
+  public:
+    /// @param name of the stream, for log lines
+    explicit StreamRegister(std::string name, size_t maxClients = StreamRegister::kMaxClients)
+        : ClientRegister<Client>(maxClients), name_(std::move(name)) {}
+
+    const std::string& name() const { return name_; }
+
+    Hal::Result control(const ClientIdentity& identity, Hal::StreamCommand command);
+
+  protected:
+    using typename ClientRegister<Client>::ClientPointer;
+
+    /// Takes the client in, its stream stopped, in place of what it had before.
+    /// @return whether it was possible, with a log line if it was not
+    bool takeIn(const ClientPointer& client);
+
+    /// A client had a stream before.
+    virtual void onReplaceLocked(Client& /*former*/, Client& /*successor*/) {}
+
+    bool isAnyStartedLocked() const {
+        return std::any_of(this->clients_.begin(), this->clients_.end(),
+                           [](const ClientPointer& client) { return client->isStarted; });
+    }
+
+  private:
+    const std::string name_;
+};
+
+template <typename Client>
+bool StreamRegister<Client>::takeIn(const ClientPointer& client) {
+    ClientPointer replaced;
+    const char* problem = client->problem();
+    if (problem == nullptr) {
+        problem = this->enrol(client, [&]() -> const char* {
+            replaced = this->findLocked(client->identity);
+            if (this->removeLocked(replaced)) {
+                onReplaceLocked(*replaced, *client);
+            }
+            return nullptr;
+        });
+    }
+    if (replaced != nullptr) {
+        this->release(replaced, "replaces its queue");
+    }
+    if (problem != nullptr) {
+        ALOGW("%s: refused %s: %s", name_.c_str(), client->name.c_str(), problem);
+    }
+    return problem == nullptr;
+}
+
+template <typename Client>
+Hal::Result StreamRegister<Client>::control(const ClientIdentity& identity,
+                                            Hal::StreamCommand command) {
+    if (identity == nullptr) {
+        return Hal::Result::FAILURE;
+    }
+    ClientPointer client;
+    {
+        const std::lock_guard lock{this->mutex_};
+        client = this->findLocked(identity);
+        if (client == nullptr) {
+            return Hal::Result::BAD_STATE;
+        }
+        const bool start = command == Hal::StreamCommand::START;
+        if (start || command == Hal::StreamCommand::STOP) {
+            if (client->isStarted == start) {
+                return Hal::Result::IGNORED;
+            }
+            client->isStarted = start;
+            this->onChangeLocked();
+            return Hal::Result::SUCCESS;
+        }
+        if (command != Hal::StreamCommand::DISCONNECT) {
+            return Hal::Result::FAILURE;
+        }
+        client->isDisconnected = true;
+        this->removeLocked(client);
+    }
+    this->release(client, "disconnected");
+    return Hal::Result::SUCCESS;
+}
+
+}  // namespace Simulator
