@@ -2,6 +2,7 @@
 #include <android/log.h>
 #include <fmt/format.h>
 #include <hidl/HidlTransportSupport.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,6 +28,15 @@ sigset_t endSignals() {
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     return signals;
+}
+
+/// Each client takes several descriptors: the soft limit is for fewer clients than there may be.
+void allowManyDescriptors() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
 }
 
 /// @return false, with a message, if the one who waits for it cannot be told
@@ -104,6 +114,8 @@ int main(int argc, char** argv) try {
     std::signal(SIGPIPE, SIG_IGN);
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    allowManyDescriptors();
 
     android::hardware::configureRpcThreadpool(1, false);
     Headset headset{std::make_shared<Faults>(options.faults), options.controllers,

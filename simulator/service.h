@@ -39,7 +39,6 @@ class Service : public Interface {
         return fault == Hal::Result::SUCCESS ? action() : fault;
     }
 
-  private:
     const std::shared_ptr<const Faults> faults_;
 };
 

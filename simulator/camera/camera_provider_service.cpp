@@ -12,14 +12,12 @@ namespace Simulator {
 
 using android::hardware::hidl_handle;
 using android::hardware::hidl_vec;
-using android::hardware::Return;
-using android::hardware::Void;
 using Hal::Result;
 
 CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
                                              std::shared_ptr<MuxControl> mux,
                                              std::shared_ptr<const Faults> faults)
-    : streams_(std::move(streams)), mux_(std::move(mux)), faults_(std::move(faults)) {
+    : Service(std::move(faults)), streams_(std::move(streams)), mux_(std::move(mux)) {
     for (const StreamPointer& stream : streams_) {
         channels_.push_back(stream->server()->plan().frameType);
     }
@@ -78,16 +76,14 @@ Return<Hal::UtilityFrequency> CameraProviderService::getUtilityFrequency() {
 }
 
 Return<Result> CameraProviderService::setUtilityFrequency(Hal::UtilityFrequency frequency) {
-    const Result fault = faultOf("setUtilityFrequency");
-    if (fault != Result::SUCCESS) {
-        return fault;
-    }
-    if (frequency > Hal::UtilityFrequency::FREQUENCY_60_HZ) {
-        return Result::FAILURE;
-    }
-    const std::lock_guard lock{mutex_};
-    utilityFrequency_ = frequency;
-    return Result::SUCCESS;
+    return unlessFaulty("setUtilityFrequency", [&] {
+        if (frequency > Hal::UtilityFrequency::FREQUENCY_60_HZ) {
+            return Result::FAILURE;
+        }
+        const std::lock_guard lock{mutex_};
+        utilityFrequency_ = frequency;
+        return Result::SUCCESS;
+    });
 }
 
 Return<void> CameraProviderService::getChannels(getChannels_cb callback) {
@@ -101,31 +97,28 @@ Return<void> CameraProviderService::getChannels(getChannels_cb callback) {
 }
 
 Return<Result> CameraProviderService::setChannels(const Hal::ChannelSettings& settings) {
-    const Result fault = faultOf("setChannels");
-    if (fault != Result::SUCCESS) {
-        return fault;
-    }
-    const std::vector<Hal::FrameType> channels = settings.channels;
-    for (const Hal::FrameType channel : channels) {
-        if (streamOf(channel) == nullptr) {
-            ALOGW("refused channels: no camera gives frames of type %u",
-                  static_cast<uint32_t>(channel));
-            return Result::FAILURE;
+    return unlessFaulty("setChannels", [&] {
+        const std::vector<Hal::FrameType> channels = settings.channels;
+        for (const Hal::FrameType channel : channels) {
+            if (streamOf(channel) == nullptr) {
+                ALOGW("refused channels: no camera gives frames of type %u",
+                      static_cast<uint32_t>(channel));
+                return Result::FAILURE;
+            }
         }
-    }
-    const std::lock_guard lock{mutex_};
-    channels_ = channels;
-    for (const StreamPointer& stream : streams_) {
-        FrameSetServer& server = *stream->server();
-        server.setEnabled(std::find(channels.begin(), channels.end(), server.plan().frameType) !=
-                          channels.end());
-    }
-    return Result::SUCCESS;
+        const std::lock_guard lock{mutex_};
+        channels_ = channels;
+        for (const StreamPointer& stream : streams_) {
+            FrameSetServer& server = *stream->server();
+            server.setEnabled(std::find(channels.begin(), channels.end(),
+                                        server.plan().frameType) != channels.end());
+        }
+        return Result::SUCCESS;
+    });
 }
 
 Return<Result> CameraProviderService::applyMuxMode(const String& name, uint8_t transition) {
-    const Result fault = faultOf("applyMuxMode");
-    return fault == Result::SUCCESS ? mux_->apply(name, transition) : fault;
+    return unlessFaulty("applyMuxMode", [&] { return mux_->apply(name, transition); });
 }
 
 Return<Result> CameraProviderService::setFrameRate(const Hal::FrameRateSettings& settings) {

@@ -11,11 +11,8 @@
 
 namespace Simulator {
 
-/// No method fails in the transport's sense: generated code would end the process.
-class CameraProviderService : public Hal::ICameraProvider {
+class CameraProviderService : public Service<Hal::ICameraProvider> {
   public:
-    template <typename T>
-    using Return = android::hardware::Return<T>;
     using String = android::hardware::hidl_string;
 
     CameraProviderService(std::vector<android::sp<CameraStreamService>> streams,
@@ -42,7 +39,6 @@ class CameraProviderService : public Hal::ICameraProvider {
   private:
     using StreamPointer = android::sp<CameraStreamService>;
 
-    Hal::Result faultOf(const char* method) const { return faults_->resultOf(descriptor, method); }
     /// Null if there is none.
     StreamPointer streamOf(Hal::FrameType frameType) const;
     StreamPointer streamOf(const String& purpose, const String& variant) const;
@@ -51,7 +47,6 @@ class CameraProviderService : public Hal::ICameraProvider {
 
     const std::vector<StreamPointer> streams_;
     const std::shared_ptr<MuxControl> mux_;
-    const std::shared_ptr<const Faults> faults_;
     std::mutex mutex_;
     Hal::UtilityFrequency utilityFrequency_ = Hal::UtilityFrequency::FREQUENCY_50_HZ;
     std::vector<Hal::FrameType> channels_;

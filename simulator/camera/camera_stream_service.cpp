@@ -9,8 +9,6 @@ namespace Simulator {
 
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
-using android::hardware::Return;
-using android::hardware::Void;
 using Hal::Result;
 
 Return<void> CameraStreamService::getMetadata(getMetadata_cb callback) {
@@ -18,9 +16,10 @@ Return<void> CameraStreamService::getMetadata(getMetadata_cb callback) {
     return Void();
 }
 
-Return<void> CameraStreamService::prepareStream(
-    const Client& client, const android::hardware::MQDescriptorSync<Hal::FrameSet>& queue,
-    const Hal::FmqConfig& config, prepareStream_cb callback) {
+Return<void> CameraStreamService::prepareStream(const ClientIdentity& client,
+                                                const ClientQueue<Hal::FrameSet>& queue,
+                                                const Hal::FmqConfig& config,
+                                                prepareStream_cb callback) {
     Result result = faultOf("prepareStream");
     std::shared_ptr<const FrameSetClient> prepared;
     if (result == Result::SUCCESS) {
@@ -35,39 +34,36 @@ Return<void> CameraStreamService::prepareStream(
     return Void();
 }
 
-Return<void> CameraStreamService::getConfiguration(const Client& /*client*/,
+Return<void> CameraStreamService::getConfiguration(const ClientIdentity& /*client*/,
                                                    getConfiguration_cb callback) {
     callback(faultOf("getConfiguration"), server_->configuration());
     return Void();
 }
 
-Return<Result> CameraStreamService::controlStream(const Client& client,
+Return<Result> CameraStreamService::controlStream(const ClientIdentity& client,
                                                   Hal::StreamCommand command) {
-    const Result fault = faultOf("controlStream");
-    return fault == Result::SUCCESS ? server_->control(client, command) : fault;
+    return unlessFaulty("controlStream", [&] { return server_->control(client, command); });
 }
 
-Return<Result> CameraStreamService::startOverridingExposureSettings(const Client& client) {
-    const Result fault = faultOf("startOverridingExposureSettings");
-    return fault != Result::SUCCESS
-               ? fault
-               : server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
-                     server_->exposure().startOverriding(claimant);
-                     return Result::SUCCESS;
-                 });
+Return<Result> CameraStreamService::startOverridingExposureSettings(const ClientIdentity& client) {
+    return unlessFaulty("startOverridingExposureSettings", [&] {
+        return server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
+            server_->exposure().startOverriding(claimant);
+            return Result::SUCCESS;
+        });
+    });
 }
 
-Return<Result> CameraStreamService::stopOverridingExposureSettings(const Client& client) {
-    const Result fault = faultOf("stopOverridingExposureSettings");
-    return fault != Result::SUCCESS
-               ? fault
-               : server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
-                     return server_->exposure().stopOverriding(claimant);
-                 });
+Return<Result> CameraStreamService::stopOverridingExposureSettings(const ClientIdentity& client) {
+    return unlessFaulty("stopOverridingExposureSettings", [&] {
+        return server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
+            return server_->exposure().stopOverriding(claimant);
+        });
+    });
 }
 
 Return<void> CameraStreamService::registerFrameConfigCallback(
-    const Client& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
+    const ClientIdentity& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
     registerFrameConfigCallback_cb callback) {
     Hal::MuxState state{};
     Result result = faultOf("registerFrameConfigCallback");
@@ -78,7 +74,7 @@ Return<void> CameraStreamService::registerFrameConfigCallback(
     return Void();
 }
 
-Return<void> CameraStreamService::setExposureGain(const Client& client,
+Return<void> CameraStreamService::setExposureGain(const ClientIdentity& client,
                                                   const Hal::ExposureGainSettings& settings) {
     const Result result =
         server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
@@ -98,8 +94,7 @@ Return<void> CameraStreamService::setPhaseOffset(uint64_t offset) {
 }
 
 Return<Result> CameraStreamService::setCameraSyncMode(Hal::CameraSyncMode mode) {
-    const Result fault = faultOf("setCameraSyncMode");
-    return fault == Result::SUCCESS ? server_->setSyncMode(mode) : fault;
+    return unlessFaulty("setCameraSyncMode", [&] { return server_->setSyncMode(mode); });
 }
 
 Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name,
@@ -128,8 +123,7 @@ Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name
 }
 
 Return<Result> CameraStreamService::setResolution(const hidl_vec<Hal::Resolution>& resolutions) {
-    const Result fault = faultOf("setResolution");
-    return fault == Result::SUCCESS ? server_->setResolutions(resolutions) : fault;
+    return unlessFaulty("setResolution", [&] { return server_->setResolutions(resolutions); });
 }
 
 std::vector<std::string> CameraStreamService::sessionData() const {
@@ -142,28 +136,25 @@ std::vector<std::string> CameraStreamService::sessionData() const {
 }
 
 Return<Result> CameraStreamController::startOverridingExposureSettings() {
-    const Result fault = faults_->resultOf(descriptor, "startOverridingExposureSettings");
-    if (fault == Result::SUCCESS) {
+    return unlessFaulty("startOverridingExposureSettings", [&] {
         server_->exposure().startOverriding(this);
-    }
-    return fault;
+        return Result::SUCCESS;
+    });
 }
 
 Return<Result> CameraStreamController::stopOverridingExposureSettings() {
-    const Result fault = faults_->resultOf(descriptor, "stopOverridingExposureSettings");
-    return fault == Result::SUCCESS ? server_->exposure().stopOverriding(this) : fault;
+    return unlessFaulty("stopOverridingExposureSettings",
+                        [&] { return server_->exposure().stopOverriding(this); });
 }
 
 Return<Result> CameraStreamController::setExposureGain(uint8_t slot, uint32_t frameSets,
                                                        const Hal::ExposureGainSettings& settings) {
-    const Result fault = faults_->resultOf(descriptor, "setExposureGain");
-    if (fault != Result::SUCCESS) {
-        return fault;
-    }
-    // FAILURE would say that the cameras are beyond control.
-    const bool isPossible =
-        slot < MuxControl::kSlots && settings.numCameras <= server_->plan().cameras.size();
-    return isPossible ? server_->exposure().set(this, settings, frameSets) : Result::BAD_STATE;
+    return unlessFaulty("setExposureGain", [&] {
+        // FAILURE would say that the cameras are beyond control.
+        const bool isPossible =
+            slot < MuxControl::kSlots && settings.numCameras <= server_->plan().cameras.size();
+        return isPossible ? server_->exposure().set(this, settings, frameSets) : Result::BAD_STATE;
+    });
 }
 
 }  // namespace Simulator

@@ -12,33 +12,30 @@
 
 #include "camera/frame_set_server.h"
 #include "camera/mux_control.h"
-#include "faults.h"
+#include "service.h"
 
 namespace Simulator {
 
-/// No method fails in the transport's sense: generated code would end the process.
-class CameraStreamService : public Hal::ICameraStream {
+class CameraStreamService : public Service<Hal::ICameraStream> {
   public:
-    template <typename T>
-    using Return = android::hardware::Return<T>;
-    using Client = android::sp<Hal::ISensorClient>;
-
     CameraStreamService(android::sp<FrameSetServer> server, std::shared_ptr<MuxControl> mux,
                         std::shared_ptr<const Faults> faults)
-        : server_(std::move(server)), mux_(std::move(mux)), faults_(std::move(faults)) {}
+        : Service(std::move(faults)), server_(std::move(server)), mux_(std::move(mux)) {}
 
     Return<void> getMetadata(getMetadata_cb callback) override;
-    Return<void> prepareStream(const Client& client,
-                               const android::hardware::MQDescriptorSync<Hal::FrameSet>& queue,
+    Return<void> prepareStream(const ClientIdentity& client,
+                               const ClientQueue<Hal::FrameSet>& queue,
                                const Hal::FmqConfig& config, prepareStream_cb callback) override;
-    Return<void> getConfiguration(const Client& client, getConfiguration_cb callback) override;
-    Return<Hal::Result> controlStream(const Client& client, Hal::StreamCommand command) override;
-    Return<Hal::Result> startOverridingExposureSettings(const Client& client) override;
-    Return<Hal::Result> stopOverridingExposureSettings(const Client& client) override;
+    Return<void> getConfiguration(const ClientIdentity& client,
+                                  getConfiguration_cb callback) override;
+    Return<Hal::Result> controlStream(const ClientIdentity& client,
+                                      Hal::StreamCommand command) override;
+    Return<Hal::Result> startOverridingExposureSettings(const ClientIdentity& client) override;
+    Return<Hal::Result> stopOverridingExposureSettings(const ClientIdentity& client) override;
     Return<void> registerFrameConfigCallback(
-        const Client& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
+        const ClientIdentity& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
         registerFrameConfigCallback_cb callback) override;
-    Return<void> setExposureGain(const Client& client,
+    Return<void> setExposureGain(const ClientIdentity& client,
                                  const Hal::ExposureGainSettings& settings) override;
     Return<void> setPhaseOffset(uint64_t offset) override;
     Return<Hal::Result> setCameraSyncMode(Hal::CameraSyncMode mode) override;
@@ -54,30 +51,26 @@ class CameraStreamService : public Hal::ICameraStream {
     std::vector<std::string> sessionData() const;
 
   private:
-    Hal::Result faultOf(const char* method) const { return faults_->resultOf(descriptor, method); }
-
     const android::sp<FrameSetServer> server_;
     const std::shared_ptr<MuxControl> mux_;
-    const std::shared_ptr<const Faults> faults_;
     mutable std::mutex mutex_;
     std::map<std::string, std::vector<uint8_t>> sessionData_;
 };
 
 /// One for each client that asks. What it overrides ends with it.
-class CameraStreamController : public Hal::ICameraStreamController {
+class CameraStreamController : public Service<Hal::ICameraStreamController> {
   public:
     CameraStreamController(android::sp<FrameSetServer> server, std::shared_ptr<const Faults> faults)
-        : server_(std::move(server)), faults_(std::move(faults)) {}
+        : Service(std::move(faults)), server_(std::move(server)) {}
     ~CameraStreamController() override { server_->exposure().stopOverriding(this); }
 
-    android::hardware::Return<Hal::Result> startOverridingExposureSettings() override;
-    android::hardware::Return<Hal::Result> stopOverridingExposureSettings() override;
-    android::hardware::Return<Hal::Result> setExposureGain(
-        uint8_t slot, uint32_t frameSets, const Hal::ExposureGainSettings& settings) override;
+    Return<Hal::Result> startOverridingExposureSettings() override;
+    Return<Hal::Result> stopOverridingExposureSettings() override;
+    Return<Hal::Result> setExposureGain(uint8_t slot, uint32_t frameSets,
+                                        const Hal::ExposureGainSettings& settings) override;
 
   private:
     const android::sp<FrameSetServer> server_;
-    const std::shared_ptr<const Faults> faults_;
 };
 
 }  // namespace Simulator

@@ -9,6 +9,7 @@ namespace Simulator {
 namespace {
 
 constexpr double kPcmSampleRate = 2000;     // Hz
+constexpr double kMinSampleRate = 1e-3;     // Hz
 constexpr double kMaxSampleRate = 8000;     // Hz
 constexpr uint32_t kBufferCapacity = 4096;  // samples
 constexpr float kActuatorFrequency = 160;   // Hz, the resonance of the moving mass
@@ -46,7 +47,7 @@ void HapticsPlayer::playPattern(const std::array<Hal::SimpleHapticIntensity, kSt
 bool HapticsPlayer::playBuffer(double sampleRate, bool repeat, const std::vector<uint8_t>& samples,
                                Time now) {
     // Not a number is in no range.
-    if (!(sampleRate > 0 && sampleRate <= kMaxSampleRate)) {
+    if (!(sampleRate >= kMinSampleRate && sampleRate <= kMaxSampleRate)) {
         ++record_.refused;
         return false;
     }

@@ -1,7 +1,6 @@
 // See provider_service.h.
 #include "controller/provider_service.h"
 
-#include <hwbinder/IPCThreadState.h>
 #include <log/log.h>
 
 #include <utility>
@@ -10,18 +9,11 @@
 
 namespace Simulator {
 
-using android::hardware::Return;
-using android::hardware::Void;
-
 ControllerProviderService::ControllerProviderService(std::shared_ptr<ControllerFleet> fleet,
                                                      std::shared_ptr<const Faults> faults)
-    : fleet_(std::move(fleet)),
-      faults_(std::move(faults)),
+    : Service(std::move(faults)),
+      fleet_(std::move(fleet)),
       management_(new ManagementClient(fleet_, faults_)) {}
-
-bool ControllerProviderService::isFaulty(const char* method) const {
-    return faults_->resultOf(descriptor, method) != Hal::Result::SUCCESS;
-}
 
 Return<void> ControllerProviderService::getPairedControllers(getPairedControllers_cb callback) {
     const bool isFault = isFaulty("getPairedControllers");
@@ -70,7 +62,7 @@ ControllerProviderService::getManagementClient() {
 
 Return<android::sp<Hal::IControllerStreamingClient>>
 ControllerProviderService::getStreamingClient() {
-    const int process = android::hardware::IPCThreadState::self()->getCallingPid();
+    const int process = callingProcess();
     const auto listener = std::make_shared<StreamingListener>(StreamingListener{process, {}, {}});
     if (isFaulty("getStreamingClient") || !fleet_->add(listener)) {
         ALOGW("controllers: no streaming client for process %d", process);
@@ -82,77 +74,81 @@ ControllerProviderService::getStreamingClient() {
 
 template <typename Record>
 Hal::Result ControllerProviderService::prepare(const char* method, StreamClients<Record>& stream,
-                                               const Queue<Record>& queue, const Client& client,
+                                               const ClientQueue<Record>& queue,
+                                               const ClientIdentity& client,
                                                const Hal::FmqConfig& config) {
-    const Hal::Result fault = faults_->resultOf(descriptor, method);
-    if (fault != Hal::Result::SUCCESS) {
-        return fault;
-    }
-    const Hal::Result result = stream.prepare(queue, client, config);
-    return result == Hal::Result::SUCCESS ? stream.control(client, Hal::StreamCommand::START)
-                                          : result;
+    return unlessFaulty(method, [&] {
+        const Hal::Result result = stream.prepare(queue, client, config);
+        return result == Hal::Result::SUCCESS ? stream.control(client, Hal::StreamCommand::START)
+                                              : result;
+    });
 }
 
 Return<Hal::Result> ControllerProviderService::prepareStateChangeStream(
-    const Queue<Hal::PairedControllerInfo>& queue, const Client& client,
+    const ClientQueue<Hal::PairedControllerInfo>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
     return prepare("prepareStateChangeStream", *fleet_->streams().stateChanges, queue, client,
                    config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareCurlStream(const Queue<Hal::CurlData>& queue,
-                                                                 const Client& client,
-                                                                 const Hal::FmqConfig& config) {
+Return<Hal::Result> ControllerProviderService::prepareCurlStream(
+    const ClientQueue<Hal::CurlData>& queue, const ClientIdentity& client,
+    const Hal::FmqConfig& config) {
     return prepare("prepareCurlStream", *fleet_->streams().curl, queue, client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::prepareImuStream(
-    const Queue<Hal::ControllerImuData>& queue, const Client& client,
+    const ClientQueue<Hal::ControllerImuData>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
     return prepare("prepareImuStream", *fleet_->streams().imu, queue, client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::prepareButtonStream(
-    const Queue<Hal::ButtonData>& queue, const Client& client, const Hal::FmqConfig& config) {
+    const ClientQueue<Hal::ButtonData>& queue, const ClientIdentity& client,
+    const Hal::FmqConfig& config) {
     return prepare("prepareButtonStream", *fleet_->streams().buttons, queue, client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::preparePrecisionPadStream(
-    const Queue<Hal::PrecisionPadData>& queue, const Client& client, const Hal::FmqConfig& config) {
+    const ClientQueue<Hal::PrecisionPadData>& queue, const ClientIdentity& client,
+    const Hal::FmqConfig& config) {
     return prepare("preparePrecisionPadStream", *fleet_->streams().precisionPad, queue, client,
                    config);
 }
 
 Return<Hal::Result> ControllerProviderService::prepareMultiTouchStream(
-    const Queue<Hal::MultiTouchData>& queue, const Client& client, const Hal::FmqConfig& config) {
+    const ClientQueue<Hal::MultiTouchData>& queue, const ClientIdentity& client,
+    const Hal::FmqConfig& config) {
     return prepare("prepareMultiTouchStream", *fleet_->streams().multiTouch, queue, client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::prepareStylusStream(
-    const Queue<Hal::StylusData>& queue, const Client& client, const Hal::FmqConfig& config) {
+    const ClientQueue<Hal::StylusData>& queue, const ClientIdentity& client,
+    const Hal::FmqConfig& config) {
     return prepare("prepareStylusStream", *fleet_->streams().stylus, queue, client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::prepareWirelessDeviceStatsStream(
-    const Queue<Hal::WirelessDeviceStats>& queue, const Client& client,
+    const ClientQueue<Hal::WirelessDeviceStats>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
     return prepare("prepareWirelessDeviceStatsStream", *fleet_->streams().wirelessStats, queue,
                    client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::preparePoseInputStream(
-    const Queue<Hal::PoseInput>& queue, const Client& client, const Hal::FmqConfig& config) {
+    const ClientQueue<Hal::PoseInput>& queue, const ClientIdentity& client,
+    const Hal::FmqConfig& config) {
     return prepare("preparePoseInputStream", *fleet_->streams().poses, queue, client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::prepareInputADCStream(
-    const Queue<Hal::ControllerInputADCData>& queue, const Client& client,
+    const ClientQueue<Hal::ControllerInputADCData>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
     return prepare("prepareInputADCStream", *fleet_->streams().adc, queue, client, config);
 }
 
 Return<Hal::Result> ControllerProviderService::prepareCollisionEventStream(
-    const Queue<Hal::ControllerCollisionEvent>& queue, const Client& client,
+    const ClientQueue<Hal::ControllerCollisionEvent>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
     return prepare("prepareCollisionEventStream", *fleet_->streams().collisions, queue, client,
                    config);

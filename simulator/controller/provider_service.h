@@ -7,21 +7,14 @@
 
 #include "controller/controller_fleet.h"
 #include "controller/management_client.h"
-#include "faults.h"
-#include "hal.h"
+#include "service.h"
 
 namespace Simulator {
 
-class ControllerProviderService : public Hal::IControllerProvider {
+class ControllerProviderService : public Service<Hal::IControllerProvider> {
   public:
     ControllerProviderService(std::shared_ptr<ControllerFleet> fleet,
                               std::shared_ptr<const Faults> faults);
-
-    template <typename T>
-    using Return = android::hardware::Return<T>;
-    template <typename Record>
-    using Queue = android::hardware::MQDescriptorSync<Record>;
-    using Client = android::sp<Hal::ISensorClient>;
 
     Return<void> getPairedControllers(getPairedControllers_cb callback) override;
     Return<bool> setWirelessFreqBlocklist(
@@ -33,49 +26,48 @@ class ControllerProviderService : public Hal::IControllerProvider {
     Return<android::sp<Hal::IControllerManagementClient>> getManagementClient() override;
     Return<android::sp<Hal::IControllerStreamingClient>> getStreamingClient() override;
 
-    Return<Hal::Result> prepareStateChangeStream(const Queue<Hal::PairedControllerInfo>& queue,
-                                                 const Client& client,
-                                                 const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareCurlStream(const Queue<Hal::CurlData>& queue, const Client& client,
+    Return<Hal::Result> prepareStateChangeStream(
+        const ClientQueue<Hal::PairedControllerInfo>& queue, const ClientIdentity& client,
+        const Hal::FmqConfig& config) override;
+    Return<Hal::Result> prepareCurlStream(const ClientQueue<Hal::CurlData>& queue,
+                                          const ClientIdentity& client,
                                           const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareImuStream(const Queue<Hal::ControllerImuData>& queue,
-                                         const Client& client,
+    Return<Hal::Result> prepareImuStream(const ClientQueue<Hal::ControllerImuData>& queue,
+                                         const ClientIdentity& client,
                                          const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareButtonStream(const Queue<Hal::ButtonData>& queue,
-                                            const Client& client,
+    Return<Hal::Result> prepareButtonStream(const ClientQueue<Hal::ButtonData>& queue,
+                                            const ClientIdentity& client,
                                             const Hal::FmqConfig& config) override;
-    Return<Hal::Result> preparePrecisionPadStream(const Queue<Hal::PrecisionPadData>& queue,
-                                                  const Client& client,
+    Return<Hal::Result> preparePrecisionPadStream(const ClientQueue<Hal::PrecisionPadData>& queue,
+                                                  const ClientIdentity& client,
                                                   const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareMultiTouchStream(const Queue<Hal::MultiTouchData>& queue,
-                                                const Client& client,
+    Return<Hal::Result> prepareMultiTouchStream(const ClientQueue<Hal::MultiTouchData>& queue,
+                                                const ClientIdentity& client,
                                                 const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareStylusStream(const Queue<Hal::StylusData>& queue,
-                                            const Client& client,
+    Return<Hal::Result> prepareStylusStream(const ClientQueue<Hal::StylusData>& queue,
+                                            const ClientIdentity& client,
                                             const Hal::FmqConfig& config) override;
     Return<Hal::Result> prepareWirelessDeviceStatsStream(
-        const Queue<Hal::WirelessDeviceStats>& queue, const Client& client,
+        const ClientQueue<Hal::WirelessDeviceStats>& queue, const ClientIdentity& client,
         const Hal::FmqConfig& config) override;
-    Return<Hal::Result> preparePoseInputStream(const Queue<Hal::PoseInput>& queue,
-                                               const Client& client,
+    Return<Hal::Result> preparePoseInputStream(const ClientQueue<Hal::PoseInput>& queue,
+                                               const ClientIdentity& client,
                                                const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareInputADCStream(const Queue<Hal::ControllerInputADCData>& queue,
-                                              const Client& client,
+    Return<Hal::Result> prepareInputADCStream(const ClientQueue<Hal::ControllerInputADCData>& queue,
+                                              const ClientIdentity& client,
                                               const Hal::FmqConfig& config) override;
     Return<Hal::Result> prepareCollisionEventStream(
-        const Queue<Hal::ControllerCollisionEvent>& queue, const Client& client,
+        const ClientQueue<Hal::ControllerCollisionEvent>& queue, const ClientIdentity& client,
         const Hal::FmqConfig& config) override;
 
   private:
-    bool isFaulty(const char* method) const;
     /// Takes the client's queue and starts its stream.
     template <typename Record>
     Hal::Result prepare(const char* method, StreamClients<Record>& stream,
-                        const Queue<Record>& queue, const Client& client,
+                        const ClientQueue<Record>& queue, const ClientIdentity& client,
                         const Hal::FmqConfig& config);
 
     const std::shared_ptr<ControllerFleet> fleet_;
-    const std::shared_ptr<const Faults> faults_;
     const android::sp<ManagementClient> management_;
 };
 

@@ -7,8 +7,6 @@
 
 namespace Simulator {
 
-using android::hardware::Return;
-using android::hardware::Void;
 using Hal::Result;
 
 namespace {
@@ -23,27 +21,17 @@ constexpr size_t kKeySize = 16;
 ControllerStateProviderService::ControllerStateProviderService(
     std::shared_ptr<ControllerFleet> fleet, android::sp<PoseReceiver> poses,
     std::shared_ptr<const Faults> faults)
-    : fleet_(std::move(fleet)), poses_(std::move(poses)), faults_(std::move(faults)) {}
-
-bool ControllerStateProviderService::isFaulty(const char* method) const {
-    return faults_->resultOf(descriptor, method) != Result::SUCCESS;
-}
-
-template <typename Action>
-Result ControllerStateProviderService::unlessFaulty(const char* method,
-                                                    const Action& action) const {
-    const Result fault = faults_->resultOf(descriptor, method);
-    return fault == Result::SUCCESS ? action() : fault;
-}
+    : Service(std::move(faults)), fleet_(std::move(fleet)), poses_(std::move(poses)) {}
 
 Return<Result> ControllerStateProviderService::prepareHapticsStateStream(
-    const Queue<Hal::HapticsState>& queue, const Client& client, const Hal::FmqConfig& config) {
+    const ClientQueue<Hal::HapticsState>& queue, const ClientIdentity& client,
+    const Hal::FmqConfig& config) {
     return unlessFaulty("prepareHapticsStateStream",
                         [&] { return fleet_->streams().haptics->prepare(queue, client, config); });
 }
 
 Return<Result> ControllerStateProviderService::prepareWirelessStateTransitionStream(
-    const Queue<Hal::WirelessStateTransition>& queue, const Client& client,
+    const ClientQueue<Hal::WirelessStateTransition>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
     return unlessFaulty("prepareWirelessStateTransitionStream", [&] {
         return fleet_->streams().wirelessStates->prepare(queue, client, config);
@@ -51,14 +39,14 @@ Return<Result> ControllerStateProviderService::prepareWirelessStateTransitionStr
 }
 
 Return<Result> ControllerStateProviderService::prepareControllerInputStream(
-    const Queue<Hal::ControllerInputData>& queue, const Client& client,
+    const ClientQueue<Hal::ControllerInputData>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
     return unlessFaulty("prepareControllerInputStream",
                         [&] { return fleet_->streams().inputs->prepare(queue, client, config); });
 }
 
 Return<void> ControllerStateProviderService::preparePoseOutputStream(
-    const Client& client, preparePoseOutputStream_cb callback) {
+    const ClientIdentity& client, preparePoseOutputStream_cb callback) {
     std::shared_ptr<PoseSender> sender;
     const Result result =
         unlessFaulty("preparePoseOutputStream", [&] { return poses_->prepare(client, &sender); });
@@ -71,24 +59,24 @@ Return<void> ControllerStateProviderService::preparePoseOutputStream(
 }
 
 Return<Result> ControllerStateProviderService::controlHapticsStateStream(
-    const Client& client, Hal::StreamCommand command) {
+    const ClientIdentity& client, Hal::StreamCommand command) {
     return unlessFaulty("controlHapticsStateStream",
                         [&] { return fleet_->streams().haptics->control(client, command); });
 }
 
 Return<Result> ControllerStateProviderService::controlWirelessStateTransitionStream(
-    const Client& client, Hal::StreamCommand command) {
+    const ClientIdentity& client, Hal::StreamCommand command) {
     return unlessFaulty("controlWirelessStateTransitionStream",
                         [&] { return fleet_->streams().wirelessStates->control(client, command); });
 }
 
 Return<Result> ControllerStateProviderService::controlControllerInputStream(
-    const Client& client, Hal::StreamCommand command) {
+    const ClientIdentity& client, Hal::StreamCommand command) {
     return unlessFaulty("controlControllerInputStream",
                         [&] { return fleet_->streams().inputs->control(client, command); });
 }
 
-Return<Result> ControllerStateProviderService::controlPoseOutputStream(const Client& client,
+Return<Result> ControllerStateProviderService::controlPoseOutputStream(const ClientIdentity& client,
                                                                        Hal::StreamCommand command) {
     return unlessFaulty("controlPoseOutputStream",
                         [&] { return poses_->control(client, command); });

@@ -7,41 +7,34 @@
 
 #include "controller/controller_fleet.h"
 #include "controller/pose_receiver.h"
-#include "faults.h"
-#include "hal.h"
+#include "service.h"
 
 namespace Simulator {
 
-class ControllerStateProviderService : public Hal::IControllerStateProvider {
+class ControllerStateProviderService : public Service<Hal::IControllerStateProvider> {
   public:
     ControllerStateProviderService(std::shared_ptr<ControllerFleet> fleet,
                                    android::sp<PoseReceiver> poses,
                                    std::shared_ptr<const Faults> faults);
 
-    template <typename T>
-    using Return = android::hardware::Return<T>;
-    template <typename Record>
-    using Queue = android::hardware::MQDescriptorSync<Record>;
-    using Client = android::sp<Hal::ISensorClient>;
-
-    Return<Hal::Result> prepareHapticsStateStream(const Queue<Hal::HapticsState>& queue,
-                                                  const Client& client,
+    Return<Hal::Result> prepareHapticsStateStream(const ClientQueue<Hal::HapticsState>& queue,
+                                                  const ClientIdentity& client,
                                                   const Hal::FmqConfig& config) override;
     Return<Hal::Result> prepareWirelessStateTransitionStream(
-        const Queue<Hal::WirelessStateTransition>& queue, const Client& client,
+        const ClientQueue<Hal::WirelessStateTransition>& queue, const ClientIdentity& client,
         const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareControllerInputStream(const Queue<Hal::ControllerInputData>& queue,
-                                                     const Client& client,
-                                                     const Hal::FmqConfig& config) override;
-    Return<void> preparePoseOutputStream(const Client& client,
+    Return<Hal::Result> prepareControllerInputStream(
+        const ClientQueue<Hal::ControllerInputData>& queue, const ClientIdentity& client,
+        const Hal::FmqConfig& config) override;
+    Return<void> preparePoseOutputStream(const ClientIdentity& client,
                                          preparePoseOutputStream_cb callback) override;
-    Return<Hal::Result> controlHapticsStateStream(const Client& client,
+    Return<Hal::Result> controlHapticsStateStream(const ClientIdentity& client,
                                                   Hal::StreamCommand command) override;
-    Return<Hal::Result> controlWirelessStateTransitionStream(const Client& client,
+    Return<Hal::Result> controlWirelessStateTransitionStream(const ClientIdentity& client,
                                                              Hal::StreamCommand command) override;
-    Return<Hal::Result> controlControllerInputStream(const Client& client,
+    Return<Hal::Result> controlControllerInputStream(const ClientIdentity& client,
                                                      Hal::StreamCommand command) override;
-    Return<Hal::Result> controlPoseOutputStream(const Client& client,
+    Return<Hal::Result> controlPoseOutputStream(const ClientIdentity& client,
                                                 Hal::StreamCommand command) override;
     Return<bool> notifyBatteryState(uint8_t level) override;
     Return<void> enterPairingMode(enterPairingMode_cb callback) override;
@@ -51,14 +44,8 @@ class ControllerStateProviderService : public Hal::IControllerStateProvider {
     Return<bool> setKivrarEnabled(bool enabled) override;
 
   private:
-    bool isFaulty(const char* method) const;
-    /// The answer of `action`, or of the fault that the method has.
-    template <typename Action>
-    Hal::Result unlessFaulty(const char* method, const Action& action) const;
-
     const std::shared_ptr<ControllerFleet> fleet_;
     const android::sp<PoseReceiver> poses_;
-    const std::shared_ptr<const Faults> faults_;
 };
 
 }  // namespace Simulator

@@ -18,14 +18,10 @@ using Hal::ControllerFeature;
 StreamingClient::StreamingClient(std::shared_ptr<StreamingListener> listener,
                                  std::shared_ptr<ControllerFleet> fleet,
                                  std::shared_ptr<const Faults> faults)
-    : listener_(std::move(listener)), fleet_(std::move(fleet)), faults_(std::move(faults)) {}
+    : Service(std::move(faults)), listener_(std::move(listener)), fleet_(std::move(fleet)) {}
 
 StreamingClient::~StreamingClient() {
     fleet_->remove(listener_);
-}
-
-bool StreamingClient::isFaulty(const char* method) const {
-    return faults_->resultOf(descriptor, method) != Hal::Result::SUCCESS;
 }
 
 bool StreamingClient::note(const char* method, bool isDone) const {
@@ -54,51 +50,49 @@ bool StreamingClient::play(const char* method, const ControllerAddr& controller,
 }
 
 template <typename Value, typename Get, typename Callback>
-android::hardware::Return<void> StreamingClient::query(const char* method,
-                                                       const ControllerAddr& controller,
-                                                       const Get& get, const Callback& callback) {
+Return<void> StreamingClient::query(const char* method, const ControllerAddr& controller,
+                                    const Get& get, const Callback& callback) {
     Value value{};
     const bool isThere = fleet_->with(controller, false, [&](const ControllerDevice& device) {
         value = get(device);
         return true;
     });
     callback(value, isThere && !isFaulty(method));
-    return android::hardware::Void();
+    return Void();
 }
 
-android::hardware::Return<void> StreamingClient::release() {
+Return<void> StreamingClient::release() {
     fleet_->remove(listener_);
-    return android::hardware::Void();
+    return Void();
 }
 
-android::hardware::Return<void> StreamingClient::getCalibrationData(
-    const ControllerAddr& controller, getCalibrationData_cb callback) {
+Return<void> StreamingClient::getCalibrationData(const ControllerAddr& controller,
+                                                 getCalibrationData_cb callback) {
     const bool isThere =
         !isFaulty("getCalibrationData") &&
         fleet_->with(controller, false, [](const ControllerDevice&) { return true; });
     callback(isThere ? 1 : 0, isThere ? "gyroscope 1 1 1; accelerometer 1 1 1" : "");
-    return android::hardware::Void();
+    return Void();
 }
 
-android::hardware::Return<void> StreamingClient::enable(const ControllerAddr& controller) {
+Return<void> StreamingClient::enable(const ControllerAddr& controller) {
     note("enable", fleet_->enable(listener_.get(), controller, true));
-    return android::hardware::Void();
+    return Void();
 }
 
-android::hardware::Return<void> StreamingClient::disable(const ControllerAddr& controller) {
+Return<void> StreamingClient::disable(const ControllerAddr& controller) {
     note("disable", fleet_->enable(listener_.get(), controller, false));
-    return android::hardware::Void();
+    return Void();
 }
 
-android::hardware::Return<bool> StreamingClient::controlInputADCStreaming(
-    const ControllerAddr& controller, bool enable) {
+Return<bool> StreamingClient::controlInputADCStreaming(const ControllerAddr& controller,
+                                                       bool enable) {
     constexpr char kMethod[] = "controlInputADCStreaming";
     return note(kMethod,
                 !isFaulty(kMethod) && fleet_->enableAdc(listener_.get(), controller, enable));
 }
 
-android::hardware::Return<bool> StreamingClient::setLedConfig(
-    const Hal::ControllerLedConfig& config) {
+Return<bool> StreamingClient::setLedConfig(const Hal::ControllerLedConfig& config) {
     constexpr char kMethod[] = "setLedConfig";
     return note(kMethod,
                 !isFaulty(kMethod) && fleet_->withHand(config.hand, [&](ControllerDevice& device) {
@@ -106,34 +100,34 @@ android::hardware::Return<bool> StreamingClient::setLedConfig(
                 }));
 }
 
-android::hardware::Return<void> StreamingClient::getLedConfig(const ControllerAddr& controller,
-                                                              getLedConfig_cb callback) {
+Return<void> StreamingClient::getLedConfig(const ControllerAddr& controller,
+                                           getLedConfig_cb callback) {
     return query<Hal::ControllerLedConfig>(
         "getLedConfig", controller, [](const ControllerDevice& device) { return device.led(); },
         callback);
 }
 
-android::hardware::Return<bool> StreamingClient::setTransmitPowerBoost(int8_t boost) {
+Return<bool> StreamingClient::setTransmitPowerBoost(int8_t boost) {
     constexpr char kMethod[] = "setTransmitPowerBoost";
     constexpr int8_t kMaxBoost = 10;  // dB
     return note(kMethod, !isFaulty(kMethod) && boost >= 0 && boost <= kMaxBoost);
 }
 
-android::hardware::Return<bool> StreamingClient::setMaxHostTransmitPower(int8_t power) {
+Return<bool> StreamingClient::setMaxHostTransmitPower(int8_t power) {
     constexpr char kMethod[] = "setMaxHostTransmitPower";
     constexpr int8_t kRange = 20;  // dBm
     return note(kMethod, !isFaulty(kMethod) && power >= -kRange && power <= kRange);
 }
 
-android::hardware::Return<bool> StreamingClient::setSimpleHaptics(const ControllerAddr& controller,
-                                                                  uint8_t intensity) {
+Return<bool> StreamingClient::setSimpleHaptics(const ControllerAddr& controller,
+                                               uint8_t intensity) {
     return play("setSimpleHaptics", controller, [&](HapticsPlayer& haptics, auto now) {
         haptics.vibrate(intensity, now);
         return true;
     });
 }
 
-android::hardware::Return<bool> StreamingClient::setSimpleHapticsPattern(
+Return<bool> StreamingClient::setSimpleHapticsPattern(
     const ControllerAddr& controller, const hidl_array<Hal::SimpleHapticIntensity, 6>& steps) {
     return play("setSimpleHapticsPattern", controller, [&](HapticsPlayer& haptics, auto now) {
         haptics.playPattern(steps, now);
@@ -141,73 +135,71 @@ android::hardware::Return<bool> StreamingClient::setSimpleHapticsPattern(
     });
 }
 
-android::hardware::Return<bool> StreamingClient::setBufferedHaptics(
-    const ControllerAddr& controller, double sampleRate, uint8_t count, bool repeat,
-    const hidl_vec<uint8_t>& samples) {
+Return<bool> StreamingClient::setBufferedHaptics(const ControllerAddr& controller,
+                                                 double sampleRate, uint8_t count, bool repeat,
+                                                 const hidl_vec<uint8_t>& samples) {
     return play("setBufferedHaptics", controller, [&](HapticsPlayer& haptics, auto now) {
         return count == samples.size() && haptics.playBuffer(sampleRate, repeat, samples, now);
     });
 }
 
-android::hardware::Return<bool> StreamingClient::appendBufferedHaptics(
-    const ControllerAddr& controller, uint8_t count, const hidl_vec<uint8_t>& samples) {
+Return<bool> StreamingClient::appendBufferedHaptics(const ControllerAddr& controller, uint8_t count,
+                                                    const hidl_vec<uint8_t>& samples) {
     return play("appendBufferedHaptics", controller, [&](HapticsPlayer& haptics, auto now) {
         return count == samples.size() && haptics.appendBuffer(samples, now);
     });
 }
 
-android::hardware::Return<bool> StreamingClient::appendPCMHaptics(const ControllerAddr& controller,
-                                                                  const hidl_vec<int8_t>& samples) {
+Return<bool> StreamingClient::appendPCMHaptics(const ControllerAddr& controller,
+                                               const hidl_vec<int8_t>& samples) {
     return play("appendPCMHaptics", controller,
                 [&](HapticsPlayer& haptics, auto now) { return haptics.appendPcm(samples, now); });
 }
 
-android::hardware::Return<bool> StreamingClient::setThumbstickMaxADCRange(
-    const ControllerAddr& controller, const Hal::ThumbstickADCRange& range) {
+Return<bool> StreamingClient::setThumbstickMaxADCRange(const ControllerAddr& controller,
+                                                       const Hal::ThumbstickADCRange& range) {
     return command("setThumbstickMaxADCRange", controller,
                    [&](ControllerDevice& device) { return device.setThumbstickRange(range); });
 }
 
-android::hardware::Return<void> StreamingClient::getThumbstickMaxADCRange(
-    const ControllerAddr& controller, getThumbstickMaxADCRange_cb callback) {
+Return<void> StreamingClient::getThumbstickMaxADCRange(const ControllerAddr& controller,
+                                                       getThumbstickMaxADCRange_cb callback) {
     return query<Hal::ThumbstickADCRange>(
         "getThumbstickMaxADCRange", controller,
         [](const ControllerDevice& device) { return device.thumbstick().range; }, callback);
 }
 
-android::hardware::Return<bool> StreamingClient::resetThumbstickMaxADCRange(
-    const ControllerAddr& controller) {
+Return<bool> StreamingClient::resetThumbstickMaxADCRange(const ControllerAddr& controller) {
     return command("resetThumbstickMaxADCRange", controller, [](ControllerDevice& device) {
         return device.setThumbstickRange(ThumbstickCalibration::kFactoryRange);
     });
 }
 
-android::hardware::Return<bool> StreamingClient::setThumbstickDeadzone(
-    const ControllerAddr& controller, float deadzone) {
+Return<bool> StreamingClient::setThumbstickDeadzone(const ControllerAddr& controller,
+                                                    float deadzone) {
     return command("setThumbstickDeadzone", controller,
                    [&](ControllerDevice& device) { return device.setDeadzone(deadzone); });
 }
 
-android::hardware::Return<void> StreamingClient::getThumbstickDeadzone(
-    const ControllerAddr& controller, getThumbstickDeadzone_cb callback) {
+Return<void> StreamingClient::getThumbstickDeadzone(const ControllerAddr& controller,
+                                                    getThumbstickDeadzone_cb callback) {
     return query<float>(
         "getThumbstickDeadzone", controller,
         [](const ControllerDevice& device) { return device.thumbstick().deadzone; }, callback);
 }
 
-android::hardware::Return<bool> StreamingClient::resetThumbstickDeadzone(
-    const ControllerAddr& controller) {
+Return<bool> StreamingClient::resetThumbstickDeadzone(const ControllerAddr& controller) {
     return command("resetThumbstickDeadzone", controller, [](ControllerDevice& device) {
         return device.setDeadzone(ThumbstickCalibration::kFactoryDeadzone);
     });
 }
 
-android::hardware::Return<bool> StreamingClient::sleepController(const ControllerAddr& controller) {
+Return<bool> StreamingClient::sleepController(const ControllerAddr& controller) {
     return command("sleepController", controller,
                    [](ControllerDevice& device) { return device.sleep(); });
 }
 
-android::hardware::Return<bool> StreamingClient::wakeController(const ControllerAddr& controller) {
+Return<bool> StreamingClient::wakeController(const ControllerAddr& controller) {
     return command("wakeController", controller, [](ControllerDevice& device) {
         return device.wake(std::chrono::steady_clock::now());
     });

@@ -6,22 +6,18 @@
 #include <memory>
 
 #include "controller/controller_fleet.h"
-#include "faults.h"
-#include "hal.h"
+#include "service.h"
 
 namespace Simulator {
 
 /// Switches off what its client has switched on when it is released, or when the last reference to
 /// it goes with the client's process.
-class StreamingClient : public Hal::IControllerStreamingClient {
+class StreamingClient : public Service<Hal::IControllerStreamingClient> {
   public:
     /// @param listener one that the fleet knows
     StreamingClient(std::shared_ptr<StreamingListener> listener,
                     std::shared_ptr<ControllerFleet> fleet, std::shared_ptr<const Faults> faults);
     ~StreamingClient() override;
-
-    template <typename T>
-    using Return = android::hardware::Return<T>;
 
     Return<void> release() override;
     Return<void> getCalibrationData(const Hal::ControllerAddr& controller,
@@ -73,12 +69,10 @@ class StreamingClient : public Hal::IControllerStreamingClient {
     template <typename Value, typename Get, typename Callback>
     Return<void> query(const char* method, const Hal::ControllerAddr& controller, const Get& get,
                        const Callback& callback);
-    bool isFaulty(const char* method) const;
     bool note(const char* method, bool isDone) const;
 
     const std::shared_ptr<StreamingListener> listener_;
     const std::shared_ptr<ControllerFleet> fleet_;
-    const std::shared_ptr<const Faults> faults_;
 };
 
 }  // namespace Simulator
