@@ -27,12 +27,14 @@ static std::vector<std::string> streamNames() {
     return names;
 }
 
-void addSessionOptions(CLI::App& command, SessionOptions& options) {
-    command
-        .add_option("--duration", options.durationSeconds,
-                    "End after so many seconds; otherwise at Ctrl-C")
+void addDurationOption(CLI::App& command, std::optional<double>& seconds) {
+    command.add_option("--duration", seconds, "End after so many seconds; otherwise at Ctrl-C")
         ->type_name("SECONDS")
         ->check(secondsFrom(0.01));
+}
+
+void addSessionOptions(CLI::App& command, SessionOptions& options) {
+    addDurationOption(command, options.durationSeconds);
     command.add_option("--streams", options.streams, "Which streams, separated by commas")
         ->type_name("STREAM,...")
         ->delimiter(',')
@@ -53,7 +55,5 @@ void addSessionOptions(CLI::App& command, SessionOptions& options) {
 void conclude(Session& session, const Shutdown& shutdown) {
     session.finish();
     Display::append(session.summary());
-    if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
-        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
-    }
+    shutdown.requireService();
 }

@@ -10,11 +10,24 @@
 /// How long a run may take to end once it is asked to.
 inline constexpr std::chrono::seconds kShutdownGrace{2};
 
+/// Of commands that have nothing to tidy up: a signal or the death of the service ends them at
+/// once.
+inline constexpr std::chrono::milliseconds kNoGrace{0};
+
 void addListCommand(CLI::App& app);
 void addMonitorCommand(CLI::App& app);
 void addRecordCommand(CLI::App& app);
 void addCaptureCommand(CLI::App& app);
 void addMuxCommand(CLI::App& app);
+void addControllersCommand(CLI::App& app);
+void addPoseCommand(CLI::App& app);
+void addFlickerCommand(CLI::App& app);
+void addLedsCommand(CLI::App& app);
+void addRpcCommand(CLI::App& app);
+void addTimeCommand(CLI::App& app);
+
+/// Adds the option that ends a run by itself.
+void addDurationOption(CLI::App& command, std::optional<double>& seconds);
 
 /// Adds what the commands that stream have in common.
 void addSessionOptions(CLI::App& command, SessionOptions& options);

@@ -28,3 +28,9 @@ class Inventory {
     bool isAnyRunning_ = false;
     std::vector<Table> tables_;
 };
+
+// The areas.
+void listMotion(Inventory& inventory);
+void listCameras(Inventory& inventory);
+void listControllers(Inventory& inventory);
+void listEnvironment(Inventory& inventory);

@@ -7,8 +7,6 @@
 #include <system_error>
 
 #include "commands.h"
-#include "controller/controller_commands.h"
-#include "environment/environment_commands.h"
 #include "failure.h"
 
 namespace {
@@ -21,14 +19,11 @@ ExitCode runCommandLine(int argc, char** argv) {
     CLI::App app("Shows and records the sensors of a device.", "sensorctl");
     app.footer(kFooter);
     app.require_subcommand(1);
-    addListCommand(app);
-    addMonitorCommand(app);
-    addRecordCommand(app);
-    addCaptureCommand(app);
-    addMuxCommand(app);
-    addControllersCommand(app);
-    addPoseCommand(app);
-    addEnvironmentCommands(app);
+    for (auto addCommand : {addListCommand, addMonitorCommand, addRecordCommand, addCaptureCommand,
+                            addMuxCommand, addControllersCommand, addPoseCommand, addFlickerCommand,
+                            addLedsCommand, addRpcCommand, addTimeCommand}) {
+        addCommand(app);
+    }
     try {
         // Runs the command as well.
         app.parse(argc, argv);

@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "display.h"
+#include "waiter.h"
 
 namespace {
 
@@ -16,8 +17,7 @@ void monitor(const MonitorOptions& options) {
     Shutdown shutdown(kShutdownGrace);
     Session session(options.session, shutdown);
     Display display;
-    const auto interval = std::chrono::duration_cast<std::chrono::nanoseconds>(
-        std::chrono::duration<double>(options.intervalSeconds));
+    const auto interval = durationOf(options.intervalSeconds);
     session.start();
     bool goesOn = true;
     while (goesOn) {

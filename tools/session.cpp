@@ -49,9 +49,7 @@ Table measurementTable(const std::vector<std::unique_ptr<SensorStream>>& streams
 }  // namespace
 
 Session::Session(const SessionOptions& options, Shutdown& shutdown)
-    : shutdown_(shutdown),
-      durationSeconds_(options.durationSeconds),
-      composite_(createStreamCompositor()->createCompositeStream("sensorctl")) {
+    : shutdown_(shutdown), durationSeconds_(options.durationSeconds), waiter_(shutdown) {
     const auto isChosen = [&options](const std::string& name) {
         return std::find(options.streams.begin(), options.streams.end(), name) !=
                options.streams.end();
@@ -72,12 +70,10 @@ Session::Session(const SessionOptions& options, Shutdown& shutdown)
         throw Failure(ExitCode::USAGE, fmt::format("{} streams are more than the {} of one run",
                                                    streams_.size(), kMaxStreams));
     }
-    shutdown_.wake(composite_.get());
 }
 
 Session::~Session() {
     stop();
-    shutdown_.wake(nullptr);
 }
 
 void Session::recordTo(const std::filesystem::path& directory) {
@@ -94,7 +90,7 @@ void Session::recordTo(const std::filesystem::path& directory) {
 
 void Session::start() {
     for (const auto& stream : streams_) {
-        stream->addTo(*composite_);
+        stream->addTo(*waiter_.composite());
     }
     isStarted_ = true;
     begin_ = std::chrono::steady_clock::now();
@@ -102,26 +98,21 @@ void Session::start() {
         stream->start();
     }
     if (durationSeconds_) {
-        end_ = begin_ + std::chrono::duration_cast<std::chrono::nanoseconds>(
-                            std::chrono::duration<double>(*durationSeconds_));
+        end_ = begin_ + durationOf(*durationSeconds_);
     }
 }
 
 bool Session::receiveUntil(Time deadline) {
-    const Time until = std::min(deadline, end_);
-    while (shutdown_.cause() == Shutdown::Cause::NONE) {
-        const Time now = std::chrono::steady_clock::now();
-        if (now >= until) {
-            return now < end_;
-        }
-        composite_->waitUntil(until);
+    const auto checkFiles = [this] {
         for (const auto& stream : streams_) {
             if (const OutputFile* file = stream->file()) {
                 file->check();
             }
         }
-    }
-    return false;
+        return false;
+    };
+    return waiter_.until(checkFiles, std::min(deadline, end_)) &&
+           std::chrono::steady_clock::now() < end_;
 }
 
 void Session::stop() {
@@ -131,7 +122,7 @@ void Session::stop() {
     isStarted_ = false;
     for (const auto& stream : streams_) {
         // Asked before each call: one to a dead service would not return.
-        if (shutdown_.cause() != Shutdown::Cause::SERVICE_DEATH) {
+        if (!shutdown_.isServiceDead()) {
             stream->stop();
         }
     }
@@ -139,7 +130,7 @@ void Session::stop() {
 
 void Session::finish() {
     stop();
-    composite_->waitFor(std::chrono::nanoseconds::zero());
+    waiter_.composite()->waitFor(std::chrono::nanoseconds::zero());
     for (const auto& stream : streams_) {
         if (OutputFile* file = stream->file()) {
             file->close();

@@ -13,6 +13,7 @@
 #include "sensor_stream.h"
 #include "shutdown.h"
 #include "stream_kinds.h"
+#include "waiter.h"
 
 /// All calls belong on one thread, which also receives the records.
 class Session {
@@ -54,7 +55,7 @@ class Session {
 
     Shutdown& shutdown_;
     std::optional<double> durationSeconds_;
-    std::unique_ptr<Vek::Sensors::ICompositeStream> composite_;
+    Waiter waiter_;
     std::vector<std::unique_ptr<SensorStream>> streams_;
     bool isStarted_ = false;
     Time begin_{};

@@ -44,6 +44,12 @@ Shutdown::~Shutdown() {
     thread_.join();
 }
 
+void Shutdown::requireService() const {
+    if (isServiceDead()) {
+        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
+    }
+}
+
 void Shutdown::wake(Vek::Sensors::ICompositeStream* composite) {
     const std::lock_guard lock(mutex_);
     composite_ = composite;
@@ -77,7 +83,7 @@ void Shutdown::watch(std::chrono::milliseconds grace) {
         }
         left = deadline - std::chrono::steady_clock::now();
     }
-    if (cause_ == Cause::SERVICE_DEATH) {
+    if (isServiceDead()) {
         fmt::print(stderr, "sensorctl: {}\n", kServiceDied);
         _exit(static_cast<int>(ExitCode::SERVICE_DIED));
     }

@@ -28,6 +28,12 @@ class Shutdown {
     /// May be called from any thread.
     Cause cause() const { return cause_; }
 
+    /// Ask before a call to the service: one to a dead service would not return.
+    bool isServiceDead() const { return cause_ == Cause::SERVICE_DEATH; }
+
+    /// Throws Failure if the service died.
+    void requireService() const;
+
     /// Names the composite whose wait a request ends; null before that composite is destroyed.
     void wake(Vek::Sensors::ICompositeStream* composite);
 

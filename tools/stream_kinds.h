@@ -28,5 +28,13 @@ struct StreamKind {
     std::function<std::vector<std::unique_ptr<SensorStream>>(const SessionOptions& options)> open;
 };
 
+// The areas'.
+void addMotionStreams(std::vector<StreamKind>& kinds);
+/// "cameras" for all that there are, "camera-headset" and the like for one.
+void addCameraStreams(std::vector<StreamKind>& kinds);
+/// All of them as "controllers", and each by its own name.
+void addControllerStreams(std::vector<StreamKind>& kinds);
+void addEnvironmentStreams(std::vector<StreamKind>& kinds);
+
 /// All of them, in the order in which tables show their streams.
 std::vector<StreamKind> streamKinds();

@@ -1,5 +1,5 @@
 // The cameras as their provider and their streams describe them.
-#include "camera/camera_inventory.h"
+#include "inventory.h"
 
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>

@@ -1,5 +1,5 @@
 // Opens camera streams through the public factory.
-#include "camera/camera_streams.h"
+#include "stream_kinds.h"
 
 #include <vek/sensors/factories.h>
 

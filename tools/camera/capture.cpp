@@ -10,6 +10,7 @@
 #include "display.h"
 #include "failure.h"
 #include "table.h"
+#include "waiter.h"
 
 using namespace Vek::Sensors;
 
@@ -101,7 +102,7 @@ std::optional<Shot> shotOf(const FrameSet& frameSet, const Camera& camera) {
 /// Empty if the user ends the run. Throws Failure if none comes in time, or the service dies.
 std::optional<Shot> takeShot(Camera& camera, const CaptureOptions& options, Shutdown& shutdown) {
     constexpr std::chrono::seconds kPatience{5};
-    const auto composite = createStreamCompositor()->createCompositeStream("sensorctl");
+    Waiter waiter(shutdown);
     std::optional<Shot> shot;
     camera.stream->stream().setCallbackv([&](gsl::span<const gsl::span<const FrameSet>> spans) {
         for (const auto& span : spans) {
@@ -110,22 +111,15 @@ std::optional<Shot> takeShot(Camera& camera, const CaptureOptions& options, Shut
             }
         }
     });
-    camera.stream->stream().addTo(*composite);
+    camera.stream->stream().addTo(*waiter.composite());
     overrideExposure(camera, options);
-    shutdown.wake(composite.get());
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
     camera.stream->start();
-    while (!shot && shutdown.cause() == Shutdown::Cause::NONE &&
-           std::chrono::steady_clock::now() < deadline) {
-        composite->waitUntil(deadline);
-    }
-    shutdown.wake(nullptr);
-    if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
-        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
-    }
+    waiter.until([&] { return shot.has_value(); }, deadline);
+    shutdown.requireService();
     camera.stream->stop();
     // What has come since is handed back as well.
-    composite->waitFor(std::chrono::nanoseconds::zero());
+    waiter.composite()->waitFor(std::chrono::nanoseconds::zero());
     if (!shot && shutdown.cause() == Shutdown::Cause::NONE) {
         throw Failure(ExitCode::FAILED,
                       fmt::format("no frame of camera {} '{}' came; is its purpose served by the "

@@ -16,8 +16,7 @@ struct MuxOptions {
 };
 
 void mux(const MuxOptions& options) {
-    // There is nothing to tidy up: a signal or the death of the service ends this at once.
-    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const Shutdown shutdown(kNoGrace);
     const auto provider = requireService(createCameraProvider(), "ICameraProvider");
     if (!options.mode.empty() && !provider->applyMuxMode(options.mode, options.isAtOnce ? 1 : 0)) {
         throw Failure(ExitCode::FAILED,

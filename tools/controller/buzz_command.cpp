@@ -2,8 +2,6 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -12,9 +10,9 @@
 #include "controller/controller_access.h"
 #include "controller/controller_commands.h"
 #include "controller/controller_text.h"
-#include "controller/pause.h"
 #include "display.h"
 #include "failure.h"
+#include "waiter.h"
 
 using namespace Vek::Sensors;
 
@@ -29,7 +27,7 @@ struct BuzzOptions {
 /// Lets a controller vibrate for a while, or until the user ends it.
 void buzz(const BuzzOptions& options) {
     Shutdown shutdown(kShutdownGrace);
-    Pause pause(shutdown);
+    Waiter waiter(shutdown);
     const auto provider = requireControllers();
     const PairedControllerInfo info = findPaired(*provider, options.key);
     auto client = provider->getStreamingClient();
@@ -41,14 +39,12 @@ void buzz(const BuzzOptions& options) {
     }
     Display::append({fmt::format("{} vibrates at {} % for {} s", text(info.name),
                                  options.intensityPercent, options.durationSeconds)});
-    pause.until(std::chrono::steady_clock::now() +
-                std::chrono::duration_cast<std::chrono::nanoseconds>(
-                    std::chrono::duration<double>(options.durationSeconds)));
-    if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
+    waiter.until(deadlineAfter(options.durationSeconds));
+    if (shutdown.isServiceDead()) {
         // The client's end could not be told to a dead service.
         static_cast<void>(client.release());
-        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
     }
+    shutdown.requireService();
     client->setSimpleHaptics(info.address, 0);
 }
 

@@ -1,12 +1,8 @@
-// The commands for hand controllers; as of commands.h.
+// The sub-commands for hand controllers; as of commands.h.
 #pragma once
 
 #include <CLI/App.hpp>
 
-void addControllersCommand(CLI::App& app);
-void addPoseCommand(CLI::App& app);
-
-// The sub-commands of addControllersCommand.
 void addControllerUpdateCommand(CLI::App& controllers);
 void addControllerBuzzCommand(CLI::App& controllers);
 

@@ -6,6 +6,7 @@
 #include <vek/sensors/factories.h>
 
 #include "controller/controller_text.h"
+#include "inventory.h"
 
 using namespace Vek::Sensors;
 

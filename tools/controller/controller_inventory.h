@@ -3,9 +3,7 @@
 
 #include <vek/sensors/controller.h>
 
-#include "inventory.h"
-
-void listControllers(Inventory& inventory);
+#include "table.h"
 
 /// Those that are paired, and those that advertise themselves.
 Table controllerTable(Vek::Sensors::IControllerProvider& provider);

@@ -1,5 +1,5 @@
 // Opens the controllers' streams and lets all paired controllers into them.
-#include "controller/controller_streams.h"
+#include "stream_kinds.h"
 
 #include <algorithm>
 #include <utility>

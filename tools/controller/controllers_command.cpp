@@ -1,8 +1,6 @@
 // sensorctl controllers
 #include <fmt/format.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <memory>
 
 #include "commands.h"
@@ -18,8 +16,7 @@ using namespace Vek::Sensors;
 namespace {
 
 void list() {
-    // There is nothing to tidy up: a signal or the death of the service ends this at once.
-    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const Shutdown shutdown(kNoGrace);
     Display::append(controllerTable(*requireControllers()).lines());
 }
 
@@ -32,7 +29,7 @@ void check(ControllerResult result, const char* what, const std::string& name) {
 }
 
 void pair(const std::string& key) {
-    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const Shutdown shutdown(kNoGrace);
     const auto client = requireManagementClient(*requireControllers());
     const AdvertisingControllerInfo info = findAdvertising(*client, key);
     check(client->pairController(info.address), "pair", key);
@@ -40,7 +37,7 @@ void pair(const std::string& key) {
 }
 
 void unpair(const std::string& key) {
-    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const Shutdown shutdown(kNoGrace);
     const auto provider = requireControllers();
     const auto client = requireManagementClient(*provider);
     const PairedControllerInfo info = findPaired(*provider, key);

@@ -2,8 +2,6 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -11,9 +9,9 @@
 #include "commands.h"
 #include "controller/controller_access.h"
 #include "controller/controller_commands.h"
-#include "controller/pause.h"
 #include "display.h"
 #include "failure.h"
+#include "waiter.h"
 
 using namespace Vek::Sensors;
 
@@ -56,15 +54,14 @@ PoseOutput poseAt(ControllerAddr controller, uint32_t sequence,
 
 /// One pose at a time until the end. Poses that the queue has no room for are lost, as those of a
 /// tracker would be: the next one is worth more.
-PoseCounts stream(IControllerStateProvider& provider, ControllerAddr controller, Pause& pause,
+PoseCounts stream(IControllerStateProvider& provider, ControllerAddr controller, Waiter& waiter,
                   const PoseOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     const auto count = static_cast<uint64_t>(std::llround(options.rate * options.durationSeconds));
     PoseCounts counts;
     while (counts.sent < count) {
-        const std::chrono::duration<double> offset{static_cast<double>(counts.sent) / options.rate};
-        const auto due = begin + std::chrono::duration_cast<std::chrono::nanoseconds>(offset);
-        if (!pause.until(due)) {
+        const auto due = begin + durationOf(static_cast<double>(counts.sent) / options.rate);
+        if (!waiter.until(due)) {
             break;
         }
         // The next number only for what was taken, so that the service sees what is lost with it.
@@ -77,21 +74,19 @@ PoseCounts stream(IControllerStateProvider& provider, ControllerAddr controller,
 
 void send(const PoseOptions& options) {
     Shutdown shutdown(kShutdownGrace);
-    Pause pause(shutdown);
+    Waiter waiter(shutdown);
     const auto owner = requireService(createControllerStateProvider(), "IControllerStateProvider");
     const ControllerAddr controller = findPaired(*requireControllers(), options.key).address;
     owner->preparePoseOutputStream();
     owner->startPoseOutputStream();
     const auto begin = std::chrono::steady_clock::now();
-    const PoseCounts counts = stream(*owner, controller, pause, options);
+    const PoseCounts counts = stream(*owner, controller, waiter, options);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
     Display::append({fmt::format(
         "sent {} poses in {:.1f} s, {:.1f} a second; the service took {}, {} found its queue full",
         counts.sent, elapsed.count(), static_cast<double>(counts.sent) / elapsed.count(),
         counts.taken, counts.sent - counts.taken)});
-    if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
-        throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
-    }
+    shutdown.requireService();
     owner->stopPoseOutputStream();
 }
 

@@ -2,8 +2,6 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -14,9 +12,9 @@
 #include "controller/controller_access.h"
 #include "controller/controller_commands.h"
 #include "controller/controller_text.h"
-#include "controller/pause.h"
 #include "display.h"
 #include "failure.h"
+#include "waiter.h"
 
 using namespace Vek::Sensors;
 
@@ -99,16 +97,14 @@ void show(Display& display, const std::string& name, float progress) {
 }
 
 /// Shows the reports until the update is over. @return false if the user ended the run
-bool follow(const UpdateWatch& watch, const Progress& progress, Pause& pause,
+bool follow(const UpdateWatch& watch, const Progress& progress, Waiter& waiter,
             const std::string& name, const UpdateOptions& options) {
     Display display;
-    const std::chrono::duration<double> patience{options.timeoutSeconds};
     uint64_t shown = 0;
     while (!watch.isOver()) {
-        const auto deadline = std::chrono::steady_clock::now() +
-                              std::chrono::duration_cast<std::chrono::nanoseconds>(patience);
+        const auto deadline = deadlineAfter(options.timeoutSeconds);
         const auto hasNews = [&] { return watch.isOver() || progress.reports != shown; };
-        if (!pause.until(hasNews, deadline)) {
+        if (!waiter.until(hasNews, deadline)) {
             return false;
         }
         if (!hasNews()) {
@@ -140,17 +136,15 @@ void begin(IControllerProvider& provider, const PairedControllerInfo& controller
 
 void updateFirmware(const UpdateOptions& options) {
     Shutdown shutdown(kShutdownGrace);
-    Pause pause(shutdown);
+    Waiter waiter(shutdown);
     const auto provider = requireControllers();
     const PairedControllerInfo before = findPaired(*provider, options.key);
     const std::string name = text(before.name);
-    const auto progress = std::make_shared<Progress>(pause.composite());
-    const UpdateWatch watch(*provider, before, *pause.composite());
+    const auto progress = std::make_shared<Progress>(waiter.composite());
+    const UpdateWatch watch(*provider, before, *waiter.composite());
     begin(*provider, before, progress, options);
-    if (!follow(watch, *progress, pause, name, options)) {
-        if (shutdown.cause() == Shutdown::Cause::SERVICE_DEATH) {
-            throw Failure(ExitCode::SERVICE_DIED, kServiceDied);
-        }
+    if (!follow(watch, *progress, waiter, name, options)) {
+        shutdown.requireService();
         Display::append({"the update goes on without sensorctl"});
         return;
     }

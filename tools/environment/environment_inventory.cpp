@@ -1,5 +1,5 @@
 // The devices around optics and radio, as their services describe them.
-#include "environment/environment_inventory.h"
+#include "inventory.h"
 
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>

@@ -1,5 +1,5 @@
 // Opens the streams of the light sensor and of external clocks through the public factories.
-#include "environment/environment_streams.h"
+#include "stream_kinds.h"
 
 #include <vek/sensors/factories.h>
 

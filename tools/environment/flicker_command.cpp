@@ -3,10 +3,10 @@
 
 #include "commands.h"
 #include "display.h"
-#include "environment/environment_commands.h"
 #include "environment/flicker_estimate.h"
 #include "environment/light_sensor.h"
-#include "environment/waiter.h"
+#include "failure.h"
+#include "waiter.h"
 
 using namespace Vek::Sensors;
 
@@ -15,8 +15,10 @@ namespace {
 /// What the light sensor has sent last, and the sensor itself.
 class FlickerView {
   public:
-    explicit FlickerView(Waiter& waiter)
-        : waiter_(waiter), sensor_(requireService(findLightSensor(), "IFlickerSensor")) {
+    FlickerView(const Shutdown& shutdown, Waiter& waiter)
+        : shutdown_(shutdown),
+          waiter_(waiter),
+          sensor_(requireService(findLightSensor(), "IFlickerSensor")) {
         listen(sensor_->flickerStream(),
                [this](const FlickerData& record) { frequency_ = record.frequency; });
         listen(sensor_->ambientLightStream(),
@@ -28,7 +30,7 @@ class FlickerView {
         sensor_->adcFlickerStart();
     }
     ~FlickerView() {
-        if (!waiter_.isServiceDead()) {
+        if (!shutdown_.isServiceDead()) {
             sensor_->adcFlickerStop();
             sensor_->ambientLightStop();
             sensor_->flickerStop();
@@ -65,6 +67,7 @@ class FlickerView {
             text(illuminance_, "lx"), text(frequency_, "Hz"), isSaturated ? "  saturated" : "")});
     }
 
+    const Shutdown& shutdown_;
     Waiter& waiter_;
     std::unique_ptr<IFlickerSensorProvider> sensor_;
     std::optional<float> frequency_;
@@ -74,8 +77,9 @@ class FlickerView {
 void showFlicker(const std::optional<double>& durationSeconds) {
     Shutdown shutdown(kShutdownGrace);
     Waiter waiter(shutdown);
-    const FlickerView view(waiter);
-    waiter.pauseUntil(deadlineAfter(durationSeconds));
+    const FlickerView view(shutdown, waiter);
+    waiter.until(deadlineAfter(durationSeconds));
+    shutdown.requireService();
 }
 
 }  // namespace
@@ -86,8 +90,6 @@ void addFlickerCommand(CLI::App& app) {
         "flicker",
         "Print the flicker that is in the light sensor's samples, block by block, beside the\n"
         "illuminance and what the sensor itself makes of the flicker");
-    command.add_option("--duration", *duration, "End after so many seconds; otherwise at Ctrl-C")
-        ->type_name("SECONDS")
-        ->check(secondsFrom(0.01));
+    addDurationOption(command, *duration);
     command.callback([duration] { showFlicker(*duration); });
 }

@@ -2,16 +2,14 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <charconv>
 
 #include "commands.h"
 #include "display.h"
-#include "environment/environment_commands.h"
 #include "environment/environment_names.h"
 #include "environment/led_table.h"
-#include "environment/waiter.h"
+#include "failure.h"
+#include "waiter.h"
 
 using namespace Vek::Sensors;
 
@@ -111,7 +109,8 @@ void runLeds(const LedOptions& options) {
     }
     changeLeds(*leds, options);
     Display::append({"done; the service takes it back when this command ends"});
-    Waiter(shutdown).pauseUntil(deadlineAfter(options.holdSeconds));
+    Waiter(shutdown).until(deadlineAfter(options.holdSeconds));
+    shutdown.requireService();
 }
 
 }  // namespace

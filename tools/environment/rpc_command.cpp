@@ -2,17 +2,15 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <deque>
 #include <mutex>
 
 #include "commands.h"
 #include "display.h"
-#include "environment/environment_commands.h"
 #include "environment/environment_names.h"
-#include "environment/waiter.h"
+#include "failure.h"
 #include "table.h"
+#include "waiter.h"
 
 using namespace Vek::Sensors;
 
@@ -64,14 +62,15 @@ struct Inbox {
 class RpcClient {
   public:
     RpcClient(std::string clientId, Shutdown& shutdown)
-        : waiter_(shutdown),
+        : shutdown_(shutdown),
+          waiter_(shutdown),
           clientId_(std::move(clientId)),
           stream_(requireService(createTambStream(), "ITambril")) {
         stream_->registerKivraRpcClient(
             clientId_, [inbox = inbox_](const KivraRpcMessage& message) { inbox->put(message); });
     }
     ~RpcClient() {
-        if (!waiter_.isServiceDead()) {
+        if (!shutdown_.isServiceDead()) {
             stream_->unregisterKivraRpcClient(clientId_);
         }
     }
@@ -83,14 +82,17 @@ class RpcClient {
                                         payload);
     }
 
-    /// @return none at the deadline, or when the user ended the run.
+    /// @return none at the deadline, or when the user ended the run. Throws Failure if
+    /// the service died.
     std::optional<KivraRpcMessage> receive(Waiter::Time deadline) {
         std::optional<KivraRpcMessage> message;
-        waiter_.waitFor([&] { return inbox_->take(message); }, deadline);
+        waiter_.until([&] { return inbox_->take(message); }, deadline);
+        shutdown_.requireService();
         return message;
     }
 
   private:
+    const Shutdown& shutdown_;
     Waiter waiter_;
     const std::shared_ptr<Inbox> inbox_ = std::make_shared<Inbox>(waiter_.composite());
     const std::string clientId_;
@@ -219,11 +221,7 @@ void addSend(CLI::App& rpc, const std::shared_ptr<RpcOptions>& options) {
 void addListen(CLI::App& rpc, const std::shared_ptr<RpcOptions>& options) {
     CLI::App& command =
         *rpc.add_subcommand("listen", "Print the messages that controllers send unasked");
-    command
-        .add_option("--duration", options->durationSeconds,
-                    "End after so many seconds; otherwise at Ctrl-C")
-        ->type_name("SECONDS")
-        ->check(secondsFrom(0.01));
+    addDurationOption(command, options->durationSeconds);
     addClientOption(command, *options);
     command.callback([options] { listen(*options); });
 }

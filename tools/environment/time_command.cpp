@@ -2,13 +2,10 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <ctime>
 
 #include "commands.h"
 #include "display.h"
-#include "environment/environment_commands.h"
 #include "environment/environment_names.h"
 #include "failure.h"
 
@@ -44,7 +41,7 @@ std::optional<int64_t> toTime(const std::string& text) {
 }
 
 void translateTime(const TranslationOptions& options) {
-    const Shutdown shutdown(std::chrono::milliseconds::zero());
+    const Shutdown shutdown(kNoGrace);
     const int64_t time =
         options.time == kNow ? readClock(options.from) : toTime(options.time).value();
     const int64_t translated =

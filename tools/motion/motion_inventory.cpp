@@ -1,5 +1,5 @@
 // The motion sensors as their provider lists them.
-#include "motion/motion_inventory.h"
+#include "inventory.h"
 
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>

@@ -1,5 +1,5 @@
 // Opens the motion streams through the public factories.
-#include "motion/motion_streams.h"
+#include "stream_kinds.h"
 
 #include <vek/sensors/factories.h>
 

@@ -1,25 +1,32 @@
-// Waiting that a signal or the death of the service ends.
+// What a command waits on.
 #pragma once
 
 #include <vek/sensors/factories.h>
 
 #include <chrono>
 #include <memory>
+#include <optional>
 
 #include "shutdown.h"
 
-class Pause {
+inline std::chrono::nanoseconds durationOf(double seconds) {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+        std::chrono::duration<double>(seconds));
+}
+
+/// Waits on a composite, which streams can be added to, for a condition, a deadline or the end.
+class Waiter {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    explicit Pause(Shutdown& shutdown)
+    explicit Waiter(Shutdown& shutdown)
         : shutdown_(shutdown),
           composite_(Vek::Sensors::createStreamCompositor()->createCompositeStream("sensorctl")) {
         shutdown_.wake(composite_.get());
     }
-    ~Pause() { shutdown_.wake(nullptr); }
-    Pause(const Pause&) = delete;
-    Pause& operator=(const Pause&) = delete;
+    ~Waiter() { shutdown_.wake(nullptr); }
+    Waiter(const Waiter&) = delete;
+    Waiter& operator=(const Waiter&) = delete;
 
     /// To add streams to, which are read while waiting, or to wake from any thread.
     const std::shared_ptr<Vek::Sensors::ICompositeStream>& composite() const { return composite_; }
@@ -46,3 +53,8 @@ class Pause {
     Shutdown& shutdown_;
     const std::shared_ptr<Vek::Sensors::ICompositeStream> composite_;
 };
+
+/// `seconds` from now; without limit if there are none.
+inline Waiter::Time deadlineAfter(const std::optional<double>& seconds) {
+    return seconds ? std::chrono::steady_clock::now() + durationOf(*seconds) : Waiter::Time::max();
+}
