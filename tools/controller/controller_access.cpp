@@ -38,7 +38,7 @@ static Info find(const std::vector<Info>& infos, const std::string& key, const c
         for (const Info& info : infos) {
             others += fmt::format("{}'{}'", others.empty() ? "" : ", ", text(info.name));
         }
-        throw Failure(ExitCode::FAILED,
+        throw Failure(ExitCode::USAGE,
                       fmt::format("no {} controller is called '{}'; there {}{}", what, key,
                                   others.empty() ? "is none" : "are ", others));
     }
