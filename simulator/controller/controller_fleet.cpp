@@ -22,7 +22,6 @@ constexpr SamplingPlan kImuPlan{500, 1};
 constexpr uint64_t kTicksPerCollision = 2 * kInputRate;
 constexpr uint32_t kChannels = 32;
 constexpr std::chrono::seconds kPairingTime{10};
-constexpr size_t kMaxAllowedDevices = 16;
 constexpr size_t kMaxListeners = 128;
 
 constexpr uint32_t features(std::initializer_list<ControllerFeature> list) {
@@ -172,19 +171,6 @@ Result ControllerFleet::unpair(Hal::ControllerAddr address) {
     return result;
 }
 
-bool ControllerFleet::allow(const Hal::SecureDeviceInfo& device) {
-    {
-        const std::lock_guard lock{mutex_};
-        if (device.address.address == 0 || allowedDevices_ >= kMaxAllowedDevices) {
-            return false;
-        }
-        ++allowedDevices_;
-    }
-    // A device that is not here, or is connected already, will need it later.
-    static_cast<void>(pair(device.address));
-    return true;
-}
-
 bool ControllerFleet::add(const std::shared_ptr<StreamingListener>& listener) {
     const std::lock_guard lock{mutex_};
     if (listeners_.size() >= kMaxListeners) {
@@ -241,6 +227,25 @@ void ControllerFleet::updateImuSamplerLocked() {
         std::any_of(listeners_.begin(), listeners_.end(),
                     [](const auto& listener) { return !listener->enabled.empty(); });
     imuSampler_.setBatchLimit(isAnyEnabled ? 1 : 0);
+}
+
+bool ControllerFleet::setTransmitPowerBoost(int8_t boost) {
+    constexpr int8_t kMaxBoost = 10;
+    if (boost < 0 || boost > kMaxBoost) {
+        return false;
+    }
+    const std::lock_guard lock{mutex_};
+    transmitPowerBoost_ = boost;
+    return true;
+}
+
+bool ControllerFleet::setMaxTransmitPower(int8_t power) {
+    if (power < -kMostTransmitPower || power > kMostTransmitPower) {
+        return false;
+    }
+    const std::lock_guard lock{mutex_};
+    maxTransmitPower_ = power;
+    return true;
 }
 
 bool ControllerFleet::setBlocklist(uint32_t channels) {
@@ -370,6 +375,7 @@ void ControllerFleet::writeInputsLocked(ControllerDevice* device, SampleInstant 
 void ControllerFleet::writeLinkStatisticsLocked(const ControllerDevice& device, int64_t now) {
     constexpr uint32_t kFirstFrequency = 2404;  // MHz
     constexpr uint32_t kChannelWidth = 2;       // MHz
+    constexpr int32_t kTransmitPower = 4;       // dBm
     // The radio hops from one allowed channel to the next.
     uint32_t channel = static_cast<uint32_t>(ticks_ / kInputRate) % kChannels;
     while ((blocklist_ >> channel & 1U) != 0) {
@@ -383,7 +389,7 @@ void ControllerFleet::writeLinkStatisticsLocked(const ControllerDevice& device, 
     record.retransmissions = channel % 5;
     record.frequency = kFirstFrequency + kChannelWidth * channel;
     record.signalStrength = -45 - static_cast<int32_t>(channel % 8);
-    record.transmitPower = 4;
+    record.transmitPower = std::min(kTransmitPower + transmitPowerBoost_, maxTransmitPower_);
     record.latency = 1500;
     record.dataRate = 2'000'000;
     streams_.wirelessStats->write({record},

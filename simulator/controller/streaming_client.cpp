@@ -109,14 +109,12 @@ Return<void> StreamingClient::getLedConfig(const ControllerAddr& controller,
 
 Return<bool> StreamingClient::setTransmitPowerBoost(int8_t boost) {
     constexpr char kMethod[] = "setTransmitPowerBoost";
-    constexpr int8_t kMaxBoost = 10;  // dB
-    return note(kMethod, !isFaulty(kMethod) && boost >= 0 && boost <= kMaxBoost);
+    return note(kMethod, !isFaulty(kMethod) && fleet_->setTransmitPowerBoost(boost));
 }
 
 Return<bool> StreamingClient::setMaxHostTransmitPower(int8_t power) {
     constexpr char kMethod[] = "setMaxHostTransmitPower";
-    constexpr int8_t kRange = 20;  // dBm
-    return note(kMethod, !isFaulty(kMethod) && power >= -kRange && power <= kRange);
+    return note(kMethod, !isFaulty(kMethod) && fleet_->setMaxTransmitPower(power));
 }
 
 Return<bool> StreamingClient::setSimpleHaptics(const ControllerAddr& controller,
