@@ -1,13 +1,12 @@
 // The users' provider, found through the registry as clients find it.
-#include <stdlib.h>
 #include <vek/sensors/controller_provider.h>
 
-#include <filesystem>
 #include <optional>
 
 #include "foundation/hal.h"
 #include "support/fake_controller_hal.h"
 #include "support/fatal_calls.h"
+#include "support/runtime_directory.h"
 
 namespace {
 
@@ -19,19 +18,13 @@ using HidlWrapper::ControllerProvider;
 class ControllerProviderTest : public Test {
   protected:
     ControllerProviderTest() {
-        std::string name = TempDir() + "moriak-controllers-XXXXXX";
-        directory_ = mkdtemp(name.data());
-        setenv("MORIAK_HIDL_RUNTIME_DIR", directory_.c_str(), 1);
         EXPECT_EQ(service->registerAsService("default"), android::OK);
         provider.emplace();
     }
-    ~ControllerProviderTest() override { std::filesystem::remove_all(directory_); }
 
+    const RuntimeDirectory directory;
     sp<FakeControllerProvider> service = new FakeControllerProvider;
     std::optional<ControllerProvider> provider;
-
-  private:
-    std::string directory_;
 };
 using ControllerProviderDeathTest = ControllerProviderTest;
 

@@ -6,15 +6,12 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <future>
 #include <sstream>
 
 namespace TestSupport {
 namespace {
-
-constexpr char kDirectoryVariable[] = "MORIAK_HIDL_RUNTIME_DIR";
 
 std::promise<void>& deathHandled() {
     static std::promise<void> promise;
@@ -24,7 +21,7 @@ std::promise<void>& deathHandled() {
 }  // namespace
 
 Simulator::Simulator(std::vector<std::string> options) {
-    summaryFile_ = std::string(getenv(kDirectoryVariable)) + "/summary";
+    summaryFile_ = std::string(getenv("MORIAK_HIDL_RUNTIME_DIR")) + "/summary";
     options.insert(options.begin(),
                    {MORIAK_SIMULATOR, "--quiet", "--ready-fd", "3", "--summary", summaryFile_});
     process_ = std::make_unique<ChildProcess>(options);
@@ -47,21 +44,6 @@ bool Simulator::settlesAt(const ProcessResources& expected) const {
         return now.descriptors == expected.descriptors && now.mappings == expected.mappings &&
                now.threads <= expected.threads;
     });
-}
-
-EndToEndTest::EndToEndTest() {
-    if (getenv(kDirectoryVariable) == nullptr) {
-        std::string directory = ::testing::TempDir() + "moriak-XXXXXX";
-        ownedDirectory_ = mkdtemp(directory.data());
-        setenv(kDirectoryVariable, ownedDirectory_.c_str(), 1);
-    }
-}
-
-EndToEndTest::~EndToEndTest() {
-    if (!ownedDirectory_.empty()) {
-        unsetenv(kDirectoryVariable);
-        std::filesystem::remove_all(ownedDirectory_);
-    }
 }
 
 std::vector<std::unique_ptr<ChildProcess>> startClients(const std::string& role, size_t count) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/roles.h"
+#include "support/runtime_directory.h"
 
 namespace TestSupport {
 
@@ -31,14 +32,9 @@ class Simulator {
     std::unique_ptr<ChildProcess> process_;
 };
 
-/// A runtime directory of its own, which the processes that a death test starts share.
 class EndToEndTest : public ::testing::Test {
-  protected:
-    EndToEndTest();
-    ~EndToEndTest() override;
-
   private:
-    std::string ownedDirectory_;
+    const RuntimeDirectory directory_;
 };
 
 /// Runs clients in a role, each until it has said that it is streaming. They are killed with the

@@ -1,12 +1,12 @@
 // The LEDs against a service of this process, which the object looks up by itself.
 #include "environment/face_eye_tracking_led.h"
 
-#include <stdlib.h>
 #include <vek/sensors/factories.h>
 
 #include "support/captured_log.h"
 #include "support/fake_environment_hal.h"
 #include "support/fatal_calls.h"
+#include "support/runtime_directory.h"
 
 namespace {
 
@@ -17,13 +17,11 @@ using Vek::Sensors::FaceEyeTrackingLedGroup;
 class FaceEyeTrackingLedTest : public Test {
   protected:
     void SetUp() override {
-        std::string directory = ::testing::TempDir() + "moriak-led-XXXXXX";
-        ASSERT_NE(mkdtemp(directory.data()), nullptr);
-        ASSERT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", directory.c_str(), 1), 0);
         ASSERT_EQ(service->registerAsService("default"), android::OK);
         led = Vek::Sensors::createFaceEyeTrackingLed();
     }
 
+    const RuntimeDirectory directory;
     sp<FakeFaceEyeTrackingLed> service = new FakeFaceEyeTrackingLed;
     std::unique_ptr<Vek::Sensors::IFaceEyeTrackingLed> led;
     const std::function<bool()> setConfigs = [this] { return led->setConfigs({}); };

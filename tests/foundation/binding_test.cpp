@@ -1,11 +1,11 @@
 // What clients get from the factories.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <vek/sensors/factories.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
 #include "support/captured_log.h"
+#include "support/runtime_directory.h"
 
 namespace {
 
@@ -13,9 +13,7 @@ using namespace ::testing;
 using namespace Vek::Sensors;
 
 TEST(Factories, WithoutAServiceAreEmptyAtOnceAndSilentButForTheLightSensors) {
-    std::string directory = TempDir() + "moriak-no-service-XXXXXX";
-    ASSERT_NE(mkdtemp(directory.data()), nullptr);
-    ASSERT_EQ(setenv("MORIAK_HIDL_RUNTIME_DIR", directory.c_str(), 1), 0);
+    const TestSupport::RuntimeDirectory withoutServices;
     TestSupport::CapturedLog log;
     EXPECT_EQ(createCameraProvider(), nullptr);
     EXPECT_EQ(createMotionSensorProvider(), nullptr);
