@@ -1,9 +1,6 @@
 // What the commands have in common.
 #include "commands.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
 #include "display.h"
 #include "failure.h"
 

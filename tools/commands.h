@@ -2,7 +2,7 @@
 // Failure for what ends it early.
 #pragma once
 
-#include <CLI/App.hpp>
+#include <CLI/CLI.hpp>
 #include <chrono>
 
 #include "session.h"

@@ -1,7 +1,4 @@
 // sensorctl: shows and records the sensors of a device.
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>

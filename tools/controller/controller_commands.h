@@ -1,7 +1,7 @@
 // The sub-commands for hand controllers; as of commands.h.
 #pragma once
 
-#include <CLI/App.hpp>
+#include <CLI/CLI.hpp>
 
 void addControllerUpdateCommand(CLI::App& controllers);
 void addControllerBuzzCommand(CLI::App& controllers);
