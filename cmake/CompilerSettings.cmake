@@ -14,6 +14,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
+# Debian 12's valgrind does not read clang's DWARF 5.
+add_compile_options($<$<CONFIG:Debug,RelWithDebInfo>:-gdwarf-4>)
 
 set(MORIAK_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
 if(MORIAK_SANITIZE)

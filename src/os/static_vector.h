@@ -79,6 +79,16 @@ class StaticVector {
     void push_back(const T& value) { emplace_back(value); }
     void push_back(T&& value) { emplace_back(std::move(value)); }
 
+    /// Appends what `convert`, which must not throw, makes of each of the sources.
+    template <typename Source, typename Convert>
+    void append(const Source* sources, size_t count, Convert convert) {
+        T* const end = data() + size();
+        storage_.setSize(size() + count);
+        for (size_t i = 0; i < count; ++i) {
+            new (end + i) T(convert(sources[i]));
+        }
+    }
+
     size_t size() const { return storage_.size(); }
     static constexpr size_t capacity() { return Capacity; }
     bool full() const { return size() == capacity(); }

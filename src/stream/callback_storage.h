@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <functional>
 #include <iterator>
 #include <utility>
@@ -32,7 +33,9 @@ class CallbackStorage {
     void deliver(const MemTransaction& transaction) const {
         TempStorage records;
         convert(records, regionOf(transaction.getFirstRegion()));
-        convert(records, regionOf(transaction.getSecondRegion()));
+        if (transaction.getSecondRegion().getLength() > 0) {
+            convert(records, regionOf(transaction.getSecondRegion()));
+        }
         const std::array<gsl::span<const Data>, 2> spans{
             gsl::span<const Data>{records.fixed.data(), records.fixed.size()},
             gsl::span<const Data>{records.overflow.data(), records.overflow.size()}};
@@ -50,16 +53,23 @@ class CallbackStorage {
         return {region.getAddress(), region.getLength()};
     }
 
-    /// Appends to `fixed` while there is room, then to `overflow`, which grows once at most.
+    /// Appends to `fixed` while there is room. Not through the span's iterators, which check each
+    /// step.
     static void convert(TempStorage& records, gsl::span<const HidlData> region) {
         const size_t room = records.fixed.capacity() - records.fixed.size();
         const size_t fitting = std::min(room, region.size());
-        records.overflow.reserve(records.overflow.size() + region.size() - fitting);
-        const auto firstSpilled = region.begin() + static_cast<std::ptrdiff_t>(fitting);
-        std::transform(region.begin(), firstSpilled, std::back_inserter(records.fixed),
-                       RecordConversion<Data>::convert);
-        std::transform(firstSpilled, region.end(), std::back_inserter(records.overflow),
-                       RecordConversion<Data>::convert);
+        records.fixed.append(region.data(), fitting, RecordConversion<Data>::convert);
+        if (fitting < region.size()) {
+            spill(records.overflow, region, fitting);
+        }
+    }
+
+    /// Appends the rest to `overflow`, which allocates once. A function apart, for it is rare.
+    [[gnu::noinline]] static void spill(std::vector<Data>& overflow,
+                                        gsl::span<const HidlData> region, size_t fitting) {
+        overflow.reserve(overflow.size() + region.size() - fitting);
+        std::transform(region.begin() + static_cast<std::ptrdiff_t>(fitting), region.end(),
+                       std::back_inserter(overflow), RecordConversion<Data>::convert);
     }
 
     Callback callback_;

@@ -49,13 +49,14 @@ WaitResult CompositeStream::waitUntil(TimePoint deadline) {
     if (bits != 0) {
         return readStreams(bits);
     }
-    const TimePoint now = std::chrono::steady_clock::now();
-    if (deadline <= now) {
-        return readStreams((1U << streams_.size()) - 1U);
+    int64_t timeout = 0;  // to the event flag, that means no limit
+    if (deadline != TimePoint::max()) {
+        const TimePoint now = std::chrono::steady_clock::now();
+        if (deadline <= now) {
+            return readStreams((1U << streams_.size()) - 1U);
+        }
+        timeout = std::chrono::nanoseconds{deadline - now}.count();
     }
-    // To the event flag, 0 means no limit.
-    const int64_t timeout =
-        deadline == TimePoint::max() ? 0 : std::chrono::nanoseconds{deadline - now}.count();
     uint32_t state = 0;
     const android::status_t status = evFlag_->wait(waitMask_, &state, timeout, true);
     if (status == -ETIMEDOUT) {
@@ -77,12 +78,9 @@ void CompositeStream::wake() {
 
 WaitResult CompositeStream::readStreams(uint32_t bits) {
     bool delivered = false;
-    for (size_t i = 0; bits != 0 && i < streams_.size(); ++i) {
-        const uint32_t bit = 1U << i;
-        if ((bits & bit) != 0) {
-            delivered = streams_.at(i).get().read() || delivered;
-            bits &= ~bit;
-        }
+    for (; bits != 0; bits &= bits - 1) {
+        const auto lowest = static_cast<size_t>(__builtin_ctz(bits));
+        delivered = streams_.at(lowest).get().read() || delivered;
     }
     return delivered ? WaitResult::DELIVERED : WaitResult::NOTHING_DELIVERED;
 }
