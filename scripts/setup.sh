@@ -14,6 +14,8 @@ packages=(
     libfmt-dev            # text output of sensorctl and the simulator
     libpng-dev            # the images that sensorctl captures
     libgtest-dev libgmock-dev
+    libbenchmark-dev      # timing of the data paths in bench
+    valgrind              # instruction counts of the data paths in bench
 )
 
 missing=()

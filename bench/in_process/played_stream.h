@@ -1,0 +1,64 @@
+// A stream of the library whose service is played in the same process, at next to no cost.
+#pragma once
+
+#include <fmq/SharedMapping.h>
+
+#include <atomic>
+#include <memory>
+
+#include "in_process/data_path.h"
+#include "stream/composite_stream.h"
+#include "stream/stream_handle.h"
+#include "support/queue_counters.h"
+#include "support/service_end.h"
+
+namespace Bench {
+
+/// Records appear in the queue by moving the writer's counter: they are there already. The client
+/// touches them.
+template <typename Data, typename HidlData>
+class PlayedStream {
+  public:
+    using Handle = Vek::Sensors::HidlWrapper::StreamHandle<Data, HidlData>;
+
+    explicit PlayedStream(Vek::Sensors::ICompositeStream& composite)
+        : handle([this](const auto& queue, const auto& client, const auto& config) {
+              end_.accept(queue, client, config);
+              word_ = android::hardware::details::mapShared(config.eventFlag->data[0], 0,
+                                                            sizeof(uint32_t));
+              return android::hardware::Return<Vek::Sensors::Hidl::Result>(
+                  Vek::Sensors::Hidl::Result::SUCCESS);
+          }) {
+        handle.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
+            for (const auto& span : spans) {
+                touch(span.data(), span.size());
+            }
+            seen = spans[0].data();
+        });
+        handle.addTo(composite);
+        memory_ = std::make_unique<TestSupport::QueueCounters>(*end_.queue);
+    }
+    PlayedStream(const PlayedStream&) = delete;
+    PlayedStream& operator=(const PlayedStream&) = delete;
+
+    void publish(size_t count) {
+        written_ += count * sizeof(HidlData);
+        memory_->written().store(written_, std::memory_order_release);
+    }
+
+    const HidlData* records() { return memory_->template records<HidlData>(); }
+    std::atomic<uint32_t>& eventFlagWord() {
+        return *static_cast<std::atomic<uint32_t>*>(word_.get());
+    }
+
+    Handle handle;
+    const Data* seen = nullptr;
+
+  private:
+    TestSupport::ServiceEnd<HidlData> end_;
+    std::unique_ptr<TestSupport::QueueCounters> memory_;
+    android::hardware::details::SharedMapping word_;
+    uint64_t written_ = 0;
+};
+
+}  // namespace Bench
