@@ -98,7 +98,8 @@ class Peer {
     void send(const Frame& frame) {
         std::vector<int> descriptors;
         for (const unique_fd& fd : frame.descriptors) descriptors.push_back(fd.get());
-        sendFrame(socket_.get(), frame.header, frame.items, frame.objects, descriptors);
+        FrameWriter writer(frame.header, frame.items, frame.objects, descriptors);
+        writer.writeRest(socket_.get(), kBoundMs);
     }
     /** With an object, if there is one. */
     void reply(uint64_t callId, const Parcel& results, std::vector<ObjectReference> objects = {}) {
@@ -116,11 +117,15 @@ class Peer {
 
     bool receive(Frame* frame) {
         const char* problem = nullptr;
-        return receiveFrame(socket_.get(), frame, &problem);
+        while (reader_.next(frame, &problem) == FrameReader::Outcome::kNotYet) {
+            if (reader_.receive(socket_.get(), 0, &problem) == FrameReader::Outcome::kEnd) {
+                return false;
+            }
+        }
+        return problem == nullptr;
     }
     /** Whether the other side hangs up in time, whatever it sends before. */
     bool isDropped() {
-        constexpr int kBoundMs = 30'000;
         char bytes[4096];
         pollfd waiting{socket_.get(), POLLIN, 0};
         while (poll(&waiting, 1, kBoundMs) > 0) {
@@ -132,8 +137,10 @@ class Peer {
 
   private:
     static constexpr uint32_t kMagic = kFrameMagic;
+    static constexpr int kBoundMs = 30'000;
 
     unique_fd socket_;
+    FrameReader reader_;
     uint64_t service_ = 0;
 };
 

@@ -62,8 +62,12 @@ sp<IBase> details::getRawService(const std::string& interfaceName, const std::st
         const std::shared_ptr<Connection> connection = endpoint.connectTo(*registry, *socketName);
         if (connection == nullptr) return nullptr;
         sp<IBinder> service;
-        const status_t status = ServiceTable::ask(connection->rootProxy(), name, &service);
+        const status_t status = ServiceTable::ask(*connection, name, &service);
         if (status == DEAD_OBJECT) continue;
+        if (status == TIMED_OUT) {
+            ALOGE("process %d does not say whether it has the service %s", connection->peer().pid,
+                  name.c_str());
+        }
         if (status != OK || service == nullptr) return nullptr;
         return fromBinder<IBase, BpHwBase, hidl::base::V1_0::BnHwBase>(service);
     }

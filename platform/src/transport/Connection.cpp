@@ -4,13 +4,13 @@
 #include "transport/Connection.h"
 
 #include <log/log.h>
-#include <pthread.h>
+#include <poll.h>
 
-#include <thread>
+#include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "transport/ServedCall.h"
-#include "transport/ThreadPool.h"
 
 namespace android::hardware::details {
 
@@ -24,18 +24,26 @@ constexpr size_t kMaxBacklogDescriptors = 512;
 constexpr size_t kMaxExports = 4096;
 constexpr size_t kMaxImports = 4096;
 
-// How long a peer may leave its end of the socket unread.
-constexpr timeval kSendTimeout{5, 0};
+// How long a message may wait for a peer that does not read.
+constexpr int kSendTimeoutMs = 10'000;
+
+void awaitReadable(int socket, Connection::Clock::time_point deadline) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - Connection::Clock::now());
+    pollfd waiting{socket, POLLIN, 0};
+    poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
+}
 
 }  // namespace
 
 std::shared_ptr<Connection> Connection::start(unique_fd socket, const ucred& peer,
                                               const sp<BHwBinder>& root,
                                               std::function<void(const Connection*)> onEnd) {
-    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &kSendTimeout, sizeof(kSendTimeout));
     std::shared_ptr<Connection> connection(
         new Connection(std::move(socket), peer, root, std::move(onEnd)));
-    std::thread([connection] { connection->readMessages(); }).detach();
+    connection->watchName_ = ThreadPool::self().add(connection->socket_.get(), connection);
+    const std::lock_guard lock(connection->mutex_);
+    connection->letAnotherReadLocked();
     return connection;
 }
 
@@ -48,7 +56,7 @@ Connection::Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>&
 // Calling
 
 status_t Connection::call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
-                          uint32_t flags) {
+                          uint32_t flags, Clock::time_point deadline) {
     FrameHeader header;
     header.kind = FrameKind::kTransaction;
     header.objectId = objectId;
@@ -63,32 +71,56 @@ status_t Connection::call(uint64_t objectId, uint32_t code, const Parcel& data, 
         if (!alive_) return DEAD_OBJECT;
         header.callId = ++lastCallId_;
         pendingCalls_[header.callId] = &call;
+        // Before the call is sent: its reply is not to wake a thread of the pool.
+        call.isReading = startReadingLocked();
     }
-    const status_t sent = send(header, data);
+    status_t status = send(header, data, &call);
 
     std::unique_lock lock(mutex_);
-    while (sent == OK) {
+    if (status == OK) status = awaitReply(call, deadline, lock);
+    pendingCalls_.erase(header.callId);
+    if (status == TIMED_OUT && !call.isDone) abandonedCalls_.insert(header.callId);
+    stopReadingLocked(call);
+    lock.unlock();
+    if (status == OK && reply != nullptr) *reply = std::move(call.reply);
+    return status;
+}
+
+status_t Connection::awaitReply(PendingCall& call, Clock::time_point deadline,
+                                std::unique_lock<std::mutex>& lock) {
+    const bool isBounded = deadline != Clock::time_point::max();
+    while (true) {
         if (!call.nested.empty()) {
             TransactionPointer nested = std::move(call.nested.front());
             call.nested.pop_front();
+            stopReadingLocked(call);
             lock.unlock();
             serve(*nested);
             nested.reset();
             lock.lock();
         } else if (call.isDone) {
-            break;
+            return call.status;
+        } else if (isBounded && Clock::now() >= deadline) {
+            return TIMED_OUT;
+        } else if (call.isReading || startReadingLocked()) {
+            call.isReading = true;
+            lock.unlock();
+            if (isBounded) awaitReadable(socket_.get(), deadline);
+            readMessages(isBounded ? MSG_DONTWAIT : 0, nullptr);
+            lock.lock();
         } else {
-            call.changed.wait(lock);
+            call.isAsleep = true;
+            if (isBounded) {
+                call.changed.wait_until(lock, deadline);
+            } else {
+                call.changed.wait(lock);
+            }
+            call.isAsleep = false;
         }
     }
-    pendingCalls_.erase(header.callId);
-    lock.unlock();
-    if (sent != OK) return sent;
-    if (call.status == OK && reply != nullptr) *reply = std::move(call.reply);
-    return call.status;
 }
 
-status_t Connection::send(FrameHeader header, const Parcel& parcel) {
+status_t Connection::send(FrameHeader header, const Parcel& parcel, PendingCall* call) {
     if (parcel.writeError() != OK) return parcel.writeError();
     if (parcel.items().size() > kMaxItemBytes || parcel.objects().size() > kMaxObjects ||
         parcel.descriptors().size() > kMaxDescriptors) {
@@ -104,7 +136,7 @@ status_t Connection::send(FrameHeader header, const Parcel& parcel) {
     header.itemBytes = static_cast<uint32_t>(parcel.items().size());
     header.objectCount = static_cast<uint32_t>(objects.size());
     header.descriptorCount = static_cast<uint32_t>(parcel.descriptors().size());
-    return sendNow(header, parcel.items(), objects, parcel.descriptors()) ? OK : DEAD_OBJECT;
+    return sendNow(header, parcel.items(), objects, parcel.descriptors(), call) ? OK : DEAD_OBJECT;
 }
 
 status_t Connection::exportObjects(const Parcel& parcel, std::vector<ObjectReference>* references) {
@@ -134,15 +166,30 @@ status_t Connection::exportObjects(const Parcel& parcel, std::vector<ObjectRefer
 
 bool Connection::sendNow(const FrameHeader& header, const std::vector<uint8_t>& items,
                          const std::vector<ObjectReference>& objects,
-                         const std::vector<int>& descriptors) {
-    const std::lock_guard sendLock(sendMutex_);
+                         const std::vector<int>& descriptors, PendingCall* call) {
+    // The peer may wait for us to read before it reads.
+    const auto letAnotherRead = [this, call] {
+        if (call == nullptr) return;
+        const std::lock_guard lock(mutex_);
+        stopReadingLocked(*call);
+    };
+    std::unique_lock sendLock(sendMutex_, std::try_to_lock);
+    if (!sendLock.owns_lock()) {
+        letAnotherRead();
+        sendLock.lock();
+    }
     if (!alive_) return false;
-    const int error = sendFrame(socket_.get(), header, items, objects, descriptors);
+    FrameWriter writer(header, items, objects, descriptors);
+    int error = writer.writeSome(socket_.get());
+    if (error == EAGAIN) {
+        letAnotherRead();
+        error = writer.writeRest(socket_.get(), kSendTimeoutMs);
+    }
     if (error == 0) return true;
     const bool peerIsGone = error == EPIPE || error == ECONNRESET;
     return drop(peerIsGone ? nullptr
-                           : (error == EAGAIN ? "it does not read what is sent to it"
-                                              : "a message cannot be sent to it"));
+                           : (error == ETIMEDOUT ? "it does not read what is sent to it"
+                                                 : "a message cannot be sent to it"));
 }
 
 // Serving
@@ -195,11 +242,6 @@ void Connection::serveOneWayCalls() {
 
 // Proxies
 
-sp<IBinder> Connection::rootProxy() {
-    const std::lock_guard lock(mutex_);
-    return importLocked(kRootObjectId);
-}
-
 sp<BpHwBinder> Connection::importLocked(uint64_t objectId) {
     Import& import = imports_[objectId];
     sp<BpHwBinder> proxy = import.proxy.promote();
@@ -224,22 +266,80 @@ void Connection::releaseProxy(BpHwBinder* proxy) {
     if (header.references > 0) sendNow(header, {}, {}, {});
 }
 
-// Receiving
+// Reading
 
-void Connection::readMessages() {
-    pthread_setname_np(pthread_self(), "HIDL:reader");
-    const char* problem = nullptr;
-    for (Frame frame; receiveFrame(socket_.get(), &frame, &problem) && dispatch(&frame);) {
-        frame = Frame();
-    }
-    drop(problem);
-    end();
+bool Connection::startReadingLocked() {
+    if (isBeingRead_) return false;
+    isBeingRead_ = true;
+    ThreadPool::self().ignore(socket_.get(), watchName_);
+    return true;
 }
 
-bool Connection::dispatch(Frame* frame) {
+void Connection::stopReadingLocked(PendingCall& call) {
+    if (std::exchange(call.isReading, false)) letAnotherReadLocked();
+}
+
+void Connection::letAnotherReadLocked() {
+    if (!socket_.ok()) return;  // the connection has ended
+    for (const auto& [callId, call] : pendingCalls_) {
+        if (!call->isAsleep || call->isDone) continue;
+        call->isReading = true;
+        call->changed.notify_one();
+        return;
+    }
+    isBeingRead_ = false;
+    ThreadPool::self().watch(socket_.get(), watchName_);
+}
+
+void Connection::onReadable() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (std::exchange(isBeingRead_, true)) return;
+    }
+    Task own;
+    if (!readMessages(MSG_DONTWAIT, &own)) return;
+    {
+        const std::lock_guard lock(mutex_);
+        letAnotherReadLocked();
+    }
+    if (own) own();
+}
+
+bool Connection::readMessages(int flags, Task* own) {
+    bool isAnyWhole = false;
+    while (!isAnyWhole) {
+        const char* problem = nullptr;
+        const FrameReader::Outcome outcome = reader_.receive(socket_.get(), flags, &problem);
+        if (outcome == FrameReader::Outcome::kNotYet) return true;
+        if (outcome == FrameReader::Outcome::kEnd) drop(problem);
+        if (outcome == FrameReader::Outcome::kEnd || !dispatchReceived(&isAnyWhole, own)) {
+            end();
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Connection::dispatchReceived(bool* isAnyWhole, Task* own) {
+    while (true) {
+        Frame frame;
+        const char* problem = nullptr;
+        switch (reader_.next(&frame, &problem)) {
+            case FrameReader::Outcome::kNotYet:
+                return true;
+            case FrameReader::Outcome::kEnd:
+                return drop(problem);
+            case FrameReader::Outcome::kDone:
+                *isAnyWhole = true;
+                if (!dispatch(&frame, own)) return false;
+        }
+    }
+}
+
+bool Connection::dispatch(Frame* frame, Task* own) {
     switch (frame->header.kind) {
         case FrameKind::kTransaction:
-            return dispatchTransaction(frame);
+            return dispatchTransaction(frame, own);
         case FrameKind::kReply:
             return dispatchReply(frame);
         case FrameKind::kRelease:
@@ -248,7 +348,7 @@ bool Connection::dispatch(Frame* frame) {
     return false;
 }
 
-bool Connection::dispatchTransaction(Frame* frame) {
+bool Connection::dispatchTransaction(Frame* frame, Task* own) {
     const auto transaction = std::make_shared<Transaction>();
     transaction->header = frame->header;
     const FrameHeader& header = transaction->header;
@@ -264,20 +364,23 @@ bool Connection::dispatchTransaction(Frame* frame) {
     if (backlog_.isTooLong()) return dropLocked("it makes more calls than can be served");
     transaction->target = target->second.object;
 
+    const auto waiting = pendingCalls_.find(header.parentCallId);
+    Task task;
     if (isOneWay) {
         oneWayCalls_.push_back(transaction);
-        if (!std::exchange(isServingOneWayCalls_, true)) {
-            ThreadPool::self().post([self = shared_from_this()] { self->serveOneWayCalls(); });
-        }
-        return true;
-    }
-    const auto waiting = pendingCalls_.find(header.parentCallId);
-    if (waiting != pendingCalls_.end() && !waiting->second->isDone) {
+        if (std::exchange(isServingOneWayCalls_, true)) return true;
+        task = [self = shared_from_this()] { self->serveOneWayCalls(); };
+    } else if (waiting != pendingCalls_.end() && !waiting->second->isDone) {
         waiting->second->nested.push_back(transaction);
         waiting->second->changed.notify_one();
+        return true;
     } else {
-        ThreadPool::self().post(
-            [self = shared_from_this(), transaction] { self->serve(*transaction); });
+        task = [self = shared_from_this(), transaction] { self->serve(*transaction); };
+    }
+    if (own != nullptr && !*own) {
+        *own = std::move(task);
+    } else {
+        ThreadPool::self().post(std::move(task));
     }
     return true;
 }
@@ -303,6 +406,12 @@ bool Connection::dispatchReply(Frame* frame) {
     Parcel reply;
     if (!unpack(frame, &reply)) return false;
     const std::lock_guard lock(mutex_);
+    if (abandonedCalls_.erase(frame->header.callId) != 0) {
+        // Its proxies give their references back, which is writing.
+        const auto unwanted = std::make_shared<Parcel>(std::move(reply));
+        ThreadPool::self().post([unwanted] {});
+        return true;
+    }
     const auto found = pendingCalls_.find(frame->header.callId);
     if (found == pendingCalls_.end() || found->second->isDone) {
         return dropLocked("a reply answers no call");
@@ -385,6 +494,7 @@ void Connection::end() {
     {
         const std::lock_guard sendLock(sendMutex_);
         const std::lock_guard lock(mutex_);
+        ThreadPool::self().remove(socket_.get(), watchName_);
         socket_.reset();
         remains->exports = std::move(exports_);
         exports_.clear();

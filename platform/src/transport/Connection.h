@@ -7,22 +7,26 @@
 #include <sys/socket.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 
 #include "transport/Frame.h"
+#include "transport/ThreadPool.h"
 
 namespace android::hardware::details {
 
 /**
- * Messages are read on a thread of the connection's own, which runs no code of
- * programs and never writes: calls are served on the thread pool, or, if the peer
- * makes them while it serves a call of ours, on the thread that waits for that call.
- * One-way calls are served one after the other.
+ * One thread at a time reads the messages: one that waits for the reply to a call, or else one of
+ * the thread pool, which then serves what it has read. Whoever is reading runs no code of programs
+ * and does not write: a thread that is to do so lets another one read first, so that there is
+ * always one that can. Calls that the peer makes while it serves a call of ours are served on the
+ * thread that waits for that call. One-way calls are served one after the other.
  *
  * A reference to an object is counted each time it is sent. The receiver gives the
  * counts back together when it drops its proxy, so that a reference which is on its
@@ -34,31 +38,36 @@ namespace android::hardware::details {
  *
  * Threading: every method may be called from any thread.
  */
-class Connection : public std::enable_shared_from_this<Connection> {
+class Connection final : public Readable, public std::enable_shared_from_this<Connection> {
   public:
+    using Clock = std::chrono::steady_clock;
+
     /** The object that every process offers to its peers without being asked. */
     static constexpr uint64_t kRootObjectId = 0;
 
     /**
      * Takes over a connected socket.
-     * @param onEnd called once, on the connection's thread, when it has ended
+     * @param onEnd called once, when it has ended, by the thread that finds out
      */
     static std::shared_ptr<Connection> start(unique_fd socket, const ucred& peer,
                                              const sp<BHwBinder>& root,
                                              std::function<void(const Connection*)> onEnd);
 
-    /** Calls an object of the peer and, unless the call is one-way, waits for the reply. */
+    /**
+     * Calls an object of the peer and, unless the call is one-way, waits for the reply.
+     * @param deadline of the reply, after which the call fails with TIMED_OUT; without one, it is
+     * waited for as long as the peer lives
+     */
     status_t call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
-                  uint32_t flags);
-
-    /** The proxy of the peer's root object. */
-    sp<IBinder> rootProxy();
+                  uint32_t flags, Clock::time_point deadline = Clock::time_point::max());
 
     /** Gives back the references of a proxy that is being destroyed. */
     void releaseProxy(BpHwBinder* proxy);
 
     bool isAlive() const { return alive_; }
     const ucred& peer() const { return peer_; }
+
+    void onReadable() override;
 
   private:
     struct Transaction {
@@ -69,10 +78,15 @@ class Connection : public std::enable_shared_from_this<Connection> {
         bool isOneWay() const { return (header.flags & IBinder::FLAG_ONEWAY) != 0; }
     };
     using TransactionPointer = std::shared_ptr<Transaction>;
+    using Task = std::function<void()>;
 
     struct PendingCall {
         std::condition_variable changed;
         std::deque<TransactionPointer> nested;
+        /** Its thread waits for `changed`. */
+        bool isAsleep = false;
+        /** Its thread is the one that reads. */
+        bool isReading = false;
         bool isDone = false;
         status_t status = OK;
         Parcel reply;
@@ -102,10 +116,26 @@ class Connection : public std::enable_shared_from_this<Connection> {
     Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>& root,
                std::function<void(const Connection*)> onEnd);
 
-    void readMessages();
+    status_t awaitReply(PendingCall& call, Clock::time_point deadline,
+                        std::unique_lock<std::mutex>& lock);
+
+    /** @return false if another thread reads */
+    bool startReadingLocked();
+    void stopReadingLocked(PendingCall& call);
+    /** Lets a thread read that waits for a reply, or one of the pool. */
+    void letAnotherReadLocked();
+    /**
+     * Receives until there are whole messages, and dispatches them.
+     * @param flags of recvmsg
+     * @param own receives what the reading thread can do itself, when it has stopped reading
+     * @return false when this was the end of the connection
+     */
+    bool readMessages(int flags, Task* own);
+
     // Each returns false after dropping a peer that has sent what makes no sense.
-    bool dispatch(Frame* frame);
-    bool dispatchTransaction(Frame* frame);
+    bool dispatchReceived(bool* isAnyWhole, Task* own);
+    bool dispatch(Frame* frame, Task* own);
+    bool dispatchTransaction(Frame* frame, Task* own);
     bool dispatchReply(Frame* frame);
     bool dispatchRelease(const FrameHeader& header);
     bool unpack(Frame* frame, Parcel* parcel);
@@ -115,10 +145,12 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void serveOneWayCalls();
     void answer(uint64_t callId, status_t status, const Parcel& reply);
 
-    status_t send(FrameHeader header, const Parcel& parcel);
+    /** @param call stops reading before the socket's room is waited for */
+    status_t send(FrameHeader header, const Parcel& parcel, PendingCall* call = nullptr);
     status_t exportObjects(const Parcel& parcel, std::vector<ObjectReference>* references);
     bool sendNow(const FrameHeader& header, const std::vector<uint8_t>& items,
-                 const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors);
+                 const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors,
+                 PendingCall* call = nullptr);
 
     /** Ends the connection; logs why, if a reason is given, for the first time. False. */
     bool drop(const char* reason);
@@ -128,13 +160,17 @@ class Connection : public std::enable_shared_from_this<Connection> {
     const ucred peer_;
     const std::function<void(const Connection*)> onEnd_;
     std::atomic<bool> alive_{true};
+    uint64_t watchName_ = 0;  // of the socket, in the pool
+    FrameReader reader_;      // of the thread that reads
 
     std::mutex sendMutex_;  // taken before mutex_, never while it is held
     std::mutex mutex_;      // guards everything below
     unique_fd socket_;      // closed with both mutexes held
+    bool isBeingRead_ = true;
     bool isDropLogged_ = false;
     uint64_t lastCallId_ = 0;
     std::map<uint64_t, PendingCall*> pendingCalls_;
+    std::set<uint64_t> abandonedCalls_;  // whose replies may still come
     uint64_t lastObjectId_ = kRootObjectId;
     std::map<uint64_t, Export> exports_;
     std::map<const BHwBinder*, uint64_t> exportIds_;

@@ -7,28 +7,31 @@
 #include <hidl/HidlBinderSupport.h>
 #include <log/log.h>
 #include <poll.h>
-#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
-#include <thread>
 
 namespace android::hardware::details {
 
 namespace {
 
 constexpr size_t kMaxConnections = 256;
+// Two processes that find each other at the same time have two; ended ones may not be forgotten.
+constexpr std::ptrdiff_t kMaxConnectionsOfOneProcess = 16;
+// How long a process may take to accept a connection, and to say whether it has a service.
+constexpr std::chrono::seconds kPatience{5};
 constexpr int kListenBacklog = 64;
 constexpr char kTableInterface[] = "ServiceTable";
 constexpr uint32_t kGetService = 1;
 
-unique_fd newSocket() {
-    return unique_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+unique_fd newSocket(int flags = 0) {
+    return unique_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
 }
 
 std::optional<sockaddr_un> addressOf(const Registry& registry, const std::string& socketName) {
@@ -56,13 +59,13 @@ sp<hidl::base::V1_0::IBase> ServiceTable::get(const std::string& name) const {
     return found == services_.end() ? nullptr : found->second;
 }
 
-status_t ServiceTable::ask(const sp<IBinder>& table, const std::string& name,
-                           sp<IBinder>* service) {
+status_t ServiceTable::ask(Connection& peer, const std::string& name, sp<IBinder>* service) {
     Parcel data;
     Parcel reply;
     data.writeInterfaceToken(kTableInterface);
     data.writeCString(name.c_str());
-    const status_t status = table->transact(kGetService, data, &reply);
+    const status_t status = peer.call(Connection::kRootObjectId, kGetService, data, &reply, 0,
+                                      Connection::Clock::now() + kPatience);
     return status == OK ? reply.readNullableStrongBinder(service) : status;
 }
 
@@ -78,8 +81,8 @@ status_t ServiceTable::onTransact(uint32_t code, const Parcel& data, Parcel* rep
 // Endpoint
 
 Endpoint& Endpoint::self() {
-    static auto* const endpoint = new Endpoint;
-    return *endpoint;
+    static auto* const endpoint = new std::shared_ptr<Endpoint>(new Endpoint);
+    return **endpoint;
 }
 
 Endpoint::Endpoint() : services_(new ServiceTable) {}
@@ -98,7 +101,7 @@ status_t Endpoint::listen() {
 
     std::string name = Registry::newSocketName();
     const std::optional<sockaddr_un> address = addressOf(*registry, name);
-    unique_fd listener = newSocket();
+    unique_fd listener = newSocket(SOCK_NONBLOCK);
     if (!address || !listener.ok() ||
         bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) != 0 ||
         ::listen(listener.get(), kListenBacklog) != 0) {
@@ -114,22 +117,29 @@ status_t Endpoint::listen() {
         if (Registry::processOf(socket) != getpid()) return;
         if (auto own = Registry::open(Registry::Mode::kLookUp)) own->removeSocket(socket);
     });
-    std::thread([this, fd = listener_.get()] { acceptConnections(fd); }).detach();
+    watchName_ = ThreadPool::self().add(listener_.get(), weak_from_this());
+    ThreadPool::self().watch(listener_.get(), watchName_);
     return OK;
 }
 
-void Endpoint::acceptConnections(int listener) {
-    pthread_setname_np(pthread_self(), "HIDL:accept");
-    while (true) {
-        unique_fd socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
-        if (!socket.ok()) {
-            // Out of descriptors, most likely: give the connections some time to end.
-            if (errno != EINTR && errno != ECONNABORTED) poll(nullptr, 0, 100);
-            continue;
-        }
+void Endpoint::onReadable() {
+    unique_fd socket(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (socket.ok()) {
         const std::lock_guard lock(mutex_);
         startLocked(std::move(socket));
+    } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+        // Gives the connections some time to end.
+        poll(nullptr, 0, 100);
     }
+    ThreadPool::self().watch(listener_.get(), watchName_);
+}
+
+std::shared_ptr<Connection> Endpoint::findLocked(int process) const {
+    const auto known =
+        std::find_if(connections_.begin(), connections_.end(), [process](const auto& connection) {
+            return connection->isAlive() && connection->peer().pid == process;
+        });
+    return known == connections_.end() ? nullptr : *known;
 }
 
 std::shared_ptr<Connection> Endpoint::startLocked(unique_fd socket) {
@@ -140,7 +150,10 @@ std::shared_ptr<Connection> Endpoint::startLocked(unique_fd socket) {
         ALOGE("refused process %d of user %u", peer.pid, peer.uid);
         return nullptr;
     }
-    if (connections_.size() >= kMaxConnections) {
+    const auto ofSameProcess = std::count_if(
+        connections_.begin(), connections_.end(),
+        [&peer](const auto& connection) { return connection->peer().pid == peer.pid; });
+    if (connections_.size() >= kMaxConnections || ofSameProcess >= kMaxConnectionsOfOneProcess) {
         ALOGE("refused process %d: there are too many connections", peer.pid);
         return nullptr;
     }
@@ -160,18 +173,21 @@ std::shared_ptr<Connection> Endpoint::connectTo(const Registry& registry,
     const std::optional<sockaddr_un> address = addressOf(registry, socketName);
     if (!process || !address) return nullptr;
 
-    const std::lock_guard lock(mutex_);
-    const auto known =
-        std::find_if(connections_.begin(), connections_.end(), [&](const auto& connection) {
-            return connection->isAlive() && connection->peer().pid == *process;
-        });
-    if (known != connections_.end()) return *known;
-
+    {
+        const std::lock_guard lock(mutex_);
+        if (std::shared_ptr<Connection> known = findLocked(*process)) return known;
+    }
+    // Without the lock, for this may take a while.
     unique_fd socket = newSocket();
+    const timeval patience{kPatience.count(), 0};
+    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
     if (!socket.ok() || connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address),
                                 sizeof(*address)) != 0) {
+        if (errno == EAGAIN) ALOGE("process %d does not accept connections", *process);
         return nullptr;
     }
+    const std::lock_guard lock(mutex_);
+    if (std::shared_ptr<Connection> known = findLocked(*process)) return known;
     return startLocked(std::move(socket));
 }
 

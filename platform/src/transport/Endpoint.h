@@ -27,8 +27,11 @@ class ServiceTable final : public BHwBinder {
     void set(const std::string& name, const sp<hidl::base::V1_0::IBase>& service);
     sp<hidl::base::V1_0::IBase> get(const std::string& name) const;
 
-    /** Asks the table behind a root proxy. @param service receives null if there is none */
-    static status_t ask(const sp<IBinder>& table, const std::string& name, sp<IBinder>* service);
+    /**
+     * Asks the table of a peer. @param service receives null if there is none
+     * @return TIMED_OUT if the peer's process does not answer
+     */
+    static status_t ask(Connection& peer, const std::string& name, sp<IBinder>* service);
 
   protected:
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
@@ -46,7 +49,7 @@ class ServiceTable final : public BHwBinder {
  *
  * Threading: every method may be called from any thread.
  */
-class Endpoint {
+class Endpoint final : public Readable, public std::enable_shared_from_this<Endpoint> {
   public:
     /** Never destroyed: its threads may outlive main(). */
     static Endpoint& self();
@@ -57,21 +60,25 @@ class Endpoint {
     /** Name of this process's socket; empty before listen(). */
     std::string socketName() const;
 
-    /** A live connection to the process with that socket; null if it is gone. */
+    /** A live connection to the process with that socket; null if it is gone or takes no more. */
     std::shared_ptr<Connection> connectTo(const Registry& registry, const std::string& socketName);
 
     ServiceTable& services() { return *services_; }
 
+    /** Accepts a connection. */
+    void onReadable() override;
+
   private:
     Endpoint();
-    void acceptConnections(int listener);
+    std::shared_ptr<Connection> findLocked(int process) const;
     std::shared_ptr<Connection> startLocked(unique_fd socket);
     void forget(const Connection* connection);
 
     const sp<ServiceTable> services_;
     mutable std::mutex mutex_;
     std::string socketName_;
-    unique_fd listener_;
+    unique_fd listener_;  // stays open once it is
+    uint64_t watchName_ = 0;
     std::list<std::shared_ptr<Connection>> connections_;
 };
 

@@ -1,64 +1,20 @@
 // See Frame.h.
 #include "transport/Frame.h"
 
-#include <sys/socket.h>
-#include <sys/uio.h>
+#include <poll.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <iterator>
 
 namespace android::hardware::details {
 
 namespace {
 
-constexpr char kEndedTooEarly[] = "a message ended too early";
-
-union DescriptorMessage {
-    cmsghdr header;
-    char bytes[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
-};
-
-/** Takes the descriptors of a message; false if there are too many. */
-bool takeDescriptors(msghdr* message, std::vector<unique_fd>* descriptors) {
-    for (cmsghdr* control = CMSG_FIRSTHDR(message); control != nullptr;
-         control = CMSG_NXTHDR(message, control)) {
-        if (control->cmsg_level != SOL_SOCKET || control->cmsg_type != SCM_RIGHTS) continue;
-        const size_t count = (control->cmsg_len - CMSG_LEN(0)) / sizeof(int);
-        for (size_t i = 0; i < count; ++i) {
-            int fd;
-            std::memcpy(&fd, CMSG_DATA(control) + i * sizeof(int), sizeof(fd));
-            descriptors->emplace_back(fd);
-        }
-    }
-    return (message->msg_flags & MSG_CTRUNC) == 0 && descriptors->size() <= kMaxDescriptors;
-}
-
-/** Reads exactly `size` bytes; an end before the first one is no problem of the message's. */
-bool receiveBytes(int socket, void* bytes, size_t size, std::vector<unique_fd>* descriptors,
-                  const char** problem) {
-    size_t received = 0;
-    while (received < size) {
-        DescriptorMessage control;
-        iovec rest{static_cast<char*>(bytes) + received, size - received};
-        msghdr message{};
-        message.msg_iov = &rest;
-        message.msg_iovlen = 1;
-        message.msg_control = &control;
-        message.msg_controllen = sizeof(control);
-        const ssize_t count = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) {
-            if (received > 0) *problem = kEndedTooEarly;
-            return false;
-        }
-        if (!takeDescriptors(&message, descriptors)) {
-            *problem = "a message has too many descriptors";
-            return false;
-        }
-        received += static_cast<size_t>(count);
-    }
-    return true;
-}
+// Nearly all messages are smaller.
+constexpr size_t kSmallestBuffer = size_t{16} << 10;
 
 const char* problemWith(const FrameHeader& header) {
     if (header.magic != kFrameMagic) return "a message does not start with a header";
@@ -74,63 +30,150 @@ const char* problemWith(const FrameHeader& header) {
 
 }  // namespace
 
-int sendFrame(int socket, const FrameHeader& header, const std::vector<uint8_t>& items,
-              const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors) {
-    std::vector<uint8_t> bytes;
-    const auto append = [&bytes](const void* part, size_t size) {
-        const auto* first = static_cast<const uint8_t*>(part);
-        bytes.insert(bytes.end(), first, first + size);
-    };
-    append(&header, sizeof(header));
-    append(items.data(), items.size());
-    append(objects.data(), objects.size() * sizeof(ObjectReference));
+// FrameWriter
 
-    iovec rest{bytes.data(), bytes.size()};
-    msghdr message{};
-    message.msg_iov = &rest;
-    message.msg_iovlen = 1;
-    DescriptorMessage control{};
-    if (!descriptors.empty()) {
-        const size_t size = descriptors.size() * sizeof(int);
-        control.header.cmsg_level = SOL_SOCKET;
-        control.header.cmsg_type = SCM_RIGHTS;
-        control.header.cmsg_len = CMSG_LEN(size);
-        std::memcpy(CMSG_DATA(&control.header), descriptors.data(), size);
-        message.msg_control = &control;
-        message.msg_controllen = CMSG_SPACE(size);
-    }
+FrameWriter::FrameWriter(const FrameHeader& header, const std::vector<uint8_t>& items,
+                         const std::vector<ObjectReference>& objects,
+                         const std::vector<int>& descriptors)
+    // The kernel's interface does not know that these are only read.
+    : parts_{{const_cast<FrameHeader*>(&header), sizeof(header)},
+             {const_cast<uint8_t*>(items.data()), items.size()},
+             {const_cast<ObjectReference*>(objects.data()),
+              objects.size() * sizeof(ObjectReference)}} {
+    message_.msg_iov = parts_;
+    message_.msg_iovlen = 3;
+    if (descriptors.empty()) return;
+    const size_t size = descriptors.size() * sizeof(int);
+    std::memset(&control_, 0, CMSG_SPACE(size));
+    message_.msg_control = &control_;
+    message_.msg_controllen = CMSG_SPACE(size);
+    cmsghdr* const control = CMSG_FIRSTHDR(&message_);
+    control->cmsg_level = SOL_SOCKET;
+    control->cmsg_type = SCM_RIGHTS;
+    control->cmsg_len = CMSG_LEN(size);
+    std::memcpy(CMSG_DATA(control), descriptors.data(), size);
+}
 
-    while (rest.iov_len > 0) {
-        const ssize_t count = sendmsg(socket, &message, MSG_NOSIGNAL);
+int FrameWriter::writeSome(int socket) {
+    while (message_.msg_iovlen > 0) {
+        const ssize_t count = sendmsg(socket, &message_, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) return errno;
-        rest.iov_base = static_cast<uint8_t*>(rest.iov_base) + count;
-        rest.iov_len -= static_cast<size_t>(count);
-        message.msg_control = nullptr;
-        message.msg_controllen = 0;
+        // The descriptors went with the first byte.
+        message_.msg_control = nullptr;
+        message_.msg_controllen = 0;
+        auto written = static_cast<size_t>(count);
+        while (message_.msg_iovlen > 0 && written >= message_.msg_iov->iov_len) {
+            written -= message_.msg_iov->iov_len;
+            ++message_.msg_iov;
+            --message_.msg_iovlen;
+        }
+        if (message_.msg_iovlen == 0) break;
+        message_.msg_iov->iov_base = static_cast<uint8_t*>(message_.msg_iov->iov_base) + written;
+        message_.msg_iov->iov_len -= written;
     }
     return 0;
 }
 
-bool receiveFrame(int socket, Frame* frame, const char** problem) {
-    const auto receive = [&](void* bytes, size_t size) {
-        return receiveBytes(socket, bytes, size, &frame->descriptors, problem);
-    };
-    *problem = nullptr;
-    if (!receive(&frame->header, sizeof(frame->header))) return false;
-    *problem = problemWith(frame->header);
-    if (*problem != nullptr) return false;
-
-    frame->items.resize(frame->header.itemBytes);
-    frame->objects.resize(frame->header.objectCount);
-    *problem = kEndedTooEarly;
-    if (!receive(frame->items.data(), frame->items.size()) ||
-        !receive(frame->objects.data(), frame->objects.size() * sizeof(ObjectReference))) {
-        return false;
+int FrameWriter::writeRest(int socket, int timeoutMs) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (true) {
+        const int error = writeSome(socket);
+        if (error != EAGAIN) return error;
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) return ETIMEDOUT;
+        pollfd waiting{socket, POLLOUT, 0};
+        poll(&waiting, 1, static_cast<int>(left.count()));
     }
-    const bool isWhole = frame->descriptors.size() == frame->header.descriptorCount;
-    *problem = isWhole ? nullptr : "a message lacks descriptors or has some too many";
-    return isWhole;
+}
+
+// FrameReader
+
+void FrameReader::makeRoom() {
+    if (unread() == 0) {
+        begin_ = end_ = 0;
+        // What has grown for a large message is not kept for the small ones.
+        if (capacity_ > kSmallestBuffer) capacity_ = 0;
+    }
+    if (capacity_ - end_ >= kSmallestBuffer / 2) return;
+    const size_t capacity = std::max(kSmallestBuffer, 2 * unread());
+    std::unique_ptr<uint8_t[]> bytes(new uint8_t[capacity]);
+    std::copy_n(bytes_.get() + begin_, unread(), bytes.get());
+    end_ = unread();
+    begin_ = 0;
+    capacity_ = capacity;
+    bytes_ = std::move(bytes);
+}
+
+bool FrameReader::takeDescriptors(msghdr* message) {
+    for (cmsghdr* control = CMSG_FIRSTHDR(message); control != nullptr;
+         control = CMSG_NXTHDR(message, control)) {
+        if (control->cmsg_level != SOL_SOCKET || control->cmsg_type != SCM_RIGHTS) continue;
+        const size_t count = (control->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+        for (size_t i = 0; i < count; ++i) {
+            int fd;
+            std::memcpy(&fd, CMSG_DATA(control) + i * sizeof(int), sizeof(fd));
+            descriptors_.emplace_back(fd);
+        }
+    }
+    // Those of a message that is not whole yet, and those of the next one.
+    return (message->msg_flags & MSG_CTRUNC) == 0 && descriptors_.size() <= 2 * kMaxDescriptors;
+}
+
+FrameReader::Outcome FrameReader::receive(int socket, int flags, const char** problem) {
+    *problem = nullptr;
+    makeRoom();
+    DescriptorMessage control;
+    iovec room{bytes_.get() + end_, capacity_ - end_};
+    msghdr message{};
+    message.msg_iov = &room;
+    message.msg_iovlen = 1;
+    message.msg_control = &control;
+    message.msg_controllen = sizeof(control);
+    const ssize_t count = recvmsg(socket, &message, flags | MSG_CMSG_CLOEXEC);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) return Outcome::kNotYet;
+    if (count <= 0) {
+        if (unread() > 0) *problem = "a message ended too early";
+        return Outcome::kEnd;
+    }
+    if (!takeDescriptors(&message)) {
+        *problem = "a message has too many descriptors";
+        return Outcome::kEnd;
+    }
+    end_ += static_cast<size_t>(count);
+    return Outcome::kDone;
+}
+
+FrameReader::Outcome FrameReader::next(Frame* frame, const char** problem) {
+    *problem = nullptr;
+    FrameHeader& header = frame->header;
+    if (unread() < sizeof(header)) return Outcome::kNotYet;
+    std::memcpy(&header, bytes_.get() + begin_, sizeof(header));
+    *problem = problemWith(header);
+    if (*problem != nullptr) return Outcome::kEnd;
+    const size_t objectBytes = header.objectCount * sizeof(ObjectReference);
+    const size_t size = sizeof(header) + header.itemBytes + objectBytes;
+    if (unread() < size) return Outcome::kNotYet;
+
+    const uint8_t* const items = bytes_.get() + begin_ + sizeof(header);
+    frame->items.assign(items, items + header.itemBytes);
+    frame->objects.resize(header.objectCount);
+    if (objectBytes > 0) std::memcpy(frame->objects.data(), items + header.itemBytes, objectBytes);
+    begin_ += size;
+    // A message's descriptors come with its first byte, so that what is left belongs to the next.
+    const bool isWhole = header.descriptorCount <= descriptors_.size() &&
+                         (unread() > 0 || header.descriptorCount == descriptors_.size());
+    if (!isWhole) {
+        *problem = "a message lacks descriptors or has some too many";
+        return Outcome::kEnd;
+    }
+    const auto end = descriptors_.begin() + header.descriptorCount;
+    frame->descriptors.assign(std::make_move_iterator(descriptors_.begin()),
+                              std::make_move_iterator(end));
+    descriptors_.erase(descriptors_.begin(), end);
+    return Outcome::kDone;
 }
 
 }  // namespace android::hardware::details

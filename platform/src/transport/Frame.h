@@ -2,9 +2,13 @@
 #pragma once
 
 #include <android-base/unique_fd.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <memory>
 #include <vector>
 
 namespace android::hardware::details {
@@ -56,14 +60,76 @@ struct Frame {
     std::vector<unique_fd> descriptors;
 };
 
-/** @return 0 or the error number of the socket, after which it is of no more use. */
-int sendFrame(int socket, const FrameHeader& header, const std::vector<uint8_t>& items,
-              const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors);
+/** Room for the descriptors of one message, as the kernel passes them. */
+struct DescriptorMessage {
+    alignas(cmsghdr) char bytes[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
+};
 
 /**
- * Waits for one message.
- * @param problem what is wrong if none comes; null at the end of the connection
+ * Writes one message, in as many steps as the socket needs. What it writes stays the caller's, and
+ * must stay where it is.
+ *
+ * Threading: one thread at a time.
  */
-bool receiveFrame(int socket, Frame* frame, const char** problem);
+class FrameWriter {
+  public:
+    FrameWriter(const FrameHeader& header, const std::vector<uint8_t>& items,
+                const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors);
+    // The message header points to the parts.
+    FrameWriter(const FrameWriter&) = delete;
+    FrameWriter& operator=(const FrameWriter&) = delete;
+
+    /**
+     * Writes what the socket takes without waiting.
+     * @return 0 when all is written, EAGAIN when there is no room for more yet, or the error number
+     * of the socket, which is of no more use then
+     */
+    int writeSome(int socket);
+
+    /** Writes the rest. @return 0, ETIMEDOUT, or the error number of the socket */
+    int writeRest(int socket, int timeoutMs);
+
+  private:
+    iovec parts_[3];
+    msghdr message_{};
+    DescriptorMessage control_;
+};
+
+/**
+ * Puts messages together from what a socket brings, however that is cut up. Memory grows with the
+ * bytes that have come, not with those that a header announces.
+ *
+ * Threading: one thread at a time.
+ */
+class FrameReader {
+  public:
+    enum class Outcome { kDone, kNotYet, kEnd };
+
+    /**
+     * Receives what there is, once.
+     * @param flags of recvmsg
+     * @param problem what was wrong if this is the end; null if nothing was
+     * @return kNotYet if there is nothing for now
+     */
+    Outcome receive(int socket, int flags, const char** problem);
+
+    /**
+     * Takes out the next message of what was received.
+     * @param problem what is wrong with it if this is the end
+     * @return kNotYet if it is not whole
+     */
+    Outcome next(Frame* frame, const char** problem);
+
+  private:
+    size_t unread() const { return end_ - begin_; }
+    void makeRoom();
+    bool takeDescriptors(msghdr* message);
+
+    std::unique_ptr<uint8_t[]> bytes_;
+    size_t capacity_ = 0;
+    size_t begin_ = 0;
+    size_t end_ = 0;
+    std::deque<unique_fd> descriptors_;
+};
 
 }  // namespace android::hardware::details

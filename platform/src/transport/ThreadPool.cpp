@@ -1,55 +1,143 @@
 // See ThreadPool.h.
+#define LOG_TAG "HidlTransport"
+
 #include "transport/ThreadPool.h"
 
+#include <log/log.h>
 #include <pthread.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
 
-#include <chrono>
+#include <cerrno>
+#include <system_error>
 #include <thread>
 #include <utility>
 
 namespace android::hardware::details {
 
 namespace {
-constexpr std::chrono::seconds kIdleTime{1};
-}
+constexpr int kIdleTimeMs = 1000;
+constexpr uint64_t kTaskPosted = 0;
+}  // namespace
 
 ThreadPool& ThreadPool::self() {
     static auto* const pool = new ThreadPool;
     return *pool;
 }
 
+ThreadPool::ThreadPool()
+    : events_(epoll_create1(EPOLL_CLOEXEC)),
+      taskPosted_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      lastName_(kTaskPosted) {
+    LOG_ALWAYS_FATAL_IF(!events_.ok() || !taskPosted_.ok(), "no descriptors for the HIDL threads");
+    // Edge-triggered: each write wakes one thread, and nobody has to read.
+    control(EPOLL_CTL_ADD, taskPosted_.get(), EPOLLIN | EPOLLET, kTaskPosted);
+}
+
+void ThreadPool::control(int operation, int fd, uint32_t events, uint64_t name) {
+    epoll_event event{};
+    event.events = events;
+    event.data.u64 = name;
+    epoll_ctl(events_.get(), operation, fd, &event);
+}
+
+// Descriptors
+
+uint64_t ThreadPool::add(int fd, const std::weak_ptr<Readable>& readable) {
+    const std::lock_guard lock(mutex_);
+    readables_[++lastName_] = readable;
+    control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_);
+    startThreadIfNoneWaits();
+    return lastName_;
+}
+
+void ThreadPool::watch(int fd, uint64_t name) {
+    control(EPOLL_CTL_MOD, fd, EPOLLIN | EPOLLONESHOT, name);
+}
+
+void ThreadPool::ignore(int fd, uint64_t name) {
+    control(EPOLL_CTL_MOD, fd, EPOLLONESHOT, name);
+}
+
+void ThreadPool::remove(int fd, uint64_t name) {
+    control(EPOLL_CTL_DEL, fd, 0, name);
+    const std::lock_guard lock(mutex_);
+    readables_.erase(name);
+}
+
+// Tasks
+
 void ThreadPool::post(std::function<void()> task) {
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));
-    if (idleThreads_ >= tasks_.size()) {
-        taskPosted_.notify_one();
-    } else {
-        std::thread([this] {
-            pthread_setname_np(pthread_self(), "HIDL:pool");
-            runUntilIdle();
-        }).detach();
-    }
+    startThreadIfNoneWaits();
+    eventfd_write(taskPosted_.get(), 1);
 }
 
-void ThreadPool::runUntilIdle() {
-    std::unique_lock lock(mutex_);
-    while (true) {
-        ++idleThreads_;
-        const bool isPosted =
-            taskPosted_.wait_for(lock, kIdleTime, [this] { return !tasks_.empty(); });
-        --idleThreads_;
-        if (!isPosted) return;
-        std::function<void()> task = std::move(tasks_.front());
-        tasks_.pop_front();
-        lock.unlock();
-        task();
-        task = nullptr;  // what it holds goes before the thread counts as idle
-        lock.lock();
+// Threads
+
+void ThreadPool::startThreadIfNoneWaits() {
+    if (waitingThreads_ > 0) return;
+    try {
+        std::thread([this] {
+            pthread_setname_np(pthread_self(), "HIDL:pool");
+            run(true);
+        }).detach();
+        ++waitingThreads_;
+    } catch (const std::system_error& error) {
+        // Those that are busy come back.
+        ALOGE("cannot start a HIDL thread: %s", error.what());
     }
 }
 
 void ThreadPool::join() {
-    while (true) runUntilIdle();
+    {
+        const std::lock_guard lock(mutex_);
+        ++waitingThreads_;
+    }
+    while (true) run(false);
+}
+
+void ThreadPool::run(bool mayEnd) {
+    while (true) {
+        epoll_event event{};
+        const int count = epoll_wait(events_.get(), &event, 1, mayEnd ? kIdleTimeMs : -1);
+        std::unique_lock lock(mutex_);
+        if (count == 0 && tasks_.empty() && (waitingThreads_ > 1 || readables_.empty())) {
+            --waitingThreads_;
+            return;
+        }
+        if (count <= 0) continue;
+        --waitingThreads_;
+        startThreadIfNoneWaits();
+        if (event.data.u64 == kTaskPosted) {
+            runTask(lock);
+        } else {
+            handle(event.data.u64, lock);
+        }
+        lock.lock();
+        ++waitingThreads_;
+    }
+}
+
+void ThreadPool::runTask(std::unique_lock<std::mutex>& lock) {
+    // Writes that nobody had seen yet came as one event.
+    if (tasks_.size() > 1) eventfd_write(taskPosted_.get(), 1);
+    std::function<void()> task;
+    if (!tasks_.empty()) {
+        task = std::move(tasks_.front());
+        tasks_.pop_front();
+    }
+    lock.unlock();
+    if (task) task();
+}
+
+void ThreadPool::handle(uint64_t name, std::unique_lock<std::mutex>& lock) {
+    const auto found = readables_.find(name);
+    const std::shared_ptr<Readable> readable =
+        found == readables_.end() ? nullptr : found->second.lock();
+    lock.unlock();
+    if (readable != nullptr) readable->onReadable();
 }
 
 }  // namespace android::hardware::details

@@ -1,16 +1,31 @@
-// The HIDL threads of the process: they serve calls and deliver death notices.
+// The HIDL threads of the process: they read the sockets, serve calls and deliver death notices.
 #pragma once
 
-#include <condition_variable>
+#include <android-base/unique_fd.h>
+
+#include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
+#include <memory>
 #include <mutex>
 
 namespace android::hardware::details {
 
+using base::unique_fd;
+
+/** Something with a descriptor that the pool waits for. */
+class Readable {
+  public:
+    virtual ~Readable() = default;
+    /** Called on a thread of the pool when there is something to read, or the end of it. */
+    virtual void onReadable() = 0;
+};
+
 /**
- * Grows whenever a task finds no idle thread, because a task may wait for another
- * one. Threads that stay idle for a while end.
+ * All threads wait in one place for whatever comes, and there is always one more that does: as
+ * soon as the last one has something to do, another is started, because what it does may wait for
+ * what comes next. Threads that find nothing to do for a while end.
  *
  * Threading: every method may be called from any thread.
  */
@@ -24,13 +39,31 @@ class ThreadPool {
     /** Makes the calling thread one of the pool, for good. */
     [[noreturn]] void join();
 
+    /** @return a name for the descriptor, which the pool does not wait for yet */
+    uint64_t add(int fd, const std::weak_ptr<Readable>& readable);
+    /** Has the owner called once, when the descriptor becomes readable or is so already. */
+    void watch(int fd, uint64_t name);
+    /** Takes that back. The call comes nevertheless if it is on its way, or at the socket's end. */
+    void ignore(int fd, uint64_t name);
+    void remove(int fd, uint64_t name);
+
   private:
-    void runUntilIdle();
+    ThreadPool();
+    void control(int operation, int fd, uint32_t events, uint64_t name);
+    void startThreadIfNoneWaits();
+    void run(bool mayEnd);
+    // Both give up the lock, and do not take it again.
+    void runTask(std::unique_lock<std::mutex>& lock);
+    void handle(uint64_t name, std::unique_lock<std::mutex>& lock);
+
+    const unique_fd events_;
+    const unique_fd taskPosted_;
 
     std::mutex mutex_;
-    std::condition_variable taskPosted_;
+    size_t waitingThreads_ = 0;
     std::deque<std::function<void()>> tasks_;
-    size_t idleThreads_ = 0;
+    uint64_t lastName_;
+    std::map<uint64_t, std::weak_ptr<Readable>> readables_;
 };
 
 }  // namespace android::hardware::details
