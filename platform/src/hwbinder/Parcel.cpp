@@ -5,6 +5,8 @@
 
 #include <log/log.h>
 
+#include <algorithm>
+#include <string>
 #include <utility>
 
 namespace android::hardware {
@@ -145,7 +147,13 @@ bool Parcel::enforceInterface(const char* interface) const {
     const char* token = readCString();
     if (token == nullptr) return false;
     if (std::strcmp(token, interface) == 0) return true;
-    ALOGW("a call for interface %.200s reached an object of %s", token, interface);
+    // As many characters as a line of the log can do with, and none that could forge another line.
+    constexpr size_t kMaxLoggedCharacters = 200;
+    std::string printable(token, strnlen(token, kMaxLoggedCharacters));
+    std::replace_if(
+        printable.begin(), printable.end(), [](unsigned char c) { return c < ' ' || c > '~'; },
+        '?');
+    ALOGW("a call for interface %s reached an object of %s", printable.c_str(), interface);
     return false;
 }
 
