@@ -23,6 +23,8 @@ enum class Parcel::Item : uint32_t {
 namespace {
 
 constexpr size_t kBufferAlignment = 8;
+// Of the items of most calls: they are written without a second allocation.
+constexpr size_t kUsualSize = 256;
 
 struct BufferHeader {
     uint32_t size;
@@ -48,6 +50,7 @@ Parcel::Parcel(std::vector<uint8_t> items, std::vector<sp<IBinder>> objects,
 
 void Parcel::append(const void* bytes, size_t size) {
     if (size == 0) return;
+    if (items_.empty()) items_.reserve(kUsualSize);
     const auto* first = static_cast<const uint8_t*>(bytes);
     items_.insert(items_.end(), first, first + size);
 }

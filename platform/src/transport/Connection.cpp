@@ -92,7 +92,7 @@ status_t Connection::awaitReply(PendingCall& call, Clock::time_point deadline,
     while (true) {
         if (!call.nested.empty()) {
             TransactionPointer nested = std::move(call.nested.front());
-            call.nested.pop_front();
+            call.nested.erase(call.nested.begin());
             stopReadingLocked(call);
             lock.unlock();
             serve(*nested);

@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <vector>
 
 #include "transport/Frame.h"
 #include "transport/ThreadPool.h"
@@ -82,7 +83,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
 
     struct PendingCall {
         std::condition_variable changed;
-        std::deque<TransactionPointer> nested;
+        std::vector<TransactionPointer> nested;  // rarely more than one
         /** Its thread waits for `changed`. */
         bool isAsleep = false;
         /** Its thread is the one that reads. */
