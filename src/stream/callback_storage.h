@@ -7,10 +7,10 @@
 #include <array>
 #include <cstddef>
 #include <functional>
-#include <iterator>
 #include <utility>
 #include <vector>
 
+#include "os/always_assert.h"
 #include "os/static_vector.h"
 #include "stream/record_conversion.h"
 
@@ -68,8 +68,11 @@ class CallbackStorage {
     [[gnu::noinline]] static void spill(std::vector<Data>& overflow,
                                         gsl::span<const HidlData> region, size_t fitting) {
         overflow.reserve(overflow.size() + region.size() - fitting);
-        std::transform(region.begin() + static_cast<std::ptrdiff_t>(fitting), region.end(),
-                       std::back_inserter(overflow), RecordConversion<Data>::convert);
+        for (size_t i = fitting; i < region.size(); ++i) {
+            // Tells the compiler, too, that no record has to wait elsewhere for the vector to grow.
+            VEK_ALWAYS_ASSERT(overflow.size() != overflow.capacity() && "no room to spill into");
+            overflow.push_back(RecordConversion<Data>::convert(region.data()[i]));
+        }
     }
 
     Callback callback_;
