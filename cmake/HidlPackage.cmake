@@ -36,11 +36,6 @@ function(moriak_hidl_package out_var)
             list(APPEND sources ${base}All.cpp)
         endif()
     endforeach()
-    list(FIND headers types.h has_types)
-    if(has_types EQUAL -1)
-        # hidl-gen writes the wire-type header of a package without types, too.
-        list(APPEND headers hwtypes.h)
-    endif()
     list(TRANSFORM headers PREPEND ${out_root}/${package_path}/)
     list(TRANSFORM sources PREPEND ${out_root}/${package_path}/)
 
