@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "controller/convert.h"
 #include "in_process/data_path.h"
@@ -12,36 +13,55 @@
 namespace Bench {
 namespace {
 
-using Vek::Sensors::ButtonData;
-using HidlButtonData = Vek::Sensors::Hidl::ButtonData;
-using Spans = gsl::span<const gsl::span<const ButtonData>>;
-using Queue =
-    android::hardware::MessageQueue<HidlButtonData, android::hardware::kSynchronizedReadWrite>;
+namespace Hidl = Vek::Sensors::Hidl;
+using namespace Vek::Sensors;
 
 const void* seen = nullptr;
 
-void use(Spans spans) {
+template <typename Data>
+using Spans = gsl::span<const gsl::span<const Data>>;
+
+template <typename Data>
+void use(Spans<Data> spans) {
     for (const auto& span : spans) {
         touch(span.data(), span.size());
     }
     seen = spans[0].data();
 }
 
-Passes convertBatches(size_t batch) {
-    return [storage = Vek::Sensors::HidlWrapper::CallbackStorage<ButtonData, HidlButtonData>{use},
-            records = std::vector<HidlButtonData>(batch)](size_t times) mutable -> const void* {
-        for (size_t i = 0; i < times; ++i) {
-            storage.deliver(Queue::MemTransaction{Queue::MemRegion{records.data(), records.size()},
-                                                  Queue::MemRegion{}});
-        }
-        return seen;
-    };
+/// Every flag set, every text as long as it can be.
+template <typename HidlData>
+std::vector<HidlData> makeRecords(size_t batch) {
+    std::vector<HidlData> records(batch);
+    std::memset(static_cast<void*>(records.data()), 0x7F, batch * sizeof(HidlData));
+    return records;
 }
 
-ButtonData copyFields(const HidlButtonData& from) {
+template <typename Data, typename HidlData>
+class ConvertedBatches {
+  public:
+    explicit ConvertedBatches(size_t batch) : records_(makeRecords<HidlData>(batch)) {}
+
+    const void* pass() {
+        storage_.deliver(batch_);
+        return seen;
+    }
+
+  private:
+    using Queue =
+        android::hardware::MessageQueue<HidlData, android::hardware::kSynchronizedReadWrite>;
+
+    const HidlWrapper::CallbackStorage<Data, HidlData> storage_{use<Data>};
+    std::vector<HidlData> records_;
+    const typename Queue::MemTransaction batch_{{records_.data(), records_.size()}, {}};
+};
+
+// The baseline's copies.
+
+ButtonData copyFields(const Hidl::ButtonData& from) {
     auto to = ButtonData();
-    to.header = {Vek::Sensors::ControllerAddr{from.header.controller.address},
-                 from.header.timestamp, from.header.arrivalTimestamp, from.header.sequence};
+    to.header = {ControllerAddr{from.header.controller.address}, from.header.timestamp,
+                 from.header.arrivalTimestamp, from.header.sequence};
     to.pressed = from.pressed;
     to.touched = from.touched;
     to.approached = from.approached;
@@ -51,47 +71,98 @@ ButtonData copyFields(const HidlButtonData& from) {
     return to;
 }
 
-/// With the same places for the results: the stack, and the heap for what does not fit there.
-Passes copyBatches(size_t batch) {
-    return [callback = std::function<void(Spans)>{use},
-            records = std::vector<HidlButtonData>(batch)](size_t times) -> const void* {
-        constexpr size_t kFixed =
-            Vek::Sensors::HidlWrapper::RecordConversion<ButtonData>::kFixedRecords;
-        const size_t inFixed = std::min(records.size(), kFixed);
-        const size_t inRest = records.size() - inFixed;
-        const HidlButtonData* const source = records.data();
-        for (size_t i = 0; i < times; ++i) {
-            alignas(ButtonData) std::byte storage[sizeof(ButtonData) * kFixed];
-            auto* const fixed = reinterpret_cast<ButtonData*>(storage);
-            for (size_t k = 0; k < inFixed; ++k) {
-                fixed[k] = copyFields(source[k]);
-            }
-            auto* const rest = static_cast<ButtonData*>(
-                inRest == 0 ? nullptr : ::operator new(sizeof(ButtonData) * inRest));
-            for (size_t k = 0; k < inRest; ++k) {
-                rest[k] = copyFields(source[kFixed + k]);
-            }
-            const std::array<gsl::span<const ButtonData>, 2> spans{
-                gsl::span<const ButtonData>{fixed, inFixed},
-                gsl::span<const ButtonData>{rest, inRest}};
-            callback(spans);
-            ::operator delete(rest);
-        }
-        return seen;
+MultiTouchData copyFields(const Hidl::MultiTouchData& from) {
+    auto to = MultiTouchData();
+    to.header.controller = ControllerAddr{from.header.controller.address};
+    for (size_t i = 0; i < to.points.size(); ++i) {
+        const Hidl::TouchPoint& point = from.points[i];
+        to.points[i].touching = point.touching != 0;
+        to.points[i].finger = point.finger & 3U;
+        to.points[i].pressed = point.pressed != 0;
+        to.points[i].x = point.x;
+        to.points[i].y = point.y;
+        to.points[i].force = point.force;
+        to.points[i].majorAxis = point.majorAxis;
+        to.points[i].minorAxis = point.minorAxis;
+    }
+    return to;
+}
+
+PairedControllerInfo copyFields(const Hidl::PairedControllerInfo& from) {
+    const auto copyText = [](auto& to, const auto& text) {
+        std::strncpy(to.data(), reinterpret_cast<const char*>(text.data()), to.size());
     };
+    auto to = PairedControllerInfo();
+    to.type = static_cast<ControllerType>(from.type);
+    to.address = ControllerAddr{from.address.address};
+    to.hand = static_cast<ControllerHand>(from.hand);
+    to.connection = static_cast<ControllerConnection>(from.connection);
+    to.batteryLevel = from.batteryLevel;
+    to.batteryVoltage = from.batteryVoltage;
+    copyText(to.name, from.name);
+    copyText(to.model, from.model);
+    copyText(to.serialNumber, from.serialNumber);
+    copyText(to.hardwareVersion, from.hardwareVersion);
+    copyText(to.firmwareVersion, from.firmwareVersion);
+    to.features = from.features;
+    to.factoryCalibration = from.factoryCalibration;
+    to.temperature = from.temperature;
+    return to;
+}
+
+/// With the same places for the results: the stack, and the heap for what does not fit there.
+template <typename Data, typename HidlData>
+class CopiedBatches {
+  public:
+    explicit CopiedBatches(size_t batch) : records_(makeRecords<HidlData>(batch)) {}
+
+    const void* pass() {
+        constexpr size_t kFixed = HidlWrapper::RecordConversion<Data>::kFixedRecords;
+        const size_t inFixed = std::min(records_.size(), kFixed);
+        const size_t inRest = records_.size() - inFixed;
+        const HidlData* const source = records_.data();
+        alignas(Data) std::byte storage[sizeof(Data) * kFixed];
+        auto* const fixed = reinterpret_cast<Data*>(storage);
+        for (size_t i = 0; i < inFixed; ++i) {
+            new (fixed + i) Data(copyFields(source[i]));
+        }
+        auto* const rest =
+            static_cast<Data*>(inRest == 0 ? nullptr : ::operator new(sizeof(Data) * inRest));
+        for (size_t i = 0; i < inRest; ++i) {
+            new (rest + i) Data(copyFields(source[kFixed + i]));
+        }
+        const std::array<gsl::span<const Data>, 2> spans{gsl::span<const Data>{fixed, inFixed},
+                                                         gsl::span<const Data>{rest, inRest}};
+        callback_(spans);
+        ::operator delete(rest);
+        return seen;
+    }
+
+  private:
+    const std::function<void(Spans<Data>)> callback_{use<Data>};
+    std::vector<HidlData> records_;
+};
+
+template <typename Data, typename HidlData>
+void addPaths(const std::string& record, std::vector<DataPath>* paths) {
+    constexpr size_t kFixed = HidlWrapper::RecordConversion<Data>::kFixedRecords;
+    for (const size_t batch : {size_t{1}, kFixed, 4 * kFixed}) {
+        const size_t bytes = batch * sizeof(Data);
+        const std::string baseline = fmt::format("copy the fields of {} {}", batch, record);
+        paths->push_back({baseline, "", {}, bytes, passesOf<CopiedBatches<Data, HidlData>>(batch)});
+        paths->push_back({fmt::format("convert {} {}", batch, record), baseline, ratioOf(1.2),
+                          bytes, passesOf<ConvertedBatches<Data, HidlData>>(batch)});
+    }
 }
 
 }  // namespace
 
+/// Of those that there are: one with sets of flags, one with packed bits, and the largest.
 std::vector<DataPath> convertedRecordPaths() {
     std::vector<DataPath> paths;
-    for (const size_t batch : {1U, 8U, 32U}) {
-        const size_t bytes = batch * sizeof(ButtonData);
-        const std::string baseline = fmt::format("copy the fields of {} button records", batch);
-        paths.push_back({baseline, "", {}, bytes, [batch] { return copyBatches(batch); }});
-        paths.push_back({fmt::format("convert {} button records", batch), baseline, ratioOf(1.2),
-                         bytes, [batch] { return convertBatches(batch); }});
-    }
+    addPaths<ButtonData, Hidl::ButtonData>("ButtonData", &paths);
+    addPaths<MultiTouchData, Hidl::MultiTouchData>("MultiTouchData", &paths);
+    addPaths<PairedControllerInfo, Hidl::PairedControllerInfo>("PairedControllerInfo", &paths);
     return paths;
 }
 

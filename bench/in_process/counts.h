@@ -2,7 +2,6 @@
 #pragma once
 
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,15 +13,15 @@ namespace Bench {
 struct Counts {
     double instructions;
     double allocations;
-    /// Of the records, between the queue and the client's function.
+    /// Of the records, between the queue and the client.
     size_t bytesCopied;
 };
 
 /// By the path's name.
 using CountsByPath = std::map<std::string, Counts>;
 
-/// Runs this program under callgrind. @return nothing, with a message, if there is no valgrind
-std::optional<CountsByPath> count(const std::vector<DataPath>& paths);
+/// Runs this program under callgrind. Ends it, with a message, if that does not work.
+CountsByPath count(const std::vector<DataPath>& paths);
 
 /// What the program does under callgrind.
 void runUnderCallgrind(const std::vector<DataPath>& paths);
@@ -30,7 +29,8 @@ void runUnderCallgrind(const std::vector<DataPath>& paths);
 /// As lines of a file that can be read again.
 void write(const CountsByPath& counts, const std::string& file);
 
-/// Says which paths cost more than the file expects. @return whether there is none
+/// Says which paths cost other than the file expects, are not in it, or are only there.
+/// @return whether there is none
 bool areAsExpected(const CountsByPath& counts, const std::string& file);
 
 }  // namespace Bench

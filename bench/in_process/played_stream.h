@@ -21,22 +21,28 @@ class PlayedStream {
   public:
     using Handle = Vek::Sensors::HidlWrapper::StreamHandle<Data, HidlData>;
 
-    explicit PlayedStream(Vek::Sensors::ICompositeStream& composite)
+    /// @param start where in the ring the first record lies
+    explicit PlayedStream(Vek::Sensors::ICompositeStream& composite,
+                          size_t queueSize = Handle::kDefaultQueueSize, size_t start = 0)
         : handle([this](const auto& queue, const auto& client, const auto& config) {
               end_.accept(queue, client, config);
               word_ = android::hardware::details::mapShared(config.eventFlag->data[0], 0,
                                                             sizeof(uint32_t));
               return android::hardware::Return<Vek::Sensors::Hidl::Result>(
                   Vek::Sensors::Hidl::Result::SUCCESS);
-          }) {
+          }),
+          written_(start * sizeof(HidlData)) {
         handle.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
             for (const auto& span : spans) {
                 touch(span.data(), span.size());
             }
             seen = spans[0].data();
         });
+        handle.setQueueSize(queueSize);
         handle.addTo(composite);
         memory_ = std::make_unique<TestSupport::QueueCounters>(*end_.queue);
+        memory_->read().store(written_);
+        publish(0);
     }
     PlayedStream(const PlayedStream&) = delete;
     PlayedStream& operator=(const PlayedStream&) = delete;
@@ -46,7 +52,10 @@ class PlayedStream {
         memory_->written().store(written_, std::memory_order_release);
     }
 
-    const HidlData* records() { return memory_->template records<HidlData>(); }
+    /// As a service does that has its records elsewhere.
+    void write(const HidlData& record) { end_.queue->write(&record); }
+
+    HidlData* records() { return memory_->template records<HidlData>(); }
     std::atomic<uint32_t>& eventFlagWord() {
         return *static_cast<std::atomic<uint32_t>*>(word_.get());
     }
@@ -58,7 +67,27 @@ class PlayedStream {
     TestSupport::ServiceEnd<HidlData> end_;
     std::unique_ptr<TestSupport::QueueCounters> memory_;
     android::hardware::details::SharedMapping word_;
-    uint64_t written_ = 0;
+    uint64_t written_;
+};
+
+/// A stream that delivers batch after batch.
+template <typename Data, typename HidlData>
+class PlayedBatches {
+  public:
+    template <typename... PlayedStreamArguments>
+    explicit PlayedBatches(size_t batch, PlayedStreamArguments... arguments)
+        : batch_(batch), stream_(composite_, arguments...) {}
+
+    const void* pass() {
+        stream_.publish(batch_);
+        stream_.handle.read();
+        return stream_.seen;
+    }
+
+  private:
+    const size_t batch_;
+    Vek::Sensors::HidlWrapper::CompositeStream composite_{"benchmark"};
+    PlayedStream<Data, HidlData> stream_;
 };
 
 }  // namespace Bench
