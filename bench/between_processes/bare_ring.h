@@ -14,6 +14,7 @@
 namespace Bench {
 
 /// All zero is a good start.
+template <size_t recordSize>
 struct BareRing {
     static constexpr size_t kCapacity = 32;
     static constexpr uint32_t kDataReady = 1U << 0;
@@ -21,7 +22,7 @@ struct BareRing {
 
     struct Record {
         int64_t timestamp;
-        std::byte rest[56];
+        std::byte rest[recordSize - sizeof(int64_t)];
     };
 
     /// There must be room.
@@ -32,16 +33,18 @@ struct BareRing {
         signal(kDataReady);
     }
 
-    /// Waits for records and hands all of them to `use`, in place.
+    /// Waits for records and hands all of them to `use`, in place. @return how many there were
     template <typename Use>
-    void read(Use use) {
+    size_t read(Use use) {
         await(kDataReady);
+        const uint64_t begin = done.load(std::memory_order_relaxed);
         const uint64_t end = written.load(std::memory_order_acquire);
-        for (uint64_t i = done.load(std::memory_order_relaxed); i < end; ++i) {
+        for (uint64_t i = begin; i < end; ++i) {
             use(records[i % kCapacity]);
         }
         done.store(end, std::memory_order_release);
         signal(kReadDone);
+        return end - begin;
     }
 
     void awaitReadDone() { await(kReadDone); }
@@ -68,6 +71,12 @@ struct BareRing {
     alignas(64) std::atomic<uint32_t> word;
     alignas(64) Record records[kCapacity];
 };
-static_assert(sizeof(BareRing::Record) == 64);
+
+/// In memory that all processes of a run share.
+struct BareRings {
+    BareRing<64> samples;
+    BareRing<744> frameSets;
+    BareRing<744> recycledFrameSets;
+};
 
 }  // namespace Bench

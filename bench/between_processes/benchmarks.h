@@ -17,7 +17,7 @@ struct Settings {
 };
 
 void measureHandOver(const Settings& settings);
-void measureControlCalls(const Settings& settings);
+void measureCalls(const Settings& settings);
 void measureLoad(const Settings& settings);
 void measureSizeAndStart(const Settings& settings);
 
@@ -27,22 +27,20 @@ inline constexpr struct {
     uint32_t processor;
 } kPlacements[] = {{"on two processors", 1}, {"on one processor", 0}};
 
-/// A client of the load benchmark.
-int runLoadClient();
-
 /// What rounds of measurements came to.
 class Rounds {
   public:
     /// @param times of one round, in us
-    void add(const std::vector<double>& times) {
-        medians_.push_back(median(times));
-        p99s_.push_back(quantile(times, 0.99));
+    void add(const std::vector<double>& times) { add(median(times), quantile(times, 0.99)); }
+    void add(double p50, double p99) {
+        p50s_.push_back(p50);
+        p99s_.push_back(p99);
     }
-    double p50() const { return median(medians_); }
+    double p50() const { return median(p50s_); }
     double p99() const { return median(p99s_); }
 
   private:
-    std::vector<double> medians_;
+    std::vector<double> p50s_;
     std::vector<double> p99s_;
 };
 

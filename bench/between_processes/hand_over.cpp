@@ -1,25 +1,33 @@
-// One 64-byte record from the service's write to the client's function, against a bare ring.
+// Records between two processes, against bare rings: samples from the service's write to the
+// client's function, and frame sets there and back through the recycle queue.
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
 #include <functional>
 
 #include "between_processes/benchmarks.h"
-#include "between_processes/imu_service.h"
+#include "between_processes/service.h"
 
 namespace Bench {
 namespace {
 
-using Vek::Sensors::ImuData;
+using namespace Vek::Sensors;
 
-/// Of the stream or of the ring.
+/// Through the library or through a ring.
 struct Way {
     Order::What order;
-    /// Waits until there are records, and takes note of how long each was on its way.
-    std::function<void(std::vector<double>& microseconds)> receive;
-    Rounds latencies{};
+    /// Waits until there are records, and takes note of how long each was on its way if they say.
+    /// @return how many there were
+    std::function<size_t(std::vector<double>& microseconds)> receive;
+    Rounds times{};
     /// Of both processes for each record, in us.
     std::vector<double> cpuTimes{};
+};
+
+/// Of what is measured and of its baseline.
+struct Ways {
+    Way own;
+    Way bare;
 };
 
 double ageOf(int64_t timestamp) {
@@ -27,62 +35,119 @@ double ageOf(int64_t timestamp) {
         std::chrono::steady_clock::time_point{std::chrono::nanoseconds{timestamp}});
 }
 
-void runRound(const Channel& service, uint32_t rate, uint32_t records, Way& way) {
-    std::vector<double> latencies;
-    latencies.reserve(records);
+void runRound(const Channel& service, Order order, Way& way) {
+    order.what = way.order;
+    std::vector<double> ages;
+    ages.reserve(order.count);
     const double before = ownCpuTime();
-    service.send(Order{way.order, records, rate});
-    while (latencies.size() < records) {
-        way.receive(latencies);
+    service.send(order);
+    for (size_t received = 0; received < order.count;) {
+        received += way.receive(ages);
     }
     const double client = ownCpuTime() - before;
-    way.latencies.add(latencies);
-    way.cpuTimes.push_back((client + service.receive<double>()) / records / 1000);
+    const auto done = service.receive<Done>();
+    if (ages.empty()) {
+        way.times.add(done.p50, done.p99);
+    } else {
+        way.times.add(ages);
+    }
+    way.cpuTimes.push_back((client + done.cpuTime) / order.count / 1000);
 }
 
-void measure(const Channel& service, uint32_t rate, uint32_t records, uint32_t roundCount,
-             const std::string& how) {
-    const auto imu = Vek::Sensors::createImuSensor();
-    const auto composite = Vek::Sensors::createStreamCompositor()->createCompositeStream("imu");
-    std::vector<double>* received = nullptr;
-    imu->stream().setCallbackv([&received](gsl::span<const gsl::span<const ImuData>> spans) {
-        for (const auto& span : spans) {
-            for (const ImuData& sample : span) {
-                received->push_back(ageOf(sample.timestamp));
-            }
-        }
-    });
-    imu->stream().addTo(*composite);
-    Way stream{Order::What::kQueue, [&](std::vector<double>& latencies) {
-                   received = &latencies;
-                   composite->wait();
-               }};
-    Way bare{Order::What::kRing, [&ring = sharedRing()](std::vector<double>& latencies) {
-                 ring.read([&latencies](const BareRing::Record& record) {
-                     latencies.push_back(ageOf(record.timestamp));
-                 });
-             }};
+struct Goals {
+    std::optional<Goal> p50;
+    std::optional<Goal> cpuTime;
+};
+
+void compare(const Channel& service, const Order& order, uint32_t roundCount, Ways ways,
+             const std::string& how, const Goals& goals) {
     // A round of the one after a round of the other, so that noise meets both.
     for (uint32_t i = 0; i < roundCount; ++i) {
-        runRound(service, rate, records, stream);
-        runRound(service, rate, records, bare);
+        runRound(service, order, ways.own);
+        runRound(service, order, ways.bare);
     }
-    addRow(how + ": p50", "us", stream.latencies.p50(), bare.latencies.p50(), ratioOf(1.1));
-    addRow(how + ": p99", "us", stream.latencies.p99(), bare.latencies.p99());
-    addRow(how + ": processor time of both sides", "us", median(stream.cpuTimes),
-           median(bare.cpuTimes), ratioOf(1.25));
+    addRow(how + ": p50", "us", ways.own.times.p50(), ways.bare.times.p50(), goals.p50);
+    addRow(how + ": p99", "us", ways.own.times.p99(), ways.bare.times.p99());
+    addRow(how + ": processor time of both sides", "us", median(ways.own.cpuTimes),
+           median(ways.bare.cpuTimes), goals.cpuTime);
+}
+
+/// A stream of the library.
+class Stream {
+  public:
+    template <typename Data>
+    void add(IDataStream<Data>& stream) {
+        stream.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
+            for (const auto& span : spans) {
+                received_ += span.size();
+                if constexpr (std::is_same_v<Data, ImuData>) {
+                    for (const Data& sample : span) {
+                        ages_->push_back(ageOf(sample.timestamp));
+                    }
+                }
+            }
+        });
+        stream.addTo(*composite_);
+    }
+    size_t receive(std::vector<double>& ages) {
+        ages_ = &ages;
+        received_ = 0;
+        composite_->wait();
+        return received_;
+    }
+
+  private:
+    const std::unique_ptr<ICompositeStream> composite_ =
+        createStreamCompositor()->createCompositeStream("bench");
+    std::vector<double>* ages_ = nullptr;
+    size_t received_ = 0;
+};
+
+void measureSamples(const Channel& service, const Order& order, uint32_t roundCount,
+                    const std::string& how) {
+    const auto imu = createImuSensor();
+    Stream stream;
+    stream.add(imu->stream());
+    Ways ways{{Order::What::kSamples, [&](auto& ages) { return stream.receive(ages); }},
+              {Order::What::kBareSamples, [&ring = sharedRings().samples](auto& ages) {
+                   return ring.read(
+                       [&ages](const auto& record) { ages.push_back(ageOf(record.timestamp)); });
+               }}};
+    compare(service, order, roundCount, std::move(ways), how, {ratioOf(1.1), ratioOf(1.25)});
+}
+
+void measureFrameSets(const Channel& service, const Order& order, uint32_t roundCount,
+                      const std::string& how) {
+    static_assert(sizeof(FrameSet) == sizeof(decltype(BareRings::frameSets)::Record));
+    const auto camera = createCameraProvider()->getStream(FrameType::HEADSET, "bench");
+    Stream stream;
+    stream.add(camera->stream());
+    Ways ways{{Order::What::kFrameSets, [&](auto& ages) { return stream.receive(ages); }},
+              {Order::What::kBareFrameSets, [&rings = sharedRings()](auto& /*ages*/) {
+                   return rings.frameSets.read(
+                       [&rings](const auto& frameSet) { rings.recycledFrameSets.write(frameSet); });
+               }}};
+    compare(service, order, roundCount, std::move(ways), how, {});
 }
 
 }  // namespace
 
 void measureHandOver(const Settings& settings) {
+    const Order paced{{}, settings.choose(500, 50), 1000};
+    const Order backToBack{{}, settings.choose(10'000, 1000)};
+    const uint32_t rounds = settings.choose(31, 1);
     beginTable("Hand-over of a 64-byte record between two processes", "stream", "bare ring");
     for (const auto& [placement, processor] : kPlacements) {
-        const ImuService service{processor};
-        measure(service.channel(), 1000, settings.choose(500, 50), settings.choose(9, 1),
-                fmt::format("1000 a second, {}", placement));
-        measure(service.channel(), 0, settings.choose(10'000, 1000), settings.choose(31, 1),
-                fmt::format("back to back, {}", placement));
+        const Service service{processor};
+        measureSamples(service.channel(), paced, settings.choose(9, 1),
+                       fmt::format("1000 a second, {}", placement));
+        measureSamples(service.channel(), backToBack, rounds,
+                       fmt::format("back to back, {}", placement));
+    }
+    beginTable("Frame set there and back between two processes", "camera stream", "two bare rings");
+    for (const auto& [placement, processor] : kPlacements) {
+        const Service service{processor};
+        measureFrameSets(service.channel(), backToBack, rounds, placement);
     }
 }
 

@@ -1,112 +1,68 @@
-// Clients with all streams of the headset at once: what they and the service need.
+// Everything at once: what clients with all the streams that they can have and the service need.
 #include <fmt/format.h>
 #include <unistd.h>
-#include <vek/sensors/factories.h>
 
+#include <cstdlib>
 #include <deque>
-#include <memory>
-#include <optional>
+#include <fstream>
+#include <iterator>
+#include <regex>
 #include <thread>
 
 #include "between_processes/benchmarks.h"
+#include "between_processes/load_client.h"
 #include "between_processes/peer.h"
 
 namespace Bench {
 namespace {
 
-using namespace Vek::Sensors;
-
-/// What clients saw from their start to their stop, in sum.
-struct Seen {
-    double streams = 0;
-    double seconds = 0;
-    double cpuSeconds = 0;
-    double records = 0;
-    double lost = 0;
-    double waits = 0;
-};
-
-/// How many records were lost before this one.
-template <typename Data>
-uint32_t countLost(const Data& record, std::optional<uint32_t>& last) {
-    const uint32_t lost = last ? record.sequence - *last - 1 : 0;
-    last = record.sequence;
-    return lost;
-}
-uint32_t countLost(const IadData& /*record*/, std::optional<uint32_t>& /*last*/) {
-    return 0;
-}
-
-/// One client: a composite with all streams that there are, up to 15.
-class Client {
-  public:
-    /// Adds the stream of a sensor and starts it.
-    template <typename Data, typename Sensor>
-    void add(std::unique_ptr<Sensor> sensor) {
-        if (sensor == nullptr || seen_.streams == 15) {
-            return;
-        }
-        ++seen_.streams;
-        sensor->stream().setQueueSize(256);
-        sensor->stream().setCallbackv([this, last = std::optional<uint32_t>()](
-                                          gsl::span<const gsl::span<const Data>> spans) mutable {
-            for (const auto& span : spans) {
-                for (const Data& record : span) {
-                    seen_.lost += countLost(record, last);
-                    ++seen_.records;
-                }
-            }
-        });
-        sensor->stream().addTo(*composite_);
-        sensor->start();
-        sensors_.push_back(std::move(sensor));
-    }
-
-    Seen waitUntilStopped(const Channel& channel) {
-        const auto begin = std::chrono::steady_clock::now();
-        const double cpuTime = ownCpuTime();
-        std::thread stopper{[&] {
-            channel.receive<char>();
-            composite_->wake();
-        }};
-        while (composite_->wait() != WaitResult::WOKEN) {
-            ++seen_.waits;
-        }
-        stopper.join();
-        seen_.cpuSeconds = (ownCpuTime() - cpuTime) / 1e9;
-        seen_.seconds = microsecondsSince(begin) / 1e6;
-        return seen_;
-    }
-
-  private:
-    std::unique_ptr<ICompositeStream> composite_ =
-        createStreamCompositor()->createCompositeStream("load");
-    std::vector<std::shared_ptr<void>> sensors_;
-    Seen seen_;
-};
-
-void addMotionStreams(Client& client) {
-    const auto provider = createMotionSensorProvider();
-    for (const MotionSensorInfo& info : provider->getSensorInfo().sensors) {
-        client.add<ImuData>(provider->getImu(info.sensor));
-        client.add<MagData>(provider->getMag(info.sensor));
-    }
-    client.add<IadData>(createIadSensor());
-}
-
 struct Load {
-    Seen clients;
+    /// In sum.
+    LoadSeen clients;
     /// How many processors the service kept busy.
     double serviceCpu;
     Resources service;
+    /// Records that the service could not write, for a full queue.
+    double dropped;
+    /// Samples that it did not take, for a lack of time.
+    double missed;
 };
 
-Load runClients(uint32_t count, std::chrono::seconds duration) {
-    const Peer service{simulator()};
+/// What the simulator says at its end.
+std::string summaryOf(Peer& service, const std::string& file) {
+    service.terminate();
+    const bool hasEnded = service.awaitEnd();
+    std::ifstream stream{file};
+    std::string summary{std::istreambuf_iterator<char>{stream}, {}};
+    if (!hasEnded || summary.find(" dropped") == std::string::npos) {
+        fmt::print(stderr, "error: the simulator does not say what it has dropped\n");
+        std::exit(1);
+    }
+    return summary;
+}
+
+/// The sum of the numbers that stand before such words.
+double sumOf(const std::string& summary, const std::string& words) {
+    const std::regex pattern{"(\\d+) " + words};
+    double sum = 0;
+    for (std::sregex_iterator match{summary.begin(), summary.end(), pattern}, end; match != end;
+         ++match) {
+        sum += std::stod((*match)[1]);
+    }
+    return sum;
+}
+
+Load runClients(uint32_t count, std::chrono::seconds duration, LoadKind kind) {
+    fmt::print(stderr, "  {} clients for {} s\n", count, duration.count());
+    const std::string summaryFile = std::string(getenv("MORIAK_HIDL_RUNTIME_DIR")) + "/summary";
+    auto arguments = simulator();
+    arguments.insert(arguments.end(), {"--summary", summaryFile});
+    Peer service{arguments};
     service.awaitReady();
     std::deque<Peer> clients;
     while (clients.size() < count) {
         clients.emplace_back(inRole("load-client"));
+        clients.back().channel().send(kind);
         clients.back().awaitReady();
     }
     const double before = cpuTimeOf(service.pid());
@@ -119,16 +75,30 @@ Load runClients(uint32_t count, std::chrono::seconds duration) {
         client.channel().send('s');
     }
     for (Peer& client : clients) {
-        const Seen seen = client.channel().receive<Seen>();
+        const auto seen = client.channel().receive<LoadSeen>();
         load.clients.streams += seen.streams;
         load.clients.seconds += seen.seconds;
         load.clients.cpuSeconds += seen.cpuSeconds;
         load.clients.records += seen.records;
-        load.clients.lost += seen.lost;
         load.clients.waits += seen.waits;
         client.awaitEnd();
     }
+    const std::string summary = summaryOf(service, summaryFile);
+    load.dropped = sumOf(summary, "dropped");
+    load.missed = sumOf(summary, "(samples )?were not taken");
     return load;
+}
+
+void addLoadRow(uint32_t count, const Load& load) {
+    const double meanSeconds = load.clients.seconds / count;
+    const double recordRate = load.clients.records / meanSeconds;
+    fmt::print(
+        "| {} | {} | {:.0f} | {} | {} | {:.0f} | {:.4f} | {:.4f} | {:.2f} | {:.2f} | {} | {} |\n",
+        count, load.clients.streams, recordRate, load.dropped, load.missed,
+        load.clients.waits / meanSeconds, load.clients.cpuSeconds / load.clients.seconds,
+        load.serviceCpu, load.serviceCpu * 1e6 / recordRate, load.service.mebibytes,
+        load.service.descriptors, load.service.threads);
+    std::fflush(stdout);
 }
 
 /// How a figure grows with the number of clients.
@@ -151,7 +121,8 @@ class Growth {
             xy += dx * dy;
             yy += dy * dy;
         }
-        return fmt::format("{:.4f} {} ({:.1f} %)", xy / xx, unit, 100 * xy * xy / (xx * yy));
+        return fmt::format("{:.4f} {} ({:.1f} %)", xy / xx, unit,
+                           yy == 0 ? 100 : 100 * xy * xy / (xx * yy));
     }
 
   private:
@@ -162,45 +133,42 @@ class Growth {
     Point mean_;
 };
 
-}  // namespace
-
-int runLoadClient() {
-    const Channel channel{kChildsChannel};
-    Client client;
-    addMotionStreams(client);
-    channel.send('r');
-    channel.send(client.waitUntilStopped(channel));
-    return 0;
-}
-
-void measureLoad(const Settings& settings) {
+void measureGrowth(const char* title, LoadKind kind, std::initializer_list<uint32_t> counts,
+                   const Settings& settings) {
     fmt::print(
-        "\n### Everything at once\n\n"
-        "| clients | streams | records a second | lost | waits a second | processors: a client | "
-        "the service | its us for a record | its MiB | its descriptors | its threads |\n"
-        "|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n");
-    Growth cpu, memory, descriptors;
-    for (const uint32_t count : {1U, 10U, 50U, 100U}) {
-        const Load load = runClients(
-            count,
-            std::chrono::seconds{count == 1 ? settings.choose(60, 1) : settings.choose(10, 1)});
-        const double meanSeconds = load.clients.seconds / count;
-        const double recordRate = load.clients.records / meanSeconds;
-        fmt::print(
-            "| {} | {} | {:.0f} | {} | {:.0f} | {:.4f} | {:.4f} | {:.2f} | {:.2f} | {} | {} |\n",
-            count, load.clients.streams, recordRate, load.clients.lost,
-            load.clients.waits / meanSeconds, load.clients.cpuSeconds / load.clients.seconds,
-            load.serviceCpu, load.serviceCpu * 1e6 / recordRate, load.service.mebibytes,
-            load.service.descriptors, load.service.threads);
-        std::fflush(stdout);
+        "\n### {}\n\n"
+        "| clients | streams | records a second | dropped (goal: 0) | not sampled | waits a second "
+        "| "
+        "processors: a client | the service | its us for a record | its MiB | its descriptors | "
+        "its threads |\n"
+        "|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n",
+        title);
+    Growth cpu, memory, descriptors, threads;
+    for (const uint32_t count : counts) {
+        const bool isLong = kind == LoadKind::kHeadset && count == 1;
+        const std::chrono::seconds duration{settings.choose(isLong ? 60 : 15, 1)};
+        const Load load = runClients(count, duration, kind);
+        addLoadRow(count, load);
         cpu.add(count, load.serviceCpu);
         memory.add(count, load.service.mebibytes);
         descriptors.add(count, load.service.descriptors);
+        threads.add(count, load.service.threads);
     }
     fmt::print(
-        "\nWith each client the service needs {}, {} and {} more; in brackets, how much of "
+        "\nWith each client the service needs {}, {}, {} and {} more; in brackets, how much of "
         "the differences a straight line explains.\n",
-        cpu.text("processors"), memory.text("MiB"), descriptors.text("descriptors"));
+        cpu.text("processors"), memory.text("MiB"), descriptors.text("descriptors"),
+        threads.text("threads"));
+}
+
+}  // namespace
+
+void measureLoad(const Settings& settings) {
+    // The simulator has images for 8 clients.
+    measureGrowth("Everything at once: clients of all areas at their own rates", LoadKind::kHeadset,
+                  {1, 4, 8}, settings);
+    measureGrowth("Many clients, without cameras, of streams up to 100 Hz", LoadKind::kCalm,
+                  {1, 10, 50, 100}, settings);
 }
 
 }  // namespace Bench

@@ -1,13 +1,16 @@
 // Measures the library between processes.
 //
 // usage: bench-processes [--quick] [NAME ...]     (default: all)
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 
 #include "between_processes/benchmarks.h"
-#include "between_processes/imu_service.h"
+#include "between_processes/load_client.h"
+#include "between_processes/service.h"
 
 namespace Bench {
 namespace {
@@ -17,14 +20,14 @@ constexpr struct {
     void (*measure)(const Settings& settings);
 } kBenchmarks[] = {
     {"hand-over", measureHandOver},
-    {"control-call", measureControlCalls},
+    {"calls", measureCalls},
     {"load", measureLoad},
     {"size-and-start", measureSizeAndStart},
 };
 
 /// What this program does as another process of a benchmark.
 const std::map<std::string, int (*)()> kRoles{
-    {"imu-service", serveImu},
+    {"service", serve},
     {"load-client", runLoadClient},
 };
 
@@ -43,6 +46,7 @@ int run(std::vector<std::string> names) {
     setenv("MORIAK_HIDL_RUNTIME_DIR", directory.c_str(), 1);
     for (const auto& [name, measure] : kBenchmarks) {
         if (names.empty() || std::find(names.begin(), names.end(), name) != names.end()) {
+            fmt::print(stderr, "measuring {}\n", name);
             measure(settings);
         }
     }

@@ -74,6 +74,10 @@ Peer::~Peer() {
     close(socket_);
 }
 
+void Peer::terminate() const {
+    kill(pid_, SIGTERM);
+}
+
 bool Peer::awaitEnd() {
     int status = 0;
     waitpid(pid_, &status, 0);

@@ -26,11 +26,10 @@ class Channel {
         receiveBytes(&value, sizeof(value));
         return value;
     }
-
-  private:
     void sendBytes(const void* bytes, size_t size) const;
     void receiveBytes(void* bytes, size_t size) const;
 
+  private:
     int socket_;
 };
 
@@ -51,6 +50,9 @@ class Peer {
 
     /// Waits until the program says with a byte on the channel that it is up.
     void awaitReady() const { channel().receive<char>(); }
+
+    /// Asks for its end with SIGTERM.
+    void terminate() const;
 
     /// Waits for its own end. @return whether that was a success
     bool awaitEnd();

@@ -1,0 +1,27 @@
+// A client with as many streams as one composite takes, of all areas.
+#pragma once
+
+namespace Bench {
+
+/// Sent to a client, which then starts its streams and answers with a byte.
+enum class LoadKind : char {
+    /// Streams of all areas at their own rates.
+    kHeadset,
+    /// What a service can do for many clients: no cameras, whose images are for a few, and no
+    /// stream faster than 100 Hz.
+    kCalm,
+};
+
+/// What a client saw from its start to its stop, which a byte asks for.
+struct LoadSeen {
+    double streams = 0;
+    double seconds = 0;
+    double cpuSeconds = 0;
+    double records = 0;
+    double waits = 0;
+};
+
+/// The client's process.
+int runLoadClient();
+
+}  // namespace Bench

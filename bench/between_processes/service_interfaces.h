@@ -1,0 +1,172 @@
+// The HAL interfaces of the benchmarks' service, as far as the benchmarks call them.
+#pragma once
+
+#include <cutils/ashmem.h>
+#include <fmq/EventFlag.h>
+#include <fmq/MessageQueue.h>
+#include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
+#include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
+
+#include <optional>
+
+#include "between_processes/service.h"
+
+namespace Bench {
+
+namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
+using android::sp;
+using android::hardware::EventFlag;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using android::hardware::Void;
+using HalClient = const sp<Hal::ISensorClient>&;
+
+template <typename Record>
+using Queue = android::hardware::MessageQueue<Record, android::hardware::kSynchronizedReadWrite>;
+
+/// The service's end of a queue that the library has made. Set on a HIDL thread, before the orders
+/// that need it are sent.
+template <typename Record>
+class StreamEnd {
+  public:
+    void take(const typename Queue<Record>::Descriptor& queue, const Hal::FmqConfig& config) {
+        queue_.emplace(queue);
+        EventFlag::deleteEventFlag(&eventFlag_);
+        EventFlag::createEventFlag(config.eventFlag->data[0], 0, &eventFlag_);
+        config_ = config;
+    }
+    void write(const Record& record) {
+        queue_->write(&record);
+        eventFlag_->wake(config_.dataReadyBit);
+    }
+    void awaitReadDone() { takeReadDone(0); }
+    void takeReadDone(int64_t timeout = 1) {
+        uint32_t state = 0;
+        eventFlag_->wait(config_.readNotifyBit, &state, timeout, true);
+    }
+
+  private:
+    std::optional<Queue<Record>> queue_;
+    EventFlag* eventFlag_ = nullptr;
+    Hal::FmqConfig config_;
+};
+
+/// A method that no benchmark calls.
+#define NOT_CALLED(Type, method, parameters)                                                  \
+    Return<Type> method parameters override {                                                 \
+        return android::hardware::Status::fromExceptionCode(                                  \
+            android::hardware::Status::EX_TRANSACTION_FAILED, #method " is not served here"); \
+    }
+
+class Imu : public Hal::IImu {
+  public:
+    NOT_CALLED(void, getProperties, (getProperties_cb))
+    Return<Hal::Result> prepareStream(const Queue<Hal::ImuData>::Descriptor& queue,
+                                      HalClient /*client*/, const Hal::FmqConfig& config) override {
+        samples.take(queue, config);
+        return Hal::Result::SUCCESS;
+    }
+    NOT_CALLED(Hal::Result, controlStream, (HalClient, Hal::StreamCommand))
+    Return<Hal::Result> configureStream(
+        const Hal::MotionStreamProperties& /*properties*/) override {
+        return Hal::Result::SUCCESS;
+    }
+
+    StreamEnd<Hal::ImuData> samples;
+};
+
+class CameraStream : public Hal::ICameraStream {
+  public:
+    CameraStream() {
+        native_handle_t* const handle = native_handle_create(1, 0);
+        handle->data[0] = ashmem_create_region("recycle", sizeof(uint32_t));
+        config_.eventFlag.setTo(handle, true);
+        config_.dataReadyBit = 1U << 0;
+        config_.readNotifyBit = 1U << 1;
+        EventFlag::createEventFlag(handle->data[0], 0, &eventFlag_);
+    }
+
+    /// Hands a frame set out and waits until it is back.
+    void exchange(const Hal::FrameSet& frameSet) {
+        out_.write(frameSet);
+        uint32_t state = 0;
+        eventFlag_->wait(config_.dataReadyBit, &state, 0, true);
+        recycled_.read(&back_);
+    }
+
+    Return<void> prepareStream(HalClient /*client*/, const Queue<Hal::FrameSet>::Descriptor& queue,
+                               const Hal::FmqConfig& config, prepareStream_cb callback) override {
+        out_.take(queue, config);
+        callback(Hal::Result::SUCCESS, *recycled_.getDesc(), config_);
+        return Void();
+    }
+    NOT_CALLED(void, getMetadata, (getMetadata_cb))
+    NOT_CALLED(void, getConfiguration, (HalClient, getConfiguration_cb))
+    NOT_CALLED(Hal::Result, controlStream, (HalClient, Hal::StreamCommand))
+    NOT_CALLED(Hal::Result, startOverridingExposureSettings, (HalClient))
+    NOT_CALLED(Hal::Result, stopOverridingExposureSettings, (HalClient))
+    NOT_CALLED(void, registerFrameConfigCallback,
+               (HalClient, const sp<Hal::IFrameConfigCallback>&, registerFrameConfigCallback_cb))
+    NOT_CALLED(void, setExposureGain, (HalClient, const Hal::ExposureGainSettings&))
+    NOT_CALLED(void, setPhaseOffset, (uint64_t))
+    NOT_CALLED(Hal::Result, setCameraSyncMode, (Hal::CameraSyncMode))
+    NOT_CALLED(Hal::Result, writeSessionOcalData, (const hidl_string&, const hidl_vec<uint8_t>&))
+    NOT_CALLED(Hal::Result, setResolution, (const hidl_vec<Hal::Resolution>&))
+
+  private:
+    StreamEnd<Hal::FrameSet> out_;
+    Queue<Hal::FrameSet> recycled_{1};
+    Hal::FmqConfig config_;
+    EventFlag* eventFlag_ = nullptr;
+    Hal::FrameSet back_{};
+};
+
+class CameraProvider : public Hal::ICameraProvider {
+  public:
+    Return<sp<Hal::ICameraStream>> getStream(Hal::FrameType /*type*/) override { return stream; }
+    NOT_CALLED(void, getProperties, (getProperties_cb))
+    NOT_CALLED(void, getCalibrationData, (uint32_t, getCalibrationData_cb))
+    NOT_CALLED(sp<Hal::ICameraStream>, getStreamByPurpose, (const hidl_string&, const hidl_string&))
+    NOT_CALLED(sp<Hal::ICameraStreamController>, getStreamController,
+               (const hidl_string&, const hidl_string&))
+    NOT_CALLED(Hal::UtilityFrequency, getUtilityFrequency, ())
+    NOT_CALLED(Hal::Result, setUtilityFrequency, (Hal::UtilityFrequency))
+    NOT_CALLED(void, getChannels, (getChannels_cb))
+    NOT_CALLED(Hal::Result, setChannels, (const Hal::ChannelSettings&))
+    NOT_CALLED(Hal::Result, applyMuxMode, (const hidl_string&, uint8_t))
+    NOT_CALLED(Hal::Result, setFrameRate, (const Hal::FrameRateSettings&))
+    NOT_CALLED(bool, getRawImageMode, ())
+    NOT_CALLED(Hal::Result, controlEvery,
+               (const hidl_vec<sp<Hal::ICameraStreamControlTarget>>&, Hal::StreamCommand))
+
+    const sp<CameraStream> stream = new CameraStream;
+};
+
+class Tambril : public Hal::ITambril {
+  public:
+    NOT_CALLED(uint32_t, getProtocolVersion, ())
+    NOT_CALLED(uint32_t, getMaxPayloadSize, ())
+    Return<Hal::Result> registerClient(Hal::KivraRpcClientId /*client*/,
+                                       const sp<Hal::ITambrilCallback>& /*callback*/) override {
+        return Hal::Result::SUCCESS;
+    }
+    NOT_CALLED(Hal::Result, unregisterClient, (Hal::KivraRpcClientId))
+    Return<Hal::Result> sendMessage(const sp<Hal::ITambrilCallback>& callback,
+                                    const Hal::ControllerAddr& address, uint32_t procedure,
+                                    const hidl_vec<uint8_t>& payload) override {
+        if (procedure == kAnsweredProcedure) {
+            Hal::KivraRpcMessage answer{};
+            answer.address = address;
+            answer.payload = payload;
+            callback->onKivraRpcMessage(answer).isOk();
+        }
+        return Hal::Result::SUCCESS;
+    }
+    NOT_CALLED(int64_t, translateTime, (int64_t, Hal::TimeDomain, Hal::TimeDomain))
+};
+
+#undef NOT_CALLED
+
+}  // namespace Bench
