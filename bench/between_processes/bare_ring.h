@@ -47,6 +47,12 @@ struct BareRing {
         return end - begin;
     }
 
+    void awaitRoom() {
+        while (written.load(std::memory_order_relaxed) - done.load(std::memory_order_acquire) ==
+               kCapacity) {
+            awaitReadDone();
+        }
+    }
     void awaitReadDone() { await(kReadDone); }
     void takeReadDone() { word.fetch_and(~kReadDone, std::memory_order_acquire); }
 

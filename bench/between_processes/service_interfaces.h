@@ -41,6 +41,11 @@ class StreamEnd {
         queue_->write(&record);
         eventFlag_->wake(config_.dataReadyBit);
     }
+    void awaitRoom() {
+        while (queue_->availableToWrite() == 0) {
+            awaitReadDone();
+        }
+    }
     void awaitReadDone() { takeReadDone(0); }
     void takeReadDone(int64_t timeout = 1) {
         uint32_t state = 0;
