@@ -98,7 +98,7 @@ class Peer {
     void send(const Frame& frame) {
         std::vector<int> descriptors;
         for (const unique_fd& fd : frame.descriptors) descriptors.push_back(fd.get());
-        FrameWriter writer(frame.header, frame.items, frame.objects, descriptors);
+        FrameWriter writer(frame.header, frame.items, frame.objects, descriptors, {});
         writer.writeRest(socket_.get(), kBoundMs);
     }
     /** With an object, if there is one. */

@@ -66,6 +66,7 @@ status_t Connection::call(uint64_t objectId, uint32_t code, const Parcel& data, 
 
     header.parentCallId = ServedCall::waitingCallOn(this);
     PendingCall call;
+    call.reply = reply;
     {
         const std::lock_guard lock(mutex_);
         if (!alive_) return DEAD_OBJECT;
@@ -81,8 +82,6 @@ status_t Connection::call(uint64_t objectId, uint32_t code, const Parcel& data, 
     pendingCalls_.erase(header.callId);
     if (status == TIMED_OUT && !call.isDone) abandonedCalls_.insert(header.callId);
     stopReadingLocked(call);
-    lock.unlock();
-    if (status == OK && reply != nullptr) *reply = std::move(call.reply);
     return status;
 }
 
@@ -95,7 +94,7 @@ status_t Connection::awaitReply(PendingCall& call, Clock::time_point deadline,
             call.nested.erase(call.nested.begin());
             stopReadingLocked(call);
             lock.unlock();
-            serve(*nested);
+            serveNow(*nested);
             nested.reset();
             lock.lock();
         } else if (call.isDone) {
@@ -131,15 +130,21 @@ status_t Connection::send(FrameHeader header, const Parcel& parcel, PendingCall*
         return FAILED_TRANSACTION;
     }
     std::vector<ObjectReference> objects;
-    const status_t status = exportObjects(parcel, &objects);
-    if (status != OK) return status;
+    std::vector<FrameHeader> releases;
+    {
+        const std::lock_guard lock(mutex_);
+        const status_t status = exportLocked(parcel, &objects);
+        if (status != OK) return status;
+        releases.swap(releases_);
+    }
     header.itemBytes = static_cast<uint32_t>(parcel.items().size());
     header.objectCount = static_cast<uint32_t>(objects.size());
     header.descriptorCount = static_cast<uint32_t>(parcel.descriptors().size());
-    return sendNow(header, parcel.items(), objects, parcel.descriptors(), call) ? OK : DEAD_OBJECT;
+    return sendNow(header, parcel, objects, releases, call) ? OK : DEAD_OBJECT;
 }
 
-status_t Connection::exportObjects(const Parcel& parcel, std::vector<ObjectReference>* references) {
+status_t Connection::exportLocked(const Parcel& parcel, std::vector<ObjectReference>* references) {
+    if (!alive_) return DEAD_OBJECT;
     for (const sp<IBinder>& object : parcel.objects()) {
         const BpHwBinder* proxy = object->remoteBinder();
         if (proxy != nullptr && proxy->connection().get() != this) {
@@ -148,8 +153,6 @@ status_t Connection::exportObjects(const Parcel& parcel, std::vector<ObjectRefer
             return INVALID_OPERATION;
         }
     }
-    const std::lock_guard lock(mutex_);
-    if (!alive_) return DEAD_OBJECT;
     for (const sp<IBinder>& object : parcel.objects()) {
         if (const BpHwBinder* proxy = object->remoteBinder()) {
             references->push_back({proxy->objectId(), ObjectOwner::kReceiver});
@@ -164,9 +167,9 @@ status_t Connection::exportObjects(const Parcel& parcel, std::vector<ObjectRefer
     return OK;
 }
 
-bool Connection::sendNow(const FrameHeader& header, const std::vector<uint8_t>& items,
+bool Connection::sendNow(const FrameHeader& header, const Parcel& parcel,
                          const std::vector<ObjectReference>& objects,
-                         const std::vector<int>& descriptors, PendingCall* call) {
+                         const std::vector<FrameHeader>& releases, PendingCall* call) {
     // The peer may wait for us to read before it reads.
     const auto letAnotherRead = [this, call] {
         if (call == nullptr) return;
@@ -179,7 +182,7 @@ bool Connection::sendNow(const FrameHeader& header, const std::vector<uint8_t>& 
         sendLock.lock();
     }
     if (!alive_) return false;
-    FrameWriter writer(header, items, objects, descriptors);
+    FrameWriter writer(header, parcel.items(), objects, parcel.descriptors(), releases);
     int error = writer.writeSome(socket_.get());
     if (error == EAGAIN) {
         letAnotherRead();
@@ -194,7 +197,15 @@ bool Connection::sendNow(const FrameHeader& header, const std::vector<uint8_t>& 
 
 // Serving
 
-void Connection::serve(const Transaction& transaction) {
+void Connection::serve(const TransactionPointer& transaction) {
+    if (transaction->isOneWay()) {
+        serveOneWayCalls();
+    } else {
+        serveNow(*transaction);
+    }
+}
+
+void Connection::serveNow(const Transaction& transaction) {
     if (alive_) {
         const FrameHeader& header = transaction.header;
         ServedCall served(this, header.callId, peer_);
@@ -221,7 +232,7 @@ void Connection::answer(uint64_t callId, status_t status, const Parcel& reply) {
     if (status == OK) status = send(header, reply);
     if (status == OK || status == DEAD_OBJECT) return;
     header.status = status;
-    sendNow(header, {}, {}, {});
+    sendNow(header, {}, {}, {}, nullptr);
 }
 
 void Connection::serveOneWayCalls() {
@@ -236,13 +247,13 @@ void Connection::serveOneWayCalls() {
             transaction = std::move(oneWayCalls_.front());
             oneWayCalls_.pop_front();
         }
-        serve(*transaction);
+        serveNow(*transaction);
     }
 }
 
 // Proxies
 
-sp<BpHwBinder> Connection::importLocked(uint64_t objectId) {
+sp<BpHwBinder> Connection::proxyOfLocked(uint64_t objectId) {
     Import& import = imports_[objectId];
     sp<BpHwBinder> proxy = import.proxy.promote();
     if (proxy == nullptr) {
@@ -257,13 +268,30 @@ void Connection::releaseProxy(BpHwBinder* proxy) {
     FrameHeader header;
     header.kind = FrameKind::kRelease;
     header.objectId = proxy->objectId();
+    const std::lock_guard lock(mutex_);
+    header.references = proxy->referencesReceived_;
+    const auto import = imports_.find(proxy->objectId());
+    if (import != imports_.end() && import->second.address == proxy) imports_.erase(import);
+    if (header.references == 0 || !alive_) return;
+    releases_.push_back(header);
+    if (!std::exchange(isReleasingLater_, true)) {
+        ThreadPool::self().postLater([weak = weak_from_this()] {
+            if (const auto self = weak.lock()) self->sendReleases();
+        });
+    }
+}
+
+void Connection::sendReleases() {
+    std::vector<FrameHeader> releases;
     {
         const std::lock_guard lock(mutex_);
-        header.references = proxy->referencesReceived_;
-        const auto import = imports_.find(proxy->objectId());
-        if (import != imports_.end() && import->second.address == proxy) imports_.erase(import);
+        isReleasingLater_ = false;
+        releases.swap(releases_);
     }
-    if (header.references > 0) sendNow(header, {}, {}, {});
+    if (releases.empty()) return;
+    const FrameHeader last = releases.back();
+    releases.pop_back();
+    sendNow(last, {}, {}, releases, nullptr);
 }
 
 // Reading
@@ -296,16 +324,16 @@ void Connection::onReadable() {
         const std::lock_guard lock(mutex_);
         if (std::exchange(isBeingRead_, true)) return;
     }
-    Task own;
+    TransactionPointer own;
     if (!readMessages(MSG_DONTWAIT, &own)) return;
     {
         const std::lock_guard lock(mutex_);
         letAnotherReadLocked();
     }
-    if (own) own();
+    if (own != nullptr) serve(own);
 }
 
-bool Connection::readMessages(int flags, Task* own) {
+bool Connection::readMessages(int flags, TransactionPointer* own) {
     bool isAnyWhole = false;
     while (!isAnyWhole) {
         const char* problem = nullptr;
@@ -320,7 +348,7 @@ bool Connection::readMessages(int flags, Task* own) {
     return true;
 }
 
-bool Connection::dispatchReceived(bool* isAnyWhole, Task* own) {
+bool Connection::dispatchReceived(bool* isAnyWhole, TransactionPointer* own) {
     while (true) {
         Frame frame;
         const char* problem = nullptr;
@@ -336,7 +364,7 @@ bool Connection::dispatchReceived(bool* isAnyWhole, Task* own) {
     }
 }
 
-bool Connection::dispatch(Frame* frame, Task* own) {
+bool Connection::dispatch(Frame* frame, TransactionPointer* own) {
     switch (frame->header.kind) {
         case FrameKind::kTransaction:
             return dispatchTransaction(frame, own);
@@ -348,15 +376,17 @@ bool Connection::dispatch(Frame* frame, Task* own) {
     return false;
 }
 
-bool Connection::dispatchTransaction(Frame* frame, Task* own) {
+bool Connection::dispatchTransaction(Frame* frame, TransactionPointer* own) {
     const auto transaction = std::make_shared<Transaction>();
     transaction->header = frame->header;
     const FrameHeader& header = transaction->header;
     const bool isOneWay = transaction->isOneWay();
     if (isOneWay != (header.callId == 0)) return drop("a call is neither one-way nor numbered");
-    if (!unpack(frame, &transaction->data)) return false;
 
+    std::vector<sp<IBinder>> objects;
     const std::lock_guard lock(mutex_);
+    if (!importLocked(*frame, &objects)) return false;
+    transaction->data = parcelOf(frame, std::move(objects));
     const auto target = exports_.find(header.objectId);
     if (target == exports_.end()) return dropLocked("a call is meant for no object");
     if (exports_.size() > kMaxExports) return dropLocked("it holds too many objects");
@@ -365,22 +395,19 @@ bool Connection::dispatchTransaction(Frame* frame, Task* own) {
     transaction->target = target->second.object;
 
     const auto waiting = pendingCalls_.find(header.parentCallId);
-    Task task;
     if (isOneWay) {
         oneWayCalls_.push_back(transaction);
         if (std::exchange(isServingOneWayCalls_, true)) return true;
-        task = [self = shared_from_this()] { self->serveOneWayCalls(); };
     } else if (waiting != pendingCalls_.end() && !waiting->second->isDone) {
         waiting->second->nested.push_back(transaction);
         waiting->second->changed.notify_one();
         return true;
-    } else {
-        task = [self = shared_from_this(), transaction] { self->serve(*transaction); };
     }
-    if (own != nullptr && !*own) {
-        *own = std::move(task);
+    if (own != nullptr && *own == nullptr) {
+        *own = transaction;
     } else {
-        ThreadPool::self().post(std::move(task));
+        ThreadPool::self().post(
+            [self = shared_from_this(), transaction] { self->serve(transaction); });
     }
     return true;
 }
@@ -403,22 +430,17 @@ bool Connection::Backlog::isTooLong() const {
 }
 
 bool Connection::dispatchReply(Frame* frame) {
-    Parcel reply;
-    if (!unpack(frame, &reply)) return false;
+    std::vector<sp<IBinder>> objects;
     const std::lock_guard lock(mutex_);
-    if (abandonedCalls_.erase(frame->header.callId) != 0) {
-        // Its proxies give their references back, which is writing.
-        const auto unwanted = std::make_shared<Parcel>(std::move(reply));
-        ThreadPool::self().post([unwanted] {});
-        return true;
-    }
+    if (!importLocked(*frame, &objects)) return false;
+    if (abandonedCalls_.erase(frame->header.callId) != 0) return true;
     const auto found = pendingCalls_.find(frame->header.callId);
     if (found == pendingCalls_.end() || found->second->isDone) {
         return dropLocked("a reply answers no call");
     }
     PendingCall& call = *found->second;
     call.status = frame->header.status;
-    call.reply = std::move(reply);
+    if (call.reply != nullptr) *call.reply = parcelOf(frame, std::move(objects));
     call.isDone = true;
     call.changed.notify_one();
     return true;
@@ -441,29 +463,30 @@ bool Connection::dispatchRelease(const FrameHeader& header) {
     return true;
 }
 
-bool Connection::unpack(Frame* frame, Parcel* parcel) {
-    std::vector<sp<IBinder>> objects;
-    const std::lock_guard lock(mutex_);
-    for (const ObjectReference& reference : frame->objects) {
+bool Connection::importLocked(const Frame& frame, std::vector<sp<IBinder>>* objects) {
+    for (const ObjectReference& reference : frame.objects) {
         const auto exported = exports_.find(reference.objectId);
         if (reference.owner == ObjectOwner::kReceiver && exported != exports_.end()) {
-            objects.push_back(exported->second.object);
+            objects->push_back(exported->second.object);
         } else if (reference.owner == ObjectOwner::kSender && reference.objectId != kRootObjectId &&
                    imports_.size() < kMaxImports) {
-            const sp<BpHwBinder> proxy = importLocked(reference.objectId);
+            const sp<BpHwBinder> proxy = proxyOfLocked(reference.objectId);
             ++proxy->referencesReceived_;
-            objects.push_back(proxy);
+            objects->push_back(proxy);
         } else {
             return dropLocked("a message names an object that does not exist");
         }
     }
-    *parcel = Parcel(std::move(frame->items), std::move(objects), std::move(frame->descriptors),
-                     [weak = weak_from_this()] {
-                         if (const auto self = weak.lock()) {
-                             self->drop("a message does not contain what it should");
-                         }
-                     });
     return true;
+}
+
+Parcel Connection::parcelOf(Frame* frame, std::vector<sp<IBinder>> objects) {
+    return Parcel(std::move(frame->items), std::move(objects), std::move(frame->descriptors),
+                  [weak = weak_from_this()] {
+                      if (const auto self = weak.lock()) {
+                          self->drop("a message does not contain what it should");
+                      }
+                  });
 }
 
 // The end

@@ -31,7 +31,8 @@ namespace android::hardware::details {
  *
  * A reference to an object is counted each time it is sent. The receiver gives the
  * counts back together when it drops its proxy, so that a reference which is on its
- * way at that moment is not lost.
+ * way at that moment is not lost. That message goes with the next one, and by itself only if none
+ * comes soon: a call with an object as its argument would otherwise wake its caller twice.
  *
  * A connection ends with the peer, when something cannot be sent, or when the peer
  * breaks the protocol or its limits. Then waiting calls fail with DEAD_OBJECT, the
@@ -62,7 +63,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     status_t call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
                   uint32_t flags, Clock::time_point deadline = Clock::time_point::max());
 
-    /** Gives back the references of a proxy that is being destroyed. */
+    /** Gives back the references of a proxy that is being destroyed, soon. Does not write. */
     void releaseProxy(BpHwBinder* proxy);
 
     bool isAlive() const { return alive_; }
@@ -79,7 +80,6 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
         bool isOneWay() const { return (header.flags & IBinder::FLAG_ONEWAY) != 0; }
     };
     using TransactionPointer = std::shared_ptr<Transaction>;
-    using Task = std::function<void()>;
 
     struct PendingCall {
         std::condition_variable changed;
@@ -90,7 +90,8 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
         bool isReading = false;
         bool isDone = false;
         status_t status = OK;
-        Parcel reply;
+        /** The caller's; null if it wants none. */
+        Parcel* reply = nullptr;
     };
 
     struct Export {
@@ -128,30 +129,36 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     /**
      * Receives until there are whole messages, and dispatches them.
      * @param flags of recvmsg
-     * @param own receives what the reading thread can do itself, when it has stopped reading
+     * @param own receives a call that the thread can serve when it has stopped reading; null if it
+     * cannot
      * @return false when this was the end of the connection
      */
-    bool readMessages(int flags, Task* own);
+    bool readMessages(int flags, TransactionPointer* own);
 
     // Each returns false after dropping a peer that has sent what makes no sense.
-    bool dispatchReceived(bool* isAnyWhole, Task* own);
-    bool dispatch(Frame* frame, Task* own);
-    bool dispatchTransaction(Frame* frame, Task* own);
+    bool dispatchReceived(bool* isAnyWhole, TransactionPointer* own);
+    bool dispatch(Frame* frame, TransactionPointer* own);
+    bool dispatchTransaction(Frame* frame, TransactionPointer* own);
     bool dispatchReply(Frame* frame);
     bool dispatchRelease(const FrameHeader& header);
-    bool unpack(Frame* frame, Parcel* parcel);
-    sp<BpHwBinder> importLocked(uint64_t objectId);
+    /** The objects go after the lock: proxies take it when they go. */
+    bool importLocked(const Frame& frame, std::vector<sp<IBinder>>* objects);
+    Parcel parcelOf(Frame* frame, std::vector<sp<IBinder>> objects);
+    sp<BpHwBinder> proxyOfLocked(uint64_t objectId);
 
-    void serve(const Transaction& transaction);
+    void serve(const TransactionPointer& transaction);
+    void serveNow(const Transaction& transaction);
     void serveOneWayCalls();
     void answer(uint64_t callId, status_t status, const Parcel& reply);
 
-    /** @param call stops reading before the socket's room is waited for */
+    /** @param call stops reading before room in the socket is waited for */
     status_t send(FrameHeader header, const Parcel& parcel, PendingCall* call = nullptr);
-    status_t exportObjects(const Parcel& parcel, std::vector<ObjectReference>* references);
-    bool sendNow(const FrameHeader& header, const std::vector<uint8_t>& items,
-                 const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors,
-                 PendingCall* call = nullptr);
+    status_t exportLocked(const Parcel& parcel, std::vector<ObjectReference>* references);
+    /** @param releases are sent with it */
+    bool sendNow(const FrameHeader& header, const Parcel& parcel,
+                 const std::vector<ObjectReference>& objects,
+                 const std::vector<FrameHeader>& releases, PendingCall* call);
+    void sendReleases();
 
     /** Ends the connection; logs why, if a reason is given, for the first time. False. */
     bool drop(const char* reason);
@@ -176,6 +183,8 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     std::map<uint64_t, Export> exports_;
     std::map<const BHwBinder*, uint64_t> exportIds_;
     std::map<uint64_t, Import> imports_;
+    std::vector<FrameHeader> releases_;  // to be sent
+    bool isReleasingLater_ = false;
     std::deque<TransactionPointer> oneWayCalls_;
     bool isServingOneWayCalls_ = false;
     Backlog backlog_;

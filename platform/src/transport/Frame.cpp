@@ -34,14 +34,15 @@ const char* problemWith(const FrameHeader& header) {
 
 FrameWriter::FrameWriter(const FrameHeader& header, const std::vector<uint8_t>& items,
                          const std::vector<ObjectReference>& objects,
-                         const std::vector<int>& descriptors)
+                         const std::vector<int>& descriptors, const std::vector<FrameHeader>& more)
     // The kernel's interface does not know that these are only read.
-    : parts_{{const_cast<FrameHeader*>(&header), sizeof(header)},
-             {const_cast<uint8_t*>(items.data()), items.size()},
-             {const_cast<ObjectReference*>(objects.data()),
-              objects.size() * sizeof(ObjectReference)}} {
+    : parts_{
+          {const_cast<FrameHeader*>(&header), sizeof(header)},
+          {const_cast<uint8_t*>(items.data()), items.size()},
+          {const_cast<ObjectReference*>(objects.data()), objects.size() * sizeof(ObjectReference)},
+          {const_cast<FrameHeader*>(more.data()), more.size() * sizeof(FrameHeader)}} {
     message_.msg_iov = parts_;
-    message_.msg_iovlen = 3;
+    message_.msg_iovlen = std::size(parts_);
     if (descriptors.empty()) return;
     const size_t size = descriptors.size() * sizeof(int);
     std::memset(&control_, 0, CMSG_SPACE(size));

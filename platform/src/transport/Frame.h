@@ -66,15 +66,17 @@ struct DescriptorMessage {
 };
 
 /**
- * Writes one message, in as many steps as the socket needs. What it writes stays the caller's, and
+ * Writes a message, in as many steps as the socket needs. What it writes stays the caller's, and
  * must stay where it is.
  *
  * Threading: one thread at a time.
  */
 class FrameWriter {
   public:
+    /** @param more messages that are headers alone, and follow the first one */
     FrameWriter(const FrameHeader& header, const std::vector<uint8_t>& items,
-                const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors);
+                const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors,
+                const std::vector<FrameHeader>& more);
     // The message header points to the parts.
     FrameWriter(const FrameWriter&) = delete;
     FrameWriter& operator=(const FrameWriter&) = delete;
@@ -90,7 +92,7 @@ class FrameWriter {
     int writeRest(int socket, int timeoutMs);
 
   private:
-    iovec parts_[3];
+    iovec parts_[4];
     msghdr message_{};
     DescriptorMessage control_;
 };

@@ -7,8 +7,10 @@
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 
-#include <cerrno>
+#include <algorithm>
+#include <iterator>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -17,7 +19,11 @@ namespace android::hardware::details {
 
 namespace {
 constexpr int kIdleTimeMs = 1000;
+constexpr itimerspec kLater{{}, {0, 10'000'000}};
+
+// Names of the pool's own descriptors.
 constexpr uint64_t kTaskPosted = 0;
+constexpr uint64_t kTimer = 1;
 }  // namespace
 
 ThreadPool& ThreadPool::self() {
@@ -28,10 +34,13 @@ ThreadPool& ThreadPool::self() {
 ThreadPool::ThreadPool()
     : events_(epoll_create1(EPOLL_CLOEXEC)),
       taskPosted_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      lastName_(kTaskPosted) {
-    LOG_ALWAYS_FATAL_IF(!events_.ok() || !taskPosted_.ok(), "no descriptors for the HIDL threads");
-    // Edge-triggered: each write wakes one thread, and nobody has to read.
+      timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)),
+      lastName_(kTimer) {
+    LOG_ALWAYS_FATAL_IF(!events_.ok() || !taskPosted_.ok() || !timer_.ok(),
+                        "no descriptors for the HIDL threads");
+    // Edge-triggered: each event wakes one thread, and nobody has to read.
     control(EPOLL_CTL_ADD, taskPosted_.get(), EPOLLIN | EPOLLET, kTaskPosted);
+    control(EPOLL_CTL_ADD, timer_.get(), EPOLLIN | EPOLLET, kTimer);
 }
 
 void ThreadPool::control(int operation, int fd, uint32_t events, uint64_t name) {
@@ -74,6 +83,13 @@ void ThreadPool::post(std::function<void()> task) {
     eventfd_write(taskPosted_.get(), 1);
 }
 
+void ThreadPool::postLater(std::function<void()> task) {
+    const std::lock_guard lock(mutex_);
+    laterTasks_.push_back(std::move(task));
+    startThreadIfNoneWaits();
+    if (laterTasks_.size() == 1) timerfd_settime(timer_.get(), 0, &kLater, nullptr);
+}
+
 // Threads
 
 void ThreadPool::startThreadIfNoneWaits() {
@@ -103,14 +119,18 @@ void ThreadPool::run(bool mayEnd) {
         epoll_event event{};
         const int count = epoll_wait(events_.get(), &event, 1, mayEnd ? kIdleTimeMs : -1);
         std::unique_lock lock(mutex_);
-        if (count == 0 && tasks_.empty() && (waitingThreads_ > 1 || readables_.empty())) {
+        if (count == 0 && (waitingThreads_ > 1 || isIdle())) {
             --waitingThreads_;
             return;
         }
         if (count <= 0) continue;
         --waitingThreads_;
         startThreadIfNoneWaits();
-        if (event.data.u64 == kTaskPosted) {
+        if (event.data.u64 == kTimer) {
+            std::move(laterTasks_.begin(), laterTasks_.end(), std::back_inserter(tasks_));
+            laterTasks_.clear();
+        }
+        if (event.data.u64 <= kTimer) {
             runTask(lock);
         } else {
             handle(event.data.u64, lock);

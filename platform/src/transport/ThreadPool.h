@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace android::hardware::details {
 
@@ -35,6 +36,8 @@ class ThreadPool {
     static ThreadPool& self();
 
     void post(std::function<void()> task);
+    /** Runs the task in some 10 ms, when others that came meanwhile are run, too. */
+    void postLater(std::function<void()> task);
 
     /** Makes the calling thread one of the pool, for good. */
     [[noreturn]] void join();
@@ -50,6 +53,7 @@ class ThreadPool {
   private:
     ThreadPool();
     void control(int operation, int fd, uint32_t events, uint64_t name);
+    bool isIdle() const { return readables_.empty() && tasks_.empty() && laterTasks_.empty(); }
     void startThreadIfNoneWaits();
     void run(bool mayEnd);
     // Both give up the lock, and do not take it again.
@@ -58,10 +62,12 @@ class ThreadPool {
 
     const unique_fd events_;
     const unique_fd taskPosted_;
+    const unique_fd timer_;
 
     std::mutex mutex_;
     size_t waitingThreads_ = 0;
     std::deque<std::function<void()>> tasks_;
+    std::vector<std::function<void()>> laterTasks_;
     uint64_t lastName_;
     std::map<uint64_t, std::weak_ptr<Readable>> readables_;
 };
