@@ -5,10 +5,8 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <fstream>
+#include <cstdio>
 #include <future>
-#include <sstream>
 
 namespace TestSupport {
 namespace {
@@ -19,32 +17,6 @@ std::promise<void>& deathHandled() {
 }
 
 }  // namespace
-
-Simulator::Simulator(std::vector<std::string> options) {
-    summaryFile_ = std::string(getenv("MORIAK_HIDL_RUNTIME_DIR")) + "/summary";
-    options.insert(options.begin(),
-                   {MORIAK_SIMULATOR, "--quiet", "--ready-fd", "3", "--summary", summaryFile_});
-    process_ = std::make_unique<ChildProcess>(options);
-    if (process_->awaitNotice().empty()) {
-        std::fputs("the simulator did not start\n", stderr);
-        std::abort();
-    }
-}
-
-std::string Simulator::finish() {
-    process_->end(SIGTERM);
-    std::ostringstream summary;
-    summary << std::ifstream(summaryFile_).rdbuf();
-    return summary.str();
-}
-
-bool Simulator::settlesAt(const ProcessResources& expected) const {
-    return becomesTrue([&] {
-        const ProcessResources now = resourcesOf(pid());
-        return now.descriptors == expected.descriptors && now.mappings == expected.mappings &&
-               now.threads <= expected.threads;
-    });
-}
 
 std::vector<std::unique_ptr<ChildProcess>> startClients(const std::string& role, size_t count) {
     std::vector<std::unique_ptr<ChildProcess>> clients;

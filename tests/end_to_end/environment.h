@@ -1,4 +1,4 @@
-// What the end-to-end tests share: the simulated service, client processes, deaths as events.
+// What the end-to-end tests share: client processes, deaths as events.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,28 +9,9 @@
 
 #include "support/roles.h"
 #include "support/runtime_directory.h"
+#include "support/simulator.h"
 
 namespace TestSupport {
-
-/// The simulated service in a process of its own, up and running; killed with its object.
-class Simulator {
-  public:
-    explicit Simulator(std::vector<std::string> options = {});
-
-    void kill() { process_->end(SIGKILL); }
-    int pid() const { return process_->pid(); }
-
-    /// Ends the service as its user would. @return its summary
-    std::string finish();
-
-    /// Waits until the service holds just that, and no more threads; false if it does not within a
-    /// generous bound.
-    bool settlesAt(const ProcessResources& expected) const;
-
-  private:
-    std::string summaryFile_;
-    std::unique_ptr<ChildProcess> process_;
-};
 
 class EndToEndTest : public ::testing::Test {
   private:

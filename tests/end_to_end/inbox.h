@@ -7,10 +7,11 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
 #include <utility>
 #include <vector>
+
+#include "support/sequence_check.h"
 
 namespace TestSupport {
 
@@ -26,24 +27,6 @@ inline bool receiveUntil(Vek::Sensors::ICompositeStream& composite,
 
 inline std::unique_ptr<Vek::Sensors::ICompositeStream> makeComposite() {
     return Vek::Sensors::createStreamCompositor()->createCompositeStream("test");
-}
-
-template <typename Data>
-const Data& numberedPart(const Data& record) {
-    return record;
-}
-inline const auto& numberedPart(const Vek::Sensors::ButtonData& record) {
-    return record.header;
-}
-
-/// Of the records that say so, the controller; `preferred` is 0.
-template <typename Data>
-auto controllerOf(const Data& record, int /*preferred*/) -> decltype(record.controller) {
-    return record.controller;
-}
-template <typename Data>
-Vek::Sensors::ControllerAddr controllerOf(const Data& /*record*/, long /*otherwise*/) {
-    return {};
 }
 
 /// Keeps all records.
@@ -75,17 +58,12 @@ class Inbox {
                             [this, all = records.size() + count] { return records.size() >= all; });
     }
 
-    /// How often a number is left out, for each controller on its own.
     size_t lost() const {
-        std::map<Vek::Sensors::ControllerAddr, uint64_t> last;
-        size_t lost = 0;
+        SequenceCheck<Data> check;
         for (const Data& record : records) {
-            const auto& part = numberedPart(record);
-            const auto [entry, isFirst] = last.emplace(controllerOf(part, 0), part.sequence);
-            lost += !isFirst && part.sequence != entry->second + 1 ? 1U : 0U;
-            entry->second = part.sequence;
+            check.take(record);
         }
-        return lost;
+        return check.lost();
     }
 
     std::vector<Data> records;

@@ -28,7 +28,8 @@ size_t countEntries(const std::string& directory) {
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
+                           const std::string& errorFile) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         perror("pipe2");
@@ -42,6 +43,11 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
     pid_ = fork();
     if (pid_ == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (!errorFile.empty()) {
+            dup2(open(errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC,
+                      S_IRUSR | S_IWUSR),
+                 STDERR_FILENO);
+        }
         if (ends[1] == kNoticeDescriptor) {
             fcntl(kNoticeDescriptor, F_SETFD, 0);
         } else {
@@ -71,9 +77,15 @@ std::string ChildProcess::awaitNotice() {
     return length > 0 ? std::string(buffer, static_cast<size_t>(length)) : std::string{};
 }
 
-void ChildProcess::end(int signal) {
+void ChildProcess::send(int signal) const {
     if (pid_ > 0) {
         kill(pid_, signal);
+    }
+}
+
+void ChildProcess::end(int signal) {
+    if (pid_ > 0) {
+        send(signal);
         wait();
     }
 }
@@ -83,6 +95,16 @@ int ChildProcess::wait() {
     waitpid(pid_, &status, 0);
     pid_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+std::optional<int> ChildProcess::waitFor(std::chrono::milliseconds timeout) {
+    pollfd hangUp{notices_, 0, 0};  // the other end is closed with the program
+    const bool hasEnded = poll(&hangUp, 1, static_cast<int>(timeout.count())) == 1;
+    return hasEnded ? std::optional(wait()) : std::nullopt;
+}
+
+bool sendNotice(const std::string& text) {
+    return write(kNoticeDescriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
 ProcessResources resourcesOf(int pid) {

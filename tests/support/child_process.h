@@ -1,8 +1,10 @@
 // Programs that a test starts and ends.
 #pragma once
 
+#include <chrono>
 #include <csignal>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,7 +14,9 @@ namespace TestSupport {
 class ChildProcess {
   public:
     /// @param arguments begin with the program's path.
-    explicit ChildProcess(const std::vector<std::string>& arguments);
+    /// @param errorFile what it writes to standard error is added to this file, if one is given.
+    explicit ChildProcess(const std::vector<std::string>& arguments,
+                          const std::string& errorFile = {});
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -23,16 +27,25 @@ class ChildProcess {
     /// or kept silent for 20 s.
     std::string awaitNotice();
 
+    /// Does nothing once the program's end is known.
+    void send(int signal) const;
+
     /// Sends the signal and waits for the end.
     void end(int signal);
 
     /// Waits for the end. @return the exit code, or minus the signal that ended it.
     int wait();
 
+    /// The same, as long as that; none if it has not ended by then.
+    std::optional<int> waitFor(std::chrono::milliseconds timeout);
+
   private:
     int pid_ = -1;
     int notices_ = -1;
 };
+
+/// From a program to the one that started it: see ChildProcess::awaitNotice.
+bool sendNotice(const std::string& text);
 
 /// What a process holds, by which a leak shows.
 struct ProcessResources {

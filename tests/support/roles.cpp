@@ -2,7 +2,6 @@
 #include "support/roles.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <map>
 #include <vector>
@@ -11,7 +10,6 @@ namespace TestSupport {
 namespace {
 
 constexpr char kRoleOption[] = "--role";
-constexpr int kNoticeDescriptor = 3;
 
 std::map<std::string, int (*)()>& roles() {
     static std::map<std::string, int (*)()> instance;
@@ -44,10 +42,6 @@ std::unique_ptr<ChildProcess> startClient(const std::string& role, const std::st
 
 const std::string& roleArgument() {
     return givenArgument;
-}
-
-bool sendNotice(const std::string& text) {
-    return write(kNoticeDescriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
 }  // namespace TestSupport

@@ -21,7 +21,4 @@ std::unique_ptr<ChildProcess> startClient(const std::string& role,
 /// What the test that started this program in its role has to say.
 const std::string& roleArgument();
 
-/// From a program in a role to the test that started it: see ChildProcess::awaitNotice.
-bool sendNotice(const std::string& text);
-
 }  // namespace TestSupport

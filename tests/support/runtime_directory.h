@@ -1,8 +1,6 @@
 // Where the services of a test and its processes find each other, and nobody else's are.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -15,8 +13,9 @@ class RuntimeDirectory {
   public:
     RuntimeDirectory() {
         const char* const outer = std::getenv(kOuter);
-        path_ =
-            (outer == nullptr ? ::testing::TempDir() : std::string(outer) + "/") + "moriak-XXXXXX";
+        path_ = (outer == nullptr ? std::filesystem::temp_directory_path()
+                                  : std::filesystem::path(outer)) /
+                "moriak-XXXXXX";
         if (mkdtemp(path_.data()) == nullptr) {
             std::abort();
         }
