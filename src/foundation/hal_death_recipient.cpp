@@ -26,9 +26,6 @@ DeathReaction reactionFor(std::optional<bool> suppressCrashDumps) {
     return *suppressCrashDumps ? EXIT : ABORT;
 }
 
-// Guards the handlers of all recipients: a service may die while one is registered.
-std::mutex handlersMutex;
-
 }  // namespace
 
 std::optional<bool> HalDeathRecipient::suppressHidlCrashDumps_;
@@ -40,9 +37,15 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     explicit HalDeathRecipientImpl(DeathReaction reaction) : reaction_(reaction) {}
 
     void addHandler(ServiceDisconnectHandler handler) {
-        const std::lock_guard lock{handlersMutex};
+        const std::lock_guard lock{mutex_};
         handlers_.push_back(handler);
         handlers_.shrink_to_fit();
+    }
+
+    /// None is called any more, and none is running but where this is called from one.
+    void removeHandlers() {
+        const std::lock_guard lock{mutex_};
+        handlers_.clear();
     }
 
     void serviceDied(uint64_t /*cookie*/,
@@ -51,21 +54,23 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     }
 
   private:
-    std::vector<ServiceDisconnectHandler> handlers() const {
-        const std::lock_guard lock{handlersMutex};
-        return handlers_;
+    void runHandlers(const std::string& process) {
+        const std::lock_guard lock{mutex_};
+        // A copy: what they belong to may be destroyed by one of them.
+        const std::vector<ServiceDisconnectHandler> handlers = handlers_;
+        if (handlers.empty()) {
+            return;
+        }
+        MORIAK_LOG_ERROR("Unexpected service death detected. %s invoking custom coronaries.",
+                         process.c_str());
+        for (const ServiceDisconnectHandler& handler : handlers) {
+            handler.handler(handler.context);
+        }
     }
 
-    void react() const {
+    void react() {
         const std::string process = Vek::OS::Process::getCurrentProcessName();
-        const std::vector<ServiceDisconnectHandler> handlers = this->handlers();
-        if (!handlers.empty()) {
-            MORIAK_LOG_ERROR("Unexpected service death detected. %s invoking custom coronaries.",
-                             process.c_str());
-            for (const ServiceDisconnectHandler& handler : handlers) {
-                handler.handler(handler.context);
-            }
-        }
+        runHandlers(process);
         switch (reaction_) {
             case EXIT:
                 MORIAK_LOG_ERROR("Unexpected service death detected. %s Exiting.", process.c_str());
@@ -82,6 +87,8 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
 
     const DeathReaction reaction_;
     std::vector<ServiceDisconnectHandler> handlers_;
+    /// Held while the handlers run, too: their contexts must live as long.
+    std::recursive_mutex mutex_;
 };
 
 HalDeathRecipient::HalDeathRecipient(
@@ -95,6 +102,7 @@ HalDeathRecipient::~HalDeathRecipient() {
     if (const android::sp<android::hidl::base::V1_0::IBase> service = service_.promote()) {
         service->unlinkToDeath(impl_).isOk();
     }
+    impl_->removeHandlers();
 }
 
 void HalDeathRecipient::registerDisconnectHandler(ServiceDisconnectHandler handler) {

@@ -23,6 +23,7 @@ class HalDeathRecipient {
     /// A failure to link is not noticed: the object then has no reaction to the death.
     explicit HalDeathRecipient(
         const gsl::not_null<android::sp<android::hidl::base::V1_0::IBase>>& service);
+    /// Waits for handlers that are running, unless one of them is the caller. None runs later.
     ~HalDeathRecipient();
 
     HalDeathRecipient(const HalDeathRecipient&) = delete;

@@ -1,6 +1,8 @@
 // The provider's calls, alive and dead.
 #include "motion/motion_sensor_provider.h"
 
+#include <utility>
+
 #include "foundation/hal_call.h"
 #include "motion/convert.h"
 #include "motion/motion_sensors.h"
@@ -24,6 +26,15 @@ MotionSensorProvider::MotionSensorProvider(
     gsl::not_null<android::sp<Hidl::IMotionSensorProvider>> hal)
     : hal_(hal.get()), deathRecipient_(std::make_unique<HalDeathRecipient>(hal_)) {
     deathRecipient_->registerDisconnectHandler({onServiceDeath, this});
+}
+
+MotionSensorProvider::~MotionSensorProvider() {
+    std::unique_ptr<HalDeathRecipient> deathRecipient;
+    {
+        const std::lock_guard lock{mutex_};
+        deathRecipient = std::move(deathRecipient_);
+    }
+    // Its end waits for the handler, which waits for the lock.
 }
 
 void MotionSensorProvider::onDisconnect() {

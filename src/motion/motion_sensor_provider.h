@@ -18,6 +18,7 @@ namespace Vek::Sensors::HidlWrapper {
 class MotionSensorProvider : public IMotionSensorProvider {
   public:
     explicit MotionSensorProvider(gsl::not_null<android::sp<Hidl::IMotionSensorProvider>> hal);
+    ~MotionSensorProvider() override;
 
     // The death recipient's handler holds its address.
     MotionSensorProvider(const MotionSensorProvider&) = delete;

@@ -1,6 +1,12 @@
 // The provider alive, and dead with its service.
 #include "motion/motion_sensor_provider.h"
 
+#include <log/log.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+
 #include "support/captured_log.h"
 #include "support/fake_motion_hal.h"
 #include "support/fatal_calls.h"
@@ -67,6 +73,32 @@ TEST_F(MotionSensorProviderTest, DeadProviderAnswersEmptyWithALineForEachCall) {
                         dead("Vek::Sensors::MotionSensorMetadata ", "getSensorInfo()") +
                         dead("std::unique_ptr<IImuSensor> ", "getImu(uint32_t)") +
                         dead("std::unique_ptr<IMagSensor> ", "getMag(uint32_t)"))));
+}
+
+TEST_F(MotionSensorProviderTest, DestructionWaitsForTheDeathThatIsBeingHandled) {
+    EXPECT_EXIT(
+        {
+            static std::promise<void> handling;
+            static std::promise<void> handled;
+            __android_log_set_logger([](const __android_log_message* line) {
+                if (line->message == std::string("MotionSensorProvider death callback")) {
+                    handling.set_value();
+                    handled.get_future().wait();
+                }
+            });
+            auto doomed =
+                std::make_unique<MotionSensorProvider>(sp<Hidl::IMotionSensorProvider>(service));
+            std::thread death{[&] { service->die(); }};
+            handling.get_future().wait();
+            const auto destruction = std::async(std::launch::async, [&] { doomed.reset(); });
+            const bool waits =
+                destruction.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
+            handled.set_value();
+            destruction.wait();
+            death.join();
+            _exit(waits ? 0 : 1);
+        },
+        ExitedWithCode(0), "");
 }
 
 }  // namespace

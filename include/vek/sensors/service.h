@@ -9,7 +9,8 @@ namespace Vek::Sensors {
 ///
 /// Called on a HIDL thread of the process, in the order of registration, once at most: in a
 /// process, only the first sensor object that learns of its service's death calls its handlers. It
-/// must not wait for a thread that is inside a call to the dead service. `context` is not owned.
+/// must not wait for a thread that is inside a call to the dead service, nor for one that destroys
+/// the object that it is registered with: that waits for the handler. `context` is not owned.
 struct ServiceDisconnectHandler {
     void (*handler)(const void* context);
     const void* context;
