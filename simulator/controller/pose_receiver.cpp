@@ -40,12 +40,14 @@ void PoseSender::beginReading() {
 }
 
 void PoseSender::endReading() {
-    isEnding_ = true;
-    if (thread_.joinable()) {
-        eventFlag_->wake(kDataReadyBit);
-        thread_.join();
-        drain();
-    }
+    std::call_once(end_, [this] {
+        isEnding_ = true;
+        if (thread_.joinable()) {
+            eventFlag_->wake(kDataReadyBit);
+            thread_.join();
+            drain();
+        }
+    });
 }
 
 void PoseSender::run() {
@@ -118,14 +120,13 @@ void PoseReceiver::onRelease(PoseSender& sender, const char* reason) {
 }
 
 void PoseReceiver::stop() {
-    std::vector<ClientPointer> last;
+    std::vector<ClientPointer> senders;
     {
         const std::lock_guard lock{mutex_};
-        last.swap(clients_);
-        onChangeLocked();
+        senders = clients_;
     }
-    for (const ClientPointer& sender : last) {
-        release(sender, "is left behind");
+    for (const ClientPointer& sender : senders) {
+        sender->endReading();
     }
 }
 

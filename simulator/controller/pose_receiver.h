@@ -35,7 +35,7 @@ class PoseSender : public StreamingParty {
     const Hal::FmqConfig& config() const { return config_; }
 
     void beginReading();
-    /// Reads what is there, and no more from then on. One thread at a time.
+    /// Reads what is there, and no more from then on.
     void endReading();
 
     PoseCounts counts() const;
@@ -51,6 +51,7 @@ class PoseSender : public StreamingParty {
     std::atomic<bool> isEnding_{false};
     mutable std::mutex mutex_;  // guards the ledger
     PoseLedger ledger_;
+    std::once_flag end_;
     std::thread thread_;
 };
 
@@ -64,7 +65,7 @@ class PoseReceiver : public StreamRegister<PoseSender> {
     /// @return BAD_STATE if the client has its queue already
     Hal::Result prepare(const ClientIdentity& identity, std::shared_ptr<PoseSender>* sender);
 
-    /// Reads no more, for good.
+    /// Reads no more, for good. Senders are still answered: a refusal would end them.
     void stop();
     /// A line for the user.
     std::string summary() const;

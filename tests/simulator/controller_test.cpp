@@ -253,6 +253,16 @@ TEST_F(ControllerTest, PosesOfTheOwnerAreHandedOnAndNonsenseIsNot) {
     android::hardware::EventFlag::deleteEventFlag(&flag);
 }
 
+TEST_F(ControllerTest, OwnerIsStillAnsweredWhenNoMorePosesAreRead) {
+    const android::sp<TestSupport::FakeSensorClient> identity = new TestSupport::FakeSensorClient;
+    owner_->preparePoseOutputStream(identity, [](Result result, const auto&, const auto&) {
+        EXPECT_EQ(result, Result::SUCCESS);
+    });
+    poses_->stop();
+    EXPECT_EQ(owner_->controlPoseOutputStream(identity, Hal::StreamCommand::START),
+              Result::SUCCESS);
+}
+
 TEST(ThumbstickTest, CalibrationStretchesTheWayAndSilencesTheMiddle) {
     const auto place = [](uint16_t x, uint16_t y, const ThumbstickCalibration& calibration) {
         return thumbstickOf({kLeft, 0, 0, x, y}, calibration);
