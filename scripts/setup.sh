@@ -10,8 +10,8 @@ packages=(
     libclang-rt-14-dev    # the sanitizers' run-time libraries
     hidl-gen              # compiles the .hal interface definitions
     libmsgsl-dev          # span and not_null, part of the client API
-    libcli11-dev          # command lines of sensorctl and the simulator
-    libfmt-dev            # text output of sensorctl and the simulator
+    libcli11-dev          # command lines of sensorctl, the simulator and the soak
+    libfmt-dev            # text output of the same and of the benchmarks
     libpng-dev            # the images that sensorctl captures
     libgtest-dev libgmock-dev
     libbenchmark-dev      # timing of the data paths in bench

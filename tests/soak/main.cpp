@@ -1,0 +1,32 @@
+// Long trials of clients and the simulated service together.
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "soak/client.h"
+#include "soak/soak.h"
+
+int main(int argc, char** argv) {
+    CLI::App app{"Long trials of clients and the simulated service together.", "moriak-soak"};
+    app.require_subcommand(1);
+
+    Soak::DeathsSettings deaths;
+    CLI::App* const deathsCommand = app.add_subcommand(
+        "deaths", "Kills the service or a client in each round, at a random moment under load");
+    deathsCommand->add_option("--rounds", deaths.rounds, "How many rounds")->capture_default_str();
+    deathsCommand->add_option("--seed", deaths.seed, "What the rounds are drawn from")
+        ->capture_default_str();
+    deathsCommand->add_option("--first", deaths.firstRound, "Number of the first round")
+        ->capture_default_str();
+
+    std::string plan;
+    CLI::App* const client = app.add_subcommand("client", "What the others start")->group("");
+    client->add_option("plan", plan)->required();
+
+    CLI11_PARSE(app, argc, argv);
+    Soak::blockWhatIsTold();
+    if (client->parsed()) {
+        Soak::runClient(Soak::planFrom(plan));
+        return 0;
+    }
+    return Soak::soakDeaths(deaths);
+}
