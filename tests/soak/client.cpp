@@ -190,11 +190,11 @@ void runClient(const ClientPlan& plan) {
             ending = Ending::TIME_IS_UP;
         }
     }
-    const Tally& tally = client.tally();
-    sendNotice(
-        fmt::format("{} {} {} {}", tally.records, tally.lost, tally.lostFrameSets, kSaidAll));
-    if (tally.lost > 0) {
-        note(fmt::format("{} of {} records were lost", tally.lost, tally.records));
+    const auto& [records, frameSets] = client.tally();
+    sendNotice(fmt::format("{} {} {} {} {}", records.received, records.lost, frameSets.received,
+                           frameSets.lost, kSaidAll));
+    if (records.lost > 0) {
+        note(fmt::format("{} records were lost", records.lost));
     }
 }
 

@@ -51,8 +51,8 @@ std::string textOf(const ClientPlan& plan);
 ClientPlan planFrom(const std::string& text);
 
 /// Writes each phase of its life to standard error, and what is wrong. Ends when it is told so,
-/// having received once more from each stream, and says then what came in sum: records, lost ones,
-/// lost frame sets.
+/// having received once more from each stream, and says then how many records came and were lost in
+/// sum, and how many frame sets.
 void runClient(const ClientPlan& plan);
 
 }  // namespace Soak

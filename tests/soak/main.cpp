@@ -18,6 +18,19 @@ int main(int argc, char** argv) {
     deathsCommand->add_option("--first", deaths.firstRound, "Number of the first round")
         ->capture_default_str();
 
+    Soak::ClientsSettings clients;
+    CLI::App* const clientsCommand =
+        app.add_subcommand("clients", "Has many clients stream at once: none may lose anything");
+    clientsCommand->add_option("--clients", clients.clients, "How many clients")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 120));
+    clientsCommand->add_option("--minutes", clients.minutes, "How long")->capture_default_str();
+    clientsCommand
+        ->add_option("--batch", clients.motionBatch, "Samples of a motion sensor at a time")
+        ->capture_default_str();
+    clientsCommand->add_flag("--ignore-memory", clients.ignoresMemory,
+                             "For builds with sanitizers, which keep what was freed");
+
     std::string plan;
     CLI::App* const client = app.add_subcommand("client", "What the others start")->group("");
     client->add_option("plan", plan)->required();
@@ -28,5 +41,5 @@ int main(int argc, char** argv) {
         Soak::runClient(Soak::planFrom(plan));
         return 0;
     }
-    return Soak::soakDeaths(deaths);
+    return clientsCommand->parsed() ? Soak::soakClients(clients) : Soak::soakDeaths(deaths);
 }

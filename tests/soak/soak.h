@@ -15,4 +15,16 @@ struct DeathsSettings {
 /// Kills the service or a client, round by round, at random moments under load.
 int soakDeaths(const DeathsSettings& settings);
 
+struct ClientsSettings {
+    uint32_t clients = 100;
+    double minutes = 10;
+    /// Samples of a motion sensor that come together; each time, every client has to run.
+    uint32_t motionBatch = 10;
+    /// Builds with sanitizers keep what was freed.
+    bool ignoresMemory = false;
+};
+
+/// Has many clients stream at once: nothing may be lost, nothing may grow after the first minute.
+int soakClients(const ClientsSettings& settings);
+
 }  // namespace Soak

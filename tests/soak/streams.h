@@ -14,11 +14,14 @@
 namespace Soak {
 
 struct Tally {
-    uint64_t records = 0;
-    uint64_t lost = 0;
+    struct Count {
+        uint64_t received = 0;
+        uint64_t lost = 0;
+    };
+    Count records;
     /// The queue of a camera holds one frame set: a client that gets no processor in time loses
     /// some, through nobody's fault.
-    uint64_t lostFrameSets = 0;
+    Count frameSets;
 };
 
 /// Threading: one thread at a time.
@@ -36,16 +39,17 @@ class Streams {
         stream.setCallbackv(
             [this, &count = counts_.emplace_back(0), check = TestSupport::SequenceCheck<Data>()](
                 gsl::span<const gsl::span<const Data>> spans) mutable {
+                constexpr bool kIsCamera = std::is_same_v<Data, Vek::Sensors::FrameSet>;
+                Tally::Count& sum = kIsCamera ? tally_.frameSets : tally_.records;
                 const uint64_t lostBefore = check.lost();
                 for (const auto& span : spans) {
                     for (const Data& record : span) {
                         check.take(record);
                         ++count;
-                        ++tally_.records;
+                        ++sum.received;
                     }
                 }
-                constexpr bool kIsCamera = std::is_same_v<Data, Vek::Sensors::FrameSet>;
-                (kIsCamera ? tally_.lostFrameSets : tally_.lost) += check.lost() - lostBefore;
+                sum.lost += check.lost() - lostBefore;
             });
         stream.addTo(*composite_);
     }
