@@ -37,18 +37,18 @@ class ConstructorMap {
         const auto found = constructors_.find(interfaceName);
         return found == constructors_.end() ? Constructor() : found->second;
     }
-    void erase(const std::string& interfaceName) {
-        const std::lock_guard lock(mutex_);
-        constructors_.erase(interfaceName);
-    }
+    /**
+     * Called by the destructors of generated code, which run at the process's end, while HIDL
+     * threads still serve calls. Leaves the entry: the code that it refers to is there until then.
+     */
+    void erase(const std::string& /*interfaceName*/) {}
 
   private:
     mutable std::mutex mutex_;
     std::map<std::string, Constructor> constructors_;
 };
 
-// Never destroyed: libraries with generated code take their entries out when they are
-// unloaded, in any order.
+// Never destroyed: libraries with generated code still ask to take their entries out, in any order.
 ConstructorMap<IBinder>& getBnConstructorMap();
 ConstructorMap<hidl::base::V1_0::IBase>& getBsConstructorMap();
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "soak/client.h"
-#include "soak/streams.h"
+#include "client.h"
+#include "streams.h"
 
 namespace Soak {
 

@@ -1,5 +1,5 @@
 // See areas.h.
-#include "soak/areas.h"
+#include "areas.h"
 
 #include <vek/sensors/controller_provider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>

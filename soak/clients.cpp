@@ -12,9 +12,9 @@
 #include <thread>
 #include <vector>
 
-#include "soak/running_client.h"
-#include "soak/soak.h"
-#include "soak/streams.h"
+#include "running_client.h"
+#include "soak.h"
+#include "streams.h"
 #include "support/child_process.h"
 #include "support/runtime_directory.h"
 #include "support/simulator.h"

@@ -6,7 +6,7 @@
 #include <regex>
 #include <sstream>
 
-#include "soak/running_client.h"
+#include "running_client.h"
 
 namespace Soak {
 namespace {

@@ -1,5 +1,5 @@
 // See client.h.
-#include "soak/client.h"
+#include "client.h"
 
 #include <fmt/format.h>
 #include <log/log.h>
@@ -12,7 +12,7 @@
 #include <sstream>
 #include <utility>
 
-#include "soak/areas.h"
+#include "areas.h"
 #include "support/child_process.h"
 
 namespace Soak {

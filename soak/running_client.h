@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "soak/client.h"
+#include "client.h"
 #include "support/child_process.h"
 
 namespace Soak {

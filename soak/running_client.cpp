@@ -1,5 +1,5 @@
 // See running_client.h.
-#include "soak/running_client.h"
+#include "running_client.h"
 
 #include <fmt/format.h>
 

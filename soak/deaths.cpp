@@ -10,8 +10,8 @@
 #include <thread>
 #include <utility>
 
-#include "soak/running_client.h"
-#include "soak/soak.h"
+#include "running_client.h"
+#include "soak.h"
 #include "support/child_process.h"
 #include "support/runtime_directory.h"
 #include "support/simulator.h"
@@ -46,7 +46,9 @@ Round draw(uint32_t seed, uint32_t number) {
     };
     Round round{};
     round.serviceDies = std::mt19937(kind)() % 2 == 0;
-    round.signal = pick(5) == 0 ? SIGABRT : SIGKILL;
+    constexpr int kClientSignals[] = {SIGKILL, SIGKILL, SIGKILL, SIGABRT};
+    constexpr int kServiceSignals[] = {SIGKILL, SIGKILL, SIGTERM, SIGABRT};
+    round.signal = (round.serviceDies ? kServiceSignals : kClientSignals)[pick(4)];
     round.isAfterFirstData = pick(2) == 0;
     round.moment = std::uniform_real_distribution<>(0, 1)(generator);
     // Beside the witness there is room for one of each but the first.

@@ -2,8 +2,8 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-#include "soak/client.h"
-#include "soak/soak.h"
+#include "client.h"
+#include "soak.h"
 
 int main(int argc, char** argv) {
     CLI::App app{"Long trials of clients and the simulated service together.", "moriak-soak"};
