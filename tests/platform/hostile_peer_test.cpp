@@ -2,29 +2,21 @@
 // line each, and leave nothing behind.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <hidl/HidlBinderSupport.h>
-#include <moriak/test/calls/1.0/hwtypes.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <random>
-#include <thread>
 
 #include "platform/echo_service.h"
+#include "platform/peer.h"
 #include "support/captured_log.h"
-#include "transport/Frame.h"
-#include "transport/Registry.h"
 
 namespace moriak_test {
 namespace {
 
 using namespace android::hardware::details;
-using android::hardware::Parcel;
 using testing::ElementsAre;
 using testing::Field;
 using testing::HasSubstr;
@@ -32,117 +24,9 @@ using testing::StartsWith;
 using TestSupport::CapturedLog;
 using TestSupport::LogLine;
 
-constexpr uint32_t kReverse = 1;
-constexpr uint32_t kHang = 8;
-constexpr uint32_t kDebug = 256131655;
-constexpr uint32_t kObjectItem = 0x4f424a45;
-constexpr uint32_t kHandleItem = 0x48414e44;
-
-unique_fd unixSocket() {
-    return unique_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-}
-
-/** Binds or connects. */
-template <typename Call>
-int withAddress(Call call, int socket, const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    return call(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-}
-
 size_t openDescriptors() {
     return TestSupport::resourcesOf(getpid()).descriptors;
 }
-
-Frame callOf(uint64_t objectId, uint32_t code, const Parcel& arguments, uint64_t callId = 2) {
-    Frame frame;
-    frame.header.objectId = objectId;
-    frame.header.code = code;
-    frame.header.callId = callId;
-    frame.items = arguments.items();
-    frame.header.itemBytes = static_cast<uint32_t>(frame.items.size());
-    return frame;
-}
-
-Parcel argumentsFor(const char* interface) {
-    Parcel parcel;
-    parcel.writeInterfaceToken(interface);
-    return parcel;
-}
-
-/** A bare socket that speaks the protocol as far as the test wants. */
-class Peer {
-  public:
-    explicit Peer(unique_fd socket) : socket_(std::move(socket)) {}
-
-    /** Connects to the service's process and asks it for the service. */
-    explicit Peer(const std::string& instance) : socket_(unixSocket()) {
-        const std::optional<Registry> registry = Registry::open(Registry::Mode::kLookUp);
-        const std::string path = registry->shortPath(*registry->find(IEcho::descriptor, instance));
-        EXPECT_EQ(withAddress(connect, socket_.get(), path), 0);
-        EXPECT_TRUE(isServed(instance));
-    }
-
-    /** Whether the process answers the question for the service. */
-    bool isServed(const std::string& instance) {
-        Parcel question = argumentsFor("ServiceTable");
-        question.writeCString((std::string(IEcho::descriptor) + "/" + instance).c_str());
-        send(callOf(0, 1, question, 1));
-        Frame answer;
-        if (!receive(&answer) || answer.objects.size() != 1) return false;
-        service_ = answer.objects[0].objectId;
-        return true;
-    }
-
-    void send(const Frame& frame) {
-        std::vector<int> descriptors;
-        for (const unique_fd& fd : frame.descriptors) descriptors.push_back(fd.get());
-        FrameWriter writer(frame.header, frame.items, frame.objects, descriptors, {});
-        writer.writeRest(socket_.get(), kBoundMs);
-    }
-    /** With an object, if there is one. */
-    void reply(uint64_t callId, const Parcel& results, std::vector<ObjectReference> objects = {}) {
-        Frame frame = callOf(0, 0, results, callId);
-        frame.header.kind = FrameKind::kReply;
-        frame.header.objectCount = static_cast<uint32_t>(objects.size());
-        frame.objects = std::move(objects);
-        send(frame);
-    }
-    /** Says that nothing more will come, after a part of a header. */
-    void finish(size_t lastBytes) {
-        EXPECT_EQ(::send(socket_.get(), &kMagic, lastBytes, 0), static_cast<ssize_t>(lastBytes));
-        shutdown(socket_.get(), SHUT_WR);
-    }
-
-    bool receive(Frame* frame) {
-        const char* problem = nullptr;
-        while (reader_.next(frame, &problem) == FrameReader::Outcome::kNotYet) {
-            if (reader_.receive(socket_.get(), 0, &problem) == FrameReader::Outcome::kEnd) {
-                return false;
-            }
-        }
-        return problem == nullptr;
-    }
-    /** Whether the other side hangs up in time, whatever it sends before. */
-    bool isDropped() {
-        char bytes[4096];
-        pollfd waiting{socket_.get(), POLLIN, 0};
-        while (poll(&waiting, 1, kBoundMs) > 0) {
-            if (recv(socket_.get(), bytes, sizeof(bytes), 0) <= 0) return true;
-        }
-        return false;
-    }
-    uint64_t service() const { return service_; }
-
-  private:
-    static constexpr uint32_t kMagic = kFrameMagic;
-    static constexpr int kBoundMs = 30'000;
-
-    unique_fd socket_;
-    FrameReader reader_;
-    uint64_t service_ = 0;
-};
 
 /** What a hidl_vec, hidl_string or hidl_handle is on the wire: a pointer, then a size. */
 struct RawVec {
@@ -197,11 +81,6 @@ void sendHandle(Frame& call, uint32_t descriptors, uint32_t integers) {
     call = callOf(call.header.objectId, kDebug, arguments);
 }
 
-void sendObject(Frame& call, ObjectReference object) {
-    call.objects = {object};
-    call.header.objectCount = 1;
-}
-
 void sendRelease(FrameHeader& header, uint64_t references) {
     header.kind = FrameKind::kRelease;
     header.references = references;
@@ -229,11 +108,11 @@ const BrokenCall kBrokenCalls[] = {
     {"release of the root", [](Frame& call) { sendRelease(call.header = {}, 1); }},
     {"unknown object",
      [](Frame& call) {
-         sendObject(call, {999, ObjectOwner::kReceiver});
+         addObject(call, {999, ObjectOwner::kReceiver});
      }},
     {"object of nobody",
      [](Frame& call) {
-         sendObject(call, {1, ObjectOwner(7)});
+         addObject(call, {1, ObjectOwner(7)});
      }},
     {"handle of absurd counts", [](Frame& call) { sendHandle(call, ~0u, ~0u); }},
     {"handle without descriptor", [](Frame& call) { sendHandle(call, 1, 0); }},
@@ -295,15 +174,7 @@ TEST_F(HostileClientTest, NoRandomDamageToACallIsFatal) {
     Record record;
     record.name = "name";
     record.numbers = {1, 2, 3};
-    const hidl_vec<Record> records = {record, record};
-    Parcel whole = argumentsFor(IEcho::descriptor);
-    size_t root = 0;
-    size_t elements = 0;
-    whole.writeBuffer(&records, sizeof(records), &root);
-    writeEmbeddedToParcel(records, &whole, root, 0, &elements);
-    for (size_t i = 0; i < records.size(); ++i) {
-        writeEmbeddedToParcel(records[i], &whole, elements, i * sizeof(Record));
-    }
+    const Parcel whole = argumentsOfReverse({record, record});
     std::mt19937 random(1);
     for (int round = 0; round < 500; ++round) {
         Peer peer("attacked");
@@ -332,25 +203,10 @@ TEST(GreedyClientTest, IsDroppedWhenItMakesMoreCallsThanCanBeServed) {
     EXPECT_TRUE(IEcho::getService("greedy")->ping().isOk());
 }
 
-/** A server in this process that answers one call of its service with a reply of the test's. */
-class FakeService {
-  public:
-    explicit FakeService(std::function<void(Peer&, uint64_t callId)> answer)
-        : registry_(*Registry::open(Registry::Mode::kCreate)), listener_(unixSocket()) {
-        // Named like a socket of this process, which it is, but not the runtime's.
-        EXPECT_EQ(withAddress(bind, listener_.get(), registry_.shortPath(name_)), 0);
-        EXPECT_EQ(listen(listener_.get(), 1), 0);
-        EXPECT_EQ(registry_.publish(IEcho::descriptor, "fake", name_), 0);
-        thread_ = std::thread([this, answer = std::move(answer)] { serve(answer); });
-    }
-    ~FakeService() {
-        thread_.join();
-        registry_.removeSocket(name_);
-    }
-
-  private:
-    void serve(const std::function<void(Peer&, uint64_t callId)>& answer) {
-        Peer client(unique_fd(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
+/** Hands out a service, and answers one call of it with what the test wants. */
+std::function<void(int listener)> answering(std::function<void(Peer&, uint64_t callId)> answer) {
+    return [answer = std::move(answer)](int listener) {
+        Peer client = acceptFrom(listener);
         Frame call;
         EXPECT_TRUE(client.receive(&call));
         Parcel service;
@@ -358,13 +214,8 @@ class FakeService {
         client.reply(call.header.callId, service, {{5, ObjectOwner::kSender}});
         EXPECT_TRUE(client.receive(&call));
         answer(client, call.header.callId);
-    }
-
-    const std::string name_ = Registry::newSocketName();
-    Registry registry_;
-    unique_fd listener_;
-    std::thread thread_;
-};
+    };
+}
 
 TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
     const RuntimeDirectory directory;
@@ -372,13 +223,13 @@ TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
     for (const BrokenParcel& broken : kBrokenParcels) {
         SCOPED_TRACE(broken.name);
         {
-            const FakeService fake([&](Peer& client, uint64_t callId) {
-                Parcel results;
-                results.writeInt32(0);
-                broken.write(results);
-                client.reply(callId, results);
-                EXPECT_TRUE(client.isDropped());
-            });
+            const FakeService fake("fake", answering([&](Peer& client, uint64_t callId) {
+                                       Parcel results;
+                                       results.writeInt32(0);
+                                       broken.write(results);
+                                       client.reply(callId, results);
+                                       EXPECT_TRUE(client.isDropped());
+                                   }));
             const sp<IEcho> echo = IEcho::getService("fake");
             ASSERT_NE(echo, nullptr);
             EXPECT_FALSE(echo->reverse({}, [](const auto&) { ADD_FAILURE(); }).isOk());
@@ -390,13 +241,14 @@ TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
 
 TEST(FakeServiceTest, AnObjectOfTheWrongTypeIsNoObject) {
     const RuntimeDirectory directory;
-    const FakeService fake([](Peer& client, uint64_t callId) {
-        // Hands the client's own root object back where a listener is expected.
-        Parcel results;
-        results.writeInt32(0);
-        results.writeUint32(kObjectItem);
-        client.reply(callId, results, {{0, ObjectOwner::kReceiver}});
-    });
+    const FakeService fake("fake", answering([](Peer& client, uint64_t callId) {
+                               // Hands the client's own root object back where a listener is
+                               // expected.
+                               Parcel results;
+                               results.writeInt32(0);
+                               results.writeUint32(kObjectItem);
+                               client.reply(callId, results, {{0, ObjectOwner::kReceiver}});
+                           }));
     const sp<IEcho> echo = IEcho::getService("fake");
     ASSERT_NE(echo, nullptr);
     const Return<sp<IListener>> kept = echo->getKept();
@@ -416,14 +268,9 @@ TEST(StrangerTest, IsRefused) {
     chmod(directory.path().c_str(), 0777);
     chmod(path.c_str(), 0777);
     CapturedLog log;
-    const unique_fd socket = unixSocket();
     const pid_t stranger = fork();
     if (stranger == 0) {
-        char byte;
-        _exit(setuid(65534) == 0 && withAddress(connect, socket.get(), path) == 0 &&
-                      recv(socket.get(), &byte, 1, 0) == 0
-                  ? 0
-                  : 1);
+        _exit(setuid(65534) == 0 && Peer(connectedTo(path)).isDropped() ? 0 : 1);
     }
     int status = -1;
     waitpid(stranger, &status, 0);
