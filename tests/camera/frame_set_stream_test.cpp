@@ -1,6 +1,7 @@
 // Frame sets on their way from the service to the client and back.
 #include "camera/camera_stream.h"
 #include "support/allocation_count.h"
+#include "support/broken_queue.h"
 #include "support/fake_camera_hal.h"
 
 namespace {
@@ -107,12 +108,18 @@ TEST_F(FrameSetStreamDeathTest, PreparationThatTheServiceSpoilsIsFatal) {
     const auto dies = [this](const std::string& text) {
         EXPECT_DEATH(stream.stream().addTo(composite), ::testing::HasSubstr(text));
     };
-    service->recycleDescriptor = {};
-    dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
-    service->recycleFlagHandle = {};
-    dies(
-        "failed: ef == nullptr\nF/Moriak-HidlWrapper: Failed to obtain event flag for recycle "
-        "FMQ\n");
+    for (const BrokenQueue& broken : kBrokenQueues) {
+        QueueParts parts = queueParts<Hidl::FrameSet>(3);
+        broken.spoil(parts);
+        service->recycleDescriptor = descriptorOf<Hidl::FrameSet>(parts);
+        dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
+    }
+    for (const NoMemory& memory : kNoMemory) {
+        service->recycleFlagHandle = handleOf({memory.make()});
+        dies(
+            "failed: ef == nullptr\nF/Moriak-HidlWrapper: Failed to obtain event flag for recycle "
+            "FMQ\n");
+    }
     service->result = Hidl::Result::BAD_STATE;
     dies(
         "failed: res != Hidl::Result::SUCCESS\nF/Moriak-HidlWrapper: DualStreamHandle "

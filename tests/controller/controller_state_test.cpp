@@ -2,6 +2,7 @@
 #include "controller/controller_state_provider.h"
 #include "os/bind_receiver.h"
 #include "support/allocation_count.h"
+#include "support/broken_queue.h"
 #include "support/fake_controller_hal.h"
 #include "support/fatal_calls.h"
 #include "support/queue_counters.h"
@@ -218,9 +219,15 @@ TEST_F(ControllerStateDeathTest, PoseStreamThatIsNotHandedOutIsFatal) {
          prepareAfter([&] { service->transportFails = true; })},
         {assertion("!evFlag_", "failed creating event flag for test output stream"),
          prepareAfter([&] { service->poseConfig.eventFlag = nullptr; })},
-        {assertion("!stream_->isValid()", "pose output stream is not valid"),
-         prepareAfter([&] { service->poseQueue = {}; })},
     });
+    for (const BrokenQueue& broken : kBrokenQueues) {
+        expectFatal({{assertion("!stream_->isValid()", "pose output stream is not valid"),
+                      prepareAfter([&] {
+                          QueueParts parts = queueParts<Hidl::PoseOutput>(2);
+                          broken.spoil(parts);
+                          service->poseQueue = descriptorOf<Hidl::PoseOutput>(parts);
+                      })}});
+    }
 }
 
 }  // namespace

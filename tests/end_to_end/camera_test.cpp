@@ -352,38 +352,4 @@ TEST_F(EndToEndDeathTest, ServiceKilledInTheMiddleOfAFrameSetEndsTheClientAtItsN
         "virtual void Vek::Sensors::HidlWrapper::CameraStream::stop\\(\\): [^\n]*DEAD_OBJECT");
 }
 
-const TestSupport::ClientRole kHoldingClient{
-    "camera-holder", [] {
-        CameraClient client({FrameType::HEADSET});
-        client.first().look = [&](const FrameSet& /*frameSet*/) {
-            if (client.first().frameSets == 3 && TestSupport::sendNotice("streaming")) {
-                pause();
-            }
-        };
-        client.start();
-        client.receive(4);
-        return 1;
-    }};
-
-TEST_F(EndToEndTest, ClientsKilledWithFrameSetsInTheirHandsLeaveNothingAndDisturbNobody) {
-    Simulator simulator;
-    CameraClient client({FrameType::HEADSET});
-    client.start();
-    EXPECT_TRUE(client.receive(5));
-    TestSupport::ProcessResources before = TestSupport::resourcesOf(simulator.pid());
-    before.threads += 64;
-    constexpr size_t kHolders = 3;
-    {
-        const auto holders = TestSupport::startClients("camera-holder", kHolders);
-        EXPECT_TRUE(client.receive(10));
-    }
-    EXPECT_TRUE(client.receive(10));
-    EXPECT_TRUE(simulator.settlesAt(before));
-    client.stop();
-    const Account account(simulator.finish(), "headset cameras");
-    EXPECT_TRUE(account.isBalanced());
-    EXPECT_GE(account.reclaimed, kHolders);
-    EXPECT_LE(account.reclaimed, 2 * kHolders);
-}
-
 }  // namespace

@@ -35,8 +35,8 @@ class Inbox {
   public:
     Inbox(Vek::Sensors::IDataStream<Data>& stream, Vek::Sensors::ICompositeStream& composite)
         : composite_(composite) {
-        // Large enough for a machine that is busy for seconds.
-        stream.setQueueSize(std::min(size_t{4096}, (size_t{1} << 20) / sizeof(Data)));
+        // Large enough for a machine that is busy for many seconds.
+        stream.setQueueSize(std::min(size_t{65'536}, (size_t{1} << 22) / sizeof(Data)));
         stream.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
             for (const auto& span : spans) {
                 records.insert(records.end(), span.begin(), span.end());

@@ -7,6 +7,7 @@
 #include <numeric>
 #include <vector>
 
+#include "support/broken_queue.h"
 #include "support/child_process.h"
 #include "support/queue_counters.h"
 
@@ -14,11 +15,11 @@ namespace moriak_test {
 namespace {
 
 using TestSupport::QueueCounters;
+using TestSupport::QueueParts;
+using TestSupport::queueParts;
 using TestSupport::resourcesOf;
 
 using Queue = android::hardware::MessageQueue<uint64_t, android::hardware::kSynchronizedReadWrite>;
-using Descriptor = Queue::Descriptor;
-using Grantors = std::vector<android::hardware::GrantorDescriptor>;
 
 constexpr size_t kCapacity = 8;
 
@@ -110,44 +111,22 @@ TEST(MessageQueueTest, NoCounterLeadsOutOfTheRing) {
 }
 
 TEST(MessageQueueTest, ADescriptorThatDoesNotFitItsMemoryMakesNoQueueAndLeavesNothingMapped) {
-    const Queue queue(kCapacity, true);
     const auto before = resourcesOf(getpid());
-    const native_handle_t* const handle = queue.getDesc()->handle();
-    const auto isQueue = [](const Grantors& grantors, native_handle_t* ownHandle,
-                            size_t quantum = sizeof(uint64_t)) {
-        return Queue(Descriptor(grantors, ownHandle, quantum)).isValid();
+    const auto isQueue = [](const QueueParts& parts) {
+        return Queue(TestSupport::descriptorOf<uint64_t>(parts)).isValid();
     };
-    const Grantors honest = queue.getDesc()->grantors();
-    EXPECT_TRUE(isQueue(honest, native_handle_clone(handle)));
-
-    void (*const lies[])(Grantors&) = {
-        [](Grantors& grantors) { grantors.clear(); },
-        [](Grantors& grantors) { grantors.resize(Descriptor::kMinGrantorCount - 1); },
-        [](Grantors& grantors) { grantors[0].extent = 4; },
-        [](Grantors& grantors) { grantors[1].offset = 4; },
-        [](Grantors& grantors) { grantors[1].offset = UINT32_MAX - 7; },
-        [](Grantors& grantors) { grantors[1].fdIndex = 1; },
-        [](Grantors& grantors) { grantors[2].fdIndex = UINT32_MAX; },
-        [](Grantors& grantors) { grantors[2].offset += 8; },
-        [](Grantors& grantors) { grantors[2].offset -= 1; },
-        [](Grantors& grantors) { grantors[2].extent = 0; },
-        [](Grantors& grantors) { grantors[2].extent -= 1; },
-        [](Grantors& grantors) { grantors[2].extent += 8; },
-        [](Grantors& grantors) { grantors[2].extent = UINT64_MAX - 7; },
-    };
-    for (const auto& lie : lies) {
-        Grantors grantors = honest;
-        lie(grantors);
-        EXPECT_FALSE(isQueue(grantors, native_handle_clone(handle))) << "lie " << &lie - lies;
+    EXPECT_TRUE(isQueue(queueParts<uint64_t>(kCapacity)));
+    EXPECT_FALSE(Queue(Queue::Descriptor()).isValid());
+    for (const auto& [name, spoil] : TestSupport::kBrokenQueues) {
+        QueueParts parts = queueParts<uint64_t>(kCapacity);
+        spoil(parts);
+        EXPECT_FALSE(isQueue(parts)) << name;
     }
-    EXPECT_FALSE(isQueue(honest, nullptr));
-    EXPECT_FALSE(isQueue(honest, native_handle_create(0, 1)));
-    EXPECT_FALSE(isQueue(honest, native_handle_clone(handle), 4));
-
-    native_handle_t* const canShrink = native_handle_create(1, 0);
-    canShrink->data[0] = memfd_create("MessageQueue", MFD_ALLOW_SEALING);
-    ASSERT_EQ(ftruncate(canShrink->data[0], 1 << 20), 0);
-    EXPECT_FALSE(isQueue(honest, canShrink));
+    for (const auto& [name, make] : TestSupport::kNoMemory) {
+        QueueParts parts = queueParts<uint64_t>(kCapacity);
+        close(std::exchange(parts.descriptors[0], make()));
+        EXPECT_FALSE(isQueue(parts)) << name;
+    }
     EXPECT_EQ(resourcesOf(getpid()), before);
 }
 

@@ -7,13 +7,14 @@
 #include "camera/camera_devices.h"
 #include "camera/mux_control.h"
 #include "camera/test_pattern.h"
-#include "client_end.h"
+#include "support/camera_client_end.h"
 
 namespace {
 
 using namespace Simulator;
 using Hal::Result;
 using Hal::StreamCommand;
+using TestSupport::CameraClientEnd;
 using Verdict = FrameSetLedger::Verdict;
 
 constexpr uint32_t kWidth = 320;
@@ -85,40 +86,6 @@ TEST(ExposureControlTest, LastToOverrideHasHisWayWithinTheLimits) {
     EXPECT_EQ(control.set(&second, settings, 0), Result::FAILURE);
 }
 
-/// A client that reads and gives back what it is told to.
-class CameraClient : public TestSupport::ClientEnd<Hal::FrameSet> {
-  public:
-    using Queue = FrameSetClient::Queue;
-
-    explicit CameraClient(const android::sp<Hal::ICameraStream>& stream)
-        : ClientEnd<Hal::FrameSet>(1), stream_(stream) {}
-
-    Result prepare() {
-        Result prepared{};
-        stream_->prepareStream(
-            identity, *queue.getDesc(), config,
-            [&](Result result, const Queue::Descriptor& recycle, const Hal::FmqConfig&) {
-                prepared = result;
-                wayBack = result == Result::SUCCESS ? std::make_unique<Queue>(recycle) : nullptr;
-            });
-        return prepared;
-    }
-    Result control(StreamCommand command) { return stream_->controlStream(identity, command); }
-
-    Hal::FrameSet take() {
-        Hal::FrameSet frameSet{};
-        EXPECT_TRUE(awaitData());
-        EXPECT_TRUE(queue.read(&frameSet));
-        return frameSet;
-    }
-    void giveBack(const Hal::FrameSet& frameSet) { EXPECT_TRUE(wayBack->write(&frameSet)); }
-
-    std::unique_ptr<Queue> wayBack;
-
-  private:
-    const android::sp<Hal::ICameraStream> stream_;
-};
-
 class FrameSetServerTest : public ::testing::Test {
   protected:
     ~FrameSetServerTest() override { server_->stop(); }
@@ -131,8 +98,8 @@ class FrameSetServerTest : public ::testing::Test {
 };
 
 TEST_F(FrameSetServerTest, NoBufferIsDrawnIntoBeforeItCameBackAndEveryFaultIsCounted) {
-    CameraClient client(service_);
-    CameraClient honest(service_);
+    CameraClientEnd client(service_);
+    CameraClientEnd honest(service_);
     for (auto* each : {&client, &honest}) {
         EXPECT_EQ(each->prepare(), Result::SUCCESS);
         EXPECT_EQ(each->control(StreamCommand::START), Result::SUCCESS);
@@ -171,10 +138,7 @@ TEST_F(FrameSetServerTest, NoBufferIsDrawnIntoBeforeItCameBackAndEveryFaultIsCou
 }
 
 TEST_F(FrameSetServerTest, WhatCannotBeUsedIsRefused) {
-    CameraClient client(service_);
-    client.config.dataReadyBit = client.config.readNotifyBit;
-    EXPECT_EQ(client.prepare(), Result::FAILURE);
-    CameraClient dead(service_);
+    CameraClientEnd dead(service_);
     dead.identity->isDead = true;
     EXPECT_EQ(dead.prepare(), Result::FAILURE);
     EXPECT_EQ(dead.control(StreamCommand::START), Result::BAD_STATE);

@@ -6,11 +6,11 @@
 #include <future>
 #include <limits>
 
-#include "client_end.h"
 #include "controller/firmware_update.h"
 #include "controller/pose_receiver.h"
 #include "controller/provider_service.h"
 #include "controller/state_provider_service.h"
+#include "support/client_end.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <limits>
 #include <numeric>
 
-#include "client_end.h"
 #include "environment/clocks.h"
 #include "environment/led_service.h"
 #include "environment/light_models.h"
 #include "environment/tambril_service.h"
+#include "support/client_end.h"
 
 namespace {
 

@@ -3,18 +3,16 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 
 #include <chrono>
 
-#include "client_end.h"
+#include "support/client_end.h"
 
 namespace {
 
 using namespace Simulator;
 using Hal::Result;
 using Hal::StreamCommand;
-using TestSupport::handleOf;
 
 using Client = TestSupport::ClientEnd<Hal::MagData>;
 
@@ -109,38 +107,6 @@ TEST_F(StreamServerTest, DeadClientIsForgotten) {
     EXPECT_EQ(prepare(client), Result::FAILURE);
     EXPECT_EQ(control(client, StreamCommand::START), Result::BAD_STATE);
     EXPECT_EQ(client.identity->getStrongCount(), 1);
-}
-
-TEST_F(StreamServerTest, WhatCannotBeUsedIsRefused) {
-    Client client{32};
-    const Hal::FmqConfig whole = client.config;
-    const auto prepareWithout = [&](auto spoil) {
-        client.config = whole;
-        spoil(client.config);
-        return prepare(client);
-    };
-    struct Bits {
-        uint32_t readNotify;
-        uint32_t dataReady;
-    };
-    // None, the same for both, and two for one.
-    for (const Bits bits : {Bits{0, 1}, Bits{2, 0}, Bits{2, 2}, Bits{4, 3}, Bits{5, 2}}) {
-        const Result result = prepareWithout([&](Hal::FmqConfig& config) {
-            config.readNotifyBit = bits.readNotify;
-            config.dataReadyBit = bits.dataReady;
-        });
-        EXPECT_EQ(result, Result::FAILURE) << bits.readNotify << ", " << bits.dataReady;
-    }
-    EXPECT_EQ(prepareWithout([](auto& config) { config.eventFlag = nullptr; }), Result::FAILURE);
-    EXPECT_EQ(prepareWithout([](auto& config) {
-                  config.eventFlag = handleOf(memfd_create("can shrink", MFD_ALLOW_SEALING));
-              }),
-              Result::FAILURE);
-
-    using Descriptor = StreamServer<Hal::MagData>::Queue::Descriptor;
-    EXPECT_EQ(server_->prepare(Descriptor(), client.identity, whole), Result::FAILURE);
-    EXPECT_EQ(server_->prepare(*client.queue.getDesc(), nullptr, whole), Result::FAILURE);
-    EXPECT_EQ(control(client, StreamCommand::START), Result::BAD_STATE);
 }
 
 TEST_F(StreamServerTest, ClientThatDoesNotReadCostsItselfRecordsAndNobodyElse) {

@@ -1,7 +1,6 @@
 // Camera services in the test's own process, whose answers the test chooses.
 #pragma once
 
-#include <cutils/native_handle.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
@@ -9,6 +8,7 @@
 #include <cstring>
 #include <functional>
 
+#include "support/handle.h"
 #include "support/recording_service.h"
 
 namespace TestSupport {
@@ -148,15 +148,6 @@ inline int sharedMemory(const std::string& bytes, const char* name = "test") {
     const int fd = ashmem_create_region(name, bytes.size());
     EXPECT_EQ(pwrite(fd, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
     return fd;
-}
-
-/// Owns the descriptors.
-inline hidl_handle handleOf(const std::vector<int>& descriptors) {
-    native_handle_t* const native = native_handle_create(static_cast<int>(descriptors.size()), 0);
-    std::copy(descriptors.begin(), descriptors.end(), native->data);
-    hidl_handle handle;
-    handle.setTo(native, true);
-    return handle;
 }
 
 template <typename Record>

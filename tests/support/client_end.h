@@ -1,4 +1,4 @@
-// A client of the simulated service, in the test's own process.
+// A client of the simulated service that does by hand what the library does.
 #pragma once
 
 #include <cutils/ashmem.h>
@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "support/handle.h"
 #include "support/mortal_object.h"
 
 namespace TestSupport {
@@ -28,20 +29,15 @@ class FakeClient : public MortalObject<Interface> {
 };
 using FakeSensorClient = FakeClient<Hal::ISensorClient>;
 
-inline android::hardware::hidl_handle handleOf(int fd) {
-    native_handle_t* const native = native_handle_create(1, 0);
-    native->data[0] = fd;
-    android::hardware::hidl_handle handle;
-    handle.setTo(native, true);
-    return handle;
-}
-
 /// The client's queue and event flag.
 template <typename Record>
 class ClientEnd {
   public:
+    using Queue =
+        android::hardware::MessageQueue<Record, android::hardware::kSynchronizedReadWrite>;
+
     explicit ClientEnd(size_t capacity) : queue(capacity) {
-        config.eventFlag = handleOf(ashmem_create_region("event flag", 4096));
+        config.eventFlag = handleOf({ashmem_create_region("event flag", 4096)});
         config.dataReadyBit = kDataReady;
         config.readNotifyBit = kReadDone;
         android::hardware::EventFlag::createEventFlag(config.eventFlag->data[0], 0, &eventFlag);
@@ -51,13 +47,13 @@ class ClientEnd {
     ClientEnd& operator=(const ClientEnd&) = delete;
 
     /// False if no data-ready bit comes within a generous bound.
-    bool awaitData() {
+    bool awaitData() const {
         constexpr int64_t kBound = 30'000'000'000;
         uint32_t state = 0;
         return eventFlag->wait(kDataReady, &state, kBound, true) == android::OK;
     }
 
-    android::hardware::MessageQueue<Record, android::hardware::kSynchronizedReadWrite> queue;
+    Queue queue;
     Hal::FmqConfig config;
     android::hardware::EventFlag* eventFlag = nullptr;
     android::sp<FakeSensorClient> identity = new FakeSensorClient;
