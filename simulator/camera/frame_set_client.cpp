@@ -66,14 +66,22 @@ void FrameSetClient::collect() {
                 break;
             case FrameSetLedger::Verdict::ALTERED:
                 ++counts_.cameAltered;
-                ALOGW("%s gave back frame set %u, but not as it was", name.c_str(),
-                      returned.sequence);
+                warn(returned.sequence, "but not as it was");
                 break;
             case FrameSetLedger::Verdict::TWICE:
                 ++counts_.cameTwice;
-                ALOGW("%s gave back frame set %u twice", name.c_str(), returned.sequence);
+                warn(returned.sequence, "twice");
                 break;
         }
+    }
+}
+
+void FrameSetClient::warn(uint32_t sequence, const char* how) {
+    const uint64_t faults = counts_.cameAltered + counts_.cameTwice;
+    if (faults >= nextWarning_) {
+        nextWarning_ = 2 * faults;
+        ALOGW("%s gave back frame set %u, %s; %llu faults so far", name.c_str(), sequence, how,
+              static_cast<unsigned long long>(faults));
     }
 }
 

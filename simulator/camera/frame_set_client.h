@@ -59,11 +59,15 @@ class FrameSetClient : public StreamingParty {
     std::vector<android::sp<Hal::IFrameConfigCallback>> callbacks;
 
   private:
+    void warn(uint32_t sequence, const char* how);
+
     Stream stream_;
     Queue recycleQueue_;
     Hal::FmqConfig recycleConfig_;
     FrameSetLedger ledger_;
     FrameSetCounts counts_;
+    /// At how many faults to warn; doubled each time, so that the log stays short.
+    uint64_t nextWarning_ = 1;
 };
 
 }  // namespace Simulator

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 
 #include "owned_handle.h"
@@ -18,6 +19,8 @@ namespace {
 using Hal::Result;
 
 constexpr size_t kCapacity = 64;  // poses
+/// What is sent faster waits in the queue: those who take the poses could not keep up.
+constexpr std::chrono::microseconds kShortestInterval{250};
 constexpr uint32_t kDataReadyBit = 1U << 0;
 constexpr uint32_t kReadDoneBit = 1U << 1;
 
@@ -57,32 +60,39 @@ void PoseSender::run() {
     while (!isEnding_) {
         uint32_t state = 0;
         eventFlag_->wait(kDataReadyBit, &state, kLongestWait);
-        drain();
+        // Signals without poses cost time as well.
+        std::this_thread::sleep_for(std::max(drain(), size_t{1}) * kShortestInterval);
     }
 }
 
-void PoseSender::drain() {
+size_t PoseSender::drain() {
     std::array<Hal::PoseOutput, kCapacity> poses;
     const size_t count = std::min(queue_.availableToRead(), kCapacity);
     if (count == 0) {
-        return;
+        return 0;
     }
+    const std::lock_guard lock{mutex_};
     if (!queue_.read(poses.data(), count)) {
-        ALOGW("poses: the counters of %s's queue are impossible", name.c_str());
-        return;
+        refuseLocked("has a queue with impossible counters");
+        return 0;
     }
     eventFlag_->wake(kReadDoneBit);
-    const std::lock_guard lock{mutex_};
     for (size_t i = 0; i < count; ++i) {
         if (isPose(poses[i]) && fleet_->deliverPose(poses[i])) {
             ledger_.enter(poses[i]);
         } else {
-            if (ledger_.counts().refused == 0) {
-                ALOGW("poses: %s sends what is no pose of a paired controller", name.c_str());
-            }
-            ledger_.enterRefused();
+            refuseLocked("sends what is no pose of a paired controller");
         }
     }
+    return count;
+}
+
+/// Says so the first time only.
+void PoseSender::refuseLocked(const char* problem) {
+    if (ledger_.counts().refused == 0) {
+        ALOGW("poses: %s %s", name.c_str(), problem);
+    }
+    ledger_.enterRefused();
 }
 
 PoseCounts PoseSender::counts() const {

@@ -42,7 +42,9 @@ class PoseSender : public StreamingParty {
 
   private:
     void run();
-    void drain();
+    /// @return how many there were
+    size_t drain();
+    void refuseLocked(const char* problem);
 
     const std::shared_ptr<ControllerFleet> fleet_;
     Queue queue_;

@@ -1,0 +1,130 @@
+// Clients whose streams are in order, until they do with the shared memory as they like.
+#include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IControllerStateProvider.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "hostile/attack.h"
+#include "hostile/corruption.h"
+#include "support/broken_queue.h"
+#include "support/camera_client_end.h"
+
+namespace {
+
+using namespace TestSupport;
+using android::sp;
+using android::hardware::EventFlag;
+using Hal::Result;
+using Hal::StreamCommand;
+
+void expectStarted(const sp<Hal::ISensorClient>& client, const Hal::FmqConfig& config,
+                   const android::hardware::MQDescriptorSync<Hal::ImuData>& queue) {
+    const auto imu = Hal::IImu::getService();
+    EXPECT_EQ(Result(imu->prepareStream(queue, client, config)), Result::SUCCESS);
+    EXPECT_EQ(Result(imu->controlStream(client, StreamCommand::START)), Result::SUCCESS);
+}
+
+void corruptSampleQueue() {
+    const ClientEnd<Hal::ImuData> end(64);
+    expectStarted(end.identity, end.config, *end.queue.getDesc());
+    corruptForever<Hal::ImuData>(end.queue, end.eventFlag);
+    hold();
+}
+
+void overlapQueues() {
+    // The counters lie in the ring, or are one.
+    const ClientEnd<Hal::ImuData> ends[2] = {ClientEnd<Hal::ImuData>{1},
+                                             ClientEnd<Hal::ImuData>{1}};
+    QueueParts parts = queueParts<Hal::ImuData>(64);
+    parts.grantors[2].offset = 0;
+    expectStarted(ends[0].identity, ends[0].config, descriptorOf<Hal::ImuData>(parts));
+    parts = queueParts<Hal::ImuData>(64);
+    parts.grantors[1].offset = parts.grantors[0].offset;
+    expectStarted(ends[1].identity, ends[1].config, descriptorOf<Hal::ImuData>(parts));
+    hold();
+}
+
+void corruptRecycleQueue() {
+    CameraClientEnd end(Hal::ICameraProvider::getService()->getStream(Hal::FrameType::HEADSET));
+    EXPECT_EQ(end.prepare(), Result::SUCCESS);
+    EXPECT_EQ(end.control(StreamCommand::START), Result::SUCCESS);
+    corruptForever<Hal::FrameSet>(*end.wayBack, end.eventFlag);
+    hold();
+}
+
+/// The way to the service of one who owns the controllers' state.
+struct PoseOutput {
+    using Queue = ClientEnd<Hal::PoseOutput>::Queue;
+
+    PoseOutput() {
+        const auto owner = Hal::IControllerStateProvider::getService();
+        owner
+            ->preparePoseOutputStream(
+                client,
+                [this](Result result, const auto& descriptor, const Hal::FmqConfig& config) {
+                    EXPECT_EQ(result, Result::SUCCESS);
+                    queue = std::make_unique<Queue>(descriptor, false);
+                    EventFlag::createEventFlag(config.eventFlag->data[0], 0, &flag);
+                    dataReadyBit = config.dataReadyBit;
+                })
+            .isOk();
+        EXPECT_EQ(Result(owner->controlPoseOutputStream(client, StreamCommand::START)),
+                  Result::SUCCESS);
+    }
+
+    const sp<FakeSensorClient> client = new FakeSensorClient;
+    std::unique_ptr<Queue> queue;
+    EventFlag* flag = nullptr;
+    uint32_t dataReadyBit = 0;
+};
+
+void corruptPoseQueue() {
+    const PoseOutput output;
+    corruptForever<Hal::PoseOutput>(*output.queue, output.flag);
+    hold();
+}
+
+/// Nothing is wrong with the poses, but that others have to keep up with them.
+void floodPoses() {
+    using Clock = std::chrono::steady_clock;
+    PoseOutput output;
+    Hal::PoseOutput pose{};
+    pose.controller = {0x5A'00'00'00'00'01};
+    pose.orientation[3] = 1;
+    const auto send = [&] {
+        pose.sequence += output.queue->write(&pose) ? 1U : 0U;
+        output.flag->wake(output.dataReadyBit);
+    };
+    const Clock::time_point begin = Clock::now();
+    while (pose.sequence < 2064) {
+        send();
+    }
+    // But for those that the queue holds and those that were read last, each took its time.
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(400));
+    std::thread([&send] {
+        while (true) {
+            send();
+        }
+    }).detach();
+    hold();
+}
+
+const Attack kAttacks[] = {
+    {"corrupt sample queue", corruptSampleQueue},
+    {"overlap queues", overlapQueues},
+    {"corrupt recycle queue", corruptRecycleQueue},
+    {"corrupt pose queue", corruptPoseQueue},
+    {"flood poses", floodPoses},
+};
+const ClientRole kRole{"corrupting client", [] { return runAttack(kAttacks); }};
+
+using CorruptingClientsTest = AttackTest;
+
+TEST_F(CorruptingClientsTest, HarmNobody) {
+    expectNoHarm("corrupting client", kAttacks, "under way");
+}
+
+}  // namespace
