@@ -167,10 +167,14 @@ Result CameraProviderService::controlTarget(
     if (target == nullptr) {
         return Result::FAILURE;
     }
-    // Calls of the client: what they fail with is the client's loss.
+    // Calls of the client: what they fail with is the client's loss. Each status is looked at, or
+    // it would end the process.
     const Return<android::sp<Hal::ICameraStream>> stream = target->getStream();
+    if (!stream.isOk()) {
+        return Result::FAILURE;
+    }
     const Return<android::sp<Hal::ISensorClient>> client = target->getClient();
-    if (!stream.isOk() || !client.isOk()) {
+    if (!client.isOk()) {
         return Result::FAILURE;
     }
     const android::sp<Hal::ICameraStream> named = stream;

@@ -1,0 +1,158 @@
+// Clients that do not answer what they are asked, take no messages, take all there is, or die in
+// the middle of things.
+#include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IControllerProvider.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IControllerStateProvider.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IFaceEyeTrackingLed.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
+#include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
+
+#include <thread>
+
+#include "hostile/attack.h"
+#include "support/camera_client_end.h"
+
+namespace {
+
+using namespace TestSupport;
+using android::sp;
+using android::hardware::Return;
+using android::hardware::Void;
+using Hal::Result;
+using Hal::StreamCommand;
+
+constexpr Hal::ControllerAddr kLeft{0x5A'00'00'00'00'01};
+
+[[noreturn]] void die() {
+    raise(SIGKILL);
+    std::abort();
+}
+
+/// What happens in place of an answer when the service calls.
+using Reaction = void (*)();
+
+template <Reaction react>
+struct Identity : Hal::ISensorClient {
+    Return<void> getSensorClientInfo(getSensorClientInfo_cb /*callback*/) override {
+        react();
+        return Void();
+    }
+};
+template <Reaction react>
+struct Target : Hal::ICameraStreamControlTarget {
+    Return<sp<Hal::ICameraStream>> getStream() override {
+        react();
+        return nullptr;
+    }
+    Return<sp<Hal::ISensorClient>> getClient() override { return nullptr; }
+};
+template <Reaction react>
+struct Progress : Hal::IProgressUpdateCallback {
+    Return<Result> handleProgressUpdate(float /*progress*/) override {
+        react();
+        return Result::SUCCESS;
+    }
+};
+template <Reaction react>
+struct Messages : FakeClient<Hal::ITambrilCallback> {
+    Return<void> onKivraRpcMessage(const Hal::KivraRpcMessage& /*message*/) override {
+        react();
+        return Void();
+    }
+};
+
+/// For calls that need not come to their end.
+template <typename Status>
+void ignore(const Status& status) {
+    static_cast<void>(status.isOk());
+}
+
+sp<Hal::ICameraStream> headsetCameras() {
+    return Hal::ICameraProvider::getService()->getStream(Hal::FrameType::HEADSET);
+}
+
+// Each has the service call.
+
+template <Reaction react>
+void beAskedForName() {
+    const ClientEnd<Hal::ImuData> end(4);
+    ignore(Hal::IImu::getService()->prepareStream(*end.queue.getDesc(), new Identity<react>,
+                                                  end.config));
+}
+template <Reaction react>
+void beAskedForStream() {
+    ignore(Hal::ICameraProvider::getService()->controlEvery({new Target<react>},
+                                                            StreamCommand::START));
+}
+template <Reaction react>
+void beToldOfProgress() {
+    const sp<Hal::IControllerManagementClient> management =
+        Hal::IControllerProvider::getService()->getManagementClient();
+    EXPECT_EQ(Result(management->updateFirmware(kLeft, Hal::ControllerType::HANDHELD,
+                                                {new Progress<react>, 0, 0})),
+              Result::SUCCESS);
+    pause();
+}
+template <Reaction react>
+void beSentMessages() {
+    ignore(Hal::ITambril::getService()->registerClient(Hal::KivraRpcClientId::CMS,
+                                                       new Messages<react>));
+    pause();
+}
+
+std::unique_ptr<CameraClientEnd> startedCamera() {
+    auto end = std::make_unique<CameraClientEnd>(headsetCameras());
+    EXPECT_EQ(end->prepare(), Result::SUCCESS);
+    EXPECT_EQ(end->control(StreamCommand::START), Result::SUCCESS);
+    return end;
+}
+
+const Attack kAttacks[] = {
+    {"not asked for its name", beAskedForName<hold>},
+    {"not asked for its stream", beAskedForStream<hold>},
+    {"takes no message", beSentMessages<hold>},
+};
+const ClientRole kRole{"unresponsive client", [] { return runAttack(kAttacks); }};
+
+using UnresponsiveClientsTest = AttackTest;
+
+TEST_F(UnresponsiveClientsTest, HarmNobody) {
+    expectNoHarm("unresponsive client", kAttacks, "under way");
+}
+
+// Each ends its process.
+
+void dieWithSamples() {
+    const ClientEnd<Hal::ImuData> end(4);
+    const auto imu = Hal::IImu::getService();
+    ignore(imu->prepareStream(*end.queue.getDesc(), end.identity, end.config));
+    ignore(imu->controlStream(end.identity, StreamCommand::START));
+    EXPECT_TRUE(end.awaitData());
+}
+void dieWithAFrameSet() {
+    startedCamera()->take();
+}
+void dieWhileItHandsOneBack() {
+    const auto camera = startedCamera();
+    const Hal::FrameSet frameSet = camera->take();
+    CameraClientEnd::Queue::MemTransaction transaction;
+    EXPECT_TRUE(camera->wayBack->beginWrite(1, &transaction));
+    transaction.copyTo(&frameSet, 0);
+}
+
+const Attack kDeaths[] = {
+    {"asked for its name", beAskedForName<die>},
+    {"asked for its stream", beAskedForStream<die>},
+    {"told of progress", beToldOfProgress<die>},
+    {"sent a message", beSentMessages<die>},
+    {"with samples", dieWithSamples},
+    {"with a frame set", dieWithAFrameSet},
+    {"handing a frame set back", dieWhileItHandsOneBack},
+};
+const ClientRole kDyingRole{"dying client", [] { return runAttack(kDeaths); }};
+
+TEST_F(UnresponsiveClientsTest, MayDieInTheMiddleOfAnything) {
+    expectNoHarm("dying client", kDeaths, "");
+}
+
+}  // namespace
