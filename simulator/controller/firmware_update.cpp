@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
+#include <memory>
 #include <thread>
 #include <utility>
 
@@ -13,6 +15,8 @@ namespace {
 
 /// Finer steps are not to be had, whatever the client asks for.
 constexpr float kFinestStep = 1.0F / 128;
+
+using Callback = android::sp<Hal::IProgressUpdateCallback>;
 
 /// Why reports cannot be made like that; null if they can.
 const char* problemOf(const FirmwareReports& reports) {
@@ -28,24 +32,32 @@ const char* problemOf(const FirmwareReports& reports) {
 
 class Reporter {
   public:
-    Reporter(uint64_t address, FirmwareReports reports)
-        : address_(address), reports_(std::move(reports)) {}
+    Reporter(uint64_t address, Callback callback)
+        : address_(address), callback_(std::move(callback)) {}
 
+    /// Waits for the client to take the report, but not for ever: others wait for the controller.
     void report(float progress) {
-        if (reports_.callback == nullptr) {
+        constexpr std::chrono::seconds kPatience{5};
+        if (callback_ == nullptr) {
             return;
         }
-        const auto answer = reports_.callback->handleProgressUpdate(progress);
-        if (!answer.isOk() || answer != Hal::Result::SUCCESS) {
+        const auto taken = std::make_shared<std::promise<bool>>();
+        std::future<bool> answer = taken->get_future();
+        // For as long as a client that does not answer lives.
+        std::thread([callback = callback_, progress, taken] {
+            const auto result = callback->handleProgressUpdate(progress);
+            taken->set_value(result.isOk() && result == Hal::Result::SUCCESS);
+        }).detach();
+        if (answer.wait_for(kPatience) != std::future_status::ready || !answer.get()) {
             ALOGW("controller %llx: nobody takes the progress of its update any more",
                   static_cast<unsigned long long>(address_));
-            reports_.callback = nullptr;
+            callback_ = nullptr;
         }
     }
 
   private:
-    uint64_t address_;
-    FirmwareReports reports_;
+    const uint64_t address_;
+    Callback callback_;
 };
 
 /// @return whether it was completed
@@ -56,7 +68,7 @@ bool runUpdate(const ControllerSettings& settings, uint64_t address,
     const float step = std::max(reports.minimumStep, kFinestStep);
     const std::chrono::duration<double> duration{settings.firmwareSeconds};
     const Clock::time_point begin = Clock::now();
-    Reporter reporter(address, reports);
+    Reporter reporter(address, reports.callback);
     reporter.report(0);
     float progress = 0;
     while (progress < end) {

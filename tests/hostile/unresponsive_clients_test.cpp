@@ -110,6 +110,7 @@ std::unique_ptr<CameraClientEnd> startedCamera() {
 const Attack kAttacks[] = {
     {"not asked for its name", beAskedForName<hold>},
     {"not asked for its stream", beAskedForStream<hold>},
+    {"not told of progress", beToldOfProgress<hold>},
     {"takes no message", beSentMessages<hold>},
 };
 const ClientRole kRole{"unresponsive client", [] { return runAttack(kAttacks); }};
