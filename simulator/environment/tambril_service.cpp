@@ -22,12 +22,7 @@ android::hardware::hidl_vec<uint8_t> bytesOf(const std::string& text) {
 }  // namespace
 
 TambrilService::TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults)
-    : Service(std::move(faults)),
-      settings_(std::move(settings)),
-      notifier_({std::max(settings_.notificationRate, 1U), 1},
-                [this](const Batch& batch) { notify(batch.firstSequence); }) {
-    notifier_.setBatchLimit(settings_.notificationRate > 0 ? 1 : 0);
-}
+    : Service(std::move(faults)), settings_(std::move(settings)) {}
 
 Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
                                                    const Callback& callback) {
@@ -40,7 +35,9 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
             return Hal::Result::FAILURE;
         }
         constexpr const char* kTaken = "another client has its id";
-        const auto client = std::make_shared<RpcClient>(id, callback);
+        const auto client = std::make_shared<RpcClient>(
+            id, callback, std::max(settings_.notificationRate, 1U),
+            [this](RpcClient& notified, uint32_t number) { notify(notified, number); });
         client->name = fmt::format("{}, {}", toString(id), client->name);
         const char* const problem =
             enrol(client, [&] { return findLocked(id) == nullptr ? nullptr : kTaken; });
@@ -48,6 +45,7 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
             ALOGW("KivraRpc: refused %s: %s", client->name.c_str(), problem);
             return problem == kTaken ? Hal::Result::BAD_STATE : Hal::Result::FAILURE;
         }
+        client->notifier.setBatchLimit(settings_.notificationRate > 0 ? 1 : 0);
         ALOGI("KivraRpc: %s is registered", client->name.c_str());
         return Hal::Result::SUCCESS;
     });
@@ -126,6 +124,14 @@ Return<int64_t> TambrilService::translateTime(int64_t time, Hal::TimeDomain from
     return translated.value_or(0);
 }
 
+void TambrilService::stop() {
+    const std::lock_guard lock{mutex_};
+    for (const ClientPointer& client : clients_) {
+        // Its thread is not waited for: it may wait for a client that reads nothing.
+        client->notifier.setBatchLimit(0);
+    }
+}
+
 std::string TambrilService::summary() const {
     return fmt::format("KivraRpc: {} requests to controllers, {} messages from them",
                        requests_.load(), messages_.load());
@@ -138,6 +144,7 @@ TambrilService::ClientPointer TambrilService::findLocked(Hal::KivraRpcClientId i
 }
 
 void TambrilService::onRelease(RpcClient& client, const char* reason) {
+    client.notifier.stop();
     ALOGI("KivraRpc: %s %s", client.name.c_str(), reason);
 }
 
@@ -156,21 +163,14 @@ void TambrilService::deliver(RpcClient& client, Hal::KivraRpcMessage message) {
     }
 }
 
-void TambrilService::notify(uint32_t number) {
-    std::vector<ClientPointer> clients;
-    {
-        const std::lock_guard lock{mutex_};
-        clients = clients_;
-    }
-    for (const ClientPointer& client : clients) {
-        for (const uint64_t address : kControllers) {
-            Hal::KivraRpcMessage message{};
-            message.address = {address};
-            message.header.procedure = kStatusProcedure;
-            message.kind = Hal::KivraRpcMessageKind::NOTIFICATION;
-            message.payload = bytesOf(fmt::format("status {}", number));
-            deliver(*client, std::move(message));
-        }
+void TambrilService::notify(RpcClient& client, uint32_t number) {
+    for (const uint64_t address : kControllers) {
+        Hal::KivraRpcMessage message{};
+        message.address = {address};
+        message.header.procedure = kStatusProcedure;
+        message.kind = Hal::KivraRpcMessageKind::NOTIFICATION;
+        message.payload = bytesOf(fmt::format("status {}", number));
+        deliver(client, std::move(message));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -19,12 +20,23 @@
 namespace Simulator {
 
 struct RpcClient : RegisteredClient {
-    RpcClient(Hal::KivraRpcClientId clientId, const android::sp<Hal::ITambrilCallback>& function)
-        : RegisteredClient(function), id(clientId), callback(function) {}
+    /// @param notify called with the numbers of the messages that are due, which are none before
+    /// the notifier's batch limit is set
+    RpcClient(Hal::KivraRpcClientId clientId, const android::sp<Hal::ITambrilCallback>& function,
+              uint32_t notificationRate,
+              const std::function<void(RpcClient& client, uint32_t number)>& notify)
+        : RegisteredClient(function),
+          id(clientId),
+          callback(function),
+          notifier({notificationRate, 1},
+                   [this, notify](const Batch& batch) { notify(*this, batch.firstSequence); }) {}
 
     const Hal::KivraRpcClientId id;
     const android::sp<Hal::ITambrilCallback> callback;
     std::mutex deliveryMutex;  // keeps its messages in order
+    // Its own: one that takes no messages holds up the thread that has some for it. The last: its
+    // thread uses all of the others.
+    Sampler notifier;
 };
 
 /// The controllers echo every request, or answer with an error if they were told to refuse it, and
@@ -52,8 +64,8 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
                                     const android::hardware::hidl_vec<uint8_t>& payload) override;
     Return<int64_t> translateTime(int64_t time, Hal::TimeDomain from, Hal::TimeDomain to) override;
 
-    /// No more messages unasked, for good.
-    void stop() { notifier_.stop(); }
+    /// No more messages unasked to those who are registered.
+    void stop();
 
     /// A line for the user.
     std::string summary() const;
@@ -63,13 +75,12 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
     ClientPointer findLocked(Hal::KivraRpcClientId id) const;
     void onRelease(RpcClient& client, const char* reason) override;
     void deliver(RpcClient& client, Hal::KivraRpcMessage message);
-    void notify(uint32_t number);
+    void notify(RpcClient& client, uint32_t number);
 
     const EnvironmentSettings settings_;
     std::array<std::atomic<uint32_t>, kControllers.size()> sequences_{};
     std::atomic<uint64_t> requests_{0};
     std::atomic<uint64_t> messages_{0};
-    Sampler notifier_;  // the last: its thread uses all of the others
 };
 
 }  // namespace Simulator

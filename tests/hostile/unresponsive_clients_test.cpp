@@ -107,11 +107,35 @@ std::unique_ptr<CameraClientEnd> startedCamera() {
     return end;
 }
 
+void doNothing() {}
+
+/// With frame sets and messages on their way to it, more than the socket takes.
+void stop() {
+    const auto camera = startedCamera();
+    const auto tambril = Hal::ITambril::getService();
+    const sp<Messages<doNothing>> messages = new Messages<doNothing>;
+    EXPECT_EQ(Result(tambril->registerClient(Hal::KivraRpcClientId::CMS, messages)),
+              Result::SUCCESS);
+    std::atomic<size_t> sent{0};
+    for (int i = 0; i < 64; ++i) {
+        std::thread([&] {
+            const std::vector<uint8_t> payload(8192);
+            while (tambril->sendMessage(messages, {1}, 0, payload).isOk()) {
+                ++sent;
+            }
+        }).detach();
+    }
+    EXPECT_TRUE(becomesTrue([&] { return sent > 100; }));
+    sendNotice("under way");
+    raise(SIGSTOP);
+}
+
 const Attack kAttacks[] = {
     {"not asked for its name", beAskedForName<hold>},
     {"not asked for its stream", beAskedForStream<hold>},
     {"not told of progress", beToldOfProgress<hold>},
     {"takes no message", beSentMessages<hold>},
+    {"stopped", stop},
 };
 const ClientRole kRole{"unresponsive client", [] { return runAttack(kAttacks); }};
 
@@ -119,6 +143,15 @@ using UnresponsiveClientsTest = AttackTest;
 
 TEST_F(UnresponsiveClientsTest, HarmNobody) {
     expectNoHarm("unresponsive client", kAttacks, "under way");
+}
+
+TEST_F(UnresponsiveClientsTest, DoNotHoldUpTheEndOfTheService) {
+    std::vector<std::unique_ptr<ChildProcess>> attackers;
+    for (const char* const name : {"not asked for its name", "not told of progress", "stopped"}) {
+        attackers.push_back(startClient("unresponsive client", name));
+        EXPECT_EQ(attackers.back()->awaitNotice(), "under way");
+    }
+    endService();
 }
 
 // Each ends its process.
