@@ -27,7 +27,8 @@ struct RegisteredClient {
 };
 
 /// A client is known by its identity. Servers derive from this and guard all they have with its
-/// lock. Deaths hold them weakly.
+/// lock. Deaths hold them weakly. No process gets more than half of the places, so that one cannot
+/// lock out the others.
 ///
 /// Threading: calls and deaths come on HIDL threads.
 template <typename Client>
@@ -53,6 +54,26 @@ class ClientRegister : public virtual android::RefBase {
                 return android::hardware::interfacesEqual(client->identity, identity);
             });
         return found == clients_.end() ? nullptr : *found;
+    }
+
+    /// Whether there is no place for one more client of the process.
+    bool isFullLocked(int process) const {
+        const auto ofProcess = std::count_if(
+            clients_.begin(), clients_.end(),
+            [process](const ClientPointer& client) { return client->process == process; });
+        return clients_.size() >= maxClients_ || static_cast<size_t>(ofProcess) >= maxClients_ / 2;
+    }
+
+    /// Takes the oldest client that can be done without out of the list. To be followed by
+    /// release(), without the lock. @return null if there is none
+    template <typename Predicate>
+    ClientPointer takeOldestLocked(const Predicate& isDispensable) {
+        const auto found =
+            std::find_if(clients_.begin(), clients_.end(),
+                         [&](const ClientPointer& client) { return isDispensable(*client); });
+        const ClientPointer taken = found == clients_.end() ? nullptr : *found;
+        removeLocked(taken);
+        return taken;
     }
 
     /// To be followed by release(), without the lock. @return false if it was not there
@@ -108,7 +129,7 @@ const char* ClientRegister<Client>::enrol(const ClientPointer& client, const Adm
         if (const char* const problem = admit()) {
             return problem;
         }
-        if (clients_.size() >= maxClients_) {
+        if (isFullLocked(client->process)) {
             return "there are too many clients";
         }
         clients_.push_back(client);

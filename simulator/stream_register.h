@@ -40,6 +40,17 @@ class StreamRegister : public ClientRegister<Client> {
     /// @return whether it was possible, with a log line if it was not
     bool takeIn(const ClientPointer& client);
 
+    /// If the process has had all of its places, those of its streams that are stopped give way: it
+    /// may have forgotten them without a word. To be followed by release(), without the lock.
+    /// @return null if none gave way
+    ClientPointer makeRoomLocked(int process) {
+        return !this->isFullLocked(process)
+                   ? nullptr
+                   : this->takeOldestLocked([process](const Client& client) {
+                         return client.process == process && !client.isStarted;
+                     });
+    }
+
     /// A client had a stream before.
     virtual void onReplaceLocked(Client& /*former*/, Client& /*successor*/) {}
 
@@ -54,19 +65,21 @@ class StreamRegister : public ClientRegister<Client> {
 
 template <typename Client>
 bool StreamRegister<Client>::takeIn(const ClientPointer& client) {
-    ClientPointer replaced;
+    ClientPointer former;
     const char* problem = client->problem();
     if (problem == nullptr) {
         problem = this->enrol(client, [&]() -> const char* {
-            replaced = this->findLocked(client->identity);
-            if (this->removeLocked(replaced)) {
-                onReplaceLocked(*replaced, *client);
+            former = this->findLocked(client->identity);
+            if (this->removeLocked(former)) {
+                onReplaceLocked(*former, *client);
+            } else {
+                former = makeRoomLocked(client->process);
             }
             return nullptr;
         });
     }
-    if (replaced != nullptr) {
-        this->release(replaced, "replaces its queue");
+    if (former != nullptr) {
+        this->release(former, "gives way to another queue");
     }
     if (problem != nullptr) {
         ALOGW("%s: refused %s: %s", name_.c_str(), client->name.c_str(), problem);

@@ -73,7 +73,7 @@ class ControllerFleet {
         return false;
     }
 
-    /// @return false if there are too many
+    /// @return false if there are too many, of all or of its process
     bool add(const std::shared_ptr<StreamingListener>& listener);
     /// Ends what it plays, too.
     void remove(const std::shared_ptr<StreamingListener>& listener);

@@ -104,10 +104,18 @@ Result PoseReceiver::prepare(const ClientIdentity& identity, std::shared_ptr<Pos
     constexpr const char* kHasOne = "it has its queue already";
     const auto made = std::make_shared<PoseSender>(identity, fleet_);
     const char* problem = made->problem();
+    ClientPointer former;
     if (problem == nullptr) {
         // Before its death can end the reading.
         made->beginReading();
-        problem = enrol(made, [&] { return findLocked(identity) == nullptr ? nullptr : kHasOne; });
+        problem = enrol(made, [&] {
+            const bool hasOne = findLocked(identity) != nullptr;
+            former = hasOne ? nullptr : makeRoomLocked(made->process);
+            return hasOne ? kHasOne : nullptr;
+        });
+    }
+    if (former != nullptr) {
+        release(former, "gives way to another queue");
     }
     if (problem != nullptr) {
         ALOGW("poses: refused %s: %s", made->name.c_str(), problem);

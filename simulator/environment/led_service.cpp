@@ -159,8 +159,8 @@ bool LedService::admit(const ClientIdentity& identity) {
     const char* const problem = enrol(client, [&] {
         // Another call of the same client may have been faster.
         const bool isKnown = findLocked(identity) != nullptr;
-        if (!isKnown && clients_.size() >= kMaxClients) {
-            displaced = takeIdleLocked();
+        if (!isKnown && isFullLocked(client->process)) {
+            displaced = takeIdleLocked(client->process);
         }
         return isKnown ? kKnown : nullptr;
     });
@@ -174,14 +174,15 @@ bool LedService::admit(const ClientIdentity& identity) {
     return true;
 }
 
-/// Takes the oldest client that changes nothing of how the LEDs shine out of the list. Only two
-/// change something.
-LedService::ClientPointer LedService::takeIdleLocked() {
-    const ClientPointer idle = *std::find_if(
-        clients_.begin(), clients_.end(),
-        [&](const auto& client) { return client != switchedOnBy_ && client != overriddenBy_; });
-    removeLocked(idle);
-    return idle;
+/// Takes the oldest client that changes nothing of how the LEDs shine out of the list: one of the
+/// process, if there is any. Only two change something.
+LedService::ClientPointer LedService::takeIdleLocked(int process) {
+    const auto isIdle = [this](const LedClient& client) {
+        return &client != switchedOnBy_.get() && &client != overriddenBy_.get();
+    };
+    const ClientPointer own = takeOldestLocked(
+        [&](const LedClient& client) { return client.process == process && isIdle(client); });
+    return own == nullptr ? takeOldestLocked(isIdle) : own;
 }
 
 void LedService::onRemovedLocked(LedClient& client) {

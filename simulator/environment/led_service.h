@@ -53,7 +53,7 @@ class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegist
 
   private:
     bool admit(const ClientIdentity& identity);
-    ClientPointer takeIdleLocked();
+    ClientPointer takeIdleLocked(int process);
     template <typename Action>
     Hal::Result withClient(const char* method, const ClientIdentity& identity,
                            const Action& action);

@@ -130,12 +130,36 @@ void stop() {
     raise(SIGSTOP);
 }
 
+/// Takes all of the service's places that it gets.
+void takeEverything() {
+    const auto imu = Hal::IImu::getService();
+    const auto leds = Hal::IFaceEyeTrackingLed::getService();
+    const auto owner = Hal::IControllerStateProvider::getService();
+    const auto controllers = Hal::IControllerProvider::getService();
+    const ClientEnd<Hal::ImuData> end(1);
+    std::vector<sp<Hal::IControllerStreamingClient>> streaming;
+    std::vector<std::unique_ptr<CameraClientEnd>> cameras;
+    for (int i = 0; i < 200; ++i) {
+        const sp<FakeSensorClient> client = new FakeSensorClient;
+        ignore(imu->prepareStream(*end.queue.getDesc(), client, end.config));
+        ignore(imu->controlStream(client, StreamCommand::START));
+        ignore(leds->enable(client));
+        ignore(owner->preparePoseOutputStream(client, [](auto&&...) {}));
+        streaming.push_back(controllers->getStreamingClient());
+        cameras.push_back(std::make_unique<CameraClientEnd>(headsetCameras()));
+        static_cast<void>(cameras.back()->prepare());
+        static_cast<void>(cameras.back()->control(StreamCommand::START));
+    }
+    hold();
+}
+
 const Attack kAttacks[] = {
     {"not asked for its name", beAskedForName<hold>},
     {"not asked for its stream", beAskedForStream<hold>},
     {"not told of progress", beToldOfProgress<hold>},
     {"takes no message", beSentMessages<hold>},
     {"stopped", stop},
+    {"takes everything", takeEverything},
 };
 const ClientRole kRole{"unresponsive client", [] { return runAttack(kAttacks); }};
 
@@ -143,6 +167,18 @@ using UnresponsiveClientsTest = AttackTest;
 
 TEST_F(UnresponsiveClientsTest, HarmNobody) {
     expectNoHarm("unresponsive client", kAttacks, "under way");
+}
+
+const ClientRole kNewcomer{"newcomer", [] {
+                               Bystander newcomer("CMS");
+                               sendNotice(newcomer.isServed() ? "served" : "not served");
+                               return 0;
+                           }};
+
+TEST_F(UnresponsiveClientsTest, LeaveRoomForOthers) {
+    const auto attacker = startClient("unresponsive client", "takes everything");
+    EXPECT_EQ(attacker->awaitNotice(), "under way");
+    EXPECT_EQ(startClient("newcomer")->awaitNotice(), "served");
 }
 
 TEST_F(UnresponsiveClientsTest, DoNotHoldUpTheEndOfTheService) {

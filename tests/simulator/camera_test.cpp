@@ -137,6 +137,19 @@ TEST_F(FrameSetServerTest, NoBufferIsDrawnIntoBeforeItCameBackAndEveryFaultIsCou
               counts.cameBack + counts.cameAltered + counts.neverCameBack + counts.reclaimed);
 }
 
+TEST_F(FrameSetServerTest, StoppedStreamsOfAProcessGiveWayToItsNewOnes) {
+    CameraClientEnd started(service_);
+    EXPECT_EQ(started.prepare(), Result::SUCCESS);
+    EXPECT_EQ(started.control(StreamCommand::START), Result::SUCCESS);
+    std::vector<std::unique_ptr<CameraClientEnd>> forgotten;
+    for (size_t i = 0; i < 2 * FrameSetServer::kMaxClients; ++i) {
+        forgotten.push_back(std::make_unique<CameraClientEnd>(service_));
+        EXPECT_EQ(forgotten.back()->prepare(), Result::SUCCESS);
+    }
+    EXPECT_EQ(forgotten[0]->control(StreamCommand::START), Result::BAD_STATE);
+    EXPECT_EQ(started.control(StreamCommand::START), Result::IGNORED);
+}
+
 TEST_F(FrameSetServerTest, WhatCannotBeUsedIsRefused) {
     CameraClientEnd dead(service_);
     dead.identity->isDead = true;
