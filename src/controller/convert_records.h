@@ -7,6 +7,8 @@
 
 #include <vek/sensors/controller_records.h>
 
+#include <array>
+#include <cstddef>
 #include <cstring>
 
 #include "foundation/hal.h"
@@ -118,8 +120,14 @@ inline StylusData fromHidl(const Hidl::StylusData& data) {
 }
 
 /// Ends the process if the service has written a discriminator that there is not.
-inline ControllerInputData fromHidl(const Hidl::ControllerInputData& data) {
-    using Discriminator = Hidl::ControllerInputData::hidl_discriminator;
+inline ControllerInputData fromHidl(const Hidl::ControllerInputData& record) {
+    using Input = Hidl::ControllerInputData;
+    using Discriminator = Input::hidl_discriminator;
+    // The service may change the record meanwhile, and the accessors end the process if the
+    // discriminator is not the one that was looked at.
+    alignas(Input) std::array<std::byte, sizeof(Input)> copy;
+    std::memcpy(copy.data(), &record, sizeof(record));
+    const Input& data = *reinterpret_cast<const Input*>(copy.data());
     const Discriminator discriminator = data.getDiscriminator();
     switch (discriminator) {
         case Discriminator::buttons:
