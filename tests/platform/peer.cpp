@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
+#include <linux/sockios.h>
 #include <moriak/test/calls/1.0/IEcho.h>
 #include <moriak/test/calls/1.0/hwtypes.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -105,6 +107,11 @@ void Peer::send(const Frame& frame) {
 
 void Peer::sendBytes(const void* bytes, size_t size) {
     EXPECT_EQ(::send(socket_.get(), bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+}
+
+bool Peer::isRead() const {
+    int unread = -1;
+    return ioctl(socket_.get(), SIOCOUTQ, &unread) == 0 && unread == 0;
 }
 
 void Peer::reply(uint64_t callId, const Parcel& results,

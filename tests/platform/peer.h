@@ -65,6 +65,8 @@ class Peer {
 
     void send(const Frame& frame);
     void sendBytes(const void* bytes, size_t size);
+    /** Whether the other side has taken all that was sent. */
+    bool isRead() const;
     void reply(uint64_t callId, const Parcel& results,
                const std::vector<ObjectReference>& objects = {});
     /** Says that nothing more will come, after a part of a header. */

@@ -1,6 +1,9 @@
 // Peers that keep the rules, but stall, flood or hoard: they cost nobody else anything.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <future>
 
@@ -11,6 +14,7 @@ namespace moriak_test {
 namespace {
 
 using namespace std::chrono_literals;
+using android::hardware::details::kMaxDescriptors;
 
 /** As many as one process may have to another. */
 constexpr size_t kConnections = 16;
@@ -135,6 +139,26 @@ TEST_F(StallingClientTest, AReplyThatIsGivenTwiceEndsTheConnection) {
     EXPECT_EQ(first.header.kind, FrameKind::kReply);
     peer.reply(question.header.callId, answer);
     EXPECT_TRUE(peer.isDropped());
+}
+
+TEST_F(StallingClientTest, DescriptorsOfMessagesThatAreNeverWholeDoNotUseUpThoseOfTheProcess) {
+    const rlimit customary{1024, 1024};
+    ASSERT_EQ(prlimit(process_.pid(), RLIMIT_NOFILE, &customary, nullptr), 0);
+    std::vector<std::unique_ptr<Peer>> peers;
+    while (peers.size() < kConnections - 1) peers.push_back(std::make_unique<Peer>("attacked"));
+    // All that the process has left.
+    for (const auto& peer : peers) {
+        Frame call = callOf(peer->service(), kReverse, argumentsFor(IEcho::descriptor));
+        call.header.itemBytes += 1000;
+        const size_t left = customary.rlim_cur - process_.descriptors();
+        while (call.descriptors.size() < std::min(left, kMaxDescriptors)) {
+            call.descriptors.emplace_back(dup(STDERR_FILENO));
+        }
+        peer->send(call);
+        EXPECT_TRUE(becomesTrue([&] { return peer->isRead(); }));
+    }
+    EXPECT_TRUE(isServed());
+    serveNewcomer();
 }
 
 TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {

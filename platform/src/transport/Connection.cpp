@@ -20,9 +20,9 @@ namespace {
 constexpr size_t kMaxBacklogCalls = 128;  // each may take a thread
 constexpr size_t kMaxBacklogOneWayCalls = 1024;
 constexpr size_t kMaxBacklogBytes = size_t{16} << 20;
-constexpr size_t kMaxBacklogDescriptors = 512;
 constexpr size_t kMaxExports = 4096;
 constexpr size_t kMaxImports = 4096;
+constexpr char kTooManyDescriptors[] = "its process has sent more descriptors than can be kept";
 
 // How long a message may wait for a peer that does not read.
 constexpr int kSendTimeoutMs = 10'000;
@@ -37,19 +37,25 @@ void awaitReadable(int socket, Connection::Clock::time_point deadline) {
 }  // namespace
 
 std::shared_ptr<Connection> Connection::start(unique_fd socket, const ucred& peer,
+                                              std::shared_ptr<DescriptorAccount> account,
                                               const sp<BHwBinder>& root,
                                               std::function<void(const Connection*)> onEnd) {
     std::shared_ptr<Connection> connection(
-        new Connection(std::move(socket), peer, root, std::move(onEnd)));
+        new Connection(std::move(socket), peer, std::move(account), root, std::move(onEnd)));
     connection->watchName_ = ThreadPool::self().add(connection->socket_.get(), connection);
     const std::lock_guard lock(connection->mutex_);
     connection->letAnotherReadLocked();
     return connection;
 }
 
-Connection::Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>& root,
+Connection::Connection(unique_fd socket, const ucred& peer,
+                       std::shared_ptr<DescriptorAccount> account, const sp<BHwBinder>& root,
                        std::function<void(const Connection*)> onEnd)
-    : peer_(peer), onEnd_(std::move(onEnd)), socket_(std::move(socket)) {
+    : peer_(peer),
+      account_(std::move(account)),
+      onEnd_(std::move(onEnd)),
+      readersClaim_(account_),
+      socket_(std::move(socket)) {
     exports_[kRootObjectId].object = root;
 }
 
@@ -339,13 +345,17 @@ bool Connection::readMessages(int flags, TransactionPointer* own) {
         const char* problem = nullptr;
         const FrameReader::Outcome outcome = reader_.receive(socket_.get(), flags, &problem);
         if (outcome == FrameReader::Outcome::kNotYet) return true;
-        if (outcome == FrameReader::Outcome::kEnd) drop(problem);
-        if (outcome == FrameReader::Outcome::kEnd || !dispatchReceived(&isAnyWhole, own)) {
+        const bool isOpen = outcome == FrameReader::Outcome::kDone || drop(problem);
+        if (!isOpen || !dispatchReceived(&isAnyWhole, own) || !claimDescriptors()) {
             end();
             return false;
         }
     }
     return true;
+}
+
+bool Connection::claimDescriptors() {
+    return readersClaim_.set(reader_.descriptorCount()) || drop(kTooManyDescriptors);
 }
 
 bool Connection::dispatchReceived(bool* isAnyWhole, TransactionPointer* own) {
@@ -377,7 +387,7 @@ bool Connection::dispatch(Frame* frame, TransactionPointer* own) {
 }
 
 bool Connection::dispatchTransaction(Frame* frame, TransactionPointer* own) {
-    const auto transaction = std::make_shared<Transaction>();
+    const auto transaction = std::make_shared<Transaction>(account_);
     transaction->header = frame->header;
     const FrameHeader& header = transaction->header;
     const bool isOneWay = transaction->isOneWay();
@@ -386,6 +396,7 @@ bool Connection::dispatchTransaction(Frame* frame, TransactionPointer* own) {
     std::vector<sp<IBinder>> objects;
     const std::lock_guard lock(mutex_);
     if (!importLocked(*frame, &objects)) return false;
+    if (!transaction->claim.set(frame->descriptors.size())) return dropLocked(kTooManyDescriptors);
     transaction->data = parcelOf(frame, std::move(objects));
     const auto target = exports_.find(header.objectId);
     if (target == exports_.end()) return dropLocked("a call is meant for no object");
@@ -415,18 +426,16 @@ bool Connection::dispatchTransaction(Frame* frame, TransactionPointer* own) {
 void Connection::Backlog::add(const Transaction& transaction) {
     (transaction.isOneWay() ? oneWayCalls : calls) += 1;
     bytes += transaction.header.itemBytes;
-    descriptors += transaction.header.descriptorCount;
 }
 
 void Connection::Backlog::remove(const Transaction& transaction) {
     (transaction.isOneWay() ? oneWayCalls : calls) -= 1;
     bytes -= transaction.header.itemBytes;
-    descriptors -= transaction.header.descriptorCount;
 }
 
 bool Connection::Backlog::isTooLong() const {
     return calls > kMaxBacklogCalls || oneWayCalls > kMaxBacklogOneWayCalls ||
-           bytes > kMaxBacklogBytes || descriptors > kMaxBacklogDescriptors;
+           bytes > kMaxBacklogBytes;
 }
 
 bool Connection::dispatchReply(Frame* frame) {

@@ -17,6 +17,7 @@
 #include <set>
 #include <vector>
 
+#include "transport/DescriptorClaim.h"
 #include "transport/Frame.h"
 #include "transport/ThreadPool.h"
 
@@ -49,9 +50,11 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
 
     /**
      * Takes over a connected socket.
+     * @param account of the peer's process
      * @param onEnd called once, when it has ended, by the thread that finds out
      */
     static std::shared_ptr<Connection> start(unique_fd socket, const ucred& peer,
+                                             std::shared_ptr<DescriptorAccount> account,
                                              const sp<BHwBinder>& root,
                                              std::function<void(const Connection*)> onEnd);
 
@@ -68,12 +71,16 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
 
     bool isAlive() const { return alive_; }
     const ucred& peer() const { return peer_; }
+    const std::shared_ptr<DescriptorAccount>& account() const { return account_; }
 
     void onReadable() override;
 
   private:
     struct Transaction {
+        explicit Transaction(const std::shared_ptr<DescriptorAccount>& account) : claim(account) {}
+
         FrameHeader header;
+        DescriptorClaim claim;
         sp<BHwBinder> target;
         Parcel data;
 
@@ -108,15 +115,14 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
         size_t calls = 0;
         size_t oneWayCalls = 0;
         size_t bytes = 0;
-        size_t descriptors = 0;
 
         void add(const Transaction& transaction);
         void remove(const Transaction& transaction);
         bool isTooLong() const;
     };
 
-    Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>& root,
-               std::function<void(const Connection*)> onEnd);
+    Connection(unique_fd socket, const ucred& peer, std::shared_ptr<DescriptorAccount> account,
+               const sp<BHwBinder>& root, std::function<void(const Connection*)> onEnd);
 
     status_t awaitReply(PendingCall& call, Clock::time_point deadline,
                         std::unique_lock<std::mutex>& lock);
@@ -136,6 +142,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     bool readMessages(int flags, TransactionPointer* own);
 
     // Each returns false after dropping a peer that has sent what makes no sense.
+    bool claimDescriptors();
     bool dispatchReceived(bool* isAnyWhole, TransactionPointer* own);
     bool dispatch(Frame* frame, TransactionPointer* own);
     bool dispatchTransaction(Frame* frame, TransactionPointer* own);
@@ -166,10 +173,13 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     void end();
 
     const ucred peer_;
+    const std::shared_ptr<DescriptorAccount> account_;
     const std::function<void(const Connection*)> onEnd_;
     std::atomic<bool> alive_{true};
     uint64_t watchName_ = 0;  // of the socket, in the pool
-    FrameReader reader_;      // of the thread that reads
+    // Of the thread that reads.
+    FrameReader reader_;
+    DescriptorClaim readersClaim_;
 
     std::mutex sendMutex_;  // taken before mutex_, never while it is held
     std::mutex mutex_;      // guards everything below

@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 namespace android::hardware::details {
 
@@ -23,7 +24,7 @@ namespace {
 
 constexpr size_t kMaxConnections = 256;
 // Two processes that find each other at the same time have two; ended ones may not be forgotten.
-constexpr std::ptrdiff_t kMaxConnectionsOfOneProcess = 16;
+constexpr size_t kMaxConnectionsOfOneProcess = 16;
 // How long a process may take to accept a connection, and to say whether it has a service.
 constexpr std::chrono::seconds kPatience{5};
 constexpr int kListenBacklog = 64;
@@ -150,14 +151,22 @@ std::shared_ptr<Connection> Endpoint::startLocked(unique_fd socket) {
         ALOGE("refused process %d of user %u", peer.pid, peer.uid);
         return nullptr;
     }
-    const auto ofSameProcess = std::count_if(
-        connections_.begin(), connections_.end(),
-        [&peer](const auto& connection) { return connection->peer().pid == peer.pid; });
+    size_t ofSameProcess = 0;
+    std::shared_ptr<DescriptorAccount> account;
+    for (const std::shared_ptr<Connection>& connection : connections_) {
+        if (connection->peer().pid != peer.pid) continue;
+        ++ofSameProcess;
+        account = connection->account();
+    }
     if (connections_.size() >= kMaxConnections || ofSameProcess >= kMaxConnectionsOfOneProcess) {
-        ALOGE("refused process %d: there are too many connections", peer.pid);
+        // Once for all that one process tries in a row.
+        if (std::exchange(lastRefused_, peer.pid) != peer.pid) {
+            ALOGE("refused process %d: there are too many connections", peer.pid);
+        }
         return nullptr;
     }
-    connections_.push_back(Connection::start(std::move(socket), peer, services_,
+    if (account == nullptr) account = std::make_shared<DescriptorAccount>();
+    connections_.push_back(Connection::start(std::move(socket), peer, std::move(account), services_,
                                              [this](const Connection* ended) { forget(ended); }));
     return connections_.back();
 }

@@ -80,6 +80,7 @@ class Endpoint final : public Readable, public std::enable_shared_from_this<Endp
     unique_fd listener_;  // stays open once it is
     uint64_t watchName_ = 0;
     std::list<std::shared_ptr<Connection>> connections_;
+    pid_t lastRefused_ = 0;
 };
 
 }  // namespace android::hardware::details

@@ -79,15 +79,18 @@ int FrameWriter::writeSome(int socket) {
 int FrameWriter::writeRest(int socket, int timeoutMs) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (true) {
-        const int error = writeSome(socket);
-        if (error != EAGAIN) return error;
+    int error = writeSome(socket);
+    while (error == EAGAIN) {
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0) return ETIMEDOUT;
         pollfd waiting{socket, POLLOUT, 0};
-        poll(&waiting, 1, static_cast<int>(left.count()));
+        // Only a quarter of the buffer counts as room: one that never has it is not being read.
+        if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) == 0) {
+            return ETIMEDOUT;
+        }
+        error = writeSome(socket);
     }
+    return error;
 }
 
 // FrameReader

@@ -88,7 +88,10 @@ class FrameWriter {
      */
     int writeSome(int socket);
 
-    /** Writes the rest. @return 0, ETIMEDOUT, or the error number of the socket */
+    /**
+     * Writes the rest. The peer has read far less than it should when the time is over.
+     * @return 0, ETIMEDOUT, or the error number of the socket
+     */
     int writeRest(int socket, int timeoutMs);
 
   private:
@@ -121,6 +124,9 @@ class FrameReader {
      * @return kNotYet if it is not whole
      */
     Outcome next(Frame* frame, const char** problem);
+
+    /** How many have come with messages that are not whole. */
+    size_t descriptorCount() const { return descriptors_.size(); }
 
   private:
     size_t unread() const { return end_ - begin_; }

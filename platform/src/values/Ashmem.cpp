@@ -1,8 +1,10 @@
 // Shared memory on sealed memfds.
 #include <cutils/ashmem.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,7 +29,10 @@ int ashmem_create_region(const char* name, size_t size) {
 
 int ashmem_valid(int fd) {
     const int seals = fcntl(fd, F_GET_SEALS);
-    return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 ? 1 : 0;
+    if (seals < 0 || (seals & F_SEAL_SHRINK) == 0) return 0;
+    // Huge pages can only be mapped, and unmapped, whole.
+    struct statfs system {};
+    return fstatfs(fd, &system) == 0 && system.f_type != HUGETLBFS_MAGIC ? 1 : 0;
 }
 
 int ashmem_get_size_region(int fd) {
