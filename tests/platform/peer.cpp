@@ -3,11 +3,9 @@
 
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
-#include <linux/sockios.h>
 #include <moriak/test/calls/1.0/IEcho.h>
 #include <moriak/test/calls/1.0/hwtypes.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -109,11 +107,6 @@ void Peer::sendBytes(const void* bytes, size_t size) {
     EXPECT_EQ(::send(socket_.get(), bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
 }
 
-bool Peer::isRead() const {
-    int unread = -1;
-    return ioctl(socket_.get(), SIOCOUTQ, &unread) == 0 && unread == 0;
-}
-
 void Peer::reply(uint64_t callId, const Parcel& results,
                  const std::vector<ObjectReference>& objects) {
     Frame frame = callOf(0, 0, results, callId);
@@ -146,9 +139,9 @@ bool Peer::isDropped() {
     return false;
 }
 
-bool Peer::isDroppedUnread() {
-    pollfd waiting{socket_.get(), 0, 0};
-    return poll(&waiting, 1, kBoundMs) == 1;
+bool Peer::isOpen() const {
+    pollfd end{socket_.get(), 0, 0};
+    return poll(&end, 1, 0) == 0;
 }
 
 // FakeService

@@ -65,8 +65,6 @@ class Peer {
 
     void send(const Frame& frame);
     void sendBytes(const void* bytes, size_t size);
-    /** Whether the other side has taken all that was sent. */
-    bool isRead() const;
     void reply(uint64_t callId, const Parcel& results,
                const std::vector<ObjectReference>& objects = {});
     /** Says that nothing more will come, after a part of a header. */
@@ -76,8 +74,8 @@ class Peer {
     bool receive(Frame* frame);
     /** Whether the other side hangs up in time, whatever it sends before. */
     bool isDropped();
-    /** The same, with whatever it sends before left unread. */
-    bool isDroppedUnread();
+    /** Whether the other side has not hung up so far, with whatever it sends left unread. */
+    bool isOpen() const;
 
   private:
     unique_fd socket_;

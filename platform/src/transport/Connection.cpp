@@ -516,6 +516,9 @@ bool Connection::dropLocked(const char* reason) {
 
 void Connection::end() {
     onEnd_(this);
+    // Proxies may keep this object for long.
+    reader_ = {};
+    claimDescriptors();
 
     struct Remains {
         std::map<uint64_t, Export> exports;
