@@ -22,6 +22,10 @@ if(MORIAK_SANITIZE)
     add_compile_options(-fsanitize=${MORIAK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${MORIAK_SANITIZE})
 endif()
+option(MORIAK_FUZZERS "Let libFuzzer drive the targets of fuzz; tests, soak and benchmarks are not built" OFF)
+if(MORIAK_FUZZERS)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 
 add_library(moriak_warnings INTERFACE)
 target_compile_options(moriak_warnings INTERFACE

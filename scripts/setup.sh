@@ -7,7 +7,7 @@ packages=(
     cmake ninja-build     # the build
     clang-14              # the compiler that the project is written for
     clang-format-14       # the formatter of scripts/check-format
-    libclang-rt-14-dev    # the sanitizers' run-time libraries
+    libclang-rt-14-dev    # the sanitizers' run-time libraries, and libFuzzer
     hidl-gen              # compiles the .hal interface definitions
     libmsgsl-dev          # span and not_null, part of the client API
     libcli11-dev          # command lines of sensorctl, the simulator and the soak
@@ -16,6 +16,7 @@ packages=(
     libgtest-dev libgmock-dev
     libbenchmark-dev      # timing of the data paths in bench
     valgrind              # instruction counts of the data paths in bench
+    strace                # records the fuzz targets' seeds
 )
 
 missing=()

@@ -1,0 +1,179 @@
+// Records of any content on their way between the HAL's form and the API's: everything arrives that
+// shall, and nothing else.
+#include <algorithm>
+#include <array>
+
+#include "camera/camera_provider.h"
+#include "camera/convert.h"
+#include "controller/conversion_tables.h"
+#include "controller/convert.h"
+#include "support/fake_camera_hal.h"
+#include "target.h"
+
+namespace {
+
+using namespace TestSupport;
+using namespace Vek::Sensors;
+
+/// What is missing at the end of the input is zero.
+template <typename Record>
+Record recordOf(FuzzedDataProvider& input) {
+    Record record;
+    std::memset(static_cast<void*>(&record), 0, sizeof(record));
+    input.ConsumeData(&record, sizeof(record));
+    return record;
+}
+
+hidl_string textOf(FuzzedDataProvider& input) {
+    return input.ConsumeRandomLengthString();
+}
+
+template <typename Element>
+hidl_vec<Element> listOf(FuzzedDataProvider& input, Element (*elementOf)(FuzzedDataProvider&)) {
+    hidl_vec<Element> list(input.ConsumeIntegralInRange<size_t>(0, 4));
+    std::generate(list.begin(), list.end(), [&] { return elementOf(input); });
+    return list;
+}
+
+template <typename ApiList, typename HidlList>
+bool haveSameElements(const ApiList& api, const HidlList& hidl) {
+    return std::equal(api.begin(), api.end(), hidl.begin(), hidl.end(),
+                      [](const auto& a, const auto& b) { return sameBytes(a, b); });
+}
+
+template <typename HidlData>
+void checkTable(FuzzedDataProvider& input, const Table& table) {
+    const auto record = recordOf<HidlData>(input);
+    const Bytes api = bytesOf(Convert::fromHidl(record));
+    VEK_ALWAYS_ASSERT(api == expected(table, bytesOf(record), api.size()));
+}
+
+void checkInput(FuzzedDataProvider& input) {
+    static const struct {
+        const Table& table;
+        size_t apiSize;
+    } kMembers[]{
+        {kButtons, 72}, {kCurl, 80}, {kPrecisionPad, 56}, {kMultiTouch, 72}, {kStylus, 40}};
+    constexpr size_t kMember = 8;
+    // Not an object: its destructor does not stand unknown discriminators.
+    alignas(Hidl::ControllerInputData) std::array<uint8_t, sizeof(Hidl::ControllerInputData)>
+        hidl{};
+    input.ConsumeData(hidl.data(), hidl.size());
+    const size_t kind = hidl[0];
+    std::string fatal;
+    try {
+        const Bytes api =
+            bytesOf(Convert::fromHidl(reinterpret_cast<const Hidl::ControllerInputData&>(hidl)));
+        const Bytes member(&api[kMember], &api[kMember] + kMembers[kind].apiSize);
+        VEK_ALWAYS_ASSERT(api[0] == kind);
+        VEK_ALWAYS_ASSERT(member == expected(kMembers[kind].table,
+                                             Bytes(&hidl[kMember], hidl.end()), member.size()));
+    } catch (const Fuzz::FatalAssertion& assertion) {
+        fatal = assertion.message;
+    }
+    const std::string unknown = "Unknown controller input discriminator " + std::to_string(kind);
+    VEK_ALWAYS_ASSERT(fatal == (kind < std::size(kMembers) ? "" : unknown));
+}
+
+template <typename HidlData>
+void checkRoundTrip(FuzzedDataProvider& input) {
+    const auto record = recordOf<HidlData>(input);
+    VEK_ALWAYS_ASSERT(sameBytes(Convert::intoHidl(Convert::fromHidl(record)), record));
+}
+
+void checkChannels(FuzzedDataProvider& input) {
+    const Hidl::ChannelSettings settings{listOf(input, recordOf<Hidl::FrameType>)};
+    const ChannelSettings api = Convert::fromHidl(settings);
+    VEK_ALWAYS_ASSERT(haveSameElements(api.channels, settings.channels));
+    VEK_ALWAYS_ASSERT(Convert::intoHidl(api).channels == settings.channels);
+}
+
+Hidl::MuxPurpose purposeOf(FuzzedDataProvider& input) {
+    return {textOf(input), listOf(input, recordOf<uint8_t>)};
+}
+
+bool isOfPurposes(const std::unordered_map<std::string, PurposeData>& api,
+                  const hidl_vec<Hidl::MuxPurpose>& hidl) {
+    std::unordered_map<std::string, Bytes> last;
+    for (const Hidl::MuxPurpose& purpose : hidl) {
+        last[purpose.purpose] = purpose.data;
+    }
+    return api.size() == last.size() &&
+           std::all_of(api.begin(), api.end(), [&last](const auto& purpose) {
+               return last.count(purpose.first) == 1 && last[purpose.first] == purpose.second.data;
+           });
+}
+
+void checkMuxState(FuzzedDataProvider& input) {
+    using PerSlot = Hidl::CameraPerSlotConfiguration;
+    const auto slotOf = [](FuzzedDataProvider& from) { return listOf(from, recordOf<PerSlot>); };
+    const Hidl::MuxState hidl{input.ConsumeIntegral<uint32_t>(),
+                              input.ConsumeIntegral<uint64_t>(),
+                              {textOf(input), textOf(input), listOf(input, textOf),
+                               listOf(input, purposeOf), listOf(input, purposeOf)},
+                              listOf(input, recordOf<Hidl::CameraGlobalConfiguration>),
+                              listOf<hidl_vec<PerSlot>>(input, slotOf)};
+    const FrameSetConfigurationUpdate api = Convert::fromHidl(hidl);
+    VEK_ALWAYS_ASSERT(api.header == hidl.header && api.value == hidl.value);
+    VEK_ALWAYS_ASSERT(api.muxMode.name == std::string(hidl.muxMode.name));
+    VEK_ALWAYS_ASSERT(api.muxMode.secondaryName == std::string(hidl.muxMode.secondaryName));
+    VEK_ALWAYS_ASSERT(
+        api.muxMode.purposes ==
+        std::vector<std::string>(hidl.muxMode.purposes.begin(), hidl.muxMode.purposes.end()));
+    VEK_ALWAYS_ASSERT(isOfPurposes(api.muxMode.purposeData, hidl.muxMode.purposeData));
+    VEK_ALWAYS_ASSERT(
+        isOfPurposes(api.muxMode.secondaryPurposeData, hidl.muxMode.secondaryPurposeData));
+    VEK_ALWAYS_ASSERT(haveSameElements(api.globalConfigurations, hidl.globalConfigurations));
+    VEK_ALWAYS_ASSERT(std::equal(api.slotConfigurations.begin(), api.slotConfigurations.end(),
+                                 hidl.slotConfigurations.begin(), hidl.slotConfigurations.end(),
+                                 [](const SlotConfiguration& a, const hidl_vec<PerSlot>& b) {
+                                     return haveSameElements(a.cameras, b);
+                                 }));
+}
+
+/// A camera's texts, those of its calibration in memory that holds nothing else.
+void checkCalibration(FuzzedDataProvider& input) {
+    const sp<FakeCameraProvider> service = new testing::NiceMock<FakeCameraProvider>;
+    const std::string first = input.ConsumeRandomLengthString() + "x";
+    const std::string second = input.ConsumeRandomLengthString() + "y";
+    ON_CALL(*service, getProperties).WillByDefault([&](auto callback) {
+        callback(Hidl::Result::SUCCESS, {{7, first, second}});
+        return Void();
+    });
+    ON_CALL(*service, getCalibrationData).WillByDefault([&](uint32_t, auto callback) {
+        callback(Hidl::Result::SUCCESS, handleOf({sharedMemory(first), sharedMemory(second)}));
+        return Void();
+    });
+    HidlWrapper::CameraProvider provider{sp<Hidl::ICameraProvider>(service)};
+    const CameraProperties camera = provider.getProperties().at(0);
+    VEK_ALWAYS_ASSERT(camera.propertyText1 == first && camera.propertyText2 == second);
+    VEK_ALWAYS_ASSERT(camera.calibrationData1 == first.c_str());
+    VEK_ALWAYS_ASSERT(camera.calibrationData2 == second.c_str());
+}
+
+using Check = void (*)(FuzzedDataProvider&);
+constexpr Check kChecks[]{
+    [](auto& input) { checkTable<Hidl::ButtonData>(input, kButtons); },
+    [](auto& input) { checkTable<Hidl::CurlData>(input, kCurl); },
+    [](auto& input) { checkTable<Hidl::PrecisionPadData>(input, kPrecisionPad); },
+    [](auto& input) { checkTable<Hidl::MultiTouchData>(input, kMultiTouch); },
+    [](auto& input) { checkTable<Hidl::StylusData>(input, kStylus); },
+    [](auto& input) { checkTable<Hidl::PairedControllerInfo>(input, kPaired); },
+    [](auto& input) { checkTable<Hidl::AdvertisingControllerInfo>(input, kAdvertising); },
+    checkInput,
+    checkRoundTrip<Hidl::ControllerLedConfig>,
+    checkRoundTrip<Hidl::ThumbstickADCRange>,
+    checkRoundTrip<Hidl::SecureHostInfo>,
+    checkChannels,
+    checkMuxState,
+    checkCalibration,
+};
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const Fuzz::LeakCheck leaks;
+    FuzzedDataProvider input{data, size};
+    input.PickValueInArray(kChecks)(input);
+    return 0;
+}

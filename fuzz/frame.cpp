@@ -1,0 +1,125 @@
+// Any bytes on the socket, in pieces of any size, with any number of descriptors.
+//
+// An input is the bytes; at its end, three more for each piece: the number of its descriptors, and
+// its size (two bytes; 0 for all that is left). They are read backwards.
+#include "transport/Frame.h"
+
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "target.h"
+
+namespace {
+
+using namespace android::hardware::details;
+using Bytes = std::vector<uint8_t>;
+using Outcome = FrameReader::Outcome;
+
+const int descriptor = eventfd(0, EFD_CLOEXEC);
+
+/// @return how many bytes the socket has taken
+size_t sendPiece(int socket, Bytes piece, size_t descriptors) {
+    iovec part{piece.data(), piece.size()};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    DescriptorMessage control{};
+    if (descriptors > 0) {
+        message.msg_control = &control;
+        message.msg_controllen = CMSG_SPACE(descriptors * sizeof(int));
+        cmsghdr* const header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(descriptors * sizeof(int));
+        std::fill_n(reinterpret_cast<int*>(CMSG_DATA(header)), descriptors, descriptor);
+    }
+    const ssize_t count = sendmsg(socket, &message, MSG_DONTWAIT);
+    return count < 0 ? 0 : static_cast<size_t>(count);
+}
+
+/// Holds frames against the bytes that were sent: those, no more and no less, and as soon as they
+/// are whole, whatever the pieces were.
+class Comparison {
+  public:
+    void add(const Bytes& piece, size_t size) {
+        sent_.insert(sent_.end(), piece.begin(), piece.begin() + static_cast<ptrdiff_t>(size));
+    }
+    void check(const Frame& frame) {
+        const FrameHeader& header = frame.header;
+        VEK_ALWAYS_ASSERT(frame.items.size() == header.itemBytes);
+        VEK_ALWAYS_ASSERT(frame.objects.size() == header.objectCount);
+        VEK_ALWAYS_ASSERT(frame.descriptors.size() == header.descriptorCount);
+        take(&header, sizeof(header));
+        take(frame.items.data(), frame.items.size());
+        take(frame.objects.data(), frame.objects.size() * sizeof(ObjectReference));
+    }
+    void checkThatNoneIsWhole() const {
+        FrameHeader header;
+        if (rest() >= sizeof(header)) {
+            std::memcpy(&header, &sent_[position_], sizeof(header));
+            VEK_ALWAYS_ASSERT(rest() < sizeof(header) + header.itemBytes +
+                                           header.objectCount * sizeof(ObjectReference));
+        }
+    }
+    size_t rest() const { return sent_.size() - position_; }
+
+  private:
+    void take(const void* bytes, size_t size) {
+        VEK_ALWAYS_ASSERT(size <= rest());
+        VEK_ALWAYS_ASSERT(size == 0 || std::memcmp(bytes, &sent_[position_], size) == 0);
+        position_ += size;
+    }
+
+    Bytes sent_;
+    size_t position_ = 0;
+};
+
+/// @return whether the socket can be read on
+bool readAll(FrameReader& reader, int socket, Comparison& comparison) {
+    const char* problem = nullptr;
+    Outcome received = Outcome::kDone;
+    while ((received = reader.receive(socket, MSG_DONTWAIT, &problem)) == Outcome::kDone) {
+        Outcome taken = Outcome::kDone;
+        for (Frame frame; (taken = reader.next(&frame, &problem)) == Outcome::kDone;) {
+            comparison.check(frame);
+        }
+        VEK_ALWAYS_ASSERT((taken == Outcome::kEnd) == (problem != nullptr));
+        if (taken == Outcome::kEnd) {
+            return false;
+        }
+    }
+    if (received == Outcome::kNotYet) {
+        comparison.checkThatNoneIsWhole();
+        return true;
+    }
+    VEK_ALWAYS_ASSERT(problem != nullptr || comparison.rest() == 0);
+    return false;
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzedDataProvider input{data, size};
+    const Fuzz::LeakCheck leaks;
+    int ends[2];
+    VEK_ALWAYS_ASSERT(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
+    unique_fd sender{ends[0]};
+    const unique_fd receiver{ends[1]};
+    FrameReader reader;
+    Comparison comparison;
+    bool isOpen = true;
+    while (isOpen && input.remaining_bytes() > 0) {
+        const size_t pieceSize = input.ConsumeIntegral<uint16_t>();
+        const auto descriptors = input.ConsumeIntegralInRange<size_t>(0, kMaxDescriptors);
+        const Bytes piece = pieceSize == 0 ? input.ConsumeRemainingBytes<uint8_t>()
+                                           : input.ConsumeBytes<uint8_t>(pieceSize);
+        comparison.add(piece, sendPiece(sender.get(), piece, descriptors));
+        isOpen = readAll(reader, receiver.get(), comparison);
+    }
+    sender.reset();
+    VEK_ALWAYS_ASSERT(!isOpen || !readAll(reader, receiver.get(), comparison));
+    return 0;
+}

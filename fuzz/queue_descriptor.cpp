@@ -1,0 +1,110 @@
+// A queue whose descriptor, memory and counters are another process's to choose: it is used inside
+// the memory that the descriptor names, or not at all.
+#include <fcntl.h>
+#include <sys/eventfd.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <vendor/zelvan/hardware/sensors/1.0/types.h>
+
+#include <array>
+
+#include "queue.h"
+#include "support/child_process.h"
+
+namespace {
+
+using namespace android::hardware;
+namespace Hidl = ::vendor::zelvan::hardware::sensors::V1_0;
+
+/// @param size about what a queue needs
+int descriptorOfSomeKind(FuzzedDataProvider& input, size_t size) {
+    enum Kind { kMemory, kEventFlag, kClosed, kMaxValue = kClosed };
+    const auto kind = input.ConsumeEnum<Kind>();
+    if (kind != kMemory) {
+        return kind == kEventFlag ? eventfd(0, EFD_CLOEXEC) : -1;
+    }
+    const int fd = memfd_create("fuzz", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    const auto seals = input.ConsumeIntegral<uint8_t>();
+    const auto surplus = input.ConsumeIntegral<int8_t>();
+    VEK_ALWAYS_ASSERT(ftruncate(fd, static_cast<off_t>(size) + surplus) == 0);
+    fcntl(fd, F_ADD_SEALS, seals ^ F_SEAL_SHRINK);
+    return fd;
+}
+
+/// As it stands in a parcel, where the other process has written it: that of a queue as
+/// MessageQueue makes them, with some changes.
+struct WireDescriptor {
+    WireDescriptor(FuzzedDataProvider& input, uint32_t recordSize) : quantum(recordSize) {
+        const size_t ringSize = recordSize * input.ConsumeIntegralInRange<size_t>(1, 8);
+        constexpr uint32_t kRing = 192;
+        grantors = {{0, 0, 0, 8}, {0, 0, 64, 8}, {0, 0, kRing, ringSize}, {0, 0, 128, 4}};
+        const int descriptors = input.ConsumeIntegralInRange(-1, 3);
+        handle = native_handle_create(descriptors, 0);  // null for the negative number
+        for (int i = 0; i < descriptors; ++i) {
+            handle->data[i] = descriptorOfSomeKind(input, kRing + ringSize);
+        }
+        while (input.ConsumeBool()) {
+            GrantorDescriptor spare;
+            const auto index = input.ConsumeIntegralInRange<size_t>(0, 4);
+            GrantorDescriptor& grantor = index < grantors.size() ? grantors[index] : spare;
+            const std::array words{&quantum, &flags, &grantor.flags, &grantor.fdIndex,
+                                   &grantor.offset};
+            const auto field = input.ConsumeIntegralInRange<size_t>(0, words.size() + 1);
+            if (field < words.size()) {
+                *words[field] = input.ConsumeIntegral<uint32_t>();
+            } else if (field == words.size()) {
+                grantor.extent = input.ConsumeIntegral<uint64_t>();
+            } else {
+                grantors.resize(index);
+            }
+        }
+    }
+    WireDescriptor(const WireDescriptor&) = delete;
+    WireDescriptor& operator=(const WireDescriptor&) = delete;
+    ~WireDescriptor() { details::closeAndDelete(handle); }
+
+    hidl_vec<GrantorDescriptor> grantors;
+    native_handle_t* handle;
+    uint32_t quantum;
+    uint32_t flags = kSynchronizedReadWrite;
+};
+
+template <typename Record>
+void attack(FuzzedDataProvider& input) {
+    using Queue = MessageQueue<Record, kSynchronizedReadWrite>;
+    const WireDescriptor wire{input, sizeof(Record)};
+    static_assert(sizeof(wire) == sizeof(typename Queue::Descriptor));
+    Queue queue{reinterpret_cast<const typename Queue::Descriptor&>(wire)};
+    if (!queue.isValid()) {
+        return;
+    }
+    const auto ring = Fuzz::ringOf(queue);
+    // It is the memory that was named: what is written to its last byte is found there.
+    const GrantorDescriptor& place = wire.grantors[Queue::Descriptor::DATAPTRPOS];
+    VEK_ALWAYS_ASSERT(place.extent == ring.getLength() * sizeof(Record));
+    auto* const last = reinterpret_cast<volatile uint8_t*>(ring.getAddress()) + place.extent - 1;
+    uint8_t seen = 0;
+    *last = 0xA5;
+    const auto offset = static_cast<off_t>(place.offset + place.extent - 1);
+    VEK_ALWAYS_ASSERT(pread(wire.handle->data[place.fdIndex], &seen, 1, offset) == 1);
+    VEK_ALWAYS_ASSERT(seen == 0xA5);
+    while (input.remaining_bytes() > 0) {
+        const GrantorDescriptor& counter = wire.grantors[input.ConsumeBool() ? 1 : 0];
+        const auto position = input.ConsumeIntegral<uint64_t>();
+        pwrite(wire.handle->data[counter.fdIndex], &position, sizeof(position), counter.offset);
+        Fuzz::use(queue, ring);
+    }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzedDataProvider input{data, size};
+    const Fuzz::LeakCheck leaks;
+    constexpr void (*kAttacks[])(FuzzedDataProvider&) = {
+        attack<Hidl::WirelessStateTransition>, attack<Hidl::ControllerInputADCData>,
+        attack<Hidl::ImuData>, attack<Hidl::AdcFlickerData>};
+    input.PickValueInArray(kAttacks)(input);
+    VEK_ALWAYS_ASSERT(TestSupport::resourcesOf(getpid()).mappings == 0 && "memory stays mapped");
+    return 0;
+}
