@@ -49,6 +49,13 @@ void closeAndDelete(native_handle_t* handle);
 
 [[noreturn]] void dieOfSize(const char* type, size_t size);
 
+/** No message has room for more, even if all are null. */
+constexpr size_t kMaxInterfaces = size_t{1} << 18;
+template <typename T>
+constexpr bool isInterface = false;
+template <typename T>
+constexpr bool isInterface<sp<T>> = true;
+
 // What generated code makes safe unions of.
 [[noreturn]] void logAlwaysFatal(const char* message);
 template <typename T>
@@ -179,7 +186,12 @@ struct hidl_vec {
         mSize = checkedSize(size);
         mOwns = shouldOwn;
     }
+    /**
+     * Generated code makes room for as many interfaces as a peer says that it sends, before it
+     * reads them. There is room for those that a message can hold; to read one more fails.
+     */
     void resize(size_t size) {
+        if constexpr (details::isInterface<T>) size = std::min(size, details::kMaxInterfaces);
         hidl_vec resized(size);
         std::move(begin(), begin() + std::min(size, this->size()), resized.begin());
         swap(resized);

@@ -9,6 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "transport/Frame.h"
+
 namespace android::hardware {
 
 enum class Parcel::Item : uint32_t {
@@ -19,6 +21,7 @@ enum class Parcel::Item : uint32_t {
     kHandle = 0x48414e44,
     kNullHandle = 0x4e48414e,
 };
+static_assert(details::kMaxItemBytes / sizeof(uint32_t) <= details::kMaxInterfaces);
 
 namespace {
 
