@@ -5,6 +5,7 @@
 #include "transport/Frame.h"
 
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -38,6 +39,12 @@ size_t sendPiece(int socket, Bytes piece, size_t descriptors) {
     }
     const ssize_t count = sendmsg(socket, &message, MSG_DONTWAIT);
     return count < 0 ? 0 : static_cast<size_t>(count);
+}
+
+int unreadIn(int socket) {
+    int unread = -1;
+    ioctl(socket, FIONREAD, &unread);
+    return unread;
 }
 
 /// Holds frames against the bytes that were sent: those, no more and no less, and as soon as they
@@ -82,6 +89,7 @@ bool readAll(FrameReader& reader, int socket, Comparison& comparison) {
     const char* problem = nullptr;
     Outcome received = Outcome::kDone;
     while ((received = reader.receive(socket, MSG_DONTWAIT, &problem)) == Outcome::kDone) {
+        VEK_ALWAYS_ASSERT(!reader.isDrained() || unreadIn(socket) == 0);
         Outcome taken = Outcome::kDone;
         for (Frame frame; (taken = reader.next(&frame, &problem)) == Outcome::kDone;) {
             comparison.check(frame);
@@ -92,6 +100,7 @@ bool readAll(FrameReader& reader, int socket, Comparison& comparison) {
         }
     }
     if (received == Outcome::kNotYet) {
+        VEK_ALWAYS_ASSERT(reader.isDrained());
         comparison.checkThatNoneIsWhole();
         return true;
     }

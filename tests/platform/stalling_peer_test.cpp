@@ -1,6 +1,8 @@
 // Peers that keep the rules, but stall, flood or hoard: they cost nobody else anything.
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -110,6 +112,18 @@ TEST_F(StallingClientTest, AFloodOfOneWayCallsIsServedOrEndsTheConnection) {
         peer.send(callOf(peer.service(), kCollect, arguments, 0));
     }
     EXPECT_TRUE(isServed());
+}
+
+TEST_F(StallingClientTest, AnEndThatComesTogetherWithTheLastCallIsSeen) {
+    Parcel arguments = argumentsFor(IEcho::descriptor);
+    arguments.writeUint32(7);
+    auto peer = std::make_unique<Peer>("attacked");
+    kill(process_.pid(), SIGSTOP);
+    siginfo_t stopped;
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(process_.pid()), &stopped, WSTOPPED), 0);
+    peer->send(callOf(peer->service(), kCollect, arguments, 0));
+    peer.reset();
+    kill(process_.pid(), SIGCONT);
 }
 
 TEST_F(StallingClientTest, CallsNestedWithoutEndAreEndedBeforeTheStackIs) {

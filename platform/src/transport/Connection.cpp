@@ -305,8 +305,12 @@ void Connection::sendReleases() {
 bool Connection::startReadingLocked() {
     if (isBeingRead_) return false;
     isBeingRead_ = true;
-    ThreadPool::self().ignore(socket_.get(), watchName_);
+    ignoreLocked();
     return true;
+}
+
+void Connection::ignoreLocked() {
+    if (std::exchange(isWatched_, false)) ThreadPool::self().ignore(socket_.get(), watchName_);
 }
 
 void Connection::stopReadingLocked(PendingCall& call) {
@@ -318,22 +322,30 @@ void Connection::letAnotherReadLocked() {
     for (const auto& [callId, call] : pendingCalls_) {
         if (!call->isAsleep || call->isDone) continue;
         call->isReading = true;
+        ignoreLocked();
         call->changed.notify_one();
         return;
     }
     isBeingRead_ = false;
-    ThreadPool::self().watch(socket_.get(), watchName_);
+    // Rarely after a thread of the pool has read: to watch takes a system call.
+    if (isMoreToRead_ || !isWatched_) ThreadPool::self().watch(socket_.get(), watchName_);
+    isMoreToRead_ = false;
+    isWatched_ = true;
 }
 
-void Connection::onReadable() {
+void Connection::onReadable(bool isAtEnd) {
     {
         const std::lock_guard lock(mutex_);
-        if (std::exchange(isBeingRead_, true)) return;
+        if (std::exchange(isBeingRead_, true)) {
+            isMoreToRead_ = true;
+            return;
+        }
     }
     TransactionPointer own;
     if (!readMessages(MSG_DONTWAIT, &own)) return;
     {
         const std::lock_guard lock(mutex_);
+        if (isAtEnd || !reader_.isDrained()) isMoreToRead_ = true;
         letAnotherReadLocked();
     }
     if (own != nullptr) serve(own);

@@ -73,7 +73,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     const ucred& peer() const { return peer_; }
     const std::shared_ptr<DescriptorAccount>& account() const { return account_; }
 
-    void onReadable() override;
+    void onReadable(bool isAtEnd) override;
 
   private:
     struct Transaction {
@@ -132,6 +132,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     void stopReadingLocked(PendingCall& call);
     /** Lets a thread read that waits for a reply, or one of the pool. */
     void letAnotherReadLocked();
+    void ignoreLocked();
     /**
      * Receives until there are whole messages, and dispatches them.
      * @param flags of recvmsg
@@ -185,6 +186,10 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     std::mutex mutex_;      // guards everything below
     unique_fd socket_;      // closed with both mutexes held
     bool isBeingRead_ = true;
+    /** The pool is told of whatever comes. */
+    bool isWatched_ = false;
+    /** There may be something that the pool was told of and did not read. */
+    bool isMoreToRead_ = false;
     bool isDropLogged_ = false;
     uint64_t lastCallId_ = 0;
     std::map<uint64_t, PendingCall*> pendingCalls_;

@@ -119,11 +119,11 @@ status_t Endpoint::listen() {
         if (auto own = Registry::open(Registry::Mode::kLookUp)) own->removeSocket(socket);
     });
     watchName_ = ThreadPool::self().add(listener_.get(), weak_from_this());
-    ThreadPool::self().watch(listener_.get(), watchName_);
+    ThreadPool::self().watchOnce(listener_.get(), watchName_);
     return OK;
 }
 
-void Endpoint::onReadable() {
+void Endpoint::onReadable(bool /* isAtEnd */) {
     unique_fd socket(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket.ok()) {
         const std::lock_guard lock(mutex_);
@@ -132,7 +132,7 @@ void Endpoint::onReadable() {
         // Gives the connections some time to end.
         poll(nullptr, 0, 100);
     }
-    ThreadPool::self().watch(listener_.get(), watchName_);
+    ThreadPool::self().watchOnce(listener_.get(), watchName_);
 }
 
 std::shared_ptr<Connection> Endpoint::findLocked(int process) const {

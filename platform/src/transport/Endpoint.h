@@ -66,7 +66,7 @@ class Endpoint final : public Readable, public std::enable_shared_from_this<Endp
     ServiceTable& services() { return *services_; }
 
     /** Accepts a connection. */
-    void onReadable() override;
+    void onReadable(bool isAtEnd) override;
 
   private:
     Endpoint();

@@ -137,6 +137,7 @@ FrameReader::Outcome FrameReader::receive(int socket, int flags, const char** pr
     message.msg_control = &control;
     message.msg_controllen = sizeof(control);
     const ssize_t count = recvmsg(socket, &message, flags | MSG_CMSG_CLOEXEC);
+    isDrained_ = count < 0 && errno == EAGAIN;
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return Outcome::kNotYet;
     if (count <= 0) {
         if (unread() > 0) *problem = "a message ended too early";
@@ -147,6 +148,8 @@ FrameReader::Outcome FrameReader::receive(int socket, int flags, const char** pr
         return Outcome::kEnd;
     }
     end_ += static_cast<size_t>(count);
+    // The kernel stops after descriptors, too.
+    isDrained_ = static_cast<size_t>(count) < room.iov_len && message.msg_controllen == 0;
     return Outcome::kDone;
 }
 

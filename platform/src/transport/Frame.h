@@ -125,6 +125,9 @@ class FrameReader {
      */
     Outcome next(Frame* frame, const char** problem);
 
+    /** Whether the socket was empty after what was received last, but for its end. */
+    bool isDrained() const { return isDrained_; }
+
     /** How many have come with messages that are not whole. */
     size_t descriptorCount() const { return descriptors_.size(); }
 
@@ -138,6 +141,7 @@ class FrameReader {
     size_t begin_ = 0;
     size_t end_ = 0;
     std::deque<unique_fd> descriptors_;
+    bool isDrained_ = false;
 };
 
 }  // namespace android::hardware::details

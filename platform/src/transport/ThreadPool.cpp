@@ -60,8 +60,12 @@ uint64_t ThreadPool::add(int fd, const std::weak_ptr<Readable>& readable) {
     return lastName_;
 }
 
-void ThreadPool::watch(int fd, uint64_t name) {
+void ThreadPool::watchOnce(int fd, uint64_t name) {
     control(EPOLL_CTL_MOD, fd, EPOLLIN | EPOLLONESHOT, name);
+}
+
+void ThreadPool::watch(int fd, uint64_t name) {
+    control(EPOLL_CTL_MOD, fd, EPOLLIN | EPOLLRDHUP | EPOLLET, name);
 }
 
 void ThreadPool::ignore(int fd, uint64_t name) {
@@ -133,7 +137,7 @@ void ThreadPool::run(bool mayEnd) {
         if (event.data.u64 <= kTimer) {
             runTask(lock);
         } else {
-            handle(event.data.u64, lock);
+            handle(event.data.u64, event.events, lock);
         }
         lock.lock();
         ++waitingThreads_;
@@ -152,12 +156,13 @@ void ThreadPool::runTask(std::unique_lock<std::mutex>& lock) {
     if (task) task();
 }
 
-void ThreadPool::handle(uint64_t name, std::unique_lock<std::mutex>& lock) {
+void ThreadPool::handle(uint64_t name, uint32_t events, std::unique_lock<std::mutex>& lock) {
     const auto found = readables_.find(name);
     const std::shared_ptr<Readable> readable =
         found == readables_.end() ? nullptr : found->second.lock();
     lock.unlock();
-    if (readable != nullptr) readable->onReadable();
+    const bool isAtEnd = (events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
+    if (readable != nullptr) readable->onReadable(isAtEnd);
 }
 
 }  // namespace android::hardware::details

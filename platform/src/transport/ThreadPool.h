@@ -19,8 +19,11 @@ using base::unique_fd;
 class Readable {
   public:
     virtual ~Readable() = default;
-    /** Called on a thread of the pool when there is something to read, or the end of it. */
-    virtual void onReadable() = 0;
+    /**
+     * Called on a thread of the pool when there is something to read.
+     * @param isAtEnd whether nothing will come after it
+     */
+    virtual void onReadable(bool isAtEnd) = 0;
 };
 
 /**
@@ -45,6 +48,8 @@ class ThreadPool {
     /** @return a name for the descriptor, which the pool does not wait for yet */
     uint64_t add(int fd, const std::weak_ptr<Readable>& readable);
     /** Has the owner called once, when the descriptor becomes readable or is so already. */
+    void watchOnce(int fd, uint64_t name);
+    /** Has it called then, and again whenever more comes, by several threads if need be. */
     void watch(int fd, uint64_t name);
     /** Takes that back. The call comes nevertheless if it is on its way, or at the socket's end. */
     void ignore(int fd, uint64_t name);
@@ -58,7 +63,7 @@ class ThreadPool {
     void run(bool mayEnd);
     // Both give up the lock, and do not take it again.
     void runTask(std::unique_lock<std::mutex>& lock);
-    void handle(uint64_t name, std::unique_lock<std::mutex>& lock);
+    void handle(uint64_t name, uint32_t events, std::unique_lock<std::mutex>& lock);
 
     const unique_fd events_;
     const unique_fd taskPosted_;
