@@ -1,5 +1,6 @@
 // Calls between processes and within one: what arrives, on which thread, in which order.
 #include <android-base/unique_fd.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -158,6 +159,14 @@ TEST(LocalCallsTest, AServiceOfTheSameProcessIsHandedOutAsItself) {
     ASSERT_EQ(service->registerAsService("local"), android::OK);
     EXPECT_EQ(IEcho::getService("local"), service);
     EXPECT_FALSE(service->isRemote());
+}
+
+/** What makes its objects into binders is kept for as long as the process lives. */
+TEST(GeneratedCodeTest, IsNotUnloaded) {
+    void* const package = dlopen(MORIAK_HAL, RTLD_NOW);
+    ASSERT_NE(package, nullptr) << dlerror();
+    dlclose(package);
+    EXPECT_NE(dlopen(MORIAK_HAL, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
 }  // namespace

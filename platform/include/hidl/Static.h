@@ -39,7 +39,8 @@ class ConstructorMap {
     }
     /**
      * Called by the destructors of generated code, which run at the process's end, while HIDL
-     * threads still serve calls. Leaves the entry: the code that it refers to is there until then.
+     * threads still serve calls. Leaves the entry: the code that it refers to is there until then,
+     * since libraries with generated code are linked not to be unloaded.
      */
     void erase(const std::string& /*interfaceName*/) {}
 
