@@ -4,11 +4,13 @@
 // its size (two bytes; 0 for all that is left). They are read backwards.
 #include "transport/Frame.h"
 
-#include <sys/eventfd.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "target.h"
@@ -19,10 +21,22 @@ using namespace android::hardware::details;
 using Bytes = std::vector<uint8_t>;
 using Outcome = FrameReader::Outcome;
 
-const int descriptor = eventfd(0, EFD_CLOEXEC);
+/// Which of them is sent depends on how many were sent before.
+int descriptorToSend(size_t position) {
+    static const int descriptors[] = {memfd_create("even", MFD_CLOEXEC),
+                                      memfd_create("odd", MFD_CLOEXEC)};
+    return descriptors[position % std::size(descriptors)];
+}
 
+ino_t inodeOf(int fd) {
+    struct stat status {};
+    VEK_ALWAYS_ASSERT(fstat(fd, &status) == 0);
+    return status.st_ino;
+}
+
+/// @param position of the first of its descriptors
 /// @return how many bytes the socket has taken
-size_t sendPiece(int socket, Bytes piece, size_t descriptors) {
+size_t sendPiece(int socket, Bytes piece, size_t position, size_t descriptors) {
     iovec part{piece.data(), piece.size()};
     msghdr message{};
     message.msg_iov = &part;
@@ -35,7 +49,8 @@ size_t sendPiece(int socket, Bytes piece, size_t descriptors) {
         header->cmsg_level = SOL_SOCKET;
         header->cmsg_type = SCM_RIGHTS;
         header->cmsg_len = CMSG_LEN(descriptors * sizeof(int));
-        std::fill_n(reinterpret_cast<int*>(CMSG_DATA(header)), descriptors, descriptor);
+        std::generate_n(reinterpret_cast<int*>(CMSG_DATA(header)), descriptors,
+                        [&] { return descriptorToSend(position++); });
     }
     const ssize_t count = sendmsg(socket, &message, MSG_DONTWAIT);
     return count < 0 ? 0 : static_cast<size_t>(count);
@@ -47,11 +62,13 @@ int unreadIn(int socket) {
     return unread;
 }
 
-/// Holds frames against the bytes that were sent: those, no more and no less, and as soon as they
-/// are whole, whatever the pieces were.
+/// Holds frames against the bytes and descriptors that were sent: those, no more and no less, and
+/// as soon as they are whole, whatever the pieces were.
 class Comparison {
   public:
-    void add(const Bytes& piece, size_t size) {
+    size_t descriptorsSent() const { return descriptorsSent_; }
+    void add(const Bytes& piece, size_t size, size_t descriptors) {
+        descriptorsSent_ += size > 0 ? descriptors : 0;
         sent_.insert(sent_.end(), piece.begin(), piece.begin() + static_cast<ptrdiff_t>(size));
     }
     void check(const Frame& frame) {
@@ -59,6 +76,11 @@ class Comparison {
         VEK_ALWAYS_ASSERT(frame.items.size() == header.itemBytes);
         VEK_ALWAYS_ASSERT(frame.objects.size() == header.objectCount);
         VEK_ALWAYS_ASSERT(frame.descriptors.size() == header.descriptorCount);
+        for (const unique_fd& descriptor : frame.descriptors) {
+            VEK_ALWAYS_ASSERT(descriptorsTaken_ < descriptorsSent_);
+            VEK_ALWAYS_ASSERT(inodeOf(descriptor.get()) ==
+                              inodeOf(descriptorToSend(descriptorsTaken_++)));
+        }
         take(&header, sizeof(header));
         take(frame.items.data(), frame.items.size());
         take(frame.objects.data(), frame.objects.size() * sizeof(ObjectReference));
@@ -82,6 +104,8 @@ class Comparison {
 
     Bytes sent_;
     size_t position_ = 0;
+    size_t descriptorsSent_ = 0;
+    size_t descriptorsTaken_ = 0;
 };
 
 /// @return whether the socket can be read on
@@ -112,6 +136,7 @@ bool readAll(FrameReader& reader, int socket, Comparison& comparison) {
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider input{data, size};
+    static_cast<void>(descriptorToSend(0));  // opens them
     const Fuzz::LeakCheck leaks;
     int ends[2];
     VEK_ALWAYS_ASSERT(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
@@ -125,7 +150,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const auto descriptors = input.ConsumeIntegralInRange<size_t>(0, kMaxDescriptors);
         const Bytes piece = pieceSize == 0 ? input.ConsumeRemainingBytes<uint8_t>()
                                            : input.ConsumeBytes<uint8_t>(pieceSize);
-        comparison.add(piece, sendPiece(sender.get(), piece, descriptors));
+        const size_t position = comparison.descriptorsSent();
+        comparison.add(piece, sendPiece(sender.get(), piece, position, descriptors), descriptors);
         isOpen = readAll(reader, receiver.get(), comparison);
     }
     sender.reset();

@@ -43,6 +43,7 @@ std::shared_ptr<Connection> Connection::start(unique_fd socket, const ucred& pee
     std::shared_ptr<Connection> connection(
         new Connection(std::move(socket), peer, std::move(account), root, std::move(onEnd)));
     connection->watchName_ = ThreadPool::self().add(connection->socket_.get(), connection);
+    if (connection->watchName_ == 0) return nullptr;
     const std::lock_guard lock(connection->mutex_);
     connection->letAnotherReadLocked();
     return connection;
@@ -381,6 +382,8 @@ bool Connection::dispatchReceived(bool* isAnyWhole, TransactionPointer* own) {
                 return drop(problem);
             case FrameReader::Outcome::kDone:
                 *isAnyWhole = true;
+                // What was taken out is claimed by whoever has it now.
+                readersClaim_.set(reader_.descriptorCount());
                 if (!dispatch(&frame, own)) return false;
         }
     }
@@ -530,7 +533,7 @@ void Connection::end() {
     onEnd_(this);
     // Proxies may keep this object for long.
     reader_ = {};
-    claimDescriptors();
+    readersClaim_.set(0);
 
     struct Remains {
         std::map<uint64_t, Export> exports;

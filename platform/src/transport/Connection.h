@@ -52,6 +52,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
      * Takes over a connected socket.
      * @param account of the peer's process
      * @param onEnd called once, when it has ended, by the thread that finds out
+     * @return null if the socket cannot be waited for
      */
     static std::shared_ptr<Connection> start(unique_fd socket, const ucred& peer,
                                              std::shared_ptr<DescriptorAccount> account,

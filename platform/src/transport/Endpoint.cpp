@@ -119,6 +119,7 @@ status_t Endpoint::listen() {
         if (auto own = Registry::open(Registry::Mode::kLookUp)) own->removeSocket(socket);
     });
     watchName_ = ThreadPool::self().add(listener_.get(), weak_from_this());
+    if (watchName_ == 0) return NO_MEMORY;
     ThreadPool::self().watchOnce(listener_.get(), watchName_);
     return OK;
 }
@@ -166,9 +167,10 @@ std::shared_ptr<Connection> Endpoint::startLocked(unique_fd socket) {
         return nullptr;
     }
     if (account == nullptr) account = std::make_shared<DescriptorAccount>();
-    connections_.push_back(Connection::start(std::move(socket), peer, std::move(account), services_,
-                                             [this](const Connection* ended) { forget(ended); }));
-    return connections_.back();
+    auto connection = Connection::start(std::move(socket), peer, std::move(account), services_,
+                                        [this](const Connection* ended) { forget(ended); });
+    if (connection != nullptr) connections_.push_back(connection);
+    return connection;
 }
 
 void Endpoint::forget(const Connection* connection) {

@@ -10,6 +10,8 @@
 #include <sys/timerfd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <iterator>
 #include <system_error>
 #include <thread>
@@ -43,19 +45,21 @@ ThreadPool::ThreadPool()
     control(EPOLL_CTL_ADD, timer_.get(), EPOLLIN | EPOLLET, kTimer);
 }
 
-void ThreadPool::control(int operation, int fd, uint32_t events, uint64_t name) {
+bool ThreadPool::control(int operation, int fd, uint32_t events, uint64_t name) {
     epoll_event event{};
     event.events = events;
     event.data.u64 = name;
-    epoll_ctl(events_.get(), operation, fd, &event);
+    if (epoll_ctl(events_.get(), operation, fd, &event) == 0) return true;
+    ALOGE("the HIDL threads cannot wait for a descriptor: %s", std::strerror(errno));
+    return false;
 }
 
 // Descriptors
 
 uint64_t ThreadPool::add(int fd, const std::weak_ptr<Readable>& readable) {
     const std::lock_guard lock(mutex_);
+    if (!control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_ + 1)) return 0;
     readables_[++lastName_] = readable;
-    control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_);
     startThreadIfNoneWaits();
     return lastName_;
 }

@@ -45,7 +45,7 @@ class ThreadPool {
     /** Makes the calling thread one of the pool, for good. */
     [[noreturn]] void join();
 
-    /** @return a name for the descriptor, which the pool does not wait for yet */
+    /** @return a name for the descriptor, which the pool does not wait for yet; 0 if it cannot */
     uint64_t add(int fd, const std::weak_ptr<Readable>& readable);
     /** Has the owner called once, when the descriptor becomes readable or is so already. */
     void watchOnce(int fd, uint64_t name);
@@ -57,7 +57,7 @@ class ThreadPool {
 
   private:
     ThreadPool();
-    void control(int operation, int fd, uint32_t events, uint64_t name);
+    bool control(int operation, int fd, uint32_t events, uint64_t name);
     bool isIdle() const { return readables_.empty() && tasks_.empty() && laterTasks_.empty(); }
     void startThreadIfNoneWaits();
     void run(bool mayEnd);
