@@ -20,9 +20,9 @@ struct Size {
     uint32_t reply;
 };
 constexpr Size kConfigureStreamSize{136, 72};
-// Without the payload.
-constexpr Size kMessageSize{216, 72};
-constexpr uint32_t kAnswerSize = 208;
+// Without the payload. What the service sends brings the release of the call's callback along.
+constexpr Size kMessageSize{216, 136};
+constexpr uint32_t kAnswerSize = 272;
 
 struct Call {
     std::string name;
