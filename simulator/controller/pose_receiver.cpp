@@ -123,8 +123,15 @@ Result PoseReceiver::prepare(const ClientIdentity& identity, std::shared_ptr<Pos
     }
     ALOGI("poses: %s has a queue of %zu poses", made->name.c_str(), kCapacity);
     *sender = made;
-    const std::lock_guard lock{mutex_};
-    ++senders_;
+    bool isTooLate = false;
+    {
+        const std::lock_guard lock{mutex_};
+        ++senders_;
+        isTooLate = isStopped_;
+    }
+    if (isTooLate) {
+        made->endReading();
+    }
     return Result::SUCCESS;
 }
 
@@ -141,6 +148,7 @@ void PoseReceiver::stop() {
     std::vector<ClientPointer> senders;
     {
         const std::lock_guard lock{mutex_};
+        isStopped_ = true;
         senders = clients_;
     }
     for (const ClientPointer& sender : senders) {

@@ -77,6 +77,7 @@ class PoseReceiver : public StreamRegister<PoseSender> {
     void onRelease(PoseSender& sender, const char* reason) override;
 
     const std::shared_ptr<ControllerFleet> fleet_;
+    bool isStopped_ = false;
     uint64_t senders_ = 0;
     PoseCounts ofReleased_;
 };

@@ -24,6 +24,10 @@ android::hardware::hidl_vec<uint8_t> bytesOf(const std::string& text) {
 TambrilService::TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults)
     : Service(std::move(faults)), settings_(std::move(settings)) {}
 
+TambrilService::~TambrilService() {
+    clients_.clear();
+}
+
 Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
                                                    const Callback& callback) {
     return unlessFaulty("registerClient", [&] {
@@ -45,7 +49,11 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
             ALOGW("KivraRpc: refused %s: %s", client->name.c_str(), problem);
             return problem == kTaken ? Hal::Result::BAD_STATE : Hal::Result::FAILURE;
         }
-        client->notifier.setBatchLimit(settings_.notificationRate > 0 ? 1 : 0);
+        {
+            const std::lock_guard lock{mutex_};
+            const bool isNotified = settings_.notificationRate > 0 && !isStopped_;
+            client->notifier.setBatchLimit(isNotified ? 1 : 0);
+        }
         ALOGI("KivraRpc: %s is registered", client->name.c_str());
         return Hal::Result::SUCCESS;
     });
@@ -126,6 +134,7 @@ Return<int64_t> TambrilService::translateTime(int64_t time, Hal::TimeDomain from
 
 void TambrilService::stop() {
     const std::lock_guard lock{mutex_};
+    isStopped_ = true;
     for (const ClientPointer& client : clients_) {
         // Its thread is not waited for: it may wait for a client that reads nothing.
         client->notifier.setBatchLimit(0);

@@ -54,6 +54,8 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
     static constexpr uint32_t kStatusProcedure = 0x1000;
 
     TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults);
+    /// The clients' threads use the rest of it.
+    ~TambrilService() override;
 
     Return<uint32_t> getProtocolVersion() override { return kProtocolVersion; }
     Return<uint32_t> getMaxPayloadSize() override { return kMaxPayloadSize; }
@@ -64,7 +66,7 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
                                     const android::hardware::hidl_vec<uint8_t>& payload) override;
     Return<int64_t> translateTime(int64_t time, Hal::TimeDomain from, Hal::TimeDomain to) override;
 
-    /// No more messages unasked to those who are registered.
+    /// No more messages unasked.
     void stop();
 
     /// A line for the user.
@@ -78,6 +80,7 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
     void notify(RpcClient& client, uint32_t number);
 
     const EnvironmentSettings settings_;
+    bool isStopped_ = false;  // guarded by the register's lock
     std::array<std::atomic<uint32_t>, kControllers.size()> sequences_{};
     std::atomic<uint64_t> requests_{0};
     std::atomic<uint64_t> messages_{0};
