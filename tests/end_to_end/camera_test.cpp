@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <future>
 
+#include "end_to_end/camera_account.h"
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"
 
@@ -15,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 using ::testing::KilledBySignal;
+using TestSupport::CameraAccount;
 using TestSupport::EndToEndTest;
 using TestSupport::Simulator;
 using namespace Vek::Sensors;
@@ -165,33 +167,6 @@ class CameraClient {
     }
 };
 
-/// What the service has to say of one stream in its summary.
-struct Account {
-    Account(const std::string& summary, const std::string& stream) {
-        const std::string line = summary.substr(std::min(summary.find(stream), summary.size()));
-        constexpr char kFormat[] =
-            "%*[^:]: %zu frame sets handed out to %*u clients, %zu came back; %zu twice, %zu "
-            "altered, %zu never; %zu reclaimed, %zu dropped";
-        EXPECT_EQ(std::sscanf(line.c_str(), kFormat, &handedOut, &cameBack, &twice, &altered,
-                              &never, &reclaimed, &dropped),
-                  7)
-            << stream << " in: " << summary;
-    }
-
-    /// Whether nothing is amiss with what came back, and all but the reclaimed did.
-    bool isBalanced() const {
-        return handedOut == cameBack + reclaimed && twice + altered + never == 0;
-    }
-
-    size_t handedOut = 0;
-    size_t cameBack = 0;
-    size_t twice = 0;
-    size_t altered = 0;
-    size_t never = 0;
-    size_t reclaimed = 0;
-    size_t dropped = 0;
-};
-
 TEST_F(EndToEndTest, CamerasAndMotionArriveTogetherAndEveryFrameSetComesBackOnce) {
     Simulator simulator;
     CameraClient client(
@@ -209,7 +184,7 @@ TEST_F(EndToEndTest, CamerasAndMotionArriveTogetherAndEveryFrameSetComesBackOnce
     const char* const names[] = {"headset cameras", "hand camera", "eye cameras", "depth camera",
                                  "color camera"};
     for (size_t i = 0; i < std::size(names); ++i) {
-        const Account account(summary, names[i]);
+        const CameraAccount account(summary, names[i]);
         EXPECT_EQ(account.handedOut, client.readers[i]->frameSets) << names[i];
         EXPECT_LE(client.readers[i]->lost, account.dropped) << names[i];
         EXPECT_EQ(account.reclaimed, 0U) << names[i];

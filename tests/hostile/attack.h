@@ -50,12 +50,13 @@ class AttackTest : public EndToEndTest {
     AttackTest() { EXPECT_TRUE(bystander_->isServed()); }
     void TearDown() override { endService(); }
 
-    /// In order, so that sanitizers look for what is left.
-    void endService() {
+    /// In order, so that sanitizers look for what is left. @return its summary
+    std::string endService() {
         if (std::exchange(bystander_, nullptr) != nullptr) {
             simulator_.process().send(SIGTERM);
             EXPECT_EQ(simulator_.process().wait(), 0);
         }
+        return simulator_.finish();
     }
 
     /// During each attack and after it the bystander is served, and then nothing is left of it.

@@ -77,6 +77,15 @@ struct FickleInputs : FakeControllerStateProvider {
     }
 };
 
+/// Calls its client, which is still busy with that.
+struct DeadlyTambril : FakeTambril {
+    Return<Hidl::Result> registerClient(Id /*id*/, const Callback& client) override {
+        client->onKivraRpcMessage({}).isOk();
+        die();
+        return result;
+    }
+};
+
 /// Calls its client all the time.
 struct FloodingTambril : FakeTambril {
     Return<Hidl::Result> registerClient(Id id, const Callback& client) override {
@@ -129,6 +138,17 @@ const Behaviour kBehaviours[] = {
     {"death in a preparation", [] { serve(new HostileImu([](auto&&...) { die(); }, doNothing)); }},
     {"death in a command", [] { serve(new HostileImu([](auto&&...) {}, die)); }},
     {"no answer", [] { serve(new HostileImu([](auto&&...) {}, neverAnswer)); }},
+    {"death before a signal",
+     [] {
+         const auto writeAndDie = [](const auto& queue, auto&&...) {
+             std::thread([&queue] {
+                 ++QueueCounters(queue).written();
+                 die();
+             }).detach();
+         };
+         serve(new HostileImu(writeAndDie, doNothing));
+     }},
+    {"death after a message", [] { serve(new DeadlyTambril); }},
     {"death in a destructor", [] { serve(new DeadlyControllers); }},
     {"fickle inputs", [] { serve(new FickleInputs); }},
     {"flood", [] { serve(new FloodingTambril); }},
@@ -252,6 +272,22 @@ TEST_F(HostileServicesDeathTest, DeathInACallMeetsTheReactionThatWasChosen) {
     const std::string dead = "HIDL error in virtual [^\n]*::";
     EXPECT_EXIT((startService("death in a preparation"), prepareImu()), KilledBySignal(SIGABRT),
                 dead + "StreamHandle<.*::prepareStream.*DEAD_OBJECT");
+    EXPECT_EXIT(
+        {
+            suppressTransportCrashDumps(false);
+            const auto service = startService("death before a signal");
+            const auto composite = makeComposite();
+            const auto imu = createImuSensor();
+            imu->stream().addTo(*composite);
+            while (true) {
+                composite->wait();
+            }
+        },
+        KilledBySignal(SIGABRT),
+        dead + "StreamHandle<.*::prepareStream.*DEAD_OBJECT" + death + "Aborting");
+    EXPECT_EXIT((startService("death after a message"),
+                 createTambStream()->registerKivraRpcClient("CMS", [](const auto&) {})),
+                KilledBySignal(SIGABRT), dead + "TambStream::registerKivraRpcClient.*DEAD_OBJECT");
     EXPECT_EXIT((startService("death in a destructor"),
                  HidlWrapper::ControllerProvider().getStreamingClient().reset()),
                 KilledBySignal(SIGABRT), dead + "~ControllerStreamingClient.*DEAD_OBJECT");

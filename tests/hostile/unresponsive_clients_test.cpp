@@ -9,6 +9,7 @@
 
 #include <thread>
 
+#include "end_to_end/camera_account.h"
 #include "hostile/attack.h"
 #include "support/camera_client_end.h"
 
@@ -223,6 +224,11 @@ const ClientRole kDyingRole{"dying client", [] { return runAttack(kDeaths); }};
 
 TEST_F(UnresponsiveClientsTest, MayDieInTheMiddleOfAnything) {
     expectNoHarm("dying client", kDeaths, "");
+    // Each of the two that had a frame set in its hands may have had one on its way, too.
+    const CameraAccount account(endService(), "headset cameras");
+    EXPECT_TRUE(account.isBalanced());
+    EXPECT_GE(account.reclaimed, 2U);
+    EXPECT_LE(account.reclaimed, 4U);
 }
 
 }  // namespace
