@@ -26,9 +26,18 @@ struct RegisteredClient {
     android::sp<ClientDeathRecipient> deathRecipient;
 };
 
+/// Whether there is no place for one more client of the process. No process gets more than half of
+/// the places, so that one cannot lock out the others.
+template <typename Clients>
+bool isFull(const Clients& clients, size_t maxClients, int process) {
+    const auto ofProcess =
+        std::count_if(clients.begin(), clients.end(),
+                      [process](const auto& client) { return client->process == process; });
+    return clients.size() >= maxClients || static_cast<size_t>(ofProcess) >= maxClients / 2;
+}
+
 /// A client is known by its identity. Servers derive from this and guard all they have with its
-/// lock. Deaths hold them weakly. No process gets more than half of the places, so that one cannot
-/// lock out the others.
+/// lock. Deaths hold them weakly.
 ///
 /// Threading: calls and deaths come on HIDL threads.
 template <typename Client>
@@ -56,13 +65,7 @@ class ClientRegister : public virtual android::RefBase {
         return found == clients_.end() ? nullptr : *found;
     }
 
-    /// Whether there is no place for one more client of the process.
-    bool isFullLocked(int process) const {
-        const auto ofProcess = std::count_if(
-            clients_.begin(), clients_.end(),
-            [process](const ClientPointer& client) { return client->process == process; });
-        return clients_.size() >= maxClients_ || static_cast<size_t>(ofProcess) >= maxClients_ / 2;
-    }
+    bool isFullLocked(int process) const { return isFull(clients_, maxClients_, process); }
 
     /// Takes the oldest client that can be done without out of the list. To be followed by
     /// release(), without the lock. @return null if there is none

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "client_register.h"
 #include "time_units.h"
 
 namespace Simulator {
@@ -23,7 +24,6 @@ constexpr uint64_t kTicksPerCollision = 2 * kInputRate;
 constexpr uint32_t kChannels = 32;
 constexpr std::chrono::seconds kPairingTime{10};
 constexpr size_t kMaxListeners = 128;
-constexpr std::ptrdiff_t kMaxListenersOfOneProcess = kMaxListeners / 2;
 
 constexpr uint32_t features(std::initializer_list<ControllerFeature> list) {
     uint32_t set = 0;
@@ -174,10 +174,7 @@ Result ControllerFleet::unpair(Hal::ControllerAddr address) {
 
 bool ControllerFleet::add(const std::shared_ptr<StreamingListener>& listener) {
     const std::lock_guard lock{mutex_};
-    const auto ofProcess =
-        std::count_if(listeners_.begin(), listeners_.end(),
-                      [&](const auto& other) { return other->process == listener->process; });
-    if (listeners_.size() >= kMaxListeners || ofProcess >= kMaxListenersOfOneProcess) {
+    if (isFull(listeners_, kMaxListeners, listener->process)) {
         return false;
     }
     listeners_.push_back(listener);
