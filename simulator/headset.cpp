@@ -2,6 +2,7 @@
 #include "headset.h"
 
 #include "camera/camera_devices.h"
+#include "camera/test_pattern.h"
 #include "controller/controller_devices.h"
 #include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
@@ -11,7 +12,7 @@ namespace Simulator {
 Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
                  const EnvironmentSettings& environment) {
     groups_.push_back(std::make_unique<MotionDevices>(faults));
-    groups_.push_back(std::make_unique<CameraDevices>(faults));
+    groups_.push_back(std::make_unique<CameraDevices>(std::make_shared<TestPattern>(), faults));
     groups_.push_back(std::make_unique<ControllerDevices>(controllers, faults));
     groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults));
 }

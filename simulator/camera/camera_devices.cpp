@@ -6,10 +6,12 @@
 
 namespace Simulator {
 
-CameraDevices::CameraDevices(const std::shared_ptr<Faults>& faults) : faults_(faults) {
+CameraDevices::CameraDevices(const std::shared_ptr<ImageSource>& source,
+                             const std::shared_ptr<Faults>& faults)
+    : faults_(faults) {
     std::vector<android::sp<FrameSetServer>> servers;
     for (const CameraStreamPlan& plan : cameraStreamPlans()) {
-        servers.push_back(new FrameSetServer(plan, faults));
+        servers.push_back(new FrameSetServer(plan, source, faults));
     }
     mux_ = std::make_shared<MuxControl>(servers);
     for (const auto& server : servers) {

@@ -13,7 +13,9 @@ namespace Simulator {
 
 class CameraDevices : public DeviceGroup {
   public:
-    explicit CameraDevices(const std::shared_ptr<Faults>& faults);
+    /// @param source draws the images of all cameras
+    CameraDevices(const std::shared_ptr<ImageSource>& source,
+                  const std::shared_ptr<Faults>& faults);
 
     std::string registerServices() override;
     void stop() override;

@@ -42,8 +42,9 @@ Return<void> CameraProviderService::getCalibrationData(uint32_t cameraId,
         const CameraStreamPlan& plan = stream->server()->plan();
         for (const CameraPlan& camera : plan.cameras) {
             if (camera.id == cameraId) {
-                calibration = calibrationHandle(factoryCalibration(plan, camera),
-                                                deviceCalibration(camera, stream->sessionData()));
+                calibration =
+                    calibrationHandle(stream->server()->source().calibration(plan, camera),
+                                      deviceCalibration(camera, stream->sessionData()));
             }
         }
     }

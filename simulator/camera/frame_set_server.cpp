@@ -7,13 +7,15 @@
 #include <algorithm>
 #include <utility>
 
-#include "camera/test_pattern.h"
 #include "time_units.h"
 
 namespace Simulator {
-FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Faults> faults)
+
+FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<ImageSource> source,
+                               std::shared_ptr<Faults> faults)
     : StreamRegister(plan.name, kMaxClients),
       plan_(plan),
+      source_(std::move(source)),
       faults_(std::move(faults)),
       resolutions_(plan.cameras.size(), Hal::Resolution::FULL),
       frameRate_(plan.frameRate),
@@ -213,7 +215,7 @@ void FrameSetServer::deliver(const Batch& batch) {
         }
     }
     // Not under the lock: it takes its time, and the buffers are this thread's until they are out.
-    draw(&frameSet);
+    draw(frameSet.timestamp, &frameSet);
     const std::lock_guard lock{mutex_};
     for (const ClientPointer& client : clients_) {
         if (client->isStarted && client->offer(frameSet)) {
@@ -282,13 +284,16 @@ uint32_t FrameSetServer::freeBufferLocked() const {
     return buffer;
 }
 
-void FrameSetServer::draw(Hal::FrameSet* frameSet) {
+void FrameSetServer::draw(int64_t worldTime, Hal::FrameSet* frameSet) {
     for (uint32_t i = 0; i < frameSet->numFrames; ++i) {
         Hal::CameraFrame& frame = frameSet->frames[i];
-        const Hal::ExposureGain exposure{frame.exposureTime, frame.analogGain, frame.digitalGain};
-        drawTestPattern({images_[i]->pixels(frame.bufferIndex), frame.pixelFormat, frame.width,
-                         frame.height, frame.stride},
-                        {frame.cameraId, frame.sequence, brightnessOf(exposure)});
+        source_->draw({plan_,
+                       plan_.cameras[i],
+                       frame.sequence,
+                       worldTime,
+                       {frame.exposureTime, frame.analogGain, frame.digitalGain}},
+                      {images_[i]->pixels(frame.bufferIndex), frame.pixelFormat, frame.width,
+                       frame.height, frame.stride});
         frame.arrivalTimestamp = toNanoseconds(std::chrono::steady_clock::now());
     }
 }

@@ -14,6 +14,7 @@
 #include "camera/exposure_control.h"
 #include "camera/frame_set_client.h"
 #include "camera/image_buffers.h"
+#include "camera/image_source.h"
 #include "faults.h"
 #include "sampler.h"
 
@@ -32,9 +33,12 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     /// Every client can have all that it may, and one is free.
     static constexpr size_t kBuffers = kMaxClients * FrameSetLedger::kMaxOutstanding + 1;
 
-    FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Faults> faults);
+    /// @param source draws the images
+    FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<ImageSource> source,
+                   std::shared_ptr<Faults> faults);
 
     const CameraStreamPlan& plan() const { return plan_; }
+    const ImageSource& source() const { return *source_; }
 
     /// Whether there was memory for the images.
     bool isValid() const;
@@ -89,7 +93,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     bool isTooSoonLocked(std::chrono::nanoseconds period);
     bool beginLocked(int64_t timestamp, Hal::FrameSet* frameSet);
     uint32_t freeBufferLocked() const;
-    void draw(Hal::FrameSet* frameSet);
+    void draw(int64_t worldTime, Hal::FrameSet* frameSet);
 
     void onReplaceLocked(FrameSetClient& former, FrameSetClient& successor) override {
         successor.callbacks = former.callbacks;
@@ -99,6 +103,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     void onRelease(FrameSetClient& client, const char* reason) override;
 
     const CameraStreamPlan plan_;
+    const std::shared_ptr<ImageSource> source_;
     const std::shared_ptr<Faults> faults_;
     std::vector<std::unique_ptr<ImageBuffers>> images_;  // by camera
     ExposureControl exposure_;

@@ -10,6 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "camera/calibration.h"
+#include "camera/exposure_control.h"
+
 namespace Simulator {
 namespace {
 
@@ -175,6 +178,15 @@ void drawTestPattern(const PixelPlane& plane, const PatternFrame& frame) {
     const GreyPlane scratch{grey.data(), plane.width, plane.height, plane.width};
     drawGrey(scratch, frame);
     convert(scratch, plane);
+}
+
+void TestPattern::draw(const ImageRequest& request, const PixelPlane& plane) {
+    drawTestPattern(plane, {request.camera.id, request.sequence, brightnessOf(request.exposure)});
+}
+
+std::string TestPattern::calibration(const CameraStreamPlan& stream,
+                                     const CameraPlan& camera) const {
+    return factoryCalibration(stream, camera);
 }
 
 }  // namespace Simulator

@@ -4,20 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "camera/camera_plan.h"
-#include "hal.h"
+#include "camera/image_source.h"
 
 namespace Simulator {
-
-struct PixelPlane {
-    uint8_t* pixels;
-    Hal::PixelFormat format;
-    // In pixels.
-    uint32_t width;
-    uint32_t height;
-    /// From one row to the next, in bytes.
-    uint32_t stride;
-};
 
 /// What the image is of.
 struct PatternFrame {
@@ -36,5 +25,12 @@ uint32_t printUnit(uint32_t imageWidth);
 /// edge; and in the upper left corner, whatever the brightness, "camera-frame" in white on black.
 /// In colour the greys between black and white are shades of blue; as depths, white is about 4 m.
 void drawTestPattern(const PixelPlane& plane, const PatternFrame& frame);
+
+class TestPattern : public ImageSource {
+  public:
+    void draw(const ImageRequest& request, const PixelPlane& plane) override;
+    std::string calibration(const CameraStreamPlan& stream,
+                            const CameraPlan& camera) const override;
+};
 
 }  // namespace Simulator

@@ -1,0 +1,51 @@
+// Where the pixels of the simulated cameras come from.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "camera/camera_plan.h"
+#include "hal.h"
+
+namespace Simulator {
+
+/// Memory of an image, of the size and format that the stream has at some resolution.
+struct PixelPlane {
+    uint8_t* pixels;
+    Hal::PixelFormat format;
+    // In pixels.
+    uint32_t width;
+    uint32_t height;
+    /// From one row to the next, in bytes.
+    uint32_t stride;
+};
+
+/// One frame of one camera.
+struct ImageRequest {
+    const CameraStreamPlan& stream;
+    const CameraPlan& camera;
+    /// Of the frame, as clients get it.
+    uint32_t sequence;
+    /// Middle of the middle row's exposure, in ns since the world's start.
+    int64_t worldTime;
+    Hal::ExposureGain exposure;
+};
+
+/// Threading: draw is called on one thread for each stream, at the same time for several of them;
+/// calibration on any thread.
+class ImageSource {
+  public:
+    ImageSource() = default;
+    virtual ~ImageSource() = default;
+    ImageSource(const ImageSource&) = delete;
+    ImageSource& operator=(const ImageSource&) = delete;
+
+    /// Fills the plane; the bytes between its rows stay as they are.
+    virtual void draw(const ImageRequest& request, const PixelPlane& plane) = 0;
+
+    /// The factory calibration of the camera that draw has at full resolution: JSON, for clients.
+    virtual std::string calibration(const CameraStreamPlan& stream,
+                                    const CameraPlan& camera) const = 0;
+};
+
+}  // namespace Simulator
