@@ -12,6 +12,7 @@ packages=(
     libmsgsl-dev          # span and not_null, part of the client API
     libcli11-dev          # command lines of sensorctl, the simulator and the soak
     libfmt-dev            # text output of the same and of the benchmarks
+    libeigen3-dev         # geometry of the simulated world
     libpng-dev            # the images that sensorctl captures
     libgtest-dev libgmock-dev
     libbenchmark-dev      # timing of the data paths in bench

@@ -1,0 +1,13 @@
+// Trajectories that somebody recorded.
+#pragma once
+
+#include <string>
+
+#include "world/pose_spline.h"
+
+namespace Simulator {
+
+/// Forms and failures are those of Trajectory.
+PoseSpline readTrajectory(const std::string& file);
+
+}  // namespace Simulator
