@@ -55,18 +55,25 @@ bool announce(const Options& options) {
     return true;
 }
 
+bool failToWriteSummary(const std::string& file) {
+    fmt::print(stderr, "error: cannot write --summary {}: {}\n", file, std::strerror(errno));
+    return false;
+}
+
+/// Before the run, which may be long. Leaves what is in the file.
+/// @return false, with a message, if the file cannot be written
+bool canWriteSummary(const std::string& file) {
+    return file.empty() || std::ofstream(file, std::ios::app) || failToWriteSummary(file);
+}
+
 /// @return false, with a message, if the file cannot be written
 bool report(const std::vector<std::string>& summary, const Options& options) {
     const std::string text = fmt::format("{}\n", fmt::join(summary, "\n"));
     if (!options.isQuiet) {
         fmt::print("{}", text);
     }
-    if (!options.summaryFile.empty() && !(std::ofstream(options.summaryFile) << text).flush()) {
-        fmt::print(stderr, "error: cannot write --summary {}: {}\n", options.summaryFile,
-                   std::strerror(errno));
-        return false;
-    }
-    return true;
+    return options.summaryFile.empty() || (std::ofstream(options.summaryFile) << text).flush() ||
+           failToWriteSummary(options.summaryFile);
 }
 
 /// Until a signal asks for the end, or until the process is to die.
@@ -109,6 +116,9 @@ int main(int argc, char** argv) try {
                 __android_log_stderr_logger(line);
             }
         });
+    }
+    if (!canWriteSummary(options.summaryFile)) {
+        return kFailure;
     }
     // Whoever waited for --ready-fd or reads our output may be gone.
     std::signal(SIGPIPE, SIG_IGN);

@@ -12,10 +12,24 @@
 
 namespace {
 
-/// @return 0 if it is not known.
-size_t terminalWidth() {
+/// In characters; zeros if it is not known.
+winsize terminalSize() {
     winsize size{};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size : winsize{};
+}
+
+/// A block that is higher, or that has a line which wraps, would hide its own beginning, which the
+/// next update looks for.
+void fitToTerminal(std::vector<std::string>& lines) {
+    const winsize size = terminalSize();
+    if (size.ws_row > 1) {
+        lines.resize(std::min<size_t>(lines.size(), size.ws_row - 1U));
+    }
+    if (size.ws_col > 0) {
+        for (std::string& line : lines) {
+            line.resize(std::min<size_t>(line.size(), size.ws_col));
+        }
+    }
 }
 
 bool isCapableTerminal() {
@@ -33,13 +47,8 @@ void Display::update(std::vector<std::string> lines) {
             // To the beginning of the block, and clear from there.
             fmt::print("\x1b[{}F\x1b[J", shownLines_);
         }
+        fitToTerminal(lines);
         shownLines_ = lines.size();
-        // A line that wraps would take two, and the next update would miss the beginning.
-        if (const size_t width = terminalWidth(); width != 0) {
-            for (std::string& line : lines) {
-                line.resize(std::min(line.size(), width));
-            }
-        }
     } else {
         lines.emplace_back();
     }

@@ -1,13 +1,24 @@
 // sensorctl list
+#include <utility>
+
 #include "commands.h"
 #include "display.h"
 #include "failure.h"
 #include "inventory.h"
+#include "wait_notice.h"
 
 static void list() {
     const Shutdown shutdown(kNoGrace);
     Inventory inventory;
-    for (auto listArea : {listMotion, listCameras, listControllers, listEnvironment}) {
+    using ListArea = void (*)(Inventory&);
+    constexpr std::pair<const char*, ListArea> kAreas[] = {
+        {"the motion services", listMotion},
+        {"the camera service", listCameras},
+        {"the controller services", listControllers},
+        {"the services for lights, external clocks and messages", listEnvironment},
+    };
+    for (const auto& [services, listArea] : kAreas) {
+        const WaitNotice notice(services);
         listArea(inventory);
     }
     if (!inventory.isAnyRunning()) {

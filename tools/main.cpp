@@ -10,7 +10,11 @@ namespace {
 
 constexpr char kFooter[] =
     "Exit codes: 0 done, also after Ctrl-C; 1 failed; 2 wrong usage; 3 no service is running; "
-    "4 the service died.";
+    "4 the service died;\n"
+    "129, 130 or 143 ended by SIGHUP, SIGINT or SIGTERM with nothing to tidy up, or before that "
+    "was done;\n"
+    "134 the library ended the program (SIGABRT), as it does when the service refuses a call: its "
+    "log line says which.";
 
 ExitCode runCommandLine(int argc, char** argv) {
     CLI::App app("Shows and records the sensors of a device.", "sensorctl");

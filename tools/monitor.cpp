@@ -19,9 +19,8 @@ void monitor(const MonitorOptions& options) {
     Display display;
     const auto interval = durationOf(options.intervalSeconds);
     session.start();
-    bool goesOn = true;
-    while (goesOn) {
-        goesOn = session.receiveUntil(std::chrono::steady_clock::now() + interval);
+    // The interval that the end cuts short is in the summary.
+    while (session.receiveUntil(std::chrono::steady_clock::now() + interval)) {
         display.update(session.intervalTable());
         session.restartIntervals();
     }

@@ -1,9 +1,13 @@
 // Buffered writing whose errors are not lost.
 #include "output_file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
+#include <cstdlib>
 #include <system_error>
-#include <utility>
 
 #include "failure.h"
 
@@ -14,13 +18,45 @@ Failure cannotWrite(const std::filesystem::path& path, int error) {
             "cannot write " + path.string() + ": " + std::generic_category().message(error)};
 }
 
+/// The permissions that a new file gets from open().
+mode_t newFileMode() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
 }  // namespace
 
-OutputFile::OutputFile(std::filesystem::path path)
-    : path_(std::move(path)), file_(std::fopen(path_.c_str(), "we")) {
+OutputFile::OutputFile(const std::filesystem::path& path) : path_(path) {
+    struct stat status {};
+    const bool isThere = stat(path.c_str(), &status) == 0;
+    if (isThere && !S_ISREG(status.st_mode)) {
+        file_.reset(std::fopen(path.c_str(), "we"));
+    } else if (!isThere || access(path.c_str(), W_OK) == 0) {
+        std::error_code error;
+        target_ = std::filesystem::weakly_canonical(path, error);
+        openTemporary(isThere ? status.st_mode & 0777 : newFileMode());
+    }
     if (file_ == nullptr) {
         throw cannotWrite(path_, errno);
     }
+}
+
+OutputFile::~OutputFile() {
+    if (!temporary_.empty()) {
+        unlink(temporary_.c_str());
+    }
+}
+
+void OutputFile::openTemporary(mode_t mode) {
+    std::string name = target_.string() + ".XXXXXX";
+    const int descriptor = mkostemp(name.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        return;
+    }
+    temporary_ = name;
+    fchmod(descriptor, mode);
+    file_.reset(fdopen(descriptor, "w"));
 }
 
 void OutputFile::write(std::string_view text) noexcept {
@@ -40,4 +76,10 @@ void OutputFile::close() {
         error_ = errno;
     }
     check();
+    if (!temporary_.empty()) {
+        if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
+            throw cannotWrite(path_, errno);
+        }
+        temporary_.clear();
+    }
 }

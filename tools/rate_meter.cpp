@@ -1,10 +1,13 @@
 // The records of the first callback came before the measurement began and are not counted.
 #include "rate_meter.h"
 
+#include <algorithm>
+
 void RateMeter::deliver(Time now, uint64_t records) {
     if (begin_) {
         records_ += records;
         ++callbacks_;
+        largestGap_ = std::max<std::chrono::nanoseconds>(largestGap_, now - last_);
     } else {
         begin_ = now;
     }
@@ -21,10 +24,18 @@ double RateMeter::perSecond(Time now) const {
     return seconds.count() > 0 ? static_cast<double>(records_) / seconds.count() : 0;
 }
 
+std::optional<std::chrono::nanoseconds> RateMeter::largestGap(Time now) const {
+    if (!begin_) {
+        return std::nullopt;
+    }
+    return std::max<std::chrono::nanoseconds>(largestGap_, now - last_);
+}
+
 void RateMeter::restart() {
     if (begin_) {
         begin_ = last_;
     }
     records_ = 0;
     callbacks_ = 0;
+    largestGap_ = largestGap_.zero();
 }

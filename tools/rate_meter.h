@@ -1,4 +1,4 @@
-// The rate of a stream whose records come in batches.
+// The rate of a stream whose records come in batches, and the longest time without any.
 #pragma once
 
 #include <chrono>
@@ -17,12 +17,17 @@ class RateMeter {
     /// measured up to `now`.
     double perSecond(Time now) const;
 
+    /// The longest time from one callback to the next; the time since the last one, up to `now`, if
+    /// that is longer. Empty before the first.
+    std::optional<std::chrono::nanoseconds> largestGap(Time now) const;
+
     /// Starts a new measurement at the last callback.
     void restart();
 
   private:
     std::optional<Time> begin_;
     Time last_{};
+    std::chrono::nanoseconds largestGap_{0};
     uint64_t records_ = 0;
     uint64_t callbacks_ = 0;
 };

@@ -18,19 +18,23 @@ std::string microseconds(std::optional<std::chrono::nanoseconds> latency) {
     return latency ? fmt::format("{}", (latency->count() + 500) / 1000) : "-";
 }
 
+std::string milliseconds(std::optional<std::chrono::nanoseconds> time) {
+    return time ? fmt::format("{:.1f}", static_cast<double>(time->count()) * 1e-6) : "-";
+}
+
 using Measurement = const StreamMeasurement& (StreamStatistics::*)() const;
 
 Table measurementTable(const std::vector<std::unique_ptr<SensorStream>>& streams,
-                       Measurement choose) {
+                       Measurement choose, Session::Time now) {
     Table table({{"stream", Table::Align::LEFT},
                  {"records", Table::Align::RIGHT},
                  {"rate Hz", Table::Align::RIGHT},
                  {"batch", Table::Align::RIGHT},
+                 {"gap ms", Table::Align::RIGHT},
                  {"p50 us", Table::Align::RIGHT},
                  {"p99 us", Table::Align::RIGHT},
                  {"drops", Table::Align::RIGHT},
                  {"last values", Table::Align::LEFT}});
-    const auto now = std::chrono::steady_clock::now();
     for (const auto& stream : streams) {
         const StreamStatistics& statistics = stream->statistics();
         const StreamMeasurement& measurement = (statistics.*choose)();
@@ -38,6 +42,7 @@ Table measurementTable(const std::vector<std::unique_ptr<SensorStream>>& streams
         table.addRow({stream->name(), fmt::format("{}", measurement.records),
                       fmt::format("{:.1f}", measurement.rate.perSecond(now)),
                       fmt::format("{:.1f}", measurement.batch()),
+                      milliseconds(measurement.rate.largestGap(now)),
                       microseconds(measurement.latencies.percentile(0.50)),
                       microseconds(measurement.latencies.percentile(0.99)),
                       isNumbered ? fmt::format("{}", measurement.drops) : "-",
@@ -120,6 +125,7 @@ void Session::stop() {
         return;
     }
     isStarted_ = false;
+    measuredUntil_ = std::chrono::steady_clock::now();
     for (const auto& stream : streams_) {
         // Asked before each call: one to a dead service would not return.
         if (!shutdown_.isServiceDead()) {
@@ -139,7 +145,8 @@ void Session::finish() {
 }
 
 std::vector<std::string> Session::intervalTable() const {
-    return measurementTable(streams_, &StreamStatistics::interval).lines();
+    return measurementTable(streams_, &StreamStatistics::interval, std::chrono::steady_clock::now())
+        .lines();
 }
 
 void Session::restartIntervals() {
@@ -149,8 +156,9 @@ void Session::restartIntervals() {
 }
 
 std::vector<std::string> Session::summary() const {
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
-    auto lines = measurementTable(streams_, &StreamStatistics::total).lines();
+    // What the stream did not send since it was stopped is no gap.
+    const std::chrono::duration<double> elapsed = measuredUntil_ - begin_;
+    auto lines = measurementTable(streams_, &StreamStatistics::total, measuredUntil_).lines();
     lines.insert(lines.begin(), fmt::format("summary of {:.1f} s", elapsed.count()));
     return lines;
 }

@@ -47,7 +47,8 @@ class Session {
     std::vector<std::string> intervalTable() const;
     void restartIntervals();
 
-    /// A table of the streams over the whole run so far, below a line that says how long it was.
+    /// A table of the streams over the whole run, below a line that says how long it was. Only
+    /// after finish().
     std::vector<std::string> summary() const;
 
   private:
@@ -60,4 +61,5 @@ class Session {
     bool isStarted_ = false;
     Time begin_{};
     Time end_ = Time::max();
+    Time measuredUntil_{};
 };

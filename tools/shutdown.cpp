@@ -17,6 +17,12 @@ sigset_t watchedSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGUSR2}) {
         sigaddset(&signals, signal);
     }
+    // Under nohup, the program goes on when its terminal goes.
+    struct sigaction hangUp {};
+    sigaction(SIGHUP, nullptr, &hangUp);
+    if (hangUp.sa_handler != SIG_IGN) {
+        sigaddset(&signals, SIGHUP);
+    }
     return signals;
 }
 
@@ -74,7 +80,7 @@ void Shutdown::watch(std::chrono::milliseconds grace) {
     const auto deadline = std::chrono::steady_clock::now() + grace;
     std::chrono::nanoseconds left = grace;
     while (left > left.zero()) {
-        // Some senders send twice, so another SIGINT or SIGTERM says nothing new.
+        // Some senders send twice, so another signal to end says nothing new.
         if (awaitSignal(left) == SIGUSR2) {
             request(SIGUSR2);
         }

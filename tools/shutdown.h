@@ -1,4 +1,4 @@
-// What ends a run from outside: Ctrl-C, SIGTERM, the death of the service.
+// What ends a run from outside: Ctrl-C, SIGTERM, the terminal's end, the death of the service.
 #pragma once
 
 #include <vek/sensors/stream.h>
@@ -8,10 +8,11 @@
 #include <mutex>
 #include <thread>
 
-/// Turns SIGINT, SIGTERM and the death of the service into a request to end.
+/// Turns SIGINT, SIGTERM, SIGHUP (unless it is ignored) and the death of the service into a request
+/// to end.
 ///
 /// The library is told to report a death by SIGUSR2, which reaches a thread of this object like the
-/// other two. A program that has not ended when `grace` is over is ended here: it hangs in a
+/// others. A program that has not ended when `grace` is over is ended here: it hangs in a
 /// control call, which a dead service never answers.
 ///
 /// Make one before any other thread and any sensor object, so that they all inherit its signal mask

@@ -20,8 +20,10 @@ void StreamStatistics::countSample(RateMeter::Time now, const SampleHeader& head
     const int64_t arrival = std::chrono::nanoseconds(now.time_since_epoch()).count();
     const std::chrono::nanoseconds latency(arrival -
                                            std::clamp<int64_t>(header.timestamp, 0, arrival));
+    const bool isFollowed =
+        dropCounters_.size() < kMostSources || dropCounters_.count(header.source) != 0;
     const uint32_t drops =
-        dropCounters_[header.source].next(header.sequence, header.isDiscontinuity);
+        isFollowed ? dropCounters_[header.source].next(header.sequence, header.isDiscontinuity) : 0;
     for (StreamMeasurement* measurement : {&interval_, &total_}) {
         measurement->latencies.add(latency);
         measurement->drops += drops;

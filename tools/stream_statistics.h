@@ -41,6 +41,9 @@ class StreamStatistics {
     const StreamMeasurement& total() const { return total_; }
 
   private:
+    /// A service could make up more devices than there are; those beyond this have no drops.
+    static constexpr size_t kMostSources = 64;
+
     /// By source.
     std::map<uint64_t, DropCounter> dropCounters_;
     StreamMeasurement interval_;

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
@@ -14,6 +15,10 @@ Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
 }
 
 void Table::addRow(std::vector<std::string> cells) {
+    if (rows_.size() > kMostRows) {
+        ++rowsLeftOut_;
+        return;
+    }
     cells.resize(columns_.size());
     rows_.push_back(std::move(cells));
 }
@@ -36,11 +41,30 @@ std::vector<std::string> Table::lines() const {
     for (std::string& line : lines) {
         line.erase(line.find_last_not_of(' ') + 1);
     }
+    if (rowsLeftOut_ > 0) {
+        lines.push_back(fmt::format("and {} more", rowsLeftOut_));
+    }
     return lines;
 }
 
 std::string printable(std::string text) {
+    constexpr size_t kMostCharacters = 80;
+    constexpr char kEllipsis[] = "...";
+    if (text.size() > kMostCharacters) {
+        text.resize(kMostCharacters - std::strlen(kEllipsis));
+        text += kEllipsis;
+    }
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return text;
+}
+
+std::string listOf(const std::vector<std::string>& names) {
+    constexpr size_t kMostNames = 20;
+    const size_t shown = std::min(names.size(), kMostNames);
+    std::string list = fmt::format("{}", fmt::join(names.data(), names.data() + shown, ", "));
+    if (shown < names.size()) {
+        list += fmt::format(" and {} more", names.size() - shown);
+    }
+    return list;
 }

@@ -78,6 +78,18 @@ TEST(RateMeterTest, RateDoesNotDependOnWhereTheBatchesFall) {
     EXPECT_DOUBLE_EQ(meter.perSecond(kBegin + 1000ms), 100);
 }
 
+TEST(RateMeterTest, GapIsTheLongestTimeWithoutRecordsAndTheOneThatGoesOn) {
+    RateMeter meter;
+    EXPECT_FALSE(meter.largestGap(kBegin));
+    for (const auto time : {0ms, 10ms, 40ms, 50ms}) {
+        meter.deliver(kBegin + time, 1);
+    }
+    EXPECT_EQ(meter.largestGap(kBegin + 60ms), 30ms);
+    EXPECT_EQ(meter.largestGap(kBegin + 100ms), 50ms);
+    meter.restart();
+    EXPECT_EQ(meter.largestGap(kBegin + 60ms), 10ms) << "of the new interval alone";
+}
+
 TEST(StreamStatisticsTest, AnIntervalBeginsAnewAndTheRunGoesOn) {
     StreamStatistics statistics;
     statistics.countCallback(kBegin, 2);

@@ -45,7 +45,7 @@ CameraProperties findCamera(ICameraProvider& provider, const std::string& wanted
         names.push_back(fmt::format("{} or '{}'", number, printable(camera.propertyText1)));
     }
     throw Failure(ExitCode::USAGE,
-                  fmt::format("--camera '{}' is none of {}", wanted, fmt::join(names, ", ")));
+                  fmt::format("--camera '{}' is none of {}", wanted, listOf(names)));
 }
 
 Camera openCamera(const std::string& wanted) {
@@ -138,11 +138,11 @@ void capture(const CaptureOptions& options) {
     }
     const CameraFrame& frame = shot->frame;
     writePng(options.file, pictureOf(frame, {shot->buffer.data(), shot->buffer.size()}));
-    Display::append({fmt::format("{}: frame {} of camera {} '{}', {}x{} {}, {:.2f} ms, gain {:.1f}",
-                                 options.file, frame.sequence, camera.id, camera.name, frame.width,
-                                 frame.height, nameOf(frame.pixelFormat),
-                                 static_cast<double>(frame.exposureTime) * 1e-6,
-                                 frame.analogGain * frame.digitalGain)});
+    Display::append({fmt::format(
+        "{}: frame {} of camera {} '{}' at {} ns, {}x{} {}, {:.2f} ms, gain {:.1f}", options.file,
+        frame.sequence, camera.id, camera.name, frame.timestamp, frame.width, frame.height,
+        nameOf(frame.pixelFormat), static_cast<double>(frame.exposureTime) * 1e-6,
+        frame.analogGain * frame.digitalGain)});
 }
 
 }  // namespace
@@ -153,9 +153,20 @@ void addCaptureCommand(CLI::App& app) {
     command.add_option("--camera", options->camera, "Which camera, by its number or its name")
         ->type_name("CAMERA")
         ->required();
-    command.add_option("--out", options->file, "The file; one of that name is replaced")
+    command
+        .add_option(
+            "--out", options->file,
+            "The file; one of that name is replaced. Images of 10 bits fill the range of 16,\n"
+            "those of depth are in mm")
         ->type_name("FILE")
-        ->required();
+        ->required()
+        ->check([](const std::string& file) {
+            const std::string extension = std::filesystem::path(file).extension();
+            return extension.empty() || CLI::detail::to_lower(extension) == ".png"
+                       ? std::string()
+                       : fmt::format("'{}' is no name of a PNG file, and no other kind is written",
+                                     file);
+        });
     CLI::Option* const exposure =
         command
             .add_option("--exposure", options->exposureTime,

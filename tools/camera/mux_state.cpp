@@ -26,16 +26,14 @@ Table muxModeTable(const FrameSetConfigurationUpdate& state) {
                  {"state", Table::Align::LEFT},
                  {"purposes", Table::Align::LEFT}});
     const MuxMode& mode = state.muxMode;
-    table.addRow({printable(mode.name), "in force",
-                  printable(fmt::format("{}", fmt::join(mode.purposes, ", ")))});
+    table.addRow({printable(mode.name), "in force", printable(listOf(mode.purposes))});
     if (!mode.secondaryName.empty()) {
         std::vector<std::string> purposes;
         for (const auto& [purpose, data] : mode.secondaryPurposeData) {
             purposes.push_back(purpose);
         }
         std::sort(purposes.begin(), purposes.end());
-        table.addRow({printable(mode.secondaryName), "fallback",
-                      printable(fmt::format("{}", fmt::join(purposes, ", ")))});
+        table.addRow({printable(mode.secondaryName), "fallback", printable(listOf(purposes))});
     }
     return table;
 }

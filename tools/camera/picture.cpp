@@ -5,9 +5,12 @@
 #include <png.h>
 
 #include <algorithm>
+#include <cstring>
+#include <string>
 
 #include "camera/camera_names.h"
 #include "failure.h"
+#include "output_file.h"
 
 using namespace Vek::Sensors;
 
@@ -50,26 +53,46 @@ void check(const CameraFrame& frame, size_t bufferSize) {
     }
 }
 
-/// The distances that fit a room take up the range of a byte.
-uint8_t greyOfDepth(uint32_t millimetres) {
-    constexpr uint32_t kFarthest = 4080;
-    return static_cast<uint8_t>(std::min(millimetres, kFarthest) * 255 / kFarthest);
+Picture::Format pictureFormatOf(PixelFormat format) {
+    switch (format) {
+        case PixelFormat::GREY_10:
+        case PixelFormat::DEPTH_16:
+            return Picture::Format::GREY_16;
+        case PixelFormat::RGBA_8888:
+            return Picture::Format::RGBA_8;
+        case PixelFormat::GREY_8:
+            break;
+    }
+    return Picture::Format::GREY_8;
 }
 
 void appendPixel(PixelFormat format, const uint8_t* pixel, std::vector<uint8_t>& components) {
-    const auto value = [pixel] { return pixel[0] | static_cast<uint32_t>(pixel[1]) << 8; };
+    const size_t size = pixelSize(format);
+    if (size != sizeof(uint16_t)) {
+        components.insert(components.end(), pixel, pixel + size);
+        return;
+    }
+    auto value = static_cast<uint32_t>(pixel[0] | pixel[1] << 8);
+    if (format == PixelFormat::GREY_10) {
+        value = std::min(value, 1023U);
+        // The highest bits again below the lowest, so that white is white.
+        value = value << 6 | value >> 4;
+    }
+    const auto component = static_cast<uint16_t>(value);
+    components.resize(components.size() + size);
+    std::memcpy(&*components.end() - size, &component, size);
+}
+
+uint32_t pngFormatOf(Picture::Format format) {
     switch (format) {
-        case PixelFormat::GREY_8:
-        case PixelFormat::RGBA_8888:
-            components.insert(components.end(), pixel, pixel + pixelSize(format));
-            break;
-        case PixelFormat::GREY_10:
-            components.push_back(static_cast<uint8_t>(std::min(value(), 1023U) >> 2));
-            break;
-        case PixelFormat::DEPTH_16:
-            components.push_back(greyOfDepth(value()));
+        case Picture::Format::GREY_16:
+            return PNG_FORMAT_LINEAR_Y;
+        case Picture::Format::RGBA_8:
+            return PNG_FORMAT_RGBA;
+        case Picture::Format::GREY_8:
             break;
     }
+    return PNG_FORMAT_GRAY;
 }
 
 }  // namespace
@@ -77,11 +100,7 @@ void appendPixel(PixelFormat format, const uint8_t* pixel, std::vector<uint8_t>&
 Picture pictureOf(const CameraFrame& frame, gsl::span<const std::byte> buffer) {
     check(frame, buffer.size());
     const uint32_t size = pixelSize(frame.pixelFormat);
-    Picture picture{
-        frame.width,
-        frame.height,
-        frame.pixelFormat == PixelFormat::RGBA_8888 ? Picture::Format::RGBA : Picture::Format::GREY,
-        {}};
+    Picture picture{frame.width, frame.height, pictureFormatOf(frame.pixelFormat), {}};
     picture.components.reserve(size_t{frame.width} * frame.height * size);
     for (uint32_t y = 0; y < frame.height; ++y) {
         const auto* pixel =
@@ -98,10 +117,19 @@ void writePng(const std::filesystem::path& path, const Picture& picture) {
     image.version = PNG_IMAGE_VERSION;
     image.width = picture.width;
     image.height = picture.height;
-    image.format = picture.format == Picture::Format::RGBA ? PNG_FORMAT_RGBA : PNG_FORMAT_GRAY;
-    if (png_image_write_to_file(&image, path.c_str(), 0, picture.components.data(), 0, nullptr) ==
-        0) {
-        throw Failure(ExitCode::FAILED,
-                      fmt::format("cannot write {}: {}", path.string(), image.message));
-    }
+    image.format = pngFormatOf(picture.format);
+    const auto encode = [&](void* memory, png_alloc_size_t& size) {
+        if (png_image_write_to_memory(&image, memory, &size, 0, picture.components.data(), 0,
+                                      nullptr) == 0) {
+            throw Failure(ExitCode::FAILED,
+                          fmt::format("cannot write {}: {}", path.string(), image.message));
+        }
+    };
+    png_alloc_size_t size = 0;
+    encode(nullptr, size);
+    std::string encoded(size, '\0');
+    encode(encoded.data(), size);
+    OutputFile file(path);
+    file.write({encoded.data(), size});
+    file.close();
 }

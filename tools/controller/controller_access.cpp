@@ -34,13 +34,13 @@ static Info find(const std::vector<Info>& infos, const std::string& key, const c
         return key == text(info.name) || key == text(info.address);
     });
     if (found == infos.end()) {
-        std::string others;
+        std::vector<std::string> others;
         for (const Info& info : infos) {
-            others += fmt::format("{}'{}'", others.empty() ? "" : ", ", text(info.name));
+            others.push_back(fmt::format("'{}'", text(info.name)));
         }
         throw Failure(ExitCode::USAGE,
                       fmt::format("no {} controller is called '{}'; there {}{}", what, key,
-                                  others.empty() ? "is none" : "are ", others));
+                                  others.empty() ? "is none" : "are ", listOf(others)));
     }
     return *found;
 }

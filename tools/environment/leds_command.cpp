@@ -129,14 +129,14 @@ void addLedsCommand(CLI::App& app) {
         "leds",
         "Set, switch and override the illuminators of face and eye tracking; without an option:\n"
         "print which there are. The service takes everything back when the command ends.");
-    command.add_flag("--override", options->overrides,
-                     "Take the LEDs from the service's own control first");
+    CLI::Option* const overriding = command.add_flag(
+        "--override", options->overrides, "Take the LEDs from the service's own control first");
     command
         .add_option("--set", options->settings,
-                    "Set one LED, at so many uA for so many us in each exposure; may be repeated.\n"
-                    "Takes effect while the LEDs are overridden")
+                    "Set one LED, at so many uA for so many us in each exposure; may be repeated")
         ->type_name("GROUP:CHANNEL:UA:US")
         ->expected(1)
+        ->needs(overriding)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->check([](const std::string& setting) {
             return toConfiguration(setting)

@@ -100,11 +100,7 @@ class RpcClient {
 };
 
 std::string textOf(const std::vector<uint8_t>& payload) {
-    constexpr size_t kMostBytes = 60;
-    const auto end =
-        payload.begin() + static_cast<std::ptrdiff_t>(std::min(payload.size(), kMostBytes));
-    return printable(std::string(payload.begin(), end)) +
-           (payload.size() > kMostBytes ? "..." : "");
+    return printable(std::string(payload.begin(), payload.end()));
 }
 
 std::string nameOf(KivraRpcMessageKind kind) {
