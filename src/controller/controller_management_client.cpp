@@ -11,7 +11,7 @@ using Convert::intoHidl;
 
 /// The service's result as it is. A command that could not be delivered is a bad state, not a
 /// failure: clients tell the two apart.
-ControllerResult resultOf(const android::hardware::Return<Hidl::Result>& hidlReturn) {
+ControllerResult resultOf(android::hardware::Return<Hidl::Result> hidlReturn) {
     return static_cast<ControllerResult>(hidlReturn.withDefault(Hidl::Result::BAD_STATE));
 }
 

@@ -50,7 +50,7 @@ class OutputStreamHandle {
           prepare_(std::move(prepare)),
           client_(new SensorClient("clientId")) {}
 
-    ~OutputStreamHandle() { android::hardware::EventFlag::deleteEventFlag(&evFlag_); }
+    ~OutputStreamHandle() { OS::deleteEventFlag(&evFlag_); }
 
     OutputStreamHandle(const OutputStreamHandle&) = delete;
     OutputStreamHandle& operator=(const OutputStreamHandle&) = delete;
@@ -114,7 +114,7 @@ class OutputStreamHandle {
                         name_);
         stream_.emplace(descriptor, false);
         config_ = config;
-        android::hardware::EventFlag::deleteEventFlag(&evFlag_);
+        OS::deleteEventFlag(&evFlag_);
         evFlag_ = OS::createEventFlagFromHandle(config.eventFlag);
         MORIAK_FATAL_IF(!evFlag_, "failed creating event flag for %s output stream", name_);
     }

@@ -3,6 +3,11 @@
 
 #include <log/log.h>
 
+/// The log library exports it, but no published header declares it.
+extern "C" [[noreturn]] void __android_log_buf_assert(int buffer, const char* condition,
+                                                      const char* tag, const char* format, ...)
+    __attribute__((__format__(printf, 4, 5)));
+
 namespace Vek::Sensors::HidlWrapper {
 
 inline constexpr char kLogTag[] = "Moriak-HidlWrapper";

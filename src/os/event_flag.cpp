@@ -3,9 +3,64 @@
 
 #include <cutils/ashmem.h>
 #include <cutils/native_handle.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <map>
+#include <mutex>
+
 namespace Vek::OS {
+namespace {
+
+using android::hardware::EventFlag;
+using Word = std::atomic<uint32_t>;
+
+/// Where the words are that were mapped here. The runtime's own mapping of a descriptor is not to
+/// be had in all of its releases, and its event flags do not tell their words.
+class MappedWords {
+  public:
+    static MappedWords& self() {
+        // Never destroyed: other static objects may own event flags.
+        static auto* const words = new MappedWords;
+        return *words;
+    }
+
+    void add(const EventFlag* eventFlag, Word* word) {
+        const std::lock_guard lock{mutex_};
+        words_[eventFlag] = word;
+    }
+    /// @return null for an event flag that was not made here.
+    Word* take(const EventFlag* eventFlag) {
+        const std::lock_guard lock{mutex_};
+        const auto found = words_.find(eventFlag);
+        if (found == words_.end()) {
+            return nullptr;
+        }
+        Word* const word = found->second;
+        words_.erase(found);
+        return word;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::map<const EventFlag*, Word*> words_;
+};
+
+/// Null unless the descriptor is of ashmem that holds a word.
+Word* mapWord(int fd) {
+    if (ashmem_valid(fd) == 0 || ashmem_get_size_region(fd) < static_cast<int>(sizeof(Word))) {
+        return nullptr;
+    }
+    void* const address = mmap(nullptr, sizeof(Word), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    return address == MAP_FAILED ? nullptr : static_cast<Word*>(address);
+}
+
+void unmapWord(Word* word) {
+    munmap(word, sizeof(Word));
+}
+
+}  // namespace
 
 android::hardware::hidl_handle createEventFlagHandle(const std::string& name) {
     android::hardware::hidl_handle handle;
@@ -23,18 +78,33 @@ android::hardware::hidl_handle createEventFlagHandle(const std::string& name) {
     return handle;
 }
 
-android::hardware::EventFlag* createEventFlagFromHandle(
-    const android::hardware::hidl_handle& handle) {
+EventFlag* createEventFlagFromHandle(const android::hardware::hidl_handle& handle) {
     const native_handle_t* const nativeHandle = handle.getNativeHandle();
     if (nativeHandle == nullptr || nativeHandle->numFds < 1) {
         return nullptr;
     }
-    android::hardware::EventFlag* eventFlag = nullptr;
-    if (android::hardware::EventFlag::createEventFlag(nativeHandle->data[0], 0, &eventFlag) !=
-        android::NO_ERROR) {
+    Word* const word = mapWord(nativeHandle->data[0]);
+    if (word == nullptr) {
         return nullptr;
     }
+    EventFlag* eventFlag = nullptr;
+    if (EventFlag::createEventFlag(word, &eventFlag) != android::NO_ERROR) {
+        unmapWord(word);
+        return nullptr;
+    }
+    MappedWords::self().add(eventFlag, word);
     return eventFlag;
+}
+
+void deleteEventFlag(EventFlag** eventFlag) {
+    if (*eventFlag == nullptr) {
+        return;
+    }
+    Word* const word = MappedWords::self().take(*eventFlag);
+    EventFlag::deleteEventFlag(eventFlag);
+    if (word != nullptr) {
+        unmapWord(word);
+    }
 }
 
 }  // namespace Vek::OS

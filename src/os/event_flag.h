@@ -15,8 +15,13 @@ namespace Vek::OS {
 android::hardware::hidl_handle createEventFlagHandle(const std::string& name);
 
 /// Maps the word behind a handle.
-/// @return owned by the caller (EventFlag::deleteEventFlag); null if the handle holds no such word.
+/// @return owned by the caller (deleteEventFlag); null unless the handle's first descriptor is of
+/// ashmem with room for a word.
 android::hardware::EventFlag* createEventFlagFromHandle(
     const android::hardware::hidl_handle& handle);
+
+/// Deletes an event flag, unmaps its word if createEventFlagFromHandle mapped it, and sets the
+/// pointer to null. A null pointer is left alone.
+void deleteEventFlag(android::hardware::EventFlag** eventFlag);
 
 }  // namespace Vek::OS

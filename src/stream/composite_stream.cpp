@@ -20,7 +20,7 @@ CompositeStream::CompositeStream(const std::string& name)
 }
 
 CompositeStream::~CompositeStream() {
-    android::hardware::EventFlag::deleteEventFlag(&evFlag_);
+    OS::deleteEventFlag(&evFlag_);
 }
 
 void CompositeStream::addStream(StreamHandleBase& stream) {

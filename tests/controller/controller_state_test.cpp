@@ -141,7 +141,7 @@ TEST_F(ControllerStateTest, PosesReachTheServiceUntilItsQueueIsFull) {
     EXPECT_EQ(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
     EXPECT_FALSE(provider.sendPose(pose(2)));
     EXPECT_NE(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
-    android::hardware::EventFlag::deleteEventFlag(&flag);
+    Vek::OS::deleteEventFlag(&flag);
     EXPECT_THAT(takePoses(), ElementsAre(0, 1));
 
     provider.stopPoseOutputStream();

@@ -21,8 +21,8 @@ TEST(EventFlagHandle, MappingsShareTheWordThatAHandleHas) {
     uint32_t state = 0;
     EXPECT_EQ(second->wait(6, &state, 1, true), android::NO_ERROR);
     EXPECT_EQ(state, 4U);
-    EventFlag::deleteEventFlag(&first);
-    EventFlag::deleteEventFlag(&second);
+    Vek::OS::deleteEventFlag(&first);
+    Vek::OS::deleteEventFlag(&second);
 
     hidl_handle noDescriptors;
     noDescriptors.setTo(native_handle_create(0, 1), true);

@@ -20,8 +20,7 @@ TEST(LogDeathTest, LinesNamePriorityAndTagAndAnAssertionItsConditionBeforeThePro
         "^E/Tag: 3 of four\nI/: 100%\n\\?/Other: no such priority\n"
         "F/Tag: Assertion failed: 3 > 2\nF/Tag: count=3\n$");
     EXPECT_DEATH(LOG_ALWAYS_FATAL("gone"), "^F/Tag: gone\n$");
-    EXPECT_DEATH(__android_log_buf_assert(0, "a", "Other", nullptr),
-                 "^F/Other: Assertion failed: a\n$");
+    EXPECT_DEATH(__android_log_assert("a", "Other", nullptr), "^F/Other: Assertion failed: a\n$");
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ class FakeCameraStream : public RecordingService<Hidl::ICameraStream> {
     using Queue = ServiceEnd<Hidl::FrameSet>::Queue;
     using Client = sp<Hidl::ISensorClient>;
 
-    ~FakeCameraStream() override { android::hardware::EventFlag::deleteEventFlag(&recycleFlag); }
+    ~FakeCameraStream() override { Vek::OS::deleteEventFlag(&recycleFlag); }
 
     Return<void> prepareStream(const Client& client, const Queue::Descriptor& queue,
                                const Hidl::FmqConfig& config, prepareStream_cb callback) override {

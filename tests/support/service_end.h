@@ -24,7 +24,7 @@ class ServiceEnd {
     ServiceEnd() = default;
     ServiceEnd(const ServiceEnd&) = delete;
     ServiceEnd& operator=(const ServiceEnd&) = delete;
-    ~ServiceEnd() { android::hardware::EventFlag::deleteEventFlag(&eventFlag_); }
+    ~ServiceEnd() { Vek::OS::deleteEventFlag(&eventFlag_); }
 
     void accept(const typename Queue::Descriptor& descriptor,
                 const android::sp<Hidl::ISensorClient>& streamClient,
@@ -33,7 +33,7 @@ class ServiceEnd {
         client = streamClient;
         readNotifyBit = config.readNotifyBit;
         dataReadyBit = config.dataReadyBit;
-        android::hardware::EventFlag::deleteEventFlag(&eventFlag_);
+        Vek::OS::deleteEventFlag(&eventFlag_);
         eventFlag_ = Vek::OS::createEventFlagFromHandle(config.eventFlag);
     }
 

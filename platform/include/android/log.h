@@ -48,8 +48,7 @@ int __android_log_buf_print(int buffer, int priority, const char* tag, const cha
  *        "Assertion failed: <condition>", before the message.
  * @param format of the message, or null.
  */
-[[noreturn]] void __android_log_buf_assert(int buffer, const char* condition, const char* tag,
-                                           const char* format, ...)
-    __attribute__((__format__(printf, 4, 5)));
+[[noreturn]] void __android_log_assert(const char* condition, const char* tag, const char* format,
+                                       ...) __attribute__((__format__(printf, 3, 4)));
 
 }  // extern "C"

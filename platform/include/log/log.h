@@ -9,8 +9,7 @@
 #define ALOGW(...) MORIAK_LOG_LINE(ANDROID_LOG_WARN, __VA_ARGS__)
 #define ALOGI(...) MORIAK_LOG_LINE(ANDROID_LOG_INFO, __VA_ARGS__)
 
-#define LOG_ALWAYS_FATAL(...) __android_log_buf_assert(LOG_ID_MAIN, nullptr, LOG_TAG, __VA_ARGS__)
-#define LOG_ALWAYS_FATAL_IF(condition, ...)                                        \
-    (__builtin_expect((condition), false)                                          \
-         ? __android_log_buf_assert(LOG_ID_MAIN, #condition, LOG_TAG, __VA_ARGS__) \
-         : static_cast<void>(0))
+#define LOG_ALWAYS_FATAL(...) __android_log_assert(nullptr, LOG_TAG, __VA_ARGS__)
+#define LOG_ALWAYS_FATAL_IF(condition, ...)                                                        \
+    (__builtin_expect((condition), false) ? __android_log_assert(#condition, LOG_TAG, __VA_ARGS__) \
+                                          : static_cast<void>(0))

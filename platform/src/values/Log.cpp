@@ -24,6 +24,16 @@ void writeLine(int buffer, int priority, const char* tag, const char* format, va
     writeLine(buffer, priority, tag, text);
 }
 
+[[noreturn]] void die(int buffer, const char* condition, const char* tag, const char* format,
+                      va_list arguments) {
+    if (condition != nullptr) {
+        const std::string line = std::string("Assertion failed: ") + condition;
+        writeLine(buffer, ANDROID_LOG_FATAL, tag, line.c_str());
+    }
+    if (format != nullptr) writeLine(buffer, ANDROID_LOG_FATAL, tag, format, arguments);
+    abort();
+}
+
 }  // namespace
 
 void __android_log_stderr_logger(const __android_log_message* message) {
@@ -52,15 +62,16 @@ int __android_log_buf_print(int buffer, int priority, const char* tag, const cha
     return 1;
 }
 
-void __android_log_buf_assert(int buffer, const char* condition, const char* tag,
-                              const char* format, ...) {
-    if (condition != nullptr) {
-        const std::string line = std::string("Assertion failed: ") + condition;
-        writeLine(buffer, ANDROID_LOG_FATAL, tag, line.c_str());
-    }
+void __android_log_assert(const char* condition, const char* tag, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    if (format != nullptr) writeLine(buffer, ANDROID_LOG_FATAL, tag, format, arguments);
-    va_end(arguments);
-    abort();
+    die(LOG_ID_MAIN, condition, tag, format, arguments);
+}
+
+/** Exported as by the device's log library, which declares it in no header either. */
+extern "C" [[noreturn]] void __android_log_buf_assert(int buffer, const char* condition,
+                                                      const char* tag, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    die(buffer, condition, tag, format, arguments);
 }
