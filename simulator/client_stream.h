@@ -86,6 +86,18 @@ class ClientStream {
         return !isDiscontinuous_;
     }
 
+    /// Whether a batch of so many records would be taken, or of as many as there is ever room for.
+    bool hasRoomFor(size_t records) const {
+        return unread() + std::min(records, capacity()) <= capacity();
+    }
+
+    /// Waits for a short while until the client consumes records.
+    void awaitRead() {
+        constexpr int64_t kWhile = 2'000'000;  // ns
+        uint32_t state = 0;
+        eventFlag_->wait(readNotifyBit_, &state, kWhile);
+    }
+
     /// Records that the client has not taken yet.
     size_t unread() const { return std::min(queue_.availableToRead(), capacity()); }
 

@@ -10,11 +10,12 @@
 namespace Simulator {
 
 Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
-                 const EnvironmentSettings& environment) {
-    groups_.push_back(std::make_unique<MotionDevices>(faults));
-    groups_.push_back(std::make_unique<CameraDevices>(std::make_shared<TestPattern>(), faults));
-    groups_.push_back(std::make_unique<ControllerDevices>(controllers, faults));
-    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults));
+                 const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock) {
+    groups_.push_back(std::make_unique<MotionDevices>(faults, clock));
+    groups_.push_back(
+        std::make_unique<CameraDevices>(std::make_shared<TestPattern>(), faults, clock));
+    groups_.push_back(std::make_unique<ControllerDevices>(controllers, faults, clock));
+    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults, clock));
 }
 
 std::string Headset::registerServices() {

@@ -9,13 +9,14 @@
 #include "device_group.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
+#include "world_clock.h"
 
 namespace Simulator {
 
 class Headset {
   public:
     Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
-            const EnvironmentSettings& environment);
+            const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock);
 
     /// As of DeviceGroup, for all groups.
     std::string registerServices();

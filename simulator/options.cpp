@@ -178,6 +178,11 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     app.add_option("--summary", options.summaryFile,
                    "File to write the summary to as well, even with --quiet")
         ->type_name("FILE");
+    app.add_option("--speed", options.speed,
+                   "How many times faster than real time the world goes on; 0: as fast as the\n"
+                   "slowest client reads, without a drop, from the same instant in every run")
+        ->type_name("X")
+        ->check(CLI::Range(0.0, 1000.0));
     // One value each, or an option that follows without its own name would be swallowed.
     app.add_option("--refuse", refusals,
                    fmt::format("Have a call answer with an error and do nothing; may be repeated.\n"

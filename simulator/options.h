@@ -16,6 +16,8 @@ struct Options {
     FaultSettings faults;
     ControllerSettings controllers;
     EnvironmentSettings environment;
+    /// Of the world's clock; 0 if the clients pace it.
+    double speed = 1;
     /// Counted from when the service can be found.
     std::optional<double> dieAfterSeconds;
     /// Told when the service can be found.

@@ -1,31 +1,43 @@
-// See sampler.h.
+// Each sampler's thread sleeps until its next batch is due.
 #include "sampler.h"
 
 #include <pthread.h>
 #include <sys/prctl.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "time_units.h"
 
 namespace Simulator {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Time = WorldClock::Time;
 
 /// By how much a thread that did not get to run may be behind and still catch up. More than that at
 /// once would overrun the queues of clients that did nothing wrong.
 constexpr std::chrono::milliseconds kMaxLag{15};
 
-}  // namespace
-
-SampleInstant instantOf(const Batch& batch, uint32_t index, Clock::time_point arrival) {
-    return {toNanoseconds(batch.firstSample + index * batch.period), toNanoseconds(arrival),
-            batch.firstSequence + index};
+/// The last instant on the grid of whole periods since `start` that is not after `time`.
+Time onGrid(Time start, Time time, std::chrono::nanoseconds period) {
+    return start + (time - start) / period * period;
 }
 
-Sampler::Sampler(SamplingPlan plan, std::function<void(const Batch&)> deliver)
-    : deliver_(std::move(deliver)), plan_(plan), thread_([this] { run(); }) {}
+}  // namespace
+
+SampleInstant instantOf(const Batch& batch, uint32_t index) {
+    const std::chrono::nanoseconds offset = index * batch.period;
+    return {toNanoseconds(batch.firstSample + offset), toNanoseconds(batch.arrival),
+            batch.firstSequence + index, batch.firstWorldTime + offset.count()};
+}
+
+Sampler::Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
+                 std::function<void(const Batch&)> deliver, WorldClock::Role role)
+    : clock_(std::move(clock)),
+      deliver_(std::move(deliver)),
+      role_(role),
+      plan_(plan),
+      thread_([this] { run(); }) {}
 
 Sampler::~Sampler() {
     stop();
@@ -37,17 +49,19 @@ void Sampler::setPlan(SamplingPlan plan) {
 }
 
 void Sampler::setBatchLimit(size_t limit) {
-    const std::lock_guard lock{mutex_};
-    batchLimit_ = limit;
-    changed_.notify_all();
+    {
+        const std::lock_guard lock{mutex_};
+        batchLimit_ = limit;
+    }
+    interrupt();
 }
 
 void Sampler::stop() {
     {
         const std::lock_guard lock{mutex_};
         isStopped_ = true;
-        changed_.notify_all();
     }
+    interrupt();
     if (thread_.joinable()) {
         thread_.join();
     }
@@ -58,34 +72,73 @@ uint64_t Sampler::missedSamples() const {
     return missedSamples_;
 }
 
+void Sampler::interrupt() {
+    changed_.notify_all();
+    if (clock_->isPacedByClients()) {
+        clock_->interrupt();
+    }
+}
+
+/// @return false if there is nobody to sample for any more
+bool Sampler::awaitLocked(std::unique_lock<std::mutex>& lock, Time due) {
+    if (!clock_->isPacedByClients()) {
+        return !changed_.wait_until(lock, clock_->realTime(due),
+                                    [this] { return isToStandStillLocked(); });
+    }
+    lock.unlock();
+    const bool isDue = clock_->awaitTurn(this, due, role_, [this] {
+        const std::lock_guard ownLock{mutex_};
+        return isToStandStillLocked();
+    });
+    lock.lock();
+    return isDue;
+}
+
 void Sampler::run() {
     pthread_setname_np(pthread_self(), "sampler");
     // The default slack of 50 us would be most of a sample's latency.
     prctl(PR_SET_TIMERSLACK, 1UL);
     uint32_t sequence = 0;
+    Time lastSample = clock_->start() - std::chrono::nanoseconds{1};
     std::unique_lock lock{mutex_};
     while (!isStopped_) {
         changed_.wait(lock, [this] { return isStopped_ || batchLimit_ > 0; });
-        Clock::time_point begin = Clock::now();
-        while (!isStopped_ && batchLimit_ > 0) {
+        Time begin = clock_->now();
+        if (clock_->isPacedByClients() && lastSample < clock_->beginning()) {
+            begin = clock_->beginning();
+        }
+        bool isAfterGap = false;
+        while (!isToStandStillLocked()) {
             const std::chrono::nanoseconds period =
                 std::chrono::nanoseconds{std::chrono::seconds{1}} / plan_.rate;
             const auto size = static_cast<uint32_t>(std::min<size_t>(plan_.batchSize, batchLimit_));
-            const Clock::time_point due = begin + size * period;
-            if (changed_.wait_until(lock, due, [this] { return isStopped_ || batchLimit_ == 0; })) {
+            begin = onGrid(clock_->start(), begin, period);
+            const Time due = begin + size * period;
+            if (!awaitLocked(lock, due)) {
                 break;
             }
             lock.unlock();
-            deliver_({begin + period, period, sequence, size});
+            const Time firstSample = begin + period;
+            const Time now = clock_->isPacedByClients() ? due : clock_->now();
+            deliver_({firstSample, clock_->worldTime(firstSample), period, sequence, size, now,
+                      isAfterGap});
             lock.lock();
             sequence += size;
-            begin = due;
-            const Clock::duration lag = Clock::now() - due;
-            if (lag > std::max<Clock::duration>(kMaxLag, size * period)) {
-                missedSamples_ += static_cast<uint64_t>(lag / period);
-                begin += lag / period * period;
+            begin = lastSample = due;
+            isAfterGap = false;
+            const Time::duration lag =
+                clock_->isPacedByClients() ? Time::duration::zero() : clock_->now() - due;
+            if (lag > std::max<Time::duration>(kMaxLag, size * period)) {
+                const auto missed = static_cast<uint32_t>(lag / period);
+                missedSamples_ += missed;
+                sequence += missed;
+                begin += missed * period;
+                isAfterGap = true;
             }
         }
+        lock.unlock();
+        clock_->leave(this);
+        lock.lock();
     }
 }
 

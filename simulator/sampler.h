@@ -5,8 +5,11 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
+
+#include "world_clock.h"
 
 namespace Simulator {
 
@@ -23,32 +26,42 @@ struct SamplingPlan {
 
 /// Samples that were taken one period after the other; the last one just now.
 struct Batch {
-    std::chrono::steady_clock::time_point firstSample;
+    WorldClock::Time firstSample;
+    /// In ns since the world's start.
+    int64_t firstWorldTime;
     std::chrono::nanoseconds period;
     uint32_t firstSequence;
     uint32_t size;
+    /// When the service had it in hand.
+    WorldClock::Time arrival;
+    /// Samples before it were not taken, because the machine was too busy.
+    bool isAfterGap;
 };
 
 struct SampleInstant {
-    /// When the sample was taken: CLOCK_MONOTONIC, in ns.
+    /// When the sample was taken: CLOCK_MONOTONIC unless the world's clock has a pace of its own,
+    /// in ns.
     int64_t timestamp;
     /// When the service had it in hand.
     int64_t arrivalTimestamp;
     uint32_t sequence;
+    /// When the sample was taken, in ns since the world's start.
+    int64_t worldTime;
 };
 
-/// @param arrival when the service had the batch in hand
-SampleInstant instantOf(const Batch& batch, uint32_t index,
-                        std::chrono::steady_clock::time_point arrival);
+SampleInstant instantOf(const Batch& batch, uint32_t index);
 
-/// Runs only while somebody listens. Deadlines follow from each other, not from when the thread got
-/// to run, so that the rate holds.
+/// Runs only while somebody listens. Samples stand on a grid of whole periods since the world's
+/// start, so that those of several sensors fall together and the thread's delays do not add up.
 ///
 /// Threading: every method may be called from any thread but its own. `deliver` is called on the
 /// sampler's thread, without a lock.
 class Sampler {
   public:
-    Sampler(SamplingPlan plan, std::function<void(const Batch&)> deliver);
+    /// @param role see WorldClock
+    Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
+            std::function<void(const Batch&)> deliver,
+            WorldClock::Role role = WorldClock::Role::LEADS);
     ~Sampler();
     Sampler(const Sampler&) = delete;
     Sampler& operator=(const Sampler&) = delete;
@@ -67,8 +80,13 @@ class Sampler {
 
   private:
     void run();
+    bool isToStandStillLocked() const { return isStopped_ || batchLimit_ == 0; }
+    bool awaitLocked(std::unique_lock<std::mutex>& lock, WorldClock::Time due);
+    void interrupt();
 
+    const std::shared_ptr<WorldClock> clock_;
     const std::function<void(const Batch&)> deliver_;
+    const WorldClock::Role role_;
     mutable std::mutex mutex_;  // guards everything below but the thread
     std::condition_variable changed_;
     SamplingPlan plan_;

@@ -4,6 +4,7 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -78,6 +79,28 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
         }
     }
 
+    /// For a world that its clients pace: waits until all started clients have room for so many
+    /// records, or until endWaits(). Not under a lock that control calls take: a client may want to
+    /// stop its stream instead of reading.
+    void awaitRoom(size_t records) {
+        while (!isEnding_) {
+            ClientPointer busy;
+            {
+                const std::lock_guard lock{mutex_};
+                const auto found = std::find_if(
+                    clients_.begin(), clients_.end(), [records](const ClientPointer& client) {
+                        return client->isStarted && !client->stream.hasRoomFor(records);
+                    });
+                if (found == clients_.end()) {
+                    return;
+                }
+                busy = *found;
+            }
+            busy->stream.awaitRead();
+        }
+    }
+    void endWaits() { isEnding_ = true; }
+
     virtual StreamStatistics statistics() const {
         const std::lock_guard lock{mutex_};
         return statistics_;
@@ -116,6 +139,7 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
 
     const std::shared_ptr<Faults> faults_;
     StreamStatistics statistics_;
+    std::atomic<bool> isEnding_{false};
 };
 
 template <typename Record>

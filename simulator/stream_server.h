@@ -1,7 +1,6 @@
 // The stream of one sensor: takes its samples and writes them into the queues of its clients.
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -29,10 +28,11 @@ class StreamServer final : public StreamClients<Record> {
     /// @param name of the sensor, for log lines
     /// @param takeSample called on the sampler's thread
     StreamServer(const std::string& name, SamplingPlan plan, TakeSample takeSample,
-                 std::shared_ptr<Faults> faults)
+                 std::shared_ptr<Faults> faults, const std::shared_ptr<WorldClock>& clock)
         : StreamClients<Record>(name, std::move(faults)),
           takeSample_(std::move(takeSample)),
-          sampler_(plan, [this](const Batch& batch) { deliver(batch); }) {}
+          isPacedByClients_(clock->isPacedByClients()),
+          sampler_(plan, clock, [this](const Batch& batch) { deliver(batch); }) {}
 
     void configure(SamplingPlan plan) {
         ALOGI("%s: %u Hz, %u samples a batch", this->name().c_str(), plan.rate, plan.batchSize);
@@ -40,7 +40,10 @@ class StreamServer final : public StreamClients<Record> {
     }
 
     /// No more samples, for good.
-    void stop() { sampler_.stop(); }
+    void stop() {
+        this->endWaits();
+        sampler_.stop();
+    }
 
     StreamStatistics statistics() const override {
         StreamStatistics statistics = StreamClients<Record>::statistics();
@@ -52,15 +55,21 @@ class StreamServer final : public StreamClients<Record> {
     void onBatchLimitLocked(size_t limit) override { sampler_.setBatchLimit(limit); }
 
     void deliver(const Batch& batch) {
-        const auto arrival = std::chrono::steady_clock::now();
         records_.clear();
         for (uint32_t i = 0; i < batch.size; ++i) {
-            records_.push_back(takeSample_(instantOf(batch, i, arrival)));
+            records_.push_back(takeSample_(instantOf(batch, i)));
+        }
+        if (batch.isAfterGap) {
+            Discontinuity<Record>::mark(&records_.front());
+        }
+        if (isPacedByClients_) {
+            this->awaitRoom(records_.size());
         }
         this->write(records_);
     }
 
     const TakeSample takeSample_;
+    const bool isPacedByClients_;
     std::vector<Record> records_;  // of the batch in hand, on the sampler's thread
     Sampler sampler_;              // the last: its thread uses all of the others
 };

@@ -7,13 +7,14 @@
 namespace Simulator {
 
 CameraDevices::CameraDevices(const std::shared_ptr<ImageSource>& source,
-                             const std::shared_ptr<Faults>& faults)
+                             const std::shared_ptr<Faults>& faults,
+                             const std::shared_ptr<WorldClock>& clock)
     : faults_(faults) {
     std::vector<android::sp<FrameSetServer>> servers;
     for (const CameraStreamPlan& plan : cameraStreamPlans()) {
-        servers.push_back(new FrameSetServer(plan, source, faults));
+        servers.push_back(new FrameSetServer(plan, source, faults, clock));
     }
-    mux_ = std::make_shared<MuxControl>(servers);
+    mux_ = std::make_shared<MuxControl>(servers, clock);
     for (const auto& server : servers) {
         streams_.push_back(new CameraStreamService(server, mux_, faults_));
     }

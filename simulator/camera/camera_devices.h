@@ -14,8 +14,8 @@ namespace Simulator {
 class CameraDevices : public DeviceGroup {
   public:
     /// @param source draws the images of all cameras
-    CameraDevices(const std::shared_ptr<ImageSource>& source,
-                  const std::shared_ptr<Faults>& faults);
+    CameraDevices(const std::shared_ptr<ImageSource>& source, const std::shared_ptr<Faults>& faults,
+                  const std::shared_ptr<WorldClock>& clock);
 
     std::string registerServices() override;
     void stop() override;

@@ -44,6 +44,10 @@ class FrameSetClient : public StreamingParty {
     const Queue::Descriptor& recycleQueue() const { return *recycleQueue_.getDesc(); }
     const Hal::FmqConfig& recycleConfig() const { return recycleConfig_; }
 
+    bool hasRoom() const { return !ledger_.isFull() && stream_.hasRoomFor(1); }
+    /// Waits for a short while until the client takes a frame set. From any thread.
+    void awaitRead() { stream_.awaitRead(); }
+
     /// @return false, and counts a drop, if the client has enough to do
     bool offer(const Hal::FrameSet& frameSet);
 

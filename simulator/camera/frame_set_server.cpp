@@ -12,14 +12,15 @@
 namespace Simulator {
 
 FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<ImageSource> source,
-                               std::shared_ptr<Faults> faults)
+                               std::shared_ptr<Faults> faults, std::shared_ptr<WorldClock> clock)
     : StreamRegister(plan.name, kMaxClients),
       plan_(plan),
       source_(std::move(source)),
       faults_(std::move(faults)),
+      clock_(std::move(clock)),
       resolutions_(plan.cameras.size(), Hal::Resolution::FULL),
       frameRate_(plan.frameRate),
-      sampler_({static_cast<uint32_t>(plan.frameRate), 1},
+      sampler_({static_cast<uint32_t>(plan.frameRate), 1}, clock_,
                [this](const Batch& batch) { deliver(batch); }) {
     // Nothing is drawn before a client starts the stream.
     for (const CameraPlan& camera : plan_.cameras) {
@@ -172,6 +173,7 @@ void FrameSetServer::setMux(uint32_t header, int64_t since, bool isServed) {
 }
 
 void FrameSetServer::stop() {
+    isEnding_ = true;
     sampler_.stop();
     const std::lock_guard lock{mutex_};
     for (const ClientPointer& client : clients_) {
@@ -204,18 +206,20 @@ std::string FrameSetServer::summary() const {
 
 void FrameSetServer::deliver(const Batch& batch) {
     Hal::FrameSet frameSet{};
+    if (clock_->isPacedByClients()) {
+        awaitRoom();
+    }
     {
         const std::lock_guard lock{mutex_};
         for (const ClientPointer& client : clients_) {
             client->collect();
         }
-        if (isTooSoonLocked(batch.period) ||
-            !beginLocked(toNanoseconds(batch.firstSample), &frameSet)) {
+        if (isTooSoonLocked(batch) || !beginLocked(toNanoseconds(batch.firstSample), &frameSet)) {
             return;
         }
     }
     // Not under the lock: it takes its time, and the buffers are this thread's until they are out.
-    draw(frameSet.timestamp, &frameSet);
+    draw(batch, &frameSet);
     const std::lock_guard lock{mutex_};
     for (const ClientPointer& client : clients_) {
         if (client->isStarted && client->offer(frameSet)) {
@@ -224,15 +228,34 @@ void FrameSetServer::deliver(const Batch& batch) {
     }
 }
 
+/// For a world that its clients pace: until each of them can take a frame set.
+void FrameSetServer::awaitRoom() {
+    while (!isEnding_) {
+        ClientPointer busy;
+        {
+            const std::lock_guard lock{mutex_};
+            for (const ClientPointer& client : clients_) {
+                client->collect();
+                if (client->isStarted && !client->hasRoom()) {
+                    busy = client;
+                }
+            }
+        }
+        if (busy == nullptr) {
+            return;
+        }
+        busy->awaitRead();
+    }
+}
+
 /// The sampler makes up for a thread that got to run late. A camera does not: clients whose queues
 /// hold one frame set could not keep up, through no fault of theirs.
-bool FrameSetServer::isTooSoonLocked(std::chrono::nanoseconds period) {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - lastFrameSet_ < period / 2) {
+bool FrameSetServer::isTooSoonLocked(const Batch& batch) {
+    if (batch.arrival - lastFrameSet_ < batch.period / 2) {
         ++tooSoon_;
         return true;
     }
-    lastFrameSet_ = now;
+    lastFrameSet_ = batch.arrival;
     return false;
 }
 
@@ -284,17 +307,18 @@ uint32_t FrameSetServer::freeBufferLocked() const {
     return buffer;
 }
 
-void FrameSetServer::draw(int64_t worldTime, Hal::FrameSet* frameSet) {
+void FrameSetServer::draw(const Batch& batch, Hal::FrameSet* frameSet) {
     for (uint32_t i = 0; i < frameSet->numFrames; ++i) {
         Hal::CameraFrame& frame = frameSet->frames[i];
         source_->draw({plan_,
                        plan_.cameras[i],
                        frame.sequence,
-                       worldTime,
+                       batch.firstWorldTime,
                        {frame.exposureTime, frame.analogGain, frame.digitalGain}},
                       {images_[i]->pixels(frame.bufferIndex), frame.pixelFormat, frame.width,
                        frame.height, frame.stride});
-        frame.arrivalTimestamp = toNanoseconds(std::chrono::steady_clock::now());
+        frame.arrivalTimestamp =
+            toNanoseconds(clock_->isPacedByClients() ? batch.arrival : clock_->now());
     }
 }
 

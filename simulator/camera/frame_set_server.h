@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -35,7 +36,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
 
     /// @param source draws the images
     FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<ImageSource> source,
-                   std::shared_ptr<Faults> faults);
+                   std::shared_ptr<Faults> faults, std::shared_ptr<WorldClock> clock);
 
     const CameraStreamPlan& plan() const { return plan_; }
     const ImageSource& source() const { return *source_; }
@@ -90,10 +91,11 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     };
 
     void deliver(const Batch& batch);
-    bool isTooSoonLocked(std::chrono::nanoseconds period);
+    bool isTooSoonLocked(const Batch& batch);
     bool beginLocked(int64_t timestamp, Hal::FrameSet* frameSet);
     uint32_t freeBufferLocked() const;
-    void draw(int64_t worldTime, Hal::FrameSet* frameSet);
+    void draw(const Batch& batch, Hal::FrameSet* frameSet);
+    void awaitRoom();
 
     void onReplaceLocked(FrameSetClient& former, FrameSetClient& successor) override {
         successor.callbacks = former.callbacks;
@@ -105,6 +107,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     const CameraStreamPlan plan_;
     const std::shared_ptr<ImageSource> source_;
     const std::shared_ptr<Faults> faults_;
+    const std::shared_ptr<WorldClock> clock_;
     std::vector<std::unique_ptr<ImageBuffers>> images_;  // by camera
     ExposureControl exposure_;
     // The register's lock guards everything below but the sampler.
@@ -118,8 +121,9 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     Mux mux_;
     Mux nextMux_;
     uint32_t nextSequence_ = 0;
-    std::chrono::steady_clock::time_point lastFrameSet_;
+    WorldClock::Time lastFrameSet_;
     uint64_t tooSoon_ = 0;
+    std::atomic<bool> isEnding_{false};
     Sampler sampler_;  // the last: its thread uses all of the others
 };
 

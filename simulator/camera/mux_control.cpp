@@ -48,11 +48,10 @@ uint32_t slotsOf(const CameraStreamPlan& stream) {
 }
 
 /// From when on a mode holds that is applied now.
-int64_t beginOf(uint8_t transition) {
+int64_t beginOf(uint8_t transition, WorldClock::Time now) {
     // Enough for the clients to be told before.
     constexpr std::chrono::milliseconds kNotice{2};
-    const std::chrono::nanoseconds soonest =
-        std::chrono::steady_clock::now().time_since_epoch() + kNotice;
+    const std::chrono::nanoseconds soonest = now.time_since_epoch() + kNotice;
     const std::chrono::nanoseconds cycle = kSlots * kSlot;
     return transition == 0 ? ((soonest / cycle) + 1) * cycle.count() : soonest.count();
 }
@@ -137,8 +136,11 @@ Hal::MuxState stateOf(const MuxModePlan& mode, uint32_t header, int64_t since) {
 
 }  // namespace
 
-MuxControl::MuxControl(std::vector<android::sp<FrameSetServer>> servers)
-    : servers_(std::move(servers)), state_(stateOf(*findPlan(kFirstMode), 1, 0)) {
+MuxControl::MuxControl(std::vector<android::sp<FrameSetServer>> servers,
+                       std::shared_ptr<const WorldClock> clock)
+    : servers_(std::move(servers)),
+      clock_(std::move(clock)),
+      state_(stateOf(*findPlan(kFirstMode), 1, 0)) {
     for (const auto& server : servers_) {
         server->setMux(state_.header, 0, true);
     }
@@ -154,7 +156,7 @@ Hal::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
     if (plan->name == state_.muxMode.name.c_str()) {
         return Hal::Result::SUCCESS;
     }
-    const int64_t since = beginOf(transition);
+    const int64_t since = beginOf(transition, clock_->now());
     state_ = stateOf(*plan, state_.header + 1, since);
     ALOGI("mux mode %s", plan->name.c_str());
     // The clients first: they are told before the first frame set that it applies to.

@@ -22,7 +22,8 @@ class MuxControl {
     static constexpr char kFirstMode[] = "mixed-reality";
     static constexpr uint32_t kSlots = 2;
 
-    explicit MuxControl(std::vector<android::sp<FrameSetServer>> servers);
+    MuxControl(std::vector<android::sp<FrameSetServer>> servers,
+               std::shared_ptr<const WorldClock> clock);
 
     /// @param transition 0 switches at the end of the cycle, 1 at once
     /// @return FAILURE for a mode or transition that there is not
@@ -35,6 +36,7 @@ class MuxControl {
 
   private:
     const std::vector<android::sp<FrameSetServer>> servers_;
+    const std::shared_ptr<const WorldClock> clock_;
     std::mutex mutex_;
     Hal::MuxState state_;
 };

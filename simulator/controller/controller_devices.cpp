@@ -8,9 +8,10 @@
 namespace Simulator {
 
 ControllerDevices::ControllerDevices(const ControllerSettings& settings,
-                                     const std::shared_ptr<Faults>& faults)
+                                     const std::shared_ptr<Faults>& faults,
+                                     const std::shared_ptr<WorldClock>& clock)
     : faults_(faults),
-      fleet_(std::make_shared<ControllerFleet>(settings, faults)),
+      fleet_(std::make_shared<ControllerFleet>(settings, faults, clock)),
       poses_(new PoseReceiver(fleet_)) {}
 
 std::string ControllerDevices::registerServices() {

@@ -14,7 +14,8 @@ namespace Simulator {
 
 class ControllerDevices : public DeviceGroup {
   public:
-    ControllerDevices(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults);
+    ControllerDevices(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
+                      const std::shared_ptr<WorldClock>& clock);
 
     std::string registerServices() override;
     void stop() override;

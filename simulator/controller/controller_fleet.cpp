@@ -24,6 +24,7 @@ constexpr uint64_t kTicksPerCollision = 2 * kInputRate;
 constexpr uint32_t kChannels = 32;
 constexpr std::chrono::seconds kPairingTime{10};
 constexpr size_t kMaxListeners = 128;
+constexpr size_t kMostDevices = 3;
 
 constexpr uint32_t features(std::initializer_list<ControllerFeature> list) {
     uint32_t set = 0;
@@ -99,11 +100,15 @@ Hal::ControllerInputData asInput(const Hal::StylusData& record) {
 }  // namespace
 
 ControllerFleet::ControllerFleet(const ControllerSettings& settings,
-                                 const std::shared_ptr<Faults>& faults)
+                                 const std::shared_ptr<Faults>& faults,
+                                 std::shared_ptr<WorldClock> clock)
     : settings_(settings),
       streams_(faults),
-      imuSampler_(kImuPlan, [this](const Batch& batch) { takeImuSamples(batch); }),
-      inputSampler_(kInputPlan, [this](const Batch& batch) { takeInputs(batch); }) {
+      clock_(std::move(clock)),
+      imuSampler_(kImuPlan, clock_, [this](const Batch& batch) { takeImuSamples(batch); }),
+      inputSampler_(
+          kInputPlan, clock_, [this](const Batch& batch) { takeInputs(batch); },
+          WorldClock::Role::FOLLOWS) {
     {
         const std::lock_guard lock{mutex_};
         devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hal::ControllerHand::LEFT));
@@ -150,8 +155,7 @@ std::vector<Hal::AdvertisingControllerInfo> ControllerFleet::advertising() const
 Result ControllerFleet::pair(Hal::ControllerAddr address) {
     const std::lock_guard lock{mutex_};
     ControllerDevice* const device = findLocked(address);
-    const Result result =
-        device == nullptr ? Result::FAILURE : device->pair(std::chrono::steady_clock::now());
+    const Result result = device == nullptr ? Result::FAILURE : device->pair(now());
     publishLocked();
     return result;
 }
@@ -159,8 +163,7 @@ Result ControllerFleet::pair(Hal::ControllerAddr address) {
 Result ControllerFleet::unpair(Hal::ControllerAddr address) {
     const std::lock_guard lock{mutex_};
     ControllerDevice* const device = findPairedLocked(address);
-    const Result result =
-        device == nullptr ? Result::FAILURE : device->unpair(std::chrono::steady_clock::now());
+    const Result result = device == nullptr ? Result::FAILURE : device->unpair(now());
     if (result == Result::SUCCESS) {
         for (const auto& listener : listeners_) {
             listener->enabled.erase(address.address);
@@ -187,7 +190,7 @@ void ControllerFleet::remove(const std::shared_ptr<StreamingListener>& listener)
     updateImuSamplerLocked();
     for (ControllerDevice& device : devices_) {
         if (device.hapticsOwner == listener.get()) {
-            device.haptics.stop(std::chrono::steady_clock::now());
+            device.haptics.stop(now());
             device.hapticsOwner = nullptr;
         }
     }
@@ -265,7 +268,7 @@ uint32_t ControllerFleet::blocklist() const {
 
 void ControllerFleet::enterPairingMode() {
     const std::lock_guard lock{mutex_};
-    pairingUntil_ = std::chrono::steady_clock::now() + kPairingTime;
+    pairingUntil_ = now() + kPairingTime;
     publishLocked();
 }
 
@@ -307,12 +310,16 @@ void ControllerFleet::writePoseLocked(ControllerDevice* device, const Hal::PoseO
 }
 
 void ControllerFleet::stop() {
+    streams_.endWaits();
     imuSampler_.stop();
     inputSampler_.stop();
 }
 
 void ControllerFleet::takeImuSamples(const Batch& batch) {
-    SampleInstant instant = instantOf(batch, 0, std::chrono::steady_clock::now());
+    SampleInstant instant = instantOf(batch, 0);
+    if (clock_->isPacedByClients()) {
+        streams_.imu->awaitRoom(kMostDevices);
+    }
     const std::lock_guard lock{mutex_};
     for (ControllerDevice& device : devices_) {
         if (device.isSampled()) {
@@ -325,8 +332,11 @@ void ControllerFleet::takeImuSamples(const Batch& batch) {
 }
 
 void ControllerFleet::takeInputs(const Batch& batch) {
-    const Time now = std::chrono::steady_clock::now();
-    const SampleInstant instant = instantOf(batch, 0, now);
+    const Time now = batch.arrival;
+    const SampleInstant instant = instantOf(batch, 0);
+    if (clock_->isPacedByClients()) {
+        streams_.awaitRoom(kMostDevices);
+    }
     const std::lock_guard lock{mutex_};
     ++ticks_;
     for (ControllerDevice& device : devices_) {
@@ -413,7 +423,7 @@ WirelessState ControllerFleet::radioStateLocked(Time now) const {
 }
 
 void ControllerFleet::publishLocked() {
-    const Time now = std::chrono::steady_clock::now();
+    const Time now = this->now();
     for (ControllerDevice& device : devices_) {
         if (device.takeChange()) {
             streams_.stateChanges->write({device.info()});

@@ -35,10 +35,12 @@ class ControllerFleet {
   public:
     using Time = ControllerDevice::Time;
 
-    ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults);
+    ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
+                    std::shared_ptr<WorldClock> clock);
 
     const ControllerSettings& settings() const { return settings_; }
     const ControllerStreams& streams() const { return streams_; }
+    Time now() const { return clock_->now(); }
 
     std::vector<Hal::PairedControllerInfo> paired() const;
     std::vector<Hal::AdvertisingControllerInfo> advertising() const;
@@ -120,6 +122,7 @@ class ControllerFleet {
 
     const ControllerSettings settings_;
     const ControllerStreams streams_;
+    const std::shared_ptr<WorldClock> clock_;
     mutable std::mutex mutex_;  // guards everything below but the samplers
     std::vector<ControllerDevice> devices_;
     std::vector<std::shared_ptr<StreamingListener>> listeners_;

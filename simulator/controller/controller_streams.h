@@ -19,6 +19,10 @@ struct ControllerStreams {
 
     explicit ControllerStreams(const std::shared_ptr<Faults>& faults);
 
+    /// As of StreamClients, for what so many controllers send at once.
+    void awaitRoom(size_t controllers) const;
+    void endWaits() const;
+
     /// For each stream a line for the user.
     std::vector<std::string> summary() const;
 

@@ -41,7 +41,7 @@ template <typename Action>
 bool StreamingClient::play(const char* method, const ControllerAddr& controller,
                            const Action& action) {
     return command(method, controller, [&](ControllerDevice& device) {
-        if (!device.isConnected() || !action(device.haptics, std::chrono::steady_clock::now())) {
+        if (!device.isConnected() || !action(device.haptics, fleet_->now())) {
             return false;
         }
         device.hapticsOwner = listener_.get();
@@ -198,9 +198,8 @@ Return<bool> StreamingClient::sleepController(const ControllerAddr& controller) 
 }
 
 Return<bool> StreamingClient::wakeController(const ControllerAddr& controller) {
-    return command("wakeController", controller, [](ControllerDevice& device) {
-        return device.wake(std::chrono::steady_clock::now());
-    });
+    return command("wakeController", controller,
+                   [this](ControllerDevice& device) { return device.wake(fleet_->now()); });
 }
 
 }  // namespace Simulator

@@ -14,15 +14,17 @@ constexpr SamplingPlan kPulsePlan{10, 1};
 }  // namespace
 
 EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
-                                       const std::shared_ptr<Faults>& faults)
+                                       const std::shared_ptr<Faults>& faults,
+                                       const std::shared_ptr<WorldClock>& clock)
     : flicker_(new FlickerService(
-          std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance), faults)),
+          std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance), faults,
+          clock)),
       leds_(new LedService(faults)),
       externalTiming_(new ExternalTimingService(
           new ExternalTimingService::Server("external clock", kPulsePlan,
-                                            samplesOf(ExternalTimingModel()), faults),
+                                            samplesOf(ExternalTimingModel()), faults, clock),
           faults)),
-      tambril_(new TambrilService(settings, faults)) {}
+      tambril_(new TambrilService(settings, faults, clock)) {}
 
 std::string EnvironmentDevices::registerServices() {
     return registerAlone(flicker_, leds_, externalTiming_, tambril_);

@@ -24,7 +24,8 @@ struct Discontinuity<Hal::ExternalTimestampData>
 
 class EnvironmentDevices : public DeviceGroup {
   public:
-    EnvironmentDevices(const EnvironmentSettings& settings, const std::shared_ptr<Faults>& faults);
+    EnvironmentDevices(const EnvironmentSettings& settings, const std::shared_ptr<Faults>& faults,
+                       const std::shared_ptr<WorldClock>& clock);
 
     std::string registerServices() override;
     void stop() override;

@@ -12,14 +12,16 @@ constexpr SamplingPlan kAmbientLightPlan{10, 1};
 }  // namespace
 
 FlickerService::FlickerService(const std::shared_ptr<const RoomLight>& room,
-                               const std::shared_ptr<Faults>& faults)
+                               const std::shared_ptr<Faults>& faults,
+                               const std::shared_ptr<WorldClock>& clock)
     : Service(faults),
       flicker_(new StreamServer<Hal::FlickerData>("flicker sensor", kBlockPlan,
-                                                  samplesOf(FlickerModel(room)), faults)),
-      adcFlicker_(new StreamServer<Hal::AdcFlickerData>("flicker sensor's ADC", kBlockPlan,
-                                                        samplesOf(AdcFlickerModel(room)), faults)),
+                                                  samplesOf(FlickerModel(room)), faults, clock)),
+      adcFlicker_(new StreamServer<Hal::AdcFlickerData>(
+          "flicker sensor's ADC", kBlockPlan, samplesOf(AdcFlickerModel(room)), faults, clock)),
       ambientLight_(new StreamServer<Hal::AmbientLightData>(
-          "ambient-light sensor", kAmbientLightPlan, samplesOf(AmbientLightModel(room)), faults)) {}
+          "ambient-light sensor", kAmbientLightPlan, samplesOf(AmbientLightModel(room)), faults,
+          clock)) {}
 
 Return<void> FlickerService::getProperties(getProperties_cb callback) {
     // The call has no result: all that a sensor can do that fails is to have nothing to tell.

@@ -23,7 +23,7 @@ struct Discontinuity<Hal::AmbientLightData> : StatusBit<Hal::LightSampleStatus::
 class FlickerService : public Service<Hal::IFlickerSensor> {
   public:
     FlickerService(const std::shared_ptr<const RoomLight>& room,
-                   const std::shared_ptr<Faults>& faults);
+                   const std::shared_ptr<Faults>& faults, const std::shared_ptr<WorldClock>& clock);
 
     Return<void> getProperties(getProperties_cb callback) override;
     Return<Hal::Result> prepareFlickerStream(const ClientQueue<Hal::FlickerData>& queue,

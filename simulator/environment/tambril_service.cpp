@@ -21,8 +21,9 @@ android::hardware::hidl_vec<uint8_t> bytesOf(const std::string& text) {
 
 }  // namespace
 
-TambrilService::TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults)
-    : Service(std::move(faults)), settings_(std::move(settings)) {}
+TambrilService::TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults,
+                               std::shared_ptr<WorldClock> clock)
+    : Service(std::move(faults)), settings_(std::move(settings)), clock_(std::move(clock)) {}
 
 TambrilService::~TambrilService() {
     clients_.clear();
@@ -40,7 +41,7 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
         }
         constexpr const char* kTaken = "another client has its id";
         const auto client = std::make_shared<RpcClient>(
-            id, callback, std::max(settings_.notificationRate, 1U),
+            id, callback, std::max(settings_.notificationRate, 1U), clock_,
             [this](RpcClient& notified, uint32_t number) { notify(notified, number); });
         client->name = fmt::format("{}, {}", toString(id), client->name);
         const char* const problem =
@@ -162,7 +163,7 @@ void TambrilService::deliver(RpcClient& client, Hal::KivraRpcMessage message) {
         std::find(kControllers.begin(), kControllers.end(), message.address.address) -
         kControllers.begin());
     const std::lock_guard lock{client.deliveryMutex};
-    const int64_t now = toNanoseconds(std::chrono::steady_clock::now());
+    const int64_t now = toNanoseconds(clock_->now());
     message.arrivalTimestamp = now;
     message.header.sentTimestamp = kControllerClock.at(now - kRadioLatency);
     message.header.sequence = sequences_.at(controller)++;

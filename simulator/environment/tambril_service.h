@@ -23,13 +23,15 @@ struct RpcClient : RegisteredClient {
     /// @param notify called with the numbers of the messages that are due, which are none before
     /// the notifier's batch limit is set
     RpcClient(Hal::KivraRpcClientId clientId, const android::sp<Hal::ITambrilCallback>& function,
-              uint32_t notificationRate,
+              uint32_t notificationRate, const std::shared_ptr<WorldClock>& clock,
               const std::function<void(RpcClient& client, uint32_t number)>& notify)
         : RegisteredClient(function),
           id(clientId),
           callback(function),
-          notifier({notificationRate, 1},
-                   [this, notify](const Batch& batch) { notify(*this, batch.firstSequence); }) {}
+          notifier(
+              {notificationRate, 1}, clock,
+              [this, notify](const Batch& batch) { notify(*this, batch.firstSequence); },
+              WorldClock::Role::FOLLOWS) {}
 
     const Hal::KivraRpcClientId id;
     const android::sp<Hal::ITambrilCallback> callback;
@@ -53,7 +55,8 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
     /// Procedure of the messages that nobody asked for.
     static constexpr uint32_t kStatusProcedure = 0x1000;
 
-    TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults);
+    TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults,
+                   std::shared_ptr<WorldClock> clock);
     /// The clients' threads use the rest of it.
     ~TambrilService() override;
 
@@ -80,6 +83,7 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
     void notify(RpcClient& client, uint32_t number);
 
     const EnvironmentSettings settings_;
+    const std::shared_ptr<WorldClock> clock_;
     bool isStopped_ = false;  // guarded by the register's lock
     std::array<std::atomic<uint32_t>, kControllers.size()> sequences_{};
     std::atomic<uint64_t> requests_{0};

@@ -27,23 +27,27 @@ Hal::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
 }
 
 android::sp<ImuService> makeImu(const char* name, uint32_t sensor, double mountingAngle,
-                                const std::shared_ptr<Faults>& faults) {
+                                const std::shared_ptr<Faults>& faults,
+                                const std::shared_ptr<WorldClock>& clock) {
     return new ImuService(
         new ImuService::Server(name, kImuCapabilities.defaultPlan,
-                               samplesOf(ImuModel(sensor, mountingAngle)), faults),
+                               samplesOf(ImuModel(sensor, mountingAngle)), faults, clock),
         faults, propertiesOf(name, sensor, kImuCapabilities), kImuCapabilities);
 }
 
 android::sp<MagService> makeMag(const char* name, uint32_t sensor,
-                                const std::shared_ptr<Faults>& faults) {
+                                const std::shared_ptr<Faults>& faults,
+                                const std::shared_ptr<WorldClock>& clock) {
     return new MagService(new MagService::Server(name, kMagCapabilities.defaultPlan,
-                                                 samplesOf(MagModel(sensor)), faults),
+                                                 samplesOf(MagModel(sensor)), faults, clock),
                           faults, propertiesOf(name, sensor, kMagCapabilities), kMagCapabilities);
 }
 
-android::sp<IadService> makeIad(const std::shared_ptr<Faults>& faults) {
+android::sp<IadService> makeIad(const std::shared_ptr<Faults>& faults,
+                                const std::shared_ptr<WorldClock>& clock) {
     return new IadService(
-        new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel()), faults), faults);
+        new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel()), faults, clock),
+        faults);
 }
 
 class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
@@ -78,12 +82,13 @@ class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
 
 }  // namespace
 
-MotionDevices::MotionDevices(const std::shared_ptr<Faults>& faults)
+MotionDevices::MotionDevices(const std::shared_ptr<Faults>& faults,
+                             const std::shared_ptr<WorldClock>& clock)
     : faults_(faults),
-      imus_{makeImu("headset IMU", kHeadsetImu, 0, faults),
-            makeImu("board IMU", kBoardImu, M_PI / 2, faults)},
-      mag_(makeMag("headset magnetometer", kHeadsetMag, faults)),
-      iad_(makeIad(faults)) {}
+      imus_{makeImu("headset IMU", kHeadsetImu, 0, faults, clock),
+            makeImu("board IMU", kBoardImu, M_PI / 2, faults, clock)},
+      mag_(makeMag("headset magnetometer", kHeadsetMag, faults, clock)),
+      iad_(makeIad(faults, clock)) {}
 
 std::string MotionDevices::registerServices() {
     const android::sp<MotionSensorProvider> provider =

@@ -8,12 +8,13 @@
 #include "device_group.h"
 #include "faults.h"
 #include "motion/sensor_services.h"
+#include "world_clock.h"
 
 namespace Simulator {
 
 class MotionDevices : public DeviceGroup {
   public:
-    explicit MotionDevices(const std::shared_ptr<Faults>& faults);
+    MotionDevices(const std::shared_ptr<Faults>& faults, const std::shared_ptr<WorldClock>& clock);
 
     std::string registerServices() override;
     void stop() override;

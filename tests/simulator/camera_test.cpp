@@ -91,10 +91,11 @@ class FrameSetServerTest : public ::testing::Test {
     ~FrameSetServerTest() override { server_->stop(); }
 
     std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
-    android::sp<FrameSetServer> server_ =
-        new FrameSetServer(cameraStreamPlans()[0], std::make_shared<TestPattern>(), faults_);
+    std::shared_ptr<WorldClock> clock_ = std::make_shared<WorldClock>();
+    android::sp<FrameSetServer> server_ = new FrameSetServer(
+        cameraStreamPlans()[0], std::make_shared<TestPattern>(), faults_, clock_);
     std::shared_ptr<MuxControl> mux_ =
-        std::make_shared<MuxControl>(std::vector<android::sp<FrameSetServer>>{server_});
+        std::make_shared<MuxControl>(std::vector<android::sp<FrameSetServer>>{server_}, clock_);
     android::sp<CameraStreamService> service_ = new CameraStreamService(server_, mux_, faults_);
 };
 

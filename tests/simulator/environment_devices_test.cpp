@@ -24,7 +24,7 @@ constexpr int64_t kSecond = 1'000'000'000;
 constexpr auto kSaturated = static_cast<uint32_t>(Hal::LightSampleStatus::SATURATED);
 
 SampleInstant instantAt(int64_t time) {
-    return {time, time + 1000, 0};
+    return {time, time + 1000, 0, time};
 }
 
 /// The share that flicker of a frequency has in a block, relative to the mean level.
@@ -147,7 +147,8 @@ class Callback : public FakeClient<Hal::ITambrilCallback> {
 TEST(TambrilServiceTest, WhatIsNotRightIsRefused) {
     constexpr auto kId = Hal::KivraRpcClientId::TRACKING;
     const android::sp<TambrilService> service =
-        new TambrilService({100, 300, {}, 0}, std::make_shared<Faults>(FaultSettings{}));
+        new TambrilService({100, 300, {}, 0}, std::make_shared<Faults>(FaultSettings{}),
+                           std::make_shared<WorldClock>());
     const android::sp<Callback> client = new Callback;
     const android::sp<Callback> other = new Callback;
     const auto send = [&](const android::sp<Callback>& from, uint64_t address,

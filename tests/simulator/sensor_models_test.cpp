@@ -21,7 +21,8 @@ Vector toVector(const Array& axes) {
 
 template <typename Model>
 auto sampleAt(Model& model, double seconds) {
-    return model.sample({static_cast<int64_t>(seconds * 1e9), 0, 0});
+    const auto time = static_cast<int64_t>(seconds * 1e9);
+    return model.sample({time, 0, 0, time});
 }
 
 constexpr auto kClipped = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);

@@ -66,7 +66,7 @@ class StreamServerTest : public ::testing::Test {
     android::sp<StreamServer<Hal::MagData>> server_ = new StreamServer<Hal::MagData>(
         "mag", SamplingPlan{1000, 4},
         [](const SampleInstant& instant) { return batchFrom(instant.sequence, 1).front(); },
-        faults_);
+        faults_, std::make_shared<WorldClock>());
 };
 
 TEST_F(StreamServerTest, ControlAnswersByTheStateOfTheClientsStream) {
@@ -122,6 +122,34 @@ TEST_F(StreamServerTest, ClientThatDoesNotReadCostsItselfRecordsAndNobodyElse) {
     const StreamStatistics statistics = server_->statistics();
     EXPECT_GT(statistics.recordsDropped, 0U);
     EXPECT_EQ(statistics.recordsWritten, 1 + reader.queue.availableToRead());
+}
+
+TEST(PacedStreamServerTest, WaitsForTheSlowestClientAndDropsNothing) {
+    android::sp<StreamServer<Hal::MagData>> server = new StreamServer<Hal::MagData>(
+        "mag", SamplingPlan{1000, 2},
+        [](const SampleInstant& instant) { return batchFrom(instant.sequence, 1).front(); },
+        std::make_shared<Faults>(FaultSettings{}), std::make_shared<WorldClock>(0));
+    Client slow{5};
+    Client fast{64};
+    for (const Client* client : {&slow, &fast}) {
+        server->prepare(*client->queue.getDesc(), client->identity, client->config);
+        server->control(client->identity, StreamCommand::START);
+    }
+    uint32_t next = 0;
+    for (int round = 0; round < 50; ++round) {
+        EXPECT_TRUE(slow.awaitData());
+        Hal::MagData record{};
+        while (slow.queue.read(&record)) {
+            EXPECT_EQ(record.sequence, next++);
+        }
+        slow.eventFlag->wake(TestSupport::kReadDone);
+        while (fast.queue.read(&record)) {
+        }
+        fast.eventFlag->wake(TestSupport::kReadDone);
+    }
+    // It stops although nobody reads any more.
+    server->stop();
+    EXPECT_EQ(server->statistics().recordsDropped, 0U);
 }
 
 TEST(FaultsTest, DieWithTheRecordThatTheyWereToldOf) {

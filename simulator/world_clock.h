@@ -1,0 +1,85 @@
+// The time of the simulated world.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+
+namespace Simulator {
+
+/// The world begins when the clock is made. At speed 1 its time is CLOCK_MONOTONIC. At any other
+/// speed above 0 it runs that much faster or slower from there on.
+///
+/// At speed 0 the clients set the pace: time stands still while anything of what was sampled so far
+/// waits for room in a queue, and jumps from one sample to the next otherwise. The world then
+/// begins at the same instant in every run. Each sampler takes its turn: none samples an instant
+/// while another that has listeners is behind it. One that is started after others begins where
+/// they began all the same, and they wait until it has caught up, so that what a stream holds does
+/// not depend on when it was started.
+///
+/// Threading: every method may be called from any thread.
+class WorldClock {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    /// @param speed 0, or a finite number above
+    explicit WorldClock(double speed = 1);
+
+    bool isPacedByClients() const { return speed_ == 0; }
+    Time start() const { return start_; }
+    Time now() const;
+    /// In ns since the start.
+    int64_t worldTime(Time time) const { return std::chrono::nanoseconds(time - start_).count(); }
+
+    /// When steady_clock shows what this clock shows as `time`. Not for one that is paced by
+    /// clients.
+    Time realTime(Time time) const;
+
+    // For samplers, if clients set the pace.
+
+    /// Where those begin that are listened to now: where time stood when the last of those before
+    /// them left.
+    Time beginning() const;
+
+    /// Of samplers that are due at the same instant, those that lead come first.
+    enum class Role {
+        /// Somebody listens.
+        LEADS,
+        /// Perhaps nobody listens: time does not go on for its sake.
+        FOLLOWS,
+    };
+
+    /// Waits until all others have sampled what comes before `due`. From then on time stands at
+    /// `due` until the sampler asks for its next turn or leaves.
+    /// @param isCancelled asked whenever interrupt() was called; called under the clock's lock
+    /// @return false if it was cancelled; the sampler has left then
+    bool awaitTurn(const void* sampler, Time due, Role role,
+                   const std::function<bool()>& isCancelled);
+    /// No longer waits for the sampler. Does nothing if it has left before.
+    void leave(const void* sampler);
+    /// Has all who wait ask whether they are cancelled.
+    void interrupt();
+
+  private:
+    struct Turn {
+        Time due;
+        Role role;
+    };
+
+    bool isItsTurnLocked(const void* sampler) const;
+    bool isLedLocked() const;
+    void leaveLocked(const void* sampler);
+
+    const double speed_;
+    const Time start_;
+    mutable std::mutex mutex_;  // guards everything below
+    std::condition_variable changed_;
+    std::map<const void*, Turn> turns_;
+    Time now_;
+    Time beginning_;
+};
+
+}  // namespace Simulator
