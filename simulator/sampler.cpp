@@ -14,9 +14,9 @@ namespace {
 
 using Time = WorldClock::Time;
 
-/// By how much a thread that did not get to run may be behind and still catch up. More than that at
-/// once would overrun the queues of clients that did nothing wrong.
-constexpr std::chrono::milliseconds kMaxLag{15};
+/// What a thread that did not get to run may make up for at once. More than that would overrun the
+/// queues of clients that did nothing wrong, so it is made up for at twice the pace.
+constexpr std::chrono::milliseconds kMaxBurst{15};
 
 /// The last instant on the grid of whole periods since `start` that is not after `time`.
 Time onGrid(Time start, Time time, std::chrono::nanoseconds period) {
@@ -32,10 +32,12 @@ SampleInstant instantOf(const Batch& batch, uint32_t index) {
 }
 
 Sampler::Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
-                 std::function<void(const Batch&)> deliver, WorldClock::Role role)
+                 std::function<void(const Batch&)> deliver, Role role,
+                 std::chrono::milliseconds fifo)
     : clock_(std::move(clock)),
       deliver_(std::move(deliver)),
       role_(role),
+      fifo_(fifo),
       plan_(plan),
       thread_([this] { run(); }) {}
 
@@ -80,9 +82,9 @@ void Sampler::interrupt() {
 }
 
 /// @return false if there is nobody to sample for any more
-bool Sampler::awaitLocked(std::unique_lock<std::mutex>& lock, Time due) {
+bool Sampler::awaitLocked(std::unique_lock<std::mutex>& lock, Time due, Time notBefore) {
     if (!clock_->isPacedByClients()) {
-        return !changed_.wait_until(lock, clock_->realTime(due),
+        return !changed_.wait_until(lock, clock_->realTime(std::max(due, notBefore)),
                                     [this] { return isToStandStillLocked(); });
     }
     lock.unlock();
@@ -108,13 +110,14 @@ void Sampler::run() {
             begin = clock_->beginning();
         }
         bool isAfterGap = false;
+        Time notBefore{};
         while (!isToStandStillLocked()) {
             const std::chrono::nanoseconds period =
                 std::chrono::nanoseconds{std::chrono::seconds{1}} / plan_.rate;
             const auto size = static_cast<uint32_t>(std::min<size_t>(plan_.batchSize, batchLimit_));
             begin = onGrid(clock_->start(), begin, period);
             const Time due = begin + size * period;
-            if (!awaitLocked(lock, due)) {
+            if (!awaitLocked(lock, due, notBefore)) {
                 break;
             }
             lock.unlock();
@@ -126,9 +129,14 @@ void Sampler::run() {
             sequence += size;
             begin = lastSample = due;
             isAfterGap = false;
-            const Time::duration lag =
-                clock_->isPacedByClients() ? Time::duration::zero() : clock_->now() - due;
-            if (lag > std::max<Time::duration>(kMaxLag, size * period)) {
+            if (clock_->isPacedByClients()) {
+                continue;
+            }
+            const Time delivered = clock_->now();
+            const Time::duration lag = delivered - due;
+            const Time::duration span = size * period;
+            notBefore = lag > kMaxBurst ? delivered + span / 2 : Time{};
+            if (lag > std::max<Time::duration>(fifo_, span)) {
                 const auto missed = static_cast<uint32_t>(lag / period);
                 missedSamples_ += missed;
                 sequence += missed;

@@ -58,10 +58,15 @@ SampleInstant instantOf(const Batch& batch, uint32_t index);
 /// sampler's thread, without a lock.
 class Sampler {
   public:
-    /// @param role see WorldClock
+    using Role = WorldClock::Role;
+
+    /// How far behind a sensor that keeps its samples until they are fetched can be.
+    static constexpr std::chrono::milliseconds kFifo{500};
+
+    /// @param fifo what lies further behind when the thread gets to run is lost
     Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
-            std::function<void(const Batch&)> deliver,
-            WorldClock::Role role = WorldClock::Role::LEADS);
+            std::function<void(const Batch&)> deliver, Role role = Role::LEADS,
+            std::chrono::milliseconds fifo = kFifo);
     ~Sampler();
     Sampler(const Sampler&) = delete;
     Sampler& operator=(const Sampler&) = delete;
@@ -81,12 +86,14 @@ class Sampler {
   private:
     void run();
     bool isToStandStillLocked() const { return isStopped_ || batchLimit_ == 0; }
-    bool awaitLocked(std::unique_lock<std::mutex>& lock, WorldClock::Time due);
+    bool awaitLocked(std::unique_lock<std::mutex>& lock, WorldClock::Time due,
+                     WorldClock::Time notBefore);
     void interrupt();
 
     const std::shared_ptr<WorldClock> clock_;
     const std::function<void(const Batch&)> deliver_;
-    const WorldClock::Role role_;
+    const Role role_;
+    const std::chrono::milliseconds fifo_;
     mutable std::mutex mutex_;  // guards everything below but the thread
     std::condition_variable changed_;
     SamplingPlan plan_;

@@ -80,9 +80,9 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
     }
 
     /// For a world that its clients pace: waits until all started clients have room for so many
-    /// records, or until endWaits(). Not under a lock that control calls take: a client may want to
-    /// stop its stream instead of reading.
-    void awaitRoom(size_t records) {
+    /// records, or until endWaits(): false then. Not under a lock that control calls take: a client
+    /// may want to stop its stream instead of reading.
+    bool awaitRoom(size_t records) {
         while (!isEnding_) {
             ClientPointer busy;
             {
@@ -92,12 +92,13 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
                         return client->isStarted && !client->stream.hasRoomFor(records);
                     });
                 if (found == clients_.end()) {
-                    return;
+                    return true;
                 }
                 busy = *found;
             }
             busy->stream.awaitRead();
         }
+        return false;
     }
     void endWaits() { isEnding_ = true; }
 
@@ -164,7 +165,7 @@ Hal::Result StreamClients<Record>::prepare(const typename Queue::Descriptor& que
 
 template <typename Record>
 void StreamClients<Record>::writeLocked(Client* client, const std::vector<Record>& records) {
-    client->reads += client->stream.takeReadDone() ? 1U : 0U;
+    client->reads += client->stream.hasReadSinceWrite() ? 1U : 0U;
     const size_t count = records.size();
     if (client->stream.write(records)) {
         client->recordsWritten += count;

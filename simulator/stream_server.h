@@ -62,10 +62,9 @@ class StreamServer final : public StreamClients<Record> {
         if (batch.isAfterGap) {
             Discontinuity<Record>::mark(&records_.front());
         }
-        if (isPacedByClients_) {
-            this->awaitRoom(records_.size());
+        if (!isPacedByClients_ || this->awaitRoom(records_.size())) {
+            this->write(records_);
         }
-        this->write(records_);
     }
 
     const TakeSample takeSample_;

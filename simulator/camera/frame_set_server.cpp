@@ -10,6 +10,12 @@
 #include "time_units.h"
 
 namespace Simulator {
+namespace {
+
+/// Cameras keep no images.
+constexpr std::chrono::milliseconds kNoFifo{0};
+
+}  // namespace
 
 FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<ImageSource> source,
                                std::shared_ptr<Faults> faults, std::shared_ptr<WorldClock> clock)
@@ -20,8 +26,9 @@ FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Ima
       clock_(std::move(clock)),
       resolutions_(plan.cameras.size(), Hal::Resolution::FULL),
       frameRate_(plan.frameRate),
-      sampler_({static_cast<uint32_t>(plan.frameRate), 1}, clock_,
-               [this](const Batch& batch) { deliver(batch); }) {
+      sampler_(
+          {static_cast<uint32_t>(plan.frameRate), 1}, clock_,
+          [this](const Batch& batch) { deliver(batch); }, Sampler::Role::LEADS, kNoFifo) {
     // Nothing is drawn before a client starts the stream.
     for (const CameraPlan& camera : plan_.cameras) {
         images_.push_back(
@@ -206,8 +213,8 @@ std::string FrameSetServer::summary() const {
 
 void FrameSetServer::deliver(const Batch& batch) {
     Hal::FrameSet frameSet{};
-    if (clock_->isPacedByClients()) {
-        awaitRoom();
+    if (clock_->isPacedByClients() && !awaitRoom()) {
+        return;
     }
     {
         const std::lock_guard lock{mutex_};
@@ -229,7 +236,8 @@ void FrameSetServer::deliver(const Batch& batch) {
 }
 
 /// For a world that its clients pace: until each of them can take a frame set.
-void FrameSetServer::awaitRoom() {
+/// @return false at the service's end
+bool FrameSetServer::awaitRoom() {
     while (!isEnding_) {
         ClientPointer busy;
         {
@@ -242,10 +250,11 @@ void FrameSetServer::awaitRoom() {
             }
         }
         if (busy == nullptr) {
-            return;
+            return true;
         }
         busy->awaitRead();
     }
+    return false;
 }
 
 /// The sampler makes up for a thread that got to run late. A camera does not: clients whose queues

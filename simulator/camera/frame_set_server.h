@@ -95,7 +95,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     bool beginLocked(int64_t timestamp, Hal::FrameSet* frameSet);
     uint32_t freeBufferLocked() const;
     void draw(const Batch& batch, Hal::FrameSet* frameSet);
-    void awaitRoom();
+    bool awaitRoom();
 
     void onReplaceLocked(FrameSetClient& former, FrameSetClient& successor) override {
         successor.callbacks = former.callbacks;

@@ -108,7 +108,7 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
       imuSampler_(kImuPlan, clock_, [this](const Batch& batch) { takeImuSamples(batch); }),
       inputSampler_(
           kInputPlan, clock_, [this](const Batch& batch) { takeInputs(batch); },
-          WorldClock::Role::FOLLOWS) {
+          Sampler::Role::FOLLOWS) {
     {
         const std::lock_guard lock{mutex_};
         devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hal::ControllerHand::LEFT));
@@ -317,8 +317,8 @@ void ControllerFleet::stop() {
 
 void ControllerFleet::takeImuSamples(const Batch& batch) {
     SampleInstant instant = instantOf(batch, 0);
-    if (clock_->isPacedByClients()) {
-        streams_.imu->awaitRoom(kMostDevices);
+    if (clock_->isPacedByClients() && !streams_.imu->awaitRoom(kMostDevices)) {
+        return;
     }
     const std::lock_guard lock{mutex_};
     for (ControllerDevice& device : devices_) {
@@ -334,8 +334,8 @@ void ControllerFleet::takeImuSamples(const Batch& batch) {
 void ControllerFleet::takeInputs(const Batch& batch) {
     const Time now = batch.arrival;
     const SampleInstant instant = instantOf(batch, 0);
-    if (clock_->isPacedByClients()) {
-        streams_.awaitRoom(kMostDevices);
+    if (clock_->isPacedByClients() && !streams_.awaitRoom(kMostDevices)) {
+        return;
     }
     const std::lock_guard lock{mutex_};
     ++ticks_;

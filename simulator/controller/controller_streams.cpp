@@ -22,14 +22,14 @@ ControllerStreams::ControllerStreams(const std::shared_ptr<Faults>& faults)
           new StreamClients<Hal::WirelessStateTransition>("wireless state transitions", faults)),
       inputs(new StreamClients<Hal::ControllerInputData>("controller inputs", faults)) {}
 
-void ControllerStreams::awaitRoom(size_t controllers) const {
+bool ControllerStreams::awaitRoom(size_t controllers) const {
     constexpr size_t kInputsOfOne = 5;
-    inputs->awaitRoom(controllers * kInputsOfOne);
     const auto await = [controllers](const auto&... streams) {
-        (streams->awaitRoom(controllers), ...);
+        return (streams->awaitRoom(controllers) && ...);
     };
-    await(stateChanges, curl, buttons, precisionPad, multiTouch, stylus, wirelessStats, poses, adc,
-          collisions, haptics, wirelessStates);
+    return inputs->awaitRoom(controllers * kInputsOfOne) &&
+           await(stateChanges, curl, buttons, precisionPad, multiTouch, stylus, wirelessStats,
+                 poses, adc, collisions, haptics, wirelessStates);
 }
 
 void ControllerStreams::endWaits() const {

@@ -20,7 +20,7 @@ struct ControllerStreams {
     explicit ControllerStreams(const std::shared_ptr<Faults>& faults);
 
     /// As of StreamClients, for what so many controllers send at once.
-    void awaitRoom(size_t controllers) const;
+    bool awaitRoom(size_t controllers) const;
     void endWaits() const;
 
     /// For each stream a line for the user.
