@@ -7,9 +7,8 @@
 
 namespace Simulator {
 
-Hal::Result Faults::resultOf(const std::string& interface, const std::string& method) const {
-    const std::string name = interface.substr(interface.rfind(':') + 1);
-    const auto found = settings_.results.find(name + "." + method);
+Hal::Result Faults::resultOf(const std::string& call) const {
+    const auto found = settings_.results.find(call);
     return found == settings_.results.end() ? Hal::Result::SUCCESS : found->second;
 }
 

@@ -25,8 +25,8 @@ class Faults {
     explicit Faults(FaultSettings settings) : settings_(std::move(settings)) {}
 
     /// What the call is to answer: SUCCESS unless a fault was asked for.
-    /// @param interface fully qualified, as in the generated `descriptor`
-    Hal::Result resultOf(const std::string& interface, const std::string& method) const;
+    /// @param call "Interface.method"
+    Hal::Result resultOf(const std::string& call) const;
 
     /// Kills the process when the records are enough.
     void countWritten(uint64_t records);

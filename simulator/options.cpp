@@ -11,122 +11,13 @@
 #include <string_view>
 #include <vector>
 
+#include "calls.h"
 #include "controller/controller_options.h"
 #include "environment/environment_options.h"
 
 namespace Simulator {
 namespace {
 
-constexpr std::string_view kRefusableCalls[] = {
-    "IImu.prepareStream",    //
-    "IImu.controlStream",    //
-    "IImu.configureStream",  //
-    "IMag.prepareStream",    //
-    "IMag.controlStream",    //
-    "IMag.configureStream",  //
-    "IIad.prepareStream",    //
-    "IIad.controlStream",    //
-    "IFlickerSensor.prepareFlickerStream",
-    "IFlickerSensor.prepareAdcFlickerStream",
-    "IFlickerSensor.prepareAmbientLightStream",
-    "IFlickerSensor.controlFlickerStream",
-    "IFlickerSensor.controlAdcFlickerStream",
-    "IFlickerSensor.controlAmbientLightStream",
-    "IFaceEyeTrackingLed.setConfigurations",
-    "IFaceEyeTrackingLed.enable",
-    "IFaceEyeTrackingLed.disable",
-    "IFaceEyeTrackingLed.startOverridingLedSettings",
-    "IFaceEyeTrackingLed.stopOverridingLedSettings",
-    "IExternalTimingProvider.prepareStream",
-    "IExternalTimingProvider.controlStream",
-    "ITambril.registerClient",
-    "ITambril.unregisterClient",
-    "ITambril.sendMessage",
-    "ICameraProvider.setUtilityFrequency",
-    "ICameraProvider.setChannels",
-    "ICameraProvider.applyMuxMode",
-    "ICameraProvider.setFrameRate",
-    "ICameraProvider.controlEvery",
-    "ICameraStream.prepareStream",
-    "ICameraStream.controlStream",
-    "ICameraStream.startOverridingExposureSettings",
-    "ICameraStream.stopOverridingExposureSettings",
-    "ICameraStream.registerFrameConfigCallback",
-    "ICameraStream.setCameraSyncMode",
-    "ICameraStream.writeSessionOcalData",
-    "ICameraStream.setResolution",
-    "ICameraStreamController.startOverridingExposureSettings",
-    "ICameraStreamController.stopOverridingExposureSettings",
-    "ICameraStreamController.setExposureGain",
-    "IControllerProvider.prepareStateChangeStream",
-    "IControllerProvider.prepareCurlStream",
-    "IControllerProvider.prepareImuStream",
-    "IControllerProvider.prepareButtonStream",
-    "IControllerProvider.preparePrecisionPadStream",
-    "IControllerProvider.prepareMultiTouchStream",
-    "IControllerProvider.prepareStylusStream",
-    "IControllerProvider.prepareWirelessDeviceStatsStream",
-    "IControllerProvider.preparePoseInputStream",
-    "IControllerProvider.prepareInputADCStream",
-    "IControllerProvider.prepareCollisionEventStream",
-    "IControllerProvider.setWirelessFreqBlocklist",
-    "IControllerProvider.clearWirelessFreqBlocklist",
-    "IControllerProvider.allowDevice",
-    "IControllerManagementClient.enterDMM",
-    "IControllerManagementClient.exitDMM",
-    "IControllerManagementClient.pairController",
-    "IControllerManagementClient.unpairController",
-    "IControllerManagementClient.updateFirmware",
-    "IControllerStreamingClient.controlInputADCStreaming",
-    "IControllerStreamingClient.setLedConfig",
-    "IControllerStreamingClient.setTransmitPowerBoost",
-    "IControllerStreamingClient.setMaxHostTransmitPower",
-    "IControllerStreamingClient.setSimpleHaptics",
-    "IControllerStreamingClient.setSimpleHapticsPattern",
-    "IControllerStreamingClient.setBufferedHaptics",
-    "IControllerStreamingClient.appendBufferedHaptics",
-    "IControllerStreamingClient.appendPCMHaptics",
-    "IControllerStreamingClient.setThumbstickMaxADCRange",
-    "IControllerStreamingClient.resetThumbstickMaxADCRange",
-    "IControllerStreamingClient.setThumbstickDeadzone",
-    "IControllerStreamingClient.resetThumbstickDeadzone",
-    "IControllerStreamingClient.sleepController",
-    "IControllerStreamingClient.wakeController",
-    "IControllerStateProvider.prepareHapticsStateStream",
-    "IControllerStateProvider.prepareWirelessStateTransitionStream",
-    "IControllerStateProvider.prepareControllerInputStream",
-    "IControllerStateProvider.preparePoseOutputStream",
-    "IControllerStateProvider.controlHapticsStateStream",
-    "IControllerStateProvider.controlWirelessStateTransitionStream",
-    "IControllerStateProvider.controlControllerInputStream",
-    "IControllerStateProvider.controlPoseOutputStream",
-    "IControllerStateProvider.notifyBatteryState",
-    "IControllerStateProvider.setPairingInfo",
-    "IControllerStateProvider.setKivrarEnabled",
-};
-constexpr std::string_view kGetters[] = {
-    "IImu.getProperties",                   //
-    "IMag.getProperties",                   //
-    "IMotionSensorProvider.getSensorInfo",  //
-    "IFlickerSensor.getProperties",         //
-    "IFaceEyeTrackingLed.getChannelCount",  //
-    "ICameraProvider.getProperties",
-    "ICameraProvider.getCalibrationData",
-    "ICameraStream.getMetadata",
-    "ICameraStream.getConfiguration",
-    "IControllerProvider.getPairedControllers",
-    "IControllerProvider.getWirelessFreqBlocklist",
-    "IControllerProvider.getHostInfo",
-    "IControllerProvider.getManagementClient",
-    "IControllerProvider.getStreamingClient",
-    "IControllerManagementClient.getAdvertisingControllers",
-    "IControllerStreamingClient.getCalibrationData",
-    "IControllerStreamingClient.getLedConfig",
-    "IControllerStreamingClient.getThumbstickMaxADCRange",
-    "IControllerStreamingClient.getThumbstickDeadzone",
-    "IControllerStateProvider.enterPairingMode",
-    "IControllerStateProvider.getPairingInfo",
-};
 constexpr std::array<Hal::Result, 3> kErrors{Hal::Result::FAILURE, Hal::Result::BAD_STATE,
                                              Hal::Result::IGNORED};
 
@@ -139,13 +30,13 @@ std::string namesOfErrors() {
 }
 
 /// Adds "METHOD=RESULT" to the settings; throws if METHOD is none of the calls.
-template <typename Calls>
-void addFault(const std::string& option, const std::string& value, const Calls& calls,
+void addFault(const std::string& option, const std::string& value, CallKind kind,
               FaultSettings* settings) {
+    const std::vector<std::string_view> calls = callsOf(kind);
     const size_t equals = value.find('=');
     const std::string call = value.substr(0, equals);
     const std::string result = equals == std::string::npos ? "" : value.substr(equals + 1);
-    if (std::find(std::begin(calls), std::end(calls), call) == std::end(calls)) {
+    if (std::find(calls.begin(), calls.end(), call) == calls.end()) {
         throw CLI::ValidationError(option,
                                    fmt::format("'{}' is none of {}", call, fmt::join(calls, ", ")));
     }
@@ -187,7 +78,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     app.add_option("--refuse", refusals,
                    fmt::format("Have a call answer with an error and do nothing; may be repeated.\n"
                                "METHOD: {}\nRESULT: {}",
-                               fmt::join(kRefusableCalls, ", "), namesOfErrors()))
+                               fmt::join(callsOf(CallKind::CONTROL), ", "), namesOfErrors()))
         ->type_name("METHOD=RESULT")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -196,7 +87,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
            "--getter-error", getterErrors,
            fmt::format("Have a getter answer with an error, and with its data, or with nothing "
                        "if it\nhas no result; may be repeated.\nMETHOD: {}",
-                       fmt::join(kGetters, ", ")))
+                       fmt::join(callsOf(CallKind::GETTER), ", ")))
         ->type_name("METHOD=RESULT")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -216,10 +107,10 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     try {
         app.parse(argc, argv);
         for (const std::string& refusal : refusals) {
-            addFault("--refuse", refusal, kRefusableCalls, &options.faults);
+            addFault("--refuse", refusal, CallKind::CONTROL, &options.faults);
         }
         for (const std::string& getterError : getterErrors) {
-            addFault("--getter-error", getterError, kGetters, &options.faults);
+            addFault("--getter-error", getterError, CallKind::GETTER, &options.faults);
         }
         if (options.readyDescriptor && fcntl(*options.readyDescriptor, F_GETFD) < 0) {
             throw CLI::ValidationError(

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <fmq/MessageQueue.h>
+#include <log/log.h>
 
 #include <memory>
+#include <tuple>
 #include <utility>
 
+#include "calls.h"
 #include "client_identity.h"
 #include "faults.h"
 #include "hal.h"
@@ -19,27 +22,100 @@ using android::hardware::Void;
 template <typename Record>
 using ClientQueue = android::hardware::MQDescriptorSync<Record>;
 
-/// A HAL interface whose methods have the faults that were asked for. No method fails in the
-/// transport's sense: generated code would end the process.
-template <typename Interface>
-class Service : public Interface {
-  protected:
-    explicit Service(std::shared_ptr<const Faults> faults) : faults_(std::move(faults)) {}
-
-    /// What the method is to answer: SUCCESS unless it has a fault.
-    Hal::Result faultOf(const char* method) const {
-        return faults_->resultOf(Interface::descriptor, method);
-    }
-    bool isFaulty(const char* method) const { return faultOf(method) != Hal::Result::SUCCESS; }
-
-    /// The answer of `action`, or of the fault that the method has.
-    template <typename Action>
-    Hal::Result unlessFaulty(const char* method, const Action& action) const {
-        const Hal::Result fault = faultOf(method);
-        return fault == Hal::Result::SUCCESS ? action() : fault;
-    }
-
-    const std::shared_ptr<const Faults> faults_;
+/// A service of a HAL interface, which knows nothing of faults. Made by makeService.
+template <typename HalInterface>
+class Service : public HalInterface {
+  public:
+    using Interface = HalInterface;
 };
+
+/// A service whose calls meet the faults that were asked for before they reach it. No call fails in
+/// the transport's sense: generated code would end the process.
+template <typename Implementation>
+class WithFaults : public Implementation {
+  public:
+    template <typename... Arguments>
+    explicit WithFaults(std::shared_ptr<const Faults> faults, Arguments&&... arguments)
+        : Implementation(std::forward<Arguments>(arguments)...), callFaults_(std::move(faults)) {}
+
+  protected:
+    /// @param proceed called with the call's arguments, makes the call
+    template <auto method, typename Proceed, typename... Arguments>
+    auto onCall(const Proceed& proceed, Arguments&... arguments) const
+        -> decltype(proceed(arguments...)) {
+        constexpr CallKind kind = kindOf<method>();
+        const Hal::Result fault = callFaults_->resultOf(Hal::kMethodName<method>);
+        if constexpr (kind != CallKind::INFALLIBLE) {
+            if (fault != Hal::Result::SUCCESS) {
+                ALOGW("%s of process %d has a fault: %s", Hal::kMethodName<method>,
+                      callingProcess(), toString(fault).c_str());
+                using Answer = typename Signature<decltype(method)>::Answer;
+                return answer<kind, Answer>(fault, proceed, arguments...);
+            }
+        }
+        return proceed(arguments...);
+    }
+
+  private:
+    static void setResult(Hal::Result fault, Hal::Result* result) {
+        *result = *result == Hal::Result::SUCCESS ? fault : *result;
+    }
+    static void setResult(Hal::Result /*fault*/, bool* success) { *success = false; }
+    template <typename Other>
+    static void setResult(Hal::Result /*fault*/, Other* /*value*/) {}
+
+    template <typename Value>
+    static constexpr bool kIsResult =
+        std::is_same_v<Value, Hal::Result> || std::is_same_v<Value, bool>;
+    /// It comes before the data, or after.
+    template <typename Answer>
+    static constexpr bool kHasResult =
+        kIsResult<std::tuple_element_t<0, Answer>> ||
+        kIsResult<std::tuple_element_t<std::tuple_size_v<Answer> - 1, Answer>>;
+
+    template <CallKind kind, typename Answer, typename Proceed, typename... Arguments>
+    static auto answer(Hal::Result fault, const Proceed& proceed, Arguments&... arguments)
+        -> decltype(proceed(arguments...)) {
+        const auto withFault = [&](Answer values) {
+            std::apply([&](auto&... value) { (setResult(fault, &value), ...); }, values);
+            return values;
+        };
+        if constexpr (!std::is_same_v<decltype(proceed(arguments...)), Return<void>>) {
+            return std::get<0>(withFault({}));
+        } else {
+            const auto& callback = std::get<sizeof...(arguments) - 1>(std::tie(arguments...));
+            if constexpr (kind == CallKind::GETTER && kHasResult<Answer>) {
+                std::decay_t<decltype(callback)> wrapped = [&](const auto&... values) {
+                    std::apply(callback, withFault({values...}));
+                };
+                return std::apply(
+                    proceed, std::tuple_cat(allButLast(std::tie(arguments...)), std::tie(wrapped)));
+            } else {
+                std::apply(callback, withFault({}));
+                return Void();
+            }
+        }
+    }
+
+    template <typename... Arguments>
+    static auto allButLast(const std::tuple<Arguments...>& arguments) {
+        return allButLast(arguments, std::make_index_sequence<sizeof...(Arguments) - 1>{});
+    }
+    template <typename Tuple, size_t... indices>
+    static auto allButLast(const Tuple& arguments, std::index_sequence<indices...> /*indices*/) {
+        return std::tie(std::get<indices>(arguments)...);
+    }
+
+    const std::shared_ptr<const Faults> callFaults_;
+};
+
+/// @param arguments those of `Implementation`
+template <typename Implementation, typename... Arguments>
+android::sp<Implementation> makeService(std::shared_ptr<const Faults> faults,
+                                        Arguments&&... arguments) {
+    using Interface = typename Implementation::Interface;
+    return new Hal::EveryMethod<WithFaults<Implementation>, Interface>(
+        std::move(faults), std::forward<Arguments>(arguments)...);
+}
 
 }  // namespace Simulator

@@ -16,7 +16,7 @@ CameraDevices::CameraDevices(const std::shared_ptr<ImageSource>& source,
     }
     mux_ = std::make_shared<MuxControl>(servers, clock);
     for (const auto& server : servers) {
-        streams_.push_back(new CameraStreamService(server, mux_, faults_));
+        streams_.push_back(makeService<CameraStreamService>(faults_, server, mux_));
     }
 }
 
@@ -26,7 +26,7 @@ std::string CameraDevices::registerServices() {
             return "there is no memory for the images of the " + stream->server()->plan().name;
         }
     }
-    return registerAlone<Hal::ICameraProvider>(new CameraProviderService(streams_, mux_, faults_));
+    return registerAlone(makeService<CameraProviderService>(faults_, streams_, mux_, faults_));
 }
 
 void CameraDevices::stop() {

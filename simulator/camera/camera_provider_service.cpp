@@ -17,7 +17,7 @@ using Hal::Result;
 CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
                                              std::shared_ptr<MuxControl> mux,
                                              std::shared_ptr<const Faults> faults)
-    : Service(std::move(faults)), streams_(std::move(streams)), mux_(std::move(mux)) {
+    : faults_(std::move(faults)), streams_(std::move(streams)), mux_(std::move(mux)) {
     for (const StreamPointer& stream : streams_) {
         channels_.push_back(stream->server()->plan().frameType);
     }
@@ -31,7 +31,7 @@ Return<void> CameraProviderService::getProperties(getProperties_cb callback) {
             cameras.push_back({camera.id, camera.name, plan.sensorModel});
         }
     }
-    callback(faultOf("getProperties"), cameras);
+    callback(Result::SUCCESS, cameras);
     return Void();
 }
 
@@ -49,7 +49,7 @@ Return<void> CameraProviderService::getCalibrationData(uint32_t cameraId,
         }
     }
     const bool isThere = calibration.getNativeHandle() != nullptr;
-    callback(isThere ? faultOf("getCalibrationData") : Result::FAILURE, calibration);
+    callback(isThere ? Result::SUCCESS : Result::FAILURE, calibration);
     return Void();
 }
 
@@ -66,7 +66,7 @@ Return<android::sp<Hal::ICameraStreamController>> CameraProviderService::getStre
     const String& purpose, const String& variant) {
     android::sp<Hal::ICameraStreamController> controller;
     if (const StreamPointer stream = streamOf(purpose, variant); stream != nullptr) {
-        controller = new CameraStreamController(stream->server(), faults_);
+        controller = makeService<CameraStreamController>(faults_, stream->server());
     }
     return controller;
 }
@@ -77,14 +77,12 @@ Return<Hal::UtilityFrequency> CameraProviderService::getUtilityFrequency() {
 }
 
 Return<Result> CameraProviderService::setUtilityFrequency(Hal::UtilityFrequency frequency) {
-    return unlessFaulty("setUtilityFrequency", [&] {
-        if (frequency > Hal::UtilityFrequency::FREQUENCY_60_HZ) {
-            return Result::FAILURE;
-        }
-        const std::lock_guard lock{mutex_};
-        utilityFrequency_ = frequency;
-        return Result::SUCCESS;
-    });
+    if (frequency > Hal::UtilityFrequency::FREQUENCY_60_HZ) {
+        return Result::FAILURE;
+    }
+    const std::lock_guard lock{mutex_};
+    utilityFrequency_ = frequency;
+    return Result::SUCCESS;
 }
 
 Return<void> CameraProviderService::getChannels(getChannels_cb callback) {
@@ -98,35 +96,29 @@ Return<void> CameraProviderService::getChannels(getChannels_cb callback) {
 }
 
 Return<Result> CameraProviderService::setChannels(const Hal::ChannelSettings& settings) {
-    return unlessFaulty("setChannels", [&] {
-        const std::vector<Hal::FrameType> channels = settings.channels;
-        for (const Hal::FrameType channel : channels) {
-            if (streamOf(channel) == nullptr) {
-                ALOGW("refused channels: no camera gives frames of type %u",
-                      static_cast<uint32_t>(channel));
-                return Result::FAILURE;
-            }
+    const std::vector<Hal::FrameType> channels = settings.channels;
+    for (const Hal::FrameType channel : channels) {
+        if (streamOf(channel) == nullptr) {
+            ALOGW("refused channels: no camera gives frames of type %u",
+                  static_cast<uint32_t>(channel));
+            return Result::FAILURE;
         }
-        const std::lock_guard lock{mutex_};
-        channels_ = channels;
-        for (const StreamPointer& stream : streams_) {
-            FrameSetServer& server = *stream->server();
-            server.setEnabled(std::find(channels.begin(), channels.end(),
-                                        server.plan().frameType) != channels.end());
-        }
-        return Result::SUCCESS;
-    });
+    }
+    const std::lock_guard lock{mutex_};
+    channels_ = channels;
+    for (const StreamPointer& stream : streams_) {
+        FrameSetServer& server = *stream->server();
+        server.setEnabled(std::find(channels.begin(), channels.end(), server.plan().frameType) !=
+                          channels.end());
+    }
+    return Result::SUCCESS;
 }
 
 Return<Result> CameraProviderService::applyMuxMode(const String& name, uint8_t transition) {
-    return unlessFaulty("applyMuxMode", [&] { return mux_->apply(name, transition); });
+    return mux_->apply(name, transition);
 }
 
 Return<Result> CameraProviderService::setFrameRate(const Hal::FrameRateSettings& settings) {
-    const Result fault = faultOf("setFrameRate");
-    if (fault != Result::SUCCESS) {
-        return fault;
-    }
     const auto& types = settings.frameTypes;
     const bool areThere = std::all_of(types.begin(), types.end(), [this](Hal::FrameType type) {
         return streamOf(type) != nullptr;
@@ -148,10 +140,6 @@ Return<Result> CameraProviderService::setFrameRate(const Hal::FrameRateSettings&
 Return<Result> CameraProviderService::controlEvery(
     const hidl_vec<android::sp<Hal::ICameraStreamControlTarget>>& targets,
     Hal::StreamCommand command) {
-    const Result fault = faultOf("controlEvery");
-    if (fault != Result::SUCCESS) {
-        return fault;
-    }
     bool isAllIgnored = targets.size() > 0;
     for (const auto& target : targets) {
         const Result result = controlTarget(target, command);

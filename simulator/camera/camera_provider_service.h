@@ -15,6 +15,7 @@ class CameraProviderService : public Service<Hal::ICameraProvider> {
   public:
     using String = android::hardware::hidl_string;
 
+    /// @param faults of the controllers that it hands out
     CameraProviderService(std::vector<android::sp<CameraStreamService>> streams,
                           std::shared_ptr<MuxControl> mux, std::shared_ptr<const Faults> faults);
 
@@ -45,6 +46,7 @@ class CameraProviderService : public Service<Hal::ICameraProvider> {
     Hal::Result controlTarget(const android::sp<Hal::ICameraStreamControlTarget>& target,
                               Hal::StreamCommand command) const;
 
+    const std::shared_ptr<const Faults> faults_;
     const std::vector<StreamPointer> streams_;
     const std::shared_ptr<MuxControl> mux_;
     std::mutex mutex_;

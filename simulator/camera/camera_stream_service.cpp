@@ -12,7 +12,7 @@ using android::hardware::hidl_vec;
 using Hal::Result;
 
 Return<void> CameraStreamService::getMetadata(getMetadata_cb callback) {
-    callback(faultOf("getMetadata"), server_->metadata());
+    callback(Result::SUCCESS, server_->metadata());
     return Void();
 }
 
@@ -20,45 +20,36 @@ Return<void> CameraStreamService::prepareStream(const ClientIdentity& client,
                                                 const ClientQueue<Hal::FrameSet>& queue,
                                                 const Hal::FmqConfig& config,
                                                 prepareStream_cb callback) {
-    Result result = faultOf("prepareStream");
-    std::shared_ptr<const FrameSetClient> prepared;
-    if (result == Result::SUCCESS) {
-        prepared = server_->prepare(client, queue, config);
-        result = prepared == nullptr ? Result::FAILURE : Result::SUCCESS;
-    }
+    const std::shared_ptr<const FrameSetClient> prepared = server_->prepare(client, queue, config);
     if (prepared == nullptr) {
-        callback(result, {}, {});
+        callback(Result::FAILURE, {}, {});
     } else {
-        callback(result, prepared->recycleQueue(), prepared->recycleConfig());
+        callback(Result::SUCCESS, prepared->recycleQueue(), prepared->recycleConfig());
     }
     return Void();
 }
 
 Return<void> CameraStreamService::getConfiguration(const ClientIdentity& /*client*/,
                                                    getConfiguration_cb callback) {
-    callback(faultOf("getConfiguration"), server_->configuration());
+    callback(Result::SUCCESS, server_->configuration());
     return Void();
 }
 
 Return<Result> CameraStreamService::controlStream(const ClientIdentity& client,
                                                   Hal::StreamCommand command) {
-    return unlessFaulty("controlStream", [&] { return server_->control(client, command); });
+    return server_->control(client, command);
 }
 
 Return<Result> CameraStreamService::startOverridingExposureSettings(const ClientIdentity& client) {
-    return unlessFaulty("startOverridingExposureSettings", [&] {
-        return server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
-            server_->exposure().startOverriding(claimant);
-            return Result::SUCCESS;
-        });
+    return server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
+        server_->exposure().startOverriding(claimant);
+        return Result::SUCCESS;
     });
 }
 
 Return<Result> CameraStreamService::stopOverridingExposureSettings(const ClientIdentity& client) {
-    return unlessFaulty("stopOverridingExposureSettings", [&] {
-        return server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
-            return server_->exposure().stopOverriding(claimant);
-        });
+    return server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
+        return server_->exposure().stopOverriding(claimant);
     });
 }
 
@@ -66,10 +57,7 @@ Return<void> CameraStreamService::registerFrameConfigCallback(
     const ClientIdentity& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
     registerFrameConfigCallback_cb callback) {
     Hal::MuxState state{};
-    Result result = faultOf("registerFrameConfigCallback");
-    if (result == Result::SUCCESS) {
-        result = mux_->addCallback(*server_, client, configCallback, &state);
-    }
+    const Result result = mux_->addCallback(*server_, client, configCallback, &state);
     callback(result, state);
     return Void();
 }
@@ -94,7 +82,7 @@ Return<void> CameraStreamService::setPhaseOffset(uint64_t offset) {
 }
 
 Return<Result> CameraStreamService::setCameraSyncMode(Hal::CameraSyncMode mode) {
-    return unlessFaulty("setCameraSyncMode", [&] { return server_->setSyncMode(mode); });
+    return server_->setSyncMode(mode);
 }
 
 Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name,
@@ -102,10 +90,6 @@ Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name
     constexpr size_t kMaxNames = 16;
     constexpr size_t kMaxNameLength = 64;
     constexpr size_t kMaxSize = 65'536;
-    const Result fault = faultOf("writeSessionOcalData");
-    if (fault != Result::SUCCESS) {
-        return fault;
-    }
     // The name becomes part of a JSON text.
     const std::string text = name;
     const bool isName = !text.empty() && text.size() <= kMaxNameLength &&
@@ -123,7 +107,7 @@ Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name
 }
 
 Return<Result> CameraStreamService::setResolution(const hidl_vec<Hal::Resolution>& resolutions) {
-    return unlessFaulty("setResolution", [&] { return server_->setResolutions(resolutions); });
+    return server_->setResolutions(resolutions);
 }
 
 std::vector<std::string> CameraStreamService::sessionData() const {
@@ -136,25 +120,20 @@ std::vector<std::string> CameraStreamService::sessionData() const {
 }
 
 Return<Result> CameraStreamController::startOverridingExposureSettings() {
-    return unlessFaulty("startOverridingExposureSettings", [&] {
-        server_->exposure().startOverriding(this);
-        return Result::SUCCESS;
-    });
+    server_->exposure().startOverriding(this);
+    return Result::SUCCESS;
 }
 
 Return<Result> CameraStreamController::stopOverridingExposureSettings() {
-    return unlessFaulty("stopOverridingExposureSettings",
-                        [&] { return server_->exposure().stopOverriding(this); });
+    return server_->exposure().stopOverriding(this);
 }
 
 Return<Result> CameraStreamController::setExposureGain(uint8_t slot, uint32_t frameSets,
                                                        const Hal::ExposureGainSettings& settings) {
-    return unlessFaulty("setExposureGain", [&] {
-        // FAILURE would say that the cameras are beyond control.
-        const bool isPossible =
-            slot < MuxControl::kSlots && settings.numCameras <= server_->plan().cameras.size();
-        return isPossible ? server_->exposure().set(this, settings, frameSets) : Result::BAD_STATE;
-    });
+    // FAILURE would say that the cameras are beyond control.
+    const bool isPossible =
+        slot < MuxControl::kSlots && settings.numCameras <= server_->plan().cameras.size();
+    return isPossible ? server_->exposure().set(this, settings, frameSets) : Result::BAD_STATE;
 }
 
 }  // namespace Simulator

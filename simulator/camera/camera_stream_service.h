@@ -18,9 +18,8 @@ namespace Simulator {
 
 class CameraStreamService : public Service<Hal::ICameraStream> {
   public:
-    CameraStreamService(android::sp<FrameSetServer> server, std::shared_ptr<MuxControl> mux,
-                        std::shared_ptr<const Faults> faults)
-        : Service(std::move(faults)), server_(std::move(server)), mux_(std::move(mux)) {}
+    CameraStreamService(android::sp<FrameSetServer> server, std::shared_ptr<MuxControl> mux)
+        : server_(std::move(server)), mux_(std::move(mux)) {}
 
     Return<void> getMetadata(getMetadata_cb callback) override;
     Return<void> prepareStream(const ClientIdentity& client,
@@ -60,8 +59,8 @@ class CameraStreamService : public Service<Hal::ICameraStream> {
 /// One for each client that asks. What it overrides ends with it.
 class CameraStreamController : public Service<Hal::ICameraStreamController> {
   public:
-    CameraStreamController(android::sp<FrameSetServer> server, std::shared_ptr<const Faults> faults)
-        : Service(std::move(faults)), server_(std::move(server)) {}
+    explicit CameraStreamController(android::sp<FrameSetServer> server)
+        : server_(std::move(server)) {}
     ~CameraStreamController() override { server_->exposure().stopOverriding(this); }
 
     Return<Hal::Result> startOverridingExposureSettings() override;

@@ -16,9 +16,9 @@ ControllerDevices::ControllerDevices(const ControllerSettings& settings,
 
 std::string ControllerDevices::registerServices() {
     const android::sp<ControllerProviderService> provider =
-        new ControllerProviderService(fleet_, faults_);
+        makeService<ControllerProviderService>(faults_, fleet_, faults_);
     const android::sp<ControllerStateProviderService> stateProvider =
-        new ControllerStateProviderService(fleet_, poses_, faults_);
+        makeService<ControllerStateProviderService>(faults_, fleet_, poses_);
     return registerAlone(provider, stateProvider);
 }
 

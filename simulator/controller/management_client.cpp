@@ -13,7 +13,7 @@ using Hal::Result;
 template <typename Action>
 Result ManagementClient::command(const char* method, const ControllerAddr& controller,
                                  const Action& action) {
-    const Result result = unlessFaulty(method, action);
+    const Result result = action();
     if (result != Result::SUCCESS) {
         ALOGW("controller %llx: %s of process %d answered %s",
               static_cast<unsigned long long>(controller.address), method, callingProcess(),
@@ -23,8 +23,7 @@ Result ManagementClient::command(const char* method, const ControllerAddr& contr
 }
 
 Return<void> ManagementClient::getAdvertisingControllers(getAdvertisingControllers_cb callback) {
-    const bool isFault = isFaulty("getAdvertisingControllers");
-    callback(isFault ? std::vector<Hal::AdvertisingControllerInfo>{} : fleet_->advertising());
+    callback(fleet_->advertising());
     return Void();
 }
 

@@ -14,8 +14,7 @@ namespace Simulator {
 /// Keeps nothing of its clients, so that they all share it and there is nothing to be released.
 class ManagementClient : public Service<Hal::IControllerManagementClient> {
   public:
-    ManagementClient(std::shared_ptr<ControllerFleet> fleet, std::shared_ptr<const Faults> faults)
-        : Service(std::move(faults)), fleet_(std::move(fleet)) {}
+    explicit ManagementClient(std::shared_ptr<ControllerFleet> fleet) : fleet_(std::move(fleet)) {}
 
     Return<void> release() override { return Void(); }
     Return<void> getAdvertisingControllers(getAdvertisingControllers_cb callback) override;
@@ -28,7 +27,7 @@ class ManagementClient : public Service<Hal::IControllerManagementClient> {
                                        const FWUpdateCallbackConfig& config) override;
 
   private:
-    /// As `unlessFaulty`, with a log line for what fails.
+    /// The answer of `action`, with a log line for what fails.
     template <typename Action>
     Hal::Result command(const char* method, const Hal::ControllerAddr& controller,
                         const Action& action);

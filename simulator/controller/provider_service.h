@@ -13,6 +13,7 @@ namespace Simulator {
 
 class ControllerProviderService : public Service<Hal::IControllerProvider> {
   public:
+    /// @param faults of the clients that it hands out
     ControllerProviderService(std::shared_ptr<ControllerFleet> fleet,
                               std::shared_ptr<const Faults> faults);
 
@@ -63,10 +64,10 @@ class ControllerProviderService : public Service<Hal::IControllerProvider> {
   private:
     /// Takes the client's queue and starts its stream.
     template <typename Record>
-    Hal::Result prepare(const char* method, StreamClients<Record>& stream,
-                        const ClientQueue<Record>& queue, const ClientIdentity& client,
-                        const Hal::FmqConfig& config);
+    Hal::Result prepare(StreamClients<Record>& stream, const ClientQueue<Record>& queue,
+                        const ClientIdentity& client, const Hal::FmqConfig& config);
 
+    const std::shared_ptr<const Faults> faults_;
     const std::shared_ptr<ControllerFleet> fleet_;
     const android::sp<ManagementClient> management_;
 };

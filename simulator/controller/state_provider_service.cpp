@@ -19,37 +19,31 @@ constexpr size_t kKeySize = 16;
 }  // namespace
 
 ControllerStateProviderService::ControllerStateProviderService(
-    std::shared_ptr<ControllerFleet> fleet, android::sp<PoseReceiver> poses,
-    std::shared_ptr<const Faults> faults)
-    : Service(std::move(faults)), fleet_(std::move(fleet)), poses_(std::move(poses)) {}
+    std::shared_ptr<ControllerFleet> fleet, android::sp<PoseReceiver> poses)
+    : fleet_(std::move(fleet)), poses_(std::move(poses)) {}
 
 Return<Result> ControllerStateProviderService::prepareHapticsStateStream(
     const ClientQueue<Hal::HapticsState>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
-    return unlessFaulty("prepareHapticsStateStream",
-                        [&] { return fleet_->streams().haptics->prepare(queue, client, config); });
+    return fleet_->streams().haptics->prepare(queue, client, config);
 }
 
 Return<Result> ControllerStateProviderService::prepareWirelessStateTransitionStream(
     const ClientQueue<Hal::WirelessStateTransition>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
-    return unlessFaulty("prepareWirelessStateTransitionStream", [&] {
-        return fleet_->streams().wirelessStates->prepare(queue, client, config);
-    });
+    return fleet_->streams().wirelessStates->prepare(queue, client, config);
 }
 
 Return<Result> ControllerStateProviderService::prepareControllerInputStream(
     const ClientQueue<Hal::ControllerInputData>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
-    return unlessFaulty("prepareControllerInputStream",
-                        [&] { return fleet_->streams().inputs->prepare(queue, client, config); });
+    return fleet_->streams().inputs->prepare(queue, client, config);
 }
 
 Return<void> ControllerStateProviderService::preparePoseOutputStream(
     const ClientIdentity& client, preparePoseOutputStream_cb callback) {
     std::shared_ptr<PoseSender> sender;
-    const Result result =
-        unlessFaulty("preparePoseOutputStream", [&] { return poses_->prepare(client, &sender); });
+    const Result result = poses_->prepare(client, &sender);
     if (sender == nullptr) {
         callback(result, {}, {});
     } else {
@@ -60,40 +54,32 @@ Return<void> ControllerStateProviderService::preparePoseOutputStream(
 
 Return<Result> ControllerStateProviderService::controlHapticsStateStream(
     const ClientIdentity& client, Hal::StreamCommand command) {
-    return unlessFaulty("controlHapticsStateStream",
-                        [&] { return fleet_->streams().haptics->control(client, command); });
+    return fleet_->streams().haptics->control(client, command);
 }
 
 Return<Result> ControllerStateProviderService::controlWirelessStateTransitionStream(
     const ClientIdentity& client, Hal::StreamCommand command) {
-    return unlessFaulty("controlWirelessStateTransitionStream",
-                        [&] { return fleet_->streams().wirelessStates->control(client, command); });
+    return fleet_->streams().wirelessStates->control(client, command);
 }
 
 Return<Result> ControllerStateProviderService::controlControllerInputStream(
     const ClientIdentity& client, Hal::StreamCommand command) {
-    return unlessFaulty("controlControllerInputStream",
-                        [&] { return fleet_->streams().inputs->control(client, command); });
+    return fleet_->streams().inputs->control(client, command);
 }
 
 Return<Result> ControllerStateProviderService::controlPoseOutputStream(const ClientIdentity& client,
                                                                        Hal::StreamCommand command) {
-    return unlessFaulty("controlPoseOutputStream",
-                        [&] { return poses_->control(client, command); });
+    return poses_->control(client, command);
 }
 
 Return<bool> ControllerStateProviderService::notifyBatteryState(uint8_t level) {
     constexpr uint8_t kFull = 100;
-    const bool isTaken = !isFaulty("notifyBatteryState") && level <= kFull;
+    const bool isTaken = level <= kFull;
     ALOGI("controllers: the headset's battery at %u %%: %s", level, isTaken ? "noted" : "refused");
     return isTaken;
 }
 
 Return<void> ControllerStateProviderService::enterPairingMode(enterPairingMode_cb callback) {
-    if (isFaulty("enterPairingMode")) {
-        callback({});
-        return Void();
-    }
     fleet_->enterPairingMode();
     callback(kOwner);
     return Void();
@@ -101,12 +87,10 @@ Return<void> ControllerStateProviderService::enterPairingMode(enterPairingMode_c
 
 Return<void> ControllerStateProviderService::getPairingInfo(getPairingInfo_cb callback) {
     Hal::SecureDeviceInfo info{};
-    if (!isFaulty("getPairingInfo")) {
-        info.address = kOwner;
-        info.deviceId = kOwnerDevice;
-        for (size_t i = 0; i < kKeySize; ++i) {
-            info.key[i] = static_cast<uint8_t>(0xC0 + i);
-        }
+    info.address = kOwner;
+    info.deviceId = kOwnerDevice;
+    for (size_t i = 0; i < kKeySize; ++i) {
+        info.key[i] = static_cast<uint8_t>(0xC0 + i);
     }
     callback(info);
     return Void();
@@ -114,7 +98,7 @@ Return<void> ControllerStateProviderService::getPairingInfo(getPairingInfo_cb ca
 
 Return<bool> ControllerStateProviderService::setPairingInfo(
     const Hal::SecureHostInfo& host, const android::hardware::hidl_vec<uint8_t>& key) {
-    if (isFaulty("setPairingInfo") || key.size() != kKeySize) {
+    if (key.size() != kKeySize) {
         ALOGW("controllers: refused pairing with host %u and a key of %zu bytes", host.hostId,
               key.size());
         return false;
@@ -124,9 +108,8 @@ Return<bool> ControllerStateProviderService::setPairingInfo(
 }
 
 Return<bool> ControllerStateProviderService::setKivrarEnabled(bool enabled) {
-    const bool isTaken = !isFaulty("setKivrarEnabled");
-    ALOGI("controllers: Kivrar %s: %s", enabled ? "on" : "off", isTaken ? "done" : "refused");
-    return isTaken;
+    ALOGI("controllers: Kivrar %s", enabled ? "on" : "off");
+    return true;
 }
 
 }  // namespace Simulator

@@ -14,8 +14,7 @@ namespace Simulator {
 class ControllerStateProviderService : public Service<Hal::IControllerStateProvider> {
   public:
     ControllerStateProviderService(std::shared_ptr<ControllerFleet> fleet,
-                                   android::sp<PoseReceiver> poses,
-                                   std::shared_ptr<const Faults> faults);
+                                   android::sp<PoseReceiver> poses);
 
     Return<Hal::Result> prepareHapticsStateStream(const ClientQueue<Hal::HapticsState>& queue,
                                                   const ClientIdentity& client,

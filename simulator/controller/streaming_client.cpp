@@ -16,9 +16,8 @@ using Hal::ControllerAddr;
 using Hal::ControllerFeature;
 
 StreamingClient::StreamingClient(std::shared_ptr<StreamingListener> listener,
-                                 std::shared_ptr<ControllerFleet> fleet,
-                                 std::shared_ptr<const Faults> faults)
-    : Service(std::move(faults)), listener_(std::move(listener)), fleet_(std::move(fleet)) {}
+                                 std::shared_ptr<ControllerFleet> fleet)
+    : listener_(std::move(listener)), fleet_(std::move(fleet)) {}
 
 StreamingClient::~StreamingClient() {
     fleet_->remove(listener_);
@@ -34,7 +33,7 @@ bool StreamingClient::note(const char* method, bool isDone) const {
 template <typename Action>
 bool StreamingClient::command(const char* method, const ControllerAddr& controller,
                               const Action& action) {
-    return note(method, !isFaulty(method) && fleet_->with(controller, false, action));
+    return note(method, fleet_->with(controller, false, action));
 }
 
 template <typename Action>
@@ -50,14 +49,14 @@ bool StreamingClient::play(const char* method, const ControllerAddr& controller,
 }
 
 template <typename Value, typename Get, typename Callback>
-Return<void> StreamingClient::query(const char* method, const ControllerAddr& controller,
-                                    const Get& get, const Callback& callback) {
+Return<void> StreamingClient::query(const ControllerAddr& controller, const Get& get,
+                                    const Callback& callback) {
     Value value{};
     const bool isThere = fleet_->with(controller, false, [&](const ControllerDevice& device) {
         value = get(device);
         return true;
     });
-    callback(value, isThere && !isFaulty(method));
+    callback(value, isThere);
     return Void();
 }
 
@@ -69,7 +68,6 @@ Return<void> StreamingClient::release() {
 Return<void> StreamingClient::getCalibrationData(const ControllerAddr& controller,
                                                  getCalibrationData_cb callback) {
     const bool isThere =
-        !isFaulty("getCalibrationData") &&
         fleet_->with(controller, false, [](const ControllerDevice&) { return true; });
     callback(isThere ? 1 : 0, isThere ? "gyroscope 1 1 1; accelerometer 1 1 1" : "");
     return Void();
@@ -87,34 +85,27 @@ Return<void> StreamingClient::disable(const ControllerAddr& controller) {
 
 Return<bool> StreamingClient::controlInputADCStreaming(const ControllerAddr& controller,
                                                        bool enable) {
-    constexpr char kMethod[] = "controlInputADCStreaming";
-    return note(kMethod,
-                !isFaulty(kMethod) && fleet_->enableAdc(listener_.get(), controller, enable));
+    return note("controlInputADCStreaming", fleet_->enableAdc(listener_.get(), controller, enable));
 }
 
 Return<bool> StreamingClient::setLedConfig(const Hal::ControllerLedConfig& config) {
-    constexpr char kMethod[] = "setLedConfig";
-    return note(kMethod,
-                !isFaulty(kMethod) && fleet_->withHand(config.hand, [&](ControllerDevice& device) {
-                    return device.setLed(config);
-                }));
+    return note("setLedConfig", fleet_->withHand(config.hand, [&](ControllerDevice& device) {
+        return device.setLed(config);
+    }));
 }
 
 Return<void> StreamingClient::getLedConfig(const ControllerAddr& controller,
                                            getLedConfig_cb callback) {
     return query<Hal::ControllerLedConfig>(
-        "getLedConfig", controller, [](const ControllerDevice& device) { return device.led(); },
-        callback);
+        controller, [](const ControllerDevice& device) { return device.led(); }, callback);
 }
 
 Return<bool> StreamingClient::setTransmitPowerBoost(int8_t boost) {
-    constexpr char kMethod[] = "setTransmitPowerBoost";
-    return note(kMethod, !isFaulty(kMethod) && fleet_->setTransmitPowerBoost(boost));
+    return note("setTransmitPowerBoost", fleet_->setTransmitPowerBoost(boost));
 }
 
 Return<bool> StreamingClient::setMaxHostTransmitPower(int8_t power) {
-    constexpr char kMethod[] = "setMaxHostTransmitPower";
-    return note(kMethod, !isFaulty(kMethod) && fleet_->setMaxTransmitPower(power));
+    return note("setMaxHostTransmitPower", fleet_->setMaxTransmitPower(power));
 }
 
 Return<bool> StreamingClient::setSimpleHaptics(const ControllerAddr& controller,
@@ -163,8 +154,8 @@ Return<bool> StreamingClient::setThumbstickMaxADCRange(const ControllerAddr& con
 Return<void> StreamingClient::getThumbstickMaxADCRange(const ControllerAddr& controller,
                                                        getThumbstickMaxADCRange_cb callback) {
     return query<Hal::ThumbstickADCRange>(
-        "getThumbstickMaxADCRange", controller,
-        [](const ControllerDevice& device) { return device.thumbstick().range; }, callback);
+        controller, [](const ControllerDevice& device) { return device.thumbstick().range; },
+        callback);
 }
 
 Return<bool> StreamingClient::resetThumbstickMaxADCRange(const ControllerAddr& controller) {
@@ -182,8 +173,8 @@ Return<bool> StreamingClient::setThumbstickDeadzone(const ControllerAddr& contro
 Return<void> StreamingClient::getThumbstickDeadzone(const ControllerAddr& controller,
                                                     getThumbstickDeadzone_cb callback) {
     return query<float>(
-        "getThumbstickDeadzone", controller,
-        [](const ControllerDevice& device) { return device.thumbstick().deadzone; }, callback);
+        controller, [](const ControllerDevice& device) { return device.thumbstick().deadzone; },
+        callback);
 }
 
 Return<bool> StreamingClient::resetThumbstickDeadzone(const ControllerAddr& controller) {

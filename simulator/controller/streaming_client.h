@@ -16,7 +16,7 @@ class StreamingClient : public Service<Hal::IControllerStreamingClient> {
   public:
     /// @param listener one that the fleet knows
     StreamingClient(std::shared_ptr<StreamingListener> listener,
-                    std::shared_ptr<ControllerFleet> fleet, std::shared_ptr<const Faults> faults);
+                    std::shared_ptr<ControllerFleet> fleet);
     ~StreamingClient() override;
 
     Return<void> release() override;
@@ -58,8 +58,8 @@ class StreamingClient : public Service<Hal::IControllerStreamingClient> {
     Return<bool> wakeController(const Hal::ControllerAddr& controller) override;
 
   private:
-    /// Whether `action`, given the paired controller, did what was asked; false, too, if the
-    /// method has a fault or there is no such controller.
+    /// Whether `action`, given the paired controller, did what was asked; false, too, if there
+    /// is no such controller.
     template <typename Action>
     bool command(const char* method, const Hal::ControllerAddr& controller, const Action& action);
     /// As `command`, for a controller that is connected.
@@ -67,7 +67,7 @@ class StreamingClient : public Service<Hal::IControllerStreamingClient> {
     bool play(const char* method, const Hal::ControllerAddr& controller, const Action& action);
     /// What `get` reads of the controller.
     template <typename Value, typename Get, typename Callback>
-    Return<void> query(const char* method, const Hal::ControllerAddr& controller, const Get& get,
+    Return<void> query(const Hal::ControllerAddr& controller, const Get& get,
                        const Callback& callback);
     bool note(const char* method, bool isDone) const;
 

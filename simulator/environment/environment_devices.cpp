@@ -16,15 +16,15 @@ constexpr SamplingPlan kPulsePlan{10, 1};
 EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
                                        const std::shared_ptr<Faults>& faults,
                                        const std::shared_ptr<WorldClock>& clock)
-    : flicker_(new FlickerService(
-          std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance), faults,
-          clock)),
-      leds_(new LedService(faults)),
-      externalTiming_(new ExternalTimingService(
+    : flicker_(makeService<FlickerService>(
+          faults, std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance),
+          faults, clock)),
+      leds_(makeService<LedService>(faults)),
+      externalTiming_(makeService<ExternalTimingService>(
+          faults,
           new ExternalTimingService::Server("external clock", kPulsePlan,
-                                            samplesOf(ExternalTimingModel()), faults, clock),
-          faults)),
-      tambril_(new TambrilService(settings, faults, clock)) {}
+                                            samplesOf(ExternalTimingModel()), faults, clock))),
+      tambril_(makeService<TambrilService>(faults, settings, clock)) {}
 
 std::string EnvironmentDevices::registerServices() {
     return registerAlone(flicker_, leds_, externalTiming_, tambril_);

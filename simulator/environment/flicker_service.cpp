@@ -14,8 +14,7 @@ constexpr SamplingPlan kAmbientLightPlan{10, 1};
 FlickerService::FlickerService(const std::shared_ptr<const RoomLight>& room,
                                const std::shared_ptr<Faults>& faults,
                                const std::shared_ptr<WorldClock>& clock)
-    : Service(faults),
-      flicker_(new StreamServer<Hal::FlickerData>("flicker sensor", kBlockPlan,
+    : flicker_(new StreamServer<Hal::FlickerData>("flicker sensor", kBlockPlan,
                                                   samplesOf(FlickerModel(room)), faults, clock)),
       adcFlicker_(new StreamServer<Hal::AdcFlickerData>(
           "flicker sensor's ADC", kBlockPlan, samplesOf(AdcFlickerModel(room)), faults, clock)),
@@ -24,49 +23,41 @@ FlickerService::FlickerService(const std::shared_ptr<const RoomLight>& room,
           clock)) {}
 
 Return<void> FlickerService::getProperties(getProperties_cb callback) {
-    // The call has no result: all that a sensor can do that fails is to have nothing to tell.
-    const bool isKnown = !isFaulty("getProperties");
-    callback(isKnown ? Hal::FlickerSensorProperties{"flicker sensor", "Zelvan", "SIM-0100"}
-                     : Hal::FlickerSensorProperties{});
+    callback({"flicker sensor", "Zelvan", "SIM-0100"});
     return Void();
 }
 
 Return<Hal::Result> FlickerService::prepareFlickerStream(const ClientQueue<Hal::FlickerData>& queue,
                                                          const ClientIdentity& client,
                                                          const Hal::FmqConfig& config) {
-    return unlessFaulty("prepareFlickerStream",
-                        [&] { return flicker_->prepare(queue, client, config); });
+    return flicker_->prepare(queue, client, config);
 }
 
 Return<Hal::Result> FlickerService::prepareAdcFlickerStream(
     const ClientQueue<Hal::AdcFlickerData>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
-    return unlessFaulty("prepareAdcFlickerStream",
-                        [&] { return adcFlicker_->prepare(queue, client, config); });
+    return adcFlicker_->prepare(queue, client, config);
 }
 
 Return<Hal::Result> FlickerService::prepareAmbientLightStream(
     const ClientQueue<Hal::AmbientLightData>& queue, const ClientIdentity& client,
     const Hal::FmqConfig& config) {
-    return unlessFaulty("prepareAmbientLightStream",
-                        [&] { return ambientLight_->prepare(queue, client, config); });
+    return ambientLight_->prepare(queue, client, config);
 }
 
 Return<Hal::Result> FlickerService::controlFlickerStream(const ClientIdentity& client,
                                                          Hal::StreamCommand command) {
-    return unlessFaulty("controlFlickerStream", [&] { return flicker_->control(client, command); });
+    return flicker_->control(client, command);
 }
 
 Return<Hal::Result> FlickerService::controlAdcFlickerStream(const ClientIdentity& client,
                                                             Hal::StreamCommand command) {
-    return unlessFaulty("controlAdcFlickerStream",
-                        [&] { return adcFlicker_->control(client, command); });
+    return adcFlicker_->control(client, command);
 }
 
 Return<Hal::Result> FlickerService::controlAmbientLightStream(const ClientIdentity& client,
                                                               Hal::StreamCommand command) {
-    return unlessFaulty("controlAmbientLightStream",
-                        [&] { return ambientLight_->control(client, command); });
+    return ambientLight_->control(client, command);
 }
 
 void FlickerService::stop() {

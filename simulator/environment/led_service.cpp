@@ -37,23 +37,20 @@ bool isPossible(const Hal::FaceEyeTrackingLedConfiguration& led) {
 /// Calls `action`, under the lock, with the record of the client.
 /// @return its answer; FAILURE if the client cannot have a record
 template <typename Action>
-Hal::Result LedService::withClient(const char* method, const ClientIdentity& identity,
-                                   const Action& action) {
-    return unlessFaulty(method, [&] {
-        if (!admit(identity)) {
-            return Hal::Result::FAILURE;
-        }
-        const std::lock_guard lock{mutex_};
-        const ClientPointer client = findLocked(identity);
-        // Null if it died just now.
-        return client == nullptr ? Hal::Result::FAILURE : action(client);
-    });
+Hal::Result LedService::withClient(const ClientIdentity& identity, const Action& action) {
+    if (!admit(identity)) {
+        return Hal::Result::FAILURE;
+    }
+    const std::lock_guard lock{mutex_};
+    const ClientPointer client = findLocked(identity);
+    // Null if it died just now.
+    return client == nullptr ? Hal::Result::FAILURE : action(client);
 }
 
 Return<Hal::Result> LedService::setConfigurations(
     const ClientIdentity& identity,
     const android::hardware::hidl_vec<Configuration>& configurations) {
-    return withClient("setConfigurations", identity, [&](const ClientPointer& client) {
+    return withClient(identity, [&](const ClientPointer& client) {
         const auto bad = std::find_if_not(configurations.begin(), configurations.end(), isPossible);
         if (bad != configurations.end()) {
             ALOGW("LEDs: refused %s %u at %u uA for %u us", toString(bad->group).c_str(),
@@ -71,15 +68,15 @@ Return<Hal::Result> LedService::setConfigurations(
 }
 
 Return<Hal::Result> LedService::enable(const ClientIdentity& identity) {
-    return switchTo("enable", true, identity);
+    return switchTo(true, identity);
 }
 
 Return<Hal::Result> LedService::disable(const ClientIdentity& identity) {
-    return switchTo("disable", false, identity);
+    return switchTo(false, identity);
 }
 
-Hal::Result LedService::switchTo(const char* method, bool isOn, const ClientIdentity& identity) {
-    return withClient(method, identity, [&](const ClientPointer& client) {
+Hal::Result LedService::switchTo(bool isOn, const ClientIdentity& identity) {
+    return withClient(identity, [&](const ClientPointer& client) {
         if ((switchedOnBy_ != nullptr) == isOn) {
             return Hal::Result::IGNORED;
         }
@@ -90,11 +87,11 @@ Hal::Result LedService::switchTo(const char* method, bool isOn, const ClientIden
 }
 
 Return<uint8_t> LedService::getChannelCount(Hal::FaceEyeTrackingLedGroup group) {
-    return isFaulty("getChannelCount") ? uint8_t{0} : channelsOf(group);
+    return channelsOf(group);
 }
 
 Return<Hal::Result> LedService::startOverridingLedSettings(const ClientIdentity& identity) {
-    return withClient("startOverridingLedSettings", identity, [&](const ClientPointer& client) {
+    return withClient(identity, [&](const ClientPointer& client) {
         if (overriddenBy_ != nullptr) {
             return overriddenBy_ == client ? Hal::Result::IGNORED : Hal::Result::BAD_STATE;
         }
@@ -105,16 +102,14 @@ Return<Hal::Result> LedService::startOverridingLedSettings(const ClientIdentity&
 }
 
 Return<Hal::Result> LedService::stopOverridingLedSettings(const ClientIdentity& identity) {
-    return unlessFaulty("stopOverridingLedSettings", [&] {
-        const std::lock_guard lock{mutex_};
-        const ClientPointer client = findLocked(identity);
-        if (client == nullptr || overriddenBy_ != client) {
-            return Hal::Result::BAD_STATE;
-        }
-        overriddenBy_ = nullptr;
-        ALOGI("LEDs: %s no longer overrides them", client->name.c_str());
-        return Hal::Result::SUCCESS;
-    });
+    const std::lock_guard lock{mutex_};
+    const ClientPointer client = findLocked(identity);
+    if (client == nullptr || overriddenBy_ != client) {
+        return Hal::Result::BAD_STATE;
+    }
+    overriddenBy_ = nullptr;
+    ALOGI("LEDs: %s no longer overrides them", client->name.c_str());
+    return Hal::Result::SUCCESS;
 }
 
 std::vector<LedService::Configuration> LedService::shining() const {

@@ -34,8 +34,6 @@ class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegist
     static constexpr uint32_t kMaxCurrent = 100'000;   // in uA
     static constexpr uint32_t kMaxPulseWidth = 2'000;  // in us
 
-    explicit LedService(std::shared_ptr<const Faults> faults) : Service(std::move(faults)) {}
-
     Return<Hal::Result> setConfigurations(
         const ClientIdentity& identity,
         const android::hardware::hidl_vec<Configuration>& configurations) override;
@@ -55,9 +53,8 @@ class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegist
     bool admit(const ClientIdentity& identity);
     ClientPointer takeIdleLocked(int process);
     template <typename Action>
-    Hal::Result withClient(const char* method, const ClientIdentity& identity,
-                           const Action& action);
-    Hal::Result switchTo(const char* method, bool isOn, const ClientIdentity& identity);
+    Hal::Result withClient(const ClientIdentity& identity, const Action& action);
+    Hal::Result switchTo(bool isOn, const ClientIdentity& identity);
     void onRemovedLocked(LedClient& client) override;
 
     // Guarded by the register's lock.

@@ -21,9 +21,8 @@ android::hardware::hidl_vec<uint8_t> bytesOf(const std::string& text) {
 
 }  // namespace
 
-TambrilService::TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults,
-                               std::shared_ptr<WorldClock> clock)
-    : Service(std::move(faults)), settings_(std::move(settings)), clock_(std::move(clock)) {}
+TambrilService::TambrilService(EnvironmentSettings settings, std::shared_ptr<WorldClock> clock)
+    : settings_(std::move(settings)), clock_(std::move(clock)) {}
 
 TambrilService::~TambrilService() {
     clients_.clear();
@@ -31,63 +30,54 @@ TambrilService::~TambrilService() {
 
 Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
                                                    const Callback& callback) {
-    return unlessFaulty("registerClient", [&] {
-        if (callback == nullptr ||
-            (id != Hal::KivraRpcClientId::CMS && id != Hal::KivraRpcClientId::TRACKING)) {
-            ALOGW("KivraRpc: refused client %s of process %d: %s", toString(id).c_str(),
-                  callingProcess(),
-                  callback == nullptr ? "it has no callback" : "it has no such id");
-            return Hal::Result::FAILURE;
-        }
-        constexpr const char* kTaken = "another client has its id";
-        const auto client = std::make_shared<RpcClient>(
-            id, callback, std::max(settings_.notificationRate, 1U), clock_,
-            [this](RpcClient& notified, uint32_t number) { notify(notified, number); });
-        client->name = fmt::format("{}, {}", toString(id), client->name);
-        const char* const problem =
-            enrol(client, [&] { return findLocked(id) == nullptr ? nullptr : kTaken; });
-        if (problem != nullptr) {
-            ALOGW("KivraRpc: refused %s: %s", client->name.c_str(), problem);
-            return problem == kTaken ? Hal::Result::BAD_STATE : Hal::Result::FAILURE;
-        }
-        {
-            const std::lock_guard lock{mutex_};
-            const bool isNotified = settings_.notificationRate > 0 && !isStopped_;
-            client->notifier.setBatchLimit(isNotified ? 1 : 0);
-        }
-        ALOGI("KivraRpc: %s is registered", client->name.c_str());
-        return Hal::Result::SUCCESS;
-    });
+    if (callback == nullptr ||
+        (id != Hal::KivraRpcClientId::CMS && id != Hal::KivraRpcClientId::TRACKING)) {
+        ALOGW("KivraRpc: refused client %s of process %d: %s", toString(id).c_str(),
+              callingProcess(), callback == nullptr ? "it has no callback" : "it has no such id");
+        return Hal::Result::FAILURE;
+    }
+    constexpr const char* kTaken = "another client has its id";
+    const auto client = std::make_shared<RpcClient>(
+        id, callback, std::max(settings_.notificationRate, 1U), clock_,
+        [this](RpcClient& notified, uint32_t number) { notify(notified, number); });
+    client->name = fmt::format("{}, {}", toString(id), client->name);
+    const char* const problem =
+        enrol(client, [&] { return findLocked(id) == nullptr ? nullptr : kTaken; });
+    if (problem != nullptr) {
+        ALOGW("KivraRpc: refused %s: %s", client->name.c_str(), problem);
+        return problem == kTaken ? Hal::Result::BAD_STATE : Hal::Result::FAILURE;
+    }
+    {
+        const std::lock_guard lock{mutex_};
+        const bool isNotified = settings_.notificationRate > 0 && !isStopped_;
+        client->notifier.setBatchLimit(isNotified ? 1 : 0);
+    }
+    ALOGI("KivraRpc: %s is registered", client->name.c_str());
+    return Hal::Result::SUCCESS;
 }
 
 Return<Hal::Result> TambrilService::unregisterClient(Hal::KivraRpcClientId id) {
-    return unlessFaulty("unregisterClient", [&] {
-        ClientPointer client;
-        {
-            const std::lock_guard lock{mutex_};
-            client = findLocked(id);
-            if (client == nullptr) {
-                return Hal::Result::BAD_STATE;
-            }
-            if (client->process != callingProcess()) {
-                ALOGW("KivraRpc: refused process %d, which is not %s, to unregister it",
-                      callingProcess(), client->name.c_str());
-                return Hal::Result::FAILURE;
-            }
-            removeLocked(client);
+    ClientPointer client;
+    {
+        const std::lock_guard lock{mutex_};
+        client = findLocked(id);
+        if (client == nullptr) {
+            return Hal::Result::BAD_STATE;
         }
-        release(client, "unregistered");
-        return Hal::Result::SUCCESS;
-    });
+        if (client->process != callingProcess()) {
+            ALOGW("KivraRpc: refused process %d, which is not %s, to unregister it",
+                  callingProcess(), client->name.c_str());
+            return Hal::Result::FAILURE;
+        }
+        removeLocked(client);
+    }
+    release(client, "unregistered");
+    return Hal::Result::SUCCESS;
 }
 
 Return<Hal::Result> TambrilService::sendMessage(
     const Callback& callback, const Hal::ControllerAddr& address, uint32_t procedure,
     const android::hardware::hidl_vec<uint8_t>& payload) {
-    const Hal::Result fault = faultOf("sendMessage");
-    if (fault != Hal::Result::SUCCESS) {
-        return fault;
-    }
     ClientPointer client;
     {
         const std::lock_guard lock{mutex_};

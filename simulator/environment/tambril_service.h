@@ -55,8 +55,7 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
     /// Procedure of the messages that nobody asked for.
     static constexpr uint32_t kStatusProcedure = 0x1000;
 
-    TambrilService(EnvironmentSettings settings, std::shared_ptr<const Faults> faults,
-                   std::shared_ptr<WorldClock> clock);
+    TambrilService(EnvironmentSettings settings, std::shared_ptr<WorldClock> clock);
     /// The clients' threads use the rest of it.
     ~TambrilService() override;
 

@@ -29,32 +29,34 @@ Hal::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
 android::sp<ImuService> makeImu(const char* name, uint32_t sensor, double mountingAngle,
                                 const std::shared_ptr<Faults>& faults,
                                 const std::shared_ptr<WorldClock>& clock) {
-    return new ImuService(
+    return makeService<ImuService>(
+        faults,
         new ImuService::Server(name, kImuCapabilities.defaultPlan,
                                samplesOf(ImuModel(sensor, mountingAngle)), faults, clock),
-        faults, propertiesOf(name, sensor, kImuCapabilities), kImuCapabilities);
+        propertiesOf(name, sensor, kImuCapabilities), kImuCapabilities);
 }
 
 android::sp<MagService> makeMag(const char* name, uint32_t sensor,
                                 const std::shared_ptr<Faults>& faults,
                                 const std::shared_ptr<WorldClock>& clock) {
-    return new MagService(new MagService::Server(name, kMagCapabilities.defaultPlan,
-                                                 samplesOf(MagModel(sensor)), faults, clock),
-                          faults, propertiesOf(name, sensor, kMagCapabilities), kMagCapabilities);
+    return makeService<MagService>(
+        faults,
+        new MagService::Server(name, kMagCapabilities.defaultPlan, samplesOf(MagModel(sensor)),
+                               faults, clock),
+        propertiesOf(name, sensor, kMagCapabilities), kMagCapabilities);
 }
 
 android::sp<IadService> makeIad(const std::shared_ptr<Faults>& faults,
                                 const std::shared_ptr<WorldClock>& clock) {
-    return new IadService(
-        new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel()), faults, clock),
-        faults);
+    return makeService<IadService>(
+        faults,
+        new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel()), faults, clock));
 }
 
 class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
   public:
-    MotionSensorProvider(std::vector<android::sp<ImuService>> imus, android::sp<MagService> mag,
-                         std::shared_ptr<const Faults> faults)
-        : Service(std::move(faults)), imus_(std::move(imus)), mag_(std::move(mag)) {}
+    MotionSensorProvider(std::vector<android::sp<ImuService>> imus, android::sp<MagService> mag)
+        : imus_(std::move(imus)), mag_(std::move(mag)) {}
 
     Return<void> getSensorInfo(getSensorInfo_cb callback) override {
         using Kind = Hal::MotionSensorKind;
@@ -63,7 +65,7 @@ class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
         metadata.sensors = {{kHeadsetImu, Kind::IMU, Mount::HEADSET, 0},
                             {kBoardImu, Kind::IMU, Mount::BOARD, 0},
                             {kHeadsetMag, Kind::MAGNETOMETER, Mount::HEADSET, 0}};
-        callback(faultOf("getSensorInfo"), metadata);
+        callback(Hal::Result::SUCCESS, metadata);
         return Void();
     }
 
@@ -92,7 +94,7 @@ MotionDevices::MotionDevices(const std::shared_ptr<Faults>& faults,
 
 std::string MotionDevices::registerServices() {
     const android::sp<MotionSensorProvider> provider =
-        new MotionSensorProvider(imus_, mag_, faults_);
+        makeService<MotionSensorProvider>(faults_, imus_, mag_);
     return registerAlone(provider, imus_[kHeadsetImu], mag_, iad_);
 }
 

@@ -5,7 +5,6 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IMag.h>
 
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -34,28 +33,26 @@ class MotionSensorService : public StreamService<Interface, Record> {
   public:
     using typename StreamService<Interface, Record>::Server;
 
-    MotionSensorService(android::sp<Server> server, std::shared_ptr<const Faults> faults,
-                        Hal::MotionSensorProperties properties, SensorCapabilities capabilities)
-        : StreamService<Interface, Record>(std::move(server), std::move(faults)),
+    MotionSensorService(android::sp<Server> server, Hal::MotionSensorProperties properties,
+                        SensorCapabilities capabilities)
+        : StreamService<Interface, Record>(std::move(server)),
           properties_(std::move(properties)),
           capabilities_(capabilities) {}
 
     Return<void> getProperties(typename Interface::getProperties_cb callback) override {
-        callback(this->faultOf("getProperties"), properties_);
+        callback(Hal::Result::SUCCESS, properties_);
         return Void();
     }
 
     Return<Hal::Result> configureStream(const Hal::MotionStreamProperties& properties) override {
-        return this->unlessFaulty("configureStream", [&] {
-            const std::optional<SamplingPlan> plan = planFor(properties, capabilities_);
-            if (!plan) {
-                ALOGW("%s: refused %u Hz, %u samples a batch", this->server().name().c_str(),
-                      properties.sampleRate, properties.batchSize);
-                return Hal::Result::FAILURE;
-            }
-            this->server().configure(*plan);
-            return Hal::Result::SUCCESS;
-        });
+        const std::optional<SamplingPlan> plan = planFor(properties, capabilities_);
+        if (!plan) {
+            ALOGW("%s: refused %u Hz, %u samples a batch", this->server().name().c_str(),
+                  properties.sampleRate, properties.batchSize);
+            return Hal::Result::FAILURE;
+        }
+        this->server().configure(*plan);
+        return Hal::Result::SUCCESS;
     }
 
   private:

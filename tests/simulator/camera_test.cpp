@@ -96,7 +96,8 @@ class FrameSetServerTest : public ::testing::Test {
         cameraStreamPlans()[0], std::make_shared<TestPattern>(), faults_, clock_);
     std::shared_ptr<MuxControl> mux_ =
         std::make_shared<MuxControl>(std::vector<android::sp<FrameSetServer>>{server_}, clock_);
-    android::sp<CameraStreamService> service_ = new CameraStreamService(server_, mux_, faults_);
+    android::sp<CameraStreamService> service_ =
+        makeService<CameraStreamService>(faults_, server_, mux_);
 };
 
 TEST_F(FrameSetServerTest, NoBufferIsDrawnIntoBeforeItCameBackAndEveryFaultIsCounted) {

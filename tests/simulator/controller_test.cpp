@@ -78,9 +78,9 @@ class ControllerTest : public ::testing::Test {
         ControllerSettings{0, {}}, faults_, std::make_shared<WorldClock>());
     android::sp<PoseReceiver> poses_ = new PoseReceiver(fleet_);
     android::sp<Hal::IControllerProvider> provider_ =
-        new ControllerProviderService(fleet_, faults_);
+        makeService<ControllerProviderService>(faults_, fleet_, faults_);
     android::sp<Hal::IControllerStateProvider> owner_ =
-        new ControllerStateProviderService(fleet_, poses_, faults_);
+        makeService<ControllerStateProviderService>(faults_, fleet_, poses_);
     android::sp<Hal::IControllerManagementClient> management_ = provider_->getManagementClient();
     android::sp<Hal::IControllerStreamingClient> streaming_ = provider_->getStreamingClient();
     ClientEnd<Hal::PairedControllerInfo> states_{1000};

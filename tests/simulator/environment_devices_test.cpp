@@ -98,7 +98,7 @@ TEST(ClocksTest, TranslationsLeadBackAndKeepTheOrderOfTimes) {
 TEST(LedServiceTest, SettingsTakeEffectAllOrNoneAndEndWithTheirClient) {
     using Led = Hal::FaceEyeTrackingLedConfiguration;
     using Group = Hal::FaceEyeTrackingLedGroup;
-    const android::sp<LedService> leds = new LedService(std::make_shared<Faults>(FaultSettings{}));
+    const android::sp<LedService> leds = new LedService;
     const android::sp<FakeSensorClient> client = new FakeSensorClient;
     // Of one LED as it shines; 0 if it does not.
     const auto current = [&] {
@@ -147,8 +147,7 @@ class Callback : public FakeClient<Hal::ITambrilCallback> {
 TEST(TambrilServiceTest, WhatIsNotRightIsRefused) {
     constexpr auto kId = Hal::KivraRpcClientId::TRACKING;
     const android::sp<TambrilService> service =
-        new TambrilService({100, 300, {}, 0}, std::make_shared<Faults>(FaultSettings{}),
-                           std::make_shared<WorldClock>());
+        new TambrilService({100, 300, {}, 0}, std::make_shared<WorldClock>());
     const android::sp<Callback> client = new Callback;
     const android::sp<Callback> other = new Callback;
     const auto send = [&](const android::sp<Callback>& from, uint64_t address,

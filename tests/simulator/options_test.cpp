@@ -46,8 +46,8 @@ TEST(OptionsTest, EveryOptionReachesItsSetting) {
                             Pair("IImu.controlStream", Hal::Result::BAD_STATE),
                             Pair("IMag.getProperties", Hal::Result::FAILURE)));
     const Faults faults{options->faults};
-    EXPECT_EQ(faults.resultOf("vendor.package@1.0::IImu", "controlStream"), Hal::Result::BAD_STATE);
-    EXPECT_EQ(faults.resultOf("vendor.package@1.0::IMag", "controlStream"), Hal::Result::SUCCESS);
+    EXPECT_EQ(faults.resultOf("IImu.controlStream"), Hal::Result::BAD_STATE);
+    EXPECT_EQ(faults.resultOf("IMag.controlStream"), Hal::Result::SUCCESS);
 }
 
 TEST(OptionsTest, WrongUsageNamesTheOptionAndTheValue) {

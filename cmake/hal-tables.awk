@@ -1,0 +1,106 @@
+# Makes the tables of a HAL package out of the C++ headers that hidl-gen wrote for it.
+#
+# usage: awk -v package=<name@version> -v table=methods|fields -f hal-tables.awk HEADER...
+#
+# methods: every interface's methods, as types and names, and a class that hands all calls of an
+# interface to one function. fields: the fields of every record, as macros.
+
+BEGIN {
+    path = namespace = package
+    gsub(/[.@]/, "/", path)
+    sub(/\/[0-9]+\/[0-9]+$/, "", path)
+    version = substr(package, index(package, "@") + 1)
+    gsub(/\./, "::", namespace)
+    sub(/@.*/, "", namespace)
+    v = version
+    gsub(/\./, "_", v)
+    namespace = namespace "::V" v
+    print "// Made by cmake/hal-tables.awk.\n#pragma once"
+}
+
+# virtual ::android::hardware::Return<bool> method(const Type& first, uint8_t second) = 0;
+table == "methods" && /^    virtual .*\) = 0;$/ {
+    interface = FILENAME
+    sub(/.*\//, "", interface)
+    sub(/\.h$/, "", interface)
+    if (interface != last) {
+        interfaces[++interfaceCount] = last = interface
+        counts[interface] = 0
+    }
+    match($0, /> [A-Za-z0-9_]+\(/)
+    method = substr($0, RSTART + 2, RLENGTH - 3)
+    parameters = substr($0, RSTART + RLENGTH)
+    sub(/\) = 0;$/, "", parameters)
+    returned = substr($0, 13, RSTART - 12)
+    sub(method "_cb _hidl_cb", interface "::&", parameters)
+    names = parameters
+    while (gsub(/<[^<>]*>/, "", names)) {}
+    gsub(/[^,]* /, " ", names)
+    sub(/^ +/, "", names)
+    number = ++counts[interface]
+    methods[interface, number] = method
+    overrides[interface, number] = "    " returned " " method "(" parameters ") override {\n" \
+        "        return this->template onCall<&" interface "::" method ">(\n" \
+        "            [this](auto&... arguments) -> " returned " {\n" \
+        "                return Base::" method "(arguments...);\n            }" \
+        (names == "" ? "" : ", ") names ");\n    }\n"
+}
+
+# static_assert(offsetof(::vendor::package::V1_0::Record, field) == 0, "wrong offset");
+table == "fields" && /^static_assert\(offsetof\(/ {
+    record = field = $0
+    sub(/, .*/, "", record)
+    sub(/.*V[0-9]+_[0-9]+::/, "", record)
+    gsub(/::/, "_", record)
+    sub(/^[^,]*, /, "", field)
+    sub(/\).*/, "", field)
+    if (record != last) {
+        printf "%s#define HAL_FIELDS_OF_%s(X)", (last == "" ? "" : "\n"), record
+        last = record
+    }
+    printf " X(%s, %s)", record, field
+}
+
+END {
+    if (table == "fields") {
+        print ""
+        exit
+    }
+    print ""
+    for (i = 1; i <= interfaceCount; ++i) {
+        base = interfaces[i]
+        sub(/^I/, "BpHw", base)
+        print "#include <" path "/" version "/" base ".h>"
+    }
+    print "\nnamespace " namespace " {\n"
+    print "/// \"Interface.method\"."
+    print "template <auto method>\ninline constexpr const char* kMethodName = nullptr;"
+    print "/// The methods of an interface.\ntemplate <auto... methods>\nstruct MethodList {};"
+    print "template <typename Interface>\nstruct MethodsOf;\ntemplate <typename... Types>\nstruct TypeList {};"
+    print "/// The class that calls an interface's methods in another process."
+    print "template <typename Interface>\nstruct ProxyOf;"
+    print "/// Hands every call of an interface to"
+    print "/// `Base::onCall<method>(proceed, arguments...)`, of which `proceed(arguments...)` is"
+    print "/// Base's own method."
+    print "template <typename Base, typename Interface>\nclass EveryMethod;"
+    for (i = 1; i <= interfaceCount; ++i) {
+        interface = interfaces[i]
+        list = body = ""
+        print ""
+        for (m = 1; m <= counts[interface]; ++m) {
+            method = methods[interface, m]
+            print "template <>\ninline constexpr const char* kMethodName<&" interface "::" method \
+                "> = \"" interface "." method "\";"
+            list = list (m == 1 ? "" : ", ") "&" interface "::" method
+            body = body overrides[interface, m]
+        }
+        print "template <>\nstruct MethodsOf<" interface "> : MethodList<" list "> {};"
+        proxy = interface
+        sub(/^I/, "BpHw", proxy)
+        print "template <>\nstruct ProxyOf<" interface "> {\n    using Type = " proxy ";\n};"
+        print "template <typename Base>\nclass EveryMethod<Base, " interface "> : public Base {"
+        print "  public:\n    using Base::Base;\n" body "};"
+        all = all (i == 1 ? "" : ", ") interface
+    }
+    print "\nusing Interfaces = TypeList<" all ">;\n\n}"
+}

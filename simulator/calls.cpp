@@ -1,0 +1,53 @@
+// See calls.h.
+#include "calls.h"
+
+namespace Simulator {
+namespace {
+
+/// The service calls these; it does not answer them.
+using ServedByClients =
+    Hal::TypeList<Hal::ICameraStreamControlTarget, Hal::IFrameConfigCallback,
+                  Hal::IProgressUpdateCallback, Hal::ISensorClient, Hal::ITambrilCallback>;
+
+template <typename Wanted, typename... Types>
+constexpr bool contains(const Hal::TypeList<Types...> /*types*/) {
+    return (std::is_same_v<Wanted, Types> || ...);
+}
+
+template <auto... methods>
+void addMethods(std::vector<Call>* calls, Hal::MethodList<methods...> /*list*/) {
+    (calls->push_back({Hal::kMethodName<methods>, kindOf<methods>()}), ...);
+}
+
+template <typename Interface>
+void addInterface(std::vector<Call>* calls) {
+    if constexpr (!contains<Interface>(ServedByClients{})) {
+        addMethods(calls, Hal::MethodsOf<Interface>{});
+    }
+}
+
+template <typename... Interfaces>
+std::vector<Call> collect(const Hal::TypeList<Interfaces...> /*interfaces*/) {
+    std::vector<Call> calls;
+    (addInterface<Interfaces>(&calls), ...);
+    return calls;
+}
+
+}  // namespace
+
+const std::vector<Call>& allCalls() {
+    static const std::vector<Call> calls = collect(Hal::Interfaces{});
+    return calls;
+}
+
+std::vector<std::string_view> callsOf(CallKind kind) {
+    std::vector<std::string_view> names;
+    for (const Call& call : allCalls()) {
+        if (call.kind == kind) {
+            names.emplace_back(call.name);
+        }
+    }
+    return names;
+}
+
+}  // namespace Simulator

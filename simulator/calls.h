@@ -1,0 +1,92 @@
+// The calls that the service answers, out of the HAL's table of methods, and how each can fail.
+#pragma once
+
+#include <hidl/Status.h>
+#include <vendor/zelvan/hardware/sensors/1.0/methods.h>
+
+#include <functional>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include "hal.h"
+
+namespace Simulator {
+
+enum class CallKind {
+    /// Can be refused: does nothing then, and says so.
+    CONTROL,
+    /// Can answer with an error and with its data all the same, or with nothing if it has no
+    /// result.
+    GETTER,
+    /// Has no answer.
+    INFALLIBLE,
+};
+
+/// What calls answer with in the HAL: a value, or values given to a function that comes last.
+template <typename Method>
+struct Signature;
+template <typename Interface, typename Value, typename... Parameters>
+struct Signature<android::hardware::Return<Value> (Interface::*)(Parameters...)> {
+    using Answer = std::tuple<Value>;
+};
+template <typename Interface>
+struct Signature<android::hardware::Return<void> (Interface::*)()> {
+    using Answer = std::tuple<>;
+};
+template <typename Parameter>
+struct CallbackValues {
+    using Type = std::tuple<>;
+};
+template <typename... Values>
+struct CallbackValues<std::function<void(Values...)>> {
+    using Type = std::tuple<std::decay_t<Values>...>;
+};
+template <typename Interface, typename... Parameters>
+struct Signature<android::hardware::Return<void> (Interface::*)(Parameters...)> {
+    using Answer = typename CallbackValues<
+        std::tuple_element_t<sizeof...(Parameters) - 1, std::tuple<Parameters...>>>::Type;
+};
+
+template <auto method, auto... methods>
+constexpr bool isOneOf(Hal::MethodList<methods...> /*list*/) {
+    constexpr std::string_view name = Hal::kMethodName<method>;
+    return ((name == Hal::kMethodName<methods>) || ...);
+}
+
+/// Nobody can be told that one of these failed. A new method without an answer is added here.
+using CallsWithoutAnswer = Hal::MethodList<
+    &Hal::ICameraStream::setExposureGain, &Hal::ICameraStream::setPhaseOffset,
+    &Hal::IControllerManagementClient::release, &Hal::IControllerStreamingClient::release,
+    &Hal::IControllerStreamingClient::enable, &Hal::IControllerStreamingClient::disable>;
+
+template <auto method>
+constexpr CallKind kindOf() {
+    using Answer = typename Signature<decltype(method)>::Answer;
+    constexpr bool hasAnswer = std::tuple_size_v<Answer> != 0;
+    static_assert(hasAnswer != isOneOf<method>(CallsWithoutAnswer{}));
+    if constexpr (hasAnswer) {
+        using First = std::tuple_element_t<0, Answer>;
+        constexpr std::string_view name = Hal::kMethodName<method>;
+        constexpr bool saysWhether =
+            std::is_same_v<First, Hal::Result> || std::is_same_v<First, bool>;
+        return saysWhether && name.find(".get") == std::string_view::npos ? CallKind::CONTROL
+                                                                          : CallKind::GETTER;
+    }
+    return CallKind::INFALLIBLE;
+}
+
+struct Call {
+    /// "Interface.method".
+    const char* name;
+    CallKind kind;
+};
+
+/// In the order of their names' interfaces and of the methods of each.
+const std::vector<Call>& allCalls();
+
+/// The names of the calls of one kind.
+std::vector<std::string_view> callsOf(CallKind kind);
+
+}  // namespace Simulator
