@@ -42,6 +42,18 @@ int CsvReader::column(std::string_view title) const {
     return found == titles_.end() ? -1 : static_cast<int>(found - titles_.begin());
 }
 
+int CsvReader::requireColumn(std::string_view title) const {
+    const int place = column(title);
+    if (place < 0) {
+        throw Error(fmt::format("{}:1: no column {}", path_.string(), title));
+    }
+    return place;
+}
+
+void CsvReader::renameColumn(std::string_view title, std::string_view newTitle) {
+    std::replace(titles_.begin(), titles_.end(), std::string(title), std::string(newTitle));
+}
+
 void CsvReader::rewind() {
     if (std::fseek(file_.get(), static_cast<long>(firstRow_), SEEK_SET) != 0) {
         throw Error(path_.string() + ": " + std::generic_category().message(errno));

@@ -5,21 +5,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "recording/error.h"
 #include "recording/fields.h"
 
 namespace Recording {
-
-/// Something in a recording cannot be read or written. `what()` begins with the file and, where
-/// there is one, the line: "mav0/imu0/data.csv:17: ...".
-class Error : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
 
 /// Reads a CSV file row by row, in bounded memory. The first line has the titles; a `#` before it
 /// is no part of the first one, nor are blanks around a title. Cells may stand in quotation marks.
@@ -32,6 +25,10 @@ class CsvReader {
     const std::vector<std::string>& titles() const { return titles_; }
     /// @return the place of the column, or -1 if there is none of that title.
     int column(std::string_view title) const;
+    /// Like column(). Throws Error if there is none.
+    int requireColumn(std::string_view title) const;
+    /// Gives a column another title; does nothing if there is none of that title.
+    void renameColumn(std::string_view title, std::string_view newTitle);
 
     /// Goes to the next row. Throws Error if it has more or fewer cells than there are titles, or
     /// cannot be read. A last line without its line end is no row but the mark of a recording that

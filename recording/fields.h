@@ -321,8 +321,8 @@ Field<Record> list(const std::string& name, const std::string& unit, Array Recor
 }
 
 /// The columns of `field`, a field of an inner structure, reached through `inner`, which takes a
-/// record and gives the structure, or null if the record does not have it: the cells are then
-/// empty.
+/// record, constant or not, and points to the structure, or nowhere if the record does not have it:
+/// the cells are then empty.
 template <typename Record, typename Inner, typename Reach, typename Rename>
 Field<Record> lifted(const Field<Inner>& field, Reach inner, Rename rename) {
     Field<Record> lifted{field.name, field.unit, {}};
@@ -337,9 +337,8 @@ Field<Record> lifted(const Field<Inner>& field, Reach inner, Rename rename) {
                                       }
                                   },
                                   [inner, column](std::string_view cell, Record& record) {
-                                      const Inner* const structure = inner(record);
-                                      return structure != nullptr &&
-                                             column.read(cell, const_cast<Inner&>(*structure));
+                                      auto* const structure = inner(record);
+                                      return structure != nullptr && column.read(cell, *structure);
                                   }});
     }
     return lifted;

@@ -13,7 +13,9 @@ packages=(
     libcli11-dev          # command lines of sensorctl, the simulator and the soak
     libfmt-dev            # text output of the same and of the benchmarks
     libeigen3-dev         # geometry of the simulated world
-    libpng-dev            # the images that sensorctl captures
+    libpng-dev            # camera images of captures and recordings
+    nlohmann-json3-dev    # descriptions and calibration texts of recordings
+    libyaml-cpp-dev       # sensor.yaml of EuRoC data sets
     libgtest-dev libgmock-dev
     libbenchmark-dev      # timing of the data paths in bench
     valgrind              # instruction counts of the data paths in bench

@@ -1,0 +1,55 @@
+// Camera images as PNG files, lossless in each of the cameras' depths.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Recording {
+
+/// How a pixel lies in memory. The values are those of the cameras' pixel formats.
+enum class PixelFormat : uint32_t {
+    /// One byte a pixel.
+    GREY_8 = 0,
+    /// Ten bits in two bytes, little-endian, in the low bits.
+    GREY_10 = 1,
+    /// Four bytes a pixel: red, green, blue, alpha.
+    RGBA_8888 = 2,
+    /// Two bytes a pixel, little-endian: distance in mm.
+    DEPTH_16 = 3,
+};
+
+/// Bytes of a pixel; 0 for a format that is not known.
+uint32_t pixelSize(PixelFormat format);
+
+struct Image {
+    uint32_t width;
+    uint32_t height;
+    PixelFormat format;
+    /// Row after row, without gaps.
+    std::vector<uint8_t> pixels;
+};
+
+/// How hard the encoder works: what takes more time takes less space.
+enum class Compression {
+    /// Pixels as they are, in a PNG file nevertheless: as fast as memory.
+    NONE,
+    FAST,
+    SMALL,
+};
+
+/// The image as a PNG file. Pixels of 10 bits are spread over 16, so that viewers show white as
+/// white, and marked as 10 significant bits, so that they read back as what they were; bits above
+/// the tenth are lost. Throws Error if the image is empty or the pixels are not as many as they
+/// should be.
+std::string encodePng(const Image& image, Compression compression);
+
+/// Reads a PNG file of any kind: colours and palettes become RGBA, grey of 8 bits or less GREY_8,
+/// grey of 16 bits DEPTH_16, or GREY_10 if it is marked as 10 significant bits. Throws Error, which
+/// names the file, if it is no whole PNG file or has more than kLongestSide pixels a side.
+Image readPng(const std::filesystem::path& path);
+
+inline constexpr uint32_t kLongestSide = 16'384;
+
+}  // namespace Recording
