@@ -15,7 +15,7 @@ packages=(
     libeigen3-dev         # geometry of the simulated world
     libpng-dev            # camera images of captures and recordings
     nlohmann-json3-dev    # descriptions and calibration texts of recordings
-    libyaml-cpp-dev       # sensor.yaml of EuRoC data sets
+    libyaml-cpp-dev       # sensor.yaml of EuRoC data sets, figures of simulated sensors
     libgtest-dev libgmock-dev
     libbenchmark-dev      # timing of the data paths in bench
     valgrind              # instruction counts of the data paths in bench

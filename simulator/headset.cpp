@@ -10,11 +10,12 @@
 namespace Simulator {
 
 Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
-                 const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock) {
-    groups_.push_back(std::make_unique<MotionDevices>(faults, clock));
+                 const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock,
+                 const std::shared_ptr<const World>& world) {
+    groups_.push_back(std::make_unique<MotionDevices>(faults, clock, world));
     groups_.push_back(
         std::make_unique<CameraDevices>(std::make_shared<TestPattern>(), faults, clock));
-    groups_.push_back(std::make_unique<ControllerDevices>(controllers, faults, clock));
+    groups_.push_back(std::make_unique<ControllerDevices>(controllers, faults, clock, world));
     groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults, clock));
 }
 

@@ -9,6 +9,7 @@
 #include "device_group.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
+#include "world/world.h"
 #include "world_clock.h"
 
 namespace Simulator {
@@ -16,7 +17,8 @@ namespace Simulator {
 class Headset {
   public:
     Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
-            const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock);
+            const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock,
+            const std::shared_ptr<const World>& world);
 
     /// As of DeviceGroup, for all groups.
     std::string registerServices();

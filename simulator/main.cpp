@@ -129,7 +129,8 @@ int main(int argc, char** argv) try {
 
     android::hardware::configureRpcThreadpool(1, false);
     Headset headset{std::make_shared<Faults>(options.faults), options.controllers,
-                    options.environment, std::make_shared<WorldClock>(options.speed)};
+                    options.environment, std::make_shared<WorldClock>(options.speed),
+                    std::make_shared<World>(options.world)};
     const std::string problem = headset.registerServices();
     if (!problem.empty()) {
         fmt::print(stderr, "error: {}\n", problem);

@@ -14,6 +14,7 @@
 #include "calls.h"
 #include "controller/controller_options.h"
 #include "environment/environment_options.h"
+#include "world/world_options.h"
 
 namespace Simulator {
 namespace {
@@ -102,6 +103,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->type_name("S")
         ->check(CLI::Range(0.0, 1e6))
         ->group("Faults");
+    addWorldOptions(app, &options.world);
     addEnvironmentOptions(app, &options.environment);
     addControllerOptions(app, &options.controllers);
     try {

@@ -28,7 +28,7 @@ Time onGrid(Time start, Time time, std::chrono::nanoseconds period) {
 SampleInstant instantOf(const Batch& batch, uint32_t index) {
     const std::chrono::nanoseconds offset = index * batch.period;
     return {toNanoseconds(batch.firstSample + offset), toNanoseconds(batch.arrival),
-            batch.firstSequence + index, batch.firstWorldTime + offset.count()};
+            batch.firstSequence + index, batch.firstWorldTime + offset.count(), batch.period};
 }
 
 Sampler::Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,

@@ -47,7 +47,14 @@ struct SampleInstant {
     uint32_t sequence;
     /// When the sample was taken, in ns since the world's start.
     int64_t worldTime;
+    /// From one sample to the next.
+    std::chrono::nanoseconds period;
 };
+
+/// In Hz.
+inline double rateOf(const SampleInstant& instant) {
+    return 1 / std::chrono::duration<double>(instant.period).count();
+}
 
 SampleInstant instantOf(const Batch& batch, uint32_t index);
 

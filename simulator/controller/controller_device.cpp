@@ -16,6 +16,16 @@ using Hal::Result;
 constexpr std::chrono::milliseconds kConnectTime{100};
 constexpr std::chrono::seconds kReportInterval{1};
 
+// Of the battery, in each second.
+constexpr double kBatteryForRadio = 1 / (30 * 3600.0);
+constexpr double kBatteryForHaptics = 1 / (4 * 3600.0);
+
+// In degrees Celsius, and what brings a controller nearer to them in each second.
+constexpr double kRoomTemperature = 25;
+constexpr double kWarmthInUse = 6;
+constexpr double kWarmthOfHaptics = 3;
+constexpr double kWarming = 1 / 180.0;
+
 /// Without a terminating zero if the text fills the field.
 template <size_t Size>
 android::hardware::hidl_array<uint8_t, Size> textField(const std::string& text) {
@@ -120,10 +130,14 @@ void ControllerDevice::advance(Time now) {
         connection_ = ControllerConnection::CONNECTED;
         isChanged_ = true;
     }
-    if (isConnected() && now >= nextReport_) {
+    if (now >= nextReport_) {
         nextReport_ = now + kReportInterval;
-        secondsOfUse_ += 1;
-        isChanged_ = true;
+        const double use = isConnected() ? 1 : 0;
+        const double vibration = haptics.isPlaying() ? 1 : 0;
+        charge_ = std::max(0.0, charge_ - use * kBatteryForRadio - vibration * kBatteryForHaptics);
+        const double warm = kRoomTemperature + use * kWarmthInUse + vibration * kWarmthOfHaptics;
+        temperature_ += kWarming * (warm - temperature_);
+        isChanged_ = isChanged_ || isConnected();
     }
 }
 
@@ -132,15 +146,13 @@ bool ControllerDevice::takeChange() {
 }
 
 Hal::PairedControllerInfo ControllerDevice::info() const {
-    constexpr double kSecondsOfBattery = 30 * 3600;
-    const double charge = std::max(0.0, 0.9 - secondsOfUse_ / kSecondsOfBattery);
     Hal::PairedControllerInfo info{};
     info.type = identity_.type;
     info.address = identity_.address;
     info.hand = identity_.hand;
     info.connection = connection_;
-    info.batteryLevel = static_cast<uint8_t>(100 * charge);
-    info.batteryVoltage = static_cast<float>(3.3 + 0.9 * charge);
+    info.batteryLevel = static_cast<uint8_t>(100 * charge_);
+    info.batteryVoltage = static_cast<float>(3.3 + 0.9 * charge_);
     info.name = textField<16>(identity_.name);
     info.model = textField<64>(identity_.model);
     info.serialNumber = textField<64>(identity_.serialNumber);
@@ -148,11 +160,11 @@ Hal::PairedControllerInfo ControllerDevice::info() const {
     info.firmwareVersion = textField<64>(fmt::format("1.{}", firmwareRevision_));
     info.features = identity_.features | (isDmm_ ? maskOf(ControllerFeature::DMM) : 0) |
                     (isUpdating_ ? maskOf(ControllerFeature::UPDATING) : 0) |
-                    (charge < 0.1 ? maskOf(ControllerFeature::BATTERY_LOW) : 0);
+                    (charge_ < 0.1 ? maskOf(ControllerFeature::BATTERY_LOW) : 0);
     for (size_t i = 0; i < 140; ++i) {
         info.factoryCalibration[i] = static_cast<uint8_t>(i + identity_.address.address);
     }
-    info.temperature = static_cast<float>(25 + std::min(8.0, secondsOfUse_ / 60));
+    info.temperature = static_cast<float>(temperature_);
     return info;
 }
 

@@ -56,11 +56,14 @@ class ControllerDevice {
     bool sleep();
     bool wake(Time now);
 
-    /// Lets time pass: connects what is connecting, drains the battery.
+    /// Lets time pass: connects what is connecting, drains the battery, warms up or cools down.
     void advance(Time now);
 
     /// Whether its state has changed since the last call.
     bool takeChange();
+
+    /// In degrees Celsius.
+    double temperature() const { return temperature_; }
 
     Hal::PairedControllerInfo info() const;
     Hal::AdvertisingControllerInfo advertisement() const;
@@ -95,7 +98,8 @@ class ControllerDevice {
     uint32_t firmwareRevision_ = 0;
     Time connectedAt_{};
     Time nextReport_{};
-    double secondsOfUse_ = 0;
+    double charge_ = 0.9;  // of 1
+    double temperature_ = 25;
     bool isChanged_ = false;
     Hal::ControllerLedConfig led_{};
     ThumbstickCalibration thumbstick_;

@@ -9,9 +9,10 @@ namespace Simulator {
 
 ControllerDevices::ControllerDevices(const ControllerSettings& settings,
                                      const std::shared_ptr<Faults>& faults,
-                                     const std::shared_ptr<WorldClock>& clock)
+                                     const std::shared_ptr<WorldClock>& clock,
+                                     const std::shared_ptr<const World>& world)
     : faults_(faults),
-      fleet_(std::make_shared<ControllerFleet>(settings, faults, clock)),
+      fleet_(std::make_shared<ControllerFleet>(settings, faults, clock, world)),
       poses_(new PoseReceiver(fleet_)) {}
 
 std::string ControllerDevices::registerServices() {

@@ -15,7 +15,8 @@ namespace Simulator {
 class ControllerDevices : public DeviceGroup {
   public:
     ControllerDevices(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
-                      const std::shared_ptr<WorldClock>& clock);
+                      const std::shared_ptr<WorldClock>& clock,
+                      const std::shared_ptr<const World>& world);
 
     std::string registerServices() override;
     void stop() override;

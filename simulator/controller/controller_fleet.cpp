@@ -20,7 +20,6 @@ using Hal::WirelessState;
 constexpr uint32_t kInputRate = 100;  // Hz
 constexpr SamplingPlan kInputPlan{kInputRate, 1};
 constexpr SamplingPlan kImuPlan{500, 1};
-constexpr uint64_t kTicksPerCollision = 2 * kInputRate;
 constexpr uint32_t kChannels = 32;
 constexpr std::chrono::seconds kPairingTime{10};
 constexpr size_t kMaxListeners = 128;
@@ -34,40 +33,46 @@ constexpr uint32_t features(std::initializer_list<ControllerFeature> list) {
     return set;
 }
 
-constexpr uint32_t kCommonFeatures = features(
-    {ControllerFeature::BUTTONS, ControllerFeature::STYLUS, ControllerFeature::IMU,
-     ControllerFeature::POSE, ControllerFeature::COLLISION_EVENTS,
-     ControllerFeature::SIMPLE_HAPTICS, ControllerFeature::BUFFERED_HAPTICS,
-     ControllerFeature::PCM_HAPTICS, ControllerFeature::LED, ControllerFeature::SECURE_PAIRING});
+constexpr uint32_t kCommonFeatures =
+    features({ControllerFeature::BUTTONS, ControllerFeature::IMU, ControllerFeature::POSE,
+              ControllerFeature::COLLISION_EVENTS, ControllerFeature::SIMPLE_HAPTICS,
+              ControllerFeature::BUFFERED_HAPTICS, ControllerFeature::PCM_HAPTICS,
+              ControllerFeature::LED, ControllerFeature::SECURE_PAIRING});
 constexpr uint32_t kHandheldFeatures =
     kCommonFeatures | features({ControllerFeature::THUMBSTICK, ControllerFeature::CURL,
                                 ControllerFeature::PRECISION_PAD, ControllerFeature::MULTI_TOUCH,
                                 ControllerFeature::INPUT_ADC});
 
-ControllerDevice makeHandheld(uint64_t address, Hal::ControllerHand hand) {
-    const bool isLeft = hand == Hal::ControllerHand::LEFT;
+constexpr uint32_t kStylusFeatures = kCommonFeatures | features({ControllerFeature::STYLUS});
+
+ControllerDevice makeHandheld(uint64_t address, Hand hand,
+                              const std::shared_ptr<const World>& world) {
+    const bool isLeft = hand == Hand::kLeft;
+    const std::string name = isLeft ? "left controller" : "right controller";
     return {{{address},
              Hal::ControllerType::HANDHELD,
-             hand,
-             isLeft ? "left controller" : "right controller",
+             isLeft ? Hal::ControllerHand::LEFT : Hal::ControllerHand::RIGHT,
+             name,
              "Zelvan hand controller",
              fmt::format("SIM-C{}", address & 0xF),
              {'H', 'C', '-', isLeft ? uint8_t{'L'} : uint8_t{'R'}, '1'},
              kHandheldFeatures},
-            ControllerModel({address}, isLeft ? 0 : 1, isLeft ? -1 : 1),
+            ControllerModel({address}, name, {hand, Pose{}, isLeft ? 0.0 : 1.0}, world),
             true};
 }
 
-ControllerDevice makeStylus(uint64_t address) {
+ControllerDevice makeStylus(uint64_t address, const std::shared_ptr<const World>& world) {
+    const std::string name = "stylus";
+    const Pose betweenFingers{turnBy({-0.6, 0, 0}), {0, 0.06, 0.02}};
     return {{{address},
              Hal::ControllerType::STYLUS,
              Hal::ControllerHand::UNSPECIFIED,
-             "stylus",
+             name,
              "Zelvan stylus",
              fmt::format("SIM-C{}", address & 0xF),
              {'S', 'T', '-', 'A', '1'},
-             kCommonFeatures},
-            ControllerModel({address}, 2, 0),
+             kStylusFeatures},
+            ControllerModel({address}, name, {Hand::kRight, betweenFingers, 2}, world),
             false};
 }
 
@@ -101,7 +106,8 @@ Hal::ControllerInputData asInput(const Hal::StylusData& record) {
 
 ControllerFleet::ControllerFleet(const ControllerSettings& settings,
                                  const std::shared_ptr<Faults>& faults,
-                                 std::shared_ptr<WorldClock> clock)
+                                 std::shared_ptr<WorldClock> clock,
+                                 const std::shared_ptr<const World>& world)
     : settings_(settings),
       streams_(faults),
       clock_(std::move(clock)),
@@ -111,9 +117,9 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
           Sampler::Role::FOLLOWS) {
     {
         const std::lock_guard lock{mutex_};
-        devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hal::ControllerHand::LEFT));
-        devices_.push_back(makeHandheld(0x5A'00'00'00'00'02, Hal::ControllerHand::RIGHT));
-        devices_.push_back(makeStylus(0x5A'00'00'00'00'03));
+        devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hand::kLeft, world));
+        devices_.push_back(makeHandheld(0x5A'00'00'00'00'02, Hand::kRight, world));
+        devices_.push_back(makeStylus(0x5A'00'00'00'00'03, world));
     }
     inputSampler_.setBatchLimit(1);
 }
@@ -325,7 +331,7 @@ void ControllerFleet::takeImuSamples(const Batch& batch) {
         if (device.isSampled()) {
             instant.sequence = device.sequences.imu++;
             streams_.imu->write(
-                {device.model.imu(instant)},
+                {device.model.imu(instant, device.temperature())},
                 listenersOf(&StreamingListener::enabled, device.identity().address));
         }
     }
@@ -377,9 +383,10 @@ void ControllerFleet::writeInputsLocked(ControllerDevice* device, SampleInstant 
     if (!isTracked_) {
         writePoseLocked(device, model.pose(instant));
     }
-    if (ticks_ % kTicksPerCollision == 0) {
-        instant.sequence = device->sequences.collisions++;
-        streams_.collisions->write({model.collision(instant)}, listeners);
+    instant.sequence = device->sequences.collisions;
+    if (const auto collision = model.collision(instant)) {
+        ++device->sequences.collisions;
+        streams_.collisions->write({*collision}, listeners);
     }
 }
 

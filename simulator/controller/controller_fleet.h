@@ -36,7 +36,7 @@ class ControllerFleet {
     using Time = ControllerDevice::Time;
 
     ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
-                    std::shared_ptr<WorldClock> clock);
+                    std::shared_ptr<WorldClock> clock, const std::shared_ptr<const World>& world);
 
     const ControllerSettings& settings() const { return settings_; }
     const ControllerStreams& streams() const { return streams_; }

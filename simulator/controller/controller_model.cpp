@@ -3,20 +3,43 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
+#include "environment/clocks.h"
 #include "time_units.h"
 
 namespace Simulator {
 namespace {
 
-constexpr double kGravity = 9.81;  // m/s^2
 constexpr float kPressed = 0.75F;  // of a full pull
 constexpr float kTouched = 0.05F;
 constexpr uint32_t kButtons = 7;
+constexpr auto kClipped = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
 
-std::array<float, 3> toFloats(const Vector& vector) {
-    return {static_cast<float>(vector.x), static_cast<float>(vector.y),
-            static_cast<float>(vector.z)};
+// Collisions.
+constexpr int64_t kBlowInterval = 2'000'000'000;  // ns
+constexpr double kBlowDuration = 0.008;           // s
+constexpr double kBlowAcceleration = 60;          // m/s^2, at most
+
+int64_t blowBefore(int64_t worldTime) {
+    return worldTime / kBlowInterval * kBlowInterval;
+}
+
+/// Lets a motion give way to the nearest blow and come back: as the fourth power of a sine, which
+/// begins and ends at rest.
+void addBlow(int64_t worldTime, Motion* motion) {
+    const int64_t blow = blowBefore(worldTime + kBlowInterval / 2);
+    const double phase = M_PI * (toSeconds(worldTime - blow) / kBlowDuration + 0.5);
+    if (blow == 0 || phase <= 0 || phase >= M_PI) {
+        return;
+    }
+    const double rate = M_PI / kBlowDuration;
+    const double depth = kBlowAcceleration / (4 * rate * rate);
+    const double sine = std::sin(phase);
+    const double cosine = std::cos(phase);
+    motion->pose.position.z() -= depth * std::pow(sine, 4);
+    motion->velocity.z() -= depth * 4 * std::pow(sine, 3) * cosine * rate;
+    motion->acceleration.z() -= depth * rate * rate * 4 * sine * sine * (3 - 4 * sine * sine);
 }
 
 /// Of a value from -1 to 1 on the converter's scale.
@@ -37,14 +60,23 @@ Hal::ControllerSampleHeader ControllerModel::header(const SampleInstant& instant
     return {address_, instant.timestamp, instant.arrivalTimestamp, instant.sequence};
 }
 
-HandPose ControllerModel::motion(const SampleInstant& instant) const {
-    return handPose(toSeconds(instant.timestamp), phase_, side_);
+ControllerModel::ControllerModel(Hal::ControllerAddr address, const std::string& name,
+                                 const Grip& grip, std::shared_ptr<const World> world)
+    : address_(address),
+      grip_(grip),
+      world_(std::move(world)),
+      inertial_(world_->sensors.controllerImu, world_->seed, name) {}
+
+Motion ControllerModel::motionAt(int64_t worldTime) const {
+    Motion motion = carriedBy(world_->trajectory.handMotion(grip_.hand, worldTime), grip_.place);
+    addBlow(worldTime, &motion);
+    return motion;
 }
 
 float ControllerModel::pull(const SampleInstant& instant, uint32_t input) const {
     // Each input at a pace of its own, so that all combinations come.
     const double period = 2 + 0.25 * input;
-    const double wave = std::sin(2 * M_PI / period * toSeconds(instant.timestamp) + phase_);
+    const double wave = std::sin(2 * M_PI / period * toSeconds(instant.worldTime) + grip_.phase);
     return static_cast<float>(std::max(0.0, wave));
 }
 
@@ -121,42 +153,47 @@ Hal::StylusData ControllerModel::stylus(const SampleInstant& instant) const {
 }
 
 Hal::ControllerInputADCData ControllerModel::adc(const SampleInstant& instant) const {
-    const double time = toSeconds(instant.timestamp);
+    const double time = toSeconds(instant.worldTime);
     // The stick goes round, from the middle to the rim and back.
-    const double radius = 0.5 + 0.5 * std::sin(0.7 * time + phase_);
-    const double angle = 3 * time + phase_;
+    const double radius = 0.5 + 0.5 * std::sin(0.7 * time + grip_.phase);
+    const double angle = 3 * time + grip_.phase;
     return {address_, convert(2 * pull(instant, 0) - 1), convert(2 * pull(instant, 1) - 1),
             convert(radius * std::cos(angle)), convert(radius * std::sin(angle))};
 }
 
-Hal::ControllerImuData ControllerModel::imu(const SampleInstant& instant) {
-    const HandPose hand = motion(instant);
-    // At rest the sensor feels what holds it up against gravity.
-    const Vector force = hand.toController(hand.linearAcceleration + Vector{0, 0, kGravity});
+Hal::ControllerImuData ControllerModel::imu(const SampleInstant& instant, double temperature) {
+    const Moment moment{instant.worldTime, rateOf(instant), temperature};
+    const InertialSensor::Reading reading = inertial_.measure(motionAt(instant.worldTime), moment);
     Hal::ControllerImuData record{};
     record.controller = address_;
-    record.timestamp = instant.timestamp;
+    record.timestamp = instant.timestamp + inertial_.timestampError(moment);
     record.arrivalTimestamp = instant.arrivalTimestamp;
-    record.acceleration = toFloats(force + noise_.drawVector(0.02));
-    record.angularRate = toFloats(Vector{0, 0, hand.angularRate} + noise_.drawVector(0.002));
-    record.temperature = 31;
+    record.acceleration = toFloats(reading.acceleration);
+    record.angularRate = toFloats(reading.angularRate);
+    record.temperature = static_cast<float>(temperature);
     record.sequence = instant.sequence;
-    record.controllerTime = static_cast<uint32_t>(instant.timestamp / 1000);
+    record.status = inertial_.isClipped(reading) ? kClipped : 0;
+    record.controllerTime = static_cast<uint32_t>(kControllerClock.at(instant.timestamp) / 1000);
     return record;
 }
 
 Hal::PoseOutput ControllerModel::pose(const SampleInstant& instant) const {
     using Status = Hal::ControllerPoseStatus;
-    const HandPose hand = motion(instant);
+    const Motion motion = motionAt(instant.worldTime);
+    const Eigen::Quaternionf orientation = motion.pose.orientation.cast<float>();
+    const auto alongWorld = [&](const Vector& vector) {
+        return toFloats(motion.pose.orientation * vector);
+    };
     Hal::PoseOutput record{};
     record.controller = address_;
     record.timestamp = instant.timestamp;
-    record.position = toFloats(hand.position);
-    record.orientation = hand.orientation();
-    record.linearVelocity = toFloats(hand.linearVelocity);
-    record.angularVelocity = toFloats({0, 0, hand.angularRate});
-    record.linearAcceleration = toFloats(hand.linearAcceleration);
-    record.angularAcceleration = toFloats({0, 0, hand.angularAcceleration});
+    record.position = toFloats(motion.pose.position);
+    record.orientation =
+        std::array<float, 4>{orientation.x(), orientation.y(), orientation.z(), orientation.w()};
+    record.linearVelocity = toFloats(motion.velocity);
+    record.angularVelocity = alongWorld(motion.angularRate);
+    record.linearAcceleration = toFloats(motion.acceleration);
+    record.angularAcceleration = alongWorld(motion.angularAcceleration);
     record.status = static_cast<uint32_t>(Status::POSITION_VALID) |
                     static_cast<uint32_t>(Status::ORIENTATION_VALID);
     record.sequence = instant.sequence;
@@ -164,17 +201,21 @@ Hal::PoseOutput ControllerModel::pose(const SampleInstant& instant) const {
     return record;
 }
 
-Hal::ControllerCollisionEvent ControllerModel::collision(const SampleInstant& instant) const {
-    const HandPose hand = motion(instant);
+std::optional<Hal::ControllerCollisionEvent> ControllerModel::collision(
+    const SampleInstant& instant) const {
+    const int64_t blow = blowBefore(instant.worldTime);
+    const int64_t ago = instant.worldTime - blow;
+    if (blow == 0 || ago >= instant.period.count()) {
+        return std::nullopt;
+    }
     Hal::ControllerCollisionEvent record{};
     record.controller = address_;
-    record.timestamp = instant.timestamp;
-    record.direction = toFloats(hand.toController({1, 0, 0}));
-    record.peakAcceleration = 60;
-    record.duration = 8;
+    record.timestamp = instant.timestamp - ago;
+    record.direction = toFloats(motionAt(blow).pose.orientation.conjugate() * Vector::UnitZ());
+    record.peakAcceleration = static_cast<float>(kBlowAcceleration);
+    record.duration = static_cast<float>(1000 * kBlowDuration);
     record.sequence = instant.sequence;
-    record.kind = instant.sequence % 2 == 0 ? Hal::CollisionKind::OTHER_CONTROLLER
-                                            : Hal::CollisionKind::OBJECT;
+    record.kind = Hal::CollisionKind::OBJECT;
     record.confidence = 0.9F;
     return record;
 }
@@ -190,7 +231,7 @@ std::array<float, 2> thumbstickOf(const Hal::ControllerInputADCData& adc,
 
 Hal::PoseInput toPoseInput(const Hal::PoseOutput& pose) {
     const auto& q = pose.orientation;
-    const auto g = static_cast<float>(kGravity);
+    const auto g = static_cast<float>(InertialSensor::kGravity);
     Hal::PoseInput record{};
     record.controller = pose.controller;
     record.timestamp = pose.timestamp;

@@ -2,11 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
 
-#include "controller/hand_motion.h"
 #include "hal.h"
-#include "motion/sensor_models.h"
 #include "sampler.h"
+#include "world/sensor_errors.h"
+#include "world/world.h"
 
 namespace Simulator {
 
@@ -20,18 +23,23 @@ struct ThumbstickCalibration {
     float deadzone = kFactoryDeadzone;
 };
 
-/// A function of time but for the noise of the IMU. A finger that pulls, hovers and lets go moves
-/// everything that has no motion of its own.
+/// How a hand holds a controller.
+struct Grip {
+    Hand hand;
+    Pose place;  ///< hand from controller
+    /// By which its fingers are ahead of another's, in rad.
+    double phase;
+};
+
+/// A function of time. A finger that pulls, hovers and lets go moves everything that has no motion
+/// of its own, and every other second the controller strikes something below it.
 ///
 /// Threading: one thread at a time.
 class ControllerModel {
   public:
-    /// @param phase, side as of handPose
-    ControllerModel(Hal::ControllerAddr address, double phase, double side)
-        : address_(address),
-          phase_(phase),
-          side_(side),
-          noise_(static_cast<uint32_t>(address.address)) {}
+    /// @param name of the controller, whose IMU has errors of its own
+    ControllerModel(Hal::ControllerAddr address, const std::string& name, const Grip& grip,
+                    std::shared_ptr<const World> world);
 
     Hal::ButtonData buttons(const SampleInstant& instant,
                             const ThumbstickCalibration& calibration) const;
@@ -40,20 +48,22 @@ class ControllerModel {
     Hal::MultiTouchData multiTouch(const SampleInstant& instant) const;
     Hal::StylusData stylus(const SampleInstant& instant) const;
     Hal::ControllerInputADCData adc(const SampleInstant& instant) const;
-    Hal::ControllerImuData imu(const SampleInstant& instant);
+    /// @param temperature of the controller, in degrees Celsius
+    Hal::ControllerImuData imu(const SampleInstant& instant, double temperature);
     Hal::PoseOutput pose(const SampleInstant& instant) const;
-    Hal::ControllerCollisionEvent collision(const SampleInstant& instant) const;
+    /// The blow of the period that ends with the instant, if there was one.
+    std::optional<Hal::ControllerCollisionEvent> collision(const SampleInstant& instant) const;
 
   private:
     Hal::ControllerSampleHeader header(const SampleInstant& instant) const;
-    HandPose motion(const SampleInstant& instant) const;
+    Motion motionAt(int64_t worldTime) const;
     /// Of a finger on the input of that number: 0 (away) to 1.
     float pull(const SampleInstant& instant, uint32_t input) const;
 
     Hal::ControllerAddr address_;
-    double phase_;
-    double side_;
-    Noise noise_;
+    Grip grip_;
+    std::shared_ptr<const World> world_;
+    InertialSensor inertial_;
 };
 
 /// The stick's place, each axis -1 to 1, as the calibration has it.

@@ -16,6 +16,9 @@ constexpr uint32_t kHeadsetImu = 0;
 constexpr uint32_t kBoardImu = 1;
 constexpr uint32_t kHeadsetMag = 2;
 
+// The board lies behind the headset IMU and is turned to the left.
+const Pose kBoardInHeadset{turnBy({0, 0, M_PI / 2}), {0.02, -0.04, -0.01}};
+
 constexpr SensorCapabilities kImuCapabilities{{1000, 1}, 2000};
 constexpr SensorCapabilities kMagCapabilities{{100, 1}, 200};
 constexpr SamplingPlan kIadPlan{10, 1};
@@ -26,31 +29,49 @@ Hal::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
             static_cast<float>(capabilities.maxSampleRate)};
 }
 
-android::sp<ImuService> makeImu(const char* name, uint32_t sensor, double mountingAngle,
+android::sp<ImuService> makeImu(const char* name, uint32_t sensor, ImuModel model,
                                 const std::shared_ptr<Faults>& faults,
                                 const std::shared_ptr<WorldClock>& clock) {
     return makeService<ImuService>(
         faults,
-        new ImuService::Server(name, kImuCapabilities.defaultPlan,
-                               samplesOf(ImuModel(sensor, mountingAngle)), faults, clock),
+        new ImuService::Server(name, kImuCapabilities.defaultPlan, samplesOf(std::move(model)),
+                               faults, clock),
         propertiesOf(name, sensor, kImuCapabilities), kImuCapabilities);
+}
+
+android::sp<ImuService> makeHeadsetImu(const std::shared_ptr<Faults>& faults,
+                                       const std::shared_ptr<WorldClock>& clock,
+                                       const std::shared_ptr<const World>& world) {
+    constexpr char kName[] = "headset IMU";
+    ImuModel model{kHeadsetImu,       kName, Pose{}, world->sensors.headsetImu, world,
+                   world->groundTruth};
+    return makeImu(kName, kHeadsetImu, std::move(model), faults, clock);
+}
+
+android::sp<ImuService> makeBoardImu(const std::shared_ptr<Faults>& faults,
+                                     const std::shared_ptr<WorldClock>& clock,
+                                     const std::shared_ptr<const World>& world) {
+    constexpr char kName[] = "board IMU";
+    ImuModel model{kBoardImu, kName, kBoardInHeadset, world->sensors.boardImu, world, nullptr};
+    return makeImu(kName, kBoardImu, std::move(model), faults, clock);
 }
 
 android::sp<MagService> makeMag(const char* name, uint32_t sensor,
                                 const std::shared_ptr<Faults>& faults,
-                                const std::shared_ptr<WorldClock>& clock) {
+                                const std::shared_ptr<WorldClock>& clock,
+                                const std::shared_ptr<const World>& world) {
     return makeService<MagService>(
         faults,
-        new MagService::Server(name, kMagCapabilities.defaultPlan, samplesOf(MagModel(sensor)),
-                               faults, clock),
+        new MagService::Server(name, kMagCapabilities.defaultPlan,
+                               samplesOf(MagModel(sensor, world)), faults, clock),
         propertiesOf(name, sensor, kMagCapabilities), kMagCapabilities);
 }
 
 android::sp<IadService> makeIad(const std::shared_ptr<Faults>& faults,
-                                const std::shared_ptr<WorldClock>& clock) {
+                                const std::shared_ptr<WorldClock>& clock, uint64_t seed) {
     return makeService<IadService>(
         faults,
-        new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel()), faults, clock));
+        new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel(seed)), faults, clock));
 }
 
 class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
@@ -85,12 +106,13 @@ class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
 }  // namespace
 
 MotionDevices::MotionDevices(const std::shared_ptr<Faults>& faults,
-                             const std::shared_ptr<WorldClock>& clock)
+                             const std::shared_ptr<WorldClock>& clock,
+                             const std::shared_ptr<const World>& world)
     : faults_(faults),
-      imus_{makeImu("headset IMU", kHeadsetImu, 0, faults, clock),
-            makeImu("board IMU", kBoardImu, M_PI / 2, faults, clock)},
-      mag_(makeMag("headset magnetometer", kHeadsetMag, faults, clock)),
-      iad_(makeIad(faults, clock)) {}
+      world_(world),
+      imus_{makeHeadsetImu(faults, clock, world), makeBoardImu(faults, clock, world)},
+      mag_(makeMag("headset magnetometer", kHeadsetMag, faults, clock, world)),
+      iad_(makeIad(faults, clock, world->seed)) {}
 
 std::string MotionDevices::registerServices() {
     const android::sp<MotionSensorProvider> provider =
@@ -113,6 +135,9 @@ std::vector<std::string> MotionDevices::summary() const {
     }
     lines.push_back(summaryOf(mag_->server()));
     lines.push_back(summaryOf(iad_->server()));
+    if (world_->groundTruth != nullptr) {
+        lines.push_back(world_->groundTruth->summary());
+    }
     return lines;
 }
 

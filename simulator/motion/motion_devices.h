@@ -8,13 +8,15 @@
 #include "device_group.h"
 #include "faults.h"
 #include "motion/sensor_services.h"
+#include "world/world.h"
 #include "world_clock.h"
 
 namespace Simulator {
 
 class MotionDevices : public DeviceGroup {
   public:
-    MotionDevices(const std::shared_ptr<Faults>& faults, const std::shared_ptr<WorldClock>& clock);
+    MotionDevices(const std::shared_ptr<Faults>& faults, const std::shared_ptr<WorldClock>& clock,
+                  const std::shared_ptr<const World>& world);
 
     std::string registerServices() override;
     void stop() override;
@@ -22,6 +24,7 @@ class MotionDevices : public DeviceGroup {
 
   private:
     const std::shared_ptr<const Faults> faults_;
+    const std::shared_ptr<const World> world_;
     // By their sensor numbers, which count on from the IMUs to the magnetometer.
     const std::vector<android::sp<ImuService>> imus_;
     const android::sp<MagService> mag_;

@@ -1,80 +1,86 @@
 // See sensor_models.h.
 #include "motion/sensor_models.h"
 
-#include <algorithm>
-#include <array>
 #include <cmath>
+#include <utility>
 
 #include "time_units.h"
 
 namespace Simulator {
 namespace {
 
-constexpr double kGravity = 9.81;                 // m/s^2
-constexpr Vector kMagneticField{0, 19.6, -44.1};  // of the earth in central Europe, in microtesla
-constexpr Vector kAccelerationBias{0.04, -0.03, 0.05};
-constexpr Vector kAngularRateBias{0.002, -0.001, 0.0015};
-constexpr Vector kFieldBias{3.1, -2.4, 1.7};
+const Vector kMagneticField{0, 19.6, -44.1};  // of the earth in central Europe, in microtesla
 
-/// In degrees Celsius: warm from the headset's electronics, slowly up and down.
-float temperature(double time, Noise& noise) {
-    return static_cast<float>(36 + 2 * std::sin(time / 100) + noise.draw(0.01));
+Moment momentOf(const SampleInstant& instant, const ImuSettings& warming) {
+    return {instant.worldTime, rateOf(instant), temperatureAt(instant.worldTime, warming)};
 }
 
-/// As the sensor reports it: sets CLIPPED if an axis is at the end of its range.
-std::array<float, 3> reading(const Vector& vector, float range, uint32_t* status) {
-    std::array<float, 3> axes{static_cast<float>(vector.x), static_cast<float>(vector.y),
-                              static_cast<float>(vector.z)};
-    for (float& axis : axes) {
-        axis = std::clamp(axis, -range, range);
-        if (std::abs(axis) == range) {
-            *status |= static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
-        }
-    }
-    return axes;
-}
+constexpr auto kClipped = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
 
 }  // namespace
 
+ImuModel::ImuModel(uint32_t sensor, const std::string& name, const Pose& place,
+                   const ImuSettings& settings, std::shared_ptr<const World> world,
+                   std::shared_ptr<GroundTruth> groundTruth)
+    : sensor_(sensor),
+      place_(place),
+      settings_(settings),
+      world_(std::move(world)),
+      groundTruth_(std::move(groundTruth)),
+      inertial_(settings, world_->seed, name) {}
+
 Hal::ImuData ImuModel::sample(const SampleInstant& instant) {
-    const double time = toSeconds(instant.timestamp);
-    // At rest the sensor feels what holds it up against gravity.
-    const Vector upwards = HeadsetMotion::toHeadset({0, 0, kGravity}, time);
-    const Vector acceleration =
-        seenTurnedAboutZ(upwards, mountingAngle_) + kAccelerationBias + noise_.drawVector(0.02);
-    const Vector angularRate = seenTurnedAboutZ(HeadsetMotion::angularRate(time), mountingAngle_) +
-                               kAngularRateBias + noise_.drawVector(0.002);
+    const Moment moment = momentOf(instant, settings_);
+    const int64_t stampError = inertial_.timestampError(moment);
+    const auto motionAt = [this](int64_t worldTime) {
+        return carriedBy(world_->trajectory.at(worldTime), place_);
+    };
+    const InertialSensor::Reading reading = inertial_.measure(motionAt(instant.worldTime), moment);
     Hal::ImuData record{};
-    record.timestamp = instant.timestamp;
+    record.timestamp = instant.timestamp + stampError;
     record.arrivalTimestamp = instant.arrivalTimestamp;
-    record.acceleration = reading(acceleration, accelerationRange_, &record.status);
-    record.angularRate = reading(angularRate, kAngularRateRange, &record.status);
-    record.temperature = temperature(time, noise_);
+    record.acceleration = toFloats(reading.acceleration);
+    record.angularRate = toFloats(reading.angularRate);
+    record.temperature = static_cast<float>(moment.temperature);
     record.sequence = instant.sequence;
     record.sensor = sensor_;
-    record.accelerationRange = accelerationRange_;
-    record.angularRateRange = kAngularRateRange;
+    record.accelerationRange = static_cast<float>(settings_.accelerometer.range);
+    record.angularRateRange = static_cast<float>(settings_.gyroscope.range);
+    record.status = inertial_.isClipped(reading) ? kClipped : 0;
+    if (groundTruth_ != nullptr) {
+        groundTruth_->write(record.timestamp, motionAt(instant.worldTime + stampError),
+                            inertial_.biases(moment));
+    }
     return record;
 }
+
+MagModel::MagModel(uint32_t sensor, std::shared_ptr<const World> world)
+    : sensor_(sensor),
+      world_(std::move(world)),
+      field_(world_->sensors.magnetometer, world_->seed, "magnetometer") {}
 
 Hal::MagData MagModel::sample(const SampleInstant& instant) {
-    const double time = toSeconds(instant.timestamp);
-    const Vector field =
-        HeadsetMotion::toHeadset(kMagneticField, time) + kFieldBias + noise_.drawVector(0.3);
+    // It warms up with the board that the IMU is on as well.
+    const Moment moment = momentOf(instant, world_->sensors.headsetImu);
+    const Pose headset = world_->trajectory.at(instant.worldTime).pose;
+    const Vector reading =
+        field_.measure(headset.orientation.conjugate() * kMagneticField, Vector::Zero(), moment);
     Hal::MagData record{};
     record.timestamp = instant.timestamp;
-    record.field = reading(field, kRange, &record.status);
-    record.temperature = temperature(time, noise_);
+    record.field = toFloats(reading);
+    record.temperature = static_cast<float>(moment.temperature);
     record.sequence = instant.sequence;
     record.sensor = sensor_;
-    record.range = kRange;
+    record.range = static_cast<float>(world_->sensors.magnetometer.range);
+    record.status = field_.isClipped(reading) ? kClipped : 0;
     return record;
 }
 
-Hal::IadData IadModel::sample(const SampleInstant& instant) {
+Hal::IadData IadModel::sample(const SampleInstant& instant) const {
     // The wearer set it once; what changes is the frame, with its warmth.
-    const double warmth = 0.02 * std::sin(toSeconds(instant.timestamp) / 100);
-    return {static_cast<float>(63.5 + warmth + noise_.draw(0.005))};
+    const double warmth = 0.02 * std::sin(toSeconds(instant.worldTime) / 100);
+    const double noise = 0.005 * noise_.normal(static_cast<uint64_t>(instant.worldTime));
+    return {static_cast<float>(63.5 + warmth + noise)};
 }
 
 }  // namespace Simulator

@@ -1,71 +1,60 @@
-// What the simulated sensors measure: the headset's motion, with the faults of real sensors.
+// What the simulated motion sensors of the headset report.
 #pragma once
 
 #include <cstdint>
-#include <random>
+#include <memory>
+#include <string>
 
 #include "hal.h"
-#include "motion/headset_motion.h"
 #include "sampler.h"
+#include "world/sensor_errors.h"
+#include "world/world.h"
 
 namespace Simulator {
-
-/// White noise, reproducible for a seed.
-class Noise {
-  public:
-    explicit Noise(uint32_t seed) : generator_(seed) {}
-    double draw(double deviation) { return deviation * distribution_(generator_); }
-    Vector drawVector(double deviation) {
-        return {draw(deviation), draw(deviation), draw(deviation)};
-    }
-
-  private:
-    std::mt19937 generator_;
-    std::normal_distribution<double> distribution_;
-};
 
 // Each model belongs to one thread, its sensor's sampler.
 
 class ImuModel {
   public:
-    static constexpr float kAccelerationRange = 156.9F;  // 16 g, in m/s^2
-    static constexpr float kAngularRateRange = 34.9F;    // 2000 degrees a second, in rad/s
-
-    /// @param mountingAngle by which the sensor's axes are turned about the headset's z, in rad
-    ImuModel(uint32_t sensor, double mountingAngle, float accelerationRange = kAccelerationRange)
-        : sensor_(sensor),
-          mountingAngle_(mountingAngle),
-          accelerationRange_(accelerationRange),
-          noise_(sensor) {}
+    /// @param name of the sensor, which has errors of its own
+    /// @param place headset from sensor
+    /// @param groundTruth gets the sensor's motion at each sample; may be null
+    ImuModel(uint32_t sensor, const std::string& name, const Pose& place,
+             const ImuSettings& settings, std::shared_ptr<const World> world,
+             std::shared_ptr<GroundTruth> groundTruth);
 
     Hal::ImuData sample(const SampleInstant& instant);
 
   private:
     uint32_t sensor_;
-    double mountingAngle_;
-    float accelerationRange_;
-    Noise noise_;
+    Pose place_;
+    ImuSettings settings_;
+    std::shared_ptr<const World> world_;
+    std::shared_ptr<GroundTruth> groundTruth_;
+    InertialSensor inertial_;
 };
 
+/// In the place of the headset's IMU.
 class MagModel {
   public:
-    static constexpr float kRange = 4900.0F;  // in microtesla
-
-    explicit MagModel(uint32_t sensor) : sensor_(sensor), noise_(sensor) {}
+    MagModel(uint32_t sensor, std::shared_ptr<const World> world);
 
     Hal::MagData sample(const SampleInstant& instant);
 
   private:
     uint32_t sensor_;
-    Noise noise_;
+    std::shared_ptr<const World> world_;
+    TriaxialSensor field_;
 };
 
 class IadModel {
   public:
-    Hal::IadData sample(const SampleInstant& instant);
+    explicit IadModel(uint64_t seed) : noise_(seed, "IAD sensor") {}
+
+    Hal::IadData sample(const SampleInstant& instant) const;
 
   private:
-    Noise noise_{0};
+    Random noise_;
 };
 
 }  // namespace Simulator

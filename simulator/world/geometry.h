@@ -2,6 +2,8 @@
 #pragma once
 
 #include <Eigen/Geometry>
+#include <array>
+#include <cmath>
 
 namespace Simulator {
 
@@ -64,6 +66,12 @@ inline Motion carriedBy(const Motion& carrier, const Pose& place) {
             carrier.acceleration +
                 turn * (carrier.angularAcceleration.cross(place.position) + rate.cross(turning)),
             toPlace * rate, toPlace * carrier.angularAcceleration};
+}
+
+/// As records have it.
+inline std::array<float, 3> toFloats(const Vector& vector) {
+    return {static_cast<float>(vector.x()), static_cast<float>(vector.y()),
+            static_cast<float>(vector.z())};
 }
 
 }  // namespace Simulator

@@ -41,8 +41,8 @@ class Track {
     }
 
     Vector at(double time) const {
-        const auto next = std::find_if(keys_.begin() + 1, keys_.end(),
-                                       [time](const Key& key) { return time < key.end; });
+        const auto next = std::upper_bound(keys_.begin() + 1, keys_.end(), time,
+                                           [](double t, const Key& key) { return t < key.end; });
         if (next == keys_.end()) {
             return keys_.back().value;
         }

@@ -75,7 +75,8 @@ class ControllerTest : public ::testing::Test {
 
     std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
     std::shared_ptr<ControllerFleet> fleet_ = std::make_shared<ControllerFleet>(
-        ControllerSettings{0, {}}, faults_, std::make_shared<WorldClock>());
+        ControllerSettings{0, {}}, faults_, std::make_shared<WorldClock>(),
+        std::make_shared<World>(WorldSettings{}));
     android::sp<PoseReceiver> poses_ = new PoseReceiver(fleet_);
     android::sp<Hal::IControllerProvider> provider_ =
         makeService<ControllerProviderService>(faults_, fleet_, faults_);

@@ -24,7 +24,7 @@ constexpr int64_t kSecond = 1'000'000'000;
 constexpr auto kSaturated = static_cast<uint32_t>(Hal::LightSampleStatus::SATURATED);
 
 SampleInstant instantAt(int64_t time) {
-    return {time, time + 1000, 0, time};
+    return {time, time + 1000, 0, time, std::chrono::milliseconds{1}};
 }
 
 /// The share that flicker of a frequency has in a block, relative to the mean level.

@@ -1,0 +1,19 @@
+// What a user chooses of the simulated world and of how well it is measured.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace Simulator {
+
+struct WorldSettings {
+    uint64_t seed = 1;
+    // Files; empty: none.
+    std::string trajectory;
+    std::string sensors;
+    std::string groundTruth;
+    /// Motion sensors have no errors.
+    bool isIdeal = false;
+};
+
+}  // namespace Simulator
