@@ -14,7 +14,7 @@ packages=(
     libfmt-dev            # text output of the same and of the benchmarks
     libeigen3-dev         # geometry of the simulated world
     libpng-dev            # camera images of captures and recordings
-    nlohmann-json3-dev    # descriptions and calibration texts of recordings
+    nlohmann-json3-dev    # JSON output of sensorctl, descriptions of recordings
     libyaml-cpp-dev       # sensor.yaml of EuRoC data sets, figures of simulated sensors
     libgtest-dev libgmock-dev
     libbenchmark-dev      # timing of the data paths in bench

@@ -3,6 +3,9 @@
 
 #include "display.h"
 #include "failure.h"
+#include "names.h"
+#include "output.h"
+#include "table.h"
 
 CLI::Validator secondsFrom(double least) {
     return {[least](std::string& text) {
@@ -16,12 +19,18 @@ CLI::Validator secondsFrom(double least) {
             fmt::format(">= {}", least)};
 }
 
-static std::vector<std::string> streamNames() {
-    std::vector<std::string> names;
-    for (const StreamKind& kind : streamKinds()) {
-        names.push_back(kind.name);
-    }
-    return names;
+/// Completes names that are shortened.
+static CLI::Validator isStreamName() {
+    return {[](std::string& name) {
+                try {
+                    const std::vector<std::string> names = streamNames();
+                    name = names[chooseName(names, name, "stream")];
+                    return std::string();
+                } catch (const Failure& failure) {
+                    return std::string(failure.what());
+                }
+            },
+            ""};
 }
 
 void addDurationOption(CLI::App& command, std::optional<double>& seconds) {
@@ -32,11 +41,21 @@ void addDurationOption(CLI::App& command, std::optional<double>& seconds) {
 
 void addSessionOptions(CLI::App& command, SessionOptions& options) {
     addDurationOption(command, options.durationSeconds);
-    command.add_option("--streams", options.streams, "Which streams, separated by commas")
+    command
+        .add_option(
+            "--streams", options.streams,
+            fmt::format("Which streams, separated by commas; otherwise those that the other "
+                        "options are\nabout, or imu,mag,iad. There are: {}",
+                        fmt::join(streamNames(), ", ")))
         ->type_name("STREAM,...")
         ->delimiter(',')
-        ->check(CLI::IsMember(streamNames()))
-        ->capture_default_str();
+        ->transform(isStreamName());
+    command
+        .add_option("--controller", options.controller,
+                    "Only this hand controller, by its address or name")
+        ->type_name("CONTROLLER");
+    command.add_option("--camera", options.camera, "Only this camera, by its number or name")
+        ->type_name("CAMERA");
     command
         .add_option("--rate", options.imu.sampleRate,
                     "Samples a second of the IMU, for all of its clients")
@@ -51,6 +70,12 @@ void addSessionOptions(CLI::App& command, SessionOptions& options) {
 
 void conclude(Session& session, const Shutdown& shutdown) {
     session.finish();
-    Display::append(session.summary());
+    const Table summary = session.summary();
+    if (Output::isJson()) {
+        Output::print("", {{"duration_s", session.seconds()}, {"summary", summary.rows()}});
+    } else {
+        Display::append({fmt::format("summary of {:.1f} s", session.seconds())});
+        Display::append(summary.lines());
+    }
     shutdown.requireService();
 }

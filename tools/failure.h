@@ -11,6 +11,7 @@ enum class ExitCode {
     USAGE = 2,
     NO_SERVICE = 3,
     SERVICE_DIED = 4,
+    NOT_AS_EXPECTED = 5,
 };
 
 inline constexpr char kServiceDied[] = "the sensor service died";

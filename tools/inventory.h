@@ -9,24 +9,25 @@
 
 class Inventory {
   public:
-    Inventory() : services_({{"service", Table::Align::LEFT}, {"state", Table::Align::LEFT}}) {}
+    Inventory() { tables_.emplace_back("services", Table({"service", "state"})); }
 
     void addService(const std::string& hal, bool isRunning) {
-        services_.addRow({hal, isRunning ? "running" : "not running"});
+        tables_.front().second.addRow({hal, isRunning ? "running" : "not running"});
         isAnyRunning_ = isAnyRunning_ || isRunning;
     }
 
     /// Shown below the services, in the order of the calls.
-    void addTable(Table table) { tables_.push_back(std::move(table)); }
+    /// @param name for programs.
+    void addTable(std::string name, Table table) {
+        tables_.emplace_back(std::move(name), std::move(table));
+    }
 
     bool isAnyRunning() const { return isAnyRunning_; }
-    const Table& services() const { return services_; }
-    const std::vector<Table>& tables() const { return tables_; }
+    const std::vector<std::pair<std::string, Table>>& tables() const { return tables_; }
 
   private:
-    Table services_;
     bool isAnyRunning_ = false;
-    std::vector<Table> tables_;
+    std::vector<std::pair<std::string, Table>> tables_;
 };
 
 // The areas.

@@ -2,9 +2,9 @@
 #include <utility>
 
 #include "commands.h"
-#include "display.h"
 #include "failure.h"
 #include "inventory.h"
+#include "output.h"
 #include "wait_notice.h"
 
 static void list() {
@@ -24,11 +24,7 @@ static void list() {
     if (!inventory.isAnyRunning()) {
         throw missingService("IMotionSensorProvider");
     }
-    Display::append(inventory.services().lines());
-    for (const Table& table : inventory.tables()) {
-        Display::append({""});
-        Display::append(table.lines());
-    }
+    Output::print(inventory.tables());
 }
 
 void addListCommand(CLI::App& app) {

@@ -8,6 +8,16 @@
 
 #include "stream_statistics.h"
 
+/// The part of a sample that its journey is measured by.
+struct SampleHeader {
+    /// CLOCK_MONOTONIC, in ns.
+    int64_t timestamp;
+    uint32_t sequence;
+    bool isDiscontinuity;
+    /// Whose count it is, of a stream that has the samples of more than one device.
+    uint64_t source = 0;
+};
+
 /// The specialisations have
 /// - `kCsvTitles`: the title line of a CSV file's columns, all fields of the record;
 /// - `header`: what the record's journey is measured by; empty for records that carry no time;

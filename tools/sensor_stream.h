@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,11 @@ class SensorStream {
 
     const std::string& name() const { return name_; }
     StreamStatistics& statistics() { return statistics_; }
+    const StreamStatistics& statistics() const { return statistics_; }
+
+    /// What the user chose it by: its own name or that of several streams.
+    const std::string& kind() const { return kind_; }
+    void setKind(const std::string& kind) { kind_ = kind; }
     OutputFile* file() { return file_ ? &*file_ : nullptr; }
 
     virtual void addTo(Vek::Sensors::ICompositeStream& composite) = 0;
@@ -36,11 +42,12 @@ class SensorStream {
     /// in ns). Throws Failure if the file cannot be made.
     virtual void recordTo(const std::filesystem::path& path) = 0;
 
-    /// The values of the last record; empty if there is none.
-    virtual std::string lastValues() const = 0;
+    /// The values of the last record of a source; empty if there is none.
+    virtual std::string lastValues(uint64_t source) const = 0;
 
   protected:
     std::string name_;
+    std::string kind_;
     StreamStatistics statistics_;
     std::optional<OutputFile> file_;
 };
@@ -54,12 +61,27 @@ struct StreamControl {
 
 /// Not movable: the stream's callback points to it.
 template <typename Data>
+RecordOrigin originOf(const Data& record) {
+    const auto header = RecordFormat<Data>::header(record);
+    return header ? RecordOrigin{header->source, header->timestamp, header->sequence,
+                                 header->isDiscontinuity}
+                  : RecordOrigin{};
+}
+
+template <typename Data>
 class TypedSensorStream final : public SensorStream {
   public:
+    /// Says where a record comes from; empty for one that is not wanted.
+    using Origin = std::function<std::optional<RecordOrigin>(const Data& record)>;
+
     /// @param queueSize capacity of the queue, in records; empty if the stream's own is fixed.
     TypedSensorStream(std::string name, Vek::Sensors::IDataStream<Data>& stream,
-                      StreamControl control, std::optional<size_t> queueSize)
-        : SensorStream(std::move(name)), control_(std::move(control)), stream_(stream) {
+                      StreamControl control, std::optional<size_t> queueSize,
+                      Origin origin = originOf<Data>)
+        : SensorStream(std::move(name)),
+          control_(std::move(control)),
+          stream_(stream),
+          origin_(std::move(origin)) {
         if (queueSize) {
             stream_.setQueueSize(*queueSize);
         }
@@ -76,27 +98,28 @@ class TypedSensorStream final : public SensorStream {
         file_->write(fmt::format("received_ns,{}\n", RecordFormat<Data>::kCsvTitles));
     }
 
-    std::string lastValues() const override {
-        return last_ ? RecordFormat<Data>::describe(*last_) : "";
+    std::string lastValues(uint64_t source) const override {
+        const auto last = last_.find(source);
+        return last != last_.end() ? RecordFormat<Data>::describe(last->second) : "";
     }
 
   private:
     void deliver(gsl::span<const gsl::span<const Data>> spans) {
         const auto now = std::chrono::steady_clock::now();
-        uint64_t records = 0;
         for (const auto& span : spans) {
             for (const Data& record : span) {
                 deliver(now, record);
             }
-            records += span.size();
         }
-        statistics_.countCallback(now, records);
+        statistics_.endCallback(now);
     }
 
     void deliver(RateMeter::Time now, const Data& record) {
-        if (const auto header = RecordFormat<Data>::header(record)) {
-            statistics_.countSample(now, *header);
+        const std::optional<RecordOrigin> origin = origin_(record);
+        if (!origin) {
+            return;
         }
+        const uint64_t source = statistics_.countRecord(now, *origin, sizeof(record));
         if (file_) {
             row_.clear();
             fmt::format_to(std::back_inserter(row_), "{},",
@@ -105,12 +128,14 @@ class TypedSensorStream final : public SensorStream {
             row_.push_back('\n');
             file_->write({row_.data(), row_.size()});
         }
-        last_ = record;
+        last_[source] = record;
     }
 
     StreamControl control_;
     Vek::Sensors::IDataStream<Data>& stream_;
-    std::optional<Data> last_;
+    const Origin origin_;
+    /// By source.
+    std::map<uint64_t, Data> last_;
     fmt::memory_buffer row_;
 };
 

@@ -8,64 +8,60 @@
 #include <system_error>
 
 #include "failure.h"
-#include "table.h"
+#include "measurement_table.h"
 
 using namespace Vek::Sensors;
 
 namespace {
 
-std::string microseconds(std::optional<std::chrono::nanoseconds> latency) {
-    return latency ? fmt::format("{}", (latency->count() + 500) / 1000) : "-";
-}
-
-std::string milliseconds(std::optional<std::chrono::nanoseconds> time) {
-    return time ? fmt::format("{:.1f}", static_cast<double>(time->count()) * 1e-6) : "-";
-}
-
-using Measurement = const StreamMeasurement& (StreamStatistics::*)() const;
-
-Table measurementTable(const std::vector<std::unique_ptr<SensorStream>>& streams,
-                       Measurement choose, Session::Time now) {
-    Table table({{"stream", Table::Align::LEFT},
-                 {"records", Table::Align::RIGHT},
-                 {"rate Hz", Table::Align::RIGHT},
-                 {"batch", Table::Align::RIGHT},
-                 {"gap ms", Table::Align::RIGHT},
-                 {"p50 us", Table::Align::RIGHT},
-                 {"p99 us", Table::Align::RIGHT},
-                 {"drops", Table::Align::RIGHT},
-                 {"last values", Table::Align::LEFT}});
-    for (const auto& stream : streams) {
-        const StreamStatistics& statistics = stream->statistics();
-        const StreamMeasurement& measurement = (statistics.*choose)();
-        const bool isNumbered = statistics.total().latencies.count() > 0;
-        table.addRow({stream->name(), fmt::format("{}", measurement.records),
-                      fmt::format("{:.1f}", measurement.rate.perSecond(now)),
-                      fmt::format("{:.1f}", measurement.batch()),
-                      milliseconds(measurement.rate.largestGap(now)),
-                      microseconds(measurement.latencies.percentile(0.50)),
-                      microseconds(measurement.latencies.percentile(0.99)),
-                      isNumbered ? fmt::format("{}", measurement.drops) : "-",
-                      stream->lastValues()});
+/// With the streams that the user did not name.
+SessionOptions completed(SessionOptions options) {
+    auto& streams = options.streams;
+    if (streams.empty() && !options.controller.empty()) {
+        streams.emplace_back("controllers");
     }
-    return table;
+    if (streams.empty() && !options.camera.empty()) {
+        streams.emplace_back("cameras");
+    }
+    if (streams.empty()) {
+        streams = {"imu", "mag", "iad"};
+    }
+    return options;
+}
+
+/// Throws Failure if no stream belongs to the area that an option is about.
+void requireStreamOf(const std::string& area, const char* option,
+                     const std::vector<std::string>& streams) {
+    const auto isOfArea = [&area](const std::string& name) { return name.rfind(area, 0) == 0; };
+    if (std::none_of(streams.begin(), streams.end(), isOfArea)) {
+        throw Failure(ExitCode::USAGE, fmt::format("{} is for the {} streams", option, area));
+    }
 }
 
 }  // namespace
 
-Session::Session(const SessionOptions& options, Shutdown& shutdown)
-    : shutdown_(shutdown), durationSeconds_(options.durationSeconds), waiter_(shutdown) {
+Session::Session(const SessionOptions& wanted, Shutdown& shutdown)
+    : shutdown_(shutdown), durationSeconds_(wanted.durationSeconds), waiter_(shutdown) {
+    const SessionOptions options = completed(wanted);
+    if (options.imu.sampleRate != 0 || options.imu.batchSize != 0) {
+        requireStreamOf("imu", "--rate and --batch", options.streams);
+    }
+    if (!options.controller.empty()) {
+        requireStreamOf("controller", "--controller", options.streams);
+    }
+    if (!options.camera.empty()) {
+        requireStreamOf("camera", "--camera", options.streams);
+    }
     const auto isChosen = [&options](const std::string& name) {
         return std::find(options.streams.begin(), options.streams.end(), name) !=
                options.streams.end();
     };
-    const bool isImuConfigured = options.imu.sampleRate != 0 || options.imu.batchSize != 0;
-    if (isImuConfigured && !isChosen("imu")) {
-        throw Failure(ExitCode::USAGE, "--rate and --batch are for the imu stream");
-    }
     for (const StreamKind& kind : streamKinds()) {
         if (isChosen(kind.name)) {
             auto streams = kind.open(options);
+            for (const auto& stream : streams) {
+                stream->setKind(kind.name);
+            }
             std::move(streams.begin(), streams.end(), std::back_inserter(streams_));
         }
     }
@@ -144,9 +140,9 @@ void Session::finish() {
     }
 }
 
-std::vector<std::string> Session::intervalTable() const {
-    return measurementTable(streams_, &StreamStatistics::interval, std::chrono::steady_clock::now())
-        .lines();
+Table Session::intervalTable() const {
+    return measurementTable(streams_, &SourceStatistics::interval,
+                            std::chrono::steady_clock::now());
 }
 
 void Session::restartIntervals() {
@@ -155,10 +151,15 @@ void Session::restartIntervals() {
     }
 }
 
-std::vector<std::string> Session::summary() const {
-    // What the stream did not send since it was stopped is no gap.
-    const std::chrono::duration<double> elapsed = measuredUntil_ - begin_;
-    auto lines = measurementTable(streams_, &StreamStatistics::total, measuredUntil_).lines();
-    lines.insert(lines.begin(), fmt::format("summary of {:.1f} s", elapsed.count()));
-    return lines;
+Table Session::summary() const {
+    // What the streams did not send since they were stopped is no gap.
+    return measurementTable(streams_, &SourceStatistics::total, measuredUntil_);
+}
+
+std::vector<Verdict> Session::judge(const std::vector<Expectation>& expectations) const {
+    return ::judge(expectations, streams_, measuredUntil_);
+}
+
+double Session::seconds() const {
+    return std::chrono::duration<double>(measuredUntil_ - begin_).count();
 }

@@ -10,9 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "expectation.h"
 #include "sensor_stream.h"
 #include "shutdown.h"
 #include "stream_kinds.h"
+#include "table.h"
 #include "waiter.h"
 
 /// All calls belong on one thread, which also receives the records.
@@ -21,7 +23,7 @@ class Session {
     using Time = std::chrono::steady_clock::time_point;
 
     /// Throws Failure if a chosen stream has no service or an option does not fit it.
-    Session(const SessionOptions& options, Shutdown& shutdown);
+    Session(const SessionOptions& wanted, Shutdown& shutdown);
 
     /// Stops the streams, unless that was done or the service is dead.
     ~Session();
@@ -43,13 +45,14 @@ class Session {
     /// recording cannot be written.
     void finish();
 
-    /// A table of the streams since the last restartIntervals().
-    std::vector<std::string> intervalTable() const;
+    /// The streams since the last restartIntervals().
+    Table intervalTable() const;
     void restartIntervals();
 
-    /// A table of the streams over the whole run, below a line that says how long it was. Only
-    /// after finish().
-    std::vector<std::string> summary() const;
+    /// The streams over the whole run, and how long it was. Only after finish().
+    Table summary() const;
+    double seconds() const;
+    std::vector<Verdict> judge(const std::vector<Expectation>& expectations) const;
 
   private:
     void stop();

@@ -9,3 +9,11 @@ std::vector<StreamKind> streamKinds() {
     }
     return all;
 }
+
+std::vector<std::string> streamNames() {
+    std::vector<std::string> names;
+    for (const StreamKind& kind : streamKinds()) {
+        names.push_back(kind.name);
+    }
+    return names;
+}

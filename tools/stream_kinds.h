@@ -14,7 +14,11 @@
 /// The options of the commands that stream.
 struct SessionOptions {
     /// Names of stream kinds.
-    std::vector<std::string> streams{"imu", "mag", "iad"};
+    std::vector<std::string> streams;
+    /// Only the records of this one, by its address or name; empty: of all.
+    std::string controller;
+    /// Only the frames of this one, by its number or name; empty: of all.
+    std::string camera;
     /// Asked of the IMU; 0 leaves a field at the sensor's default.
     Vek::Sensors::MotionStreamProperties imu{};
     /// Empty: until the user ends it.
@@ -38,3 +42,4 @@ void addEnvironmentStreams(std::vector<StreamKind>& kinds);
 
 /// All of them, in the order in which tables show their streams.
 std::vector<StreamKind> streamKinds();
+std::vector<std::string> streamNames();

@@ -7,32 +7,71 @@ double StreamMeasurement::batch() const {
     return callbacks == 0 ? 0 : static_cast<double>(records) / static_cast<double>(callbacks);
 }
 
-void StreamStatistics::countCallback(RateMeter::Time now, uint64_t records) {
-    for (StreamMeasurement* measurement : {&interval_, &total_}) {
-        measurement->records += records;
-        ++measurement->callbacks;
-        measurement->rate.deliver(now, records);
+void SourceStatistics::countRecord(RateMeter::Time now, const RecordOrigin& origin,
+                                   uint64_t bytes) {
+    ++pending_;
+    std::optional<uint32_t> drops;
+    if (origin.sequence) {
+        drops = dropCounter_.next(*origin.sequence, origin.isDiscontinuity);
     }
-}
-
-void StreamStatistics::countSample(RateMeter::Time now, const SampleHeader& header) {
+    for (StreamMeasurement* measurement : {&interval_, &total_}) {
+        ++measurement->records;
+        measurement->bytes += bytes;
+        if (drops) {
+            measurement->drops = measurement->drops.value_or(0) + *drops;
+        }
+    }
+    if (!origin.timestamp) {
+        return;
+    }
     // The timestamp is another process's: brought to one side of now first, it cannot overflow.
     const int64_t arrival = std::chrono::nanoseconds(now.time_since_epoch()).count();
-    const std::chrono::nanoseconds latency(arrival -
-                                           std::clamp<int64_t>(header.timestamp, 0, arrival));
-    const bool isFollowed =
-        dropCounters_.size() < kMostSources || dropCounters_.count(header.source) != 0;
-    const uint32_t drops =
-        isFollowed ? dropCounters_[header.source].next(header.sequence, header.isDiscontinuity) : 0;
+    const int64_t timestamp = std::clamp<int64_t>(*origin.timestamp, 0, arrival);
     for (StreamMeasurement* measurement : {&interval_, &total_}) {
-        measurement->latencies.add(latency);
-        measurement->drops += drops;
+        measurement->latencies.add(std::chrono::nanoseconds(arrival - timestamp));
+        if (lastTimestamp_) {
+            measurement->intervals.add(std::chrono::nanoseconds(timestamp - *lastTimestamp_));
+        }
     }
+    lastTimestamp_ = timestamp;
 }
 
-void StreamStatistics::restartInterval() {
+void SourceStatistics::endCallback(RateMeter::Time now) {
+    if (pending_ == 0) {
+        return;
+    }
+    for (StreamMeasurement* measurement : {&interval_, &total_}) {
+        ++measurement->callbacks;
+        measurement->rate.deliver(now, pending_);
+    }
+    pending_ = 0;
+}
+
+void SourceStatistics::restartInterval() {
     RateMeter rate = interval_.rate;
     rate.restart();
     interval_ = {};
     interval_.rate = rate;
+}
+
+uint64_t StreamStatistics::countRecord(RateMeter::Time now, RecordOrigin origin, uint64_t bytes) {
+    if (sources_.size() >= kMostSources && sources_.count(origin.source) == 0) {
+        origin.source = kOthers;
+        // Mixed, their numbers say nothing.
+        origin.sequence.reset();
+    }
+    sources_[origin.source].countRecord(now, origin, bytes);
+    return origin.source;
+}
+
+void StreamStatistics::endCallback(RateMeter::Time now) {
+    for (auto& [source, statistics] : sources_) {
+        statistics.endCallback(now);
+    }
+}
+
+void StreamStatistics::restartInterval() {
+    for (auto& [source, statistics] : sources_) {
+        statistics.restartInterval();
+    }
 }

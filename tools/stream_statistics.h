@@ -2,50 +2,81 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 
 #include "drop_counter.h"
+#include "interval_statistics.h"
 #include "latency_histogram.h"
 #include "rate_meter.h"
 
-/// The part of a sample that its journey is measured by.
-struct SampleHeader {
-    /// CLOCK_MONOTONIC, in ns.
-    int64_t timestamp;
-    uint32_t sequence;
-    bool isDiscontinuity;
-    /// Whose count it is, of a stream that has the samples of more than one device.
+/// What a record says of its journey.
+struct RecordOrigin {
+    /// Which device's it is, of a stream that carries the records of several.
     uint64_t source = 0;
+    /// CLOCK_MONOTONIC, in ns.
+    std::optional<int64_t> timestamp;
+    std::optional<uint32_t> sequence;
+    /// Records before this one were dropped.
+    bool isDiscontinuity = false;
 };
 
 struct StreamMeasurement {
     uint64_t records = 0;
     uint64_t callbacks = 0;
-    uint64_t drops = 0;
+    /// Empty if the records have no numbers that show it.
+    std::optional<uint64_t> drops;
+    uint64_t bytes = 0;
     LatencyHistogram latencies;
+    /// From one record's timestamp to the next's.
+    IntervalStatistics intervals;
     RateMeter rate;
 
     /// Mean records of a callback.
     double batch() const;
 };
 
-/// Measures a stream over the whole run and over the interval since restartInterval().
-class StreamStatistics {
+/// Measures the records of one source over the whole run and over the interval since
+/// restartInterval().
+class SourceStatistics {
   public:
-    void countCallback(RateMeter::Time now, uint64_t records);
-    void countSample(RateMeter::Time now, const SampleHeader& header);
+    void countRecord(RateMeter::Time now, const RecordOrigin& origin, uint64_t bytes);
+
+    /// After the records of one callback.
+    void endCallback(RateMeter::Time now);
+
     void restartInterval();
 
     const StreamMeasurement& interval() const { return interval_; }
     const StreamMeasurement& total() const { return total_; }
 
   private:
-    /// A service could make up more devices than there are; those beyond this have no drops.
-    static constexpr size_t kMostSources = 64;
-
-    /// By source.
-    std::map<uint64_t, DropCounter> dropCounters_;
+    DropCounter dropCounter_;
+    std::optional<int64_t> lastTimestamp_;
+    /// Of the callback that is on.
+    uint64_t pending_ = 0;
     StreamMeasurement interval_;
     StreamMeasurement total_;
+};
+
+/// Measures each source of a stream on its own.
+class StreamStatistics {
+  public:
+    /// A service could make up more devices than there are: those beyond so many are measured
+    /// together, as kOthers.
+    static constexpr size_t kMostSources = 64;
+    static constexpr uint64_t kOthers = UINT64_MAX;
+
+    /// @return the source that it is counted for.
+    uint64_t countRecord(RateMeter::Time now, RecordOrigin origin, uint64_t bytes);
+    void endCallback(RateMeter::Time now);
+    void restartInterval();
+
+    /// By source.
+    const std::map<uint64_t, SourceStatistics>& sources() const { return sources_; }
+
+  private:
+    std::map<uint64_t, SourceStatistics> sources_;
 };

@@ -107,18 +107,6 @@ TEST(RecordTest, TextOfTheServiceStaysInItsColumn) {
     EXPECT_EQ(text(static_cast<ControllerConnection>(77)), "connection 77");
 }
 
-TEST(RecordTest, DropsAreCountedForEachControllerOnItsOwn) {
-    StreamStatistics statistics;
-    const auto now = RateMeter::Time(std::chrono::seconds(1));
-    for (const auto& [controller, sequence] : {std::pair{1, 100U}, {2, 7U}, {1, 101U}, {2, 10U}}) {
-        PoseInput pose{};
-        pose.controller = static_cast<ControllerAddr>(controller);
-        pose.sequence = sequence;
-        statistics.countSample(now, *RecordFormat<PoseInput>::header(pose));
-    }
-    EXPECT_EQ(statistics.total().drops, 2U);
-}
-
 TEST(RecordTest, BlockThatClaimsTooMuchIsReadAsFarAsItGoes) {
     AdcFlickerData block{};
     block.sampleCount = UINT32_MAX;

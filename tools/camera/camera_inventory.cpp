@@ -32,32 +32,22 @@ std::map<uint32_t, StreamOfCamera> streamsOf(ICameraProvider& provider) {
 }
 
 Table cameraTable(ICameraProvider& provider) {
-    Table table({{"camera", Table::Align::RIGHT},
-                 {"name", Table::Align::LEFT},
-                 {"sensor", Table::Align::LEFT},
-                 {"stream", Table::Align::LEFT},
-                 {"rate Hz", Table::Align::RIGHT},
-                 {"image", Table::Align::LEFT},
-                 {"resolution", Table::Align::LEFT},
-                 {"pixels", Table::Align::LEFT},
-                 {"calibration", Table::Align::LEFT}});
+    Table table({"camera", "name", "sensor", "stream", "rate Hz", "image", "resolution", "pixels",
+                 "calibration"});
     const auto streams = streamsOf(provider);
     for (const CameraProperties& camera : provider.getProperties()) {
         const bool isCalibrated =
             !camera.calibrationData1.empty() && !camera.calibrationData2.empty();
-        std::vector<std::string> row{fmt::format("{}", camera.cameraId),
-                                     printable(camera.propertyText1),
-                                     printable(camera.propertyText2)};
+        std::vector<Cell> row{camera.cameraId, camera.propertyText1, camera.propertyText2};
         if (const auto found = streams.find(camera.cameraId); found != streams.end()) {
             const auto& [type, c] = found->second;
-            row.insert(
-                row.end(),
-                {"camera-" + nameOf(type), fmt::format("{}", static_cast<uint32_t>(c.frameRate)),
-                 fmt::format("{}x{}", c.width, c.height),
-                 fmt::format("{} of {}x{}", nameOf(c.resolution), c.sensorWidth, c.sensorHeight),
-                 nameOf(c.pixelFormat)});
+            row.insert(row.end(), {"camera-" + nameOf(type), static_cast<uint32_t>(c.frameRate),
+                                   fmt::format("{}x{}", c.width, c.height),
+                                   fmt::format("{} of {}x{}", nameOf(c.resolution), c.sensorWidth,
+                                               c.sensorHeight),
+                                   nameOf(c.pixelFormat)});
         } else {
-            row.insert(row.end(), 5, "-");
+            row.insert(row.end(), 5, Cell());
         }
         row.push_back(isCalibrated ? "yes" : "incomplete");
         table.addRow(row);
@@ -73,8 +63,8 @@ void listCameras(Inventory& inventory) {
     if (provider == nullptr) {
         return;
     }
-    inventory.addTable(cameraTable(*provider));
+    inventory.addTable("cameras", cameraTable(*provider));
     if (const auto state = muxStateInForce(*provider)) {
-        inventory.addTable(muxModeTable(*state));
+        inventory.addTable("mux_modes", muxModeTable(*state));
     }
 }

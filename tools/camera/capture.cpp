@@ -7,8 +7,9 @@
 #include "camera/camera_names.h"
 #include "camera/picture.h"
 #include "commands.h"
-#include "display.h"
 #include "failure.h"
+#include "names.h"
+#include "output.h"
 #include "table.h"
 #include "waiter.h"
 
@@ -36,16 +37,15 @@ struct Camera {
 
 /// Throws Failure, with those that there are, if there is none of that name or number.
 CameraProperties findCamera(ICameraProvider& provider, const std::string& wanted) {
+    std::vector<CameraProperties> cameras = provider.getProperties();
     std::vector<std::string> names;
-    for (const CameraProperties& camera : provider.getProperties()) {
-        const std::string number = fmt::format("{}", camera.cameraId);
-        if (wanted == camera.propertyText1 || wanted == number) {
+    for (const CameraProperties& camera : cameras) {
+        if (wanted == fmt::format("{}", camera.cameraId)) {
             return camera;
         }
-        names.push_back(fmt::format("{} or '{}'", number, printable(camera.propertyText1)));
+        names.push_back(camera.propertyText1);
     }
-    throw Failure(ExitCode::USAGE,
-                  fmt::format("--camera '{}' is none of {}", wanted, listOf(names)));
+    return cameras[chooseName(names, wanted, "--camera")];
 }
 
 Camera openCamera(const std::string& wanted) {
@@ -138,11 +138,22 @@ void capture(const CaptureOptions& options) {
     }
     const CameraFrame& frame = shot->frame;
     writePng(options.file, pictureOf(frame, {shot->buffer.data(), shot->buffer.size()}));
-    Display::append({fmt::format(
-        "{}: frame {} of camera {} '{}' at {} ns, {}x{} {}, {:.2f} ms, gain {:.1f}", options.file,
-        frame.sequence, camera.id, camera.name, frame.timestamp, frame.width, frame.height,
-        nameOf(frame.pixelFormat), static_cast<double>(frame.exposureTime) * 1e-6,
-        frame.analogGain * frame.digitalGain)});
+    const float gain = frame.analogGain * frame.digitalGain;
+    Output::print(
+        fmt::format("{}: frame {} of camera {} '{}' at {} ns, {}x{} {}, {:.2f} ms, gain {:.1f}",
+                    options.file, frame.sequence, camera.id, camera.name, frame.timestamp,
+                    frame.width, frame.height, nameOf(frame.pixelFormat),
+                    static_cast<double>(frame.exposureTime) * 1e-6, gain),
+        {{"file", options.file},
+         {"camera", camera.id},
+         {"name", camera.name},
+         {"sequence", frame.sequence},
+         {"timestamp_ns", frame.timestamp},
+         {"width", frame.width},
+         {"height", frame.height},
+         {"pixel_format", nameOf(frame.pixelFormat)},
+         {"exposure_time_ns", frame.exposureTime},
+         {"gain", gain}});
 }
 
 }  // namespace

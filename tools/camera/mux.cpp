@@ -3,8 +3,8 @@
 
 #include "camera/mux_state.h"
 #include "commands.h"
-#include "display.h"
 #include "failure.h"
+#include "output.h"
 
 using namespace Vek::Sensors;
 
@@ -26,9 +26,7 @@ void mux(const MuxOptions& options) {
     if (!state) {
         throw Failure(ExitCode::FAILED, "the service has no cameras to share out");
     }
-    Display::append(muxModeTable(*state).lines());
-    Display::append({""});
-    Display::append(muxSlotTable(*state).lines());
+    Output::print({{"mux_modes", muxModeTable(*state)}, {"slots", muxSlotTable(*state)}});
 }
 
 }  // namespace

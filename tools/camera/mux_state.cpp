@@ -22,32 +22,25 @@ std::optional<FrameSetConfigurationUpdate> muxStateInForce(ICameraProvider& prov
 }
 
 Table muxModeTable(const FrameSetConfigurationUpdate& state) {
-    Table table({{"mux mode", Table::Align::LEFT},
-                 {"state", Table::Align::LEFT},
-                 {"purposes", Table::Align::LEFT}});
+    Table table({"mux mode", "state", "purposes"});
     const MuxMode& mode = state.muxMode;
-    table.addRow({printable(mode.name), "in force", printable(listOf(mode.purposes))});
+    table.addRow({mode.name, "in force", mode.purposes});
     if (!mode.secondaryName.empty()) {
         std::vector<std::string> purposes;
         for (const auto& [purpose, data] : mode.secondaryPurposeData) {
             purposes.push_back(purpose);
         }
         std::sort(purposes.begin(), purposes.end());
-        table.addRow({printable(mode.secondaryName), "fallback", printable(listOf(purposes))});
+        table.addRow({mode.secondaryName, "fallback", purposes});
     }
     return table;
 }
 
 Table muxSlotTable(const FrameSetConfigurationUpdate& state) {
-    Table table({{"slot", Table::Align::RIGHT},
-                 {"camera", Table::Align::RIGHT},
-                 {"frames", Table::Align::LEFT},
-                 {"image", Table::Align::LEFT},
-                 {"resolution", Table::Align::LEFT}});
+    Table table({"slot", "camera", "frames", "image", "resolution"});
     for (size_t slot = 0; slot < state.slotConfigurations.size(); ++slot) {
         for (const CameraPerSlotConfiguration& camera : state.slotConfigurations[slot].cameras) {
-            table.addRow({fmt::format("{}", slot), fmt::format("{}", camera.cameraId),
-                          nameOf(camera.frameType),
+            table.addRow({slot, camera.cameraId, nameOf(camera.frameType),
                           fmt::format("{}x{}", camera.cropWidth, camera.cropHeight),
                           nameOf(camera.resolution)});
         }

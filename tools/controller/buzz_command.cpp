@@ -10,8 +10,8 @@
 #include "controller/controller_access.h"
 #include "controller/controller_commands.h"
 #include "controller/controller_text.h"
-#include "display.h"
 #include "failure.h"
+#include "output.h"
 #include "waiter.h"
 
 using namespace Vek::Sensors;
@@ -37,8 +37,12 @@ void buzz(const BuzzOptions& options) {
                       fmt::format("the service refused to let '{}', which is {}, vibrate",
                                   options.key, text(info.connection)));
     }
-    Display::append({fmt::format("{} vibrates at {} % for {} s", text(info.name),
-                                 options.intensityPercent, options.durationSeconds)});
+    Output::print(fmt::format("{} vibrates at {} % for {} s", text(info.name),
+                              options.intensityPercent, options.durationSeconds),
+                  {{"controller", text(info.address)},
+                   {"name", text(info.name)},
+                   {"intensity_percent", options.intensityPercent},
+                   {"duration_s", options.durationSeconds}});
     waiter.until(deadlineAfter(options.durationSeconds));
     if (shutdown.isServiceDead()) {
         // The client's end could not be told to a dead service.

@@ -4,11 +4,11 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
-#include <algorithm>
 #include <vector>
 
 #include "controller/controller_text.h"
 #include "failure.h"
+#include "names.h"
 
 using namespace Vek::Sensors;
 
@@ -30,26 +30,21 @@ std::unique_ptr<IControllerManagementClient> requireManagementClient(
 /// @param what they are, for the message.
 template <typename Info>
 static Info find(const std::vector<Info>& infos, const std::string& key, const char* what) {
-    const auto found = std::find_if(infos.begin(), infos.end(), [&key](const Info& info) {
-        return key == text(info.name) || key == text(info.address);
-    });
-    if (found == infos.end()) {
-        std::vector<std::string> others;
-        for (const Info& info : infos) {
-            others.push_back(fmt::format("'{}'", text(info.name)));
+    std::vector<std::string> names;
+    for (const Info& info : infos) {
+        if (key == text(info.address)) {
+            return info;
         }
-        throw Failure(ExitCode::USAGE,
-                      fmt::format("no {} controller is called '{}'; there {}{}", what, key,
-                                  others.empty() ? "is none" : "are ", listOf(others)));
+        names.push_back(text(info.name));
     }
-    return *found;
+    return infos[chooseName(names, key, what)];
 }
 
 PairedControllerInfo findPaired(IControllerProvider& provider, const std::string& key) {
-    return find(provider.getPairedControllers(), key, "paired");
+    return find(provider.getPairedControllers(), key, "paired controller");
 }
 
 AdvertisingControllerInfo findAdvertising(IControllerManagementClient& client,
                                           const std::string& key) {
-    return find(client.getAdvertisingControllers(), key, "advertising");
+    return find(client.getAdvertisingControllers(), key, "advertising controller");
 }

@@ -11,25 +11,18 @@
 using namespace Vek::Sensors;
 
 Table controllerTable(IControllerProvider& provider) {
-    Table table({{"controller", Table::Align::LEFT},
-                 {"name", Table::Align::LEFT},
-                 {"type", Table::Align::LEFT},
-                 {"hand", Table::Align::LEFT},
-                 {"state", Table::Align::LEFT},
-                 {"battery %", Table::Align::RIGHT},
-                 {"serial number", Table::Align::LEFT},
-                 {"firmware", Table::Align::LEFT}});
+    Table table(
+        {"controller", "name", "type", "hand", "state", "battery %", "serial number", "firmware"});
     for (const PairedControllerInfo& info : provider.getPairedControllers()) {
         const bool isUpdating = info.features[CONTROLLER_FEATURE_UPDATING];
         table.addRow({text(info.address), text(info.name), text(info.type), text(info.hand),
-                      isUpdating ? "updating" : text(info.connection),
-                      fmt::format("{}", info.batteryLevel), text(info.serialNumber),
-                      text(info.firmwareVersion)});
+                      isUpdating ? "updating" : text(info.connection), info.batteryLevel,
+                      text(info.serialNumber), text(info.firmwareVersion)});
     }
     if (const auto client = provider.getManagementClient()) {
         for (const AdvertisingControllerInfo& info : client->getAdvertisingControllers()) {
-            table.addRow({text(info.address), text(info.name), text(info.type), "-", "advertising",
-                          "-", "-", "-"});
+            table.addRow(
+                {text(info.address), text(info.name), text(info.type), Cell(), "advertising"});
         }
     }
     return table;
@@ -42,6 +35,6 @@ void listControllers(Inventory& inventory) {
     inventory.addService("IControllerStateProvider", isRunning);
     if (isRunning) {
         HidlWrapper::ControllerProvider provider;
-        inventory.addTable(controllerTable(provider));
+        inventory.addTable("controllers", controllerTable(provider));
     }
 }

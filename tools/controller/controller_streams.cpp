@@ -2,6 +2,8 @@
 #include "stream_kinds.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <utility>
 
 #include "controller/controller_access.h"
@@ -53,18 +55,23 @@ class SampleSwitch {
 };
 
 using Switch = std::shared_ptr<SampleSwitch>;
+/// Which controller's records are wanted; empty: all.
+using Filter = std::optional<uint64_t>;
 using OpenStream = std::unique_ptr<SensorStream> (*)(const std::string&, IControllerProvider&,
-                                                     const Switch&);
+                                                     const Switch&, Filter);
 
 template <typename Data, std::unique_ptr<IDataStream<Data>> (IControllerProvider::*make)(),
           size_t queueSize>
 std::unique_ptr<SensorStream> openStream(const std::string& name, IControllerProvider& provider,
-                                         const Switch& samples) {
+                                         const Switch& samples, Filter wanted) {
     const std::shared_ptr<IDataStream<Data>> stream((provider.*make)());
     return std::make_unique<TypedSensorStream<Data>>(
         name, *stream,
         StreamControl{[samples, stream] { samples->on(); }, [samples] { samples->off(); }},
-        queueSize);
+        queueSize, [wanted](const Data& record) -> std::optional<RecordOrigin> {
+            const RecordOrigin origin = originOf(record);
+            return !wanted || origin.source == *wanted ? std::optional(origin) : std::nullopt;
+        });
 }
 
 using Api = IControllerProvider;
@@ -87,13 +94,18 @@ constexpr std::pair<const char*, OpenStream> kStreams[] = {
 
 /// @param isWanted by its name.
 template <typename Wanted>
-std::vector<std::unique_ptr<SensorStream>> openThose(const Wanted& isWanted) {
+std::vector<std::unique_ptr<SensorStream>> openThose(const SessionOptions& options,
+                                                     const Wanted& isWanted) {
     const Provider provider = requireControllers();
+    Filter controller;
+    if (!options.controller.empty()) {
+        controller = static_cast<uint64_t>(findPaired(*provider, options.controller).address);
+    }
     const auto samples = std::make_shared<SampleSwitch>(provider);
     std::vector<std::unique_ptr<SensorStream>> streams;
     for (const auto& [name, open] : kStreams) {
         if (isWanted(name)) {
-            streams.push_back(open(name, *provider, samples));
+            streams.push_back(open(name, *provider, samples, controller));
         }
     }
     return streams;
@@ -104,16 +116,17 @@ std::vector<std::unique_ptr<SensorStream>> openThose(const Wanted& isWanted) {
 void addControllerStreams(std::vector<StreamKind>& kinds) {
     kinds.push_back({kAllStreams, [](const SessionOptions& options) {
                          // Those that are named as well are opened by their names.
-                         return openThose([&options](const std::string& name) {
+                         return openThose(options, [&options](const std::string& name) {
                              return std::find(options.streams.begin(), options.streams.end(),
                                               name) == options.streams.end();
                          });
                      }});
     for (const auto& stream : kStreams) {
         const std::string wanted = stream.first;
-        kinds.push_back({wanted, [wanted](const SessionOptions& /*options*/) {
-                             return openThose(
-                                 [&wanted](const std::string& name) { return name == wanted; });
+        kinds.push_back({wanted, [wanted](const SessionOptions& options) {
+                             return openThose(options, [&wanted](const std::string& name) {
+                                 return name == wanted;
+                             });
                          }});
     }
 }

@@ -8,8 +8,8 @@
 #include "controller/controller_commands.h"
 #include "controller/controller_inventory.h"
 #include "controller/controller_text.h"
-#include "display.h"
 #include "failure.h"
+#include "output.h"
 
 using namespace Vek::Sensors;
 
@@ -17,7 +17,7 @@ namespace {
 
 void list() {
     const Shutdown shutdown(kNoGrace);
-    Display::append(controllerTable(*requireControllers()).lines());
+    Output::print({{"controllers", controllerTable(*requireControllers())}});
 }
 
 /// Throws Failure if the service did not do it.
@@ -28,12 +28,18 @@ void check(ControllerResult result, const char* what, const std::string& name) {
     }
 }
 
+template <typename Info>
+void report(const char* what, const Info& info) {
+    Output::print(fmt::format("{} {} ({})", what, text(info.name), text(info.address)),
+                  {{"state", what}, {"controller", text(info.address)}, {"name", text(info.name)}});
+}
+
 void pair(const std::string& key) {
     const Shutdown shutdown(kNoGrace);
     const auto client = requireManagementClient(*requireControllers());
     const AdvertisingControllerInfo info = findAdvertising(*client, key);
     check(client->pairController(info.address), "pair", key);
-    Display::append({fmt::format("paired {} ({})", text(info.name), text(info.address))});
+    report("paired", info);
 }
 
 void unpair(const std::string& key) {
@@ -42,7 +48,7 @@ void unpair(const std::string& key) {
     const auto client = requireManagementClient(*provider);
     const PairedControllerInfo info = findPaired(*provider, key);
     check(client->unpairController(info.address), "unpair", key);
-    Display::append({fmt::format("unpaired {} ({})", text(info.name), text(info.address))});
+    report("unpaired", info);
 }
 
 }  // namespace

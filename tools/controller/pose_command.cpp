@@ -9,8 +9,8 @@
 #include "commands.h"
 #include "controller/controller_access.h"
 #include "controller/controller_commands.h"
-#include "display.h"
 #include "failure.h"
+#include "output.h"
 #include "waiter.h"
 
 using namespace Vek::Sensors;
@@ -82,10 +82,15 @@ void send(const PoseOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     const PoseCounts counts = stream(*owner, controller, waiter, options);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-    Display::append({fmt::format(
-        "sent {} poses in {:.1f} s, {:.1f} a second; the service took {}, {} found its queue full",
-        counts.sent, elapsed.count(), static_cast<double>(counts.sent) / elapsed.count(),
-        counts.taken, counts.sent - counts.taken)});
+    const double rate = static_cast<double>(counts.sent) / elapsed.count();
+    Output::print(
+        fmt::format("sent {} poses in {:.1f} s, {:.1f} a second; the service took {}, {} found its "
+                    "queue full",
+                    counts.sent, elapsed.count(), rate, counts.taken, counts.sent - counts.taken),
+        {{"sent", counts.sent},
+         {"taken", counts.taken},
+         {"duration_s", elapsed.count()},
+         {"rate_hz", rate}});
     shutdown.requireService();
     owner->stopPoseOutputStream();
 }

@@ -14,6 +14,7 @@
 #include "controller/controller_text.h"
 #include "display.h"
 #include "failure.h"
+#include "output.h"
 #include "waiter.h"
 
 using namespace Vek::Sensors;
@@ -89,10 +90,12 @@ class UpdateWatch {
 };
 
 void show(Display& display, const std::string& name, float progress) {
-    if (display.isTerminal()) {
+    if (display.isTerminal() && !Output::isJson()) {
         display.update({fmt::format("{}  {}", name, barOf(progress))});
     } else {
-        Display::append({fmt::format("{}: {:.0f} %", name, 100 * progress)});
+        Output::print(
+            fmt::format("{}: {:.0f} %", name, 100 * progress),
+            {{"state", "updating"}, {"name", name}, {"progress_percent", 100 * progress}});
     }
 }
 
@@ -145,7 +148,7 @@ void updateFirmware(const UpdateOptions& options) {
     begin(*provider, before, progress, options);
     if (!follow(watch, *progress, waiter, name, options)) {
         shutdown.requireService();
-        Display::append({"the update goes on without sensorctl"});
+        Output::print("the update goes on without sensorctl", {{"state", "left"}, {"name", name}});
         return;
     }
     if (progress->value < 1) {
@@ -153,9 +156,10 @@ void updateFirmware(const UpdateOptions& options) {
                       fmt::format("the firmware update of '{}' failed at {:.0f} %", name,
                                   100 * progress->value));
     }
-    Display::append(
-        {fmt::format("updated {} from firmware {} to {}", name, text(before.firmwareVersion),
-                     text(watch.after().firmwareVersion))});
+    const std::string from = text(before.firmwareVersion);
+    const std::string to = text(watch.after().firmwareVersion);
+    Output::print(fmt::format("updated {} from firmware {} to {}", name, from, to),
+                  {{"state", "updated"}, {"name", name}, {"from", from}, {"to", to}});
 }
 
 }  // namespace

@@ -13,14 +13,10 @@ using namespace Vek::Sensors;
 namespace {
 
 Table lightSensorTable(IFlickerSensorProvider& sensor) {
-    Table table({{"light sensor", Table::Align::LEFT},
-                 {"vendor", Table::Align::LEFT},
-                 {"serial number", Table::Align::LEFT}});
+    Table table({"light sensor", "vendor", "serial number"});
     const FlickerSensorProperties properties = sensor.properties();
-    const auto text = [](const std::string& value) {
-        return value.empty() ? std::string("-") : printable(value);
-    };
-    table.addRow({text(properties.name), text(properties.vendor), text(properties.serialNumber)});
+    const auto cell = [](const std::string& value) { return value.empty() ? Cell() : Cell(value); };
+    table.addRow({cell(properties.name), cell(properties.vendor), cell(properties.serialNumber)});
     return table;
 }
 
@@ -34,9 +30,9 @@ void listEnvironment(Inventory& inventory) {
     inventory.addService("IExternalTimingProvider", createExternalTimingProvider() != nullptr);
     inventory.addService("ITambril", createTambStream() != nullptr);
     if (lightSensor != nullptr) {
-        inventory.addTable(lightSensorTable(*lightSensor));
+        inventory.addTable("light_sensors", lightSensorTable(*lightSensor));
     }
     if (leds != nullptr) {
-        inventory.addTable(ledTable(*leds));
+        inventory.addTable("led_groups", ledTable(*leds));
     }
 }

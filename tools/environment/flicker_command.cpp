@@ -2,10 +2,10 @@
 #include <fmt/format.h>
 
 #include "commands.h"
-#include "display.h"
 #include "environment/flicker_estimate.h"
 #include "environment/light_sensor.h"
 #include "failure.h"
+#include "output.h"
 #include "waiter.h"
 
 using namespace Vek::Sensors;
@@ -59,12 +59,22 @@ class FlickerView {
                          : fmt::format("{:>8} {}", "-", unit);
         };
         const bool isSaturated = (block.status & LIGHT_SAMPLE_SATURATED) != 0;
-        Display::append({fmt::format(
-            "{}  {}  the sensor says {}{}",
-            estimate ? fmt::format("{:8.2f} Hz  depth {:3.0f} %", estimate->frequency,
-                                   100 * estimate->modulationDepth)
-                     : fmt::format("{:<24}", "  steady"),
-            text(illuminance_, "lx"), text(frequency_, "Hz"), isSaturated ? "  saturated" : "")});
+        const auto orNull = [](const std::optional<float>& value) {
+            return value ? Json(*value) : Json();
+        };
+        Output::print(
+            fmt::format("{}  {}  the sensor says {}{}",
+                        estimate ? fmt::format("{:8.2f} Hz  depth {:3.0f} %", estimate->frequency,
+                                               100 * estimate->modulationDepth)
+                                 : fmt::format("{:<24}", "  steady"),
+                        text(illuminance_, "lx"), text(frequency_, "Hz"),
+                        isSaturated ? "  saturated" : ""),
+            {{"timestamp_ns", block.timestamp},
+             {"frequency_hz", estimate ? Json(estimate->frequency) : Json()},
+             {"modulation_depth", estimate ? Json(estimate->modulationDepth) : Json()},
+             {"illuminance_lx", orNull(illuminance_)},
+             {"sensor_frequency_hz", orNull(frequency_)},
+             {"is_saturated", isSaturated}});
     }
 
     const Shutdown& shutdown_;

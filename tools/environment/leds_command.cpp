@@ -5,10 +5,10 @@
 #include <charconv>
 
 #include "commands.h"
-#include "display.h"
 #include "environment/environment_names.h"
 #include "environment/led_table.h"
 #include "failure.h"
+#include "output.h"
 #include "waiter.h"
 
 using namespace Vek::Sensors;
@@ -104,11 +104,11 @@ void runLeds(const LedOptions& options) {
     Shutdown shutdown(kShutdownGrace);
     const auto leds = requireService(createFaceEyeTrackingLed(), "IFaceEyeTrackingLed");
     if (!options.isAnything()) {
-        Display::append(ledTable(*leds).lines());
+        Output::print({{"led_groups", ledTable(*leds)}});
         return;
     }
     changeLeds(*leds, options);
-    Display::append({"done; the service takes it back when this command ends"});
+    Output::print("done; the service takes it back when this command ends", {{"state", "set"}});
     Waiter(shutdown).until(deadlineAfter(options.holdSeconds));
     shutdown.requireService();
 }
@@ -116,9 +116,9 @@ void runLeds(const LedOptions& options) {
 }  // namespace
 
 Table ledTable(IFaceEyeTrackingLed& leds) {
-    Table table({{"LED group", Table::Align::LEFT}, {"channels", Table::Align::RIGHT}});
+    Table table({"LED group", "channels"});
     for (const auto& group : kLedGroups) {
-        table.addRow({group.name, fmt::format("{}", leds.getNumChannels(group.value))});
+        table.addRow({group.name, leds.getNumChannels(group.value)});
     }
     return table;
 }

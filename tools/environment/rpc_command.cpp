@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "commands.h"
-#include "display.h"
 #include "environment/environment_names.h"
 #include "failure.h"
+#include "output.h"
 #include "table.h"
 #include "waiter.h"
 
@@ -113,10 +113,17 @@ std::string nameOf(KivraRpcMessageKind kind) {
 }
 
 void print(const KivraRpcMessage& message) {
-    Display::append({fmt::format("controller {:#x}  {}  procedure {}  sequence {}  {} bytes  {}",
-                                 static_cast<uint64_t>(message.address), nameOf(message.kind),
-                                 message.header.procedure, message.header.sequence,
-                                 message.payload.size(), textOf(message.payload))});
+    const std::string controller = fmt::format("{:#x}", static_cast<uint64_t>(message.address));
+    Output::print(
+        fmt::format("controller {}  {}  procedure {}  sequence {}  {} bytes  {}", controller,
+                    nameOf(message.kind), message.header.procedure, message.header.sequence,
+                    message.payload.size(), textOf(message.payload)),
+        {{"controller", controller},
+         {"kind", nameOf(message.kind)},
+         {"procedure", message.header.procedure},
+         {"sequence", message.header.sequence},
+         {"payload_hex", fmt::format("{:02x}", fmt::join(message.payload, ""))},
+         {"text", textOf(message.payload)}});
 }
 
 /// What the controller answers; the messages that nobody asked for are passed over. None if the

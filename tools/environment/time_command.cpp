@@ -5,9 +5,9 @@
 #include <ctime>
 
 #include "commands.h"
-#include "display.h"
 #include "environment/environment_names.h"
 #include "failure.h"
+#include "output.h"
 
 using namespace Vek::Sensors;
 
@@ -48,7 +48,11 @@ void translateTime(const TranslationOptions& options) {
         requireService(createTambStream(), "ITambril")
             ->getTimeTranslation(time, findNamed(kTimeDomains, options.from)->value,
                                  findNamed(kTimeDomains, options.to)->value);
-    Display::append({fmt::format("{} {} = {} {}", options.from, time, options.to, translated)});
+    Output::print(fmt::format("{} {} = {} {}", options.from, time, options.to, translated),
+                  {{"from", options.from},
+                   {"time_ns", time},
+                   {"to", options.to},
+                   {"translated_ns", translated}});
 }
 
 }  // namespace

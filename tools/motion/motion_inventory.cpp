@@ -46,26 +46,18 @@ std::optional<MotionSensorProperties> propertiesOf(IMotionSensorProvider& provid
 }
 
 Table sensorTable(IMotionSensorProvider& provider) {
-    Table table({{"sensor", Table::Align::RIGHT},
-                 {"kind", Table::Align::LEFT},
-                 {"mount", Table::Align::LEFT},
-                 {"index", Table::Align::RIGHT},
-                 {"name", Table::Align::LEFT},
-                 {"vendor", Table::Align::LEFT},
-                 {"serial number", Table::Align::LEFT},
-                 {"firmware", Table::Align::LEFT},
-                 {"max rate Hz", Table::Align::RIGHT}});
+    Table table({"sensor", "kind", "mount", "index", "name", "vendor", "serial number", "firmware",
+                 "max rate Hz"});
     for (const MotionSensorInfo& info : provider.getSensorInfo().sensors) {
         const auto properties = propertiesOf(provider, info);
-        const auto text = [&properties](std::string MotionSensorProperties::*field) {
-            return properties ? printable((*properties).*field) : "-";
+        const auto cell = [&properties](auto MotionSensorProperties::*field) {
+            return properties ? Cell((*properties).*field) : Cell();
         };
-        table.addRow({fmt::format("{}", info.sensor), nameOf(info.kind), nameOf(info.mount),
-                      fmt::format("{}", info.index), text(&MotionSensorProperties::name),
-                      text(&MotionSensorProperties::vendor),
-                      text(&MotionSensorProperties::serialNumber),
-                      text(&MotionSensorProperties::firmwareVersion),
-                      properties ? fmt::format("{}", properties->maxSampleRate) : "-"});
+        table.addRow({info.sensor, nameOf(info.kind), nameOf(info.mount), info.index,
+                      cell(&MotionSensorProperties::name), cell(&MotionSensorProperties::vendor),
+                      cell(&MotionSensorProperties::serialNumber),
+                      cell(&MotionSensorProperties::firmwareVersion),
+                      cell(&MotionSensorProperties::maxSampleRate)});
     }
     return table;
 }
@@ -79,6 +71,6 @@ void listMotion(Inventory& inventory) {
     inventory.addService("IMag", createMagSensor() != nullptr);
     inventory.addService("IIad", createIadSensor() != nullptr);
     if (provider != nullptr) {
-        inventory.addTable(sensorTable(*provider));
+        inventory.addTable("motion_sensors", sensorTable(*provider));
     }
 }
