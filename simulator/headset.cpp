@@ -15,8 +15,10 @@ Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings
     groups_.push_back(std::make_unique<MotionDevices>(faults, clock, world));
     groups_.push_back(
         std::make_unique<CameraDevices>(std::make_shared<TestPattern>(), faults, clock));
-    groups_.push_back(std::make_unique<ControllerDevices>(controllers, faults, clock, world));
-    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults, clock));
+    auto controllerDevices = std::make_unique<ControllerDevices>(controllers, faults, clock, world);
+    const std::shared_ptr<ControllerFleet> fleet = controllerDevices->fleet();
+    groups_.push_back(std::move(controllerDevices));
+    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults, fleet, clock));
 }
 
 std::string Headset::registerServices() {

@@ -14,7 +14,7 @@ namespace {
 using namespace Vek::Sensors;
 
 constexpr ControllerAddr kController{0x5A'00'00'00'00'01};
-constexpr ControllerAddr kRpcController{1};
+constexpr ControllerAddr kRpcController{0x5A'00'00'00'00'01};
 constexpr uint32_t kImuRate = 1000;  // Hz
 // Enough for a machine that is busy for seconds, and no more: its pages are all in use soon.
 constexpr size_t kFastQueue = 4096;

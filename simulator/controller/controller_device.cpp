@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace Simulator {
@@ -151,7 +152,7 @@ Hal::PairedControllerInfo ControllerDevice::info() const {
     info.address = identity_.address;
     info.hand = identity_.hand;
     info.connection = connection_;
-    info.batteryLevel = static_cast<uint8_t>(100 * charge_);
+    info.batteryLevel = static_cast<uint8_t>(std::lround(100 * charge_));
     info.batteryVoltage = static_cast<float>(3.3 + 0.9 * charge_);
     info.name = textField<16>(identity_.name);
     info.model = textField<64>(identity_.model);

@@ -85,6 +85,7 @@ class ControllerDevice {
         uint32_t imu = 0;
         uint32_t poses = 0;
         uint32_t collisions = 0;
+        uint32_t messages = 0;
     } sequences;
 
   private:

@@ -22,6 +22,8 @@ class ControllerDevices : public DeviceGroup {
     void stop() override;
     std::vector<std::string> summary() const override;
 
+    const std::shared_ptr<ControllerFleet>& fleet() const { return fleet_; }
+
   private:
     const std::shared_ptr<const Faults> faults_;
     const std::shared_ptr<ControllerFleet> fleet_;

@@ -284,6 +284,12 @@ void ControllerFleet::completePairing() {
     publishLocked();
 }
 
+std::optional<uint32_t> ControllerFleet::nextMessage(Hal::ControllerAddr address) {
+    const std::lock_guard lock{mutex_};
+    ControllerDevice* const device = findPairedLocked(address);
+    return device == nullptr ? std::nullopt : std::optional(device->sequences.messages++);
+}
+
 void ControllerFleet::setTracked(bool isTracked) {
     const std::lock_guard lock{mutex_};
     isTracked_ = isTracked;

@@ -94,6 +94,9 @@ class ControllerFleet {
     void enterPairingMode();
     void completePairing();
 
+    /// The number of the next message of a controller; none if it is not paired.
+    std::optional<uint32_t> nextMessage(Hal::ControllerAddr address);
+
     /// Whether the poses come from the owner of the state instead of the simulated hands.
     void setTracked(bool isTracked);
     /// @return false if there is no such controller

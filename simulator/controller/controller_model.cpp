@@ -5,8 +5,8 @@
 #include <cmath>
 #include <utility>
 
-#include "environment/clocks.h"
 #include "time_units.h"
+#include "world/clocks.h"
 
 namespace Simulator {
 namespace {

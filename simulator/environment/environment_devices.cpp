@@ -15,6 +15,7 @@ constexpr SamplingPlan kPulsePlan{10, 1};
 
 EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
                                        const std::shared_ptr<Faults>& faults,
+                                       const std::shared_ptr<ControllerFleet>& controllers,
                                        const std::shared_ptr<WorldClock>& clock)
     : flicker_(makeService<FlickerService>(
           faults, std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance),
@@ -24,7 +25,7 @@ EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
           faults,
           new ExternalTimingService::Server("external clock", kPulsePlan,
                                             samplesOf(ExternalTimingModel()), faults, clock))),
-      tambril_(makeService<TambrilService>(faults, settings, clock)) {}
+      tambril_(makeService<TambrilService>(faults, settings, controllers, clock)) {}
 
 std::string EnvironmentDevices::registerServices() {
     return registerAlone(flicker_, leds_, externalTiming_, tambril_);

@@ -25,6 +25,7 @@ struct Discontinuity<Hal::ExternalTimestampData>
 class EnvironmentDevices : public DeviceGroup {
   public:
     EnvironmentDevices(const EnvironmentSettings& settings, const std::shared_ptr<Faults>& faults,
+                       const std::shared_ptr<ControllerFleet>& controllers,
                        const std::shared_ptr<WorldClock>& clock);
 
     std::string registerServices() override;

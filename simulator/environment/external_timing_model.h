@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <random>
 
-#include "environment/clocks.h"
 #include "hal.h"
 #include "sampler.h"
+#include "world/clocks.h"
 
 namespace Simulator {
 

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <chrono>
 
-#include "environment/clocks.h"
 #include "time_units.h"
+#include "world/clocks.h"
 
 namespace Simulator {
 namespace {
@@ -21,8 +21,12 @@ android::hardware::hidl_vec<uint8_t> bytesOf(const std::string& text) {
 
 }  // namespace
 
-TambrilService::TambrilService(EnvironmentSettings settings, std::shared_ptr<WorldClock> clock)
-    : settings_(std::move(settings)), clock_(std::move(clock)) {}
+TambrilService::TambrilService(EnvironmentSettings settings,
+                               std::shared_ptr<ControllerFleet> controllers,
+                               std::shared_ptr<WorldClock> clock)
+    : settings_(std::move(settings)),
+      controllers_(std::move(controllers)),
+      clock_(std::move(clock)) {}
 
 TambrilService::~TambrilService() {
     clients_.clear();
@@ -90,13 +94,18 @@ Return<Hal::Result> TambrilService::sendMessage(
         ALOGW("KivraRpc: refused %zu bytes from %s", payload.size(), client->name.c_str());
         return Hal::Result::FAILURE;
     }
-    if (std::find(kControllers.begin(), kControllers.end(), address.address) ==
-        kControllers.end()) {
-        ALOGW("KivraRpc: refused a message from %s: there is no controller %#llx",
+    if (!deliver(*client, answerTo(address, procedure, payload))) {
+        ALOGW("KivraRpc: refused a message from %s: no controller %#llx is paired",
               client->name.c_str(), static_cast<unsigned long long>(address.address));
         return Hal::Result::FAILURE;
     }
     ++requests_;
+    return Hal::Result::SUCCESS;
+}
+
+Hal::KivraRpcMessage TambrilService::answerTo(
+    const Hal::ControllerAddr& address, uint32_t procedure,
+    const android::hardware::hidl_vec<uint8_t>& payload) const {
     Hal::KivraRpcMessage answer{};
     answer.address = address;
     answer.header.procedure = procedure;
@@ -108,8 +117,7 @@ Return<Hal::Result> TambrilService::sendMessage(
         answer.kind = Hal::KivraRpcMessageKind::RESPONSE;
         answer.payload = payload;
     }
-    deliver(*client, std::move(answer));
-    return Hal::Result::SUCCESS;
+    return answer;
 }
 
 Return<int64_t> TambrilService::translateTime(int64_t time, Hal::TimeDomain from,
@@ -148,25 +156,27 @@ void TambrilService::onRelease(RpcClient& client, const char* reason) {
     ALOGI("KivraRpc: %s %s", client.name.c_str(), reason);
 }
 
-void TambrilService::deliver(RpcClient& client, Hal::KivraRpcMessage message) {
-    const auto controller = static_cast<size_t>(
-        std::find(kControllers.begin(), kControllers.end(), message.address.address) -
-        kControllers.begin());
+bool TambrilService::deliver(RpcClient& client, Hal::KivraRpcMessage message) {
     const std::lock_guard lock{client.deliveryMutex};
+    const std::optional<uint32_t> sequence = controllers_->nextMessage(message.address);
+    if (!sequence) {
+        return false;
+    }
     const int64_t now = toNanoseconds(clock_->now());
     message.arrivalTimestamp = now;
     message.header.sentTimestamp = kControllerClock.at(now - kRadioLatency);
-    message.header.sequence = sequences_.at(controller)++;
+    message.header.sequence = *sequence;
     // One that cannot be delivered has a dead receiver, whose obituary is on its way.
     if (client.callback->onKivraRpcMessage(message).isOk()) {
         ++messages_;
     }
+    return true;
 }
 
 void TambrilService::notify(RpcClient& client, uint32_t number) {
-    for (const uint64_t address : kControllers) {
+    for (const Hal::PairedControllerInfo& controller : controllers_->paired()) {
         Hal::KivraRpcMessage message{};
-        message.address = {address};
+        message.address = controller.address;
         message.header.procedure = kStatusProcedure;
         message.kind = Hal::KivraRpcMessageKind::NOTIFICATION;
         message.payload = bytesOf(fmt::format("status {}", number));

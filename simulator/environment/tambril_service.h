@@ -3,7 +3,6 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
 
-#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "client_register.h"
+#include "controller/controller_fleet.h"
 #include "environment/environment_settings.h"
 #include "sampler.h"
 #include "service.h"
@@ -41,8 +41,8 @@ struct RpcClient : RegisteredClient {
     Sampler notifier;
 };
 
-/// The controllers echo every request, or answer with an error if they were told to refuse it, and
-/// send messages of their own accord. A client is registered until it unregisters or dies.
+/// The paired controllers echo every request, or answer with an error if they were told to refuse
+/// it, and send messages of their own accord. A client is registered until it unregisters or dies.
 ///
 /// Threading: every method may be called from any thread.
 class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcClient> {
@@ -51,11 +51,11 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
 
     static constexpr uint32_t kProtocolVersion = 1;
     static constexpr uint32_t kMaxPayloadSize = 8192;  // in bytes
-    static constexpr std::array<uint64_t, 2> kControllers{1, 2};
     /// Procedure of the messages that nobody asked for.
     static constexpr uint32_t kStatusProcedure = 0x1000;
 
-    TambrilService(EnvironmentSettings settings, std::shared_ptr<WorldClock> clock);
+    TambrilService(EnvironmentSettings settings, std::shared_ptr<ControllerFleet> controllers,
+                   std::shared_ptr<WorldClock> clock);
     /// The clients' threads use the rest of it.
     ~TambrilService() override;
 
@@ -78,13 +78,16 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
     /// @return null if none has the id
     ClientPointer findLocked(Hal::KivraRpcClientId id) const;
     void onRelease(RpcClient& client, const char* reason) override;
-    void deliver(RpcClient& client, Hal::KivraRpcMessage message);
+    Hal::KivraRpcMessage answerTo(const Hal::ControllerAddr& address, uint32_t procedure,
+                                  const android::hardware::hidl_vec<uint8_t>& payload) const;
+    /// @return false if its controller is not paired
+    bool deliver(RpcClient& client, Hal::KivraRpcMessage message);
     void notify(RpcClient& client, uint32_t number);
 
     const EnvironmentSettings settings_;
+    const std::shared_ptr<ControllerFleet> controllers_;
     const std::shared_ptr<WorldClock> clock_;
     bool isStopped_ = false;  // guarded by the register's lock
-    std::array<std::atomic<uint32_t>, kControllers.size()> sequences_{};
     std::atomic<uint64_t> requests_{0};
     std::atomic<uint64_t> messages_{0};
 };

@@ -35,6 +35,9 @@ std::vector<uint8_t> payloadOf(uint32_t number) {
     return payload;
 }
 
+/// The address of the left controller; the next one is the right controller's.
+constexpr uint64_t kLeft = 0x5A'00'00'00'00'01;
+
 /// Sends numbered messages from four threads and checks the answers. Shared with the callback,
 /// which may be called later than the test thinks.
 class Traffic : public std::enable_shared_from_this<Traffic> {
@@ -57,7 +60,7 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
                     std::vector<uint8_t> payload = payloadOf(number);
                     change(thread, 1);
                     const bool isSent =
-                        stream.sendKivraRpcMsg(ControllerAddr{1 + number % 2}, number, payload);
+                        stream.sendKivraRpcMsg(ControllerAddr{kLeft + number % 2}, number, payload);
                     change(thread, isSent ? 0 : -1);
                     accepted += isSent ? 1U : 0U;
                 }
@@ -87,11 +90,12 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
     void take(const KivraRpcMessage& message) {
         const uint32_t number = message.header.procedure;
         const auto sequence = static_cast<int64_t>(message.header.sequence);
-        int64_t& last = lastSequence_.at(static_cast<size_t>(message.address) - 1);
+        int64_t& last = lastSequence_.at(static_cast<uint64_t>(message.address) - kLeft);
         disordered += sequence <= std::exchange(last, sequence) ? 1U : 0U;
         if (message.kind == Kind::NOTIFICATION) {
             ++unasked;
-        } else if (number < times_.size() && message.address == ControllerAddr{1 + number % 2} &&
+        } else if (number < times_.size() &&
+                   message.address == ControllerAddr{kLeft + number % 2} &&
                    message.payload == payloadOf(number)) {
             ++times_[number];
             change(number % kThreads, -1);
@@ -118,7 +122,8 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
 };
 
 /// The answer to one message; none if it was refused.
-std::optional<KivraRpcMessage> ask(uint32_t procedure, ControllerAddr address = ControllerAddr{1}) {
+std::optional<KivraRpcMessage> ask(uint32_t procedure,
+                                   ControllerAddr address = ControllerAddr{kLeft}) {
     const auto answer = std::make_shared<std::promise<KivraRpcMessage>>();
     const auto stream = createTambStream();
     stream->registerKivraRpcClient("tracking", [answer](const KivraRpcMessage& message) {
@@ -209,10 +214,10 @@ TEST_F(EnvironmentSensorsTest, RegistrationsRaceWithSendsAndEveryAcceptedMessage
 TEST_F(EnvironmentSensorsTest, ControllersAndServiceRefuseWhatTheyWereToldTo) {
     {
         const Simulator simulator({"--rpc-refuse", "9"});
-        const auto answer = ask(9, ControllerAddr{2});
+        const auto answer = ask(9, ControllerAddr{kLeft + 1});
         ASSERT_TRUE(answer);
         EXPECT_EQ(answer->kind, Kind::ERROR);
-        EXPECT_EQ(answer->address, ControllerAddr{2});
+        EXPECT_EQ(answer->address, ControllerAddr{kLeft + 1});
         EXPECT_EQ(ask(8)->kind, Kind::RESPONSE);
         EXPECT_FALSE(ask(8, ControllerAddr{77})) << "there is no such controller";
     }

@@ -32,7 +32,8 @@ class Bystander {
         std::vector<uint8_t> payload{1, 2, 3};
         const size_t messages = *messages_;
         const size_t frameSets = frameSets_;
-        return tamb_->sendKivraRpcMsg(Vek::Sensors::ControllerAddr{1}, 7, payload) &&
+        return tamb_->sendKivraRpcMsg(Vek::Sensors::ControllerAddr{0x5A'00'00'00'00'01}, 7,
+                                      payload) &&
                motion_.receive(100) && controller_.receive(50) &&
                receiveUntil(*composite_, [&] { return frameSets_ > frameSets + 3; }) &&
                becomesTrue([&] { return *messages_ > messages + 20; }) &&

@@ -121,7 +121,7 @@ void stop() {
     for (int i = 0; i < 64; ++i) {
         std::thread([&] {
             const std::vector<uint8_t> payload(8192);
-            while (tambril->sendMessage(messages, {1}, 0, payload).isOk()) {
+            while (tambril->sendMessage(messages, kLeft, 0, payload).isOk()) {
                 ++sent;
             }
         }).detach();

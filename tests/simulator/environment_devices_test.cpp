@@ -6,11 +6,11 @@
 #include <limits>
 #include <numeric>
 
-#include "environment/clocks.h"
 #include "environment/led_service.h"
 #include "environment/light_models.h"
 #include "environment/tambril_service.h"
 #include "support/client_end.h"
+#include "world/clocks.h"
 
 namespace {
 
@@ -146,15 +146,20 @@ class Callback : public FakeClient<Hal::ITambrilCallback> {
 
 TEST(TambrilServiceTest, WhatIsNotRightIsRefused) {
     constexpr auto kId = Hal::KivraRpcClientId::TRACKING;
-    const android::sp<TambrilService> service =
-        new TambrilService({100, 300, {}, 0}, std::make_shared<WorldClock>());
+    constexpr uint64_t kLeft = 0x5A'00'00'00'00'01;
+    constexpr uint64_t kStylus = 0x5A'00'00'00'00'03;
+    const auto clock = std::make_shared<WorldClock>();
+    const auto fleet = std::make_shared<ControllerFleet>(
+        ControllerSettings{}, std::make_shared<Faults>(FaultSettings{}), clock,
+        std::make_shared<World>(WorldSettings{}));
+    const android::sp<TambrilService> service = new TambrilService({100, 300, {}, 0}, fleet, clock);
     const android::sp<Callback> client = new Callback;
     const android::sp<Callback> other = new Callback;
     const auto send = [&](const android::sp<Callback>& from, uint64_t address,
                           size_t size) -> Result {
         return service->sendMessage(from, {address}, 0, std::vector<uint8_t>(size));
     };
-    EXPECT_EQ(send(client, 1, 0), Result::BAD_STATE);
+    EXPECT_EQ(send(client, kLeft, 0), Result::BAD_STATE);
     EXPECT_EQ(service->unregisterClient(kId), Result::BAD_STATE);
     EXPECT_EQ(service->registerClient(kId, nullptr), Result::FAILURE);
     EXPECT_EQ(service->registerClient(static_cast<Hal::KivraRpcClientId>(2), client),
@@ -163,11 +168,14 @@ TEST(TambrilServiceTest, WhatIsNotRightIsRefused) {
     EXPECT_EQ(service->registerClient(kId, other), Result::FAILURE);
     EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
     EXPECT_EQ(service->registerClient(kId, other), Result::BAD_STATE);
-    EXPECT_EQ(send(other, 1, 0), Result::BAD_STATE);
-    EXPECT_EQ(send(client, 3, 0), Result::FAILURE);
-    EXPECT_EQ(send(client, 1, TambrilService::kMaxPayloadSize + 1), Result::FAILURE);
-    EXPECT_EQ(send(nullptr, 1, 0), Result::BAD_STATE);
+    EXPECT_EQ(send(other, kLeft, 0), Result::BAD_STATE);
+    EXPECT_EQ(send(client, kStylus, 0), Result::FAILURE);  // not paired yet
+    EXPECT_EQ(send(client, kLeft, TambrilService::kMaxPayloadSize + 1), Result::FAILURE);
+    EXPECT_EQ(send(nullptr, kLeft, 0), Result::BAD_STATE);
     EXPECT_EQ(client->messages, 0U);
+    EXPECT_EQ(fleet->pair({kStylus}), Result::SUCCESS);
+    EXPECT_EQ(send(client, kStylus, 0), Result::SUCCESS);
+    EXPECT_EQ(client->messages, 1U);
     EXPECT_EQ(service->translateTime(5, static_cast<TimeDomain>(9), TimeDomain::MONOTONIC), 0);
 }
 

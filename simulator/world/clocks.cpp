@@ -1,5 +1,5 @@
 // See clocks.h.
-#include "environment/clocks.h"
+#include "world/clocks.h"
 
 #include <cmath>
 #include <ctime>
