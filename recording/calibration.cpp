@@ -108,6 +108,29 @@ std::optional<CameraCalibration> cameraCalibrationOf(const std::string& factoryT
     return isKnown && isPlausible ? std::optional(calibration) : std::nullopt;
 }
 
+std::optional<CameraCalibration> scaledTo(const std::optional<CameraCalibration>& calibration,
+                                          uint32_t width, uint32_t height) {
+    if (!calibration || width == 0) {
+        return calibration;
+    }
+    if (uint64_t{width} * calibration->height != uint64_t{height} * calibration->width) {
+        return std::nullopt;
+    }
+    CameraCalibration scaled = *calibration;
+    const double factor = static_cast<double>(width) / calibration->width;
+    scaled.width = width;
+    scaled.height = height;
+    auto& [fu, fv, cu, cv] = scaled.intrinsics;
+    for (double* const focalLength : {&fu, &fv}) {
+        *focalLength *= factor;
+    }
+    // The middle of the first pixel is at 0, its edge at -0.5.
+    for (double* const centre : {&cu, &cv}) {
+        *centre = (*centre + 0.5) * factor - 0.5;
+    }
+    return scaled;
+}
+
 std::optional<ImuNoise> imuNoiseOf(const std::string& deviceText) {
     const Json text = Json::parse(deviceText, nullptr, false);
     ImuNoise noise{};

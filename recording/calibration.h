@@ -39,6 +39,11 @@ struct ImuNoise {
 /// if it is not the JSON that the simulated service hands out.
 std::optional<CameraCalibration> cameraCalibrationOf(const std::string& factoryText);
 
+/// Of images that the camera's binning makes smaller; as it is if the size is not known (0). Empty
+/// if images of that size are no smaller copy of those that were calibrated.
+std::optional<CameraCalibration> scaledTo(const std::optional<CameraCalibration>& calibration,
+                                          uint32_t width, uint32_t height);
+
 /// From the text of a service's device calibration; empty as above.
 std::optional<ImuNoise> imuNoiseOf(const std::string& deviceText);
 
