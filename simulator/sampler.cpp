@@ -35,6 +35,7 @@ Sampler::Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
                  std::function<void(const Batch&)> deliver, Role role,
                  std::chrono::milliseconds fifo)
     : clock_(std::move(clock)),
+      id_(clock_->enrol()),
       deliver_(std::move(deliver)),
       role_(role),
       fifo_(fifo),
@@ -76,24 +77,7 @@ uint64_t Sampler::missedSamples() const {
 
 void Sampler::interrupt() {
     changed_.notify_all();
-    if (clock_->isPacedByClients()) {
-        clock_->interrupt();
-    }
-}
-
-/// @return false if there is nobody to sample for any more
-bool Sampler::awaitLocked(std::unique_lock<std::mutex>& lock, Time due, Time notBefore) {
-    if (!clock_->isPacedByClients()) {
-        return !changed_.wait_until(lock, clock_->realTime(std::max(due, notBefore)),
-                                    [this] { return isToStandStillLocked(); });
-    }
-    lock.unlock();
-    const bool isDue = clock_->awaitTurn(this, due, role_, [this] {
-        const std::lock_guard ownLock{mutex_};
-        return isToStandStillLocked();
-    });
-    lock.lock();
-    return isDue;
+    clock_->interrupt();
 }
 
 void Sampler::run() {
@@ -117,7 +101,8 @@ void Sampler::run() {
             const auto size = static_cast<uint32_t>(std::min<size_t>(plan_.batchSize, batchLimit_));
             begin = onGrid(clock_->start(), begin, period);
             const Time due = begin + size * period;
-            if (!awaitLocked(lock, due, notBefore)) {
+            if (!clock_->await(lock, changed_, id_, due, notBefore, role_,
+                               [this] { return isToStandStillLocked(); })) {
                 break;
             }
             lock.unlock();
@@ -145,7 +130,7 @@ void Sampler::run() {
             }
         }
         lock.unlock();
-        clock_->leave(this);
+        clock_->leave(id_);
         lock.lock();
     }
 }

@@ -93,11 +93,10 @@ class Sampler {
   private:
     void run();
     bool isToStandStillLocked() const { return isStopped_ || batchLimit_ == 0; }
-    bool awaitLocked(std::unique_lock<std::mutex>& lock, WorldClock::Time due,
-                     WorldClock::Time notBefore);
     void interrupt();
 
     const std::shared_ptr<WorldClock> clock_;
+    const WorldClock::SamplerId id_;
     const std::function<void(const Batch&)> deliver_;
     const Role role_;
     const std::chrono::milliseconds fifo_;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -107,9 +108,12 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
         return statistics_;
     }
 
-  protected:
-    /// No batch can be larger than the smallest queue of a started client. 0: nobody listens.
-    virtual void onBatchLimitLocked(size_t /*limit*/) {}
+    /// Has `function` called whenever the largest batch changes that all started clients have room
+    /// for, with its size; 0: nobody listens. Under the clients' lock. To be set once, before there
+    /// are clients.
+    void onBatchLimit(std::function<void(size_t limit)> function) {
+        onBatchLimit_ = std::move(function);
+    }
 
   private:
     using Client = StreamClient<Record>;
@@ -128,7 +132,9 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
                 limit = limit == 0 ? capacity : std::min(limit, capacity);
             }
         }
-        onBatchLimitLocked(limit);
+        if (onBatchLimit_) {
+            onBatchLimit_(limit);
+        }
     }
 
     void onRelease(Client& client, const char* reason) override {
@@ -141,6 +147,7 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
     const std::shared_ptr<Faults> faults_;
     StreamStatistics statistics_;
     std::atomic<bool> isEnding_{false};
+    std::function<void(size_t limit)> onBatchLimit_;
 };
 
 template <typename Record>

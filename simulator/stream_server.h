@@ -32,7 +32,9 @@ class StreamServer final : public StreamClients<Record> {
         : StreamClients<Record>(name, std::move(faults)),
           takeSample_(std::move(takeSample)),
           isPacedByClients_(clock->isPacedByClients()),
-          sampler_(plan, clock, [this](const Batch& batch) { deliver(batch); }) {}
+          sampler_(plan, clock, [this](const Batch& batch) { deliver(batch); }) {
+        this->onBatchLimit([this](size_t limit) { sampler_.setBatchLimit(limit); });
+    }
 
     void configure(SamplingPlan plan) {
         ALOGI("%s: %u Hz, %u samples a batch", this->name().c_str(), plan.rate, plan.batchSize);
@@ -52,8 +54,6 @@ class StreamServer final : public StreamClients<Record> {
     }
 
   private:
-    void onBatchLimitLocked(size_t limit) override { sampler_.setBatchLimit(limit); }
-
     void deliver(const Batch& batch) {
         records_.clear();
         for (uint32_t i = 0; i < batch.size; ++i) {

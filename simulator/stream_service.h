@@ -9,10 +9,12 @@
 namespace Simulator {
 
 /// What all sensors with one stream have.
-template <typename Interface, typename Record>
+/// @tparam StreamServer has the clients: a StreamClients
+template <typename Interface, typename Record,
+          typename StreamServer = Simulator::StreamServer<Record>>
 class StreamService : public Service<Interface> {
   public:
-    using Server = StreamServer<Record>;
+    using Server = StreamServer;
 
     explicit StreamService(android::sp<Server> server) : server_(std::move(server)) {}
 

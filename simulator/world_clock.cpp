@@ -34,11 +34,33 @@ Time WorldClock::now() const {
     return now_;
 }
 
+WorldClock::SamplerId WorldClock::enrol() {
+    const std::lock_guard lock{mutex_};
+    return ++lastId_;
+}
+
+bool WorldClock::await(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
+                       SamplerId sampler, Time due, Time notBefore, Role role,
+                       const std::function<bool()>& isCancelled) {
+    if (!isPacedByClients()) {
+        return !changed.wait_until(lock, realTime(std::max(due, notBefore)), isCancelled);
+    }
+    std::mutex& mutex = *lock.mutex();
+    lock.unlock();
+    const bool isDue = awaitTurn(sampler, due, role, [&] {
+        const std::lock_guard callersLock{mutex};
+        return isCancelled();
+    });
+    lock.lock();
+    return isDue;
+}
+
+/// When steady_clock shows what this clock shows as `time`.
 Time WorldClock::realTime(Time time) const {
     return start_ + scaled(time - start_, 1 / speed_);
 }
 
-bool WorldClock::isItsTurnLocked(const void* sampler) const {
+bool WorldClock::isItsTurnLocked(SamplerId sampler) const {
     const auto order = [](const auto& entry) {
         return std::tuple(entry.second.due, entry.second.role, entry.first);
     };
@@ -58,7 +80,7 @@ Time WorldClock::beginning() const {
     return beginning_;
 }
 
-bool WorldClock::awaitTurn(const void* sampler, Time due, Role role,
+bool WorldClock::awaitTurn(SamplerId sampler, Time due, Role role,
                            const std::function<bool()>& isCancelled) {
     std::unique_lock lock{mutex_};
     turns_[sampler] = {due, role};
@@ -74,12 +96,12 @@ bool WorldClock::awaitTurn(const void* sampler, Time due, Role role,
     return false;
 }
 
-void WorldClock::leave(const void* sampler) {
+void WorldClock::leave(SamplerId sampler) {
     const std::lock_guard lock{mutex_};
     leaveLocked(sampler);
 }
 
-void WorldClock::leaveLocked(const void* sampler) {
+void WorldClock::leaveLocked(SamplerId sampler) {
     if (turns_.erase(sampler) > 0) {
         if (!isLedLocked()) {
             beginning_ = now_;

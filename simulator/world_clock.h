@@ -34,16 +34,6 @@ class WorldClock {
     /// In ns since the start.
     int64_t worldTime(Time time) const { return std::chrono::nanoseconds(time - start_).count(); }
 
-    /// When steady_clock shows what this clock shows as `time`. Not for one that is paced by
-    /// clients.
-    Time realTime(Time time) const;
-
-    // For samplers, if clients set the pace.
-
-    /// Where those begin that are listened to now: where time stood when the last of those before
-    /// them left.
-    Time beginning() const;
-
     /// Of samplers that are due at the same instant, those that lead come first.
     enum class Role {
         /// Somebody listens.
@@ -52,32 +42,55 @@ class WorldClock {
         FOLLOWS,
     };
 
-    /// Waits until all others have sampled what comes before `due`. From then on time stands at
-    /// `due` until the sampler asks for its next turn or leaves.
-    /// @param isCancelled asked whenever interrupt() was called; called under the clock's lock
-    /// @return false if it was cancelled; the sampler has left then
-    bool awaitTurn(const void* sampler, Time due, Role role,
-                   const std::function<bool()>& isCancelled);
+    /// Makes a sampler known. Of those that are due at the same instant, and alike otherwise, the
+    /// one that came first is the first.
+    using SamplerId = uint64_t;
+    SamplerId enrol();
+
+    /// Waits until `due`; in real time not before `notBefore`. `lock` is held, but not while
+    /// waiting.
+    /// @param changed notified, and interrupt() called, whenever isCancelled may have changed
+    /// @param isCancelled asked under the lock
+    /// @return false if it was cancelled
+    bool await(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
+               SamplerId sampler, Time due, Time notBefore, Role role,
+               const std::function<bool()>& isCancelled);
+
+    // For samplers, if clients set the pace.
+
+    /// Where those begin that are listened to now: where time stood when the last of those before
+    /// them left.
+    Time beginning() const;
+
     /// No longer waits for the sampler. Does nothing if it has left before.
-    void leave(const void* sampler);
+    void leave(SamplerId sampler);
     /// Has all who wait ask whether they are cancelled.
     void interrupt();
 
   private:
+    /// Waits until all others have sampled what comes before `due`. From then on time stands at
+    /// `due` until the sampler asks for its next turn or leaves.
+    /// @param isCancelled asked whenever interrupt() was called; called under the clock's lock
+    /// @return false if it was cancelled; the sampler has left then
+    bool awaitTurn(SamplerId sampler, Time due, Role role,
+                   const std::function<bool()>& isCancelled);
+
     struct Turn {
         Time due;
         Role role;
     };
 
-    bool isItsTurnLocked(const void* sampler) const;
+    Time realTime(Time time) const;
+    bool isItsTurnLocked(SamplerId sampler) const;
     bool isLedLocked() const;
-    void leaveLocked(const void* sampler);
+    void leaveLocked(SamplerId sampler);
 
     const double speed_;
     const Time start_;
     mutable std::mutex mutex_;  // guards everything below
     std::condition_variable changed_;
-    std::map<const void*, Turn> turns_;
+    SamplerId lastId_ = 0;
+    std::map<SamplerId, Turn> turns_;
     Time now_;
     Time beginning_;
 };

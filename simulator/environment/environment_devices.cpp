@@ -2,6 +2,7 @@
 #include "environment/environment_devices.h"
 
 #include "environment/external_timing_model.h"
+#include "environment/light_models.h"
 #include "environment/room_light.h"
 #include "registration.h"
 
@@ -9,6 +10,8 @@ namespace Simulator {
 
 namespace {
 
+constexpr SamplingPlan kBlockPlan{kBlockRate, 1};
+constexpr SamplingPlan kAmbientLightPlan{10, 1};
 constexpr SamplingPlan kPulsePlan{10, 1};
 
 }  // namespace
@@ -17,9 +20,25 @@ EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
                                        const std::shared_ptr<Faults>& faults,
                                        const std::shared_ptr<ControllerFleet>& controllers,
                                        const std::shared_ptr<WorldClock>& clock)
-    : flicker_(makeService<FlickerService>(
-          faults, std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance),
-          faults, clock)),
+    : EnvironmentDevices(
+          settings, std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance),
+          faults, controllers, clock) {}
+
+EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
+                                       const std::shared_ptr<RoomLight>& room,
+                                       const std::shared_ptr<Faults>& faults,
+                                       const std::shared_ptr<ControllerFleet>& controllers,
+                                       const std::shared_ptr<WorldClock>& clock)
+    : flicker_(new StreamServer<Hal::FlickerData>("flicker sensor", kBlockPlan,
+                                                  samplesOf(FlickerModel(room)), faults, clock)),
+      adcFlicker_(new StreamServer<Hal::AdcFlickerData>(
+          "flicker sensor's ADC", kBlockPlan, samplesOf(AdcFlickerModel(room)), faults, clock)),
+      ambientLight_(new StreamServer<Hal::AmbientLightData>(
+          "ambient-light sensor", kAmbientLightPlan, samplesOf(AmbientLightModel(room)), faults,
+          clock)),
+      lightSensor_(makeService<FlickerService>(
+          faults, FlickerStreams{flicker_, adcFlicker_, ambientLight_},
+          Hal::FlickerSensorProperties{"flicker sensor", "Zelvan", "SIM-0100"})),
       leds_(makeService<LedService>(faults)),
       externalTiming_(makeService<ExternalTimingService>(
           faults,
@@ -28,17 +47,20 @@ EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
       tambril_(makeService<TambrilService>(faults, settings, controllers, clock)) {}
 
 std::string EnvironmentDevices::registerServices() {
-    return registerAlone(flicker_, leds_, externalTiming_, tambril_);
+    return registerAlone(lightSensor_, leds_, externalTiming_, tambril_);
 }
 
 void EnvironmentDevices::stop() {
     flicker_->stop();
+    adcFlicker_->stop();
+    ambientLight_->stop();
     externalTiming_->server().stop();
     tambril_->stop();
 }
 
 std::vector<std::string> EnvironmentDevices::summary() const {
-    std::vector<std::string> lines = flicker_->summary();
+    std::vector<std::string> lines{summaryOf(*flicker_), summaryOf(*adcFlicker_),
+                                   summaryOf(*ambientLight_)};
     lines.push_back(summaryOf(externalTiming_->server()));
     lines.push_back(leds_->summary());
     lines.push_back(tambril_->summary());

@@ -12,6 +12,7 @@
 #include "environment/environment_settings.h"
 #include "environment/flicker_service.h"
 #include "environment/led_service.h"
+#include "environment/room_light.h"
 #include "environment/tambril_service.h"
 #include "faults.h"
 #include "stream_service.h"
@@ -21,6 +22,9 @@ namespace Simulator {
 template <>
 struct Discontinuity<Hal::ExternalTimestampData>
     : StatusBit<Hal::ExternalTimestampStatus::DISCONTINUITY> {};
+
+using ExternalTimingService =
+    StreamService<Hal::IExternalTimingProvider, Hal::ExternalTimestampData>;
 
 class EnvironmentDevices : public DeviceGroup {
   public:
@@ -33,10 +37,15 @@ class EnvironmentDevices : public DeviceGroup {
     std::vector<std::string> summary() const override;
 
   private:
-    using ExternalTimingService =
-        StreamService<Hal::IExternalTimingProvider, Hal::ExternalTimestampData>;
+    EnvironmentDevices(const EnvironmentSettings& settings, const std::shared_ptr<RoomLight>& room,
+                       const std::shared_ptr<Faults>& faults,
+                       const std::shared_ptr<ControllerFleet>& controllers,
+                       const std::shared_ptr<WorldClock>& clock);
 
-    const android::sp<FlickerService> flicker_;
+    const android::sp<StreamServer<Hal::FlickerData>> flicker_;
+    const android::sp<StreamServer<Hal::AdcFlickerData>> adcFlicker_;
+    const android::sp<StreamServer<Hal::AmbientLightData>> ambientLight_;
+    const android::sp<FlickerService> lightSensor_;
     const android::sp<LedService> leds_;
     const android::sp<ExternalTimingService> externalTiming_;
     const android::sp<TambrilService> tambril_;

@@ -3,13 +3,8 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "environment/room_light.h"
 #include "service.h"
-#include "stream_server.h"
+#include "stream_clients.h"
 
 namespace Simulator {
 
@@ -20,10 +15,17 @@ struct Discontinuity<Hal::AdcFlickerData> : StatusBit<Hal::LightSampleStatus::DI
 template <>
 struct Discontinuity<Hal::AmbientLightData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
 
+/// The clients of the light sensor's streams; null where there is no such stream.
+struct FlickerStreams {
+    android::sp<StreamClients<Hal::FlickerData>> flicker;
+    android::sp<StreamClients<Hal::AdcFlickerData>> adcFlicker;
+    android::sp<StreamClients<Hal::AmbientLightData>> ambientLight;
+};
+
+/// Refuses the streams that there are not.
 class FlickerService : public Service<Hal::IFlickerSensor> {
   public:
-    FlickerService(const std::shared_ptr<const RoomLight>& room,
-                   const std::shared_ptr<Faults>& faults, const std::shared_ptr<WorldClock>& clock);
+    FlickerService(FlickerStreams streams, Hal::FlickerSensorProperties properties);
 
     Return<void> getProperties(getProperties_cb callback) override;
     Return<Hal::Result> prepareFlickerStream(const ClientQueue<Hal::FlickerData>& queue,
@@ -42,16 +44,9 @@ class FlickerService : public Service<Hal::IFlickerSensor> {
     Return<Hal::Result> controlAmbientLightStream(const ClientIdentity& client,
                                                   Hal::StreamCommand command) override;
 
-    /// No more samples, for good.
-    void stop();
-
-    /// Lines for the user.
-    std::vector<std::string> summary() const;
-
   private:
-    const android::sp<StreamServer<Hal::FlickerData>> flicker_;
-    const android::sp<StreamServer<Hal::AdcFlickerData>> adcFlicker_;
-    const android::sp<StreamServer<Hal::AmbientLightData>> ambientLight_;
+    const FlickerStreams streams_;
+    const Hal::FlickerSensorProperties properties_;
 };
 
 }  // namespace Simulator

@@ -1,0 +1,80 @@
+// The thread that plays one stream of a recording.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "replay/playback_timeline.h"
+
+namespace Simulator {
+
+/// The records of one stream, one after the other. Methods throw Recording::Error with the place of
+/// what cannot be read. Threading: one thread at a time.
+class PlayedRecords {
+  public:
+    virtual ~PlayedRecords() = default;
+
+    /// When the record in hand is due, in ns of the recording; empty behind the last one.
+    virtual std::optional<int64_t> time() const = 0;
+    /// Takes the next one in hand.
+    virtual void advance() = 0;
+    /// Takes the first one in hand again.
+    virtual void rewind() = 0;
+    /// Gives the record in hand to the clients.
+    /// @param shift to be added to all of its times, in ns
+    /// @param arrival when it is given
+    /// @param isFirst of a pass that is not the first
+    virtual void deliver(int64_t shift, WorldClock::Time arrival, bool isFirst) = 0;
+};
+
+/// Plays while somebody listens. Who begins to listen late gets what comes then, unless the clients
+/// pace the world: then nothing passes unheard, see WorldClock. At the end of the recording it
+/// falls silent, or begins anew.
+///
+/// Threading: every method may be called from any thread but its own. The records are used on the
+/// player's thread, without a lock.
+class Player {
+  public:
+    /// @param name of the stream, for log lines
+    Player(std::string name, std::shared_ptr<PlaybackTimeline> timeline, PlayedRecords& records);
+    ~Player();
+    Player(const Player&) = delete;
+    Player& operator=(const Player&) = delete;
+
+    void setListened(bool isListened);
+    /// Ends the thread; for good.
+    void stop();
+
+    uint64_t played() const;
+
+  private:
+    void run();
+    void play(std::unique_lock<std::mutex>& lock);
+    bool playNextLocked(std::unique_lock<std::mutex>& lock, WorldClock::Time from);
+    bool isToStandStillLocked() const { return isStopped_ || !isListened_; }
+    void interrupt();
+
+    const std::string name_;
+    const std::shared_ptr<PlaybackTimeline> timeline_;
+    const WorldClock::SamplerId id_;
+    PlayedRecords& records_;
+    mutable std::mutex mutex_;  // guards what follows but the thread
+    std::condition_variable changed_;
+    bool isListened_ = false;
+    bool isStopped_ = false;
+    uint64_t played_ = 0;
+    // On the player's thread alone.
+    uint32_t pass_ = 0;
+    bool isPassBegun_ = false;
+    bool isOver_ = false;
+    WorldClock::Time lastPlayed_;
+    std::thread thread_;
+};
+
+}  // namespace Simulator

@@ -1,0 +1,106 @@
+// The times of a record of any kind, to be moved from the recording's clock to the world's.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "hal.h"
+
+namespace Simulator {
+namespace RecordedTimes {
+
+template <typename Record, typename = void>
+struct HasHeader : std::false_type {};
+template <typename Record>
+struct HasHeader<Record, std::void_t<decltype(Record::header)>> : std::true_type {};
+
+template <typename Record, typename = void>
+struct HasTimestamp : std::false_type {};
+template <typename Record>
+struct HasTimestamp<Record, std::void_t<decltype(Record::timestamp)>> : std::true_type {};
+
+template <typename Record, typename = void>
+struct HasArrival : std::false_type {};
+template <typename Record>
+struct HasArrival<Record, std::void_t<decltype(Record::arrivalTimestamp)>> : std::true_type {};
+
+template <typename Record, typename = void>
+struct HasSequence : std::false_type {};
+template <typename Record>
+struct HasSequence<Record, std::void_t<decltype(Record::sequence)>> : std::true_type {};
+
+template <typename Record, typename = void>
+struct HasController : std::false_type {};
+template <typename Record>
+struct HasController<Record, std::void_t<decltype(Record::controller)>> : std::true_type {};
+
+}  // namespace RecordedTimes
+
+/// Calls `action` with every time of the record that is one of CLOCK_MONOTONIC in ns, as an int64_t
+/// that it may change. A time of 0 was not recorded.
+template <typename Record, typename Action>
+void forEachTime(Record& record, const Action& action) {
+    using namespace RecordedTimes;
+    if constexpr (HasHeader<Record>::value) {
+        forEachTime(record.header, action);
+    }
+    if constexpr (HasTimestamp<Record>::value) {
+        action(record.timestamp);
+    }
+    if constexpr (HasArrival<Record>::value) {
+        action(record.arrivalTimestamp);
+    }
+    if constexpr (std::is_same_v<Record, Hal::FrameSet>) {
+        for (Hal::CameraFrame& frame : record.frames) {
+            forEachTime(frame, action);
+        }
+    }
+}
+
+/// When the service had the record in hand, by the record itself; 0 if it does not say.
+template <typename Record>
+int64_t arrivalOf(const Record& record) {
+    using namespace RecordedTimes;
+    if constexpr (HasHeader<Record>::value) {
+        return arrivalOf(record.header);
+    } else if constexpr (HasArrival<Record>::value) {
+        return record.arrivalTimestamp != 0 ? record.arrivalTimestamp : record.timestamp;
+    } else if constexpr (std::is_same_v<Record, Hal::FrameSet>) {
+        int64_t arrival = record.timestamp;
+        for (const Hal::CameraFrame& frame : record.frames) {
+            arrival = frame.arrivalTimestamp > arrival ? frame.arrivalTimestamp : arrival;
+        }
+        return arrival;
+    } else if constexpr (HasTimestamp<Record>::value) {
+        return record.timestamp;
+    }
+    return 0;
+}
+
+/// Whose samples the record's sequence number counts: a controller's, or 0.
+template <typename Record>
+uint64_t counterOf(const Record& record) {
+    using namespace RecordedTimes;
+    if constexpr (HasHeader<Record>::value) {
+        return record.header.controller.address;
+    } else if constexpr (HasController<Record>::value) {
+        return record.controller.address;
+    }
+    return 0;
+}
+
+/// @return null if the record is not numbered
+template <typename Record>
+auto* sequenceOf(Record& record) {
+    using namespace RecordedTimes;
+    if constexpr (HasHeader<Record>::value) {
+        return &record.header.sequence;
+    } else if constexpr (HasSequence<Record>::value) {
+        return &record.sequence;
+    } else {
+        return static_cast<uint32_t*>(nullptr);
+    }
+}
+
+}  // namespace Simulator
