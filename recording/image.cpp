@@ -209,6 +209,17 @@ uint32_t pixelSize(PixelFormat format) {
     return 0;
 }
 
+Image copyOf(const ImageView& view, std::vector<uint8_t> memory) {
+    memory.clear();
+    const size_t rowSize = size_t{view.width} * pixelSize(view.format);
+    memory.reserve(rowSize * view.height);
+    for (uint32_t y = 0; y < view.height; ++y) {
+        const uint8_t* const row = view.pixels + y * view.stride;
+        memory.insert(memory.end(), row, row + rowSize);
+    }
+    return {view.width, view.height, view.format, std::move(memory)};
+}
+
 std::string encodePng(const Image& image, Compression compression) {
     const uint64_t size = uint64_t{image.width} * image.height * pixelSize(image.format);
     if (size == 0 || image.width > kLongestSide || image.height > kLongestSide ||

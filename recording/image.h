@@ -31,6 +31,20 @@ struct Image {
     std::vector<uint8_t> pixels;
 };
 
+/// An image in memory that belongs to somebody else.
+struct ImageView {
+    uint32_t width;
+    uint32_t height;
+    PixelFormat format;
+    /// All rows must be readable.
+    const uint8_t* pixels;
+    /// From one row to the next, in bytes.
+    size_t stride;
+};
+
+/// @param memory for the pixels, whatever is in it.
+Image copyOf(const ImageView& view, std::vector<uint8_t> memory = {});
+
 /// How hard the encoder works: what takes more time takes less space.
 enum class Compression {
     /// Pixels as they are, in a PNG file nevertheless: as fast as memory.

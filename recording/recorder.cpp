@@ -100,7 +100,6 @@ std::vector<uint8_t> Recorder::spareMemory() {
     }
     std::vector<uint8_t> memory = std::move(spare_.back());
     spare_.pop_back();
-    memory.clear();
     return memory;
 }
 
@@ -108,7 +107,8 @@ void Recorder::addFrameSet(size_t stream, std::string_view row, int64_t timestam
                            const std::vector<FrameView>& frames) {
     size_t bytes = 0;
     for (const FrameView& frame : frames) {
-        bytes += size_t{frame.width} * frame.height * pixelSize(frame.format);
+        const ImageView& image = frame.image;
+        bytes += size_t{image.width} * image.height * pixelSize(image.format);
     }
     {
         const std::lock_guard lock(mutex_);
@@ -129,14 +129,7 @@ void Recorder::addFrameSet(size_t stream, std::string_view row, int64_t timestam
     auto item = std::make_unique<Item>(
         Item{std::chrono::steady_clock::now(), stream, std::string(row), timestamp});
     for (const FrameView& frame : frames) {
-        Image image{frame.width, frame.height, frame.format, spareMemory()};
-        const size_t rowSize = size_t{frame.width} * pixelSize(frame.format);
-        image.pixels.reserve(rowSize * frame.height);
-        for (uint32_t y = 0; y < frame.height; ++y) {
-            const uint8_t* const pixels = frame.pixels + y * frame.stride;
-            image.pixels.insert(image.pixels.end(), pixels, pixels + rowSize);
-        }
-        item->shots.push_back({frame.camera, std::move(image)});
+        item->shots.push_back({frame.camera, copyOf(frame.image, spareMemory())});
     }
     item->state = item->shots.empty() ? State::DONE : State::WAITING;
     const std::lock_guard lock(mutex_);

@@ -19,17 +19,11 @@
 
 namespace Recording {
 
-/// An image where a stream delivers it.
+/// An image as a stream delivers it.
 struct FrameView {
     /// Its place in Plan::cameras.
     size_t camera;
-    uint32_t width;
-    uint32_t height;
-    PixelFormat format;
-    /// All rows must be readable.
-    const uint8_t* pixels;
-    /// From one row to the next, in bytes.
-    size_t stride;
+    ImageView image;
 };
 
 /// Problem: a camera's service has few buffers and waits for them, samples come a thousand times a

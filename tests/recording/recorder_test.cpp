@@ -65,7 +65,7 @@ class RecorderTest : public testing::Test {
             for (const size_t camera : {0U, 1U}) {
                 pixels[camera * 50] = markOf(time, camera);
                 frames.push_back(
-                    {camera, 50, 60, PixelFormat::GREY_8, pixels.data() + camera * 50, 100});
+                    {camera, {50, 60, PixelFormat::GREY_8, pixels.data() + camera * 50, 100}});
             }
             recorder.addFrameSet(kCameras, fmt::format("{0},{0}\n", time), time, frames);
         }

@@ -137,7 +137,8 @@ void capture(const CaptureOptions& options) {
         return;
     }
     const CameraFrame& frame = shot->frame;
-    writePng(options.file, pictureOf(frame, {shot->buffer.data(), shot->buffer.size()}));
+    const auto image = imageIn(frame, {shot->buffer.data(), shot->buffer.size()});
+    writePng(options.file, Recording::copyOf(image));
     const float gain = frame.analogGain * frame.digitalGain;
     Output::print(
         fmt::format("{}: frame {} of camera {} '{}' at {} ns, {}x{} {}, {:.2f} ms, gain {:.1f}",
