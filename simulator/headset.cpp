@@ -13,8 +13,8 @@ Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings
                  const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock,
                  const std::shared_ptr<const World>& world) {
     groups_.push_back(std::make_unique<MotionDevices>(faults, clock, world));
-    groups_.push_back(
-        std::make_unique<CameraDevices>(std::make_shared<TestPattern>(), faults, clock));
+    groups_.push_back(std::make_unique<CameraDevices>(std::make_shared<TestPattern>(),
+                                                      world->sensors.headsetImu, faults, clock));
     auto controllerDevices = std::make_unique<ControllerDevices>(controllers, faults, clock, world);
     const std::shared_ptr<ControllerFleet> fleet = controllerDevices->fleet();
     groups_.push_back(std::move(controllerDevices));

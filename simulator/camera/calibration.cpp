@@ -34,14 +34,17 @@ std::string factoryCalibration(const CameraStreamPlan& stream, const CameraPlan&
         0.5 * stream.width, 0.5 * stream.height, x);
 }
 
-std::string deviceCalibration(const CameraPlan& camera,
+std::string deviceCalibration(const CameraPlan& camera, const ImuSettings& imu,
                               const std::vector<std::string>& sessionData) {
     std::string names;
     for (const std::string& name : sessionData) {
         names += fmt::format(R"({}"{}")", names.empty() ? "" : ", ", name);
     }
-    return fmt::format(R"({{"camera": {}, "principalPointShift": [0.4, -0.2], "sessions": [{}]}})",
-                       camera.id, names);
+    return fmt::format(
+        R"({{"camera": {}, "imu": {{"gyroscopeNoiseDensity": {}, "gyroscopeRandomWalk": {}, )"
+        R"("accelerometerNoiseDensity": {}, "accelerometerRandomWalk": {}}}, "sessions": [{}]}})",
+        camera.id, imu.gyroscope.noiseDensity, imu.gyroscope.randomWalk,
+        imu.accelerometer.noiseDensity, imu.accelerometer.randomWalk, names);
 }
 
 android::hardware::hidl_handle calibrationHandle(const std::string& factory,

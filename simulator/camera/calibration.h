@@ -7,14 +7,16 @@
 #include <vector>
 
 #include "camera/camera_plan.h"
+#include "world/sensor_settings.h"
 
 namespace Simulator {
 
 /// JSON: intrinsics of a pinhole with radial distortion, and the camera's place in the headset.
 std::string factoryCalibration(const CameraStreamPlan& stream, const CameraPlan& camera);
 
-/// JSON: corrections since, and the names of the session data that clients have written.
-std::string deviceCalibration(const CameraPlan& camera,
+/// JSON: noise of the IMU that the cameras' places refer to, and the names of the session data that
+/// clients have written.
+std::string deviceCalibration(const CameraPlan& camera, const ImuSettings& imu,
                               const std::vector<std::string>& sessionData);
 
 /// Both as zero-terminated texts, each in a region of its own. Null if there is no memory.

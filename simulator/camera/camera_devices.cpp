@@ -6,10 +6,10 @@
 
 namespace Simulator {
 
-CameraDevices::CameraDevices(const std::shared_ptr<ImageSource>& source,
+CameraDevices::CameraDevices(const std::shared_ptr<ImageSource>& source, const ImuSettings& imu,
                              const std::shared_ptr<Faults>& faults,
                              const std::shared_ptr<WorldClock>& clock)
-    : faults_(faults) {
+    : faults_(faults), imu_(imu) {
     std::vector<android::sp<FrameSetServer>> servers;
     for (const CameraStreamPlan& plan : cameraStreamPlans()) {
         servers.push_back(new FrameSetServer(plan, source, faults, clock));
@@ -26,7 +26,8 @@ std::string CameraDevices::registerServices() {
             return "there is no memory for the images of the " + stream->server()->plan().name;
         }
     }
-    return registerAlone(makeService<CameraProviderService>(faults_, streams_, mux_, faults_));
+    return registerAlone(
+        makeService<CameraProviderService>(faults_, streams_, imu_, mux_, faults_));
 }
 
 void CameraDevices::stop() {

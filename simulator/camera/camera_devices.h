@@ -8,14 +8,16 @@
 #include "camera/camera_stream_service.h"
 #include "device_group.h"
 #include "faults.h"
+#include "world/sensor_settings.h"
 
 namespace Simulator {
 
 class CameraDevices : public DeviceGroup {
   public:
     /// @param source draws the images of all cameras
-    CameraDevices(const std::shared_ptr<ImageSource>& source, const std::shared_ptr<Faults>& faults,
-                  const std::shared_ptr<WorldClock>& clock);
+    /// @param imu that the cameras' places refer to
+    CameraDevices(const std::shared_ptr<ImageSource>& source, const ImuSettings& imu,
+                  const std::shared_ptr<Faults>& faults, const std::shared_ptr<WorldClock>& clock);
 
     std::string registerServices() override;
     void stop() override;
@@ -23,6 +25,7 @@ class CameraDevices : public DeviceGroup {
 
   private:
     const std::shared_ptr<const Faults> faults_;
+    const ImuSettings imu_;
     std::shared_ptr<MuxControl> mux_;
     std::vector<android::sp<CameraStreamService>> streams_;
 };

@@ -14,10 +14,10 @@ using android::hardware::hidl_handle;
 using android::hardware::hidl_vec;
 using Hal::Result;
 
-CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
+CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams, ImuSettings imu,
                                              std::shared_ptr<MuxControl> mux,
                                              std::shared_ptr<const Faults> faults)
-    : faults_(std::move(faults)), streams_(std::move(streams)), mux_(std::move(mux)) {
+    : faults_(std::move(faults)), streams_(std::move(streams)), imu_(imu), mux_(std::move(mux)) {
     for (const StreamPointer& stream : streams_) {
         channels_.push_back(stream->server()->plan().frameType);
     }
@@ -44,7 +44,7 @@ Return<void> CameraProviderService::getCalibrationData(uint32_t cameraId,
             if (camera.id == cameraId) {
                 calibration =
                     calibrationHandle(stream->server()->source().calibration(plan, camera),
-                                      deviceCalibration(camera, stream->sessionData()));
+                                      deviceCalibration(camera, imu_, stream->sessionData()));
             }
         }
     }

@@ -50,7 +50,8 @@ void GroundTruth::write(int64_t timestamp, const Motion& motion,
     add(motion.velocity);
     add(biases.angularRate);
     add(biases.acceleration);
-    stream_ << line << '\n';
+    // Whoever reads the record finds its line in the file.
+    stream_ << line << std::endl;
 }
 
 std::string GroundTruth::summary() {
