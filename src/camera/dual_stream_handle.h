@@ -16,6 +16,7 @@
 #include "os/event_flag.h"
 #include "os/intentional_leak.h"
 #include "stream/composite_stream.h"
+#include "stream/received_queue.h"
 #include "stream/record_conversion.h"
 #include "stream/stream_handle_base.h"
 
@@ -57,6 +58,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
                        uint32_t dataReadyBit) override {
         evFlag_ = eventFlag;
         readNotifyBit_ = readNotifyBit;
+        recycle_ = {};
         const Hidl::FmqConfig config{std::move(eventFlagHandle), readNotifyBit, dataReadyBit};
         checkTransport(prepare_(client_, *fmq_->getDesc(), config,
                                 [this](Hidl::Result res, const auto& recycleQueue,
@@ -64,6 +66,10 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
                                     openRecycleQueue(res, recycleQueue, recycleConfig);
                                 }),
                        __PRETTY_FUNCTION__);
+        // Also if the service has returned without an answer.
+        if (recycle_.fmq == nullptr || !recycle_.fmq->isValid()) {
+            MORIAK_FATAL_FOR("!recycle_.fmq->isValid()", "Failed to create FMQ");
+        }
     }
 
     bool read() override {
@@ -112,12 +118,13 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
         android::hardware::EventFlag* const ef = OS::createEventFlagFromHandle(config.eventFlag);
         MORIAK_FATAL_IF(ef == nullptr, "Failed to obtain event flag for recycle FMQ");
         OS::leakIntentionally(ef);
-        constexpr bool kResetPointers = true;
-        recycle_.fmq = std::make_unique<Queue>(descriptor, kResetPointers);
+        if (describesQueue(descriptor)) {
+            constexpr bool kResetPointers = true;
+            recycle_.fmq = std::make_unique<Queue>(descriptor, kResetPointers);
+        }
         recycle_.ef = ef;
         recycle_.readNotifyBit = config.readNotifyBit;
         recycle_.dataReadyBit = config.dataReadyBit;
-        MORIAK_FATAL_IF(!recycle_.fmq->isValid(), "Failed to create FMQ");
     }
 
     void show(const HidlData& record) const {

@@ -1,5 +1,6 @@
-// Converts the records of the controllers' streams, field by field; in a header, so that the loop
-// over a batch writes the fields where they are to be, without a call and a copy for each record.
+// Converts the records of the controllers' streams, field by field. The small ones in the header,
+// so that the loop over a batch writes the fields where they are to be, without a call for each
+// record.
 //
 // An API record starts as `Record()`: that, unlike `Record{}`, zeroes the bytes between the fields
 // too, so that what a client gets depends on nothing but what the service wrote.
@@ -12,7 +13,6 @@
 #include <cstring>
 
 #include "foundation/hal.h"
-#include "foundation/log.h"
 #include "stream/record_conversion.h"
 
 namespace Vek::Sensors {
@@ -48,24 +48,7 @@ inline TouchPoint fromHidl(const Hidl::TouchPoint& point) {
     return result;
 }
 
-inline PairedControllerInfo fromHidl(const Hidl::PairedControllerInfo& info) {
-    auto result = PairedControllerInfo();
-    result.type = static_cast<ControllerType>(info.type);
-    result.address = fromHidl(info.address);
-    result.hand = static_cast<ControllerHand>(info.hand);
-    result.connection = static_cast<ControllerConnection>(info.connection);
-    result.batteryLevel = info.batteryLevel;
-    result.batteryVoltage = info.batteryVoltage;
-    copyText(result.name, info.name);
-    copyText(result.model, info.model);
-    copyText(result.serialNumber, info.serialNumber);
-    copyText(result.hardwareVersion, info.hardwareVersion);
-    copyText(result.firmwareVersion, info.firmwareVersion);
-    copyFlags(result.features, info.features);
-    result.factoryCalibration = info.factoryCalibration;
-    result.temperature = info.temperature;
-    return result;
-}
+PairedControllerInfo fromHidl(const Hidl::PairedControllerInfo& info);
 
 /// Of all that a header holds, only the buttons' conversion keeps more than the first word.
 inline ButtonData fromHidl(const Hidl::ButtonData& data) {
@@ -120,29 +103,7 @@ inline StylusData fromHidl(const Hidl::StylusData& data) {
 }
 
 /// Ends the process if the service has written a discriminator that there is not.
-inline ControllerInputData fromHidl(const Hidl::ControllerInputData& record) {
-    using Input = Hidl::ControllerInputData;
-    using Discriminator = Input::hidl_discriminator;
-    // The service may change the record meanwhile, and the accessors end the process if the
-    // discriminator is not the one that was looked at.
-    alignas(Input) std::array<std::byte, sizeof(Input)> copy;
-    std::memcpy(copy.data(), &record, sizeof(record));
-    const Input& data = *reinterpret_cast<const Input*>(copy.data());
-    const Discriminator discriminator = data.getDiscriminator();
-    switch (discriminator) {
-        case Discriminator::buttons:
-            return ControllerInputData{fromHidl(data.buttons())};
-        case Discriminator::curl:
-            return ControllerInputData{fromHidl(data.curl())};
-        case Discriminator::precisionPad:
-            return ControllerInputData{fromHidl(data.precisionPad())};
-        case Discriminator::multiTouch:
-            return ControllerInputData{fromHidl(data.multiTouch())};
-        case Discriminator::stylus:
-            return ControllerInputData{fromHidl(data.stylus())};
-    }
-    MORIAK_FATAL("Unknown controller input discriminator %u", static_cast<unsigned>(discriminator));
-}
+ControllerInputData fromHidl(const Hidl::ControllerInputData& record);
 
 }  // namespace Convert
 

@@ -17,6 +17,7 @@
 #include "foundation/sensor_client.h"
 #include "os/event_flag.h"
 #include "os/static_vector.h"
+#include "stream/received_queue.h"
 
 namespace Vek::Sensors::HidlWrapper {
 
@@ -62,8 +63,11 @@ class OutputStreamHandle {
         prepare_(client_,
                  [this](Result res, const typename Queue::Descriptor& descriptor,
                         const Hidl::FmqConfig& config) { adopt(res, descriptor, config); });
-        // The word is fixed, unlike in all other messages: the system's tools look for it.
-        MORIAK_FATAL_IF(!stream_->isValid(), "pose output stream is not valid");
+        // Also if the service has returned without an answer. The word "pose" is fixed, unlike in
+        // all other messages: the system's tools look for it.
+        if (!stream_ || !stream_->isValid()) {
+            MORIAK_FATAL_FOR("!stream_->isValid()", "pose output stream is not valid");
+        }
     }
 
     void start() {
@@ -112,7 +116,11 @@ class OutputStreamHandle {
         MORIAK_FATAL_IF(res == Result::FAILURE, "HAL failed to prepare %s output stream", name_);
         MORIAK_FATAL_IF(res == Result::BAD_STATE, "HAL has already prepared %s output stream",
                         name_);
-        stream_.emplace(descriptor, false);
+        stream_.reset();
+        if (describesQueue(descriptor)) {
+            constexpr bool kResetPointers = false;
+            stream_.emplace(descriptor, kResetPointers);
+        }
         config_ = config;
         OS::deleteEventFlag(&evFlag_);
         evFlag_ = OS::createEventFlagFromHandle(config.eventFlag);

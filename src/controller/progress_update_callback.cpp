@@ -26,8 +26,12 @@ class ProgressUpdateCallback : public Hidl::IProgressUpdateCallback {
 
 Hidl::IControllerManagementClient::FWUpdateCallbackConfig intoHidl(
     const IControllerManagementClient::FWUpdateCallbackConfig& config) {
-    return {new ProgressUpdateCallback(config.progress), config.minimumInterval,
-            config.minimumStep};
+    // Zeroes the padding too: the service sees all bytes.
+    auto result = Hidl::IControllerManagementClient::FWUpdateCallbackConfig();
+    result.callback = new ProgressUpdateCallback(config.progress);
+    result.minimumInterval = config.minimumInterval;
+    result.minimumStep = config.minimumStep;
+    return result;
 }
 
 }  // namespace Vek::Sensors::Convert

@@ -19,14 +19,13 @@ struct CheckSite {
     int systemLine;
 };
 
-// Left: GSL 4.0.0 as Debian 12 has it. A test fails when an update moves these lines.
+// Left: GSL 4.0.0 as Debian 12 has it. A test fails when an update moves these lines. The system's
+// lines of other checks are not known: they are reported as the installed GSL has them.
 constexpr std::array kCheckSites{
     CheckSite{"gsl/pointers", 92, 77},   // not_null, converting constructor
     CheckSite{"gsl/pointers", 98, 83},   // not_null, by-value constructor
     CheckSite{"gsl/pointers", 109, 96},  // not_null::get
-    CheckSite{"gsl/span", 225, 244},     // span iterators: difference,
-    CheckSite{"gsl/span", 239, 244},     // equality
-    CheckSite{"gsl/span", 256, 244},     // and order
+    CheckSite{"gsl/span", 239, 244},     // span iterators: equality
 };
 
 bool endsWith(std::string_view text, std::string_view end) {

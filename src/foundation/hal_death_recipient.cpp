@@ -42,7 +42,8 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
         handlers_.shrink_to_fit();
     }
 
-    /// None is called any more, and none is running but where this is called from one.
+    /// When this returns, no handler is running and none will be called. Called from a handler, it
+    /// does not wait: the handlers after that one still run.
     void removeHandlers() {
         const std::lock_guard lock{mutex_};
         handlers_.clear();
@@ -56,7 +57,8 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
   private:
     void runHandlers(const std::string& process) {
         const std::lock_guard lock{mutex_};
-        // A copy: what they belong to may be destroyed by one of them.
+        // A copy: a handler may destroy the recipient, or register another handler. All that were
+        // registered before the death run.
         const std::vector<ServiceDisconnectHandler> handlers = handlers_;
         if (handlers.empty()) {
             return;
@@ -87,7 +89,8 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
 
     const DeathReaction reaction_;
     std::vector<ServiceDisconnectHandler> handlers_;
-    /// Held while the handlers run, too: their contexts must live as long.
+    /// Held while the handlers run, too, so that who removes them waits. Recursive, because a
+    /// handler may destroy the recipient or register another handler.
     std::recursive_mutex mutex_;
 };
 

@@ -23,13 +23,16 @@ class HalDeathRecipient {
     /// A failure to link is not noticed: the object then has no reaction to the death.
     explicit HalDeathRecipient(
         const gsl::not_null<android::sp<android::hidl::base::V1_0::IBase>>& service);
-    /// Waits for handlers that are running, unless one of them is the caller. None runs later.
+    /// Waits for handlers that are running; none runs later. A handler that destroys the recipient
+    /// does not wait, and the handlers that were registered after it still run: the contexts of all
+    /// must live until the last has returned.
     ~HalDeathRecipient();
 
     HalDeathRecipient(const HalDeathRecipient&) = delete;
     HalDeathRecipient& operator=(const HalDeathRecipient&) = delete;
 
-    /// Has no effect once the service has died. May be called from any thread.
+    /// Has no effect once the service has died. May be called from any thread; waits for handlers
+    /// that are running.
     void registerDisconnectHandler(ServiceDisconnectHandler handler);
 
     static void setSuppressCrashDumps(bool suppress);

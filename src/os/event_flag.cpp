@@ -16,6 +16,9 @@ namespace {
 using android::hardware::EventFlag;
 using Word = std::atomic<uint32_t>;
 
+/// The kernel refuses longer names of memory.
+constexpr size_t kLongestLabel = 249;
+
 /// Where the words are that were mapped here. The runtime's own mapping of a descriptor is not to
 /// be had in all of its releases, and its event flags do not tell their words.
 class MappedWords {
@@ -64,7 +67,8 @@ void unmapWord(Word* word) {
 
 android::hardware::hidl_handle createEventFlagHandle(const std::string& name) {
     android::hardware::hidl_handle handle;
-    const int fd = ashmem_create_region(name.c_str(), static_cast<size_t>(sysconf(_SC_PAGESIZE)));
+    const std::string label = name.substr(0, kLongestLabel);
+    const int fd = ashmem_create_region(label.c_str(), static_cast<size_t>(sysconf(_SC_PAGESIZE)));
     if (fd < 0) {
         return handle;
     }

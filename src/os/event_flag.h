@@ -9,7 +9,7 @@
 namespace Vek::OS {
 
 /// Creates a zeroed event-flag word that other processes can map.
-/// @param name labels the shared memory, for debugging.
+/// @param name labels the shared memory, for debugging; cut if it is too long for that.
 /// @return a handle that owns one descriptor, with the word at offset 0; without a native handle
 /// if the memory could not be had.
 android::hardware::hidl_handle createEventFlagHandle(const std::string& name);

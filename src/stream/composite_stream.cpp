@@ -77,6 +77,8 @@ void CompositeStream::wake() {
 }
 
 WaitResult CompositeStream::readStreams(uint32_t bits) {
+    // A bit of no stream is not to be looked up.
+    bits &= waitMask_;
     bool delivered = false;
     for (; bits != 0; bits &= bits - 1) {
         const auto lowest = static_cast<size_t>(__builtin_ctz(bits));

@@ -38,7 +38,9 @@ class CompositeStream : public ICompositeStream {
     static constexpr size_t kMaxStreams = 15;
     static constexpr uint32_t kWakeBit = 1U << 31;
 
-    /// Reads the streams whose bits are set, in the order of addition.
+    /// Reads the streams whose data-ready bits are set, in the order of addition. The event flag
+    /// may hold any bits: those of no stream are ignored.
+    /// @param bits without the wake bit.
     WaitResult readStreams(uint32_t bits);
 
     android::hardware::hidl_handle evFlagHandle_;

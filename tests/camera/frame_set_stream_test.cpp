@@ -2,6 +2,7 @@
 #include "camera/camera_stream.h"
 #include "support/allocation_count.h"
 #include "support/broken_queue.h"
+#include "support/event_flag_peer.h"
 #include "support/fake_camera_hal.h"
 
 namespace {
@@ -29,7 +30,15 @@ using FrameSetStreamDeathTest = FrameSetStreamTest;
 
 TEST_F(FrameSetStreamTest, EveryFrameSetIsShownOnceThenHandedBackAsItCame) {
     EXPECT_EQ(stream.stream().getQueueSize(), 1U);
+    EventFlagPeer peer;
     int shown = 0;
+    int recycledSignals = 0;
+    peer.duringWake = [&](uint32_t bits) {
+        if (bits == FakeCameraStream::kRecycledBit) {
+            EXPECT_EQ(service->recycleQueue.availableToRead(), 1U) << "signalled too early";
+            ++recycledSignals;
+        }
+    };
     addWithCallback([&](Spans spans) {
         ASSERT_TRUE(spans.size() == 1 && spans[0].size() == 1);
         EXPECT_TRUE(sameBytes(spans[0][0], filledWith<Hidl::FrameSet>(shown)));
@@ -48,6 +57,7 @@ TEST_F(FrameSetStreamTest, EveryFrameSetIsShownOnceThenHandedBackAsItCame) {
         EXPECT_TRUE(sameBytes(recycled, filledWith<Hidl::FrameSet>(i)));
     }
     EXPECT_EQ(shown, 5);
+    EXPECT_EQ(recycledSignals, 5);
 }
 
 TEST_F(FrameSetStreamTest, EmptyQueueIsLeftAlone) {
@@ -99,6 +109,21 @@ TEST_F(FrameSetStreamDeathTest, ServiceWithoutRoomForTheFrameSetItGaveOutIsFatal
                  "which is an invalid state\n");
 }
 
+TEST_F(FrameSetStreamDeathTest, EventFlagThatFailsIsFatal) {
+    EventFlagPeer peer;
+    addWithCallback([&](Spans) { peer.failure = -EINVAL; });
+    const auto status = [](const std::string& step) {
+        return "failed: status != android::NO_ERROR\nF/Moriak-HidlWrapper: Unexpected error code "
+               "from "
+               "EventFlag::wake on " +
+               step + ": status -22\n";
+    };
+    EXPECT_DEATH(deliver({}), ::testing::HasSubstr(status("write")));
+    ASSERT_TRUE(service->end.write({Hidl::FrameSet{}}));
+    peer.failure = -EINVAL;
+    EXPECT_DEATH(composite.waitFor({}), ::testing::HasSubstr(status("read")));
+}
+
 TEST_F(FrameSetStreamDeathTest, QueueSizeIsFixed) {
     EXPECT_DEATH(stream.stream().setQueueSize(1),
                  "^F/Moriak-HidlWrapper: DualStreamHandle queue size is not configurable.\n");
@@ -114,6 +139,9 @@ TEST_F(FrameSetStreamDeathTest, PreparationThatTheServiceSpoilsIsFatal) {
         service->recycleDescriptor = descriptorOf<Hidl::FrameSet>(parts);
         dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
     }
+    service->callsBack = false;
+    dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
+    service->callsBack = true;
     for (const NoMemory& memory : kNoMemory) {
         service->recycleFlagHandle = handleOf({memory.make()});
         dies(

@@ -3,6 +3,7 @@
 #include "os/bind_receiver.h"
 #include "support/allocation_count.h"
 #include "support/broken_queue.h"
+#include "support/event_flag_peer.h"
 #include "support/fake_controller_hal.h"
 #include "support/fatal_calls.h"
 #include "support/queue_counters.h"
@@ -137,7 +138,13 @@ TEST_F(ControllerStateTest, PosesReachTheServiceUntilItsQueueIsFull) {
         Vek::OS::createEventFlagFromHandle(service->poseConfig.eventFlag);
     uint32_t state = 0;
     EXPECT_NE(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
+    EventFlagPeer peer;
+    peer.duringWake = [&](uint32_t bits) {
+        EXPECT_EQ(bits, 1U << 5);
+        EXPECT_EQ(service->poses.availableToRead(), 2U) << "signalled too early";
+    };
     EXPECT_TRUE(provider.sendPose(pose(1)));
+    peer.duringWake = [](uint32_t) {};
     EXPECT_EQ(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
     EXPECT_FALSE(provider.sendPose(pose(2)));
     EXPECT_NE(flag->wait(1U << 5, &state, 1), android::NO_ERROR);
@@ -219,6 +226,8 @@ TEST_F(ControllerStateDeathTest, PoseStreamThatIsNotHandedOutIsFatal) {
          prepareAfter([&] { service->transportFails = true; })},
         {assertion("!evFlag_", "failed creating event flag for test output stream"),
          prepareAfter([&] { service->poseConfig.eventFlag = nullptr; })},
+        {assertion("!stream_->isValid()", "pose output stream is not valid"),
+         prepareAfter([&] { service->callsBack = false; })},
     });
     for (const BrokenQueue& broken : kBrokenQueues) {
         expectFatal({{assertion("!stream_->isValid()", "pose output stream is not valid"),

@@ -2,9 +2,11 @@
 #include "stream/composite_stream.h"
 
 #include <deque>
+#include <filesystem>
 #include <thread>
 
 #include "stream/fake_stream.h"
+#include "support/event_flag_peer.h"
 #include "support/fatal_calls.h"
 
 namespace {
@@ -23,6 +25,7 @@ class CompositeStreamTest : public Test {
         return stream;
     }
 
+    EventFlagPeer peer;
     Vek::Sensors::HidlWrapper::CompositeStream composite{"test"};
     std::deque<FakeStream<DirectSample>> streams;
 };
@@ -38,6 +41,43 @@ TEST_F(CompositeStreamTest, WithoutStreamsTimesOutAtAnyTimeAndCanBeWoken) {
     EXPECT_EQ(composite.waitFor(1ns), WaitResult::NOTHING_DELIVERED);
     composite.wake();
     EXPECT_EQ(composite.waitFor(std::chrono::nanoseconds::max()), WaitResult::WOKEN);
+}
+
+TEST_F(CompositeStreamTest, EventFlagIsWaitedForAsLongAsIsLeft) {
+    const auto timeoutOf = [this](auto wait) {
+        composite.wake();
+        EXPECT_EQ(wait(), WaitResult::WOKEN);
+        return peer.timeouts.back();
+    };
+    const auto anHour = AllOf(Le(3'600'000'000'000), Gt(3'500'000'000'000));
+    EXPECT_THAT(timeoutOf([this] { return composite.waitFor(1h); }), anHour);
+    EXPECT_THAT(timeoutOf([this] { return composite.waitUntil(Clock::now() + 1h); }), anHour);
+    EXPECT_EQ(timeoutOf([this] { return composite.wait(); }), 0) << "without limit";
+}
+
+TEST_F(CompositeStreamTest, BitsOfNoStreamAreIgnoredAtOnceAndAfterAWake) {
+    auto& only = addStream();
+    peer.strayBits = 0x7FFF'FFFE;
+    ASSERT_TRUE(only.end.writeAndSignal(samples(1, 1)));
+    EXPECT_EQ(composite.wait(), WaitResult::DELIVERED);
+    composite.wake();
+    EXPECT_EQ(composite.wait(), WaitResult::WOKEN);
+    EXPECT_EQ(composite.wait(), WaitResult::NOTHING_DELIVERED);
+    EXPECT_THAT(only.calls, SizeIs(1));
+}
+
+TEST_F(CompositeStreamTest, LeavesNothingBehindAndMayHaveALongName) {
+    const auto count = [](const char* directory) {
+        return std::distance(std::filesystem::directory_iterator{directory}, {});
+    };
+    for (const char* const kept : {"/proc/self/fd", "/proc/self/map_files"}) {
+        const auto before = count(kept);
+        {
+            const Vek::Sensors::HidlWrapper::CompositeStream brief{std::string(300, 'x')};
+            EXPECT_EQ(count(kept), before + 1);
+        }
+        EXPECT_EQ(count(kept), before);
+    }
 }
 
 TEST_F(CompositeStreamTest, DeadlineInThePastReadsEveryStreamWithoutItsBit) {
@@ -69,7 +109,8 @@ TEST_F(CompositeStreamTest, WakeTogetherWithDataKeepsTheDataForTheNextWait) {
     // The bit is off the word: only what the composite kept lets this wait return.
     EXPECT_EQ(composite.wait(), WaitResult::DELIVERED);
     EXPECT_THAT(stream.calls, ElementsAre(Delivered{{1}, {}}));
-    EXPECT_EQ(composite.waitFor(1ns), WaitResult::NOTHING_DELIVERED);
+    composite.wake();
+    EXPECT_EQ(composite.wait(), WaitResult::WOKEN) << "it was kept once";
 }
 
 TEST_F(CompositeStreamTest, WaitsUntilAnotherThreadDeliversOrWakes) {
@@ -101,6 +142,10 @@ TEST_F(CompositeStreamDeathTest, FifteenStreamsAreServedInTheirOrderAndASixteent
     expectFatal({{assertion("streams_.size() == streams_.capacity()",
                             "cannot add any more streams, capacity = 15"),
                   [&] { addStream(); }}});
+    peer.failure = -EINVAL;
+    expectFatal({{assertion("status != android::NO_ERROR",
+                            "Unexpected error code from EventFlag::wait: status -22"),
+                  [&] { composite.wait(); }}});
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "stream/fake_stream.h"
 #include "support/allocation_count.h"
+#include "support/event_flag_peer.h"
 #include "support/fatal_calls.h"
 #include "support/queue_counters.h"
 
@@ -49,8 +50,24 @@ TEST_F(StreamHandleTest, PrepareCallCarriesQueueBitsAndClient) {
     EXPECT_EQ(second.end.readNotifyBit, 1U << 16);
     EXPECT_NE(stream.end.client, second.end.client);
     EXPECT_EQ(stream.end.client, stream.handle.client());
-    stream.end.client->getSensorClientInfo(
-        [](Hidl::Result, const auto& info) { EXPECT_EQ(std::string(info.name), "clientId"); });
+    stream.end.client->getSensorClientInfo([](Hidl::Result result, const auto& info) {
+        EXPECT_EQ(result, Hidl::Result::SUCCESS);
+        EXPECT_EQ(std::string(info.name), "clientId");
+    });
+}
+
+TEST_F(StreamHandleTest, ReadDoneIsSignalledWhenTheSpaceIsFree) {
+    FakeStream<DirectSample> stream;
+    stream.handle.addTo(composite);
+    ASSERT_TRUE(stream.end.write(samples(1, 32)));
+    EventFlagPeer service;
+    size_t room = 0;
+    service.duringWake = [&](uint32_t bits) {
+        EXPECT_EQ(bits, stream.end.readNotifyBit);
+        room = stream.end.queue->availableToWrite();
+    };
+    EXPECT_TRUE(stream.handle.read());
+    EXPECT_EQ(room, 32U);
 }
 
 TEST_F(StreamHandleTest, ReadLeavesAnEmptyQueueUntouched) {
@@ -118,11 +135,17 @@ TEST_F(StreamHandleDeathTest, WrongUseAndRefusalsAreFatal) {
                   [&] { stream.handle.addTo(composite); }}});
     stream.prepareResult = Hidl::Result::SUCCESS;
     stream.handle.addTo(composite);
+    ASSERT_TRUE(stream.end.write(samples(1, 1)));
+    EventFlagPeer service;
+    service.failure = -EINVAL;
     FakeStream<DirectSample> huge;
     huge.handle.setQueueSize(SIZE_MAX / 8);
     expectFatal(
         {{assertion("fmq_.has_value()", "Failed to set queue size: queue has been initialized."),
           [&] { stream.handle.setQueueSize(8); }},
+         {assertion("status != android::NO_ERROR",
+                    "Unexpected error code from EventFlag::wake: status -22"),
+          [&] { stream.handle.read(); }},
          {assertion("!fmq_->isValid()", "Failed to create fmq"),
           [&] { huge.handle.addTo(composite); }}});
 }

@@ -31,8 +31,8 @@ class FakeCameraStream : public RecordingService<Hidl::ICameraStream> {
             return deadObject();
         }
         end.accept(queue, client, config);
-        callback(result, recycleDescriptor, {recycleFlagHandle, 1U << 5, kRecycledBit});
-        return Void();
+        return deliver(callback)(result, recycleDescriptor,
+                                 Hidl::FmqConfig{recycleFlagHandle, 1U << 5, kRecycledBit});
     }
     MOCK_METHOD(Return<void>, getMetadata, (getMetadata_cb));
     MOCK_METHOD(Return<void>, getConfiguration, (const Client&, getConfiguration_cb));

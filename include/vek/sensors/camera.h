@@ -170,9 +170,10 @@ class ICameraProvider {
     /// Whether images are delivered as they leave the sensors, without corrections.
     virtual bool getRawImageMode() = 0;
 
-    /// The handlers are called when the service dies, as ServiceDisconnectHandler says. Register
-    /// right after the provider was made: a handler that comes after the death is not called. None
-    /// is removed before the provider is destroyed.
+    /// Adds a handler that is called when the service dies, as ServiceDisconnectHandler says.
+    /// Register right after the provider was made: a handler that comes after the death is not
+    /// called. A handler is removed only with the provider, whose destruction waits for handlers
+    /// that are running unless one of them is the caller.
     virtual void registerDisconnectEventHandler(ServiceDisconnectHandler&& handler) = 0;
 
     /// Starts several streams with one call, such that they start together. Null pointers are

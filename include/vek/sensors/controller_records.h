@@ -10,6 +10,7 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace Vek::Sensors {
 
@@ -218,13 +219,15 @@ struct ControllerInputData {
         STYLUS = 4,
     };
 
-    explicit ControllerInputData(const ButtonData& data) : kind(Kind::BUTTONS), buttons(data) {}
-    explicit ControllerInputData(const CurlData& data) : kind(Kind::CURL), curl(data) {}
+    explicit ControllerInputData(const ButtonData& data)
+        : ControllerInputData(Kind::BUTTONS, data) {}
+    explicit ControllerInputData(const CurlData& data) : ControllerInputData(Kind::CURL, data) {}
     explicit ControllerInputData(const PrecisionPadData& data)
-        : kind(Kind::PRECISION_PAD), precisionPad(data) {}
+        : ControllerInputData(Kind::PRECISION_PAD, data) {}
     explicit ControllerInputData(const MultiTouchData& data)
-        : kind(Kind::MULTI_TOUCH), multiTouch(data) {}
-    explicit ControllerInputData(const StylusData& data) : kind(Kind::STYLUS), stylus(data) {}
+        : ControllerInputData(Kind::MULTI_TOUCH, data) {}
+    explicit ControllerInputData(const StylusData& data)
+        : ControllerInputData(Kind::STYLUS, data) {}
 
     Kind kind;
     union {
@@ -234,6 +237,15 @@ struct ControllerInputData {
         MultiTouchData multiTouch;
         StylusData stylus;
     };
+
+  private:
+    template <typename Input>
+    ControllerInputData(Kind inputKind, const Input& data) {
+        // Before the member and behind it too, so that equal inputs are equal byte for byte.
+        std::memset(static_cast<void*>(this), 0, sizeof(*this));
+        kind = inputKind;
+        std::memcpy(static_cast<void*>(&curl), &data, sizeof(data));
+    }
 };
 
 /// One sample of a controller's inertial measurement unit (64 bytes).

@@ -1,8 +1,14 @@
 // The library's entry points.
 //
 // Each factory looks up the service's instance "default" and returns an object that the caller
-// owns, or an empty pointer, at once and without logging, when that service is not running.
-// Factories may be called from any thread.
+// owns, or an empty pointer if there is no such service. Whether there is one depends on the
+// system:
+// - On the device, a service that the device's manifest declares but that is not running yet is
+//   waited for; the runtime logs a line each second. One that is not declared is answered with an
+//   empty pointer at once and without logging.
+// - On the workstation no manifest is needed: a service that is not running is answered with an
+//   empty pointer at once and without logging.
+// createFlickerSensor never waits. Factories may be called from any thread.
 #pragma once
 
 #include <vek/sensors/camera.h>
@@ -39,7 +45,7 @@ VEK_SENSORS_EXPORT std::unique_ptr<IExternalTimingProvider> createExternalTiming
 VEK_SENSORS_EXPORT std::unique_ptr<ITambStream> createTambStream();
 
 /// @param service used as it is, without a look-up. If it is null, the running service is looked
-/// up; that there is none is logged.
+/// up without waiting, since not every device has this sensor; an error is logged if there is none.
 VEK_SENSORS_EXPORT std::unique_ptr<IFlickerSensorProvider> createFlickerSensor(
     android::sp<vendor::zelvan::hardware::sensors::V1_0::IFlickerSensor> service);
 
