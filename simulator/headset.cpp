@@ -6,6 +6,7 @@
 #include "controller/controller_devices.h"
 #include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
+#include "replay/played_sensors.h"
 
 namespace Simulator {
 
@@ -19,6 +20,10 @@ Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings
     const std::shared_ptr<ControllerFleet> fleet = controllerDevices->fleet();
     groups_.push_back(std::move(controllerDevices));
     groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults, fleet, clock));
+}
+
+Headset::Headset(const Playback& playback) {
+    groups_.push_back(std::make_unique<PlayedSensors>(playback));
 }
 
 std::string Headset::registerServices() {

@@ -9,6 +9,7 @@
 #include "device_group.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
+#include "replay/playback.h"
 #include "world/world.h"
 #include "world_clock.h"
 
@@ -16,9 +17,13 @@ namespace Simulator {
 
 class Headset {
   public:
+    /// Simulates a world.
     Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
             const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock,
             const std::shared_ptr<const World>& world);
+
+    /// Plays a recording back. Throws Recording::Error.
+    explicit Headset(const Playback& playback);
 
     /// As of DeviceGroup, for all groups.
     std::string registerServices();

@@ -102,6 +102,16 @@ void waitForEnd(const std::optional<double>& dieAfterSeconds) {
     }
 }
 
+Headset makeHeadset(const Options& options) {
+    const auto faults = std::make_shared<Faults>(options.faults);
+    const auto clock = std::make_shared<WorldClock>(options.speed);
+    if (!options.replay.directory.empty()) {
+        return Headset(openPlayback(options.replay, clock, faults));
+    }
+    return {faults, options.controllers, options.environment, clock,
+            std::make_shared<World>(options.world)};
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -128,9 +138,7 @@ int main(int argc, char** argv) try {
     allowManyDescriptors();
 
     android::hardware::configureRpcThreadpool(1, false);
-    Headset headset{std::make_shared<Faults>(options.faults), options.controllers,
-                    options.environment, std::make_shared<WorldClock>(options.speed),
-                    std::make_shared<World>(options.world)};
+    Headset headset = makeHeadset(options);
     const std::string problem = headset.registerServices();
     if (!problem.empty()) {
         fmt::print(stderr, "error: {}\n", problem);

@@ -14,6 +14,7 @@
 #include "calls.h"
 #include "controller/controller_options.h"
 #include "environment/environment_options.h"
+#include "replay/replay_arguments.h"
 #include "world/world_options.h"
 
 namespace Simulator {
@@ -106,6 +107,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     addWorldOptions(app, &options.world);
     addEnvironmentOptions(app, &options.environment);
     addControllerOptions(app, &options.controllers);
+    addReplayOptions(app, &options.replay);
     try {
         app.parse(argc, argv);
         for (const std::string& refusal : refusals) {

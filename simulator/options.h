@@ -9,6 +9,7 @@
 #include "controller/controller_settings.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
+#include "replay/replay_options.h"
 #include "world/world_settings.h"
 
 namespace Simulator {
@@ -18,6 +19,7 @@ struct Options {
     ControllerSettings controllers;
     EnvironmentSettings environment;
     WorldSettings world;
+    ReplayOptions replay;
     /// Of the world's clock; 0 if the clients pace it.
     double speed = 1;
     /// Counted from when the service can be found.

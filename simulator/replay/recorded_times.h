@@ -1,6 +1,7 @@
 // The times of a record of any kind, to be moved from the recording's clock to the world's.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -37,6 +38,11 @@ struct HasController<Record, std::void_t<decltype(Record::controller)>> : std::t
 
 }  // namespace RecordedTimes
 
+/// How many frames the set has; a file may say anything.
+inline size_t framesOf(const Hal::FrameSet& frameSet) {
+    return std::min<size_t>(frameSet.numFrames, decltype(frameSet.frames)::size());
+}
+
 /// Calls `action` with every time of the record that is one of CLOCK_MONOTONIC in ns, as an int64_t
 /// that it may change. A time of 0 was not recorded.
 template <typename Record, typename Action>
@@ -52,8 +58,8 @@ void forEachTime(Record& record, const Action& action) {
         action(record.arrivalTimestamp);
     }
     if constexpr (std::is_same_v<Record, Hal::FrameSet>) {
-        for (Hal::CameraFrame& frame : record.frames) {
-            forEachTime(frame, action);
+        for (size_t i = 0; i < framesOf(record); ++i) {
+            forEachTime(record.frames[i], action);
         }
     }
 }
@@ -68,8 +74,8 @@ int64_t arrivalOf(const Record& record) {
         return record.arrivalTimestamp != 0 ? record.arrivalTimestamp : record.timestamp;
     } else if constexpr (std::is_same_v<Record, Hal::FrameSet>) {
         int64_t arrival = record.timestamp;
-        for (const Hal::CameraFrame& frame : record.frames) {
-            arrival = frame.arrivalTimestamp > arrival ? frame.arrivalTimestamp : arrival;
+        for (size_t i = 0; i < framesOf(record); ++i) {
+            arrival = std::max(arrival, record.frames[i].arrivalTimestamp);
         }
         return arrival;
     } else if constexpr (HasTimestamp<Record>::value) {

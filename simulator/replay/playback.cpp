@@ -1,0 +1,108 @@
+// The recording's extent is that of the streams which are played.
+#include "replay/playback.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+#include "replay/recorded_stream.h"
+
+namespace Simulator {
+namespace {
+
+struct Extent {
+    int64_t begin = std::numeric_limits<int64_t>::max();
+    int64_t end = std::numeric_limits<int64_t>::min();
+};
+
+/// Reads all records.
+template <typename Record>
+void survey(const Recording::Reader& recording, const Recording::StreamInfo& stream,
+            Extent* extent) {
+    RecordedStream<Record> records(recording, stream, [](const Record& /*record*/) {});
+    for (; records.time(); records.advance()) {
+        extent->begin = std::min(extent->begin, *records.time());
+        extent->end = std::max(extent->end, *records.time());
+    }
+}
+
+using Survey = void (*)(const Recording::Reader&, const Recording::StreamInfo&, Extent*);
+
+/// What kind of records the streams have that can be played.
+const std::map<std::string, Survey>& surveys() {
+    static const std::map<std::string, Survey> all{
+        {"imu", survey<Hal::ImuData>},
+        {"mag", survey<Hal::MagData>},
+        {"iad", survey<Hal::IadData>},
+        {"flicker", survey<Hal::FlickerData>},
+        {"adc-flicker", survey<Hal::AdcFlickerData>},
+        {"ambient-light", survey<Hal::AmbientLightData>},
+        {"external-timing", survey<Hal::ExternalTimestampData>},
+        {"controller-state", survey<Hal::PairedControllerInfo>},
+        {"controller-imu", survey<Hal::ControllerImuData>},
+        {"controller-buttons", survey<Hal::ButtonData>},
+        {"controller-curl", survey<Hal::CurlData>},
+        {"controller-pad", survey<Hal::PrecisionPadData>},
+        {"controller-touch", survey<Hal::MultiTouchData>},
+        {"controller-stylus", survey<Hal::StylusData>},
+        {"controller-adc", survey<Hal::ControllerInputADCData>},
+        {"controller-pose", survey<Hal::PoseInput>},
+        {"controller-collision", survey<Hal::ControllerCollisionEvent>},
+        {"controller-link", survey<Hal::WirelessDeviceStats>},
+        {"camera-headset", survey<Hal::FrameSet>},
+        {"camera-hand", survey<Hal::FrameSet>},
+        {"camera-eye", survey<Hal::FrameSet>},
+        {"camera-depth", survey<Hal::FrameSet>},
+        {"camera-color", survey<Hal::FrameSet>},
+    };
+    return all;
+}
+
+}  // namespace
+
+const Recording::StreamInfo* Playback::find(std::string_view name) const {
+    const auto found =
+        std::find_if(streams.begin(), streams.end(),
+                     [name](const Recording::StreamInfo& stream) { return stream.name == name; });
+    return found == streams.end() ? nullptr : &*found;
+}
+
+Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldClock>& clock,
+                      const std::shared_ptr<Faults>& faults) {
+    Playback playback;
+    playback.recording = std::make_shared<Recording::Reader>(options.directory);
+    playback.faults = faults;
+    std::vector<std::string> names = options.streams;
+    if (names.empty()) {
+        for (const Recording::StreamInfo& stream : playback.recording->streams()) {
+            names.push_back(stream.name);
+        }
+    }
+    Extent extent;
+    for (const std::string& name : names) {
+        const Recording::StreamInfo* const stream = playback.recording->findStream(name);
+        const auto survey = surveys().find(name);
+        if (stream == nullptr || survey == surveys().end()) {
+            throw std::runtime_error(fmt::format(
+                "{}: {} stream '{}'", playback.recording->directory().string(),
+                stream == nullptr ? "there is no" : "this program cannot play the", name));
+        }
+        survey->second(*playback.recording, *stream, &extent);
+        playback.streams.push_back(*stream);
+    }
+    const auto begin = extent.begin + static_cast<int64_t>(options.start * 1e9);
+    if (extent.begin > extent.end || begin > extent.end) {
+        throw std::runtime_error(
+            fmt::format("{}: there is nothing to play", playback.recording->directory().string()));
+    }
+    playback.timeline = std::make_shared<PlaybackTimeline>(
+        clock, begin, extent.end, options.isLooped, options.areTimestampsKept);
+    return playback;
+}
+
+}  // namespace Simulator

@@ -1,0 +1,42 @@
+// What all that is played back from one recording have in common.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "faults.h"
+#include "recording/reader.h"
+#include "replay/played_stream.h"
+#include "replay/replay_options.h"
+
+namespace Simulator {
+
+struct Playback {
+    std::shared_ptr<const Recording::Reader> recording;
+    /// The streams that are played.
+    std::vector<Recording::StreamInfo> streams;
+    std::shared_ptr<PlaybackTimeline> timeline;
+    std::shared_ptr<Faults> faults;
+
+    /// @return null if the stream is not played
+    const Recording::StreamInfo* find(std::string_view name) const;
+
+    /// @return null if the stream is not played. Throws Recording::Error if it cannot be read
+    template <typename Record>
+    std::shared_ptr<PlayedStream<Record>> play(std::string_view name) const {
+        const Recording::StreamInfo* const stream = find(name);
+        return stream == nullptr
+                   ? nullptr
+                   : std::make_shared<PlayedStream<Record>>(*recording, *stream, timeline, faults);
+    }
+};
+
+/// Opens the recording and reads all of its streams once, so that what is broken is told before
+/// anybody listens. Throws Recording::Error, or std::runtime_error if there is nothing to play.
+Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldClock>& clock,
+                      const std::shared_ptr<Faults>& faults);
+
+}  // namespace Simulator

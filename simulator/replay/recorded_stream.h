@@ -1,0 +1,133 @@
+// The records of one stream of a recording, read one after the other.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "client_stream.h"
+#include "recording/layout.h"
+#include "recording/reader.h"
+#include "replay/player.h"
+#include "replay/record_fields.h"
+#include "replay/recorded_times.h"
+
+namespace Simulator {
+
+/// Reads the file as it plays, so that a recording may be of any length.
+template <typename Record>
+class RecordedStream final : public PlayedRecords {
+  public:
+    using Deliver = std::function<void(const Record&)>;
+
+    /// Throws Recording::Error if the file cannot be read.
+    /// @param controller the address of the controller whose records alone are read
+    RecordedStream(const Recording::Reader& recording, const Recording::StreamInfo& stream,
+                   Deliver deliver, std::optional<uint64_t> controller = std::nullopt)
+        : csv_(recording.open(stream)),
+          reader_(csv_),
+          receivedColumn_(csv_.column(Recording::kReceivedTitle)),
+          isNumbered_(csv_.column("sequence") >= 0),
+          controller_(controller),
+          deliver_(std::move(deliver)) {
+        RecordedStream::advance();
+    }
+
+    std::optional<int64_t> time() const override { return time_; }
+    const Record& record() const { return record_; }
+
+    void advance() override {
+        do {
+            if (!csv_.next()) {
+                time_.reset();
+                return;
+            }
+            record_ = Record{};
+            reader_.read(record_);
+        } while (controller_ && counterOf(record_) != *controller_);
+        const int64_t received = receivedColumn_ < 0 ? 0 : csv_.number<int64_t>(receivedColumn_);
+        fillInTimes(received);
+        const int64_t arrival = arrivalOf(record_);
+        const int64_t time = arrival != 0 ? arrival : received;
+        if (time_ && time < *time_) {
+            throw csv_.error(fmt::format("the time goes back: {} ns behind {} ns", time, *time_));
+        }
+        time_ = time;
+        if (auto* const sequence = sequenceOf(record_)) {
+            Counter& counter = counters_[counterOf(record_)];
+            if (!isNumbered_) {
+                *sequence = static_cast<std::decay_t<decltype(*sequence)>>(
+                    counter.isKnown ? counter.last + 1 : 0);
+            }
+            counter.first = counter.isKnown ? counter.first : *sequence;
+            counter.isKnown = true;
+            counter.last = *sequence;
+        }
+    }
+
+    void rewind() override {
+        // The numbers go on where the last pass ended.
+        for (auto& [controller, counter] : counters_) {
+            counter.offset += counter.last - counter.first + 1;
+            counter.isKnown = false;
+        }
+        csv_.rewind();
+        time_.reset();
+        advance();
+    }
+
+    void deliver(int64_t shift, WorldClock::Time /*arrival*/, bool isFirst) override {
+        Record record = record_;
+        forEachTime(record, [shift](int64_t& time) { time += time == 0 ? 0 : shift; });
+        if constexpr (std::is_same_v<Record, Hal::CurlData>) {
+            record.sampleTime += static_cast<double>(shift) * 1e-9;
+        }
+        if (auto* const sequence = sequenceOf(record)) {
+            *sequence +=
+                static_cast<std::decay_t<decltype(*sequence)>>(counters_[counterOf(record)].offset);
+        }
+        if (isFirst) {
+            Discontinuity<Record>::mark(&record);
+        }
+        deliver_(record);
+    }
+
+  private:
+    /// The numbers of one sensor or controller.
+    struct Counter {
+        bool isKnown = false;
+        uint64_t first = 0;
+        uint64_t last = 0;
+        uint64_t offset = 0;
+    };
+
+    /// Recordings by others have no times of arrival, and clients do not get to see the times of
+    /// most of the controllers' inputs.
+    void fillInTimes(int64_t received) {
+        const auto fill = [received](auto& times) {
+            times.timestamp = times.timestamp != 0 ? times.timestamp : received;
+            times.arrivalTimestamp =
+                times.arrivalTimestamp != 0 ? times.arrivalTimestamp : times.timestamp;
+        };
+        if constexpr (RecordedTimes::HasHeader<Record>::value) {
+            fill(record_.header);
+        } else if constexpr (RecordedTimes::HasArrival<Record>::value) {
+            fill(record_);
+        }
+    }
+
+    Recording::CsvReader csv_;
+    Recording::RecordReader<Record> reader_;
+    const int receivedColumn_;
+    const bool isNumbered_;
+    const std::optional<uint64_t> controller_;
+    const Deliver deliver_;
+    Record record_{};
+    std::optional<int64_t> time_;
+    std::map<uint64_t, Counter> counters_;
+};
+
+}  // namespace Simulator
