@@ -30,10 +30,28 @@ Parsed parse(std::vector<const char*> arguments) {
 }
 
 TEST(OptionsTest, EveryOptionReachesItsSetting) {
-    const Parsed parsed = parse(
-        {"--quiet", "--ready-fd", "2", "--refuse", "IImu.controlStream=BAD_STATE", "--getter-error",
-         "IMag.getProperties=FAILURE", "--refuse", "IIad.prepareStream=IGNORED",
-         "--die-after-records", "100", "--die-after-seconds", "0.5", "--summary", "summary.txt"});
+    const Parsed parsed = parse({"--quiet",
+                                 "--ready-fd",
+                                 "2",
+                                 "--refuse",
+                                 "IImu.controlStream=BAD_STATE",
+                                 "--getter-error",
+                                 "IMag.getProperties=FAILURE",
+                                 "--refuse",
+                                 "IIad.prepareStream=IGNORED",
+                                 "--die-after-records",
+                                 "100",
+                                 "--die-after-seconds",
+                                 "0.5",
+                                 "--summary",
+                                 "summary.txt",
+                                 "--seed",
+                                 "7",
+                                 "--ideal",
+                                 "--trajectory",
+                                 "/dev/null",
+                                 "--ground-truth",
+                                 "truth.csv"});
     const auto* options = std::get_if<Options>(&parsed.result);
     ASSERT_NE(options, nullptr) << parsed.err;
     EXPECT_TRUE(options->isQuiet);
@@ -41,6 +59,10 @@ TEST(OptionsTest, EveryOptionReachesItsSetting) {
     EXPECT_EQ(options->summaryFile, "summary.txt");
     EXPECT_EQ(options->faults.dieAfterRecords, 100U);
     EXPECT_EQ(options->dieAfterSeconds, 0.5);
+    EXPECT_EQ(options->world.seed, 7U);
+    EXPECT_TRUE(options->world.isIdeal);
+    EXPECT_EQ(options->world.trajectory, "/dev/null");
+    EXPECT_EQ(options->world.groundTruth, "truth.csv");
     EXPECT_THAT(options->faults.results,
                 ElementsAre(Pair("IIad.prepareStream", Hal::Result::IGNORED),
                             Pair("IImu.controlStream", Hal::Result::BAD_STATE),
@@ -65,6 +87,8 @@ TEST(OptionsTest, WrongUsageNamesTheOptionAndTheValue) {
         {{"--die-after-records", "0"}, {"--die-after-records", "0"}},
         {{"--die-after-records", "many"}, {"--die-after-records", "many"}},
         {{"--die-after-seconds", "-1"}, {"--die-after-seconds", "-1"}},
+        {{"--sensors", "/nonexistent"}, {"--sensors", "/nonexistent"}},
+        {{"--ideal", "--sensors", "/dev/null"}, {"--ideal", "--sensors"}},
         {{"--fast"}, {"--fast"}},
         {{"file"}, {"file"}},
     };

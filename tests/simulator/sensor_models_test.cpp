@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "controller/controller_model.h"
+#include "world/clocks.h"
 
 namespace {
 
@@ -143,9 +144,9 @@ TEST(ImuModelTest, IntegratedFromTheTruthItLeadsToTheTruthButForItsNoise) {
     ImuModel real = makeImu(noisyWorld);
     double velocity = 0;
     double angle = 0;
-    constexpr int kRounds = 30;
+    constexpr int kRounds = 15;
     for (int round = 0; round < kRounds; ++round) {
-        const int64_t begin = round * 10 * kSecond;
+        const int64_t begin = round * 20 * kSecond;
         const Motion truth = idealWorld->trajectory.at(begin + kSecond);
         const auto turnFrom = [&truth](const Motion& reached) {
             return vectorOf(truth.pose.orientation.conjugate() * reached.pose.orientation);
@@ -292,7 +293,7 @@ TEST(SensorSettingsTest, FileChangesWhatItNamesAndWhatIsWrongInItIsNamed) {
     std::remove(file.c_str());
 }
 
-TEST(ControllerModelTest, CollisionIsSeenByTheImuWhenItsEventSaysSo) {
+TEST(ControllerModelTest, ImuFeelsACollisionWhenItsEventSaysSoAndShowsTheControllersClock) {
     const auto world = makeWorld(withoutErrors(defaultSensors()));
     ControllerModel model{{1}, "controller", {Hand::kLeft, Pose{}, 0}, world};
     EXPECT_FALSE(model.collision(instantAt(3'990'000'000, 100)));
@@ -308,6 +309,12 @@ TEST(ControllerModelTest, CollisionIsSeenByTheImuWhenItsEventSaysSo) {
     EXPECT_NEAR(felt.dot(direction), blow->peakAcceleration, 1);
     EXPECT_NEAR(felt.norm(), blow->peakAcceleration, 1);
     EXPECT_LT((accelerationAt(blow->timestamp + 5'000'000) - before).norm(), 1);
+
+    using Domain = Hal::TimeDomain;
+    const Hal::ControllerImuData record = model.imu(instantAt(10 * kSecond, 500), 25);
+    EXPECT_EQ(record.controllerTime,
+              static_cast<uint32_t>(
+                  *translate(record.timestamp, Domain::MONOTONIC, Domain::CONTROLLER) / 1000));
 }
 
 }  // namespace
