@@ -86,5 +86,6 @@ function(moriak_hidl_tables target)
     add_custom_target(${target}_files DEPENDS ${directory}/methods.h ${directory}/fields.h)
     add_library(${target} INTERFACE)
     add_dependencies(${target} ${target}_files)
-    target_include_directories(${target} SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/hidl_tables)
+    target_include_directories(${target} SYSTEM INTERFACE
+        ${CMAKE_BINARY_DIR}/hidl_tables ${PROJECT_SOURCE_DIR}/hal)
 endfunction()

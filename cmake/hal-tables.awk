@@ -66,23 +66,13 @@ END {
         print ""
         exit
     }
-    print ""
+    print "#include \"method_table.h\"\n"
     for (i = 1; i <= interfaceCount; ++i) {
         base = interfaces[i]
         sub(/^I/, "BpHw", base)
         print "#include <" path "/" version "/" base ".h>"
     }
-    print "\nnamespace " namespace " {\n"
-    print "/// \"Interface.method\"."
-    print "template <auto method>\ninline constexpr const char* kMethodName = nullptr;"
-    print "/// The methods of an interface.\ntemplate <auto... methods>\nstruct MethodList {};"
-    print "template <typename Interface>\nstruct MethodsOf;\ntemplate <typename... Types>\nstruct TypeList {};"
-    print "/// The class that calls an interface's methods in another process."
-    print "template <typename Interface>\nstruct ProxyOf;"
-    print "/// Hands every call of an interface to"
-    print "/// `Base::onCall<method>(proceed, arguments...)`, of which `proceed(arguments...)` is"
-    print "/// Base's own method."
-    print "template <typename Base, typename Interface>\nclass EveryMethod;"
+    print "\nnamespace HalTable {\n\nusing namespace ::" namespace ";"
     for (i = 1; i <= interfaceCount; ++i) {
         interface = interfaces[i]
         list = body = ""

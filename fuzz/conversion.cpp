@@ -133,14 +133,12 @@ void checkMuxState(FuzzedDataProvider& input) {
 
 /// A camera's texts, those of its calibration in memory that holds nothing else.
 void checkCalibration(FuzzedDataProvider& input) {
-    const sp<FakeCameraProvider> service = new testing::NiceMock<FakeCameraProvider>;
+    const sp<Fake<Hidl::ICameraProvider>> service = new Fake<Hidl::ICameraProvider>;
     const std::string first = input.ConsumeRandomLengthString() + "x";
     const std::string second = input.ConsumeRandomLengthString() + "y";
-    ON_CALL(*service, getProperties).WillByDefault([&](auto callback) {
-        callback(Hidl::Result::SUCCESS, {{7, first, second}});
-        return Void();
-    });
-    ON_CALL(*service, getCalibrationData).WillByDefault([&](uint32_t, auto callback) {
+    service->returns<&Hidl::ICameraProvider::getProperties>(
+        hidl_vec<Hidl::CameraProperties>{{7, first, second}});
+    service->on<&Hidl::ICameraProvider::getCalibrationData>([&](uint32_t, const auto& callback) {
         callback(Hidl::Result::SUCCESS, handleOf({sharedMemory(first), sharedMemory(second)}));
         return Void();
     });

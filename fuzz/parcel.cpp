@@ -7,22 +7,7 @@
 // (four bytes).
 #include <hidl/HidlTransportSupport.h>
 #include <sys/eventfd.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwCameraProvider.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwCameraStream.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwCameraStreamControlTarget.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwCameraStreamController.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwControllerManagementClient.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwControllerProvider.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwControllerStateProvider.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwControllerStreamingClient.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwExternalTimingProvider.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwFaceEyeTrackingLed.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwFlickerSensor.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwIad.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwImu.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwMag.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwMotionSensorProvider.h>
-#include <vendor/zelvan/hardware/sensors/1.0/BpHwTambril.h>
+#include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
 #include <algorithm>
 #include <map>
@@ -85,13 +70,8 @@ class Peer : public IBinder {
 class Objects {
   public:
     Objects() {
-        forward<Hidl::BpHwCameraProvider, Hidl::BpHwCameraStream,
-                Hidl::BpHwCameraStreamControlTarget, Hidl::BpHwCameraStreamController,
-                Hidl::BpHwControllerManagementClient, Hidl::BpHwControllerProvider,
-                Hidl::BpHwControllerStateProvider, Hidl::BpHwControllerStreamingClient,
-                Hidl::BpHwExternalTimingProvider, Hidl::BpHwFaceEyeTrackingLed,
-                Hidl::BpHwFlickerSensor, Hidl::BpHwIad, Hidl::BpHwImu, Hidl::BpHwMag,
-                Hidl::BpHwMotionSensorProvider, Hidl::BpHwTambril>();
+        forward(HalTable::Interfaces{});
+        // Those of the library take the places of some.
         serve<Hidl::ISensorClient>(new HidlWrapper::SensorClient("client"));
         serve<Hidl::IFrameConfigCallback>(
             new HidlWrapper::FrameSetConfigUpdateCallback([](const auto&) {}));
@@ -114,13 +94,13 @@ class Objects {
     const sp<Peer> peer = new Peer;
 
   private:
-    template <typename... Proxies>
-    void forward() {
+    template <typename... Interfaces>
+    void forward(HalTable::TypeList<Interfaces...> /*interfaces*/) {
         const auto add = [this](const auto& interface) {
             const char* const name = std::decay_t<decltype(*interface)>::descriptor;
             stubs_[name] = details::getBnConstructorMap().get(name)(interface.get());
         };
-        (add(sp<typename Proxies::Pure>(new Proxies(peer))), ...);
+        (add(sp<Interfaces>(new typename HalTable::ProxyOf<Interfaces>::Type(peer))), ...);
     }
     template <typename Interface>
     void serve(const sp<Interface>& object) {

@@ -6,28 +6,28 @@ namespace {
 
 /// The service calls these; it does not answer them.
 using ServedByClients =
-    Hal::TypeList<Hal::ICameraStreamControlTarget, Hal::IFrameConfigCallback,
-                  Hal::IProgressUpdateCallback, Hal::ISensorClient, Hal::ITambrilCallback>;
+    HalTable::TypeList<Hal::ICameraStreamControlTarget, Hal::IFrameConfigCallback,
+                       Hal::IProgressUpdateCallback, Hal::ISensorClient, Hal::ITambrilCallback>;
 
 template <typename Wanted, typename... Types>
-constexpr bool contains(const Hal::TypeList<Types...> /*types*/) {
+constexpr bool contains(const HalTable::TypeList<Types...> /*types*/) {
     return (std::is_same_v<Wanted, Types> || ...);
 }
 
 template <auto... methods>
-void addMethods(std::vector<Call>* calls, Hal::MethodList<methods...> /*list*/) {
-    (calls->push_back({Hal::kMethodName<methods>, kindOf<methods>()}), ...);
+void addMethods(std::vector<Call>* calls, HalTable::MethodList<methods...> /*list*/) {
+    (calls->push_back({HalTable::kMethodName<methods>, kindOf<methods>()}), ...);
 }
 
 template <typename Interface>
 void addInterface(std::vector<Call>* calls) {
     if constexpr (!contains<Interface>(ServedByClients{})) {
-        addMethods(calls, Hal::MethodsOf<Interface>{});
+        addMethods(calls, HalTable::MethodsOf<Interface>{});
     }
 }
 
 template <typename... Interfaces>
-std::vector<Call> collect(const Hal::TypeList<Interfaces...> /*interfaces*/) {
+std::vector<Call> collect(const HalTable::TypeList<Interfaces...> /*interfaces*/) {
     std::vector<Call> calls;
     (addInterface<Interfaces>(&calls), ...);
     return calls;
@@ -36,7 +36,7 @@ std::vector<Call> collect(const Hal::TypeList<Interfaces...> /*interfaces*/) {
 }  // namespace
 
 const std::vector<Call>& allCalls() {
-    static const std::vector<Call> calls = collect(Hal::Interfaces{});
+    static const std::vector<Call> calls = collect(HalTable::Interfaces{});
     return calls;
 }
 

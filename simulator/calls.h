@@ -1,10 +1,8 @@
 // The calls that the service answers, out of the HAL's table of methods, and how each can fail.
 #pragma once
 
-#include <hidl/Status.h>
 #include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
-#include <functional>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -24,51 +22,26 @@ enum class CallKind {
     INFALLIBLE,
 };
 
-/// What calls answer with in the HAL: a value, or values given to a function that comes last.
-template <typename Method>
-struct Signature;
-template <typename Interface, typename Value, typename... Parameters>
-struct Signature<android::hardware::Return<Value> (Interface::*)(Parameters...)> {
-    using Answer = std::tuple<Value>;
-};
-template <typename Interface>
-struct Signature<android::hardware::Return<void> (Interface::*)()> {
-    using Answer = std::tuple<>;
-};
-template <typename Parameter>
-struct CallbackValues {
-    using Type = std::tuple<>;
-};
-template <typename... Values>
-struct CallbackValues<std::function<void(Values...)>> {
-    using Type = std::tuple<std::decay_t<Values>...>;
-};
-template <typename Interface, typename... Parameters>
-struct Signature<android::hardware::Return<void> (Interface::*)(Parameters...)> {
-    using Answer = typename CallbackValues<
-        std::tuple_element_t<sizeof...(Parameters) - 1, std::tuple<Parameters...>>>::Type;
-};
-
 template <auto method, auto... methods>
-constexpr bool isOneOf(Hal::MethodList<methods...> /*list*/) {
-    constexpr std::string_view name = Hal::kMethodName<method>;
-    return ((name == Hal::kMethodName<methods>) || ...);
+constexpr bool isOneOf(HalTable::MethodList<methods...> /*list*/) {
+    constexpr std::string_view name = HalTable::kMethodName<method>;
+    return ((name == HalTable::kMethodName<methods>) || ...);
 }
 
 /// Nobody can be told that one of these failed. A new method without an answer is added here.
-using CallsWithoutAnswer = Hal::MethodList<
+using CallsWithoutAnswer = HalTable::MethodList<
     &Hal::ICameraStream::setExposureGain, &Hal::ICameraStream::setPhaseOffset,
     &Hal::IControllerManagementClient::release, &Hal::IControllerStreamingClient::release,
     &Hal::IControllerStreamingClient::enable, &Hal::IControllerStreamingClient::disable>;
 
 template <auto method>
 constexpr CallKind kindOf() {
-    using Answer = typename Signature<decltype(method)>::Answer;
+    using Answer = HalTable::AnswerOf<method>;
     constexpr bool hasAnswer = std::tuple_size_v<Answer> != 0;
     static_assert(hasAnswer != isOneOf<method>(CallsWithoutAnswer{}));
     if constexpr (hasAnswer) {
         using First = std::tuple_element_t<0, Answer>;
-        constexpr std::string_view name = Hal::kMethodName<method>;
+        constexpr std::string_view name = HalTable::kMethodName<method>;
         constexpr bool saysWhether =
             std::is_same_v<First, Hal::Result> || std::is_same_v<First, bool>;
         return saysWhether && name.find(".get") == std::string_view::npos ? CallKind::CONTROL

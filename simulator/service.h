@@ -44,12 +44,12 @@ class WithFaults : public Implementation {
     auto onCall(const Proceed& proceed, Arguments&... arguments) const
         -> decltype(proceed(arguments...)) {
         constexpr CallKind kind = kindOf<method>();
-        const Hal::Result fault = callFaults_->resultOf(Hal::kMethodName<method>);
+        const Hal::Result fault = callFaults_->resultOf(HalTable::kMethodName<method>);
         if constexpr (kind != CallKind::INFALLIBLE) {
             if (fault != Hal::Result::SUCCESS) {
-                ALOGW("%s of process %d has a fault: %s", Hal::kMethodName<method>,
+                ALOGW("%s of process %d has a fault: %s", HalTable::kMethodName<method>,
                       callingProcess(), toString(fault).c_str());
-                using Answer = typename Signature<decltype(method)>::Answer;
+                using Answer = HalTable::AnswerOf<method>;
                 return answer<kind, Answer>(fault, proceed, arguments...);
             }
         }
@@ -114,7 +114,7 @@ template <typename Implementation, typename... Arguments>
 android::sp<Implementation> makeService(std::shared_ptr<const Faults> faults,
                                         Arguments&&... arguments) {
     using Interface = typename Implementation::Interface;
-    return new Hal::EveryMethod<WithFaults<Implementation>, Interface>(
+    return new HalTable::EveryMethod<WithFaults<Implementation>, Interface>(
         std::move(faults), std::forward<Arguments>(arguments)...);
 }
 

@@ -4,9 +4,7 @@
 #include <cutils/ashmem.h>
 #include <fmq/EventFlag.h>
 #include <fmq/MessageQueue.h>
-#include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
-#include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
-#include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
+#include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
 #include <optional>
 
@@ -17,7 +15,6 @@ namespace Bench {
 namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
 using android::sp;
 using android::hardware::EventFlag;
-using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::Void;
@@ -58,22 +55,27 @@ class StreamEnd {
     Hal::FmqConfig config_;
 };
 
-/// A method that no benchmark calls.
-#define NOT_CALLED(Type, method, parameters)                                                  \
-    Return<Type> method parameters override {                                                 \
-        return android::hardware::Status::fromExceptionCode(                                  \
-            android::hardware::Status::EX_TRANSACTION_FAILED, #method " is not served here"); \
+/// Serves none of the interface's methods; what the benchmarks call is added.
+template <typename Interface>
+class NotServed : public Interface {
+  protected:
+    template <auto method, typename Proceed, typename... Arguments>
+    auto onCall(const Proceed& /*proceed*/, Arguments&... /*arguments*/)
+        -> std::invoke_result_t<Proceed, Arguments&...> {
+        return android::hardware::Status::fromExceptionCode(
+            android::hardware::Status::EX_TRANSACTION_FAILED, HalTable::kMethodName<method>);
     }
+};
+template <typename Interface>
+using PartlyServed = HalTable::EveryMethod<NotServed<Interface>, Interface>;
 
-class Imu : public Hal::IImu {
+class Imu : public PartlyServed<Hal::IImu> {
   public:
-    NOT_CALLED(void, getProperties, (getProperties_cb))
     Return<Hal::Result> prepareStream(const Queue<Hal::ImuData>::Descriptor& queue,
                                       HalClient /*client*/, const Hal::FmqConfig& config) override {
         samples.take(queue, config);
         return Hal::Result::SUCCESS;
     }
-    NOT_CALLED(Hal::Result, controlStream, (HalClient, Hal::StreamCommand))
     Return<Hal::Result> configureStream(
         const Hal::MotionStreamProperties& /*properties*/) override {
         return Hal::Result::SUCCESS;
@@ -82,7 +84,7 @@ class Imu : public Hal::IImu {
     StreamEnd<Hal::ImuData> samples;
 };
 
-class CameraStream : public Hal::ICameraStream {
+class CameraStream : public PartlyServed<Hal::ICameraStream> {
   public:
     CameraStream() {
         native_handle_t* const handle = native_handle_create(1, 0);
@@ -107,18 +109,6 @@ class CameraStream : public Hal::ICameraStream {
         callback(Hal::Result::SUCCESS, *recycled_.getDesc(), config_);
         return Void();
     }
-    NOT_CALLED(void, getMetadata, (getMetadata_cb))
-    NOT_CALLED(void, getConfiguration, (HalClient, getConfiguration_cb))
-    NOT_CALLED(Hal::Result, controlStream, (HalClient, Hal::StreamCommand))
-    NOT_CALLED(Hal::Result, startOverridingExposureSettings, (HalClient))
-    NOT_CALLED(Hal::Result, stopOverridingExposureSettings, (HalClient))
-    NOT_CALLED(void, registerFrameConfigCallback,
-               (HalClient, const sp<Hal::IFrameConfigCallback>&, registerFrameConfigCallback_cb))
-    NOT_CALLED(void, setExposureGain, (HalClient, const Hal::ExposureGainSettings&))
-    NOT_CALLED(void, setPhaseOffset, (uint64_t))
-    NOT_CALLED(Hal::Result, setCameraSyncMode, (Hal::CameraSyncMode))
-    NOT_CALLED(Hal::Result, writeSessionOcalData, (const hidl_string&, const hidl_vec<uint8_t>&))
-    NOT_CALLED(Hal::Result, setResolution, (const hidl_vec<Hal::Resolution>&))
 
   private:
     StreamEnd<Hal::FrameSet> out_;
@@ -128,36 +118,19 @@ class CameraStream : public Hal::ICameraStream {
     Hal::FrameSet back_{};
 };
 
-class CameraProvider : public Hal::ICameraProvider {
+class CameraProvider : public PartlyServed<Hal::ICameraProvider> {
   public:
     Return<sp<Hal::ICameraStream>> getStream(Hal::FrameType /*type*/) override { return stream; }
-    NOT_CALLED(void, getProperties, (getProperties_cb))
-    NOT_CALLED(void, getCalibrationData, (uint32_t, getCalibrationData_cb))
-    NOT_CALLED(sp<Hal::ICameraStream>, getStreamByPurpose, (const hidl_string&, const hidl_string&))
-    NOT_CALLED(sp<Hal::ICameraStreamController>, getStreamController,
-               (const hidl_string&, const hidl_string&))
-    NOT_CALLED(Hal::UtilityFrequency, getUtilityFrequency, ())
-    NOT_CALLED(Hal::Result, setUtilityFrequency, (Hal::UtilityFrequency))
-    NOT_CALLED(void, getChannels, (getChannels_cb))
-    NOT_CALLED(Hal::Result, setChannels, (const Hal::ChannelSettings&))
-    NOT_CALLED(Hal::Result, applyMuxMode, (const hidl_string&, uint8_t))
-    NOT_CALLED(Hal::Result, setFrameRate, (const Hal::FrameRateSettings&))
-    NOT_CALLED(bool, getRawImageMode, ())
-    NOT_CALLED(Hal::Result, controlEvery,
-               (const hidl_vec<sp<Hal::ICameraStreamControlTarget>>&, Hal::StreamCommand))
 
     const sp<CameraStream> stream = new CameraStream;
 };
 
-class Tambril : public Hal::ITambril {
+class Tambril : public PartlyServed<Hal::ITambril> {
   public:
-    NOT_CALLED(uint32_t, getProtocolVersion, ())
-    NOT_CALLED(uint32_t, getMaxPayloadSize, ())
     Return<Hal::Result> registerClient(Hal::KivraRpcClientId /*client*/,
                                        const sp<Hal::ITambrilCallback>& /*callback*/) override {
         return Hal::Result::SUCCESS;
     }
-    NOT_CALLED(Hal::Result, unregisterClient, (Hal::KivraRpcClientId))
     Return<Hal::Result> sendMessage(const sp<Hal::ITambrilCallback>& callback,
                                     const Hal::ControllerAddr& address, uint32_t procedure,
                                     const hidl_vec<uint8_t>& payload) override {
@@ -169,9 +142,6 @@ class Tambril : public Hal::ITambril {
         }
         return Hal::Result::SUCCESS;
     }
-    NOT_CALLED(int64_t, translateTime, (int64_t, Hal::TimeDomain, Hal::TimeDomain))
 };
-
-#undef NOT_CALLED
 
 }  // namespace Bench

@@ -16,25 +16,27 @@ using namespace TestSupport;
 using namespace Vek::Sensors;
 using HidlWrapper::CameraProvider;
 
-class CameraProviderTest : public CameraTest {
+class CameraProviderTest : public Test {
   protected:
+    using I = Hidl::ICameraProvider;
+
     void listCameras(const hidl_vec<Hidl::CameraProperties>& cameras,
                      Hidl::Result result = Hidl::Result::SUCCESS) {
-        ON_CALL(*service, getProperties).WillByDefault([=](auto callback) {
+        service->on<&I::getProperties>([=](const auto& callback) {
             callback(result, cameras);
             return Void();
         });
     }
 
-    sp<FakeCameraProvider> service = new NiceMock<FakeCameraProvider>;
-    sp<Hidl::ICameraStream> hidlStream = new NiceMock<FakeCameraStream>;
+    sp<Fake<I>> service = new Fake<I>;
+    sp<Hidl::ICameraStream> hidlStream = new FakeCameraStream;
     CameraProvider provider{sp<Hidl::ICameraProvider>(service)};
 };
 using CameraProviderDeathTest = CameraProviderTest;
 
 TEST_F(CameraProviderTest, CamerasAreListedEvenWithErrorsThatAreLogged) {
     listCameras({{1, "left", "sensor A"}, {0, "right", "sensor B"}}, Hidl::Result::FAILURE);
-    ON_CALL(*service, getCalibrationData).WillByDefault([](auto camera, auto callback) {
+    service->on<&I::getCalibrationData>([](auto camera, const auto& callback) {
         callback(Hidl::Result::BAD_STATE,
                  handleOf({sharedMemory(std::to_string(camera)), sharedMemory("2")}));
         return Void();
@@ -82,7 +84,7 @@ TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
         {handleOf({good(), writeOnly()}), "good", "", 1},
         {handleOf({good(), good(), shrinkable()}), "good", "good", 0},
     };
-    ON_CALL(*service, getCalibrationData).WillByDefault([&](uint32_t camera, auto callback) {
+    service->on<&I::getCalibrationData>([&](uint32_t camera, const auto& callback) {
         callback(Hidl::Result::SUCCESS, cases.at(camera).handle);
         return Void();
     });
@@ -99,8 +101,8 @@ TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
 }
 
 TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
-    EXPECT_CALL(*service, getStreamByPurpose({"head"}, {"wide"})).WillOnce([&](auto...) {
-        return hidlStream;
+    service->on<&I::getStreamByPurpose>([&](const auto& purpose, const auto& variant) {
+        return purpose == "head" && variant == "wide" ? hidlStream : nullptr;
     });
     const auto stream = provider.getStreamByPurpose("head", "wide", "tracker");
     ASSERT_NE(stream, nullptr);
@@ -109,9 +111,10 @@ TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
     const sp<Hidl::ICameraStream> named = stream->streamControlTarget()->getStream();
     EXPECT_EQ(named, hidlStream);
 
-    EXPECT_CALL(*service, getStream(Hidl::FrameType::DEPTH)).WillOnce([](auto) { return nullptr; });
-    EXPECT_CALL(*service, getStreamByPurpose).WillOnce([](auto...) { return nullptr; });
-    EXPECT_CALL(*service, getStreamController({"eyes"}, {"left"})).WillOnce([](auto...) {
+    service->on<&I::getStream>(
+        [&](auto type) { return type == Hidl::FrameType::DEPTH ? nullptr : hidlStream; });
+    service->on<&I::getStreamController>([&](const auto& purpose, const auto& variant) {
+        EXPECT_TRUE(purpose == "eyes" && variant == "left");
         return nullptr;
     });
     CapturedLog log;
@@ -123,51 +126,47 @@ TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
 
 TEST_F(CameraProviderTest, SettingsGoOutAndComeInUnchanged) {
     constexpr auto kFrequency = static_cast<Hidl::UtilityFrequency>(77);
-    EXPECT_CALL(*service, getUtilityFrequency).WillOnce([&] { return kFrequency; });
-    EXPECT_CALL(*service, setUtilityFrequency(kFrequency));
+    service->returns<&I::getUtilityFrequency>(kFrequency);
     provider.setUtilityFrequency(provider.getUtilityFrequency());
-    EXPECT_CALL(*service, getRawImageMode).WillOnce([] { return true; });
     EXPECT_TRUE(provider.getRawImageMode());
-    EXPECT_CALL(*service, setFrameRate).WillOnce([](auto& settings) {
-        EXPECT_THAT(settings.frameRates,
-                    ElementsAre(Hidl::FrameRate::FPS_90, Hidl::FrameRate::FPS_30));
-        EXPECT_THAT(settings.frameTypes, ElementsAre(Hidl::FrameType::EYE));
-        return Hidl::Result::SUCCESS;
-    });
     provider.setFrameRate({{FrameRate::FPS_90, FrameRate::FPS_30}, {FrameType::EYE}});
 
     const auto unknown = static_cast<Hidl::FrameType>(25);
-    EXPECT_CALL(*service, getChannels).WillOnce([&](auto callback) {
-        callback({{Hidl::FrameType::COLOR, unknown}});
-        return Void();
-    });
-    EXPECT_CALL(*service, setChannels).WillOnce([&](auto& settings) {
-        EXPECT_THAT(settings.channels, ElementsAre(Hidl::FrameType::COLOR, unknown));
-        return Hidl::Result::SUCCESS;
-    });
+    service->returns<&I::getChannels>(Hidl::ChannelSettings{{Hidl::FrameType::COLOR, unknown}});
     provider.setChannels(provider.getChannels());
 
     CapturedLog log;
-    EXPECT_CALL(*service, applyMuxMode({"tracking"}, 255)).Times(2);
     EXPECT_TRUE(provider.applyMuxMode("tracking", 255));
-    allAnswer<Hidl::Result::IGNORED>();
+    service->result = Hidl::Result::IGNORED;
     EXPECT_FALSE(provider.applyMuxMode("tracking", 255));
+    EXPECT_THAT(service->calls,
+                ElementsAre("setUtilityFrequency 0x4d",
+                            "setFrameRate {.frameRates = [FPS_90, FPS_30], .frameTypes = [EYE]}",
+                            "setChannels {.channels = [COLOR, 0x19]}",
+                            "applyMuxMode \"tracking\" 255", "applyMuxMode \"tracking\" 255"));
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
 TEST_F(CameraProviderTest, SeveralStreamsTakeOneCommandAndNullPointersAreSkipped) {
-    ON_CALL(*service, getStream).WillByDefault([&](auto) { return hidlStream; });
+    service->returns<&I::getStream>(hidlStream);
+    std::vector<sp<Hidl::ICameraStreamControlTarget>> named;
+    service->on<&I::controlEvery>([&](const auto& targets, auto) {
+        named = targets;
+        return service->result;
+    });
     const std::shared_ptr<ICameraStream> first = provider.getStream(FrameType::HEADSET, "first");
     const std::shared_ptr<ICameraStream> second = provider.getStream(FrameType::HAND, "second");
     const auto& target1 = first->streamControlTarget();
     const auto& target2 = second->streamControlTarget();
-    EXPECT_CALL(*service, controlEvery(ElementsAre(target1, target2), Hidl::StreamCommand::START));
     provider.startEvery({first, nullptr, second});
-    allAnswer<Hidl::Result::IGNORED>();
-    EXPECT_CALL(*service, controlEvery(ElementsAre(target2), Hidl::StreamCommand::STOP));
+    EXPECT_THAT(named, ElementsAre(target1, target2));
+    service->result = Hidl::Result::IGNORED;
     provider.stopEvery({second});
-    EXPECT_CALL(*service, controlEvery(SizeIs(0), Hidl::StreamCommand::START));
+    EXPECT_THAT(named, ElementsAre(target2));
     provider.startEvery({nullptr});
+    EXPECT_THAT(named, IsEmpty());
+    EXPECT_THAT(service->calls,
+                ElementsAre("controlEvery START", "controlEvery STOP", "controlEvery START"));
 }
 
 TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWords) {
@@ -192,10 +191,15 @@ TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWo
          {"provider.controlEvery()", [&] { provider.startEvery({}); },
           "Stream command (START) failed with result: 1", ignorable},
          {"provider.controlEvery()", [&] { provider.stopEvery({}); },
-          "Stream command (STOP) failed with result: 1", ignorable}});
+          "Stream command (STOP) failed with result: 1", ignorable}},
+        {service.get()});
     // Also the calls for the calibration that follow the list of the cameras.
+    service->transportFails = false;
     listCameras({{}});
-    EXPECT_DEATH((noneIsDelivered<void>(), provider.getProperties()),
+    service->on<&I::getCalibrationData>([](auto, const auto&) -> android::hardware::Return<void> {
+        return android::hardware::Status::fromStatusT(android::DEAD_OBJECT);
+    });
+    EXPECT_DEATH(provider.getProperties(),
                  HasSubstr("HIDL error in virtual std::vector<CameraProperties> "
                            "Vek::Sensors::HidlWrapper::CameraProvider::getProperties(): "));
 }

@@ -11,14 +11,14 @@ using namespace TestSupport;
 using namespace Vek::Sensors;
 using Spans = gsl::span<const gsl::span<const FrameSet>>;
 
-class FrameSetStreamTest : public CameraTest {
+class FrameSetStreamTest : public ::testing::Test {
   protected:
     void addWithCallback(std::function<void(Spans)> callback) {
         stream.stream().setCallbackv(std::move(callback));
         stream.stream().addTo(composite);
     }
     WaitResult deliver(const Hidl::FrameSet& frameSet) {
-        EXPECT_TRUE(service->end.writeAndSignal({frameSet}));
+        EXPECT_TRUE(service->frameSets.writeAndSignal({frameSet}));
         return composite.waitFor(std::chrono::seconds(10));
     }
 
@@ -43,11 +43,11 @@ TEST_F(FrameSetStreamTest, EveryFrameSetIsShownOnceThenHandedBackAsItCame) {
         ASSERT_TRUE(spans.size() == 1 && spans[0].size() == 1);
         EXPECT_TRUE(sameBytes(spans[0][0], filledWith<Hidl::FrameSet>(shown)));
         EXPECT_EQ(service->recycleQueue.availableToRead(), 0U) << "handed back too early";
-        EXPECT_TRUE(service->end.takeReadDone());
+        EXPECT_TRUE(service->frameSets.takeReadDone());
         ++shown;
     });
     EXPECT_EQ(stream.stream().getQueueSize(), 1U);
-    EXPECT_EQ(service->end.queue->getQuantumCount(), 1U);
+    EXPECT_EQ(service->frameSets.queue->getQuantumCount(), 1U);
     // More than the recycle queue holds at once.
     for (int i = 0; i < 5; ++i) {
         ASSERT_EQ(deliver(filledWith<Hidl::FrameSet>(i)), WaitResult::DELIVERED);
@@ -62,9 +62,9 @@ TEST_F(FrameSetStreamTest, EveryFrameSetIsShownOnceThenHandedBackAsItCame) {
 
 TEST_F(FrameSetStreamTest, EmptyQueueIsLeftAlone) {
     addWithCallback([](Spans) { FAIL(); });
-    service->end.signal();
+    service->frameSets.signal();
     EXPECT_EQ(composite.waitFor(std::chrono::seconds(10)), WaitResult::NOTHING_DELIVERED);
-    EXPECT_FALSE(service->end.takeReadDone());
+    EXPECT_FALSE(service->frameSets.takeReadDone());
     EXPECT_FALSE(service->takeRecycledSignal());
     EXPECT_EQ(service->recycleQueue.availableToRead(), 0U);
 }
@@ -79,7 +79,7 @@ TEST_F(FrameSetStreamTest, DeliveryDoesNotAllocate) {
     Hidl::FrameSet recycled;
     const size_t before = allocationCount();
     for (int i = 0; i < 100; ++i) {
-        ASSERT_TRUE(service->end.writeAndSignal(frameSets));
+        ASSERT_TRUE(service->frameSets.writeAndSignal(frameSets));
         ASSERT_EQ(composite.wait(), WaitResult::DELIVERED);
         ASSERT_TRUE(service->recycleQueue.read(&recycled));
     }
@@ -119,7 +119,7 @@ TEST_F(FrameSetStreamDeathTest, EventFlagThatFailsIsFatal) {
                step + ": status -22\n";
     };
     EXPECT_DEATH(deliver({}), ::testing::HasSubstr(status("write")));
-    ASSERT_TRUE(service->end.write({Hidl::FrameSet{}}));
+    ASSERT_TRUE(service->frameSets.write({Hidl::FrameSet{}}));
     peer.failure = -EINVAL;
     EXPECT_DEATH(composite.waitFor({}), ::testing::HasSubstr(status("read")));
 }

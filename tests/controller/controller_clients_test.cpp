@@ -4,7 +4,7 @@
 
 #include "controller/controller_management_client.h"
 #include "controller/controller_streaming_client.h"
-#include "support/fake_controller_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 
 namespace {
@@ -17,18 +17,20 @@ using namespace HidlWrapper;
 constexpr ControllerAddr kAddress{5};
 const std::string kTo = " {.address = 5}";
 
-template <typename Client, typename Fake>
+template <typename Client, typename Interface>
 class ClientTest : public Test {
   protected:
     // A client that is destroyed calls its service, which must be reachable for that.
     void TearDown() override { service->transportFails = false; }
 
-    sp<Fake> service = new Fake;
-    Client client{sp<typename Fake::Interface>(service)};
+    sp<Fake<Interface>> service = new Fake<Interface>;
+    Client client{sp<Interface>(service)};
 };
-using StreamingClientTest = ClientTest<ControllerStreamingClient, FakeStreamingClient>;
+using HalStreaming = Hidl::IControllerStreamingClient;
+using HalManagement = Hidl::IControllerManagementClient;
+using StreamingClientTest = ClientTest<ControllerStreamingClient, HalStreaming>;
 using StreamingClientDeathTest = StreamingClientTest;
-using ManagementClientTest = ClientTest<ControllerManagementClient, FakeManagementClient>;
+using ManagementClientTest = ClientTest<ControllerManagementClient, HalManagement>;
 using ManagementClientDeathTest = ManagementClientTest;
 
 TEST_F(StreamingClientTest, CommandsAreTrueOnlyIfDeliveredAndAccepted) {
@@ -101,6 +103,8 @@ TEST_F(StreamingClientTest, CommandsAreTrueOnlyIfDeliveredAndAccepted) {
 }
 
 TEST_F(StreamingClientTest, OptionalValuesAreThereOnlyIfDeliveredAndAccepted) {
+    service->returns<&HalStreaming::getThumbstickMaxADCRange>(Hidl::ThumbstickADCRange{1, 2, 3, 4});
+    service->returns<&HalStreaming::getThumbstickDeadzone>(0.25F);
     EXPECT_EQ(client.getThumbstickMaxADCRange(kAddress)->maximumY, 4);
     EXPECT_EQ(client.getThumbstickDeadzone(kAddress), 0.25F);
     for (bool* const flag : {&service->succeeds, &service->transportFails, &service->callsBack}) {
@@ -112,6 +116,9 @@ TEST_F(StreamingClientTest, OptionalValuesAreThereOnlyIfDeliveredAndAccepted) {
 }
 
 TEST_F(StreamingClientTest, QueriesReturnWhatIsDeliveredEvenWithAFailure) {
+    service->returns<&HalStreaming::getCalibrationData>(uint16_t{7}, hidl_string("data"));
+    service->returns<&HalStreaming::getLedConfig>(Hidl::ControllerLedConfig{
+        Hidl::ControllerHand::RIGHT, Hidl::LedPattern::BREATHE, 1, 2, 3, 4, 500});
     client.enable(kAddress);
     client.disable(kAddress);
     EXPECT_THAT(service->calls, ElementsAre("enable" + kTo, "disable" + kTo));
@@ -151,23 +158,22 @@ TEST_F(StreamingClientDeathTest, FailedTransportIsFatalWhereItIsNotFolded) {
                  {"Failed HIDL call: Status(", [&] { client.wakeController(kAddress); }}});
 }
 
-template <typename Client, typename Fake>
+template <typename Client, typename Interface>
 void expectRelease(const std::string& name) {
-    using Interface = sp<typename Fake::Interface>;
-    const sp<Fake> service = new Fake;
-    { const Client client{Interface(service)}; }
+    const sp<Fake<Interface>> service = new Fake<Interface>;
+    { const Client client{sp<Interface>(service)}; }
     EXPECT_THAT(service->calls, ElementsAre("release"));
     EXPECT_EQ(service->unlinkCalls, 1);
-    auto* const client = new Client{Interface(service)};
+    auto* const client = new Client{sp<Interface>(service)};
     expectFatal(*service, name + "::", {{"", "~" + name + "()", [&] { delete client; }}});
     delete client;
-    expectFatal({{"/pointers: 77 `ptr_ != nullptr`", [] { Client{sp<Fake>()}; }},
-                 {kNullPointer, [] { Client{Interface()}; }}});
+    expectFatal({{"/pointers: 77 `ptr_ != nullptr`", [] { Client{sp<Fake<Interface>>()}; }},
+                 {kNullPointer, [] { Client{sp<Interface>()}; }}});
 }
 
 TEST(ControllerClientsDeathTest, DestructionReleasesTheServicesObjectAndNullIsAContractFailure) {
-    expectRelease<ControllerStreamingClient, FakeStreamingClient>("ControllerStreamingClient");
-    expectRelease<ControllerManagementClient, FakeManagementClient>("ControllerManagementClient");
+    expectRelease<ControllerStreamingClient, HalStreaming>("ControllerStreamingClient");
+    expectRelease<ControllerManagementClient, HalManagement>("ControllerManagementClient");
 }
 
 TEST_F(ManagementClientTest, ResultsAreTheServicesOwnAndBadStateIfNotDelivered) {
@@ -187,28 +193,37 @@ TEST_F(ManagementClientTest, ResultsAreTheServicesOwnAndBadStateIfNotDelivered) 
     EXPECT_THAT(resultsOfAll(), Each(ControllerResult::BAD_STATE));
     EXPECT_THAT(service->calls, ElementsAre("enterDMM" + kTo, "exitDMM" + kTo,
                                             "pairController" + kTo, "unpairController" + kTo,
-                                            "updateFirmware" + kTo + " STYLUS 1000 0.500000"));
+                                            StartsWith("updateFirmware" + kTo + " STYLUS {")));
 }
 
 TEST_F(ManagementClientTest, ProgressReachesTheFunctionAsLongAsTheServiceHoldsTheCallback) {
+    HalManagement::FWUpdateCallbackConfig update{};
+    service->on<&HalManagement::updateFirmware>([&](auto&, auto, const auto& config) {
+        update = config;
+        return Hidl::Result::SUCCESS;
+    });
     std::vector<float> seen;
     auto token = std::make_shared<int>();
     const std::weak_ptr<int> held = token;
     client.updateFirmware(
         kAddress, ControllerType::HANDHELD,
-        {[&seen, token = std::move(token)](float progress) { seen.push_back(progress); }, 0, 0});
-    EXPECT_EQ(service->update.callback->handleProgressUpdate(0.5F), Hidl::Result::SUCCESS);
+        {[&seen, token = std::move(token)](float progress) { seen.push_back(progress); }, 1000,
+         0.5F});
+    EXPECT_EQ(update.minimumInterval, 1000);
+    EXPECT_EQ(update.minimumStep, 0.5F);
+    EXPECT_EQ(update.callback->handleProgressUpdate(0.5F), Hidl::Result::SUCCESS);
     EXPECT_THAT(seen, ElementsAre(0.5F));
     EXPECT_FALSE(held.expired());
-    service->update.callback = nullptr;
+    update.callback = nullptr;
     EXPECT_TRUE(held.expired());
 
     client.updateFirmware(kAddress, ControllerType::HANDHELD, {});
-    EXPECT_THROW((void)service->update.callback->handleProgressUpdate(0.5F).isOk(),
-                 std::bad_function_call);
+    EXPECT_THROW((void)update.callback->handleProgressUpdate(0.5F).isOk(), std::bad_function_call);
 }
 
 TEST_F(ManagementClientDeathTest, FailedQueryIsFatalWithTheSignature) {
+    service->returns<&HalManagement::getAdvertisingControllers>(
+        hidl_vec<Hidl::AdvertisingControllerInfo>(2));
     EXPECT_EQ(client.getAdvertisingControllers().size(), 2U);
     expectFatal(*service, "ControllerManagementClient::",
                 {{"std::vector<AdvertisingControllerInfo> ", "getAdvertisingControllers()",

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "foundation/hal.h"
-#include "support/fake_controller_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 #include "support/runtime_directory.h"
 
@@ -22,8 +22,10 @@ class ControllerProviderTest : public Test {
         provider.emplace();
     }
 
+    using I = Hidl::IControllerProvider;
+
     const RuntimeDirectory directory;
-    sp<FakeControllerProvider> service = new FakeControllerProvider;
+    sp<Fake<I>> service = new Fake<I>;
     std::optional<ControllerProvider> provider;
 };
 using ControllerProviderDeathTest = ControllerProviderTest;
@@ -32,8 +34,11 @@ TEST_F(ControllerProviderTest, QueriesReturnWhatTheServiceDeliversAndNothingElse
     EXPECT_EQ(provider->getManagementClient(), nullptr);
     EXPECT_NE(provider->streamPose(), nullptr);
     EXPECT_THAT(service->calls, IsEmpty()) << "a stream meets the service when it is added";
-    service->paired.resize(3);
-    service->paired[2].address.address = 9;
+    hidl_vec<Hidl::PairedControllerInfo> paired(3);
+    paired[2].address.address = 9;
+    service->returns<&I::getPairedControllers>(paired);
+    service->returns<&I::getHostInfo>(Hidl::SecureHostInfo{6, std::array<uint8_t, 16>{1, 2, 3}});
+    service->returns<&I::getWirelessFreqBlocklist>(Hidl::ControllerWirelessFreqBlocklist{0xF0});
     const auto controllers = provider->getPairedControllers();
     ASSERT_EQ(controllers.size(), 3U);
     EXPECT_EQ(controllers[2].address, ControllerAddr{9});

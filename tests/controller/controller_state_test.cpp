@@ -4,7 +4,7 @@
 #include "support/allocation_count.h"
 #include "support/broken_queue.h"
 #include "support/event_flag_peer.h"
-#include "support/fake_controller_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 #include "support/queue_counters.h"
 
@@ -20,6 +20,27 @@ PoseOutput pose(uint32_t sequence) {
     result.sequence = sequence;
     return result;
 }
+
+/// Hands a queue for poses out.
+class FakeStateProvider : public Fake<Hidl::IControllerStateProvider> {
+  public:
+    FakeStateProvider() {
+        poseConfig.eventFlag = Vek::OS::createEventFlagHandle("pose");
+        poseConfig.dataReadyBit = 1U << 5;
+        on<&Hidl::IControllerStateProvider::preparePoseOutputStream>(
+            [this](auto&, const auto& callback) {
+                if (callsBack) {
+                    callback(result, poseQueue, poseConfig);
+                }
+                return Void();
+            });
+    }
+
+    /// Two records of room.
+    ServiceEnd<Hidl::PoseOutput>::Queue poses{2};
+    ServiceEnd<Hidl::PoseOutput>::Queue::Descriptor poseQueue{*poses.getDesc()};
+    Hidl::FmqConfig poseConfig{};
+};
 
 class ControllerStateTest : public Test {
   protected:
@@ -41,7 +62,7 @@ class ControllerStateTest : public Test {
         return sequences;
     }
 
-    sp<FakeControllerStateProvider> service = new FakeControllerStateProvider;
+    sp<FakeStateProvider> service = new FakeStateProvider;
     ControllerStateProvider provider{sp<I>(service)};
 };
 using ControllerStateDeathTest = ControllerStateTest;
@@ -79,6 +100,9 @@ TEST_F(ControllerStateTest, StreamCommandsCarryTheirClientsAndDestructionSendsNo
 }
 
 TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
+    service->returns<&I::enterPairingMode>(Hidl::ControllerAddr{9});
+    service->returns<&I::getPairingInfo>(
+        Hidl::SecureDeviceInfo{{9}, 8, std::array<uint8_t, 16>{1, 2, 3}});
     EXPECT_EQ(provider.enterPairingMode(), ControllerAddr{9});
     const SecureDeviceInfo info = provider.getPairingInfo();
     EXPECT_EQ(info.address, ControllerAddr{9});
@@ -98,7 +122,7 @@ TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
     EXPECT_TRUE(allAre(true));
     EXPECT_THAT(
         service->calls,
-        ElementsAre("notifyBatteryState 255",
+        ElementsAre("enterPairingMode", "enterPairingMode", "notifyBatteryState 255",
                     "setPairingInfo {.hostId = 7, .key = [1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, "
                     "0, 0, 0]} [3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3]",
                     "setKivrarEnabled true"));

@@ -4,7 +4,7 @@
 #include <vek/sensors/factories.h>
 
 #include "support/captured_log.h"
-#include "support/fake_environment_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 #include "support/runtime_directory.h"
 
@@ -18,11 +18,14 @@ class FaceEyeTrackingLedTest : public Test {
   protected:
     void SetUp() override {
         ASSERT_EQ(service->registerAsService("default"), android::OK);
+        // The count tells which group was asked for.
+        service->on<&Hidl::IFaceEyeTrackingLed::getChannelCount>(
+            [](Hidl::FaceEyeTrackingLedGroup group) { return static_cast<uint8_t>(group); });
         led = Vek::Sensors::createFaceEyeTrackingLed();
     }
 
     const RuntimeDirectory directory;
-    sp<FakeFaceEyeTrackingLed> service = new FakeFaceEyeTrackingLed;
+    sp<Fake<Hidl::IFaceEyeTrackingLed>> service = new Fake<Hidl::IFaceEyeTrackingLed>;
     std::unique_ptr<Vek::Sensors::IFaceEyeTrackingLed> led;
     const std::function<bool()> setConfigs = [this] { return led->setConfigs({}); };
     const std::function<bool()> enable = [this] { return led->enable(); };

@@ -1,8 +1,10 @@
 // The light sensor and external timing against services of this process.
 #include <vek/sensors/factories.h>
 
+#include <set>
+
 #include "environment/external_timing_provider.h"
-#include "support/fake_environment_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 
 namespace {
@@ -13,8 +15,8 @@ using namespace Vek::Sensors::HidlWrapper;
 
 class SensorStreamsTest : public Test {
   protected:
-    sp<FakeFlickerSensor> light = new FakeFlickerSensor;
-    sp<FakeExternalTiming> clock = new FakeExternalTiming;
+    sp<Fake<Hidl::IFlickerSensor>> light = new Fake<Hidl::IFlickerSensor>;
+    sp<Fake<Hidl::IExternalTimingProvider>> clock = new Fake<Hidl::IExternalTimingProvider>;
     std::unique_ptr<Vek::Sensors::IFlickerSensorProvider> sensor =
         Vek::Sensors::createFlickerSensor(light);
     ExternalTimingProvider timing{sp<Hidl::IExternalTimingProvider>(clock)};
@@ -40,9 +42,10 @@ TEST_F(SensorStreamsTest, CommandsGoToTheirStreamWithItsClientAsOftenAsTheyAreGi
                     "controlAdcFlickerStream true START", "controlAdcFlickerStream true STOP",
                     "controlAmbientLightStream true STOP", "controlAmbientLightStream true START",
                     "controlAmbientLightStream true START"));
-    EXPECT_TRUE(light->flicker.client != light->adcFlicker.client &&
-                light->adcFlicker.client != light->ambientLight.client &&
-                light->ambientLight.client != light->flicker.client);
+    const std::set<sp<Hidl::ISensorClient>> clients{light->end<Hidl::FlickerData>().client,
+                                                    light->end<Hidl::AdcFlickerData>().client,
+                                                    light->end<Hidl::AmbientLightData>().client};
+    EXPECT_THAT(clients, SizeIs(3));
     EXPECT_EQ(light->unlinkCalls, 1);
     timing.streamExternalTimestampData().addTo(composite);
     timing.stopExternalTimestampDataStream();
@@ -51,6 +54,8 @@ TEST_F(SensorStreamsTest, CommandsGoToTheirStreamWithItsClientAsOftenAsTheyAreGi
 }
 
 TEST_F(SensorStreamsTest, PropertiesAreEmptyOfAServiceThatHasNone) {
+    light->returns<&Hidl::IFlickerSensor::getProperties>(
+        Hidl::FlickerSensorProperties{"name", "vendor", "serial"});
     EXPECT_THAT(sensor->properties(), FieldsAre("name", "vendor", "serial"));
     light->callsBack = false;
     EXPECT_THAT(sensor->properties().name, IsEmpty());

@@ -5,7 +5,7 @@
 #include <future>
 
 #include "support/captured_log.h"
-#include "support/fake_environment_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 
 namespace {
@@ -28,7 +28,23 @@ class TambStreamTest : public Test {
         return stream.sendKivraRpcMsg(ControllerAddr{0x1122334455667788}, 9, payload);
     }
 
-    sp<FakeTambril> service = new FakeTambril;
+    void duringChange(const std::function<void()>& action) {
+        service->on<&Hidl::ITambril::registerClient>([=](auto, const auto& client) {
+            callback = client;
+            action();
+            return service->result;
+        });
+        service->on<&Hidl::ITambril::unregisterClient>([=](auto) {
+            action();
+            return service->result;
+        });
+    }
+    void SetUp() override {
+        duringChange([] {});
+    }
+
+    sp<Fake<Hidl::ITambril>> service = new Fake<Hidl::ITambril>;
+    sp<Hidl::ITambrilCallback> callback;
     TambStream stream{sp<Hidl::ITambril>(service)};
 };
 using TambStreamDeathTest = TambStreamTest;
@@ -45,8 +61,9 @@ TEST_F(TambStreamTest, UnregisteringForgetsTheClientWhateverIdAndResult) {
     stream.unregisterKivraRpcClient("tracking");
     EXPECT_FALSE(send());
     EXPECT_THAT(service->calls,
-                ElementsAre("register TRACKING", "unregister TRACKING", "register CMS",
-                            "unregister CMS", "register TRACKING", "unregister TRACKING"));
+                ElementsAre("registerClient TRACKING", "unregisterClient TRACKING",
+                            "registerClient CMS", "unregisterClient CMS", "registerClient TRACKING",
+                            "unregisterClient TRACKING"));
     EXPECT_THAT(
         log.take(),
         ElementsAre(warningLine("KivraRpc clientId nobody not declared in TambStream, "
@@ -57,14 +74,16 @@ TEST_F(TambStreamTest, UnregisteringForgetsTheClientWhateverIdAndResult) {
 
 TEST_F(TambStreamTest, SendsOnlyWhileRegisteredAndReturnsWhatTheServiceSays) {
     std::vector<size_t> sizes;
-    service->duringSend = [&](const auto& sender, const auto& address, uint32_t procedure,
-                              const std::vector<uint8_t>& payload) {
-        EXPECT_EQ(sender, service->callback);
+    service->on<&Hidl::ITambril::sendMessage>([&](const auto& sender, const auto& address,
+                                                  uint32_t procedure,
+                                                  const std::vector<uint8_t>& payload) {
+        EXPECT_EQ(sender, callback);
         EXPECT_EQ(address.address, 0x1122334455667788U);
         EXPECT_EQ(procedure, 9U);
         EXPECT_EQ(payload, std::vector<uint8_t>(payload.size(), 0xa5));
         sizes.push_back(payload.size());
-    };
+        return service->result;
+    });
     CapturedLog log;
     EXPECT_FALSE(send());
     EXPECT_THAT(log.take(), ElementsAre(kNotRegistered));
@@ -82,18 +101,18 @@ TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) 
     shortLived->registerKivraRpcClient(
         "CMS", [&](const KivraRpcMessage& message) { received.push_back(message); });
     shortLived = nullptr;
-    EXPECT_THAT(service->calls, ElementsAre("register CMS"));  // and no call to unregister
+    EXPECT_THAT(service->calls, ElementsAre("registerClient CMS"));  // and no call to unregister
 
     Hidl::KivraRpcMessage message{{1}, {2, 3, 4}, 5, static_cast<Hidl::KivraRpcMessageKind>(6), {}};
-    EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());
+    EXPECT_TRUE(callback->onKivraRpcMessage(message).isOk());
     message.payload = {7, 8, 9};
-    EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());
+    EXPECT_TRUE(callback->onKivraRpcMessage(message).isOk());
 
     stream.registerKivraRpcClient("tracking", {});
-    EXPECT_TRUE(service->callback->onKivraRpcMessage(message).isOk());  // to nobody
+    EXPECT_TRUE(callback->onKivraRpcMessage(message).isOk());  // to nobody
     std::string name;
     const auto store = [&](Hidl::Result, const auto& info) { name = info.name; };
-    EXPECT_TRUE(service->callback->getSensorClientInfo(store).isOk());
+    EXPECT_TRUE(callback->getSensorClientInfo(store).isOk());
     EXPECT_EQ(name, "clientId");
 
     const auto header = FieldsAre(2, 3, 4);
@@ -105,12 +124,14 @@ TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) 
 
 TEST_F(TambStreamTest, TranslationIsTheServicesAndTakesNoLock) {
     // Here, this thread has the lock already.
-    service->duringChange = [&] {
+    service->returns<&Hidl::ITambril::translateTime>(INT64_MIN);
+    duringChange([&] {
         EXPECT_EQ(stream.getTimeTranslation(-5, TimeDomain::EXTERNAL, static_cast<TimeDomain>(77)),
                   INT64_MIN);
-    };
+    });
     stream.registerKivraRpcClient("CMS", {});
-    EXPECT_THAT(service->calls, ElementsAre("translate -5 EXTERNAL 0x4d", "register CMS"));
+    EXPECT_THAT(service->calls,
+                ElementsAre("registerClient CMS", "translateTime -5 EXTERNAL 0x4d"));
 }
 
 TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
@@ -120,7 +141,7 @@ TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
     std::promise<void> second;
     const std::shared_future<void> secondIsIn = second.get_future().share();
     std::atomic<bool> sideBySide = false;
-    service->duringSend = [&](auto&&...) {
+    service->on<&Hidl::ITambril::sendMessage>([&](auto&&...) {
         const int order = ++sends;
         if (order == 2) {
             second.set_value();
@@ -129,12 +150,13 @@ TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
             sideBySide = secondIsIn.wait_for(20s) == std::future_status::ready;
         }
         overlapped = overlapped || changing;
-    };
-    service->duringChange = [&] {
+        return Hidl::Result::SUCCESS;
+    });
+    duringChange([&] {
         changing = true;
         std::this_thread::yield();
         changing = false;
-    };
+    });
     CapturedLog log;  // of sends that come while no client is registered
     stream.registerKivraRpcClient("CMS", {});
     std::atomic<bool> done = false;
@@ -180,7 +202,7 @@ TEST_F(TambStreamDeathTest, OnlyDeclaredClientsThatTheServiceTakesCanRegisterAnd
 
 TEST_F(TambStreamDeathTest, TooLongPayloadIsFatalBeforeTheLock) {
     // During a registration, the sending thread has the lock already.
-    service->duringChange = [&] { send(8193); };
+    duringChange([&] { send(8193); });
     expectFatal({{assertion("payload.size() > kKivraRpcMaxPayloadSize",
                             "Attempting to send payload with size 8193 but KivraRpc max payload "
                             "size is 8192"),

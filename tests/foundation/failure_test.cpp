@@ -8,7 +8,7 @@
 
 #include "foundation/hal_call.h"
 #include "foundation/hal_death_recipient.h"
-#include "support/fake_motion_hal.h"
+#include "support/fake_service.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ TEST(TransportFailureDeathTest, AbortsUnlessCrashDumpsWereSuppressedFirst) {
 
 /// A service whose death somebody watches.
 struct Watched {
-    android::sp<FakeImu> service = new FakeImu;
+    sp<Fake<Hidl::IImu>> service = new Fake<Hidl::IImu>;
     HalDeathRecipient recipient{android::sp<Hidl::IImu>(service)};
 };
 
@@ -101,7 +101,7 @@ TEST(HalDeathRecipientDeathTest, ReactionIsFixedWhenTheRecipientIsMade) {
 }
 
 TEST(HalDeathRecipient, UnlinksFromALivingServiceOnly) {
-    android::sp<FakeImu> service = new FakeImu;
+    sp<Fake<Hidl::IImu>> service = new Fake<Hidl::IImu>;
     { const HalDeathRecipient recipient{android::sp<Hidl::IImu>(service)}; }
     EXPECT_EQ(service->unlinkCalls, 1);
     Watched().service = nullptr;  // and its recipient's destructor finds nobody

@@ -10,9 +10,7 @@
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"
 #include "hostile/corruption.h"
-#include "support/fake_controller_hal.h"
-#include "support/fake_environment_hal.h"
-#include "support/fake_motion_hal.h"
+#include "support/fake_service.h"
 
 namespace {
 
@@ -31,7 +29,7 @@ void die() {
     raise(SIGKILL);
 }
 
-struct HostileImu : FakeImu {
+struct HostileImu : Fake<Hidl::IImu> {
     using Preparation = std::function<void(const ServiceEnd<Hidl::ImuData>::Queue&, const Config&)>;
 
     HostileImu(Preparation preparation, std::function<void()> command)
@@ -39,8 +37,8 @@ struct HostileImu : FakeImu {
 
     Return<Hidl::Result> prepareStream(const Queue<Hidl::ImuData>& queue, Client client,
                                        const Config& config) override {
-        FakeImu::prepareStream(queue, client, config).isOk();
-        preparation_(*end.queue, config);
+        Fake<Hidl::IImu>::prepareStream(queue, client, config).isOk();
+        preparation_(*end<Hidl::ImuData>().queue, config);
         return result;
     }
     Return<Hidl::Result> controlStream(Client /*client*/, Command /*command*/) override {
@@ -54,12 +52,14 @@ struct HostileImu : FakeImu {
 };
 
 /// Each of its records is in order at any instant, but soon another one.
-struct FickleInputs : FakeControllerStateProvider {
+struct FickleInputs : Fake<Hidl::IControllerStateProvider> {
     Return<Hidl::Result> prepareControllerInputStream(const Queue<Hidl::ControllerInputData>& queue,
                                                       Client client,
                                                       const Config& config) override {
-        FakeControllerStateProvider::prepareControllerInputStream(queue, client, config).isOk();
-        std::thread([this] {
+        Fake<Hidl::IControllerStateProvider>::prepareControllerInputStream(queue, client, config)
+            .isOk();
+        ServiceEnd<Hidl::ControllerInputData>& input = end<Hidl::ControllerInputData>();
+        std::thread([&input] {
             QueueCounters counters(*input.queue);
             const size_t capacity = input.queue->getQuantumCount();
             auto* const records = counters.records<Hidl::ControllerInputData>();
@@ -78,8 +78,9 @@ struct FickleInputs : FakeControllerStateProvider {
 };
 
 /// Calls its client, which is still busy with that.
-struct DeadlyTambril : FakeTambril {
-    Return<Hidl::Result> registerClient(Id /*id*/, const Callback& client) override {
+struct DeadlyTambril : Fake<Hidl::ITambril> {
+    Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId /*id*/,
+                                        const sp<Hidl::ITambrilCallback>& client) override {
         client->onKivraRpcMessage({}).isOk();
         die();
         return result;
@@ -87,10 +88,11 @@ struct DeadlyTambril : FakeTambril {
 };
 
 /// Calls its client all the time.
-struct FloodingTambril : FakeTambril {
-    Return<Hidl::Result> registerClient(Id id, const Callback& client) override {
+struct FloodingTambril : Fake<Hidl::ITambril> {
+    Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId id,
+                                        const sp<Hidl::ITambrilCallback>& client) override {
         for (int i = 0; i < 4; ++i) {
-            std::thread([client, isOneWay = id == Id::CMS] {
+            std::thread([client, isOneWay = id == Hidl::KivraRpcClientId::CMS] {
                 while (isOneWay ? client->onKivraRpcMessage({}).isOk()
                                 : client->getSensorClientInfo([](auto&&...) {}).isOk()) {
                 }
@@ -100,8 +102,8 @@ struct FloodingTambril : FakeTambril {
     }
 };
 
-struct DeadlyControllers : FakeControllerProvider {
-    struct StreamingClient : FakeStreamingClient {
+struct DeadlyControllers : Fake<Hidl::IControllerProvider> {
+    struct StreamingClient : Fake<Hidl::IControllerStreamingClient> {
         Return<void> release() override {
             die();
             return android::hardware::Void();

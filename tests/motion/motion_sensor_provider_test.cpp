@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "support/captured_log.h"
-#include "support/fake_motion_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 
 namespace {
@@ -21,15 +21,17 @@ const std::string kScope = "Vek::Sensors::HidlWrapper::MotionSensorProvider::";
 
 class MotionSensorProviderTest : public Test {
   protected:
-    sp<FakeMotionSensorProvider> service = new FakeMotionSensorProvider;
+    sp<Fake<Hidl::IMotionSensorProvider>> service = new Fake<Hidl::IMotionSensorProvider>;
     MotionSensorProvider provider{sp<Hidl::IMotionSensorProvider>(service)};
 };
 using MotionSensorProviderDeathTest = MotionSensorProviderTest;
 
 TEST_F(MotionSensorProviderTest, ListIsKeptAsItCameEvenWithAnErrorThatIsLogged) {
-    service->metadata.sensors = {
+    Hidl::MotionSensorMetadata metadata;
+    metadata.sensors = {
         {7, Hidl::MotionSensorKind::MAGNETOMETER, Hidl::MotionSensorMount::BOARD, 3},
         {8, static_cast<Hidl::MotionSensorKind>(200), Hidl::MotionSensorMount::HEADSET, 4}};
+    service->returns<&Hidl::IMotionSensorProvider::getSensorInfo>(metadata);
     service->result = Hidl::Result::FAILURE;
     CapturedLog log;
     const auto sensors = provider.getSensorInfo().sensors;

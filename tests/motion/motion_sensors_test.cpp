@@ -4,7 +4,7 @@
 #include <vek/sensors/factories.h>
 
 #include "support/captured_log.h"
-#include "support/fake_motion_hal.h"
+#include "support/fake_service.h"
 #include "support/fatal_calls.h"
 
 namespace {
@@ -17,9 +17,16 @@ using Vek::Sensors::MotionSensorProperties;
 
 class MotionSensorTest : public Test {
   protected:
-    sp<FakeImu> imuService = new FakeImu;
-    sp<FakeMag> magService = new FakeMag;
-    sp<FakeIad> iadService = new FakeIad;
+    MotionSensorTest() {
+        const Hidl::MotionSensorProperties properties{"name", "vendor", "serial", "firmware",
+                                                      2000.0F};
+        imuService->returns<&Hidl::IImu::getProperties>(properties);
+        magService->returns<&Hidl::IMag::getProperties>(properties);
+    }
+
+    sp<Fake<Hidl::IImu>> imuService = new Fake<Hidl::IImu>;
+    sp<Fake<Hidl::IMag>> magService = new Fake<Hidl::IMag>;
+    sp<Fake<Hidl::IIad>> iadService = new Fake<Hidl::IIad>;
     ImuSensor imu{sp<Hidl::IImu>(imuService)};
     MagSensor mag{sp<Hidl::IMag>(magService)};
     IadSensor iad{sp<Hidl::IIad>(iadService)};
@@ -34,7 +41,7 @@ TEST_F(MotionSensorTest, SamplesReachTheCallbackFieldForField) {
     });
     imu.stream().addTo(composite);
     using Axes = std::array<float, 3>;
-    ASSERT_TRUE(imuService->end.writeAndSignal(
+    ASSERT_TRUE(imuService->end<Hidl::ImuData>().writeAndSignal(
         {{1, 2, Axes{3, 4, 5}, Axes{6, 7, 8}, 9, 10, 11, 2, 12, 13}}));
     composite.wait();
     EXPECT_THAT(received,
