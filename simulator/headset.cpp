@@ -6,6 +6,7 @@
 #include "controller/controller_devices.h"
 #include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
+#include "replay/played_controllers.h"
 #include "replay/played_sensors.h"
 
 namespace Simulator {
@@ -24,6 +25,7 @@ Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings
 
 Headset::Headset(const Playback& playback) {
     groups_.push_back(std::make_unique<PlayedSensors>(playback));
+    groups_.push_back(std::make_unique<PlayedControllers>(playback));
 }
 
 std::string Headset::registerServices() {

@@ -146,7 +146,15 @@ bool ControllerDevice::takeChange() {
     return std::exchange(isChanged_, false);
 }
 
+void ControllerDevice::setRecorded(const Hal::PairedControllerInfo& info) {
+    recorded_ = info;
+    connection_ = info.connection;
+}
+
 Hal::PairedControllerInfo ControllerDevice::info() const {
+    if (recorded_) {
+        return *recorded_;
+    }
     Hal::PairedControllerInfo info{};
     info.type = identity_.type;
     info.address = identity_.address;

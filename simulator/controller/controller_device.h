@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "controller/controller_model.h"
@@ -65,6 +66,9 @@ class ControllerDevice {
     /// In degrees Celsius.
     double temperature() const { return temperature_; }
 
+    /// From now on its state is what was recorded, whatever it is told.
+    void setRecorded(const Hal::PairedControllerInfo& info);
+
     Hal::PairedControllerInfo info() const;
     Hal::AdvertisingControllerInfo advertisement() const;
 
@@ -102,6 +106,7 @@ class ControllerDevice {
     double charge_ = 0.9;  // of 1
     double temperature_ = 25;
     bool isChanged_ = false;
+    std::optional<Hal::PairedControllerInfo> recorded_;
     Hal::ControllerLedConfig led_{};
     ThumbstickCalibration thumbstick_;
 };

@@ -102,19 +102,21 @@ Hal::ControllerInputData asInput(const Hal::StylusData& record) {
     return input;
 }
 
+void set(std::set<uint64_t>* switches, Hal::ControllerAddr controller, bool isOn) {
+    if (isOn) {
+        switches->insert(controller.address);
+    } else {
+        switches->erase(controller.address);
+    }
+}
+
 }  // namespace
 
 ControllerFleet::ControllerFleet(const ControllerSettings& settings,
                                  const std::shared_ptr<Faults>& faults,
                                  std::shared_ptr<WorldClock> clock,
                                  const std::shared_ptr<const World>& world)
-    : settings_(settings),
-      streams_(faults),
-      clock_(std::move(clock)),
-      imuSampler_(kImuPlan, clock_, [this](const Batch& batch) { takeImuSamples(batch); }),
-      inputSampler_(
-          kInputPlan, clock_, [this](const Batch& batch) { takeInputs(batch); },
-          Sampler::Role::FOLLOWS) {
+    : ControllerFleet(settings, faults, std::move(clock), true) {
     {
         const std::lock_guard lock{mutex_};
         devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hand::kLeft, world));
@@ -123,6 +125,25 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
     }
     inputSampler_.setBatchLimit(1);
 }
+
+ControllerFleet::ControllerFleet(const std::shared_ptr<Faults>& faults,
+                                 std::shared_ptr<WorldClock> clock,
+                                 std::vector<ControllerDevice> devices)
+    : ControllerFleet(ControllerSettings{}, faults, std::move(clock), false) {
+    devices_ = std::move(devices);
+}
+
+ControllerFleet::ControllerFleet(const ControllerSettings& settings,
+                                 const std::shared_ptr<Faults>& faults,
+                                 std::shared_ptr<WorldClock> clock, bool isSampled)
+    : settings_(settings),
+      streams_(faults),
+      clock_(std::move(clock)),
+      isSampled_(isSampled),
+      imuSampler_(kImuPlan, clock_, [this](const Batch& batch) { takeImuSamples(batch); }),
+      inputSampler_(
+          kInputPlan, clock_, [this](const Batch& batch) { takeInputs(batch); },
+          Sampler::Role::FOLLOWS) {}
 
 ControllerDevice* ControllerFleet::findLocked(Hal::ControllerAddr address) {
     const auto found = std::find_if(devices_.begin(), devices_.end(), [&](const auto& device) {
@@ -191,44 +212,46 @@ bool ControllerFleet::add(const std::shared_ptr<StreamingListener>& listener) {
 }
 
 void ControllerFleet::remove(const std::shared_ptr<StreamingListener>& listener) {
-    const std::lock_guard lock{mutex_};
-    listeners_.erase(std::remove(listeners_.begin(), listeners_.end(), listener), listeners_.end());
-    updateImuSamplerLocked();
-    for (ControllerDevice& device : devices_) {
-        if (device.hapticsOwner == listener.get()) {
-            device.haptics.stop(now());
-            device.hapticsOwner = nullptr;
+    {
+        const std::lock_guard lock{mutex_};
+        listeners_.erase(std::remove(listeners_.begin(), listeners_.end(), listener),
+                         listeners_.end());
+        updateImuSamplerLocked();
+        for (ControllerDevice& device : devices_) {
+            if (device.hapticsOwner == listener.get()) {
+                device.haptics.stop(now());
+                device.hapticsOwner = nullptr;
+            }
         }
+        publishLocked();
     }
-    publishLocked();
+    notifySwitch();
 }
 
 bool ControllerFleet::enable(StreamingListener* listener, Hal::ControllerAddr address, bool isOn) {
-    const std::lock_guard lock{mutex_};
-    if (findPairedLocked(address) == nullptr) {
-        return false;
+    {
+        const std::lock_guard lock{mutex_};
+        if (findPairedLocked(address) == nullptr) {
+            return false;
+        }
+        set(&listener->enabled, address, isOn);
+        updateImuSamplerLocked();
     }
-    if (isOn) {
-        listener->enabled.insert(address.address);
-    } else {
-        listener->enabled.erase(address.address);
-    }
-    updateImuSamplerLocked();
+    notifySwitch();
     return true;
 }
 
 bool ControllerFleet::enableAdc(StreamingListener* listener, Hal::ControllerAddr address,
                                 bool isOn) {
-    const std::lock_guard lock{mutex_};
-    const ControllerDevice* const device = findPairedLocked(address);
-    if (device == nullptr || !device->has(ControllerFeature::INPUT_ADC)) {
-        return false;
+    {
+        const std::lock_guard lock{mutex_};
+        const ControllerDevice* const device = findPairedLocked(address);
+        if (device == nullptr || !device->has(ControllerFeature::INPUT_ADC)) {
+            return false;
+        }
+        set(&listener->adcs, address, isOn);
     }
-    if (isOn) {
-        listener->adcs.insert(address.address);
-    } else {
-        listener->adcs.erase(address.address);
-    }
+    notifySwitch();
     return true;
 }
 
@@ -236,7 +259,7 @@ void ControllerFleet::updateImuSamplerLocked() {
     const bool isAnyEnabled =
         std::any_of(listeners_.begin(), listeners_.end(),
                     [](const auto& listener) { return !listener->enabled.empty(); });
-    imuSampler_.setBatchLimit(isAnyEnabled ? 1 : 0);
+    imuSampler_.setBatchLimit(isSampled_ && isAnyEnabled ? 1 : 0);
 }
 
 bool ControllerFleet::setTransmitPowerBoost(int8_t boost) {
@@ -295,13 +318,36 @@ void ControllerFleet::setTracked(bool isTracked) {
     isTracked_ = isTracked;
 }
 
-auto ControllerFleet::listenersOf(std::set<uint64_t> StreamingListener::*set,
-                                  Hal::ControllerAddr address) const {
-    return [this, set, address](int process) {
+std::function<bool(int process)> ControllerFleet::listenersOf(
+    Switches switches, Hal::ControllerAddr controller) const {
+    return [this, switches, controller](int process) {
         return std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& listener) {
-            return listener->process == process && ((*listener).*set).count(address.address) > 0;
+            return listener->process == process &&
+                   ((*listener).*switches).count(controller.address) > 0;
         });
     };
+}
+
+void ControllerFleet::play(const Hal::PairedControllerInfo& info) {
+    const std::lock_guard lock{mutex_};
+    if (ControllerDevice* const device = findPairedLocked(info.address)) {
+        device->setRecorded(info);
+    }
+    streams_.stateChanges->write({info});
+}
+
+bool ControllerFleet::isOn(Hal::ControllerAddr controller, Switches switches) const {
+    const std::lock_guard lock{mutex_};
+    return std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& listener) {
+        return ((*listener).*switches).count(controller.address) > 0;
+    });
+}
+
+/// Not under the lock: who is told will ask.
+void ControllerFleet::notifySwitch() const {
+    if (onSwitch_) {
+        onSwitch_();
+    }
 }
 
 bool ControllerFleet::deliverPose(const Hal::PoseOutput& pose) {

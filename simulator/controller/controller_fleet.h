@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -37,6 +38,9 @@ class ControllerFleet {
 
     ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
                     std::shared_ptr<WorldClock> clock, const std::shared_ptr<const World>& world);
+    /// Of controllers that are not sampled: their records come by play().
+    ControllerFleet(const std::shared_ptr<Faults>& faults, std::shared_ptr<WorldClock> clock,
+                    std::vector<ControllerDevice> devices);
 
     const ControllerSettings& settings() const { return settings_; }
     const ControllerStreams& streams() const { return streams_; }
@@ -102,12 +106,32 @@ class ControllerFleet {
     /// @return false if there is no such controller
     bool deliverPose(const Hal::PoseOutput& pose);
 
+    using Switches = std::set<uint64_t> StreamingListener::*;
+
+    /// Writes a record to those who have it on for its controller.
+    template <typename Record>
+    void play(const ControllerStreams::Stream<Record>& stream, const Record& record,
+              Hal::ControllerAddr controller, Switches switches) {
+        const std::lock_guard lock{mutex_};
+        stream->write({record}, listenersOf(switches, controller));
+    }
+    /// Writes a state, which the controller then has.
+    void play(const Hal::PairedControllerInfo& info);
+    /// Whether any client has it on for the controller.
+    bool isOn(Hal::ControllerAddr controller, Switches switches) const;
+    /// Has `function` called whenever that may have changed. To be set once, before there are
+    /// clients.
+    void onSwitch(std::function<void()> function) { onSwitch_ = std::move(function); }
+
     /// No more samples, for good.
     void stop();
     std::vector<std::string> summary() const;
 
   private:
     static constexpr int32_t kMostTransmitPower = 20;  // dBm
+
+    ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
+                    std::shared_ptr<WorldClock> clock, bool isSampled);
 
     void takeInputs(const Batch& batch);
     void takeImuSamples(const Batch& batch);
@@ -120,12 +144,16 @@ class ControllerFleet {
     ControllerDevice* findLocked(Hal::ControllerAddr address);
     ControllerDevice* findPairedLocked(Hal::ControllerAddr address);
     /// For the writing of a stream: whether a process has that on for the controller.
-    auto listenersOf(std::set<uint64_t> StreamingListener::*set, Hal::ControllerAddr address) const;
+    std::function<bool(int process)> listenersOf(Switches switches,
+                                                 Hal::ControllerAddr controller) const;
+    void notifySwitch() const;
     void updateImuSamplerLocked();
 
     const ControllerSettings settings_;
     const ControllerStreams streams_;
     const std::shared_ptr<WorldClock> clock_;
+    const bool isSampled_;
+    std::function<void()> onSwitch_;
     mutable std::mutex mutex_;  // guards everything below but the samplers
     std::vector<ControllerDevice> devices_;
     std::vector<std::shared_ptr<StreamingListener>> listeners_;

@@ -22,6 +22,7 @@ class PlaybackTimeline {
                      bool areTimestampsKept);
 
     WorldClock& clock() const { return *clock_; }
+    const std::shared_ptr<WorldClock>& sharedClock() const { return clock_; }
     int64_t begin() const { return begin_; }
     bool isLooped() const { return isLooped_; }
 

@@ -59,15 +59,14 @@ Hal::MotionSensorProperties propertiesOf(const nlohmann::json& description, uint
     if (inventory == description.end() || !inventory->is_object()) {
         return properties;
     }
-    for (const auto& entry : inventory->value("motionSensors", nlohmann::json::array())) {
+    for (const auto& entry : inventory->value("motion_sensors", nlohmann::json::array())) {
         if (entry.is_object() && entry.value("sensor", nlohmann::json()) == sensor) {
             const auto text = [&entry](const char* key) {
                 const auto found = entry.find(key);
                 return found != entry.end() && found->is_string() ? found->get<std::string>() : "";
             };
-            const auto rate = entry.find("maxSampleRate");
-            properties = {text("name"), text("vendor"), text("serialNumber"),
-                          text("firmwareVersion"),
+            const auto rate = entry.find("max_rate_hz");
+            properties = {text("name"), text("vendor"), text("serial_number"), text("firmware"),
                           rate != entry.end() && rate->is_number() ? rate->get<float>() : 0};
         }
     }

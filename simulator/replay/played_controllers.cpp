@@ -1,0 +1,210 @@
+// Each controller has a player of its own in each stream, so that it begins when it is switched on.
+#include "replay/played_controllers.h"
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <set>
+#include <utility>
+
+#include "controller/provider_service.h"
+#include "registration.h"
+#include "replay/recorded_stream.h"
+#include "world/world.h"
+
+namespace Simulator {
+namespace {
+
+template <typename Record>
+class PlayedControllerStream final : public PlayedController {
+  public:
+    using Deliver = std::function<void(const Record&)>;
+
+    /// @param controller none: of all
+    PlayedControllerStream(const Playback& playback, const Recording::StreamInfo& stream,
+                           android::sp<StreamClients<Record>> clients,
+                           std::optional<uint64_t> controller, Deliver deliver)
+        : clients_(std::move(clients)),
+          isPacedByClients_(playback.timeline->clock().isPacedByClients()),
+          records_(
+              *playback.recording, stream,
+              [this, deliver = std::move(deliver)](const Record& record) {
+                  if (!isPacedByClients_ || clients_->awaitRoom(1)) {
+                      deliver(record);
+                  }
+              },
+              controller),
+          player_(stream.name, playback.timeline, records_) {}
+
+    void setStarted(bool isStarted) override {
+        const std::lock_guard lock{mutex_};
+        isStarted_ = isStarted;
+        player_.setListened(isStarted_ && isOn_);
+    }
+
+    void setOn(bool isOn) override {
+        const std::lock_guard lock{mutex_};
+        isOn_ = isOn;
+        player_.setListened(isStarted_ && isOn_);
+    }
+
+    void stop() override {
+        clients_->endWaits();
+        player_.stop();
+    }
+    std::string summary() const override { return summaryOf(*clients_); }
+
+  private:
+    const android::sp<StreamClients<Record>> clients_;
+    const bool isPacedByClients_;
+    std::mutex mutex_;  // guards what follows up to the records
+    bool isStarted_ = false;
+    bool isOn_ = false;
+    RecordedStream<Record> records_;
+    Player player_;  // the last: its thread uses all of the others
+};
+
+/// Calls `visit` with each record of a stream of controllers, if it is played.
+template <typename Record, typename Visit>
+void forEachRecord(const Playback& playback, const char* name, const Visit& visit) {
+    if (const Recording::StreamInfo* const stream = playback.find(name)) {
+        RecordedStream<Record> records(*playback.recording, *stream, [](const Record&) {});
+        for (; records.time(); records.advance()) {
+            visit(records.record());
+        }
+    }
+}
+
+/// In rising order.
+std::vector<uint64_t> addressesIn(const Playback& playback) {
+    std::set<uint64_t> addresses;
+    const auto note = [&addresses](const auto& record) { addresses.insert(counterOf(record)); };
+    forEachRecord<Hal::PairedControllerInfo>(
+        playback, "controller-state",
+        [&addresses](const auto& record) { addresses.insert(record.address.address); });
+    forEachRecord<Hal::ControllerImuData>(playback, "controller-imu", note);
+    forEachRecord<Hal::ButtonData>(playback, "controller-buttons", note);
+    forEachRecord<Hal::CurlData>(playback, "controller-curl", note);
+    forEachRecord<Hal::PrecisionPadData>(playback, "controller-pad", note);
+    forEachRecord<Hal::MultiTouchData>(playback, "controller-touch", note);
+    forEachRecord<Hal::StylusData>(playback, "controller-stylus", note);
+    forEachRecord<Hal::ControllerInputADCData>(playback, "controller-adc", note);
+    forEachRecord<Hal::PoseInput>(playback, "controller-pose", note);
+    forEachRecord<Hal::ControllerCollisionEvent>(playback, "controller-collision", note);
+    forEachRecord<Hal::WirelessDeviceStats>(playback, "controller-link", note);
+    return {addresses.begin(), addresses.end()};
+}
+
+/// Each in its first recorded state, or connected if none was recorded.
+std::vector<ControllerDevice> devicesOf(const Playback& playback,
+                                        const std::vector<uint64_t>& addresses) {
+    std::map<uint64_t, Hal::PairedControllerInfo> states;
+    forEachRecord<Hal::PairedControllerInfo>(
+        playback, "controller-state",
+        [&states](const auto& record) { states.emplace(record.address.address, record); });
+    const auto world = std::make_shared<World>(WorldSettings{});
+    std::vector<ControllerDevice> devices;
+    for (const uint64_t address : addresses) {
+        Hal::PairedControllerInfo unknown{};
+        unknown.address.address = address;
+        unknown.connection = Hal::ControllerConnection::CONNECTED;
+        unknown.features = maskOf(Hal::ControllerFeature::INPUT_ADC);
+        const Hal::PairedControllerInfo& info = states.emplace(address, unknown).first->second;
+        devices.emplace_back(
+            ControllerIdentity{info.address, info.type, info.hand, "", "", "", {}, info.features},
+            ControllerModel(info.address, "recorded controller", {}, world), true);
+        devices.back().setRecorded(info);
+    }
+    return devices;
+}
+
+}  // namespace
+
+PlayedControllers::PlayedControllers(const Playback& playback)
+    : playback_(playback),
+      addresses_(addressesIn(playback)),
+      fleet_(std::make_shared<ControllerFleet>(playback.faults, playback.timeline->sharedClock(),
+                                               devicesOf(playback, addresses_))) {
+    using Streams = ControllerStreams;
+    constexpr auto kEnabled = &StreamingListener::enabled;
+    playStates();
+    play<Hal::ControllerImuData>("controller-imu", &Streams::imu, kEnabled);
+    play<Hal::ButtonData>("controller-buttons", &Streams::buttons, kEnabled);
+    play<Hal::CurlData>("controller-curl", &Streams::curl, kEnabled);
+    play<Hal::PrecisionPadData>("controller-pad", &Streams::precisionPad, kEnabled);
+    play<Hal::MultiTouchData>("controller-touch", &Streams::multiTouch, kEnabled);
+    play<Hal::StylusData>("controller-stylus", &Streams::stylus, kEnabled);
+    play<Hal::ControllerInputADCData>("controller-adc", &Streams::adc, &StreamingListener::adcs);
+    play<Hal::PoseInput>("controller-pose", &Streams::poses, kEnabled);
+    play<Hal::ControllerCollisionEvent>("controller-collision", &Streams::collisions, kEnabled);
+    play<Hal::WirelessDeviceStats>("controller-link", &Streams::wirelessStats, kEnabled);
+    fleet_->onSwitch([this] { followSwitches(); });
+}
+
+template <typename Record>
+void PlayedControllers::play(const char* name,
+                             const ControllerStreams::Stream<Record> ControllerStreams::*stream,
+                             ControllerFleet::Switches switches) {
+    const Recording::StreamInfo* const recorded = playback_.find(name);
+    if (recorded == nullptr) {
+        return;
+    }
+    const ControllerStreams::Stream<Record>& clients = fleet_->streams().*stream;
+    std::vector<std::shared_ptr<PlayedController>> parts;
+    for (const uint64_t address : addresses_) {
+        const Hal::ControllerAddr controller{address};
+        parts.push_back(std::make_shared<PlayedControllerStream<Record>>(
+            playback_, *recorded, clients, address,
+            [this, clients, controller, switches](const Record& record) {
+                fleet_->play(clients, record, controller, switches);
+            }));
+        parts_.push_back({parts.back(), controller, switches});
+    }
+    clients->onBatchLimit([parts](size_t limit) {
+        for (const auto& part : parts) {
+            part->setStarted(limit > 0);
+        }
+    });
+}
+
+void PlayedControllers::playStates() {
+    const Recording::StreamInfo* const recorded = playback_.find("controller-state");
+    if (recorded == nullptr) {
+        return;
+    }
+    const auto states = std::make_shared<PlayedControllerStream<Hal::PairedControllerInfo>>(
+        playback_, *recorded, fleet_->streams().stateChanges, std::nullopt,
+        [this](const Hal::PairedControllerInfo& info) { fleet_->play(info); });
+    states->setOn(true);
+    fleet_->streams().stateChanges->onBatchLimit(
+        [states](size_t limit) { states->setStarted(limit > 0); });
+    states_ = states;
+}
+
+void PlayedControllers::followSwitches() const {
+    for (const Part& part : parts_) {
+        part.records->setOn(fleet_->isOn(part.controller, part.switches));
+    }
+}
+
+std::string PlayedControllers::registerServices() {
+    return addresses_.empty() ? ""
+                              : registerAlone(makeService<ControllerProviderService>(
+                                    playback_.faults, fleet_, playback_.faults));
+}
+
+void PlayedControllers::stop() {
+    if (states_ != nullptr) {
+        states_->stop();
+    }
+    for (const Part& part : parts_) {
+        part.records->stop();
+    }
+    fleet_->stop();
+}
+
+std::vector<std::string> PlayedControllers::summary() const {
+    return addresses_.empty() ? std::vector<std::string>{} : fleet_->summary();
+}
+
+}  // namespace Simulator
