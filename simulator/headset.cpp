@@ -2,7 +2,7 @@
 #include "headset.h"
 
 #include "camera/camera_devices.h"
-#include "camera/test_pattern.h"
+#include "camera/world_images.h"
 #include "controller/controller_devices.h"
 #include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
@@ -11,16 +11,20 @@
 
 namespace Simulator {
 
-Headset::Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
-                 const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock,
+Headset::Headset(const std::shared_ptr<Faults>& faults, const CameraSettings& cameras,
+                 const ControllerSettings& controllers, const EnvironmentSettings& environment,
+                 const std::shared_ptr<WorldClock>& clock,
                  const std::shared_ptr<const World>& world) {
-    groups_.push_back(std::make_unique<MotionDevices>(faults, clock, world));
-    groups_.push_back(std::make_unique<CameraDevices>(std::make_shared<TestPattern>(),
-                                                      world->sensors.headsetImu, faults, clock));
     auto controllerDevices = std::make_unique<ControllerDevices>(controllers, faults, clock, world);
-    const std::shared_ptr<ControllerFleet> fleet = controllerDevices->fleet();
+    auto surroundings = std::make_unique<EnvironmentDevices>(environment, faults,
+                                                             controllerDevices->fleet(), clock);
+    const auto images =
+        std::make_shared<WorldImages>(cameras, world, surroundings->lamps(), surroundings->leds());
+    groups_.push_back(std::make_unique<MotionDevices>(faults, clock, world));
+    groups_.push_back(
+        std::make_unique<CameraDevices>(images, world->sensors.headsetImu, faults, clock));
     groups_.push_back(std::move(controllerDevices));
-    groups_.push_back(std::make_unique<EnvironmentDevices>(environment, faults, fleet, clock));
+    groups_.push_back(std::move(surroundings));
 }
 
 Headset::Headset(const Playback& playback) {

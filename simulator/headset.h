@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "camera/camera_settings.h"
 #include "controller/controller_settings.h"
 #include "device_group.h"
 #include "environment/environment_settings.h"
@@ -18,9 +19,10 @@ namespace Simulator {
 class Headset {
   public:
     /// Simulates a world.
-    Headset(const std::shared_ptr<Faults>& faults, const ControllerSettings& controllers,
-            const EnvironmentSettings& environment, const std::shared_ptr<WorldClock>& clock,
-            const std::shared_ptr<const World>& world);
+    /// Throws std::runtime_error if a file of the settings cannot be written.
+    Headset(const std::shared_ptr<Faults>& faults, const CameraSettings& cameras,
+            const ControllerSettings& controllers, const EnvironmentSettings& environment,
+            const std::shared_ptr<WorldClock>& clock, const std::shared_ptr<const World>& world);
 
     /// Plays a recording back. Throws Recording::Error.
     explicit Headset(const Playback& playback);

@@ -108,7 +108,11 @@ Headset makeHeadset(const Options& options) {
     if (!options.replay.directory.empty()) {
         return Headset(openPlayback(options.replay, clock, faults));
     }
-    return {faults, options.controllers, options.environment, clock,
+    return {faults,
+            options.cameras,
+            options.controllers,
+            options.environment,
+            clock,
             std::make_shared<World>(options.world)};
 }
 

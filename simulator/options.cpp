@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "calls.h"
+#include "camera/camera_options.h"
 #include "controller/controller_options.h"
 #include "environment/environment_options.h"
 #include "replay/replay_arguments.h"
@@ -105,6 +106,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->check(CLI::Range(0.0, 1e6))
         ->group("Faults");
     addWorldOptions(app, &options.world);
+    addCameraOptions(app, &options.cameras);
     addEnvironmentOptions(app, &options.environment);
     addControllerOptions(app, &options.controllers);
     addReplayOptions(app, &options.replay);

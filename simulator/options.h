@@ -6,6 +6,7 @@
 #include <string>
 #include <variant>
 
+#include "camera/camera_settings.h"
 #include "controller/controller_settings.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
@@ -16,6 +17,7 @@ namespace Simulator {
 
 struct Options {
     FaultSettings faults;
+    CameraSettings cameras;
     ControllerSettings controllers;
     EnvironmentSettings environment;
     WorldSettings world;

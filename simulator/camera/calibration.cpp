@@ -23,15 +23,21 @@ int regionOf(const std::string& text) {
 }  // namespace
 
 std::string factoryCalibration(const CameraStreamPlan& stream, const CameraPlan& camera) {
-    // The cameras sit side by side on the headset's front, 2 cm from each other.
-    const double x = 0.02 * camera.id - 0.06;
+    const bool isFisheye = camera.lens.model == Lens::Model::EQUIDISTANT;
+    Eigen::Matrix4d bodyFromCamera = Eigen::Matrix4d::Identity();
+    bodyFromCamera.topLeftCorner<3, 3>() = camera.mount.orientation.toRotationMatrix();
+    bodyFromCamera.topRightCorner<3, 1>() = camera.mount.position;
+    const Eigen::Matrix4d columns = bodyFromCamera.transpose();  // in memory: the rows of the other
+    // fmt writes doubles with as many digits as it takes to read the same ones back.
     return fmt::format(
-        R"({{"camera": {}, "name": "{}", "width": {}, "height": {}, )"
-        R"("model": "pinhole-radial", "focalLength": [{:.1f}, {:.1f}], )"
-        R"("principalPoint": [{:.1f}, {:.1f}], "distortion": [-0.21, 0.046, -0.003], )"
-        R"("position": [{:.3f}, 0.08, 0.0], "orientation": [1.0, 0.0, 0.0, 0.0]}})",
-        camera.id, camera.name, stream.width, stream.height, 0.6 * stream.width, 0.6 * stream.width,
-        0.5 * stream.width, 0.5 * stream.height, x);
+        R"({{"camera": {}, "name": "{}", "width": {}, "height": {}, "rate": {}, "rowTime": {}, )"
+        R"("model": "pinhole", "intrinsics": [{}], "distortionModel": "{}", )"
+        R"("distortion": [{}], "T_BS": [{}]}})",
+        camera.id, camera.name, stream.width, stream.height,
+        static_cast<uint32_t>(stream.frameRate), stream.rowTime,
+        fmt::join(camera.lens.intrinsics, ", "), isFisheye ? "equidistant" : "radial-tangential",
+        fmt::join(camera.lens.distortion, ", "),
+        fmt::join(columns.data(), columns.data() + columns.size(), ", "));
 }
 
 std::string deviceCalibration(const CameraPlan& camera, const ImuSettings& imu,

@@ -11,7 +11,9 @@
 
 namespace Simulator {
 
-/// JSON: intrinsics of a pinhole with radial distortion, and the camera's place in the headset.
+/// JSON, in the terms of Lens and CameraPlan: size in pixels, rate in Hz, rowTime in ns,
+/// "intrinsics" fu, fv, cu, cv, "distortionModel" "radial-tangential" or "equidistant" with its
+/// four numbers, and "T_BS", the matrix body from camera (translation in m), row by row.
 std::string factoryCalibration(const CameraStreamPlan& stream, const CameraPlan& camera);
 
 /// JSON: noise of the IMU that the cameras' places refer to, and the names of the session data that

@@ -3,16 +3,50 @@
 
 namespace Simulator {
 
+namespace {
+
+using Eigen::AngleAxisd;
+
+/// Of a camera that looks ahead, its image upright, or turned down from there by `down` rad.
+Pose ahead(const Vector& position, double down = 0) {
+    return {AngleAxisd(-M_PI_2 - down, Vector::UnitX()) * Eigen::Quaterniond::Identity(), position};
+}
+
+/// Of a camera on the rim of the headset's optics that looks back and up at an eye.
+Pose atEye(const Vector& eye) {
+    constexpr double kUp = 0.45;  // in rad
+    const Eigen::Quaterniond back{AngleAxisd(M_PI, Vector::UnitZ()) *
+                                  AngleAxisd(-M_PI_2 + kUp, Vector::UnitX())};
+    return {back, eye - kEyeCameraDistance * (back * Vector::UnitZ())};
+}
+
+/// In front of the axes' origin are the optics, behind it the eyes.
+Vector eyePosition(double side) {
+    return {side * 0.032, -0.015, -0.01};
+}
+
+}  // namespace
+
 const std::vector<CameraStreamPlan>& cameraStreamPlans() {
     using Type = Hal::FrameType;
     using Rate = Hal::FrameRate;
     using Format = Hal::PixelFormat;
+    // Each lens is a little different, as lenses are.
+    constexpr auto kPinhole = Lens::Model::RADIAL_TANGENTIAL;
+    constexpr auto kFisheye = Lens::Model::EQUIDISTANT;
     static const std::vector<CameraStreamPlan> plans{
         {"headset cameras",
          Type::HEADSET,
          "head-tracking",
          "ZV-640M",
-         {{0, "headset left"}, {1, "headset right"}},
+         {{0,
+           "headset left",
+           {kPinhole, {384.62, 384.17, 321.34, 238.71}, {-0.2112, 0.0463, 0.00031, -0.00018}},
+           ahead({-0.05, 0.08, 0.0})},
+          {1,
+           "headset right",
+           {kPinhole, {383.91, 383.55, 317.88, 241.06}, {-0.2087, 0.0449, -0.00022, 0.00026}},
+           ahead({0.05, 0.08, 0.0})}},
          Rate::FPS_60,
          Format::GREY_8,
          640,
@@ -21,7 +55,10 @@ const std::vector<CameraStreamPlan>& cameraStreamPlans() {
          Type::HAND,
          "hand-tracking",
          "ZV-640W",
-         {{2, "hand"}},
+         {{2,
+           "hand",
+           {kFisheye, {222.37, 222.51, 320.65, 198.92}, {-0.0107, 0.0032, -0.0011, 0.0002}},
+           ahead({0.0, 0.08, -0.03}, 0.6)}},
          Rate::FPS_30,
          Format::GREY_10,
          640,
@@ -30,7 +67,14 @@ const std::vector<CameraStreamPlan>& cameraStreamPlans() {
          Type::EYE,
          "eye-tracking",
          "ZV-400E",
-         {{3, "eye left"}, {4, "eye right"}},
+         {{3,
+           "eye left",
+           {kPinhole, {481.3, 481.9, 200.4, 198.1}, {-0.051, 0.008, 0.0001, 0.0002}},
+           atEye(eyePosition(-1))},
+          {4,
+           "eye right",
+           {kPinhole, {479.8, 480.2, 197.9, 201.3}, {-0.049, 0.007, -0.0002, 0.0001}},
+           atEye(eyePosition(1))}},
          Rate::FPS_60,
          Format::GREY_8,
          400,
@@ -39,7 +83,8 @@ const std::vector<CameraStreamPlan>& cameraStreamPlans() {
          Type::DEPTH,
          "depth",
          "ZV-320D",
-         {{5, "depth"}},
+         // Its images are rectified.
+         {{5, "depth", {kPinhole, {192.0, 192.0, 159.5, 119.5}, {}}, ahead({0.0, 0.08, 0.015})}},
          Rate::FPS_30,
          Format::DEPTH_16,
          320,
@@ -48,11 +93,15 @@ const std::vector<CameraStreamPlan>& cameraStreamPlans() {
          Type::COLOR,
          "passthrough",
          "ZV-640C",
-         {{6, "color"}},
+         {{6,
+           "color",
+           {kPinhole, {402.15, 401.83, 318.27, 240.44}, {-0.1623, 0.0271, 0.00012, 0.00037}},
+           ahead({0.02, 0.08, 0.015})}},
          Rate::FPS_30,
          Format::RGBA_8888,
          640,
-         480},
+         480,
+         20'000},
     };
     return plans;
 }

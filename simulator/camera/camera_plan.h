@@ -6,12 +6,18 @@
 #include <vector>
 
 #include "hal.h"
+#include "world/geometry.h"
+#include "world/lens.h"
 
 namespace Simulator {
 
 struct CameraPlan {
     uint32_t id;
     std::string name;
+    /// At full resolution.
+    Lens lens;
+    /// Body (the headset's axes) from camera.
+    Pose mount;
 };
 
 /// Cameras of one kind, which expose together.
@@ -27,6 +33,9 @@ struct CameraStreamPlan {
     // Of the sensors, in pixels.
     uint32_t width;
     uint32_t height;
+    /// From the exposure of one row to that of the next, in ns, at any resolution; 0 for a global
+    /// shutter.
+    uint32_t rowTime = 0;
 };
 
 const std::vector<CameraStreamPlan>& cameraStreamPlans();
@@ -40,8 +49,11 @@ struct ExposureLimits {
     float maxDigitalGain = 4;
 };
 
-/// What the automatic control finds right for the simulated scene.
-constexpr Hal::ExposureGain kAutomaticExposure{4'000'000, 1, 1};
+/// What the automatic control finds right for the usual light, where the mains has 50 Hz.
+constexpr Hal::ExposureGain kAutomaticExposure{10'000'000, 1.2F, 1};
+
+/// From an eye camera to the middle of the eyeball, which is on its axis, in m.
+inline constexpr double kEyeCameraDistance = 0.045;
 
 /// The images of a sensor at a resolution.
 struct ImageGeometry {

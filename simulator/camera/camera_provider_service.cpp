@@ -82,6 +82,9 @@ Return<Result> CameraProviderService::setUtilityFrequency(Hal::UtilityFrequency 
     }
     const std::lock_guard lock{mutex_};
     utilityFrequency_ = frequency;
+    for (const StreamPointer& stream : streams_) {
+        stream->server()->exposure().setUtilityFrequency(frequency);
+    }
     return Result::SUCCESS;
 }
 

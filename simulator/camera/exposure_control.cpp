@@ -19,6 +19,22 @@ Hal::ExposureGain limited(const Hal::ExposureGain& exposure) {
             limited(exposure.digitalGain, kLimits.minGain, kLimits.maxDigitalGain)};
 }
 
+/// As long as a lamp's period, if that is not too long, so that all exposures get the same light;
+/// gain makes up for the rest.
+Hal::ExposureGain automaticExposure(double brightness, Hal::UtilityFrequency frequency) {
+    constexpr ExposureLimits kLimits;
+    constexpr double kUnfit = 4e6;
+    const double period = frequency == Hal::UtilityFrequency::FREQUENCY_50_HZ   ? 1e9 / 100
+                          : frequency == Hal::UtilityFrequency::FREQUENCY_60_HZ ? 1e9 / 120
+                                                                                : kUnfit;
+    const double wanted = static_cast<double>(kAutomaticExposure.exposureTime) *
+                          kAutomaticExposure.analogGain / std::max(brightness, 1e-6);
+    const double time = std::min(period, wanted);
+    const auto gain = static_cast<float>(wanted / time);
+    const float analogGain = std::min(gain, kLimits.maxAnalogGain);
+    return limited({static_cast<uint64_t>(time), analogGain, gain / analogGain});
+}
+
 }  // namespace
 
 void ExposureControl::startOverriding(Claimant claimant) {
@@ -56,7 +72,12 @@ Hal::Result ExposureControl::set(Claimant claimant, const Hal::ExposureGainSetti
     return Hal::Result::SUCCESS;
 }
 
-std::vector<Hal::ExposureGain> ExposureControl::next(size_t cameras) {
+void ExposureControl::setUtilityFrequency(Hal::UtilityFrequency frequency) {
+    const std::lock_guard lock{mutex_};
+    utilityFrequency_ = frequency;
+}
+
+std::vector<Hal::ExposureGain> ExposureControl::next(size_t cameras, double brightness) {
     const std::lock_guard lock{mutex_};
     std::vector<Hal::ExposureGain> exposures;
     const auto claim = std::find_if(claims_.rbegin(), claims_.rend(),
@@ -67,7 +88,7 @@ std::vector<Hal::ExposureGain> ExposureControl::next(size_t cameras) {
             claim->exposures.clear();
         }
     }
-    exposures.resize(cameras, kAutomaticExposure);
+    exposures.resize(cameras, automaticExposure(brightness, utilityFrequency_));
     return exposures;
 }
 
@@ -79,7 +100,7 @@ std::vector<ExposureControl::Claim>::iterator ExposureControl::findLocked(Claima
 double brightnessOf(const Hal::ExposureGain& exposure) {
     return static_cast<double>(exposure.exposureTime) /
            static_cast<double>(kAutomaticExposure.exposureTime) * exposure.analogGain *
-           exposure.digitalGain;
+           exposure.digitalGain / kAutomaticExposure.analogGain;
 }
 
 }  // namespace Simulator

@@ -31,8 +31,12 @@ class ExposureControl {
     Hal::Result set(Claimant claimant, const Hal::ExposureGainSettings& settings,
                     uint32_t frameSets);
 
+    /// Of the lamps' flicker, which the automatic control avoids.
+    void setUtilityFrequency(Hal::UtilityFrequency frequency);
+
     /// Of the next frame set; one entry for each camera.
-    std::vector<Hal::ExposureGain> next(size_t cameras);
+    /// @param brightness of what they see; 1 in the usual light
+    std::vector<Hal::ExposureGain> next(size_t cameras, double brightness);
 
   private:
     struct Claim {
@@ -46,10 +50,11 @@ class ExposureControl {
     std::vector<Claim>::iterator findLocked(Claimant claimant);
 
     std::mutex mutex_;
+    Hal::UtilityFrequency utilityFrequency_ = Hal::UtilityFrequency::FREQUENCY_50_HZ;
     std::vector<Claim> claims_;  // in the order of their beginning
 };
 
-/// How bright the scene is in the image: 1 for the automatic exposure.
+/// How bright the scene is in the image: 1 for the automatic exposure in the usual light.
 double brightnessOf(const Hal::ExposureGain& exposure);
 
 }  // namespace Simulator

@@ -221,7 +221,7 @@ void FrameSetServer::deliver(const Batch& batch) {
         for (const ClientPointer& client : clients_) {
             client->collect();
         }
-        if (isTooSoonLocked(batch) || !beginLocked(toNanoseconds(batch.firstSample), &frameSet)) {
+        if (isTooSoonLocked(batch) || !beginLocked(batch, &frameSet)) {
             return;
         }
     }
@@ -268,9 +268,22 @@ bool FrameSetServer::isTooSoonLocked(const Batch& batch) {
     return false;
 }
 
+/// From the middle of the exposures until the last row has been read, however long they are.
+std::chrono::nanoseconds FrameSetServer::exposureToArrival() const {
+    constexpr ExposureLimits kLimits;
+    return std::chrono::nanoseconds{kLimits.maxExposureTime / 2 +
+                                    uint64_t{plan_.rowTime} * plan_.height / 2};
+}
+
+/// Of the middle of the exposures.
+int64_t FrameSetServer::worldTimeOf(const Batch& batch) const {
+    return batch.firstWorldTime - exposureToArrival().count();
+}
+
 /// All of the frame set but its images.
 /// @return false if there is none to be taken
-bool FrameSetServer::beginLocked(int64_t timestamp, Hal::FrameSet* frameSet) {
+bool FrameSetServer::beginLocked(const Batch& batch, Hal::FrameSet* frameSet) {
+    const int64_t timestamp = toNanoseconds(batch.firstSample - exposureToArrival());
     if (timestamp >= nextMux_.since) {
         mux_ = nextMux_;
     }
@@ -278,7 +291,8 @@ bool FrameSetServer::beginLocked(int64_t timestamp, Hal::FrameSet* frameSet) {
         return false;
     }
     const auto cameras = static_cast<uint32_t>(plan_.cameras.size());
-    const std::vector<Hal::ExposureGain> exposures = exposure_.next(cameras);
+    const std::vector<Hal::ExposureGain> exposures =
+        exposure_.next(cameras, source_->brightness(worldTimeOf(batch)));
     const uint32_t buffer = freeBufferLocked();
     frameSet->timestamp = timestamp;
     frameSet->sequence = nextSequence_++;
@@ -300,6 +314,7 @@ bool FrameSetServer::beginLocked(int64_t timestamp, Hal::FrameSet* frameSet) {
         frame.height = geometry.height;
         frame.stride = geometry.stride;
         frame.pixelFormat = plan_.pixelFormat;
+        frame.rowTime = plan_.rowTime << static_cast<uint32_t>(resolutions_[i]);
         frame.temperature = 36.5F;
     }
     return true;
@@ -322,7 +337,7 @@ void FrameSetServer::draw(const Batch& batch, Hal::FrameSet* frameSet) {
         source_->draw({plan_,
                        plan_.cameras[i],
                        frame.sequence,
-                       batch.firstWorldTime,
+                       worldTimeOf(batch),
                        {frame.exposureTime, frame.analogGain, frame.digitalGain}},
                       {images_[i]->pixels(frame.bufferIndex), frame.pixelFormat, frame.width,
                        frame.height, frame.stride});

@@ -92,9 +92,11 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
 
     void deliver(const Batch& batch);
     bool isTooSoonLocked(const Batch& batch);
-    bool beginLocked(int64_t timestamp, Hal::FrameSet* frameSet);
+    bool beginLocked(const Batch& batch, Hal::FrameSet* frameSet);
     uint32_t freeBufferLocked() const;
     void draw(const Batch& batch, Hal::FrameSet* frameSet);
+    std::chrono::nanoseconds exposureToArrival() const;
+    int64_t worldTimeOf(const Batch& batch) const;
     bool awaitRoom();
 
     void onReplaceLocked(FrameSetClient& former, FrameSetClient& successor) override {

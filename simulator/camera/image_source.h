@@ -46,6 +46,9 @@ class ImageSource {
     /// The factory calibration of the camera that draw has at full resolution: JSON, for clients.
     virtual std::string calibration(const CameraStreamPlan& stream,
                                     const CameraPlan& camera) const = 0;
+
+    /// How bright what the cameras see is, for the automatic exposure; 1 in the usual light.
+    virtual double brightness(int64_t /*worldTime*/) const { return 1; }
 };
 
 }  // namespace Simulator

@@ -20,21 +20,13 @@ EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
                                        const std::shared_ptr<Faults>& faults,
                                        const std::shared_ptr<ControllerFleet>& controllers,
                                        const std::shared_ptr<WorldClock>& clock)
-    : EnvironmentDevices(
-          settings, std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance),
-          faults, controllers, clock) {}
-
-EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
-                                       const std::shared_ptr<RoomLight>& room,
-                                       const std::shared_ptr<Faults>& faults,
-                                       const std::shared_ptr<ControllerFleet>& controllers,
-                                       const std::shared_ptr<WorldClock>& clock)
-    : flicker_(new StreamServer<Hal::FlickerData>("flicker sensor", kBlockPlan,
-                                                  samplesOf(FlickerModel(room)), faults, clock)),
+    : lamps_(std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance)),
+      flicker_(new StreamServer<Hal::FlickerData>("flicker sensor", kBlockPlan,
+                                                  samplesOf(FlickerModel(lamps_)), faults, clock)),
       adcFlicker_(new StreamServer<Hal::AdcFlickerData>(
-          "flicker sensor's ADC", kBlockPlan, samplesOf(AdcFlickerModel(room)), faults, clock)),
+          "flicker sensor's ADC", kBlockPlan, samplesOf(AdcFlickerModel(lamps_)), faults, clock)),
       ambientLight_(new StreamServer<Hal::AmbientLightData>(
-          "ambient-light sensor", kAmbientLightPlan, samplesOf(AmbientLightModel(room)), faults,
+          "ambient-light sensor", kAmbientLightPlan, samplesOf(AmbientLightModel(lamps_)), faults,
           clock)),
       lightSensor_(makeService<FlickerService>(
           faults, FlickerStreams{flicker_, adcFlicker_, ambientLight_},

@@ -36,12 +36,11 @@ class EnvironmentDevices : public DeviceGroup {
     void stop() override;
     std::vector<std::string> summary() const override;
 
-  private:
-    EnvironmentDevices(const EnvironmentSettings& settings, const std::shared_ptr<RoomLight>& room,
-                       const std::shared_ptr<Faults>& faults,
-                       const std::shared_ptr<ControllerFleet>& controllers,
-                       const std::shared_ptr<WorldClock>& clock);
+    const std::shared_ptr<const RoomLight>& lamps() const { return lamps_; }
+    const android::sp<LedService>& leds() const { return leds_; }
 
+  private:
+    const std::shared_ptr<const RoomLight> lamps_;
     const android::sp<StreamServer<Hal::FlickerData>> flicker_;
     const android::sp<StreamServer<Hal::AdcFlickerData>> adcFlicker_;
     const android::sp<StreamServer<Hal::AmbientLightData>> ambientLight_;

@@ -64,7 +64,7 @@ Hal::AdcFlickerData AdcFlickerModel::sample(const SampleInstant& instant) {
     record.sequence = instant.sequence;
     record.sampleRate = kSampleRate;
     record.sampleCount = kBlockSize;
-    const double begin = toSeconds(record.timestamp);
+    const double begin = toSeconds(instant.worldTime - kBlockNanoseconds);
     for (uint32_t i = 0; i < kBlockSize; ++i) {
         const double level = room_->at(begin + i / double{kSampleRate}) * kCountsPerLux;
         const double count = std::clamp(level + noise_(generator_), 0.0, kMaxCount);
@@ -75,7 +75,7 @@ Hal::AdcFlickerData AdcFlickerModel::sample(const SampleInstant& instant) {
 }
 
 Hal::FlickerData FlickerModel::sample(const SampleInstant& instant) const {
-    const double time = toSeconds(instant.timestamp - kBlockNanoseconds / 2);
+    const double time = toSeconds(instant.worldTime - kBlockNanoseconds / 2);
     const Period period = periodOf(*room_, time);
     const bool isSaturated = period.most > kIlluminanceRange;
     Hal::FlickerData record{};
@@ -103,7 +103,7 @@ Hal::FlickerData FlickerModel::sample(const SampleInstant& instant) const {
 }
 
 Hal::AmbientLightData AmbientLightModel::sample(const SampleInstant& instant) const {
-    const double begin = toSeconds(instant.timestamp) - kExposure;
+    const double begin = toSeconds(instant.worldTime) - kExposure;
     double illuminance = 0;
     for (double step = 0; step < kExposureSteps; ++step) {
         illuminance += room_->at(begin + kExposure * step / kExposureSteps) / kExposureSteps;

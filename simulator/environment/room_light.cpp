@@ -15,6 +15,11 @@ constexpr double kTurn = 2 * M_PI;
 }  // namespace
 
 double RoomLight::at(double time) const {
+    return average(time, time);
+}
+
+double RoomLight::average(double begin, double end) const {
+    const double time = (begin + end) / 2;
     if (isSteady()) {
         return meanAt(time);
     }
@@ -24,7 +29,11 @@ double RoomLight::at(double time) const {
     const double phase = kTurn * (turns - std::floor(turns));
     double level = 1;
     for (size_t i = 0; i < kAmplitudes.size(); ++i) {
-        level += kAmplitudes[i] * std::cos(static_cast<double>(i + 1) * phase);
+        const auto harmonic = static_cast<double>(i + 1);
+        // The mean of a cosine over some time is that of its middle, lessened.
+        const double half = M_PI * harmonic * frequencyAt(time) * (end - begin);
+        const double kept = half > 1e-9 ? std::sin(half) / half : 1;
+        level += kAmplitudes[i] * kept * std::cos(harmonic * phase);
     }
     return meanAt(time) * level;
 }

@@ -14,6 +14,9 @@ class RoomLight {
     /// Of the flicker's fundamental and of its harmonics, relative to the mean level.
     static constexpr std::array<double, 3> kAmplitudes{0.30, 0.08, 0.02};
 
+    /// That cameras and wearer are used to, in lx.
+    static constexpr double kUsualIlluminance = 300;
+
     /// @param flickerFrequency in Hz; 0: steady
     /// @param illuminance on average, in lx
     RoomLight(uint32_t flickerFrequency, double illuminance)
@@ -21,10 +24,13 @@ class RoomLight {
 
     bool isSteady() const { return flickerFrequency_ == 0; }
 
-    // At a time in seconds of CLOCK_MONOTONIC.
+    // At a time in seconds since the world's start.
 
     /// The illuminance, in lx.
     double at(double time) const;
+
+    /// The mean illuminance between two times, up to some tens of ms apart, in lx.
+    double average(double begin, double end) const;
 
     /// The illuminance without the flicker, in lx.
     double meanAt(double time) const;

@@ -6,7 +6,6 @@
 
 #include "camera/camera_devices.h"
 #include "camera/mux_control.h"
-#include "camera/test_pattern.h"
 #include "support/camera_client_end.h"
 
 namespace {
@@ -17,31 +16,15 @@ using Hal::StreamCommand;
 using TestSupport::CameraClientEnd;
 using Verdict = FrameSetLedger::Verdict;
 
-constexpr uint32_t kWidth = 320;
-constexpr uint32_t kHeight = 240;
-constexpr uint32_t kGap = 16;  // between the rows
-
-std::vector<uint8_t> imageOf(Hal::PixelFormat format, const PatternFrame& frame) {
-    const uint32_t stride = kWidth * bytesPerPixel(format) + kGap;
-    std::vector<uint8_t> bytes(kHeight * stride, 0xa5);
-    drawTestPattern({bytes.data(), format, kWidth, kHeight, stride}, frame);
-    for (uint32_t y = 1; y <= kHeight; ++y) {
-        const auto* const gap = bytes.data() + y * stride - kGap;
-        EXPECT_EQ(std::count(gap, gap + kGap, 0xa5), kGap) << "row " << y - 1;
+/// For those who do not look at the images.
+class NoImages : public ImageSource {
+  public:
+    void draw(const ImageRequest& /*request*/, const PixelPlane& /*plane*/) override {}
+    std::string calibration(const CameraStreamPlan& /*stream*/,
+                            const CameraPlan& /*camera*/) const override {
+        return "";
     }
-    // The print is another matter.
-    bytes.erase(bytes.begin(), bytes.begin() + kHeight / 4 * stride);
-    return bytes;
-}
-
-TEST(TestPatternTest, SceneMovesWithTheFrameInsideOfItsRows) {
-    using Format = Hal::PixelFormat;
-    for (const Format format :
-         {Format::GREY_8, Format::GREY_10, Format::RGBA_8888, Format::DEPTH_16}) {
-        EXPECT_NE(imageOf(format, {3, 41, 1}), imageOf(format, {3, 42, 1})) << toString(format);
-        EXPECT_EQ(imageOf(format, {3, 41, 1}), imageOf(format, {4, 41, 1})) << toString(format);
-    }
-}
+};
 
 Hal::FrameSet frameSetOf(uint32_t sequence, uint32_t buffer) {
     Hal::FrameSet frameSet{};
@@ -77,13 +60,29 @@ TEST(ExposureControlTest, LastToOverrideHasHisWayWithinTheLimits) {
     control.startOverriding(&first);
     control.startOverriding(&second);
     EXPECT_EQ(control.set(&first, settings, 0), Result::SUCCESS);
-    EXPECT_EQ(control.next(1)[0].exposureTime, 1'000'000U);
+    EXPECT_EQ(control.next(1, 1)[0].exposureTime, 1'000'000U);
     settings.cameras[0] = {UINT64_MAX, NAN, INFINITY};
     EXPECT_EQ(control.set(&second, settings, 1), Result::SUCCESS);
-    EXPECT_EQ(brightnessOf(control.next(2)[0]), 12.0);  // three times as long, digital gain of 4
-    EXPECT_EQ(brightnessOf(control.next(2)[0]), 1.0);   // held for one frame set only
+    const Hal::ExposureGain limited = control.next(2, 1)[0];
+    EXPECT_EQ(limited.exposureTime, ExposureLimits{}.maxExposureTime);
+    EXPECT_EQ(limited.analogGain, 1);  // what is no number becomes the least
+    EXPECT_EQ(limited.digitalGain, 4);
+    EXPECT_EQ(control.next(2, 1)[0].exposureTime, 1'000'000U);  // held for one frame set only
     settings.numCameras = 11;
     EXPECT_EQ(control.set(&second, settings, 0), Result::FAILURE);
+}
+
+TEST(ExposureControlTest, AutomaticExposureFitsTheLampsAndGainDoesTheRest) {
+    ExposureControl control;
+    for (const double brightness : {0.05, 0.2, 1.0, 1.15}) {
+        const Hal::ExposureGain exposure = control.next(1, brightness)[0];
+        EXPECT_EQ(exposure.exposureTime, 10'000'000U);
+        EXPECT_NEAR(brightnessOf(exposure) * brightness, 1, 1e-3);
+    }
+    control.setUtilityFrequency(Hal::UtilityFrequency::FREQUENCY_60_HZ);
+    EXPECT_EQ(control.next(1, 1)[0].exposureTime, 8'333'333U);
+    // In the sun, a period is too long.
+    EXPECT_NEAR(brightnessOf(control.next(1, 20)[0]) * 20, 1, 1e-3);
 }
 
 class FrameSetServerTest : public ::testing::Test {
@@ -92,8 +91,8 @@ class FrameSetServerTest : public ::testing::Test {
 
     std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
     std::shared_ptr<WorldClock> clock_ = std::make_shared<WorldClock>();
-    android::sp<FrameSetServer> server_ = new FrameSetServer(
-        cameraStreamPlans()[0], std::make_shared<TestPattern>(), faults_, clock_);
+    android::sp<FrameSetServer> server_ =
+        new FrameSetServer(cameraStreamPlans()[0], std::make_shared<NoImages>(), faults_, clock_);
     std::shared_ptr<MuxControl> mux_ =
         std::make_shared<MuxControl>(std::vector<android::sp<FrameSetServer>>{server_}, clock_);
     android::sp<CameraStreamService> service_ =
