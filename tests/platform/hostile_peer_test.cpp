@@ -83,7 +83,7 @@ void sendHandle(Frame& call, uint32_t descriptors, uint32_t integers) {
 
 void sendRelease(FrameHeader& header, uint64_t references) {
     header.kind = FrameKind::kRelease;
-    header.references = references;
+    header.givenBack = references;
 }
 
 /** What is wrong with a call of the service that is right otherwise. */

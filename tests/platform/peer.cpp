@@ -121,13 +121,10 @@ void Peer::finish(size_t lastBytes) {
 }
 
 bool Peer::receive(Frame* frame) {
-    const char* problem = nullptr;
-    while (reader_.next(frame, &problem) == FrameReader::Outcome::kNotYet) {
-        if (reader_.receive(socket_.get(), 0, &problem) == FrameReader::Outcome::kEnd) {
-            return false;
-        }
+    while (!reader_.next(frame)) {
+        if (reader_.receive(socket_.get(), 0) == FrameReader::Outcome::kEnd) return false;
     }
-    return problem == nullptr;
+    return true;
 }
 
 bool Peer::isDropped() {

@@ -34,8 +34,9 @@ constexpr uint32_t kHang = 8;
 /** IBase::debug */
 constexpr uint32_t kDebug = 256131655;
 
-// What stands in a parcel for an object and for a handle.
+// What stands in a parcel for an object, for none and for a handle.
 constexpr uint32_t kObjectItem = 0x4f424a45;
+constexpr uint32_t kNullObjectItem = 0x4e4f424a;
 constexpr uint32_t kHandleItem = 0x48414e44;
 
 Parcel argumentsFor(const char* interface);

@@ -6,20 +6,32 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <future>
+#include <thread>
 
 #include "platform/echo_service.h"
 #include "platform/peer.h"
+#include "transport/Backlog.h"
 
 namespace moriak_test {
 namespace {
 
 using namespace std::chrono_literals;
+using android::hardware::details::CallWindow;
 using android::hardware::details::kMaxDescriptors;
 
 /** As many as one process may have to another. */
-constexpr size_t kConnections = 16;
+constexpr size_t kConnections = 8;
+/** As many threads as a connection may occupy. */
+constexpr size_t kThreads = 16;
+
+Parcel argumentsOfCollect(uint32_t number) {
+    Parcel arguments = argumentsFor(IEcho::descriptor);
+    arguments.writeUint32(number);
+    return arguments;
+}
 
 /** The service asks an object of the peer's before it answers. */
 Frame callThatCallsBack(const Peer& peer, uint64_t callId) {
@@ -42,6 +54,7 @@ class StallingClientTest : public testing::Test {
     size_t threads() const { return TestSupport::resourcesOf(process_.pid()).threads; }
     /** The attackers are gone by now. */
     void TearDown() override {
+        if (process_.pid() < 0) return;  // the test has killed it
         EXPECT_TRUE(isServed());
         EXPECT_TRUE(becomesTrue([this] {
             return process_.descriptors() <= before_.descriptors &&
@@ -50,7 +63,7 @@ class StallingClientTest : public testing::Test {
     }
 
     const RuntimeDirectory directory_;
-    const ServiceProcess process_{"attacked"};
+    ServiceProcess process_{"attacked"};
     const sp<IEcho> echo_ = IEcho::getService("attacked");
     const TestSupport::ProcessResources before_ = TestSupport::resourcesOf(process_.pid());
 };
@@ -85,10 +98,14 @@ TEST_F(StallingClientTest, MessagesInPiecesHoldNoThreadAndAreServedWhenTheyAreWh
 }
 
 TEST_F(StallingClientTest, AThousandConnectionsOfOneProcessLeaveRoomForOthers) {
-    std::vector<unique_fd> sockets;
-    while (sockets.size() < 1000) sockets.push_back(connectedToService("attacked"));
+    std::vector<Peer> peers;
+    while (peers.size() < 1000) peers.emplace_back(connectedToService("attacked"));
     EXPECT_TRUE(isServed());
     serveNewcomer();
+    EXPECT_EQ(
+        std::count_if(peers.begin(), peers.end(), [](const Peer& peer) { return peer.isOpen(); }),
+        kConnections - 1)
+        << "one is the runtime's own";
 }
 
 TEST_F(StallingClientTest, APeerThatDoesNotReadItsAnswersIsDropped) {
@@ -96,7 +113,7 @@ TEST_F(StallingClientTest, APeerThatDoesNotReadItsAnswersIsDropped) {
     Record record;
     record.name = std::string(500'000, 'x');
     const Parcel arguments = argumentsOfReverse({record});
-    for (uint64_t callId = 2; callId < 20; ++callId) {
+    for (uint64_t callId = 2; callId < 5; ++callId) {
         peer.send(callOf(peer.service(), kReverse, arguments, callId));
     }
     EXPECT_TRUE(isServed());
@@ -104,29 +121,46 @@ TEST_F(StallingClientTest, APeerThatDoesNotReadItsAnswersIsDropped) {
     EXPECT_TRUE(becomesTrue([&] { return !peer.isOpen(); }));
 }
 
-TEST_F(StallingClientTest, AFloodOfOneWayCallsIsServedOrEndsTheConnection) {
-    Peer peer("attacked");
-    Parcel arguments = argumentsFor(IEcho::descriptor);
-    arguments.writeUint32(7);
-    for (int i = 0; i < 20'000; ++i) {
-        peer.send(callOf(peer.service(), kCollect, arguments, 0));
+TEST_F(StallingClientTest, CallsThatHangOccupyAFewThreadsAndNoneOfOthers) {
+    std::vector<std::unique_ptr<Peer>> peers;
+    while (peers.size() < kConnections - 1) peers.push_back(std::make_unique<Peer>("attacked"));
+    for (const auto& peer : peers) {
+        for (uint64_t callId = 2; callId < 120; ++callId) {
+            peer->send(callOf(peer->service(), kHang, argumentsFor(IEcho::descriptor), callId));
+        }
     }
+    EXPECT_TRUE(becomesTrue([&] { return threads() >= peers.size() * kThreads; }));
     EXPECT_TRUE(isServed());
+    serveNewcomer();
+    EXPECT_LE(threads(), peers.size() * kThreads + before_.threads + 2);
+    // They never return.
+    process_.kill();
+}
+
+/** What is sent to the peer is not read: nothing that it makes us queue grows without bound. */
+TEST_F(StallingClientTest, APeerThatSendsObjectsAndTakesNoneBackIsDropped) {
+    Peer peer("attacked");
+    uint64_t objectId = 1;
+    Frame call = callOf(peer.service(), kCollect, argumentsOfCollect(7), 0);
+    while (peer.isOpen() && objectId < 10'000'000) {
+        call.objects.clear();
+        while (call.objects.size() < 256) addObject(call, {objectId++, ObjectOwner::kSender});
+        peer.send(call);
+    }
+    EXPECT_FALSE(peer.isOpen());
 }
 
 TEST_F(StallingClientTest, AnEndThatComesTogetherWithTheLastCallIsSeen) {
-    Parcel arguments = argumentsFor(IEcho::descriptor);
-    arguments.writeUint32(7);
     auto peer = std::make_unique<Peer>("attacked");
     kill(process_.pid(), SIGSTOP);
     siginfo_t stopped;
     ASSERT_EQ(waitid(P_PID, static_cast<id_t>(process_.pid()), &stopped, WSTOPPED), 0);
-    peer->send(callOf(peer->service(), kCollect, arguments, 0));
+    peer->send(callOf(peer->service(), kCollect, argumentsOfCollect(7), 0));
     peer.reset();
     kill(process_.pid(), SIGCONT);
 }
 
-TEST_F(StallingClientTest, CallsNestedWithoutEndAreEndedBeforeTheStackIs) {
+TEST_F(StallingClientTest, ACallNestedTooDeepFailsAlone) {
     Peer peer("attacked");
     Frame nested;
     uint64_t callId = 2;
@@ -134,9 +168,11 @@ TEST_F(StallingClientTest, CallsNestedWithoutEndAreEndedBeforeTheStackIs) {
         Frame call = callThatCallsBack(peer, callId++);
         call.header.parentCallId = nested.header.callId;
         peer.send(call);
-    } while (callId < 1000 && peer.receive(&nested));
-    EXPECT_LT(callId, 1000U);
-    EXPECT_TRUE(isServed());
+        ASSERT_TRUE(peer.receive(&nested));
+    } while (callId < 1000 && nested.header.kind == FrameKind::kTransaction);
+    EXPECT_LT(callId, 200U);
+    EXPECT_EQ(nested.header.kind, FrameKind::kReply);
+    EXPECT_EQ(nested.header.callId, callId - 1);
 }
 
 TEST_F(StallingClientTest, AReplyThatIsGivenTwiceEndsTheConnection) {
@@ -153,6 +189,18 @@ TEST_F(StallingClientTest, AReplyThatIsGivenTwiceEndsTheConnection) {
     EXPECT_EQ(first.header.kind, FrameKind::kReply);
     peer.reply(question.header.callId, answer);
     EXPECT_TRUE(peer.isDropped());
+}
+
+TEST_F(StallingClientTest, TwoCallsNestedInOneEndTheConnection) {
+    Peer peer("attacked");
+    peer.send(callThatCallsBack(peer, 2));
+    Frame question;
+    ASSERT_TRUE(peer.receive(&question));
+    Frame nested = callOf(peer.service(), kHang, argumentsFor(IEcho::descriptor), 3);
+    nested.header.parentCallId = question.header.callId;
+    for (; nested.header.callId < 6; ++nested.header.callId) peer.send(nested);
+    EXPECT_TRUE(peer.isDropped());
+    process_.kill();  // one of them hangs
 }
 
 TEST_F(StallingClientTest, DescriptorsOfMessagesThatAreNeverWholeDoNotUseUpThoseOfTheProcess) {
@@ -183,6 +231,89 @@ TEST_F(StallingClientTest, DescriptorsOfMessagesThatAreNeverWholeDoNotUseUpThose
     serveNewcomer();
 }
 
+/** So many small one-way calls may wait. */
+size_t callsInWindow(const Frame& call) {
+    return CallWindow::kSize / CallWindow::costOf(call.header);
+}
+
+TEST(OneWayCallsTest, WaitForThoseOfTheirObjectAloneAndForSoManyAsThereIsRoomFor) {
+    struct SlowService : EchoService {
+        Return<void> collect(uint32_t number) override {
+            isOpen.wait();
+            return EchoService::collect(number);
+        }
+        std::promise<void> gate;
+        std::shared_future<void> isOpen = gate.get_future();
+    };
+    const RuntimeDirectory directory;
+    const sp<SlowService> slow = new SlowService;
+    const sp<EchoService> other = new EchoService;
+    ASSERT_EQ(slow->registerAsService("slow"), android::OK);
+    ASSERT_EQ(other->registerAsService("other"), android::OK);
+    Peer peer("slow");
+    const Frame slowCall = callOf(peer.service(), kCollect, argumentsOfCollect(1), 0);
+    size_t calls = 0;
+    for (; calls < callsInWindow(slowCall) - 1; ++calls) peer.send(slowCall);
+    ASSERT_TRUE(peer.isServed("other"));
+    peer.send(callOf(peer.service(), kCollect, argumentsOfCollect(2), 0));
+    const auto isCollected = [](EchoService& service, size_t count) {
+        size_t collected = 0;
+        service.collected([&](const auto& numbers) { collected = numbers.size(); });
+        return collected == count;
+    };
+    EXPECT_TRUE(becomesTrue([&] { return isCollected(*other, 1); }));
+    ASSERT_TRUE(peer.isServed("other")) << "there is room again for one";
+    for (int i = 0; i < 3; ++i) peer.send(slowCall);
+    EXPECT_TRUE(peer.isDropped());
+    slow->gate.set_value();
+    EXPECT_TRUE(becomesTrue([&] { return isCollected(*slow, 1); })) << "the one that had begun";
+}
+
+TEST(OneWayCallsTest, AreSentWhenThereIsRoomForThem) {
+    const RuntimeDirectory directory;
+    constexpr size_t kCallsServed = 600;
+    std::promise<size_t> full;
+    const FakeService fake("full", [&](int listener) {
+        Peer client = acceptFrom(listener);
+        Frame call;
+        EXPECT_TRUE(client.receive(&call));
+        Parcel service;
+        service.writeUint32(kObjectItem);
+        client.reply(call.header.callId, service, {{5, ObjectOwner::kSender}});
+        const auto receiveCalls = [&](size_t count) {
+            for (; count > 0; --count) EXPECT_TRUE(client.receive(&call));
+        };
+        receiveCalls(1);
+        const size_t fitting = callsInWindow(call);
+        const size_t cost = CallWindow::costOf(call.header);
+        receiveCalls(fitting - 1);
+        full.set_value(fitting);
+        // A call that waits for its reply is not held up by them.
+        EXPECT_TRUE(client.receive(&call));
+        Parcel fine;
+        fine.writeInt32(0);
+        client.reply(call.header.callId, fine);
+        Frame served;
+        served.header.kind = FrameKind::kServed;
+        served.header.givenBack = kCallsServed * cost;
+        client.send(served);
+        receiveCalls(kCallsServed);
+        served.header.givenBack = 2 * CallWindow::kSize;
+        client.send(served);
+        EXPECT_TRUE(client.isDropped());
+    });
+    const sp<IEcho> echo = IEcho::getService("full");
+    ASSERT_NE(echo, nullptr);
+    std::atomic<size_t> sent{0};
+    std::thread sender([&] {
+        while (echo->collect(0).isOk()) ++sent;
+    });
+    const size_t fitting = full.get_future().get();
+    EXPECT_TRUE(echo->keep(nullptr).isOk());
+    sender.join();
+    EXPECT_EQ(sent, fitting + kCallsServed);
+}
+
 TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {
     const RuntimeDirectory directory;
     const ServiceProcess process("good");
@@ -202,11 +333,22 @@ TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {
     const unique_fd first = connectedToService("deaf");
     expectToEnd("deaf");
     const FakeService mute("mute", [=](int listener) {
-        const Peer client = acceptFrom(listener);
+        Peer client = acceptFrom(listener);
+        Frame question;
+        EXPECT_TRUE(client.receive(&question));
         isOver.wait();
+        // Too late, and not to be taken for the answer to the next question.
+        Parcel service;
+        service.writeUint32(kObjectItem);
+        client.reply(question.header.callId, service, {{5, ObjectOwner::kSender}});
+        EXPECT_TRUE(client.receive(&question));
+        Parcel none;
+        none.writeUint32(kNullObjectItem);
+        client.reply(question.header.callId, none);
     });
     expectToEnd("mute");
     end.set_value();
+    EXPECT_EQ(IEcho::getService("mute"), nullptr);
 }
 
 }  // namespace

@@ -37,11 +37,8 @@ class BpHwBinder final : public IBinder {
     void sendObituary();
 
   private:
-    friend class details::Connection;
-
     const std::shared_ptr<details::Connection> connection_;
     const uint64_t objectId_;
-    uint64_t referencesReceived_ = 0;  // guarded by the connection
 
     std::mutex mutex_;
     bool obituarySent_ = false;

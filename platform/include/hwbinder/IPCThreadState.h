@@ -12,8 +12,9 @@ class IPCThreadState {
     /** The peer whose call this thread is serving; this process if it serves none. */
     pid_t getCallingPid() const;
 
-    /** Releases of references are sent when they happen: nothing waits to be flushed. */
-    void flushCommands() {}
+    /** Sends releases of references now, which otherwise wait for the next message or some 10 ms.
+     */
+    void flushCommands();
 };
 
 }  // namespace android::hardware

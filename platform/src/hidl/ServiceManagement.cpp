@@ -59,13 +59,11 @@ sp<IBase> details::getRawService(const std::string& interfaceName, const std::st
         Endpoint& endpoint = Endpoint::self();
         if (*socketName == endpoint.socketName()) return endpoint.services().get(name);
 
-        const std::shared_ptr<Connection> connection = endpoint.connectTo(*registry, *socketName);
-        if (connection == nullptr) return nullptr;
         sp<IBinder> service;
-        const status_t status = ServiceTable::ask(*connection, name, &service);
+        const status_t status = endpoint.ask(*registry, *socketName, name, &service);
         if (status == DEAD_OBJECT) continue;
         if (status == TIMED_OUT) {
-            ALOGE("process %d does not say whether it has the service %s", connection->peer().pid,
+            ALOGE("%s does not say whether it has the service %s", socketName->c_str(),
                   name.c_str());
         }
         if (status != OK || service == nullptr) return nullptr;

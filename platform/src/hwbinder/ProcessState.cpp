@@ -3,6 +3,7 @@
 #include <hwbinder/ProcessState.h>
 #include <unistd.h>
 
+#include "transport/Endpoint.h"
 #include "transport/ServedCall.h"
 
 namespace android::hardware {
@@ -20,6 +21,10 @@ IPCThreadState* IPCThreadState::self() {
 pid_t IPCThreadState::getCallingPid() const {
     const details::ServedCall* call = details::ServedCall::current();
     return call == nullptr ? getpid() : call->peer().pid;
+}
+
+void IPCThreadState::flushCommands() {
+    details::Endpoint::self().sendReleases();
 }
 
 }  // namespace android::hardware

@@ -10,22 +10,18 @@
 #include <cerrno>
 #include <utility>
 
+#include "transport/BrokenPeer.h"
+#include "transport/PeerLog.h"
 #include "transport/ServedCall.h"
 
 namespace android::hardware::details {
 
 namespace {
 
-// What a peer may have waiting here or hold; a peer that takes more is broken.
-constexpr size_t kMaxBacklogCalls = 128;  // each may take a thread
-constexpr size_t kMaxBacklogOneWayCalls = 1024;
-constexpr size_t kMaxBacklogBytes = size_t{16} << 20;
-constexpr size_t kMaxExports = 4096;
-constexpr size_t kMaxImports = 4096;
-constexpr char kTooManyDescriptors[] = "its process has sent more descriptors than can be kept";
-
-// How long a message may wait for a peer that does not read.
-constexpr int kSendTimeoutMs = 10'000;
+// How long a message may wait for a peer that does not read, and a one-way call for room.
+constexpr std::chrono::seconds kPatience{10};
+// Each level is on the stack of one thread, in both processes.
+constexpr size_t kMaxNestedCalls = 128;
 
 void awaitReadable(int socket, Connection::Clock::time_point deadline) {
     const auto left =
@@ -34,97 +30,130 @@ void awaitReadable(int socket, Connection::Clock::time_point deadline) {
     poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
 }
 
+/** A header alone. */
+FrameHeader headerOf(FrameKind kind) {
+    FrameHeader header;
+    header.kind = kind;
+    return header;
+}
+
 }  // namespace
 
 std::shared_ptr<Connection> Connection::start(unique_fd socket, const ucred& peer,
-                                              std::shared_ptr<DescriptorAccount> account,
-                                              const sp<BHwBinder>& root,
-                                              std::function<void(const Connection*)> onEnd) {
-    std::shared_ptr<Connection> connection(
-        new Connection(std::move(socket), peer, std::move(account), root, std::move(onEnd)));
-    connection->watchName_ = ThreadPool::self().add(connection->socket_.get(), connection);
-    if (connection->watchName_ == 0) return nullptr;
-    const std::lock_guard lock(connection->mutex_);
-    connection->letAnotherReadLocked();
+                                              const sp<BHwBinder>& root, Owner& owner) {
+    const std::shared_ptr<Connection> connection(
+        new Connection(std::move(socket), peer, root, owner));
+    const int fd = connection->socket_.get();
+    const uint64_t watchName = ThreadPool::self().add(fd, connection);
+    if (watchName == 0) return nullptr;
+    const MutexLock lock(connection->mutex_);
+    connection->role_.begin(fd, watchName);
     return connection;
 }
 
-Connection::Connection(unique_fd socket, const ucred& peer,
-                       std::shared_ptr<DescriptorAccount> account, const sp<BHwBinder>& root,
-                       std::function<void(const Connection*)> onEnd)
-    : peer_(peer),
-      account_(std::move(account)),
-      onEnd_(std::move(onEnd)),
-      readersClaim_(account_),
-      socket_(std::move(socket)) {
-    exports_[kRootObjectId].object = root;
-}
+Connection::Connection(unique_fd socket, const ucred& peer, const sp<BHwBinder>& root, Owner& owner)
+    : peer_(peer), owner_(owner), objects_(root), socket_(std::move(socket)) {}
 
 // Calling
 
 status_t Connection::call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
                           uint32_t flags, Clock::time_point deadline) {
-    FrameHeader header;
-    header.kind = FrameKind::kTransaction;
+    if (ThreadPool::isInherited()) return DEAD_OBJECT;
+    FrameHeader header = headerOf(FrameKind::kTransaction);
     header.objectId = objectId;
     header.code = code;
     header.flags = flags;
-    if ((flags & IBinder::FLAG_ONEWAY) != 0) return send(header, data);
-
+    header.itemBytes = static_cast<uint32_t>(data.items().size());
+    header.descriptorCount = static_cast<uint32_t>(data.descriptors().size());
+    if ((flags & IBinder::FLAG_ONEWAY) != 0) return callOneWay(header, data);
+    if (ServedCall::depth() >= kMaxNestedCalls) {
+        logOfPeer("a call to process %d is nested too deep", peer_.pid);
+        return FAILED_TRANSACTION;
+    }
     header.parentCallId = ServedCall::waitingCallOn(this);
     PendingCall call;
     call.reply = reply;
+    call.cost = header.parentCallId == 0 ? CallWindow::costOf(header) : 0;
     {
-        const std::lock_guard lock(mutex_);
-        if (!alive_) return DEAD_OBJECT;
+        const MutexLock lock(mutex_);
+        const status_t status = awaitRoom(sentCalls_, call.cost, deadline);
+        if (status != OK) return status;
         header.callId = ++lastCallId_;
         pendingCalls_[header.callId] = &call;
         // Before the call is sent: its reply is not to wake a thread of the pool.
-        call.isReading = startReadingLocked();
+        role_.take(call);
     }
     status_t status = send(header, data, &call);
 
-    std::unique_lock lock(mutex_);
-    if (status == OK) status = awaitReply(call, deadline, lock);
+    const MutexLock lock(mutex_);
+    if (status == OK) status = awaitReply(call, deadline);
     pendingCalls_.erase(header.callId);
-    if (status == TIMED_OUT && !call.isDone) abandonedCalls_.insert(header.callId);
-    stopReadingLocked(call);
+    if (status == TIMED_OUT && !call.isDone) {
+        abandonedCalls_[header.callId] = call.cost;
+    } else {
+        giveBack(sentCalls_, call.cost);
+    }
+    role_.pass(call);
     return status;
 }
 
-status_t Connection::awaitReply(PendingCall& call, Clock::time_point deadline,
-                                std::unique_lock<std::mutex>& lock) {
+status_t Connection::callOneWay(const FrameHeader& header, const Parcel& data) {
+    const size_t cost = CallWindow::costOf(header);
+    status_t status = OK;
+    {
+        const MutexLock lock(mutex_);
+        status = awaitRoom(sentOneWayCalls_, cost, Clock::now() + kPatience);
+    }
+    if (status == TIMED_OUT) {
+        logOfPeer("process %d does not serve its one-way calls: one more is not sent", peer_.pid);
+        return FAILED_TRANSACTION;
+    }
+    if (status == OK) status = send(header, data);
+    if (status == OK || status == DEAD_OBJECT) return status;
+    const MutexLock lock(mutex_);
+    giveBack(sentOneWayCalls_, cost);
+    return status;
+}
+
+status_t Connection::awaitRoom(CallWindow& window, size_t cost, Clock::time_point deadline) {
+    while (alive_ && cost > 0 && !window.take(cost)) {
+        if (deadline != Clock::time_point::max() && Clock::now() >= deadline) return TIMED_OUT;
+        mutex_.wait(roomMade_, deadline);
+    }
+    return alive_ ? OK : DEAD_OBJECT;
+}
+
+void Connection::giveBack(CallWindow& window, size_t cost) {
+    window.giveBack(cost);
+    if (cost > 0) roomMade_.notify_all();
+}
+
+status_t Connection::awaitReply(PendingCall& call, Clock::time_point deadline) {
     const bool isBounded = deadline != Clock::time_point::max();
     while (true) {
-        if (!call.nested.empty()) {
-            TransactionPointer nested = std::move(call.nested.front());
-            call.nested.erase(call.nested.begin());
-            stopReadingLocked(call);
-            lock.unlock();
-            serveNow(*nested);
+        if (call.nested != nullptr) {
+            TransactionPointer nested = std::move(call.nested);
+            role_.pass(call);
+            mutex_.unlock();
+            serveOne(*nested);
             nested.reset();
-            lock.lock();
+            mutex_.lock();
         } else if (call.isDone) {
             return call.status;
         } else if (isBounded && Clock::now() >= deadline) {
             return TIMED_OUT;
-        } else if (call.isReading || startReadingLocked()) {
-            call.isReading = true;
-            lock.unlock();
+        } else if (role_.take(call)) {
+            mutex_.unlock();
             if (isBounded) awaitReadable(socket_.get(), deadline);
-            readMessages(isBounded ? MSG_DONTWAIT : 0, nullptr);
-            lock.lock();
+            postServing(readMessages(isBounded ? MSG_DONTWAIT : 0).value_or(0));
+            mutex_.lock();
         } else {
-            call.isAsleep = true;
-            if (isBounded) {
-                call.changed.wait_until(lock, deadline);
-            } else {
-                call.changed.wait(lock);
-            }
-            call.isAsleep = false;
+            role_.sleep(call, mutex_, deadline);
         }
     }
 }
+
+// Sending
 
 status_t Connection::send(FrameHeader header, const Parcel& parcel, PendingCall* call) {
     if (parcel.writeError() != OK) return parcel.writeError();
@@ -138,163 +167,145 @@ status_t Connection::send(FrameHeader header, const Parcel& parcel, PendingCall*
     }
     std::vector<ObjectReference> objects;
     std::vector<FrameHeader> releases;
-    {
-        const std::lock_guard lock(mutex_);
-        const status_t status = exportLocked(parcel, &objects);
-        if (status != OK) return status;
-        releases.swap(releases_);
-    }
+    const status_t status = objects_.send(parcel, *this, &objects, &releases);
+    if (status != OK) return status;
     header.itemBytes = static_cast<uint32_t>(parcel.items().size());
     header.objectCount = static_cast<uint32_t>(objects.size());
     header.descriptorCount = static_cast<uint32_t>(parcel.descriptors().size());
-    return sendNow(header, parcel, objects, releases, call) ? OK : DEAD_OBJECT;
+    return sendNow(header, parcel, objects, releases, call);
 }
 
-status_t Connection::exportLocked(const Parcel& parcel, std::vector<ObjectReference>* references) {
-    if (!alive_) return DEAD_OBJECT;
-    for (const sp<IBinder>& object : parcel.objects()) {
-        const BpHwBinder* proxy = object->remoteBinder();
-        if (proxy != nullptr && proxy->connection().get() != this) {
-            ALOGE("an object of process %d cannot be passed on to process %d",
-                  proxy->connection()->peer().pid, peer_.pid);
-            return INVALID_OPERATION;
+status_t Connection::sendNow(const FrameHeader& header, const Parcel& parcel,
+                             const std::vector<ObjectReference>& objects,
+                             const std::vector<FrameHeader>& releases, PendingCall* call) {
+    if (!sendMutex_.tryLock()) {
+        // The peer may wait for us to read before it reads.
+        stopReading(call);
+        sendMutex_.lock();
+    }
+    int error = EPIPE;
+    if (alive_) {
+        FrameWriter writer(header, parcel.items(), objects, parcel.descriptors(), releases);
+        error = writer.writeSome(socket_.get());
+        if (error == EAGAIN) {
+            stopReading(call);
+            error = writer.writeRest(socket_.get(), std::chrono::milliseconds(kPatience).count());
         }
     }
-    for (const sp<IBinder>& object : parcel.objects()) {
-        if (const BpHwBinder* proxy = object->remoteBinder()) {
-            references->push_back({proxy->objectId(), ObjectOwner::kReceiver});
-            continue;
-        }
-        BHwBinder* const local = object->localBinder();
-        const auto [known, isNew] = exportIds_.try_emplace(local, lastObjectId_ + 1);
-        if (isNew) exports_[++lastObjectId_].object = local;
-        ++exports_[known->second].referencesSent;
-        references->push_back({known->second, ObjectOwner::kSender});
+    sendMutex_.unlock();
+    if (error == 0) return OK;
+    if (error == EPIPE || error == ECONNRESET) {
+        close();
+    } else if (error == ETIMEDOUT) {
+        drop("it does not read what is sent to it");
+    } else {
+        drop("a message cannot be sent to it");
     }
-    return OK;
+    return DEAD_OBJECT;
 }
 
-bool Connection::sendNow(const FrameHeader& header, const Parcel& parcel,
-                         const std::vector<ObjectReference>& objects,
-                         const std::vector<FrameHeader>& releases, PendingCall* call) {
-    // The peer may wait for us to read before it reads.
-    const auto letAnotherRead = [this, call] {
-        if (call == nullptr) return;
-        const std::lock_guard lock(mutex_);
-        stopReadingLocked(*call);
-    };
-    std::unique_lock sendLock(sendMutex_, std::try_to_lock);
-    if (!sendLock.owns_lock()) {
-        letAnotherRead();
-        sendLock.lock();
-    }
-    if (!alive_) return false;
-    FrameWriter writer(header, parcel.items(), objects, parcel.descriptors(), releases);
-    int error = writer.writeSome(socket_.get());
-    if (error == EAGAIN) {
-        letAnotherRead();
-        error = writer.writeRest(socket_.get(), kSendTimeoutMs);
-    }
-    if (error == 0) return true;
-    const bool peerIsGone = error == EPIPE || error == ECONNRESET;
-    return drop(peerIsGone ? nullptr
-                           : (error == ETIMEDOUT ? "it does not read what is sent to it"
-                                                 : "a message cannot be sent to it"));
+status_t Connection::sendHeader(const FrameHeader& header) {
+    return sendNow(header, {}, {}, {}, nullptr);
+}
+
+void Connection::stopReading(PendingCall* call) {
+    if (call == nullptr) return;
+    const MutexLock lock(mutex_);
+    role_.pass(*call);
 }
 
 // Serving
 
-void Connection::serve(const TransactionPointer& transaction) {
-    if (transaction->isOneWay()) {
-        serveOneWayCalls();
-    } else {
-        serveNow(*transaction);
+void Connection::postServing(size_t threads) {
+    for (; threads > 0; --threads) {
+        ThreadPool::self().post([self = shared_from_this()] { self->serve(); });
     }
 }
 
-void Connection::serveNow(const Transaction& transaction) {
-    if (alive_) {
-        const FrameHeader& header = transaction.header;
-        ServedCall served(this, header.callId, peer_);
-        bool isAnswered = transaction.isOneWay();
-        const auto answerOnce = [&](status_t status, const Parcel& reply) {
-            if (std::exchange(isAnswered, true)) return;
-            served.answered();
-            answer(header.callId, status, reply);
-        };
-        Parcel reply;
-        const status_t status =
-            transaction.target->transact(header.code, transaction.data, &reply, header.flags,
-                                         [&](Parcel& results) { answerOnce(OK, results); });
-        answerOnce(status, reply);
+void Connection::serve() {
+    TransactionPointer transaction;
+    while (true) {
+        TransactionPointer next;
+        {
+            const MutexLock lock(mutex_);
+            next = backlog_.next(transaction.get());
+        }
+        transaction = std::move(next);
+        if (transaction == nullptr) return;
+        serveOne(*transaction);
     }
-    const std::lock_guard lock(mutex_);
-    backlog_.remove(transaction);
+}
+
+void Connection::serveOne(const Transaction& transaction) {
+    if (!alive_) return;
+    const FrameHeader& header = transaction.header;
+    ServedCall served(this, header.callId, peer_);
+    bool isAnswered = transaction.isOneWay();
+    const auto answerOnce = [&](status_t status, const Parcel& reply) {
+        if (std::exchange(isAnswered, true)) return;
+        served.answered();
+        accountAsServed(transaction);
+        answer(header.callId, status, reply);
+    };
+    Parcel reply;
+    status_t status = NO_MEMORY;
+    if (transaction.isIncomplete) {
+        logOfPeer("a call of process %d brings descriptors that cannot be taken", peer_.pid);
+    } else {
+        status = transaction.target->transact(header.code, transaction.data, &reply, header.flags,
+                                              [&](Parcel& results) { answerOnce(OK, results); });
+    }
+    answerOnce(status, reply);
+    if (transaction.isOneWay()) accountAsServed(transaction);
+}
+
+void Connection::accountAsServed(const Transaction& transaction) {
+    if (transaction.isNested) return;
+    const size_t cost = CallWindow::costOf(transaction.header);
+    FrameHeader header = headerOf(FrameKind::kServed);
+    {
+        const MutexLock lock(mutex_);
+        if (!transaction.isOneWay()) {
+            receivedCalls_.giveBack(cost);
+            return;
+        }
+        receivedOneWayCalls_.giveBack(cost);
+        servedOneWay_ += cost;
+        if (servedOneWay_ < CallWindow::kSmallestPart) return;
+        header.givenBack = std::exchange(servedOneWay_, 0);
+    }
+    sendHeader(header);
 }
 
 void Connection::answer(uint64_t callId, status_t status, const Parcel& reply) {
-    FrameHeader header;
-    header.kind = FrameKind::kReply;
+    FrameHeader header = headerOf(FrameKind::kReply);
     header.callId = callId;
     if (status == OK) status = send(header, reply);
     if (status == OK || status == DEAD_OBJECT) return;
     header.status = status;
-    sendNow(header, {}, {}, {}, nullptr);
+    sendHeader(header);
 }
 
-void Connection::serveOneWayCalls() {
-    while (true) {
-        TransactionPointer transaction;
-        {
-            const std::lock_guard lock(mutex_);
-            if (oneWayCalls_.empty()) {
-                isServingOneWayCalls_ = false;
-                return;
-            }
-            transaction = std::move(oneWayCalls_.front());
-            oneWayCalls_.pop_front();
-        }
-        serveNow(*transaction);
-    }
+// Releases
+
+void Connection::releaseProxy(const BpHwBinder* proxy) {
+    if (!ThreadPool::isInherited() && objects_.release(proxy)) releaseLater();
 }
 
-// Proxies
-
-sp<BpHwBinder> Connection::proxyOfLocked(uint64_t objectId) {
-    Import& import = imports_[objectId];
-    sp<BpHwBinder> proxy = import.proxy.promote();
-    if (proxy == nullptr) {
-        // A proxy that is just being destroyed gives back its own count; this one starts anew.
-        proxy = new BpHwBinder(shared_from_this(), objectId);
-        import = {proxy.get(), proxy};
-    }
-    return proxy;
-}
-
-void Connection::releaseProxy(BpHwBinder* proxy) {
-    FrameHeader header;
-    header.kind = FrameKind::kRelease;
-    header.objectId = proxy->objectId();
-    const std::lock_guard lock(mutex_);
-    header.references = proxy->referencesReceived_;
-    const auto import = imports_.find(proxy->objectId());
-    if (import != imports_.end() && import->second.address == proxy) imports_.erase(import);
-    if (header.references == 0 || !alive_) return;
-    releases_.push_back(header);
-    if (!std::exchange(isReleasingLater_, true)) {
-        ThreadPool::self().postLater([weak = weak_from_this()] {
-            if (const auto self = weak.lock()) self->sendReleases();
-        });
-    }
+void Connection::releaseLater() {
+    // One at a time: it may have to wait for the peer.
+    if (isReleasingLater_.exchange(true)) return;
+    ThreadPool::self().postLater([weak = weak_from_this()] {
+        const auto self = weak.lock();
+        if (self == nullptr) return;
+        self->sendReleases();
+        self->isReleasingLater_ = false;
+        if (self->objects_.hasReleases()) self->releaseLater();
+    });
 }
 
 void Connection::sendReleases() {
-    std::vector<FrameHeader> releases;
-    {
-        const std::lock_guard lock(mutex_);
-        isReleasingLater_ = false;
-        releases.swap(releases_);
-    }
+    std::vector<FrameHeader> releases = objects_.takeReleases();
     if (releases.empty()) return;
     const FrameHeader last = releases.back();
     releases.pop_back();
@@ -303,210 +314,136 @@ void Connection::sendReleases() {
 
 // Reading
 
-bool Connection::startReadingLocked() {
-    if (isBeingRead_) return false;
-    isBeingRead_ = true;
-    ignoreLocked();
-    return true;
-}
-
-void Connection::ignoreLocked() {
-    if (std::exchange(isWatched_, false)) ThreadPool::self().ignore(socket_.get(), watchName_);
-}
-
-void Connection::stopReadingLocked(PendingCall& call) {
-    if (std::exchange(call.isReading, false)) letAnotherReadLocked();
-}
-
-void Connection::letAnotherReadLocked() {
-    if (!socket_.ok()) return;  // the connection has ended
-    for (const auto& [callId, call] : pendingCalls_) {
-        if (!call->isAsleep || call->isDone) continue;
-        call->isReading = true;
-        ignoreLocked();
-        call->changed.notify_one();
-        return;
-    }
-    isBeingRead_ = false;
-    // Rarely after a thread of the pool has read: to watch takes a system call.
-    if (isMoreToRead_ || !isWatched_) ThreadPool::self().watch(socket_.get(), watchName_);
-    isMoreToRead_ = false;
-    isWatched_ = true;
-}
-
-void Connection::onReadable(bool isAtEnd) {
+void Connection::onReadable(bool isAtEnd, bool mayServe) {
     {
-        const std::lock_guard lock(mutex_);
-        if (std::exchange(isBeingRead_, true)) {
-            isMoreToRead_ = true;
-            return;
-        }
+        const MutexLock lock(mutex_);
+        if (!role_.takeForPool()) return;
     }
-    TransactionPointer own;
-    if (!readMessages(MSG_DONTWAIT, &own)) return;
+    const std::optional<size_t> threads = readMessages(MSG_DONTWAIT);
+    if (!threads) return;
     {
-        const std::lock_guard lock(mutex_);
-        if (isAtEnd || !reader_.isDrained()) isMoreToRead_ = true;
-        letAnotherReadLocked();
+        const MutexLock lock(mutex_);
+        role_.passFromPool(isAtEnd || !reader_.isDrained());
     }
-    if (own != nullptr) serve(own);
+    // This thread can be one of them, which saves the time to wake another.
+    const bool serves = *threads > 0 && mayServe;
+    postServing(serves ? *threads - 1 : *threads);
+    if (serves) serve();
 }
 
-bool Connection::readMessages(int flags, TransactionPointer* own) {
-    bool isAnyWhole = false;
-    while (!isAnyWhole) {
-        const char* problem = nullptr;
-        const FrameReader::Outcome outcome = reader_.receive(socket_.get(), flags, &problem);
-        if (outcome == FrameReader::Outcome::kNotYet) return true;
-        const bool isOpen = outcome == FrameReader::Outcome::kDone || drop(problem);
-        if (!isOpen || !dispatchReceived(&isAnyWhole, own) || !claimDescriptors()) {
-            end();
-            return false;
-        }
-    }
-    return true;
-}
-
-bool Connection::claimDescriptors() {
-    return readersClaim_.set(reader_.descriptorCount()) || drop(kTooManyDescriptors);
-}
-
-bool Connection::dispatchReceived(bool* isAnyWhole, TransactionPointer* own) {
-    while (true) {
-        Frame frame;
-        const char* problem = nullptr;
-        switch (reader_.next(&frame, &problem)) {
-            case FrameReader::Outcome::kNotYet:
-                return true;
-            case FrameReader::Outcome::kEnd:
-                return drop(problem);
-            case FrameReader::Outcome::kDone:
-                *isAnyWhole = true;
+std::optional<size_t> Connection::readMessages(int flags) {
+    size_t threads = 0;
+    try {
+        FrameReader::Outcome outcome = FrameReader::Outcome::kDone;
+        bool isAnyWhole = false;
+        bool isAnyDescriptor = false;
+        while (!isAnyWhole && outcome == FrameReader::Outcome::kDone) {
+            outcome = reader_.receive(socket_.get(), flags);
+            readersClaim_.set(reader_.descriptorCount());
+            isAnyDescriptor = isAnyDescriptor || reader_.descriptorCount() > 0;
+            for (Frame frame; reader_.next(&frame); frame = {}) {
+                isAnyWhole = true;
                 // What was taken out is claimed by whoever has it now.
                 readersClaim_.set(reader_.descriptorCount());
-                if (!dispatch(&frame, own)) return false;
+                threads += dispatch(&frame);
+            }
         }
+        if (isAnyDescriptor && DescriptorClaim::areTooMany()) owner_.onTooManyDescriptors();
+        if (outcome != FrameReader::Outcome::kEnd) return threads;
+    } catch (const BrokenPeer& broken) {
+        drop(broken.what());
     }
+    close();
+    end();
+    return std::nullopt;
 }
 
-bool Connection::dispatch(Frame* frame, TransactionPointer* own) {
-    switch (frame->header.kind) {
+size_t Connection::dispatch(Frame* frame) {
+    const FrameHeader& header = frame->header;
+    switch (header.kind) {
         case FrameKind::kTransaction:
-            return dispatchTransaction(frame, own);
+            return dispatchCall(frame);
         case FrameKind::kReply:
-            return dispatchReply(frame);
+            dispatchReply(frame);
+            break;
         case FrameKind::kRelease:
-            return dispatchRelease(frame->header);
+            if (sp<BHwBinder> object = objects_.takeBack(header.objectId, header.givenBack)) {
+                // Its destructor is a program's code: it runs on a thread of the pool.
+                ThreadPool::self().post([object = std::move(object)] {});
+            }
+            break;
+        case FrameKind::kServed:
+            dispatchServed(header);
+            break;
     }
-    return false;
+    return 0;
 }
 
-bool Connection::dispatchTransaction(Frame* frame, TransactionPointer* own) {
-    const auto transaction = std::make_shared<Transaction>(account_);
-    transaction->header = frame->header;
-    const FrameHeader& header = transaction->header;
-    const bool isOneWay = transaction->isOneWay();
-    if (isOneWay != (header.callId == 0)) return drop("a call is neither one-way nor numbered");
+size_t Connection::dispatchCall(Frame* frame) {
+    auto transaction = std::make_unique<Transaction>(account_);
+    const FrameHeader& header = transaction->header = frame->header;
+    if (transaction->isOneWay() != (header.callId == 0)) {
+        throw BrokenPeer("a call is neither one-way nor numbered");
+    }
+    transaction->claim.set(frame->descriptors.size());
+    transaction->isIncomplete = !frame->isComplete();
+    transaction->data = parcelOf(frame);
+    transaction->target = objects_.find(header.objectId);
 
-    std::vector<sp<IBinder>> objects;
-    const std::lock_guard lock(mutex_);
-    if (!importLocked(*frame, &objects)) return false;
-    if (!transaction->claim.set(frame->descriptors.size())) return dropLocked(kTooManyDescriptors);
-    transaction->data = parcelOf(frame, std::move(objects));
-    const auto target = exports_.find(header.objectId);
-    if (target == exports_.end()) return dropLocked("a call is meant for no object");
-    if (exports_.size() > kMaxExports) return dropLocked("it holds too many objects");
-    backlog_.add(*transaction);
-    if (backlog_.isTooLong()) return dropLocked("it makes more calls than can be served");
-    transaction->target = target->second.object;
-
+    const MutexLock lock(mutex_);
     const auto waiting = pendingCalls_.find(header.parentCallId);
-    if (isOneWay) {
-        oneWayCalls_.push_back(transaction);
-        if (std::exchange(isServingOneWayCalls_, true)) return true;
-    } else if (waiting != pendingCalls_.end() && !waiting->second->isDone) {
-        waiting->second->nested.push_back(transaction);
-        waiting->second->changed.notify_one();
-        return true;
+    if (!transaction->isOneWay() && waiting != pendingCalls_.end() && !waiting->second->isDone) {
+        PendingCall& call = *waiting->second;
+        if (call.nested != nullptr) throw BrokenPeer("it makes two calls while serving one");
+        transaction->isNested = true;
+        call.nested = std::move(transaction);
+        role_.wake(call);
+        return 0;
     }
-    if (own != nullptr && *own == nullptr) {
-        *own = transaction;
-    } else {
-        ThreadPool::self().post(
-            [self = shared_from_this(), transaction] { self->serve(transaction); });
+    CallWindow& window = transaction->isOneWay() ? receivedOneWayCalls_ : receivedCalls_;
+    if (!window.take(CallWindow::costOf(header))) {
+        throw BrokenPeer("it makes more calls than can be served");
     }
-    return true;
+    return backlog_.add(std::move(transaction)) ? 1 : 0;
 }
 
-void Connection::Backlog::add(const Transaction& transaction) {
-    (transaction.isOneWay() ? oneWayCalls : calls) += 1;
-    bytes += transaction.header.itemBytes;
-}
-
-void Connection::Backlog::remove(const Transaction& transaction) {
-    (transaction.isOneWay() ? oneWayCalls : calls) -= 1;
-    bytes -= transaction.header.itemBytes;
-}
-
-bool Connection::Backlog::isTooLong() const {
-    return calls > kMaxBacklogCalls || oneWayCalls > kMaxBacklogOneWayCalls ||
-           bytes > kMaxBacklogBytes;
-}
-
-bool Connection::dispatchReply(Frame* frame) {
-    std::vector<sp<IBinder>> objects;
-    const std::lock_guard lock(mutex_);
-    if (!importLocked(*frame, &objects)) return false;
-    if (abandonedCalls_.erase(frame->header.callId) != 0) return true;
-    const auto found = pendingCalls_.find(frame->header.callId);
-    if (found == pendingCalls_.end() || found->second->isDone) {
-        return dropLocked("a reply answers no call");
-    }
-    PendingCall& call = *found->second;
-    call.status = frame->header.status;
-    if (call.reply != nullptr) *call.reply = parcelOf(frame, std::move(objects));
-    call.isDone = true;
-    call.changed.notify_one();
-    return true;
-}
-
-bool Connection::dispatchRelease(const FrameHeader& header) {
-    const std::lock_guard lock(mutex_);
-    const auto found = exports_.find(header.objectId);
-    if (found == exports_.end() || header.references == 0 ||
-        header.references > found->second.referencesSent) {
-        return dropLocked("it gives back references that it does not have");
-    }
-    found->second.referencesSent -= header.references;
-    if (found->second.referencesSent > 0) return true;
-    sp<BHwBinder> object = std::move(found->second.object);
-    exportIds_.erase(object.get());
-    exports_.erase(found);
-    // The object's destructor is a program's code: it runs on a thread of the pool.
-    ThreadPool::self().post([object = std::move(object)] {});
-    return true;
-}
-
-bool Connection::importLocked(const Frame& frame, std::vector<sp<IBinder>>* objects) {
-    for (const ObjectReference& reference : frame.objects) {
-        const auto exported = exports_.find(reference.objectId);
-        if (reference.owner == ObjectOwner::kReceiver && exported != exports_.end()) {
-            objects->push_back(exported->second.object);
-        } else if (reference.owner == ObjectOwner::kSender && reference.objectId != kRootObjectId &&
-                   imports_.size() < kMaxImports) {
-            const sp<BpHwBinder> proxy = proxyOfLocked(reference.objectId);
-            ++proxy->referencesReceived_;
-            objects->push_back(proxy);
-        } else {
-            return dropLocked("a message names an object that does not exist");
+void Connection::dispatchReply(Frame* frame) {
+    const bool isComplete = frame->isComplete();
+    Parcel results = parcelOf(frame);
+    {
+        const MutexLock lock(mutex_);
+        const auto abandoned = abandonedCalls_.find(frame->header.callId);
+        if (abandoned != abandonedCalls_.end()) {
+            giveBack(sentCalls_, abandoned->second);
+            abandonedCalls_.erase(abandoned);
+            return;
         }
+        const auto found = pendingCalls_.find(frame->header.callId);
+        if (found == pendingCalls_.end() || found->second->isDone) {
+            throw BrokenPeer("a reply answers no call");
+        }
+        PendingCall& call = *found->second;
+        call.status = isComplete ? frame->header.status : status_t{NO_MEMORY};
+        if (call.reply != nullptr) *call.reply = std::move(results);
+        call.isDone = true;
+        role_.wake(call);
     }
-    return true;
+    if (!isComplete) {
+        logOfPeer("a reply of process %d brings descriptors that cannot be taken", peer_.pid);
+    }
 }
 
-Parcel Connection::parcelOf(Frame* frame, std::vector<sp<IBinder>> objects) {
-    return Parcel(std::move(frame->items), std::move(objects), std::move(frame->descriptors),
-                  [weak = weak_from_this()] {
+void Connection::dispatchServed(const FrameHeader& header) {
+    const MutexLock lock(mutex_);
+    if (!sentOneWayCalls_.giveBack(header.givenBack)) {
+        throw BrokenPeer("it has served calls that were not made");
+    }
+    roomMade_.notify_all();
+}
+
+Parcel Connection::parcelOf(Frame* frame) {
+    return Parcel(std::move(frame->items), objects_.receive(frame->objects, shared_from_this()),
+                  std::move(frame->descriptors), [weak = weak_from_this()] {
                       if (const auto self = weak.lock()) {
                           self->drop("a message does not contain what it should");
                       }
@@ -515,58 +452,48 @@ Parcel Connection::parcelOf(Frame* frame, std::vector<sp<IBinder>> objects) {
 
 // The end
 
-bool Connection::drop(const char* reason) {
-    const std::lock_guard lock(mutex_);
-    return dropLocked(reason);
+void Connection::drop(const char* reason) {
+    // The log before the socket: it may be full, but then nobody waits for it with a lock.
+    if (alive_.exchange(false)) logOfPeer("dropped process %d: %s", peer_.pid, reason);
+    close();
 }
 
-bool Connection::dropLocked(const char* reason) {
+void Connection::close() {
+    const MutexLock lock(mutex_);
     alive_ = false;
     if (socket_.ok()) shutdown(socket_.get(), SHUT_RDWR);
-    if (reason != nullptr && !std::exchange(isDropLogged_, true)) {
-        ALOGE("dropped process %d: %s", peer_.pid, reason);
-    }
-    return false;
+    roomMade_.notify_all();
 }
 
 void Connection::end() {
-    onEnd_(this);
+    owner_.onEnd(this);
     // Proxies may keep this object for long.
     reader_ = {};
     readersClaim_.set(0);
 
     struct Remains {
-        std::map<uint64_t, Export> exports;
         std::deque<TransactionPointer> calls;
-        std::vector<sp<BpHwBinder>> proxies;
+        ObjectTable::Remains objects;
     };
     const auto remains = std::make_shared<Remains>();
     {
-        const std::lock_guard sendLock(sendMutex_);
-        const std::lock_guard lock(mutex_);
-        ThreadPool::self().remove(socket_.get(), watchName_);
+        const MutexLock sendLock(sendMutex_);
+        const MutexLock lock(mutex_);
+        role_.end();
         socket_.reset();
-        remains->exports = std::move(exports_);
-        exports_.clear();
-        exportIds_.clear();
-        remains->calls = std::move(oneWayCalls_);
-        oneWayCalls_.clear();
-        for (const auto& [objectId, import] : imports_) {
-            sp<BpHwBinder> proxy = import.proxy.promote();
-            if (proxy != nullptr) remains->proxies.push_back(std::move(proxy));
-        }
+        remains->calls = backlog_.clear();
+        remains->objects = objects_.clear();
         for (const auto& [callId, call] : pendingCalls_) {
-            for (TransactionPointer& nested : call->nested) remains->calls.push_back(nested);
-            call->nested.clear();
+            if (call->nested != nullptr) remains->calls.push_back(std::move(call->nested));
             if (!std::exchange(call->isDone, true)) call->status = DEAD_OBJECT;
-            call->changed.notify_one();
+            role_.wake(*call);
         }
     }
     // Both the destructors and the recipients are code of programs.
     ThreadPool::self().post([remains] {
         remains->calls.clear();
-        remains->exports.clear();
-        for (const sp<BpHwBinder>& proxy : remains->proxies) proxy->sendObituary();
+        remains->objects.objects.clear();
+        for (const sp<BpHwBinder>& proxy : remains->objects.proxies) proxy->sendObituary();
     });
 }
 

@@ -1,6 +1,9 @@
-// How many descriptors one process may have waiting in another, over all of its connections.
+// How many descriptors may wait in this process that peers have sent.
 #pragma once
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <memory>
@@ -8,7 +11,7 @@
 
 namespace android::hardware::details {
 
-/** The claims of one process together. */
+/** The claims of one connection together. */
 using DescriptorAccount = std::atomic<size_t>;
 
 /** Descriptors that a connection has brought and that nobody has taken yet. */
@@ -20,15 +23,25 @@ class DescriptorClaim {
     DescriptorClaim(const DescriptorClaim&) = delete;
     DescriptorClaim& operator=(const DescriptorClaim&) = delete;
 
-    /** @return false if the process has more waiting than it may */
-    bool set(size_t count) {
+    void set(size_t count) {
         const size_t added = count - std::exchange(count_, count);  // wraps for fewer
-        return account_->fetch_add(added) + added <= kMaxOfOneProcess;
+        if (added == 0) return;
+        *account_ += added;
+        all_ += added;
+    }
+
+    /** Whether all claims together are too many. */
+    static bool areTooMany() { return areTooMany(all_); }
+    /** Whether so many are more than half of what the process may have open. */
+    static bool areTooMany(size_t count) {
+        constexpr rlim_t kMost = 512;  // half of the usual limit
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        return count > std::min(kMost, limit.rlim_cur / 2);
     }
 
   private:
-    // Half of what a process may usually have open.
-    static constexpr size_t kMaxOfOneProcess = 512;
+    static inline std::atomic<size_t> all_{0};
 
     const std::shared_ptr<DescriptorAccount> account_;
     size_t count_ = 0;

@@ -6,7 +6,7 @@
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlBinderSupport.h>
 #include <log/log.h>
-#include <poll.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -17,14 +17,18 @@
 #include <cstring>
 #include <optional>
 #include <utility>
+#include <vector>
+
+#include "transport/PeerLog.h"
+#include "transport/ServedCall.h"
 
 namespace android::hardware::details {
 
 namespace {
 
 constexpr size_t kMaxConnections = 256;
-// Two processes that find each other at the same time have two; ended ones may not be forgotten.
-constexpr size_t kMaxConnectionsOfOneProcess = 16;
+// Two processes that find each other at the same time have two.
+constexpr size_t kMaxConnectionsOfOneProcess = 8;
 // How long a process may take to accept a connection, and to say whether it has a service.
 constexpr std::chrono::seconds kPatience{5};
 constexpr int kListenBacklog = 64;
@@ -50,12 +54,12 @@ std::optional<sockaddr_un> addressOf(const Registry& registry, const std::string
 
 void ServiceTable::set(const std::string& name, const sp<hidl::base::V1_0::IBase>& service) {
     sp<hidl::base::V1_0::IBase> previous = service;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::swap(services_[name], previous);
 }
 
 sp<hidl::base::V1_0::IBase> ServiceTable::get(const std::string& name) const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = services_.find(name);
     return found == services_.end() ? nullptr : found->second;
 }
@@ -65,7 +69,7 @@ status_t ServiceTable::ask(Connection& peer, const std::string& name, sp<IBinder
     Parcel reply;
     data.writeInterfaceToken(kTableInterface);
     data.writeCString(name.c_str());
-    const status_t status = peer.call(Connection::kRootObjectId, kGetService, data, &reply, 0,
+    const status_t status = peer.call(ObjectTable::kRootId, kGetService, data, &reply, 0,
                                       Connection::Clock::now() + kPatience);
     return status == OK ? reply.readNullableStrongBinder(service) : status;
 }
@@ -74,6 +78,7 @@ status_t ServiceTable::onTransact(uint32_t code, const Parcel& data, Parcel* rep
                                   uint32_t /* flags */, TransactCallback /* callback */) {
     if (!data.enforceInterface(kTableInterface)) return BAD_TYPE;
     if (code != kGetService) return UNKNOWN_TRANSACTION;
+    if (Endpoint::self().isSpare(ServedCall::current()->connection())) return ALREADY_EXISTS;
     const char* name = data.readCString();
     if (name == nullptr) return BAD_VALUE;
     return reply->writeStrongBinder(toBinder(get(name)));
@@ -89,13 +94,22 @@ Endpoint& Endpoint::self() {
 Endpoint::Endpoint() : services_(new ServiceTable) {}
 
 std::string Endpoint::socketName() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return socketName_;
 }
 
 status_t Endpoint::listen() {
-    const std::lock_guard lock(mutex_);
-    if (listener_.ok()) return OK;
+    if (ThreadPool::isInherited()) return INVALID_OPERATION;
+    status_t status = OK;
+    {
+        const MutexLock lock(mutex_);
+        if (!listener_.ok()) status = listenLocked();
+    }
+    if (status != OK) ALOGE("cannot open the process's socket: %s", std::strerror(-status));
+    return status;
+}
+
+status_t Endpoint::listenLocked() {
     std::optional<Registry> registry = Registry::open(Registry::Mode::kCreate);
     if (!registry) return PERMISSION_DENIED;
     registry->removeDeadSockets();
@@ -106,100 +120,195 @@ status_t Endpoint::listen() {
     if (!address || !listener.ok() ||
         bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) != 0 ||
         ::listen(listener.get(), kListenBacklog) != 0) {
-        const int error = errno;
-        ALOGE("cannot open the process's socket: %s", std::strerror(error));
-        return -error;
+        return -errno;
+    }
+    const uint64_t watchName = ThreadPool::self().add(listener.get(), weak_from_this());
+    if (watchName == 0) {
+        registry->removeSocket(name);
+        return NO_MEMORY;
     }
     socketName_ = std::move(name);
     listener_ = std::move(listener);
+    watchName_ = watchName;
     std::atexit([] {
         const std::string socket = self().socketName();
         // A child process that was forked off must not remove its parent's.
         if (Registry::processOf(socket) != getpid()) return;
         if (auto own = Registry::open(Registry::Mode::kLookUp)) own->removeSocket(socket);
     });
-    watchName_ = ThreadPool::self().add(listener_.get(), weak_from_this());
-    if (watchName_ == 0) return NO_MEMORY;
     ThreadPool::self().watchOnce(listener_.get(), watchName_);
     return OK;
 }
 
-void Endpoint::onReadable(bool /* isAtEnd */) {
+void Endpoint::onReadable(bool /* isAtEnd */, bool /* mayServe */) {
+    const auto watchOn = [this] { ThreadPool::self().watchOnce(listener_.get(), watchName_); };
     unique_fd socket(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (socket.ok()) {
-        const std::lock_guard lock(mutex_);
-        startLocked(std::move(socket));
-    } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+    const bool isShort =
+        !socket.ok() && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM);
+    if (socket.ok()) start(std::move(socket), false);
+    if (isShort) {
         // Gives the connections some time to end.
-        poll(nullptr, 0, 100);
+        ThreadPool::self().postLater(watchOn);
+    } else {
+        watchOn();
     }
-    ThreadPool::self().watchOnce(listener_.get(), watchName_);
 }
 
 std::shared_ptr<Connection> Endpoint::findLocked(int process) const {
     const auto known =
-        std::find_if(connections_.begin(), connections_.end(), [process](const auto& connection) {
-            return connection->isAlive() && connection->peer().pid == process;
+        std::find_if(connections_.begin(), connections_.end(), [process](const Entry& entry) {
+            return !entry.isSpare && entry.connection->isAlive() &&
+                   entry.connection->peer().pid == process;
         });
-    return known == connections_.end() ? nullptr : *known;
+    return known == connections_.end() ? nullptr : known->connection;
 }
 
-std::shared_ptr<Connection> Endpoint::startLocked(unique_fd socket) {
+bool Endpoint::hasRoomForLocked(int process) {
+    size_t alive = 0;
+    size_t ofSameProcess = 0;
+    for (const auto& [connection, isSpare] : connections_) {
+        if (!connection->isAlive()) continue;
+        ++alive;
+        if (connection->peer().pid == process) ++ofSameProcess;
+    }
+    return alive < kMaxConnections && ofSameProcess < kMaxConnectionsOfOneProcess;
+}
+
+std::shared_ptr<Connection> Endpoint::start(unique_fd socket, bool isOwn) {
     ucred peer{};
     socklen_t size = sizeof(peer);
     if (getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return nullptr;
     if (peer.uid != geteuid()) {
-        ALOGE("refused process %d of user %u", peer.pid, peer.uid);
+        logOfPeer("refused process %d of user %u", peer.pid, peer.uid);
         return nullptr;
     }
-    size_t ofSameProcess = 0;
-    std::shared_ptr<DescriptorAccount> account;
-    for (const std::shared_ptr<Connection>& connection : connections_) {
-        if (connection->peer().pid != peer.pid) continue;
-        ++ofSameProcess;
-        account = connection->account();
-    }
-    if (connections_.size() >= kMaxConnections || ofSameProcess >= kMaxConnectionsOfOneProcess) {
-        // Once for all that one process tries in a row.
-        if (std::exchange(lastRefused_, peer.pid) != peer.pid) {
-            ALOGE("refused process %d: there are too many connections", peer.pid);
-        }
-        return nullptr;
-    }
-    if (account == nullptr) account = std::make_shared<DescriptorAccount>();
-    auto connection = Connection::start(std::move(socket), peer, std::move(account), services_,
-                                        [this](const Connection* ended) { forget(ended); });
-    if (connection != nullptr) connections_.push_back(connection);
-    return connection;
-}
-
-void Endpoint::forget(const Connection* connection) {
-    const std::lock_guard lock(mutex_);
-    connections_.remove_if([&](const auto& known) { return known.get() == connection; });
-}
-
-std::shared_ptr<Connection> Endpoint::connectTo(const Registry& registry,
-                                                const std::string& socketName) {
-    const std::optional<int> process = Registry::processOf(socketName);
-    const std::optional<sockaddr_un> address = addressOf(registry, socketName);
-    if (!process || !address) return nullptr;
-
+    bool isNews = false;
     {
-        const std::lock_guard lock(mutex_);
-        if (std::shared_ptr<Connection> known = findLocked(*process)) return known;
+        const MutexLock lock(mutex_);
+        bool hasRoom = hasRoomForLocked(peer.pid);
+        if (!hasRoom) {
+            // Who has inherited a socket or was sent it may keep it when its process is gone.
+            for (const auto& [connection, isSpare] : connections_) {
+                if (kill(connection->peer().pid, 0) != 0 && errno == ESRCH) connection->close();
+            }
+            hasRoom = hasRoomForLocked(peer.pid);
+        }
+        if (hasRoom) {
+            auto connection = Connection::start(std::move(socket), peer, services_, *this);
+            if (connection == nullptr) return nullptr;
+            const bool isSecond = connecting_.count(peer.pid) != 0 && getpid() < peer.pid;
+            connections_.push_back({connection, isOwn || isSecond});
+            changed_.notify_all();
+            return connection;
+        }
+        // Once for all that one process tries in a row.
+        isNews = std::exchange(lastRefused_, peer.pid) != peer.pid;
     }
-    // Without the lock, for this may take a while.
+    if (isNews) logOfPeer("refused process %d: there are too many connections", peer.pid);
+    return nullptr;
+}
+
+bool Endpoint::isSpare(const Connection* connection) const {
+    const MutexLock lock(mutex_);
+    return std::any_of(connections_.begin(), connections_.end(), [=](const Entry& entry) {
+        return entry.connection.get() == connection && entry.isSpare;
+    });
+}
+
+void Endpoint::sendReleases() {
+    std::vector<std::shared_ptr<Connection>> connections;
+    {
+        const MutexLock lock(mutex_);
+        for (const Entry& entry : connections_) connections.push_back(entry.connection);
+    }
+    for (const auto& connection : connections) connection->sendReleases();
+}
+
+void Endpoint::onEnd(const Connection* connection) {
+    const MutexLock lock(mutex_);
+    connections_.remove_if(
+        [&](const Entry& known) { return known.connection.get() == connection; });
+}
+
+void Endpoint::onTooManyDescriptors() {
+    while (const auto greediest = findGreediest()) {
+        greediest->drop("its process has sent more descriptors than can be kept");
+    }
+}
+
+std::shared_ptr<Connection> Endpoint::findGreediest() const {
+    const MutexLock lock(mutex_);
+    size_t all = 0;
+    std::map<pid_t, size_t> ofProcesses;
+    for (const auto& [connection, isSpare] : connections_) {
+        // Those of one that has been dropped are being closed.
+        if (!connection->isAlive()) continue;
+        all += connection->descriptorsWaiting();
+        ofProcesses[connection->peer().pid] += connection->descriptorsWaiting();
+    }
+    if (!DescriptorClaim::areTooMany(all)) return nullptr;
+    const auto claims = [&](const Entry& entry) {
+        const Connection& connection = *entry.connection;
+        return connection.isAlive() ? std::make_pair(ofProcesses[connection.peer().pid],
+                                                     connection.descriptorsWaiting())
+                                    : std::pair<size_t, size_t>();
+    };
+    return std::max_element(connections_.begin(), connections_.end(),
+                            [&](const Entry& a, const Entry& b) { return claims(a) < claims(b); })
+        ->connection;
+}
+
+std::shared_ptr<Connection> Endpoint::connect(const Registry& registry,
+                                              const std::string& socketName) {
+    const std::optional<sockaddr_un> address = addressOf(registry, socketName);
     unique_fd socket = newSocket();
+    if (!address || !socket.ok()) return nullptr;
     const timeval patience{kPatience.count(), 0};
     setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
-    if (!socket.ok() || connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address),
-                                sizeof(*address)) != 0) {
-        if (errno == EAGAIN) ALOGE("process %d does not accept connections", *process);
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) !=
+        0) {
+        if (errno == EAGAIN) ALOGE("%s does not accept connections", socketName.c_str());
         return nullptr;
     }
-    const std::lock_guard lock(mutex_);
-    if (std::shared_ptr<Connection> known = findLocked(*process)) return known;
-    return startLocked(std::move(socket));
+    return start(std::move(socket), true);
+}
+
+status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
+                       const std::string& name, sp<IBinder>* service) {
+    const std::optional<int> process = Registry::processOf(socketName);
+    if (!process || ThreadPool::isInherited()) return NAME_NOT_FOUND;
+    const auto deadline = Connection::Clock::now() + kPatience;
+    std::shared_ptr<Connection> known;
+    {
+        const MutexLock lock(mutex_);
+        // One thread at a time connects to a process.
+        while (connecting_.count(*process) != 0) {
+            if (Connection::Clock::now() >= deadline) return TIMED_OUT;
+            mutex_.wait(changed_, deadline);
+        }
+        known = findLocked(*process);
+        if (known == nullptr) connecting_.insert(*process);
+    }
+    if (known != nullptr) return ServiceTable::ask(*known, name, service);
+
+    const std::shared_ptr<Connection> own = connect(registry, socketName);
+    const status_t status =
+        own == nullptr ? NAME_NOT_FOUND : ServiceTable::ask(*own, name, service);
+    {
+        const MutexLock lock(mutex_);
+        connecting_.erase(*process);
+        changed_.notify_all();
+        if (status != ALREADY_EXISTS) {
+            for (Entry& entry : connections_) entry.isSpare &= entry.connection != own;
+            return status;
+        }
+        // The other process connects to this one, too.
+        while ((known = findLocked(*process)) == nullptr && Connection::Clock::now() < deadline) {
+            mutex_.wait(changed_, deadline);
+        }
+    }
+    own->close();
+    return known == nullptr ? TIMED_OUT : ServiceTable::ask(*known, name, service);
 }
 
 }  // namespace android::hardware::details

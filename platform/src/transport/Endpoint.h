@@ -3,12 +3,14 @@
 
 #include <hwbinder/Binder.h>
 
+#include <condition_variable>
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <set>
 #include <string>
 
+#include "Mutex.h"
 #include "transport/Connection.h"
 #include "transport/Registry.h"
 
@@ -29,7 +31,8 @@ class ServiceTable final : public BHwBinder {
 
     /**
      * Asks the table of a peer. @param service receives null if there is none
-     * @return TIMED_OUT if the peer's process does not answer
+     * @return TIMED_OUT if the peer's process does not answer, ALREADY_EXISTS if it wants to be
+     * asked over the connection that it has made
      */
     static status_t ask(Connection& peer, const std::string& name, sp<IBinder>* service);
 
@@ -38,18 +41,21 @@ class ServiceTable final : public BHwBinder {
                         TransactCallback callback) override;
 
   private:
-    mutable std::mutex mutex_;
-    std::map<std::string, sp<hidl::base::V1_0::IBase>> services_;
+    mutable Mutex mutex_;
+    std::map<std::string, sp<hidl::base::V1_0::IBase>> services_ GUARDED_BY(mutex_);
 };
 
 /**
- * A process has one socket for all of its services and at most one connection to each
- * other process, whichever of the two connected: objects are themselves only within
- * one connection.
+ * A process has one socket for all of its services and at most one connection in use to each other
+ * process, whichever of the two connected: objects are themselves only within one connection. When
+ * two processes connect to each other at once, the connection of the one with the lower number is
+ * used, and it tells the other one so.
  *
- * Threading: every method may be called from any thread.
+ * Threading: every method may be called from any thread. Nothing is logged while a mutex is held.
  */
-class Endpoint final : public Readable, public std::enable_shared_from_this<Endpoint> {
+class Endpoint final : public Readable,
+                       public Connection::Owner,
+                       public std::enable_shared_from_this<Endpoint> {
   public:
     /** Never destroyed: its threads may outlive main(). */
     static Endpoint& self();
@@ -60,27 +66,56 @@ class Endpoint final : public Readable, public std::enable_shared_from_this<Endp
     /** Name of this process's socket; empty before listen(). */
     std::string socketName() const;
 
-    /** A live connection to the process with that socket; null if it is gone or takes no more. */
-    std::shared_ptr<Connection> connectTo(const Registry& registry, const std::string& socketName);
+    /**
+     * Asks the process with that socket for a service, and connects to it first if need be.
+     * @param service receives null if there is none
+     * @return NAME_NOT_FOUND if there is no such process or it takes no more connections, TIMED_OUT
+     * if it does not answer, DEAD_OBJECT if it is gone since
+     */
+    status_t ask(const Registry& registry, const std::string& socketName, const std::string& name,
+                 sp<IBinder>* service);
 
     ServiceTable& services() { return *services_; }
 
+    /** Whether the peer is to use another connection than this one. */
+    bool isSpare(const Connection* connection) const;
+
+    /** Gives back what waits for that, on all connections. */
+    void sendReleases();
+
     /** Accepts a connection. */
-    void onReadable(bool isAtEnd) override;
+    void onReadable(bool isAtEnd, bool mayServe) override;
+
+    void onEnd(const Connection* connection) override;
+    /** Ends connections that have brought most, of the process that has sent most. */
+    void onTooManyDescriptors() override;
 
   private:
+    struct Entry {
+        std::shared_ptr<Connection> connection;
+        /** Not, or not yet, the one that is used to reach the process. */
+        bool isSpare = false;
+    };
+
     Endpoint();
-    std::shared_ptr<Connection> findLocked(int process) const;
-    std::shared_ptr<Connection> startLocked(unique_fd socket);
-    void forget(const Connection* connection);
+    status_t listenLocked() REQUIRES(mutex_);
+    std::shared_ptr<Connection> findLocked(int process) const REQUIRES(mutex_);
+    std::shared_ptr<Connection> connect(const Registry& registry, const std::string& socketName);
+    /** @param isOwn whether this process connected. @return null if it is refused */
+    std::shared_ptr<Connection> start(unique_fd socket, bool isOwn);
+    bool hasRoomForLocked(int process) REQUIRES(mutex_);
+    /** Of those that have brought descriptors; null if they are not too many. */
+    std::shared_ptr<Connection> findGreediest() const;
 
     const sp<ServiceTable> services_;
-    mutable std::mutex mutex_;
-    std::string socketName_;
+    mutable Mutex mutex_;
+    std::condition_variable changed_;
+    std::string socketName_ GUARDED_BY(mutex_);
     unique_fd listener_;  // stays open once it is
     uint64_t watchName_ = 0;
-    std::list<std::shared_ptr<Connection>> connections_;
-    pid_t lastRefused_ = 0;
+    std::list<Entry> connections_ GUARDED_BY(mutex_);
+    std::set<int> connecting_ GUARDED_BY(mutex_);  // the processes
+    pid_t lastRefused_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace android::hardware::details

@@ -2,12 +2,16 @@
 #include "transport/Frame.h"
 
 #include <poll.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <iterator>
+#include <utility>
+
+#include "transport/BrokenPeer.h"
 
 namespace android::hardware::details {
 
@@ -16,19 +20,41 @@ namespace {
 // Nearly all messages are smaller.
 constexpr size_t kSmallestBuffer = size_t{16} << 10;
 
-const char* problemWith(const FrameHeader& header) {
-    if (header.magic != kFrameMagic) return "a message does not start with a header";
-    if (header.kind < FrameKind::kTransaction || header.kind > FrameKind::kRelease) {
-        return "a message is of an unknown kind";
+void check(const FrameHeader& header) {
+    if (header.magic != kFrameMagic) throw BrokenPeer("a message does not start with a header");
+    if (header.kind < FrameKind::kTransaction || header.kind > FrameKind::kServed) {
+        throw BrokenPeer("a message is of an unknown kind");
     }
     if (header.itemBytes > kMaxItemBytes || header.objectCount > kMaxObjects ||
         header.descriptorCount > kMaxDescriptors) {
-        return "a message is too large";
+        throw BrokenPeer("a message is too large");
     }
-    return nullptr;
+}
+
+/** So many descriptors are the program's own, which cannot live without. */
+bool isReserved(int fd) {
+    rlimit limit{};
+    return getrlimit(RLIMIT_NOFILE, &limit) == 0 &&
+           static_cast<rlim_t>(fd) >= limit.rlim_cur - limit.rlim_cur / 8;
+}
+
+/** Whether closing it can wait for somebody; here it does not. */
+bool mayLinger(int fd) {
+    int domain = AF_UNIX;
+    socklen_t size = sizeof(domain);
+    getsockopt(fd, SOL_SOCKET, SO_DOMAIN, &domain, &size);
+    if (domain == AF_UNIX) return false;
+    constexpr linger kNone{};
+    setsockopt(fd, SOL_SOCKET, SO_LINGER, &kNone, sizeof(kNone));
+    return true;
 }
 
 }  // namespace
+
+bool Frame::isComplete() const {
+    return std::all_of(descriptors.begin(), descriptors.end(),
+                       [](const unique_fd& descriptor) { return descriptor.ok(); });
+}
 
 // FrameWriter
 
@@ -111,7 +137,7 @@ void FrameReader::makeRoom() {
     bytes_ = std::move(bytes);
 }
 
-bool FrameReader::takeDescriptors(msghdr* message) {
+void FrameReader::takeDescriptors(msghdr* message) {
     for (cmsghdr* control = CMSG_FIRSTHDR(message); control != nullptr;
          control = CMSG_NXTHDR(message, control)) {
         if (control->cmsg_level != SOL_SOCKET || control->cmsg_type != SCM_RIGHTS) continue;
@@ -119,15 +145,18 @@ bool FrameReader::takeDescriptors(msghdr* message) {
         for (size_t i = 0; i < count; ++i) {
             int fd;
             std::memcpy(&fd, CMSG_DATA(control) + i * sizeof(int), sizeof(fd));
-            descriptors_.emplace_back(fd);
+            unique_fd& taken = descriptors_.emplace_back(fd);
+            if (isReserved(fd) || mayLinger(fd)) taken.reset();
         }
     }
+    if ((message->msg_flags & MSG_CTRUNC) != 0) isTruncated_ = true;
     // Those of a message that is not whole yet, and those of the next one.
-    return (message->msg_flags & MSG_CTRUNC) == 0 && descriptors_.size() <= 2 * kMaxDescriptors;
+    if (descriptors_.size() > 2 * kMaxDescriptors) {
+        throw BrokenPeer("a message has too many descriptors");
+    }
 }
 
-FrameReader::Outcome FrameReader::receive(int socket, int flags, const char** problem) {
-    *problem = nullptr;
+FrameReader::Outcome FrameReader::receive(int socket, int flags) {
     makeRoom();
     DescriptorMessage control;
     iovec room{bytes_.get() + end_, capacity_ - end_};
@@ -140,29 +169,25 @@ FrameReader::Outcome FrameReader::receive(int socket, int flags, const char** pr
     isDrained_ = count < 0 && errno == EAGAIN;
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return Outcome::kNotYet;
     if (count <= 0) {
-        if (unread() > 0) *problem = "a message ended too early";
+        if (unread() > 0) throw BrokenPeer("a message ended too early");
         return Outcome::kEnd;
     }
-    if (!takeDescriptors(&message)) {
-        *problem = "a message has too many descriptors";
-        return Outcome::kEnd;
-    }
+    takeDescriptors(&message);
     end_ += static_cast<size_t>(count);
     // The kernel stops after descriptors, too.
-    isDrained_ = static_cast<size_t>(count) < room.iov_len && message.msg_controllen == 0;
+    isDrained_ = static_cast<size_t>(count) < room.iov_len && message.msg_controllen == 0 &&
+                 (message.msg_flags & MSG_CTRUNC) == 0;
     return Outcome::kDone;
 }
 
-FrameReader::Outcome FrameReader::next(Frame* frame, const char** problem) {
-    *problem = nullptr;
+bool FrameReader::next(Frame* frame) {
     FrameHeader& header = frame->header;
-    if (unread() < sizeof(header)) return Outcome::kNotYet;
+    if (unread() < sizeof(header)) return false;
     std::memcpy(&header, bytes_.get() + begin_, sizeof(header));
-    *problem = problemWith(header);
-    if (*problem != nullptr) return Outcome::kEnd;
+    check(header);
     const size_t objectBytes = header.objectCount * sizeof(ObjectReference);
     const size_t size = sizeof(header) + header.itemBytes + objectBytes;
-    if (unread() < size) return Outcome::kNotYet;
+    if (unread() < size) return false;
 
     const uint8_t* const items = bytes_.get() + begin_ + sizeof(header);
     frame->items.assign(items, items + header.itemBytes);
@@ -170,17 +195,18 @@ FrameReader::Outcome FrameReader::next(Frame* frame, const char** problem) {
     if (objectBytes > 0) std::memcpy(frame->objects.data(), items + header.itemBytes, objectBytes);
     begin_ += size;
     // A message's descriptors come with its first byte, so that what is left belongs to the next.
-    const bool isWhole = header.descriptorCount <= descriptors_.size() &&
-                         (unread() > 0 || header.descriptorCount == descriptors_.size());
-    if (!isWhole) {
-        *problem = "a message lacks descriptors or has some too many";
-        return Outcome::kEnd;
+    if (header.descriptorCount > descriptors_.size() && std::exchange(isTruncated_, false)) {
+        descriptors_.resize(header.descriptorCount);
+    }
+    if (header.descriptorCount > descriptors_.size() ||
+        (unread() == 0 && header.descriptorCount < descriptors_.size())) {
+        throw BrokenPeer("a message lacks descriptors or has some too many");
     }
     const auto end = descriptors_.begin() + header.descriptorCount;
     frame->descriptors.assign(std::make_move_iterator(descriptors_.begin()),
                               std::make_move_iterator(end));
     descriptors_.erase(descriptors_.begin(), end);
-    return Outcome::kDone;
+    return true;
 }
 
 }  // namespace android::hardware::details

@@ -22,7 +22,7 @@ constexpr size_t kMaxDescriptors = 253;  // what the kernel passes with one mess
 
 constexpr uint32_t kFrameMagic = 0x4d48464c;
 
-enum class FrameKind : uint32_t { kTransaction = 1, kReply = 2, kRelease = 3 };
+enum class FrameKind : uint32_t { kTransaction = 1, kReply = 2, kRelease = 3, kServed = 4 };
 
 struct FrameHeader {
     uint32_t magic = kFrameMagic;
@@ -33,8 +33,8 @@ struct FrameHeader {
     uint64_t parentCallId = 0;
     /** Transaction, release: the receiver's object. */
     uint64_t objectId = 0;
-    /** Release: how many references are given back. */
-    uint64_t references = 0;
+    /** Release: how many references; served: how much of the window for one-way calls. */
+    uint64_t givenBack = 0;
     uint32_t code = 0;
     uint32_t flags = 0;
     /** Reply: what the call returned; if not OK, nothing follows. */
@@ -57,7 +57,10 @@ struct Frame {
     FrameHeader header;
     std::vector<uint8_t> items;
     std::vector<ObjectReference> objects;
+    /** Not open where one could not be taken. */
     std::vector<unique_fd> descriptors;
+
+    bool isComplete() const;
 };
 
 /** Room for the descriptors of one message, as the kernel passes them. */
@@ -104,6 +107,9 @@ class FrameWriter {
  * Puts messages together from what a socket brings, however that is cut up. Memory grows with the
  * bytes that have come, not with those that a header announces.
  *
+ * Descriptors are not taken when the process is about to run out of them, nor if they are sockets
+ * of a network: to close one can take as long as its sender likes. They are closed at once.
+ *
  * Threading: one thread at a time.
  */
 class FrameReader {
@@ -113,17 +119,17 @@ class FrameReader {
     /**
      * Receives what there is, once.
      * @param flags of recvmsg
-     * @param problem what was wrong if this is the end; null if nothing was
      * @return kNotYet if there is nothing for now
+     * @throw BrokenPeer
      */
-    Outcome receive(int socket, int flags, const char** problem);
+    Outcome receive(int socket, int flags);
 
     /**
      * Takes out the next message of what was received.
-     * @param problem what is wrong with it if this is the end
-     * @return kNotYet if it is not whole
+     * @return false if it is not whole
+     * @throw BrokenPeer if it makes no sense
      */
-    Outcome next(Frame* frame, const char** problem);
+    bool next(Frame* frame);
 
     /** Whether the socket was empty after what was received last, but for its end. */
     bool isDrained() const { return isDrained_; }
@@ -134,7 +140,7 @@ class FrameReader {
   private:
     size_t unread() const { return end_ - begin_; }
     void makeRoom();
-    bool takeDescriptors(msghdr* message);
+    void takeDescriptors(msghdr* message);
 
     std::unique_ptr<uint8_t[]> bytes_;
     size_t capacity_ = 0;
@@ -142,6 +148,8 @@ class FrameReader {
     size_t end_ = 0;
     std::deque<unique_fd> descriptors_;
     bool isDrained_ = false;
+    /** The kernel had no room for all descriptors of the last message that has any. */
+    bool isTruncated_ = false;
 };
 
 }  // namespace android::hardware::details

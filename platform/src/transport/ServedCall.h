@@ -3,6 +3,7 @@
 
 #include <sys/socket.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace android::hardware::details {
@@ -13,7 +14,11 @@ class Connection;
 class ServedCall {
   public:
     ServedCall(const Connection* connection, uint64_t callId, const ucred& peer)
-        : connection_(connection), callId_(callId), peer_(peer), outer_(current_) {
+        : connection_(connection),
+          callId_(callId),
+          peer_(peer),
+          outer_(current_),
+          depth_(depth() + 1) {
         current_ = this;
     }
     ~ServedCall() { current_ = outer_; }
@@ -29,7 +34,11 @@ class ServedCall {
         return current_ != nullptr && current_->connection_ == connection ? current_->callId_ : 0;
     }
 
+    /** How many calls this thread is serving, each while it waits for one that it made. */
+    static size_t depth() { return current_ == nullptr ? 0 : current_->depth_; }
+
     const ucred& peer() const { return peer_; }
+    const Connection* connection() const { return connection_; }
 
     /** The caller has its answer and waits no longer. */
     void answered() { callId_ = 0; }
@@ -41,6 +50,7 @@ class ServedCall {
     uint64_t callId_;
     const ucred peer_;
     ServedCall* const outer_;
+    const size_t depth_;
 };
 
 }  // namespace android::hardware::details

@@ -40,6 +40,7 @@ ThreadPool::ThreadPool()
       lastName_(kTimer) {
     LOG_ALWAYS_FATAL_IF(!events_.ok() || !taskPosted_.ok() || !timer_.ok(),
                         "no descriptors for the HIDL threads");
+    pthread_atfork(nullptr, nullptr, [] { isInherited_ = true; });
     // Edge-triggered: each event wakes one thread, and nobody has to read.
     control(EPOLL_CTL_ADD, taskPosted_.get(), EPOLLIN | EPOLLET, kTaskPosted);
     control(EPOLL_CTL_ADD, timer_.get(), EPOLLIN | EPOLLET, kTimer);
@@ -49,19 +50,23 @@ bool ThreadPool::control(int operation, int fd, uint32_t events, uint64_t name) 
     epoll_event event{};
     event.events = events;
     event.data.u64 = name;
-    if (epoll_ctl(events_.get(), operation, fd, &event) == 0) return true;
-    ALOGE("the HIDL threads cannot wait for a descriptor: %s", std::strerror(errno));
-    return false;
+    return epoll_ctl(events_.get(), operation, fd, &event) == 0;
 }
 
 // Descriptors
 
 uint64_t ThreadPool::add(int fd, const std::weak_ptr<Readable>& readable) {
-    const std::lock_guard lock(mutex_);
-    if (!control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_ + 1)) return 0;
-    readables_[++lastName_] = readable;
-    startThreadIfNoneWaits();
-    return lastName_;
+    {
+        const MutexLock lock(mutex_);
+        if (control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_ + 1)) {
+            readables_[++lastName_] = readable;
+            if (threads_ > 0 || startThreadIfNoneWaits()) return lastName_;
+            control(EPOLL_CTL_DEL, fd, 0, 0);
+            readables_.erase(lastName_);
+        }
+    }
+    ALOGE("no HIDL thread can wait for a descriptor: %s", std::strerror(errno));
+    return 0;
 }
 
 void ThreadPool::watchOnce(int fd, uint64_t name) {
@@ -78,21 +83,21 @@ void ThreadPool::ignore(int fd, uint64_t name) {
 
 void ThreadPool::remove(int fd, uint64_t name) {
     control(EPOLL_CTL_DEL, fd, 0, name);
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     readables_.erase(name);
 }
 
 // Tasks
 
 void ThreadPool::post(std::function<void()> task) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     tasks_.push_back(std::move(task));
     startThreadIfNoneWaits();
     eventfd_write(taskPosted_.get(), 1);
 }
 
 void ThreadPool::postLater(std::function<void()> task) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     laterTasks_.push_back(std::move(task));
     startThreadIfNoneWaits();
     if (laterTasks_.size() == 1) timerfd_settime(timer_.get(), 0, &kLater, nullptr);
@@ -100,73 +105,87 @@ void ThreadPool::postLater(std::function<void()> task) {
 
 // Threads
 
-void ThreadPool::startThreadIfNoneWaits() {
-    if (waitingThreads_ > 0) return;
+bool ThreadPool::startThreadIfNoneWaits() {
+    if (waitingThreads_ > 0) return true;
+    if (threads_ >= kMaxThreads) return false;
     try {
         std::thread([this] {
             pthread_setname_np(pthread_self(), "HIDL:pool");
             run(true);
         }).detach();
-        ++waitingThreads_;
-    } catch (const std::system_error& error) {
-        // Those that are busy come back.
-        ALOGE("cannot start a HIDL thread: %s", error.what());
+    } catch (const std::system_error&) {
+        return false;
     }
+    ++threads_;
+    ++waitingThreads_;
+    return true;
 }
 
 void ThreadPool::join() {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
+        ++threads_;
         ++waitingThreads_;
     }
     while (true) run(false);
 }
 
 void ThreadPool::run(bool mayEnd) {
+    const MutexLock lock(mutex_);
     while (true) {
+        runTasks();
+        // With tasks that no thread can be started for, another attempt is due.
+        const int timeoutMs = mayEnd || !tasks_.empty() ? kIdleTimeMs : -1;
+        mutex_.unlock();
         epoll_event event{};
-        const int count = epoll_wait(events_.get(), &event, 1, mayEnd ? kIdleTimeMs : -1);
-        std::unique_lock lock(mutex_);
-        if (count == 0 && (waitingThreads_ > 1 || isIdle())) {
+        const int count = epoll_wait(events_.get(), &event, 1, timeoutMs);
+        mutex_.lock();
+        if (count == 0 && mayEnd && (waitingThreads_ > 1 || isIdle())) {
             --waitingThreads_;
+            --threads_;
             return;
         }
         if (count <= 0) continue;
-        --waitingThreads_;
-        startThreadIfNoneWaits();
         if (event.data.u64 == kTimer) {
             std::move(laterTasks_.begin(), laterTasks_.end(), std::back_inserter(tasks_));
             laterTasks_.clear();
+        } else if (event.data.u64 != kTaskPosted) {
+            --waitingThreads_;
+            const bool mayServe = startThreadIfNoneWaits();
+            handle(event.data.u64, event.events, mayServe);
+            ++waitingThreads_;
         }
-        if (event.data.u64 <= kTimer) {
-            runTask(lock);
+    }
+}
+
+void ThreadPool::runTasks() {
+    while (!tasks_.empty()) {
+        --waitingThreads_;
+        if (startThreadIfNoneWaits()) {
+            std::function<void()> task = std::move(tasks_.front());
+            tasks_.pop_front();
+            // Writes that nobody had seen yet came as one event.
+            if (!tasks_.empty()) eventfd_write(taskPosted_.get(), 1);
+            mutex_.unlock();
+            task();
+            task = nullptr;
+            mutex_.lock();
+            ++waitingThreads_;
         } else {
-            handle(event.data.u64, event.events, lock);
+            ++waitingThreads_;
+            return;
         }
-        lock.lock();
-        ++waitingThreads_;
     }
 }
 
-void ThreadPool::runTask(std::unique_lock<std::mutex>& lock) {
-    // Writes that nobody had seen yet came as one event.
-    if (tasks_.size() > 1) eventfd_write(taskPosted_.get(), 1);
-    std::function<void()> task;
-    if (!tasks_.empty()) {
-        task = std::move(tasks_.front());
-        tasks_.pop_front();
-    }
-    lock.unlock();
-    if (task) task();
-}
-
-void ThreadPool::handle(uint64_t name, uint32_t events, std::unique_lock<std::mutex>& lock) {
+void ThreadPool::handle(uint64_t name, uint32_t events, bool mayServe) {
     const auto found = readables_.find(name);
-    const std::shared_ptr<Readable> readable =
-        found == readables_.end() ? nullptr : found->second.lock();
-    lock.unlock();
+    std::shared_ptr<Readable> readable = found == readables_.end() ? nullptr : found->second.lock();
+    mutex_.unlock();
     const bool isAtEnd = (events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
-    if (readable != nullptr) readable->onReadable(isAtEnd);
+    if (readable != nullptr) readable->onReadable(isAtEnd, mayServe);
+    readable = nullptr;
+    mutex_.lock();
 }
 
 }  // namespace android::hardware::details

@@ -3,13 +3,15 @@
 
 #include <android-base/unique_fd.h>
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
+
+#include "Mutex.h"
 
 namespace android::hardware::details {
 
@@ -22,14 +24,16 @@ class Readable {
     /**
      * Called on a thread of the pool when there is something to read.
      * @param isAtEnd whether nothing will come after it
+     * @param mayServe whether the thread can go on with what may take long
      */
-    virtual void onReadable(bool isAtEnd) = 0;
+    virtual void onReadable(bool isAtEnd, bool mayServe) = 0;
 };
 
 /**
  * All threads wait in one place for whatever comes, and there is always one more that does: as
  * soon as the last one has something to do, another is started, because what it does may wait for
- * what comes next. Threads that find nothing to do for a while end.
+ * what comes next. If none can be started, or there are kMaxThreads, the last one reads and leaves
+ * the tasks to those that come back. Threads that find nothing to do for a while end.
  *
  * Threading: every method may be called from any thread.
  */
@@ -37,6 +41,12 @@ class ThreadPool {
   public:
     /** Never destroyed: its threads may outlive main(). */
     static ThreadPool& self();
+
+    /**
+     * Whether this process was forked off one that has a pool. It has no threads then, and shares
+     * its descriptors with its parent: it must leave the sockets alone.
+     */
+    static bool isInherited() { return isInherited_; }
 
     void post(std::function<void()> task);
     /** Runs the task in some 10 ms, when others that came meanwhile are run, too. */
@@ -56,25 +66,34 @@ class ThreadPool {
     void remove(int fd, uint64_t name);
 
   private:
+    // Of all peers together; one connection occupies a few.
+    static constexpr size_t kMaxThreads = 256;
+
     ThreadPool();
     bool control(int operation, int fd, uint32_t events, uint64_t name);
-    bool isIdle() const { return readables_.empty() && tasks_.empty() && laterTasks_.empty(); }
-    void startThreadIfNoneWaits();
+    bool isIdle() const REQUIRES(mutex_) {
+        return readables_.empty() && tasks_.empty() && laterTasks_.empty();
+    }
+    /** @return false if none waits nevertheless */
+    bool startThreadIfNoneWaits() REQUIRES(mutex_);
     void run(bool mayEnd);
-    // Both give up the lock, and do not take it again.
-    void runTask(std::unique_lock<std::mutex>& lock);
-    void handle(uint64_t name, uint32_t events, std::unique_lock<std::mutex>& lock);
+    /** As long as another thread waits. */
+    void runTasks() REQUIRES(mutex_);
+    void handle(uint64_t name, uint32_t events, bool mayServe) REQUIRES(mutex_);
+
+    static inline std::atomic<bool> isInherited_{false};
 
     const unique_fd events_;
     const unique_fd taskPosted_;
     const unique_fd timer_;
 
-    std::mutex mutex_;
-    size_t waitingThreads_ = 0;
-    std::deque<std::function<void()>> tasks_;
-    std::vector<std::function<void()>> laterTasks_;
-    uint64_t lastName_;
-    std::map<uint64_t, std::weak_ptr<Readable>> readables_;
+    Mutex mutex_;
+    size_t threads_ GUARDED_BY(mutex_) = 0;
+    size_t waitingThreads_ GUARDED_BY(mutex_) = 0;
+    std::deque<std::function<void()>> tasks_ GUARDED_BY(mutex_);
+    std::vector<std::function<void()>> laterTasks_ GUARDED_BY(mutex_);
+    uint64_t lastName_ GUARDED_BY(mutex_);
+    std::map<uint64_t, std::weak_ptr<Readable>> readables_ GUARDED_BY(mutex_);
 };
 
 }  // namespace android::hardware::details

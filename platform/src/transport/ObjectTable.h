@@ -1,0 +1,96 @@
+// The objects that one connection has passed along, in both directions.
+#pragma once
+
+#include <hwbinder/Binder.h>
+#include <hwbinder/BpHwBinder.h>
+#include <hwbinder/Parcel.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "Mutex.h"
+#include "transport/Frame.h"
+
+namespace android::hardware::details {
+
+/**
+ * A reference to an object is counted each time it is sent. The receiver gives the counts back
+ * together when it drops its proxy, so that a reference which is on its way at that moment is not
+ * lost. Releases wait for the next message, or for sendReleases() of the connection.
+ *
+ * Both sides keep no more than kMaxObjectsHeld for each other: an owner does not send more, so that
+ * a peer which does has broken the protocol.
+ *
+ * Threading: every method may be called from any thread. No code of programs runs in here.
+ */
+class ObjectTable {
+  public:
+    static constexpr size_t kMaxObjectsHeld = 4096;
+    /** The object that every process offers to its peers without being asked. */
+    static constexpr uint64_t kRootId = 0;
+
+    explicit ObjectTable(const sp<BHwBinder>& root) { exports_[kRootId].object = root; }
+
+    /**
+     * Counts the parcel's objects as sent.
+     * @param self the connection, whose objects and this process's can be sent
+     * @param releases receives those that wait, to be sent with them
+     * @return INVALID_OPERATION for an object of a third process, NO_MEMORY for one too many,
+     * DEAD_OBJECT after clear()
+     */
+    status_t send(const Parcel& parcel, const Connection& self,
+                  std::vector<ObjectReference>* references, std::vector<FrameHeader>* releases);
+    std::vector<FrameHeader> takeReleases();
+
+    /** The objects of a message. @throw BrokenPeer if it names one that does not exist */
+    std::vector<sp<IBinder>> receive(const std::vector<ObjectReference>& references,
+                                     const std::shared_ptr<Connection>& self);
+    /** This process's object of that number. @throw BrokenPeer if there is none */
+    sp<BHwBinder> find(uint64_t objectId);
+
+    /**
+     * The peer gives back references.
+     * @return the object if they were the last ones; its destructor is a program's code
+     * @throw BrokenPeer if it does not have them
+     */
+    sp<BHwBinder> takeBack(uint64_t objectId, uint64_t references);
+    /** A proxy is being destroyed. @return whether there is a release that waits */
+    bool release(const BpHwBinder* proxy);
+    bool hasReleases();
+
+    /** The peer is gone: its references and those to it are no more, and there are no new ones. */
+    struct Remains {
+        std::vector<sp<BHwBinder>> objects;
+        std::vector<sp<BpHwBinder>> proxies;
+    };
+    Remains clear();
+
+  private:
+    struct Export {
+        sp<BHwBinder> object;
+        uint64_t referencesSent = 0;
+    };
+    struct Import {
+        /** Null when it is gone and its references wait to be released. */
+        const BpHwBinder* address = nullptr;
+        wp<BpHwBinder> proxy;
+        uint64_t referencesReceived = 0;
+        bool isInReleases = false;
+    };
+
+    sp<BpHwBinder> proxyOf(uint64_t objectId, const std::shared_ptr<Connection>& self)
+        REQUIRES(mutex_);
+    std::vector<FrameHeader> takeReleasesLocked() REQUIRES(mutex_);
+
+    Mutex mutex_;
+    uint64_t lastId_ GUARDED_BY(mutex_) = kRootId;
+    std::map<uint64_t, Export> exports_ GUARDED_BY(mutex_);
+    std::map<const BHwBinder*, uint64_t> exportIds_ GUARDED_BY(mutex_);
+    std::map<uint64_t, Import> imports_ GUARDED_BY(mutex_);
+    std::vector<uint64_t> releases_ GUARDED_BY(mutex_);  // of imports
+    bool isCleared_ GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace android::hardware::details
