@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "controller/provider_service.h"
+#include "controller/state_provider_service.h"
 #include "registration.h"
 #include "replay/recorded_stream.h"
 #include "world/world.h"
@@ -124,7 +125,8 @@ PlayedControllers::PlayedControllers(const Playback& playback)
     : playback_(playback),
       addresses_(addressesIn(playback)),
       fleet_(std::make_shared<ControllerFleet>(playback.faults, playback.timeline->sharedClock(),
-                                               devicesOf(playback, addresses_))) {
+                                               devicesOf(playback, addresses_))),
+      poses_(new PoseReceiver(fleet_)) {
     using Streams = ControllerStreams;
     constexpr auto kEnabled = &StreamingListener::enabled;
     playStates();
@@ -188,12 +190,16 @@ void PlayedControllers::followSwitches() const {
 }
 
 std::string PlayedControllers::registerServices() {
-    return addresses_.empty() ? ""
-                              : registerAlone(makeService<ControllerProviderService>(
-                                    playback_.faults, fleet_, playback_.faults));
+    if (addresses_.empty()) {
+        return "";
+    }
+    const auto& faults = playback_.faults;
+    return registerAlone(makeService<ControllerProviderService>(faults, fleet_, faults),
+                         makeService<ControllerStateProviderService>(faults, fleet_, poses_));
 }
 
 void PlayedControllers::stop() {
+    poses_->stop();
     if (states_ != nullptr) {
         states_->stop();
     }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "controller/controller_fleet.h"
+#include "controller/pose_receiver.h"
 #include "device_group.h"
 #include "replay/playback.h"
 
@@ -20,7 +21,8 @@ class PlayedController : public PlayedPart {
     virtual void setOn(bool isOn) = 0;
 };
 
-/// The controllers can be commanded, but do only what they did.
+/// The controllers can be commanded, but do only what they did. Who owns their state finds its
+/// service, with streams that stay silent.
 class PlayedControllers : public DeviceGroup {
   public:
     /// Throws Recording::Error.
@@ -47,6 +49,7 @@ class PlayedControllers : public DeviceGroup {
     const Playback playback_;
     const std::vector<uint64_t> addresses_;
     const std::shared_ptr<ControllerFleet> fleet_;
+    const android::sp<PoseReceiver> poses_;
     std::vector<Part> parts_;
     std::shared_ptr<PlayedPart> states_;
 };

@@ -19,7 +19,6 @@ Player::Player(std::string name, std::shared_ptr<PlaybackTimeline> timeline, Pla
       timeline_(std::move(timeline)),
       id_(timeline_->clock().enrol()),
       records_(records),
-      lastPlayed_(timeline_->clock().start() - std::chrono::nanoseconds{1}),
       thread_([this] { run(); }) {}
 
 Player::~Player() {
@@ -83,8 +82,7 @@ void Player::play(std::unique_lock<std::mutex>& lock) {
     }
     timeline_->start();
     const WorldClock& clock = timeline_->clock();
-    const bool isLate = clock.isPacedByClients() && lastPlayed_ < clock.beginning();
-    const Time from = isLate ? clock.beginning() : clock.now();
+    const Time from = clock.isPacedByClients() ? clock.start() : clock.now();
     while (!isToStandStillLocked() && playNextLocked(lock, from)) {
     }
 }
@@ -121,7 +119,6 @@ bool Player::playNextLocked(std::unique_lock<std::mutex>& lock, Time from) {
     lock.lock();
     ++played_;
     isPassBegun_ = true;
-    lastPlayed_ = due;
     return true;
 }
 

@@ -34,8 +34,8 @@ class PlayedRecords {
 };
 
 /// Plays while somebody listens. Who begins to listen late gets what comes then, unless the clients
-/// pace the world: then nothing passes unheard, see WorldClock. At the end of the recording it
-/// falls silent, or begins anew.
+/// pace the world: then nothing passes unheard, and the others wait for those who begin late. At
+/// the end of the recording it falls silent, or begins anew.
 ///
 /// Threading: every method may be called from any thread but its own. The records are used on the
 /// player's thread, without a lock.
@@ -73,7 +73,6 @@ class Player {
     uint32_t pass_ = 0;
     bool isPassBegun_ = false;
     bool isOver_ = false;
-    WorldClock::Time lastPlayed_;
     std::thread thread_;
 };
 
