@@ -85,7 +85,14 @@ struct Field {
         return std::move(*this);
     }
 
+    /// The same, as the words that are made of the cell; nothing if they are empty.
+    Field shownAs(std::function<std::string(std::string_view cell)> make) && {
+        words = std::move(make);
+        return std::move(*this).shown();
+    }
+
     bool isShown = false;
+    std::function<std::string(std::string_view cell)> words{};
     std::string label{};
     std::optional<int> decimals{};
 };
@@ -162,14 +169,24 @@ class FieldList {
             if (!field.isShown) {
                 continue;
             }
-            text += (text.empty() ? "" : "  ") + field.label;
+            std::string shown;
             for (const Column<Record>& column : field.columns) {
                 cell.clear();
                 column.append(record, cell);
-                text += text.empty() || text.back() == ' ' ? "" : " ";
-                appendShownCell(text, {cell.data(), cell.size()}, field.decimals);
+                if (cell.size() == 0) {
+                    continue;
+                }
+                shown += shown.empty() ? "" : " ";
+                if (field.words) {
+                    shown += field.words({cell.data(), cell.size()});
+                } else {
+                    appendShownCell(shown, {cell.data(), cell.size()}, field.decimals);
+                }
             }
-            text += field.unit.empty() ? "" : " " + field.unit;
+            if (!shown.empty()) {
+                text += (text.empty() ? "" : "  ") + field.label + (field.label.empty() ? "" : " ") +
+                        shown + (field.unit.empty() || field.words ? "" : " " + field.unit);
+            }
         }
         return text;
     }
@@ -327,6 +344,7 @@ template <typename Record, typename Inner, typename Reach, typename Rename>
 Field<Record> lifted(const Field<Inner>& field, Reach inner, Rename rename) {
     Field<Record> lifted{field.name, field.unit, {}};
     lifted.isShown = field.isShown;
+    lifted.words = field.words;
     lifted.label = field.label;
     lifted.decimals = field.decimals;
     for (const Column<Inner>& column : field.columns) {

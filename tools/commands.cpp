@@ -39,6 +39,25 @@ void addDurationOption(CLI::App& command, std::optional<double>& seconds) {
         ->check(secondsFrom(0.01));
 }
 
+void addFilterOptions(CLI::App& command, SessionOptions& options) {
+    command
+        .add_option("--controller", options.controller,
+                    "Only this hand controller, by its address or name")
+        ->type_name("CONTROLLER");
+    command.add_option("--camera", options.camera, "Only this camera, by its number or name")
+        ->type_name("CAMERA");
+}
+
+void addStreamArgument(CLI::App& command, SessionOptions& options) {
+    command
+        .add_option("stream", options.streams,
+                    fmt::format("One of {}", fmt::join(streamNames(), ", ")))
+        ->type_name("STREAM")
+        ->required()
+        ->expected(1)
+        ->transform(isStreamName());
+}
+
 void addSessionOptions(CLI::App& command, SessionOptions& options) {
     addDurationOption(command, options.durationSeconds);
     command
@@ -50,12 +69,7 @@ void addSessionOptions(CLI::App& command, SessionOptions& options) {
         ->type_name("STREAM,...")
         ->delimiter(',')
         ->transform(isStreamName());
-    command
-        .add_option("--controller", options.controller,
-                    "Only this hand controller, by its address or name")
-        ->type_name("CONTROLLER");
-    command.add_option("--camera", options.camera, "Only this camera, by its number or name")
-        ->type_name("CAMERA");
+    addFilterOptions(command, options);
     command
         .add_option("--rate", options.imu.sampleRate,
                     "Samples a second of the IMU, for all of its clients")

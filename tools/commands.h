@@ -16,6 +16,7 @@ inline constexpr std::chrono::milliseconds kNoGrace{0};
 
 void addListCommand(CLI::App& app);
 void addMonitorCommand(CLI::App& app);
+void addEchoCommand(CLI::App& app);
 void addRecordCommand(CLI::App& app);
 void addCaptureCommand(CLI::App& app);
 void addMuxCommand(CLI::App& app);
@@ -29,7 +30,13 @@ void addTimeCommand(CLI::App& app);
 /// Adds the option that ends a run by itself.
 void addDurationOption(CLI::App& command, std::optional<double>& seconds);
 
-/// Adds what the commands that stream have in common.
+/// Adds the options that choose among the records of a stream.
+void addFilterOptions(CLI::App& command, SessionOptions& options);
+
+/// Adds the argument that names one stream.
+void addStreamArgument(CLI::App& command, SessionOptions& options);
+
+/// Adds what the commands that measure streams have in common.
 void addSessionOptions(CLI::App& command, SessionOptions& options);
 
 /// A number of seconds from `least` to a few years.

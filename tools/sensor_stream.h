@@ -13,9 +13,12 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "output_file.h"
-#include "record_format.h"
+#include "record_origin.h"
+#include "record_printer.h"
+#include "recording/fields.h"
 #include "stream_statistics.h"
 
 class SensorStream {
@@ -42,6 +45,9 @@ class SensorStream {
     /// in ns). Throws Failure if the file cannot be made.
     virtual void recordTo(const std::filesystem::path& path) = 0;
 
+    /// Prints all records from now on. Throws Failure if they lack a field that is asked for.
+    virtual void printTo(RecordPrinter& printer) = 0;
+
     /// The values of the last record of a source; empty if there is none.
     virtual std::string lastValues(uint64_t source) const = 0;
 
@@ -61,14 +67,6 @@ struct StreamControl {
 
 /// Not movable: the stream's callback points to it.
 template <typename Data>
-RecordOrigin originOf(const Data& record) {
-    const auto header = RecordFormat<Data>::header(record);
-    return header ? RecordOrigin{header->source, header->timestamp, header->sequence,
-                                 header->isDiscontinuity}
-                  : RecordOrigin{};
-}
-
-template <typename Data>
 class TypedSensorStream final : public SensorStream {
   public:
     /// Says where a record comes from; empty for one that is not wanted.
@@ -76,8 +74,7 @@ class TypedSensorStream final : public SensorStream {
 
     /// @param queueSize capacity of the queue, in records; empty if the stream's own is fixed.
     TypedSensorStream(std::string name, Vek::Sensors::IDataStream<Data>& stream,
-                      StreamControl control, std::optional<size_t> queueSize,
-                      Origin origin = originOf<Data>)
+                      StreamControl control, std::optional<size_t> queueSize, Origin origin)
         : SensorStream(std::move(name)),
           control_(std::move(control)),
           stream_(stream),
@@ -95,12 +92,21 @@ class TypedSensorStream final : public SensorStream {
 
     void recordTo(const std::filesystem::path& path) override {
         file_.emplace(path);
-        file_->write(fmt::format("received_ns,{}\n", RecordFormat<Data>::kCsvTitles));
+        file_->write(fmt::format("received_ns,{}\n", Recording::fieldsOf<Data>().titles()));
+    }
+
+    void printTo(RecordPrinter& printer) override {
+        std::vector<std::string> columns;
+        for (const auto& column : Recording::fieldsOf<Data>().columns()) {
+            columns.push_back(column.name);
+        }
+        printer.begin(columns);
+        printer_ = &printer;
     }
 
     std::string lastValues(uint64_t source) const override {
         const auto last = last_.find(source);
-        return last != last_.end() ? RecordFormat<Data>::describe(last->second) : "";
+        return last != last_.end() ? Recording::fieldsOf<Data>().describe(last->second) : "";
     }
 
   private:
@@ -112,6 +118,9 @@ class TypedSensorStream final : public SensorStream {
             }
         }
         statistics_.endCallback(now);
+        if (printer_ != nullptr) {
+            printer_->flush();
+        }
     }
 
     void deliver(RateMeter::Time now, const Data& record) {
@@ -120,11 +129,14 @@ class TypedSensorStream final : public SensorStream {
             return;
         }
         const uint64_t source = statistics_.countRecord(now, *origin, sizeof(record));
+        const int64_t received = std::chrono::nanoseconds(now.time_since_epoch()).count();
+        if (printer_ != nullptr) {
+            printer_->print(received, record);
+        }
         if (file_) {
             row_.clear();
-            fmt::format_to(std::back_inserter(row_), "{},",
-                           std::chrono::nanoseconds(now.time_since_epoch()).count());
-            RecordFormat<Data>::appendCsv(row_, record);
+            fmt::format_to(std::back_inserter(row_), "{},", received);
+            Recording::fieldsOf<Data>().appendRow(row_, record);
             row_.push_back('\n');
             file_->write({row_.data(), row_.size()});
         }
@@ -137,14 +149,5 @@ class TypedSensorStream final : public SensorStream {
     /// By source.
     std::map<uint64_t, Data> last_;
     fmt::memory_buffer row_;
+    RecordPrinter* printer_ = nullptr;
 };
-
-/// The stream of a sensor that has just this one.
-template <typename Data, typename Sensor>
-std::unique_ptr<SensorStream> makeSensorStream(std::string name, std::unique_ptr<Sensor> sensor,
-                                               std::optional<size_t> queueSize) {
-    const std::shared_ptr<Sensor> shared(std::move(sensor));
-    return std::make_unique<TypedSensorStream<Data>>(
-        std::move(name), shared->stream(),
-        StreamControl{[shared] { shared->start(); }, [shared] { shared->stop(); }}, queueSize);
-}

@@ -89,6 +89,15 @@ void Session::recordTo(const std::filesystem::path& directory) {
     }
 }
 
+void Session::printTo(RecordPrinter& printer) {
+    if (streams_.size() != 1) {
+        throw Failure(ExitCode::USAGE,
+                      fmt::format("{} streams cannot be printed at once", streams_.size()));
+    }
+    streams_.front()->printTo(printer);
+    printer_ = &printer;
+}
+
 void Session::start() {
     for (const auto& stream : streams_) {
         stream->addTo(*waiter_.composite());
@@ -104,15 +113,16 @@ void Session::start() {
 }
 
 bool Session::receiveUntil(Time deadline) {
-    const auto checkFiles = [this] {
+    const auto isPrinted = [this] { return printer_ != nullptr && printer_->isDone(); };
+    const auto checkFiles = [&] {
         for (const auto& stream : streams_) {
             if (const OutputFile* file = stream->file()) {
                 file->check();
             }
         }
-        return false;
+        return isPrinted();
     };
-    return waiter_.until(checkFiles, std::min(deadline, end_)) &&
+    return waiter_.until(checkFiles, std::min(deadline, end_)) && !isPrinted() &&
            std::chrono::steady_clock::now() < end_;
 }
 

@@ -34,6 +34,10 @@ class Session {
     /// Failure if that does not work.
     void recordTo(const std::filesystem::path& directory);
 
+    /// Prints the records of the one stream until the printer has enough of them. Throws Failure if
+    /// there are several streams, or they lack a field that is asked for.
+    void printTo(RecordPrinter& printer);
+
     void start();
 
     /// Receives records until `deadline` or the end of the run, whichever is first. Throws Failure
@@ -61,6 +65,7 @@ class Session {
     std::optional<double> durationSeconds_;
     Waiter waiter_;
     std::vector<std::unique_ptr<SensorStream>> streams_;
+    const RecordPrinter* printer_ = nullptr;
     bool isStarted_ = false;
     Time begin_{};
     Time end_ = Time::max();

@@ -11,17 +11,7 @@
 #include "interval_statistics.h"
 #include "latency_histogram.h"
 #include "rate_meter.h"
-
-/// What a record says of its journey.
-struct RecordOrigin {
-    /// Which device's it is, of a stream that carries the records of several.
-    uint64_t source = 0;
-    /// CLOCK_MONOTONIC, in ns.
-    std::optional<int64_t> timestamp;
-    std::optional<uint32_t> sequence;
-    /// Records before this one were dropped.
-    bool isDiscontinuity = false;
-};
+#include "record_origin.h"
 
 struct StreamMeasurement {
     uint64_t records = 0;

@@ -166,6 +166,7 @@ class MeasuredStream : public SensorStream {
     void start() override {}
     void stop() override {}
     void recordTo(const std::filesystem::path& /*path*/) override {}
+    void printTo(RecordPrinter& /*printer*/) override {}
     std::string lastValues(uint64_t /*source*/) const override { return ""; }
 };
 

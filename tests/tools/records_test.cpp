@@ -3,45 +3,78 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <string>
+#include <vector>
 
-#include "camera/camera_records.h"
-#include "controller/controller_records.h"
+#include "camera/camera_fields.h"
+#include "controller/controller_fields.h"
 #include "controller/controller_text.h"
-#include "environment/environment_records.h"
+#include "environment/environment_fields.h"
 #include "environment/flicker_estimate.h"
-#include "motion/motion_records.h"
-#include "stream_statistics.h"
+#include "failure.h"
+#include "motion/motion_fields.h"
+#include "record_printer.h"
 
 namespace {
 
 using namespace Vek::Sensors;
 
-/// The row, which has a column for each title.
 template <typename Data>
 std::string csv(const Data& record) {
     fmt::memory_buffer out;
-    RecordFormat<Data>::appendCsv(out, record);
-    const std::string row = fmt::to_string(out);
-    const std::string titles = RecordFormat<Data>::kCsvTitles;
-    EXPECT_EQ(std::count(row.begin(), row.end(), ','),
-              std::count(titles.begin(), titles.end(), ','))
-        << titles;
-    return row;
+    Recording::fieldsOf<Data>().appendRow(out, record);
+    return fmt::to_string(out);
 }
 
-template <typename... Data>
-void expectAColumnForEachTitle() {
-    (csv(Data{}), ...);
+template <typename Data>
+std::string describe(const Data& record) {
+    return Recording::fieldsOf<Data>().describe(record);
 }
 
-TEST(RecordTest, RowsHaveAColumnForEachTitle) {
-    expectAColumnForEachTitle<PairedControllerInfo, ControllerImuData, ButtonData, CurlData,
-                              PrecisionPadData, MultiTouchData, StylusData, ControllerInputADCData,
-                              PoseInput, ControllerCollisionEvent, WirelessDeviceStats>();
-    expectAColumnForEachTitle<FlickerData, AdcFlickerData, AmbientLightData,
-                              ExternalTimestampData>();
+/// Reads another value into each column and looks whether each is there afterwards.
+template <typename Data>
+void expectAMemberForEachColumn() {
+    Data record{};
+    std::vector<std::string> cells;
+    for (const auto& column : Recording::fieldsOf<Data>().columns()) {
+        const bool isList = column.kind == Recording::CellKind::LIST;
+        const std::string candidates[] = {
+            isList ? "1 2 3 4 5 6 7" : fmt::format("{}", cells.size() + 2), "1", "0x5a",
+            std::string(280, 'a')};
+        const auto* const read =
+            std::find_if(std::begin(candidates), std::end(candidates),
+                         [&](const std::string& cell) { return column.read(cell, record); });
+        // A frame that the set does not have holds nothing.
+        cells.push_back(read == std::end(candidates) ? "" : *read);
+    }
+    EXPECT_EQ(csv(record), fmt::format("{}", fmt::join(cells, ",")))
+        << Recording::fieldsOf<Data>().titles();
+}
+
+TEST(RecordTest, EveryColumnHasAMemberOfItsOwn) {
+    expectAMemberForEachColumn<ImuData>();
+    expectAMemberForEachColumn<MagData>();
+    expectAMemberForEachColumn<IadData>();
+    expectAMemberForEachColumn<FrameSet>();
+    expectAMemberForEachColumn<PairedControllerInfo>();
+    expectAMemberForEachColumn<ControllerImuData>();
+    expectAMemberForEachColumn<ButtonData>();
+    expectAMemberForEachColumn<CurlData>();
+    expectAMemberForEachColumn<PrecisionPadData>();
+    expectAMemberForEachColumn<MultiTouchData>();
+    expectAMemberForEachColumn<StylusData>();
+    expectAMemberForEachColumn<ControllerInputADCData>();
+    expectAMemberForEachColumn<PoseInput>();
+    expectAMemberForEachColumn<ControllerCollisionEvent>();
+    expectAMemberForEachColumn<WirelessDeviceStats>();
+    expectAMemberForEachColumn<FlickerData>();
+    expectAMemberForEachColumn<AdcFlickerData>();
+    expectAMemberForEachColumn<AmbientLightData>();
+    expectAMemberForEachColumn<ExternalTimestampData>();
 }
 
 constexpr ImuData kImu{
@@ -74,14 +107,13 @@ TEST(RecordTest, RowsHoldEveryFieldExactly) {
 }
 
 TEST(RecordTest, ValuesAndStatusAreTakenFromTheirFields) {
-    EXPECT_EQ(RecordFormat<ImuData>::describe(kImu),
-              "0.10 -2.50 9.81 m/s^2  0.000 0.000 -0.500 rad/s  31.2 C  clipped");
-    EXPECT_TRUE(RecordFormat<ImuData>::header(kImu)->isDiscontinuity);
-    EXPECT_EQ(RecordFormat<ImuData>::header(kImu)->sequence, 4294967295U);
-    EXPECT_FALSE(RecordFormat<MagData>::header({})->isDiscontinuity);
-    EXPECT_FALSE(RecordFormat<IadData>::header({}).has_value());
-    EXPECT_EQ(RecordFormat<ButtonData>::describe({{}, 0b1000001, 127, 3, 0.1F, 1, {-1, 0.5F}}),
-              "0x0  trigger+secondary  trigger 0.10  grip 1.00  stick -1.00 0.50");
+    EXPECT_EQ(describe(kImu), "0.10 -2.50 9.81 m/s^2  0.000 0.000 -0.500 rad/s  31.2 C  clipped");
+    EXPECT_TRUE(originOf(kImu).isDiscontinuity);
+    EXPECT_EQ(originOf(kImu).sequence, 4294967295U);
+    EXPECT_FALSE(originOf(MagData{}).isDiscontinuity);
+    EXPECT_FALSE(originOf(IadData{}).sequence.has_value());
+    EXPECT_EQ(describe(ButtonData{{}, 0b1000001, 127, 3, 0.1F, 1, {-1, 0.5F}}),
+              "trigger+secondary  trigger 0.10  grip 1.00  stick -1.00 0.50");
 }
 
 TEST(RecordTest, FrameSetsRowHasAColumnForEveryTitleWhateverTheServiceCounts) {
@@ -93,15 +125,57 @@ TEST(RecordTest, FrameSetsRowHasAColumnForEveryTitleWhateverTheServiceCounts) {
         frameSet.numFrames = frames;
         EXPECT_THAT(csv(frameSet), ::testing::StartsWith(fmt::format(
                                        "1700000000000000001,4294967295,9,{},0", frames)));
-        EXPECT_FALSE(RecordFormat<FrameSet>::describe(frameSet).empty());
+        const std::string row = csv(frameSet);
+        const std::string titles = Recording::fieldsOf<FrameSet>().titles();
+        EXPECT_EQ(std::count(row.begin(), row.end(), ','),
+                  std::count(titles.begin(), titles.end(), ','));
+        EXPECT_FALSE(describe(frameSet).empty());
     }
+}
+
+TEST(RecordTest, FrameOfOneCameraCountsOnlyWithAnImage) {
+    FrameSet frameSet{};
+    frameSet.numFrames = 2;
+    frameSet.frames[1].cameraId = 7;
+    frameSet.frames[1].sequence = 5;
+    EXPECT_FALSE(originOfFrame(frameSet, 7)) << "it was not received";
+    frameSet.frames[1].frameType = FrameType::EYE;
+    EXPECT_EQ(originOfFrame(frameSet, 7).value().sequence, 5U);
+    frameSet.numFrames = 1;
+    EXPECT_FALSE(originOfFrame(frameSet, 7));
+}
+
+std::string printed(RecordPrinter::Format format, const std::vector<std::string>& fields) {
+    ::testing::internal::CaptureStdout();
+    RecordPrinter printer(format, fields, 1);
+    printer.begin({"timestamp_ns", "field_x_ut", "field_y_ut", "field_z_ut", "temperature_c",
+                   "sequence", "sensor", "status", "range_ut"});
+    printer.print(77, MagData{5, {20.5F, -3, std::nanf("")}, 30, 6, 7, 0, 4900});
+    printer.print(78, MagData{});
+    printer.flush();
+    return ::testing::internal::GetCapturedStdout();
+}
+
+TEST(RecordPrinterTest, PrintsTheChosenColumnsOfSoManyRecords) {
+    using Format = RecordPrinter::Format;
+    const std::vector<std::string> fields{"range_ut", "field", "received_ns"};
+    EXPECT_EQ(printed(Format::CSV, fields),
+              "received_ns,field_x_ut,field_y_ut,field_z_ut,range_ut\n77,20.5,-3,nan,4900\n");
+    EXPECT_EQ(printed(Format::JSON, {}),
+              R"({"received_ns":77,"timestamp_ns":5,"field_x_ut":20.5,"field_y_ut":-3,)"
+              R"("field_z_ut":null,"temperature_c":30,"sequence":6,"sensor":7,"status":0,)"
+              R"("range_ut":4900})"
+              "\n");
+    EXPECT_EQ(printed(Format::TEXT, {"sensor"}), "sensor: 7\n---\n");
+    EXPECT_THROW(printed(Format::CSV, {"fiel"}), Failure);
+    ::testing::internal::GetCapturedStdout();
 }
 
 TEST(RecordTest, TextOfTheServiceStaysInItsColumn) {
     PairedControllerInfo info{};
     std::memcpy(info.name.data(), "sixteen \"chars\";", 16);  // fills its field
     const std::string row = csv(info);
-    EXPECT_THAT(row, ::testing::HasSubstr(",\"sixteen \"\"chars\"\";\",\"\",\"\",\"\",\"\","));
+    EXPECT_THAT(row, ::testing::HasSubstr(",\"sixteen \"\"chars\"\";\",,,,,"));
     std::memcpy(info.name.data(), "left\x1b\0old name", 14);
     EXPECT_EQ(text(info.name), "left?");
     EXPECT_EQ(text(static_cast<ControllerConnection>(77)), "connection 77");
@@ -114,16 +188,16 @@ TEST(RecordTest, BlockThatClaimsTooMuchIsReadAsFarAsItGoes) {
     block.sampleRate = 4096;
     block.status = LIGHT_SAMPLE_DISCONTINUITY;
     EXPECT_EQ(samplesOf(block).size(), 4096U);
-    const auto header = RecordFormat<AdcFlickerData>::header(block);
-    EXPECT_EQ(header->timestamp, 1'000'001'000) << "a second after its first sample";
-    EXPECT_TRUE(header->isDiscontinuity);
+    const RecordOrigin header = originOf(block);
+    EXPECT_EQ(header.timestamp, 1'000'001'000) << "a second after its first sample";
+    EXPECT_TRUE(header.isDiscontinuity);
     for (const float rate : {0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN(), 1e-30F}) {
         block.sampleRate = rate;
-        EXPECT_EQ(RecordFormat<AdcFlickerData>::header(block)->timestamp, 1000) << rate;
+        EXPECT_EQ(originOf(block).timestamp, 1000) << rate;
     }
     block.timestamp = INT64_MAX;
     block.sampleRate = 1;
-    EXPECT_EQ(RecordFormat<AdcFlickerData>::header(block)->timestamp, INT64_MAX);
+    EXPECT_EQ(originOf(block).timestamp, INT64_MAX);
 }
 
 }  // namespace

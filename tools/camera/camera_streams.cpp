@@ -5,8 +5,9 @@
 
 #include <algorithm>
 
+#include "camera/camera_access.h"
+#include "camera/camera_fields.h"
 #include "camera/camera_names.h"
-#include "camera/camera_records.h"
 #include "failure.h"
 
 using namespace Vek::Sensors;
@@ -21,18 +22,33 @@ std::string streamName(FrameType type) {
     return "camera-" + nameOf(type);
 }
 
-/// Those of the types that the device has. Throws Failure if it has none of them.
-Streams openStreams(const std::string& name, const std::vector<FrameType>& types) {
+bool hasCamera(ICameraStream& stream, uint32_t cameraId) {
+    const auto cameras = stream.getConfiguration().cameras;
+    return std::any_of(cameras.begin(), cameras.end(),
+                       [cameraId](const auto& camera) { return camera.cameraId == cameraId; });
+}
+
+/// Those of the types that the device has and that have the camera that is asked for. Throws
+/// Failure if there are none.
+Streams openStreams(const std::string& name, const std::vector<FrameType>& types,
+                    const SessionOptions& options) {
     const auto provider = requireService(createCameraProvider(), "ICameraProvider");
+    std::optional<uint32_t> wanted;
+    if (!options.camera.empty()) {
+        wanted = findCamera(*provider, options.camera).cameraId;
+    }
     Streams streams;
     for (const FrameType type : types) {
-        if (auto camera = provider->getStream(type, "sensorctl")) {
-            const std::shared_ptr<ICameraStream> shared(std::move(camera));
-            streams.push_back(std::make_unique<TypedSensorStream<FrameSet>>(
-                streamName(type), shared->stream(),
-                StreamControl{[shared] { shared->start(); }, [shared] { shared->stop(); }},
-                std::nullopt));
+        const std::shared_ptr<ICameraStream> camera = provider->getStream(type, "sensorctl");
+        if (camera == nullptr || (wanted && !hasCamera(*camera, *wanted))) {
+            continue;
         }
+        streams.push_back(std::make_unique<TypedSensorStream<FrameSet>>(
+            streamName(type), camera->stream(),
+            StreamControl{[camera] { camera->start(); }, [camera] { camera->stop(); }},
+            std::nullopt, [wanted](const FrameSet& frameSet) {
+                return wanted ? originOfFrame(frameSet, *wanted) : originOf(frameSet);
+            }));
     }
     if (streams.empty()) {
         throw Failure(ExitCode::USAGE, name + ": the service has no such cameras");
@@ -40,14 +56,14 @@ Streams openStreams(const std::string& name, const std::vector<FrameType>& types
     return streams;
 }
 
-Streams openAll(const SessionOptions& /*options*/) {
-    return openStreams(kAllCameras, streamFrameTypes());
+Streams openAll(const SessionOptions& options) {
+    return openStreams(kAllCameras, streamFrameTypes(), options);
 }
 
 Streams openOne(FrameType type, const SessionOptions& options) {
     const auto& chosen = options.streams;
     const bool isAmongAll = std::find(chosen.begin(), chosen.end(), kAllCameras) != chosen.end();
-    return isAmongAll ? Streams() : openStreams(streamName(type), {type});
+    return isAmongAll ? Streams() : openStreams(streamName(type), {type}, options);
 }
 
 }  // namespace

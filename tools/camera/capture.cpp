@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <array>
 
+#include "camera/camera_access.h"
 #include "camera/camera_names.h"
 #include "camera/picture.h"
 #include "commands.h"
 #include "failure.h"
-#include "names.h"
 #include "output.h"
 #include "table.h"
 #include "waiter.h"
@@ -34,19 +34,6 @@ struct Camera {
     size_t index;
     CameraStreamMetadata metadata;
 };
-
-/// Throws Failure, with those that there are, if there is none of that name or number.
-CameraProperties findCamera(ICameraProvider& provider, const std::string& wanted) {
-    std::vector<CameraProperties> cameras = provider.getProperties();
-    std::vector<std::string> names;
-    for (const CameraProperties& camera : cameras) {
-        if (wanted == fmt::format("{}", camera.cameraId)) {
-            return camera;
-        }
-        names.push_back(camera.propertyText1);
-    }
-    return cameras[chooseName(names, wanted, "--camera")];
-}
 
 Camera openCamera(const std::string& wanted) {
     const auto provider = requireService(createCameraProvider(), "ICameraProvider");

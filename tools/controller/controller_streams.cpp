@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "controller/controller_access.h"
-#include "controller/controller_records.h"
+#include "controller/controller_fields.h"
 
 using namespace Vek::Sensors;
 

@@ -3,7 +3,7 @@
 
 #include <vek/sensors/factories.h>
 
-#include "environment/environment_records.h"
+#include "environment/environment_fields.h"
 #include "environment/light_sensor.h"
 #include "failure.h"
 
@@ -32,7 +32,7 @@ struct LightStream {
             name, (*sensor.*stream)(),
             StreamControl{[sensor, call = start] { (*sensor.*call)(); },
                           [sensor, call = stop] { (*sensor.*call)(); }},
-            kQueueSize));
+            kQueueSize, [](const Data& record) { return originOf(record); }));
         return streams;
     }
 };
@@ -55,7 +55,7 @@ Streams openExternalTiming(const SessionOptions& /*options*/) {
         "external-timing", timing->streamExternalTimestampData(),
         StreamControl{[timing] { timing->startExternalTimestampDataStream(); },
                       [timing] { timing->stopExternalTimestampDataStream(); }},
-        kQueueSize));
+        kQueueSize, [](const ExternalTimestampData& pulse) { return originOf(pulse); }));
     return streams;
 }
 

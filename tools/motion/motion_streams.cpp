@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "failure.h"
-#include "motion/motion_records.h"
+#include "motion/motion_fields.h"
 
 using namespace Vek::Sensors;
 
@@ -19,9 +19,14 @@ constexpr size_t kIadQueueSize = 32;
 
 using Streams = std::vector<std::unique_ptr<SensorStream>>;
 
-Streams alone(std::unique_ptr<SensorStream> stream) {
+template <typename Data, typename Sensor>
+Streams streamOf(const std::string& name, std::unique_ptr<Sensor> sensor, size_t queueSize) {
+    const std::shared_ptr<Sensor> shared(std::move(sensor));
     Streams streams;
-    streams.push_back(std::move(stream));
+    streams.push_back(std::make_unique<TypedSensorStream<Data>>(
+        name, shared->stream(),
+        StreamControl{[shared] { shared->start(); }, [shared] { shared->stop(); }}, queueSize,
+        [](const Data& record) { return originOf(record); }));
     return streams;
 }
 
@@ -39,17 +44,15 @@ Streams openImu(const SessionOptions& options) {
         imu->configureStream(wanted);
     }
     const size_t queueSize = std::max(kImuQueueSize, size_t{wanted.batchSize} * 4);
-    return alone(makeSensorStream<ImuData>("imu", std::move(imu), queueSize));
+    return streamOf<ImuData>("imu", std::move(imu), queueSize);
 }
 
 Streams openMag(const SessionOptions& /*options*/) {
-    return alone(
-        makeSensorStream<MagData>("mag", requireService(createMagSensor(), "IMag"), kMagQueueSize));
+    return streamOf<MagData>("mag", requireService(createMagSensor(), "IMag"), kMagQueueSize);
 }
 
 Streams openIad(const SessionOptions& /*options*/) {
-    return alone(
-        makeSensorStream<IadData>("iad", requireService(createIadSensor(), "IIad"), kIadQueueSize));
+    return streamOf<IadData>("iad", requireService(createIadSensor(), "IIad"), kIadQueueSize);
 }
 
 }  // namespace

@@ -1,0 +1,32 @@
+// The fields of the records of the light sensor and of external clocks.
+#pragma once
+
+#include <vek/sensors/external_timing.h>
+#include <vek/sensors/flicker.h>
+
+#include "record_origin.h"
+#include "recording/fields.h"
+
+template <>
+struct Recording::Fields<Vek::Sensors::FlickerData> {
+    static FieldList<Vek::Sensors::FlickerData> list();
+};
+template <>
+struct Recording::Fields<Vek::Sensors::AdcFlickerData> {
+    static FieldList<Vek::Sensors::AdcFlickerData> list();
+};
+template <>
+struct Recording::Fields<Vek::Sensors::AmbientLightData> {
+    static FieldList<Vek::Sensors::AmbientLightData> list();
+};
+template <>
+struct Recording::Fields<Vek::Sensors::ExternalTimestampData> {
+    static FieldList<Vek::Sensors::ExternalTimestampData> list();
+};
+
+RecordOrigin originOf(const Vek::Sensors::FlickerData& record);
+/// The block's journey begins with its last sample.
+RecordOrigin originOf(const Vek::Sensors::AdcFlickerData& block);
+RecordOrigin originOf(const Vek::Sensors::AmbientLightData& record);
+/// Every clock counts for itself.
+RecordOrigin originOf(const Vek::Sensors::ExternalTimestampData& pulse);

@@ -1,0 +1,39 @@
+// How numbers of records are put into words.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "recording/cell.h"
+
+/// Makes words of a cell; for Recording::Field::shownAs.
+using Words = std::function<std::string(std::string_view cell)>;
+
+/// Of an enumeration: its name.
+template <typename Enum, typename Name>
+Words wordOf(Name name) {
+    return [name](std::string_view cell) {
+        Enum value{};
+        return Recording::readCell(cell, value) ? name(value) : std::string();
+    };
+}
+
+/// Of a set of bits: the names of those that are set.
+inline Words wordsOfBits(std::initializer_list<std::pair<unsigned, const char*>> names) {
+    return [bits = std::vector(names)](std::string_view cell) {
+        uint64_t set = 0;
+        std::string words;
+        if (Recording::readCell(cell, set)) {
+            for (const auto& [bit, name] : bits) {
+                words +=
+                    (set >> bit & 1) == 0 ? "" : (words.empty() ? "" : "+") + std::string(name);
+            }
+        }
+        return words;
+    };
+}
