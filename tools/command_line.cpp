@@ -87,9 +87,10 @@ void describeCommandLine(CLI::App& app) {
     app.set_version_flag("--version", fmt::format("sensorctl {} (JSON schema {})", MORIAK_VERSION,
                                                   Output::kJsonSchema));
     app.require_subcommand(1);
-    for (auto addCommand : {addListCommand, addMonitorCommand, addEchoCommand, addRecordCommand,
-                            addCaptureCommand, addMuxCommand, addControllersCommand, addPoseCommand,
-                            addFlickerCommand, addLedsCommand, addRpcCommand, addTimeCommand}) {
+    for (auto addCommand :
+         {addListCommand, addMonitorCommand, addEchoCommand, addRecordCommand, addRecordingCommand,
+          addCaptureCommand, addMuxCommand, addControllersCommand, addPoseCommand,
+          addFlickerCommand, addLedsCommand, addRpcCommand, addTimeCommand}) {
         addCommand(app);
     }
     addOutputOptions(app);

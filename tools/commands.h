@@ -18,6 +18,7 @@ void addListCommand(CLI::App& app);
 void addMonitorCommand(CLI::App& app);
 void addEchoCommand(CLI::App& app);
 void addRecordCommand(CLI::App& app);
+void addRecordingCommand(CLI::App& app);
 void addCaptureCommand(CLI::App& app);
 void addMuxCommand(CLI::App& app);
 void addControllersCommand(CLI::App& app);

@@ -1,0 +1,92 @@
+// Goes through all of a recording, to tell what is in it and whether it is sound.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "drop_counter.h"
+#include "interval_statistics.h"
+#include "latency_histogram.h"
+#include "recording/reader.h"
+
+/// What the rows of a stream say of time.
+struct RowTime {
+    /// When the sample was taken; when it was received, in a stream that has no such time.
+    int64_t timestamp = 0;
+    /// Empty in a EuRoC data set that was made by others.
+    std::optional<int64_t> received;
+    /// Which device's the row is, of a stream that carries those of several; empty of others.
+    std::string source;
+    std::optional<uint32_t> sequence;
+};
+
+/// Reads RowTime from the rows of any stream.
+class RowTimes {
+  public:
+    explicit RowTimes(const Recording::CsvReader& csv);
+
+    /// Whether samples have a time of their own, which no two of one source share.
+    bool isStamped() const { return timestamp_ >= 0; }
+
+    /// Throws Recording::Error if the row has no such numbers.
+    RowTime read(const Recording::CsvReader& csv) const;
+
+  private:
+    int timestamp_;
+    int received_;
+    int source_ = -1;
+    int sequence_;
+};
+
+struct StreamReport {
+    std::string name;
+    uint64_t records = 0;
+    /// By the gaps in the numbers; empty if the records have none.
+    std::optional<uint64_t> drops;
+    uint64_t frameSetsLeftOut = 0;
+    int64_t first = 0;
+    int64_t last = 0;
+    /// Records a second, of all sources.
+    double rate = 0;
+    /// Of each source.
+    IntervalStatistics intervals;
+    /// From the sample to its reception.
+    LatencyHistogram latencies;
+    uintmax_t bytes = 0;
+};
+
+struct CameraReport {
+    std::string directory;
+    std::string name;
+    uint64_t images = 0;
+    int64_t first = 0;
+    int64_t last = 0;
+    double rate = 0;
+    IntervalStatistics intervals;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    bool isCalibrated = false;
+    uintmax_t bytes = 0;
+};
+
+struct RecordingReport {
+    std::vector<StreamReport> streams;
+    std::vector<CameraReport> cameras;
+    /// "FILE:LINE: message", as many as people read.
+    std::vector<std::string> problems;
+    uint64_t problemsLeftOut = 0;
+    /// From the first sample to the last.
+    double seconds = 0;
+    uintmax_t bytes = 0;
+
+    bool isSound() const { return problems.empty(); }
+};
+
+/// @param isThorough decodes every image, too.
+RecordingReport inspect(const Recording::Reader& recording, bool isThorough);

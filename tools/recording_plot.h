@@ -1,0 +1,16 @@
+// Draws the streams of a recording.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct PlotOptions {
+    /// Its extension says which kind: .svg or .png.
+    std::string file;
+    /// Names of streams; empty: all that have numbers.
+    std::vector<std::string> streams;
+};
+
+/// A row of diagrams for each stream: each group of its signals over time, then how often which
+/// interval and which latency came. Throws Failure if gnuplot is not there or cannot draw.
+void plotRecording(const std::string& directory, const PlotOptions& options);
