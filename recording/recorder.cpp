@@ -74,6 +74,9 @@ void Recorder::endThreads(bool isGivingUp) {
 }
 
 void Recorder::add(size_t stream, std::string_view rows, size_t count) {
+    if (count == 0) {
+        return;
+    }
     const std::lock_guard lock(mutex_);
     if (!error_.empty()) {
         return;

@@ -65,6 +65,8 @@ class Recorder {
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
+    const Plan& plan() const { return writer_->plan(); }
+
     /// Takes rows of a stream, each with a line end.
     void add(size_t stream, std::string_view rows, size_t count);
 

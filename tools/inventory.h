@@ -30,6 +30,9 @@ class Inventory {
     std::vector<std::pair<std::string, Table>> tables_;
 };
 
+/// All that the services tell.
+Inventory takeInventory();
+
 // The areas.
 void listMotion(Inventory& inventory);
 void listCameras(Inventory& inventory);

@@ -145,7 +145,7 @@ const std::vector<std::pair<std::string, std::string>>& units() {
 bool isSignal(const std::string& title) {
     static const std::regex other(
         "received_ns|(.*_)?timestamp_ns|.*sequence|.*status|sensor|source|controller|"
-        "controller_time_us|.*_range.*|samples|frame[0-9].*|channel_[0-9]+|.*_count|name|model|"
+        "controller_time_us|(.*_)?range_.*|samples|frame[0-9].*|channel_[0-9]+|.*_count|name|model|"
         "serial_number|.*_version|factory_calibration|features|type|hand|connection|kind");
     return !std::regex_match(title, other);
 }
@@ -261,7 +261,7 @@ class Script {
         constexpr int kBars = 80;
         const auto [low, high] = std::minmax_element(values.begin(), values.end());
         // What is the same for all has a bar, too.
-        const double width = std::max((*high - *low) / kBars, 1e-6 + std::abs(*high) * 1e-9);
+        const double width = std::max((*high - *low) / kBars, 1e-6 + std::abs(*high) * 1e-3);
         std::map<int, uint64_t> bars;
         for (const double value : values) {
             ++bars[static_cast<int>((value - *low) / width)];

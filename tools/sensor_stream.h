@@ -1,9 +1,10 @@
-// One stream of one sensor: its sensor object, its measurement and, for a recording, its file.
+// One stream of one sensor: its sensor object, its measurement and the recording of its records.
 #pragma once
 
 #include <fmt/format.h>
 #include <vek/sensors/stream.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -12,13 +13,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "output_file.h"
 #include "record_origin.h"
 #include "record_printer.h"
 #include "recording/fields.h"
+#include "recording/recorder.h"
 #include "stream_statistics.h"
 
 class SensorStream {
@@ -35,15 +37,24 @@ class SensorStream {
     /// What the user chose it by: its own name or that of several streams.
     const std::string& kind() const { return kind_; }
     void setKind(const std::string& kind) { kind_ = kind; }
-    OutputFile* file() { return file_ ? &*file_ : nullptr; }
 
     virtual void addTo(Vek::Sensors::ICompositeStream& composite) = 0;
     virtual void start() = 0;
     virtual void stop() = 0;
 
-    /// Writes all records from now on as CSV, behind the time of their callback (CLOCK_MONOTONIC,
-    /// in ns). Throws Failure if the file cannot be made.
-    virtual void recordTo(const std::filesystem::path& path) = 0;
+    /// The titles of the columns that a recording has for it.
+    virtual std::string titles() const = 0;
+
+    /// The cameras whose images come with it, their directories not yet named. Asks the service.
+    virtual std::vector<Recording::CameraInfo> cameras() { return {}; }
+
+    /// Gives all records from now on to a recording, behind the time of their callback
+    /// (CLOCK_MONOTONIC, in ns).
+    /// @param number, firstCamera its places in the recording's plan.
+    virtual void recordTo(Recording::Recorder& recorder, size_t number, size_t firstCamera) = 0;
+
+    /// While it is recorded: from any thread.
+    uint64_t drops() const { return drops_; }
 
     /// Prints all records from now on. Throws Failure if they lack a field that is asked for.
     virtual void printTo(RecordPrinter& printer) = 0;
@@ -55,7 +66,7 @@ class SensorStream {
     std::string name_;
     std::string kind_;
     StreamStatistics statistics_;
-    std::optional<OutputFile> file_;
+    std::atomic<uint64_t> drops_{0};
 };
 
 /// How a stream is started and stopped. The functions keep the object alive that the stream
@@ -67,7 +78,7 @@ struct StreamControl {
 
 /// Not movable: the stream's callback points to it.
 template <typename Data>
-class TypedSensorStream final : public SensorStream {
+class TypedSensorStream : public SensorStream {
   public:
     /// Says where a record comes from; empty for one that is not wanted.
     using Origin = std::function<std::optional<RecordOrigin>(const Data& record)>;
@@ -90,9 +101,11 @@ class TypedSensorStream final : public SensorStream {
     void start() override { control_.start(); }
     void stop() override { control_.stop(); }
 
-    void recordTo(const std::filesystem::path& path) override {
-        file_.emplace(path);
-        file_->write(fmt::format("received_ns,{}\n", Recording::fieldsOf<Data>().titles()));
+    std::string titles() const override { return Recording::fieldsOf<Data>().titles(); }
+
+    void recordTo(Recording::Recorder& recorder, size_t number, size_t /*firstCamera*/) override {
+        recorder_ = &recorder;
+        number_ = number;
     }
 
     void printTo(RecordPrinter& printer) override {
@@ -109,6 +122,16 @@ class TypedSensorStream final : public SensorStream {
         return last != last_.end() ? Recording::fieldsOf<Data>().describe(last->second) : "";
     }
 
+  protected:
+    /// Gives a record and its row to the recording.
+    virtual void keep(const Data& /*record*/, std::string_view row) {
+        rows_ += row;
+        ++rowCount_;
+    }
+
+    Recording::Recorder& recorder() { return *recorder_; }
+    size_t number() const { return number_; }
+
   private:
     void deliver(gsl::span<const gsl::span<const Data>> spans) {
         const auto now = std::chrono::steady_clock::now();
@@ -120,6 +143,12 @@ class TypedSensorStream final : public SensorStream {
         statistics_.endCallback(now);
         if (printer_ != nullptr) {
             printer_->flush();
+        }
+        if (recorder_ != nullptr) {
+            recorder_->add(number_, rows_, rowCount_);
+            rows_.clear();
+            rowCount_ = 0;
+            drops_ = statistics_.drops();
         }
     }
 
@@ -133,12 +162,12 @@ class TypedSensorStream final : public SensorStream {
         if (printer_ != nullptr) {
             printer_->print(received, record);
         }
-        if (file_) {
+        if (recorder_ != nullptr) {
             row_.clear();
             fmt::format_to(std::back_inserter(row_), "{},", received);
             Recording::fieldsOf<Data>().appendRow(row_, record);
             row_.push_back('\n');
-            file_->write({row_.data(), row_.size()});
+            keep(record, {row_.data(), row_.size()});
         }
         last_[source] = record;
     }
@@ -150,4 +179,9 @@ class TypedSensorStream final : public SensorStream {
     std::map<uint64_t, Data> last_;
     fmt::memory_buffer row_;
     RecordPrinter* printer_ = nullptr;
+    Recording::Recorder* recorder_ = nullptr;
+    size_t number_ = 0;
+    /// Of the callback that is on.
+    std::string rows_;
+    size_t rowCount_ = 0;
 };

@@ -4,8 +4,8 @@
 #include <vek/sensors/factories.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
-#include <system_error>
 
 #include "failure.h"
 #include "measurement_table.h"
@@ -13,6 +13,24 @@
 using namespace Vek::Sensors;
 
 namespace {
+
+bool isAll(const SessionOptions& options) {
+    return std::find(options.streams.begin(), options.streams.end(), kAllStreams) !=
+           options.streams.end();
+}
+
+/// Those of a kind that the user chose. Throws Failure if there are none, unless all are chosen.
+std::vector<std::unique_ptr<SensorStream>> open(const StreamKind& kind,
+                                                const SessionOptions& options) {
+    try {
+        return kind.open(options);
+    } catch (const Failure& failure) {
+        if (isAll(options) && failure.exitCode() == ExitCode::NO_SERVICE) {
+            return {};
+        }
+        throw;
+    }
+}
 
 /// With the streams that the user did not name.
 SessionOptions completed(SessionOptions options) {
@@ -26,7 +44,18 @@ SessionOptions completed(SessionOptions options) {
     if (streams.empty()) {
         streams = {"imu", "mag", "iad"};
     }
+    if (isAll(options)) {
+        for (const StreamKind& kind : streamKinds()) {
+            if (!kind.isInGroup) {
+                streams.push_back(kind.name);
+            }
+        }
+    }
     return options;
+}
+
+bool isOfCamera(const SensorStream& stream) {
+    return stream.name().rfind("camera", 0) == 0;
 }
 
 /// Throws Failure if no stream belongs to the area that an option is about.
@@ -58,18 +87,12 @@ Session::Session(const SessionOptions& wanted, Shutdown& shutdown)
     };
     for (const StreamKind& kind : streamKinds()) {
         if (isChosen(kind.name)) {
-            auto streams = kind.open(options);
+            auto streams = open(kind, options);
             for (const auto& stream : streams) {
                 stream->setKind(kind.name);
             }
             std::move(streams.begin(), streams.end(), std::back_inserter(streams_));
         }
-    }
-    // More would not fit into one composite stream.
-    constexpr size_t kMaxStreams = 15;
-    if (streams_.size() > kMaxStreams) {
-        throw Failure(ExitCode::USAGE, fmt::format("{} streams are more than the {} of one run",
-                                                   streams_.size(), kMaxStreams));
     }
 }
 
@@ -77,16 +100,44 @@ Session::~Session() {
     stop();
 }
 
-void Session::recordTo(const std::filesystem::path& directory) {
-    std::error_code error;
-    std::filesystem::create_directories(directory, error);
-    if (error) {
-        throw Failure(ExitCode::FAILED, fmt::format("cannot make directory {}: {}",
-                                                    directory.string(), error.message()));
-    }
+Recording::Plan Session::plan() {
+    Recording::Plan plan;
+    plan.program = fmt::format("sensorctl {}", MORIAK_VERSION);
     for (const auto& stream : streams_) {
-        stream->recordTo(directory / (stream->name() + ".csv"));
+        plan.streams.push_back({stream->name(), stream->titles()});
+        for (Recording::CameraInfo& camera : stream->cameras()) {
+            camera.directory = fmt::format("cam{}", plan.cameras.size());
+            plan.cameras.push_back(std::move(camera));
+        }
     }
+    return plan;
+}
+
+void Session::recordTo(Recording::Recorder& recorder) {
+    const auto& cameras = recorder.plan().cameras;
+    for (size_t i = 0; i < streams_.size(); ++i) {
+        const auto first = std::find_if(cameras.begin(), cameras.end(), [&](const auto& camera) {
+            return camera.stream == streams_[i]->name();
+        });
+        streams_[i]->recordTo(recorder, i, static_cast<size_t>(first - cameras.begin()));
+    }
+    isRecorded_ = true;
+}
+
+std::vector<Recording::StreamEnd> Session::ends() const {
+    std::vector<Recording::StreamEnd> ends;
+    for (const auto& stream : streams_) {
+        ends.push_back({stream->drops(), 0});
+    }
+    return ends;
+}
+
+uint64_t Session::drops() const {
+    uint64_t drops = 0;
+    for (const auto& stream : streams_) {
+        drops += stream->drops();
+    }
+    return drops;
 }
 
 void Session::printTo(RecordPrinter& printer) {
@@ -98,9 +149,30 @@ void Session::printTo(RecordPrinter& printer) {
     printer_ = &printer;
 }
 
-void Session::start() {
+void Session::addStreams() {
+    if (!isRecorded_ && streams_.size() > Receiver::kMostStreams) {
+        throw Failure(ExitCode::USAGE, fmt::format("{} streams are more than the {} of one run",
+                                                   streams_.size(), Receiver::kMostStreams));
+    }
+    // Who copies images does so on another thread than those who take samples.
+    std::array<Receiver*, 2> free{};
     for (const auto& stream : streams_) {
-        stream->addTo(*waiter_.composite());
+        if (!isRecorded_) {
+            stream->addTo(*waiter_.composite());
+            continue;
+        }
+        Receiver*& receiver = free[isOfCamera(*stream) ? 1 : 0];
+        if (receiver == nullptr || receiver->isFull()) {
+            receiver = receivers_.emplace_back(std::make_unique<Receiver>()).get();
+        }
+        receiver->add(*stream);
+    }
+}
+
+void Session::start() {
+    addStreams();
+    for (const auto& receiver : receivers_) {
+        receiver->start();
     }
     isStarted_ = true;
     begin_ = std::chrono::steady_clock::now();
@@ -114,15 +186,7 @@ void Session::start() {
 
 bool Session::receiveUntil(Time deadline) {
     const auto isPrinted = [this] { return printer_ != nullptr && printer_->isDone(); };
-    const auto checkFiles = [&] {
-        for (const auto& stream : streams_) {
-            if (const OutputFile* file = stream->file()) {
-                file->check();
-            }
-        }
-        return isPrinted();
-    };
-    return waiter_.until(checkFiles, std::min(deadline, end_)) && !isPrinted() &&
+    return waiter_.until(isPrinted, std::min(deadline, end_)) && !isPrinted() &&
            std::chrono::steady_clock::now() < end_;
 }
 
@@ -142,11 +206,12 @@ void Session::stop() {
 
 void Session::finish() {
     stop();
-    waiter_.composite()->waitFor(std::chrono::nanoseconds::zero());
-    for (const auto& stream : streams_) {
-        if (OutputFile* file = stream->file()) {
-            file->close();
+    if (isRecorded_) {
+        for (const auto& receiver : receivers_) {
+            receiver->finish();
         }
+    } else {
+        waiter_.composite()->waitFor(std::chrono::nanoseconds::zero());
     }
 }
 

@@ -4,20 +4,20 @@
 #include <vek/sensors/stream.h>
 
 #include <chrono>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "expectation.h"
+#include "receiver.h"
 #include "sensor_stream.h"
 #include "shutdown.h"
 #include "stream_kinds.h"
 #include "table.h"
 #include "waiter.h"
 
-/// All calls belong on one thread, which also receives the records.
+/// All calls belong on one thread, which also receives the records, unless they are recorded.
 class Session {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -30,9 +30,17 @@ class Session {
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Records each stream to a file of its name in `directory`, which is made if need be. Throws
-    /// Failure if that does not work.
-    void recordTo(const std::filesystem::path& directory);
+    /// What a recording of the streams consists of. Asks the service.
+    Recording::Plan plan();
+
+    /// Gives the records to a recording of that plan; the streams are then received on threads of
+    /// their own, and may be more than one composite takes.
+    void recordTo(Recording::Recorder& recorder);
+
+    /// Of the recorded streams. Only after finish().
+    std::vector<Recording::StreamEnd> ends() const;
+    /// Of all recorded streams.
+    uint64_t drops() const;
 
     /// Prints the records of the one stream until the printer has enough of them. Throws Failure if
     /// there are several streams, or they lack a field that is asked for.
@@ -40,13 +48,11 @@ class Session {
 
     void start();
 
-    /// Receives records until `deadline` or the end of the run, whichever is first. Throws Failure
-    /// when a recording cannot be written.
+    /// Receives records until `deadline` or the end of the run, whichever is first.
     /// @return whether the run goes on.
     bool receiveUntil(Time deadline);
 
-    /// Stops the streams, receives what is left of them, closes the files. Throws Failure when a
-    /// recording cannot be written.
+    /// Stops the streams and receives what is left of them.
     void finish();
 
     /// The streams since the last restartIntervals().
@@ -59,6 +65,7 @@ class Session {
     std::vector<Verdict> judge(const std::vector<Expectation>& expectations) const;
 
   private:
+    void addStreams();
     void stop();
 
     Shutdown& shutdown_;
@@ -66,6 +73,9 @@ class Session {
     Waiter waiter_;
     std::vector<std::unique_ptr<SensorStream>> streams_;
     const RecordPrinter* printer_ = nullptr;
+    bool isRecorded_ = false;
+    /// Of a recording.
+    std::vector<std::unique_ptr<Receiver>> receivers_;
     bool isStarted_ = false;
     Time begin_{};
     Time end_ = Time::max();

@@ -2,7 +2,13 @@
 #include "stream_kinds.h"
 
 std::vector<StreamKind> streamKinds() {
-    std::vector<StreamKind> all;
+    // Opened as its members.
+    std::vector<StreamKind> all{
+        {kAllStreams,
+         [](const SessionOptions& /*options*/) -> std::vector<std::unique_ptr<SensorStream>> {
+             return {};
+         },
+         true}};
     for (auto addKinds :
          {addMotionStreams, addCameraStreams, addControllerStreams, addEnvironmentStreams}) {
         addKinds(all);

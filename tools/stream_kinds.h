@@ -30,7 +30,12 @@ struct StreamKind {
     std::string name;
     /// Throws Failure if there is no service or an option does not fit the stream.
     std::function<std::vector<std::unique_ptr<SensorStream>>(const SessionOptions& options)> open;
+    /// Another name has it among its streams.
+    bool isInGroup = false;
 };
+
+/// The name of all streams whose services run.
+inline constexpr char kAllStreams[] = "all";
 
 // The areas'.
 void addMotionStreams(std::vector<StreamKind>& kinds);

@@ -75,3 +75,11 @@ void StreamStatistics::restartInterval() {
         statistics.restartInterval();
     }
 }
+
+uint64_t StreamStatistics::drops() const {
+    uint64_t drops = 0;
+    for (const auto& [source, statistics] : sources_) {
+        drops += statistics.total().drops.value_or(0);
+    }
+    return drops;
+}

@@ -67,6 +67,9 @@ class StreamStatistics {
     /// By source.
     const std::map<uint64_t, SourceStatistics>& sources() const { return sources_; }
 
+    /// Of all sources, over the whole run.
+    uint64_t drops() const;
+
   private:
     std::map<uint64_t, SourceStatistics> sources_;
 };

@@ -165,7 +165,9 @@ class MeasuredStream : public SensorStream {
     void addTo(Vek::Sensors::ICompositeStream& /*composite*/) override {}
     void start() override {}
     void stop() override {}
-    void recordTo(const std::filesystem::path& /*path*/) override {}
+    std::string titles() const override { return ""; }
+    void recordTo(Recording::Recorder& /*recorder*/, size_t /*number*/,
+                  size_t /*firstCamera*/) override {}
     void printTo(RecordPrinter& /*printer*/) override {}
     std::string lastValues(uint64_t /*source*/) const override { return ""; }
 };

@@ -6,8 +6,8 @@
 #include <algorithm>
 
 #include "camera/camera_access.h"
-#include "camera/camera_fields.h"
 #include "camera/camera_names.h"
+#include "camera/camera_sensor_stream.h"
 #include "failure.h"
 
 using namespace Vek::Sensors;
@@ -32,7 +32,8 @@ bool hasCamera(ICameraStream& stream, uint32_t cameraId) {
 /// Failure if there are none.
 Streams openStreams(const std::string& name, const std::vector<FrameType>& types,
                     const SessionOptions& options) {
-    const auto provider = requireService(createCameraProvider(), "ICameraProvider");
+    const std::shared_ptr<ICameraProvider> provider =
+        requireService(createCameraProvider(), "ICameraProvider");
     std::optional<uint32_t> wanted;
     if (!options.camera.empty()) {
         wanted = findCamera(*provider, options.camera).cameraId;
@@ -43,12 +44,8 @@ Streams openStreams(const std::string& name, const std::vector<FrameType>& types
         if (camera == nullptr || (wanted && !hasCamera(*camera, *wanted))) {
             continue;
         }
-        streams.push_back(std::make_unique<TypedSensorStream<FrameSet>>(
-            streamName(type), camera->stream(),
-            StreamControl{[camera] { camera->start(); }, [camera] { camera->stop(); }},
-            std::nullopt, [wanted](const FrameSet& frameSet) {
-                return wanted ? originOfFrame(frameSet, *wanted) : originOf(frameSet);
-            }));
+        streams.push_back(
+            std::make_unique<CameraSensorStream>(streamName(type), provider, camera, wanted));
     }
     if (streams.empty()) {
         throw Failure(ExitCode::USAGE, name + ": the service has no such cameras");
@@ -72,6 +69,7 @@ void addCameraStreams(std::vector<StreamKind>& kinds) {
     kinds.push_back({kAllCameras, openAll});
     for (const FrameType type : streamFrameTypes()) {
         kinds.push_back({streamName(type),
-                         [type](const SessionOptions& options) { return openOne(type, options); }});
+                         [type](const SessionOptions& options) { return openOne(type, options); },
+                         true});
     }
 }

@@ -11,31 +11,50 @@
 
 using namespace Vek::Sensors;
 
-Recording::ImageView imageIn(const CameraFrame& frame, gsl::span<const std::byte> buffer) {
-    const auto refuse = [&frame](const std::string& reason) {
-        throw Failure(ExitCode::FAILED, fmt::format("frame {} of camera {} {}", frame.sequence,
-                                                    frame.cameraId, reason));
-    };
+namespace {
+
+/// The values are the same.
+Recording::PixelFormat formatOf(const CameraFrame& frame) {
+    return static_cast<Recording::PixelFormat>(frame.pixelFormat);
+}
+
+/// Why there is no image that the buffer holds; empty if there is one.
+std::string reasonAgainst(const CameraFrame& frame, gsl::span<const std::byte> buffer) {
     if (frame.frameType == FrameType::NOT_RECEIVED || frame.frameType == FrameType::INVALID) {
-        refuse("has no image: " + nameOf(frame.frameType));
+        return "has no image: " + nameOf(frame.frameType);
     }
-    // The values are the same.
-    const auto format = static_cast<Recording::PixelFormat>(frame.pixelFormat);
-    const uint64_t rowSize = uint64_t{frame.width} * Recording::pixelSize(format);
+    const uint64_t rowSize = uint64_t{frame.width} * Recording::pixelSize(formatOf(frame));
     if (rowSize == 0 || frame.height == 0 || frame.width > Recording::kLongestSide ||
         frame.height > Recording::kLongestSide) {
-        refuse(fmt::format("is {}x{} pixels of format {}", frame.width, frame.height,
-                           nameOf(frame.pixelFormat)));
+        return fmt::format("is {}x{} pixels of format {}", frame.width, frame.height,
+                           nameOf(frame.pixelFormat));
     }
     const uint64_t rowsBeforeLast = uint64_t{frame.height - 1} * frame.stride;
     if (frame.stride < rowSize || rowsBeforeLast + rowSize > buffer.size()) {
-        refuse(
-            fmt::format("is {}x{} pixels with a stride of {}, which its buffer of {} bytes "
-                        "cannot hold",
-                        frame.width, frame.height, frame.stride, buffer.size()));
+        return fmt::format(
+            "is {}x{} pixels with a stride of {}, which its buffer of {} bytes cannot hold",
+            frame.width, frame.height, frame.stride, buffer.size());
     }
-    return {frame.width, frame.height, format, reinterpret_cast<const uint8_t*>(buffer.data()),
-            frame.stride};
+    return "";
+}
+
+}  // namespace
+
+std::optional<Recording::ImageView> findImage(const CameraFrame& frame,
+                                              gsl::span<const std::byte> buffer) {
+    if (!reasonAgainst(frame, buffer).empty()) {
+        return std::nullopt;
+    }
+    return Recording::ImageView{frame.width, frame.height, formatOf(frame),
+                                reinterpret_cast<const uint8_t*>(buffer.data()), frame.stride};
+}
+
+Recording::ImageView imageIn(const CameraFrame& frame, gsl::span<const std::byte> buffer) {
+    if (const auto image = findImage(frame, buffer)) {
+        return *image;
+    }
+    throw Failure(ExitCode::FAILED, fmt::format("frame {} of camera {} {}", frame.sequence,
+                                                frame.cameraId, reasonAgainst(frame, buffer)));
 }
 
 void writePng(const std::filesystem::path& path, const Recording::Image& image) {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 
 #include "recording/image.h"
 
@@ -14,6 +15,10 @@
 /// cannot hold.
 Recording::ImageView imageIn(const Vek::Sensors::CameraFrame& frame,
                              gsl::span<const std::byte> buffer);
+
+/// The same; empty if there is no such image.
+std::optional<Recording::ImageView> findImage(const Vek::Sensors::CameraFrame& frame,
+                                              gsl::span<const std::byte> buffer);
 
 /// Replaces a file of that name once the picture is whole. Throws Failure with the name and the
 /// reason.

@@ -13,7 +13,7 @@ using namespace Vek::Sensors;
 
 namespace {
 
-constexpr char kAllStreams[] = "controllers";
+constexpr char kAllControllers[] = "controllers";
 
 // Room for a second of three controllers' samples: printing to a slow terminal must not drop any.
 constexpr size_t kImuQueueSize = 2048;
@@ -114,7 +114,7 @@ std::vector<std::unique_ptr<SensorStream>> openThose(const SessionOptions& optio
 }  // namespace
 
 void addControllerStreams(std::vector<StreamKind>& kinds) {
-    kinds.push_back({kAllStreams, [](const SessionOptions& options) {
+    kinds.push_back({kAllControllers, [](const SessionOptions& options) {
                          // Those that are named as well are opened by their names.
                          return openThose(options, [&options](const std::string& name) {
                              return std::find(options.streams.begin(), options.streams.end(),
@@ -123,10 +123,12 @@ void addControllerStreams(std::vector<StreamKind>& kinds) {
                      }});
     for (const auto& stream : kStreams) {
         const std::string wanted = stream.first;
-        kinds.push_back({wanted, [wanted](const SessionOptions& options) {
+        kinds.push_back({wanted,
+                         [wanted](const SessionOptions& options) {
                              return openThose(options, [&wanted](const std::string& name) {
                                  return name == wanted;
                              });
-                         }});
+                         },
+                         true});
     }
 }
