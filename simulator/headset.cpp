@@ -6,6 +6,7 @@
 #include "controller/controller_devices.h"
 #include "environment/environment_devices.h"
 #include "motion/motion_devices.h"
+#include "replay/played_cameras.h"
 #include "replay/played_controllers.h"
 #include "replay/played_sensors.h"
 
@@ -21,14 +22,14 @@ Headset::Headset(const std::shared_ptr<Faults>& faults, const CameraSettings& ca
     const auto images =
         std::make_shared<WorldImages>(cameras, world, surroundings->lamps(), surroundings->leds());
     groups_.push_back(std::make_unique<MotionDevices>(faults, clock, world));
-    groups_.push_back(
-        std::make_unique<CameraDevices>(images, world->sensors.headsetImu, faults, clock));
+    groups_.push_back(std::make_unique<CameraDevices>(cameraStreamPlans(), images, faults, clock));
     groups_.push_back(std::move(controllerDevices));
     groups_.push_back(std::move(surroundings));
 }
 
 Headset::Headset(const Playback& playback) {
     groups_.push_back(std::make_unique<PlayedSensors>(playback));
+    groups_.push_back(std::make_unique<PlayedCameras>(playback));
     groups_.push_back(std::make_unique<PlayedControllers>(playback));
 }
 

@@ -6,12 +6,13 @@
 
 namespace Simulator {
 
-CameraDevices::CameraDevices(const std::shared_ptr<ImageSource>& source, const ImuSettings& imu,
+CameraDevices::CameraDevices(const std::vector<CameraStreamPlan>& plans,
+                             const std::shared_ptr<ImageSource>& source,
                              const std::shared_ptr<Faults>& faults,
                              const std::shared_ptr<WorldClock>& clock)
-    : faults_(faults), imu_(imu) {
+    : faults_(faults) {
     std::vector<android::sp<FrameSetServer>> servers;
-    for (const CameraStreamPlan& plan : cameraStreamPlans()) {
+    for (const CameraStreamPlan& plan : plans) {
         servers.push_back(new FrameSetServer(plan, source, faults, clock));
     }
     mux_ = std::make_shared<MuxControl>(servers, clock);
@@ -26,8 +27,7 @@ std::string CameraDevices::registerServices() {
             return "there is no memory for the images of the " + stream->server()->plan().name;
         }
     }
-    return registerAlone(
-        makeService<CameraProviderService>(faults_, streams_, imu_, mux_, faults_));
+    return registerAlone(makeService<CameraProviderService>(faults_, streams_, mux_, faults_));
 }
 
 void CameraDevices::stop() {

@@ -8,16 +8,18 @@
 #include "camera/camera_stream_service.h"
 #include "device_group.h"
 #include "faults.h"
-#include "world/sensor_settings.h"
 
 namespace Simulator {
 
 class CameraDevices : public DeviceGroup {
   public:
     /// @param source draws the images of all cameras
-    /// @param imu that the cameras' places refer to
-    CameraDevices(const std::shared_ptr<ImageSource>& source, const ImuSettings& imu,
-                  const std::shared_ptr<Faults>& faults, const std::shared_ptr<WorldClock>& clock);
+    CameraDevices(const std::vector<CameraStreamPlan>& plans,
+                  const std::shared_ptr<ImageSource>& source, const std::shared_ptr<Faults>& faults,
+                  const std::shared_ptr<WorldClock>& clock);
+
+    /// In the order of the plans.
+    const std::vector<android::sp<CameraStreamService>>& streams() const { return streams_; }
 
     std::string registerServices() override;
     void stop() override;
@@ -25,7 +27,6 @@ class CameraDevices : public DeviceGroup {
 
   private:
     const std::shared_ptr<const Faults> faults_;
-    const ImuSettings imu_;
     std::shared_ptr<MuxControl> mux_;
     std::vector<android::sp<CameraStreamService>> streams_;
 };

@@ -14,10 +14,10 @@ using android::hardware::hidl_handle;
 using android::hardware::hidl_vec;
 using Hal::Result;
 
-CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams, ImuSettings imu,
+CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
                                              std::shared_ptr<MuxControl> mux,
                                              std::shared_ptr<const Faults> faults)
-    : faults_(std::move(faults)), streams_(std::move(streams)), imu_(imu), mux_(std::move(mux)) {
+    : faults_(std::move(faults)), streams_(std::move(streams)), mux_(std::move(mux)) {
     for (const StreamPointer& stream : streams_) {
         channels_.push_back(stream->server()->plan().frameType);
     }
@@ -42,9 +42,9 @@ Return<void> CameraProviderService::getCalibrationData(uint32_t cameraId,
         const CameraStreamPlan& plan = stream->server()->plan();
         for (const CameraPlan& camera : plan.cameras) {
             if (camera.id == cameraId) {
-                calibration =
-                    calibrationHandle(stream->server()->source().calibration(plan, camera),
-                                      deviceCalibration(camera, imu_, stream->sessionData()));
+                const CalibrationTexts texts =
+                    stream->server()->source().calibration(plan, camera, stream->sessionData());
+                calibration = calibrationHandle(texts.factory, texts.device);
             }
         }
     }

@@ -17,8 +17,7 @@ class CameraProviderService : public Service<Hal::ICameraProvider> {
     using String = android::hardware::hidl_string;
 
     /// @param faults of the controllers that it hands out
-    /// @param imu that the cameras' places refer to
-    CameraProviderService(std::vector<android::sp<CameraStreamService>> streams, ImuSettings imu,
+    CameraProviderService(std::vector<android::sp<CameraStreamService>> streams,
                           std::shared_ptr<MuxControl> mux, std::shared_ptr<const Faults> faults);
 
     Return<void> getProperties(getProperties_cb callback) override;
@@ -50,7 +49,6 @@ class CameraProviderService : public Service<Hal::ICameraProvider> {
 
     const std::shared_ptr<const Faults> faults_;
     const std::vector<StreamPointer> streams_;
-    const ImuSettings imu_;
     const std::shared_ptr<MuxControl> mux_;
     std::mutex mutex_;
     Hal::UtilityFrequency utilityFrequency_ = Hal::UtilityFrequency::FREQUENCY_50_HZ;

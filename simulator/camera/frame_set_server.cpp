@@ -137,6 +137,12 @@ Hal::Result FrameSetServer::setResolutions(const std::vector<Hal::Resolution>& r
         ALOGW("%s: refused resolutions for %zu cameras", plan_.name.c_str(), resolutions.size());
         return Hal::Result::FAILURE;
     }
+    if (onListened_ && !std::all_of(resolutions.begin(), resolutions.end(), [](auto resolution) {
+            return resolution == Hal::Resolution::FULL;
+        })) {
+        ALOGW("%s: the images are played back as they are", plan_.name.c_str());
+        return Hal::Result::FAILURE;
+    }
     const std::lock_guard lock{mutex_};
     resolutions_ = resolutions;
     return Hal::Result::SUCCESS;
@@ -156,6 +162,10 @@ Hal::Result FrameSetServer::setFrameRate(Hal::FrameRate rate) {
     constexpr Rate kRates[] = {Rate::DEFAULT, Rate::FPS_15, Rate::FPS_30, Rate::FPS_60,
                                Rate::FPS_90};
     if (std::find(std::begin(kRates), std::end(kRates), rate) == std::end(kRates)) {
+        return Hal::Result::FAILURE;
+    }
+    if (onListened_ && rate != Rate::DEFAULT && rate != plan_.frameRate) {
+        ALOGW("%s: the images are played back as they came", plan_.name.c_str());
         return Hal::Result::FAILURE;
     }
     const std::lock_guard lock{mutex_};
@@ -227,11 +237,60 @@ void FrameSetServer::deliver(const Batch& batch) {
     }
     // Not under the lock: it takes its time, and the buffers are this thread's until they are out.
     draw(batch, &frameSet);
+    handOut(frameSet);
+}
+
+void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
     const std::lock_guard lock{mutex_};
     for (const ClientPointer& client : clients_) {
         if (client->isStarted && client->offer(frameSet)) {
             faults_->countWritten(1);
         }
+    }
+}
+
+void FrameSetServer::play(Hal::FrameSet frameSet) {
+    if (clock_->isPacedByClients() && !awaitRoom()) {
+        return;
+    }
+    uint32_t buffer = 0;
+    {
+        const std::lock_guard lock{mutex_};
+        for (const ClientPointer& client : clients_) {
+            client->collect();
+        }
+        buffer = freeBufferLocked();
+    }
+    const ImageGeometry geometry = geometryOf(plan_, Hal::Resolution::FULL);
+    frameSet.numFrames = std::min(frameSet.numFrames, static_cast<uint32_t>(plan_.cameras.size()));
+    for (uint32_t i = 0; i < frameSet.numFrames; ++i) {
+        Hal::CameraFrame& frame = frameSet.frames[i];
+        frame.bufferIndex = buffer;
+        frame.width = geometry.width;
+        frame.height = geometry.height;
+        frame.stride = geometry.stride;
+        frame.pixelFormat = plan_.pixelFormat;
+        if (frame.frameType == plan_.frameType) {
+            const bool isDrawn =
+                source_->draw({plan_,
+                               plan_.cameras[i],
+                               frame.sequence,
+                               frame.timestamp,
+                               {frame.exposureTime, frame.analogGain, frame.digitalGain}},
+                              {images_[i]->pixels(buffer), frame.pixelFormat, frame.width,
+                               frame.height, frame.stride});
+            frame.frameType = isDrawn ? frame.frameType : Hal::FrameType::INVALID;
+        }
+    }
+    handOut(frameSet);
+}
+
+void FrameSetServer::onChangeLocked() {
+    const bool isListened = isAnyStartedLocked();
+    if (onListened_) {
+        onListened_(isListened);
+    } else {
+        sampler_.setBatchLimit(isListened ? 1 : 0);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "camera/camera_plan.h"
@@ -40,6 +41,17 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
 
     const CameraStreamPlan& plan() const { return plan_; }
     const ImageSource& source() const { return *source_; }
+
+    /// For frame sets that come by play() instead of being taken at the stream's rate: has
+    /// `function` called, under the server's lock, whenever somebody begins to listen or nobody
+    /// does any more. To be set once, before there are clients.
+    void onListened(std::function<void(bool isListened)> function) {
+        onListened_ = std::move(function);
+    }
+    /// Hands out a frame set, its images drawn by the source. On one thread at a time.
+    /// @param frameSet as it is but for the images' place in memory; a frame without an image has a
+    /// frame type of its own
+    void play(Hal::FrameSet frameSet);
 
     /// Whether there was memory for the images.
     bool isValid() const;
@@ -98,12 +110,13 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     std::chrono::nanoseconds exposureToArrival() const;
     int64_t worldTimeOf(const Batch& batch) const;
     bool awaitRoom();
+    void handOut(const Hal::FrameSet& frameSet);
 
     void onReplaceLocked(FrameSetClient& former, FrameSetClient& successor) override {
         successor.callbacks = former.callbacks;
     }
     void onRemovedLocked(FrameSetClient& client) override;
-    void onChangeLocked() override { sampler_.setBatchLimit(isAnyStartedLocked() ? 1 : 0); }
+    void onChangeLocked() override;
     void onRelease(FrameSetClient& client, const char* reason) override;
 
     const CameraStreamPlan plan_;
@@ -111,6 +124,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     const std::shared_ptr<Faults> faults_;
     const std::shared_ptr<WorldClock> clock_;
     std::vector<std::unique_ptr<ImageBuffers>> images_;  // by camera
+    std::function<void(bool isListened)> onListened_;
     ExposureControl exposure_;
     // The register's lock guards everything below but the sampler.
     uint64_t clientsSoFar_ = 0;

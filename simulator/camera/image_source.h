@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "camera/camera_plan.h"
 #include "hal.h"
@@ -31,6 +32,11 @@ struct ImageRequest {
     Hal::ExposureGain exposure;
 };
 
+struct CalibrationTexts {
+    std::string factory;
+    std::string device;
+};
+
 /// Threading: draw is called on one thread for each stream, at the same time for several of them;
 /// calibration on any thread.
 class ImageSource {
@@ -41,11 +47,13 @@ class ImageSource {
     ImageSource& operator=(const ImageSource&) = delete;
 
     /// Fills the plane; the bytes between its rows stay as they are.
-    virtual void draw(const ImageRequest& request, const PixelPlane& plane) = 0;
+    /// @return false if there is no such image
+    virtual bool draw(const ImageRequest& request, const PixelPlane& plane) = 0;
 
-    /// The factory calibration of the camera that draw has at full resolution: JSON, for clients.
-    virtual std::string calibration(const CameraStreamPlan& stream,
-                                    const CameraPlan& camera) const = 0;
+    /// The calibration of the camera that draw has at full resolution, for clients.
+    /// @param sessionData names of what clients have written of online calibration
+    virtual CalibrationTexts calibration(const CameraStreamPlan& stream, const CameraPlan& camera,
+                                         const std::vector<std::string>& sessionData) const = 0;
 
     /// How bright what the cameras see is, for the automatic exposure; 1 in the usual light.
     virtual double brightness(int64_t /*worldTime*/) const { return 1; }

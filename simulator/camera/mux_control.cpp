@@ -56,9 +56,12 @@ int64_t beginOf(uint8_t transition, WorldClock::Time now) {
     return transition == 0 ? ((soonest / cycle) + 1) * cycle.count() : soonest.count();
 }
 
-std::vector<Hal::MuxPurpose> purposeDataOf(const MuxModePlan& mode) {
+using Servers = std::vector<android::sp<FrameSetServer>>;
+
+std::vector<Hal::MuxPurpose> purposeDataOf(const Servers& servers, const MuxModePlan& mode) {
     std::vector<Hal::MuxPurpose> all;
-    for (const CameraStreamPlan& stream : cameraStreamPlans()) {
+    for (const auto& server : servers) {
+        const CameraStreamPlan& stream = server->plan();
         if (serves(mode, stream.purpose)) {
             std::vector<uint8_t> cameras;
             for (const CameraPlan& camera : stream.cameras) {
@@ -99,10 +102,12 @@ Hal::CameraPerSlotConfiguration slotConfiguration(const CameraStreamPlan& stream
     return configuration;
 }
 
-Hal::MuxState stateOf(const MuxModePlan& mode, uint32_t header, int64_t since) {
+Hal::MuxState stateOf(const Servers& servers, const MuxModePlan& mode, uint32_t header,
+                      int64_t since) {
     std::vector<Hal::CameraGlobalConfiguration> globals;
     std::vector<std::vector<Hal::CameraPerSlotConfiguration>> slots(kSlots);
-    for (const CameraStreamPlan& stream : cameraStreamPlans()) {
+    for (const auto& server : servers) {
+        const CameraStreamPlan& stream = server->plan();
         if (!serves(mode, stream.purpose)) {
             continue;
         }
@@ -122,9 +127,9 @@ Hal::MuxState stateOf(const MuxModePlan& mode, uint32_t header, int64_t since) {
     state.muxMode.secondaryName = mode.fallback;
     state.muxMode.purposes =
         std::vector<android::hardware::hidl_string>(mode.purposes.begin(), mode.purposes.end());
-    state.muxMode.purposeData = purposeDataOf(mode);
+    state.muxMode.purposeData = purposeDataOf(servers, mode);
     if (const MuxModePlan* fallback = findPlan(mode.fallback)) {
-        state.muxMode.secondaryPurposeData = purposeDataOf(*fallback);
+        state.muxMode.secondaryPurposeData = purposeDataOf(servers, *fallback);
     }
     state.globalConfigurations = globals;
     state.slotConfigurations.resize(kSlots);
@@ -140,7 +145,7 @@ MuxControl::MuxControl(std::vector<android::sp<FrameSetServer>> servers,
                        std::shared_ptr<const WorldClock> clock)
     : servers_(std::move(servers)),
       clock_(std::move(clock)),
-      state_(stateOf(*findPlan(kFirstMode), 1, 0)) {
+      state_(stateOf(servers_, *findPlan(kFirstMode), 1, 0)) {
     for (const auto& server : servers_) {
         server->setMux(state_.header, 0, true);
     }
@@ -157,7 +162,7 @@ Hal::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
         return Hal::Result::SUCCESS;
     }
     const int64_t since = beginOf(transition, clock_->now());
-    state_ = stateOf(*plan, state_.header + 1, since);
+    state_ = stateOf(servers_, *plan, state_.header + 1, since);
     ALOGI("mux mode %s", plan->name.c_str());
     // The clients first: they are told before the first frame set that it applies to.
     for (const auto& server : servers_) {

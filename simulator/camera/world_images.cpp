@@ -51,7 +51,7 @@ WorldImages::WorldImages(const CameraSettings& settings, std::shared_ptr<const W
     }
 }
 
-void WorldImages::draw(const ImageRequest& request, const PixelPlane& plane) {
+bool WorldImages::draw(const ImageRequest& request, const PixelPlane& plane) {
     giveWayToOtherThreads();
     if (request.stream.frameType == Hal::FrameType::EYE) {
         drawEye(request, plane);
@@ -61,11 +61,13 @@ void WorldImages::draw(const ImageRequest& request, const PixelPlane& plane) {
     if (hasFrameCounter_) {
         printFrameCounter(request, plane);
     }
+    return true;
 }
 
-std::string WorldImages::calibration(const CameraStreamPlan& stream,
-                                     const CameraPlan& camera) const {
-    return factoryCalibration(stream, camera);
+CalibrationTexts WorldImages::calibration(const CameraStreamPlan& stream, const CameraPlan& camera,
+                                          const std::vector<std::string>& sessionData) const {
+    return {factoryCalibration(stream, camera),
+            deviceCalibration(camera, world_->sensors.headsetImu, sessionData)};
 }
 
 double WorldImages::brightness(int64_t worldTime) const {

@@ -26,9 +26,9 @@ class WorldImages : public ImageSource {
     WorldImages(const CameraSettings& settings, std::shared_ptr<const World> world,
                 std::shared_ptr<const RoomLight> lamps, android::sp<const LedService> leds);
 
-    void draw(const ImageRequest& request, const PixelPlane& plane) override;
-    std::string calibration(const CameraStreamPlan& stream,
-                            const CameraPlan& camera) const override;
+    bool draw(const ImageRequest& request, const PixelPlane& plane) override;
+    CalibrationTexts calibration(const CameraStreamPlan& stream, const CameraPlan& camera,
+                                 const std::vector<std::string>& sessionData) const override;
     double brightness(int64_t worldTime) const override;
 
   private:

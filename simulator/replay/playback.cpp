@@ -15,6 +15,9 @@
 namespace Simulator {
 namespace {
 
+/// All cameras of a EuRoC data set are one stream.
+constexpr char kEurocCameras[] = "camera-headset";
+
 struct Extent {
     int64_t begin = std::numeric_limits<int64_t>::max();
     int64_t end = std::numeric_limits<int64_t>::min();
@@ -24,10 +27,20 @@ struct Extent {
 template <typename Record>
 void survey(const Recording::Reader& recording, const Recording::StreamInfo& stream,
             Extent* extent) {
-    RecordedStream<Record> records(recording, stream, [](const Record& /*record*/) {});
+    RecordedStream<Record> records(recording, stream, [](const Record&, const Record&) {});
     for (; records.time(); records.advance()) {
         extent->begin = std::min(extent->begin, *records.time());
         extent->end = std::max(extent->end, *records.time());
+    }
+}
+
+/// Of a data set that has images and no frame sets.
+void surveyImages(const Recording::Reader& recording, Extent* extent) {
+    for (const Recording::CameraInfo& camera : recording.cameras()) {
+        for (Recording::ImageCursor images = recording.images(camera); images.next();) {
+            extent->begin = std::min(extent->begin, images.timestamp());
+            extent->end = std::max(extent->end, images.timestamp());
+        }
     }
 }
 
@@ -82,9 +95,17 @@ Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldC
         for (const Recording::StreamInfo& stream : playback.recording->streams()) {
             names.push_back(stream.name);
         }
+        if (playback.recording->isPlainEuroc() && !playback.recording->cameras().empty()) {
+            names.emplace_back(kEurocCameras);
+        }
     }
     Extent extent;
     for (const std::string& name : names) {
+        if (playback.recording->isPlainEuroc() && name == kEurocCameras) {
+            surveyImages(*playback.recording, &extent);
+            playback.areEurocCamerasPlayed = true;
+            continue;
+        }
         const Recording::StreamInfo* const stream = playback.recording->findStream(name);
         const auto survey = surveys().find(name);
         if (stream == nullptr || survey == surveys().end()) {

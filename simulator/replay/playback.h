@@ -18,6 +18,8 @@ struct Playback {
     std::shared_ptr<const Recording::Reader> recording;
     /// The streams that are played.
     std::vector<Recording::StreamInfo> streams;
+    /// The cameras of a EuRoC data set, which has no streams of frame sets.
+    bool areEurocCamerasPlayed = false;
     std::shared_ptr<PlaybackTimeline> timeline;
     std::shared_ptr<Faults> faults;
 

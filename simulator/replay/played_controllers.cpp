@@ -29,7 +29,8 @@ class PlayedControllerStream final : public PlayedController {
           isPacedByClients_(playback.timeline->clock().isPacedByClients()),
           records_(
               *playback.recording, stream,
-              [this, deliver = std::move(deliver)](const Record& record) {
+              [this, deliver = std::move(deliver)](const Record& record,
+                                                   const Record& /*recorded*/) {
                   if (!isPacedByClients_ || clients_->awaitRoom(1)) {
                       deliver(record);
                   }
@@ -69,7 +70,8 @@ class PlayedControllerStream final : public PlayedController {
 template <typename Record, typename Visit>
 void forEachRecord(const Playback& playback, const char* name, const Visit& visit) {
     if (const Recording::StreamInfo* const stream = playback.find(name)) {
-        RecordedStream<Record> records(*playback.recording, *stream, [](const Record&) {});
+        RecordedStream<Record> records(*playback.recording, *stream,
+                                       [](const Record&, const Record&) {});
         for (; records.time(); records.advance()) {
             visit(records.record());
         }
@@ -103,8 +105,12 @@ std::vector<ControllerDevice> devicesOf(const Playback& playback,
     forEachRecord<Hal::PairedControllerInfo>(
         playback, "controller-state",
         [&states](const auto& record) { states.emplace(record.address.address, record); });
-    const auto world = std::make_shared<World>(WorldSettings{});
     std::vector<ControllerDevice> devices;
+    if (addresses.empty()) {
+        return devices;
+    }
+    // The models want one, and are not asked for anything.
+    const auto world = std::make_shared<World>(WorldSettings{});
     for (const uint64_t address : addresses) {
         Hal::PairedControllerInfo unknown{};
         unknown.address.address = address;

@@ -38,7 +38,8 @@ class PlayedStream final : public PlayedPart {
                  const std::shared_ptr<Faults>& faults)
         : clients_(new Clients(stream.name, faults)),
           isPacedByClients_(timeline->clock().isPacedByClients()),
-          records_(recording, stream, [this](const Record& record) { deliver(record); }),
+          records_(recording, stream,
+                   [this](const Record& record, const Record& /*recorded*/) { deliver(record); }),
           player_(stream.name, timeline, records_) {
         clients_->onBatchLimit([this](size_t limit) { player_.setListened(limit > 0); });
     }

@@ -21,7 +21,9 @@ namespace Simulator {
 template <typename Record>
 class RecordedStream final : public PlayedRecords {
   public:
-    using Deliver = std::function<void(const Record&)>;
+    /// @param record with its times moved to when it is played
+    /// @param recorded as it is in the recording
+    using Deliver = std::function<void(const Record& record, const Record& recorded)>;
 
     /// Throws Recording::Error if the file cannot be read.
     /// @param controller the address of the controller whose records alone are read
@@ -92,7 +94,7 @@ class RecordedStream final : public PlayedRecords {
         if (isFirst) {
             Discontinuity<Record>::mark(&record);
         }
-        deliver_(record);
+        deliver_(record, record_);
     }
 
   private:

@@ -19,10 +19,12 @@ using Verdict = FrameSetLedger::Verdict;
 /// For those who do not look at the images.
 class NoImages : public ImageSource {
   public:
-    void draw(const ImageRequest& /*request*/, const PixelPlane& /*plane*/) override {}
-    std::string calibration(const CameraStreamPlan& /*stream*/,
-                            const CameraPlan& /*camera*/) const override {
-        return "";
+    bool draw(const ImageRequest& /*request*/, const PixelPlane& /*plane*/) override {
+        return true;
+    }
+    CalibrationTexts calibration(const CameraStreamPlan& /*stream*/, const CameraPlan& /*camera*/,
+                                 const std::vector<std::string>& /*sessionData*/) const override {
+        return {};
     }
 };
 

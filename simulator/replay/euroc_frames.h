@@ -1,0 +1,49 @@
+// Frame sets out of the cameras of a EuRoC data set, which has none.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hal.h"
+#include "recording/reader.h"
+#include "replay/player.h"
+
+namespace Simulator {
+
+/// The images of one time are a frame set. A camera that has none then was not received.
+class EurocFrames final : public PlayedRecords {
+  public:
+    /// @param files of the frames, by camera; empty where none was received
+    using Deliver = std::function<void(const Hal::FrameSet& frameSet,
+                                       const std::vector<std::filesystem::path>& files)>;
+
+    /// Throws Recording::Error.
+    EurocFrames(const Recording::Reader& recording,
+                const std::vector<Recording::CameraInfo>& cameras, Deliver deliver);
+
+    std::optional<int64_t> time() const override { return time_; }
+    void advance() override;
+    void rewind() override;
+    void deliver(int64_t shift, WorldClock::Time arrival, bool isFirst) override;
+
+  private:
+    struct Camera {
+        Recording::CameraInfo info;
+        Recording::ImageCursor images;
+        /// Of the image that comes next; empty at the end.
+        std::optional<int64_t> time;
+    };
+
+    void advance(Camera* camera) const;
+
+    const Recording::Reader& recording_;
+    const Deliver deliver_;
+    std::vector<Camera> cameras_;
+    std::optional<int64_t> time_;
+    std::vector<std::filesystem::path> files_;
+    uint32_t sequence_ = 0;
+};
+
+}  // namespace Simulator
