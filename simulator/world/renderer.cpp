@@ -103,7 +103,7 @@ KERNEL size_t levelFor(const Plane& plane, const Vector3& middle, const Vector3&
     if (!(texelsPerPixel > 1)) {
         return 0;
     }
-    return std::min(last, static_cast<size_t>(std::floor(std::log2(texelsPerPixel) + 0.25F)));
+    return std::min(last, static_cast<size_t>(std::lround(std::log2(texelsPerPixel))));
 }
 
 KERNEL TilePlaneView inLevel(const Plane& plane, size_t index) {
