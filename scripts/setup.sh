@@ -20,6 +20,7 @@ packages=(
     libbenchmark-dev      # timing of the data paths in bench
     valgrind              # instruction counts of the data paths in bench
     strace                # records the fuzz targets' seeds
+    gnuplot-nox           # the pictures of docs/simulation.md
 )
 
 missing=()

@@ -12,9 +12,9 @@ namespace {
 // Radii of the shapes, in m, and how much of the surface is covered by each octave of sizes: less
 // and less, or the small ones would hide all others.
 constexpr double kLargest = 0.5;
-constexpr double kSmallest = 0.014;
+constexpr double kSmallest = 0.022;
 constexpr double kCoverOfLargest = 0.9;
-constexpr double kCoverOfSmallest = 0.14;
+constexpr double kCoverOfSmallest = 0.10;
 
 constexpr double kDarkest = 24;
 constexpr double kBrightest = 232;
