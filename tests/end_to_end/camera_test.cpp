@@ -173,9 +173,14 @@ TEST_F(EndToEndTest, CamerasAndMotionArriveTogetherAndEveryFrameSetComesBackOnce
         {FrameType::HEADSET, FrameType::HAND, FrameType::EYE, FrameType::DEPTH, FrameType::COLOR});
     const auto imu = createImuSensor();
     TestSupport::Inbox<ImuData> samples(imu->stream(), *client.composite);
-    imu->start();
+    // Nobody looks at the images: the machine has better things to do than to draw them.
+    for (const auto& reader : client.readers) {
+        reader->camera->setResolution(
+            std::vector<Resolution>(reader->metadata.cameras.size(), Resolution::QUARTER));
+    }
     client.start();
     client.start();  // Running streams stay so.
+    imu->start();
     EXPECT_TRUE(client.receive(30) && samples.receive(1000));
     client.stop();
     imu->stop();
