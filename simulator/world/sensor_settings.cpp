@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <yaml-cpp/yaml.h>
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <stdexcept>
@@ -20,32 +21,21 @@ struct Field {
 using TriaxialFields = std::initializer_list<Field<TriaxialSettings>>;
 using Triaxial = TriaxialSettings;
 
-constexpr TriaxialFields kAccelerometer = {
+constexpr TriaxialFields kTriaxial = {
     {"noiseDensity", &Triaxial::noiseDensity},
     {"randomWalk", &Triaxial::randomWalk},
+    {"temperatureCoefficient", &Triaxial::temperatureCoefficient},
+    {"range", &Triaxial::range},
+};
+constexpr TriaxialFields kInertial = {
     {"turnOnBias", &Triaxial::turnOnBias},
     {"scaleError", &Triaxial::scaleError},
     {"misalignment", &Triaxial::misalignment},
-    {"range", &Triaxial::range},
-    {"temperatureCoefficient", &Triaxial::temperatureCoefficient},
 };
-constexpr TriaxialFields kGyroscope = {
-    {"noiseDensity", &Triaxial::noiseDensity},
-    {"randomWalk", &Triaxial::randomWalk},
-    {"turnOnBias", &Triaxial::turnOnBias},
-    {"scaleError", &Triaxial::scaleError},
-    {"misalignment", &Triaxial::misalignment},
-    {"range", &Triaxial::range},
-    {"gSensitivity", &Triaxial::gSensitivity},
-    {"temperatureCoefficient", &Triaxial::temperatureCoefficient},
-};
+constexpr TriaxialFields kGyroscope = {{"gSensitivity", &Triaxial::gSensitivity}};
 constexpr TriaxialFields kMagnetometer = {
-    {"noiseDensity", &Triaxial::noiseDensity},
-    {"randomWalk", &Triaxial::randomWalk},
     {"hardIron", &Triaxial::turnOnBias},
     {"softIron", &Triaxial::softIron},
-    {"range", &Triaxial::range},
-    {"temperatureCoefficient", &Triaxial::temperatureCoefficient},
 };
 constexpr std::initializer_list<Field<ImuSettings>> kImu = {
     {"timestampJitter", &ImuSettings::timestampJitter},
@@ -85,19 +75,23 @@ bool readNumber(std::initializer_list<Field<Settings>> fields, const std::string
     return false;
 }
 
-void readTriaxial(const YAML::Node& node, const std::string& name, TriaxialFields fields,
-                  TriaxialSettings* settings) {
+/// @param fields that it has besides kTriaxial
+void readTriaxial(const YAML::Node& node, const std::string& name,
+                  std::initializer_list<TriaxialFields> fields, TriaxialSettings* settings) {
     forEachEntry(node, name, [&](const std::string& key, const YAML::Node& value) {
-        return readNumber(fields, name, key, value, settings);
+        return readNumber(kTriaxial, name, key, value, settings) ||
+               std::any_of(fields.begin(), fields.end(), [&](const TriaxialFields& some) {
+                   return readNumber(some, name, key, value, settings);
+               });
     });
 }
 
 void readImu(const YAML::Node& node, const std::string& name, ImuSettings* settings) {
     forEachEntry(node, name, [&](const std::string& key, const YAML::Node& value) {
         if (key == "accelerometer") {
-            readTriaxial(value, name + ".accelerometer", kAccelerometer, &settings->accelerometer);
+            readTriaxial(value, name + ".accelerometer", {kInertial}, &settings->accelerometer);
         } else if (key == "gyroscope") {
-            readTriaxial(value, name + ".gyroscope", kGyroscope, &settings->gyroscope);
+            readTriaxial(value, name + ".gyroscope", {kInertial, kGyroscope}, &settings->gyroscope);
         } else {
             return readNumber(kImu, name, key, value, settings);
         }
@@ -114,7 +108,7 @@ void readAll(const YAML::Node& node, SensorSettings* settings) {
         } else if (key == "controllerImu") {
             readImu(value, key, &settings->controllerImu);
         } else if (key == "magnetometer") {
-            readTriaxial(value, key, kMagnetometer, &settings->magnetometer);
+            readTriaxial(value, key, {kMagnetometer}, &settings->magnetometer);
         } else {
             return false;
         }
