@@ -6,8 +6,12 @@
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hwbinder/IPCThreadState.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <thread>
 
 #include "platform/echo_service.h"
@@ -105,16 +109,98 @@ TEST_F(CallsTest, NestedCallsComeBackOnTheThreadThatWaitsForThem) {
     EXPECT_EQ(IPCThreadState::self()->getCallingPid(), getpid());
 }
 
-TEST_F(CallsTest, ManyThreadsCallAtOnce) {
+TEST_F(CallsTest, MoreThreadsThanThereIsRoomForCallAtOnce) {
+    // Each call is answered after one that comes back, which needs no room of its own.
     std::vector<std::thread> threads;
-    for (int32_t thread = 0; thread < 8; ++thread) {
+    for (int32_t thread = 0; thread < 300; ++thread) {
         threads.emplace_back([&, thread] {
-            for (int32_t i = thread; i < 800; i += 8) {
+            for (int32_t i = thread; i < 1200; i += 300) {
                 EXPECT_EQ(int32_t(echo_->forward(new Listener, i)), i);
             }
         });
     }
     for (std::thread& thread : threads) thread.join();
+}
+
+/** The soft limit of a process, for a scope. */
+class DescriptorLimit {
+  public:
+    DescriptorLimit(pid_t process, rlim_t limit) : process_(process) {
+        EXPECT_EQ(prlimit(process_, RLIMIT_NOFILE, nullptr, &before_), 0);
+        const rlimit lowered{limit, before_.rlim_max};
+        EXPECT_EQ(prlimit(process_, RLIMIT_NOFILE, &lowered, nullptr), 0);
+    }
+    ~DescriptorLimit() { prlimit(process_, RLIMIT_NOFILE, &before_, nullptr); }
+
+  private:
+    const pid_t process_;
+    rlimit before_{};
+};
+
+TEST_F(CallsTest, DescriptorsThatCannotBeTakenFailTheirCallAlone) {
+    const auto isTaken = [this](int fd) {
+        hidl_handle handle;
+        native_handle_t* const native = native_handle_create(1, 0);
+        native->data[0] = fd;
+        handle.setTo(native, true);
+        return echo_->debug(handle, {"text"}).isOk();
+    };
+    const int file = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    const size_t before = process_.descriptors();
+    rlim_t next = 0;  // the number of the next descriptor of the service
+    const std::string all = "/proc/" + std::to_string(process_.pid()) + "/fd/";
+    while (std::filesystem::is_symlink(all + std::to_string(next))) ++next;
+    ASSERT_GE(next, 8U);
+    for (const rlim_t limit : {next, next + 1}) {
+        // The kernel refuses, or the runtime for the service's sake.
+        const DescriptorLimit lowered(process_.pid(), limit);
+        EXPECT_FALSE(isTaken(dup(file))) << limit - next;
+        EXPECT_TRUE(echo_->ping().isOk());
+    }
+    EXPECT_FALSE(isTaken(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)))
+        << "closing it could block";
+    EXPECT_TRUE(isTaken(dup(file)));
+    EXPECT_TRUE(becomesTrue([&] { return process_.descriptors() <= before; }));
+    close(file);
+}
+
+TEST_F(CallsTest, AChildThatWasForkedOffLeavesTheConnectionAlone) {
+    const pid_t child = fork();
+    if (child == 0) {
+        sp<IEcho> inherited = echo_;
+        const bool isRefused = !inherited->ping().isOk() && IEcho::getService() == nullptr &&
+                               (new EchoService)->registerAsService("child") != android::OK;
+        inherited = echo_ = nullptr;
+        _exit(isRefused ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(int32_t(echo_->forward(new Listener, 5)), 5);
+}
+
+TEST_F(CallsTest, ProgramsThatAreStartedInheritNoDescriptor) {
+    const sp<EchoService> own = new EchoService;
+    ASSERT_EQ(own->registerAsService("own"), android::OK);
+    Pipe pipe;
+    hidl_vec<Record> records(1);
+    records[0].file = pipe.writeEnd;
+    EXPECT_TRUE(echo_
+                    ->reverse(records,
+                              [](const auto& reversed) {
+                                  const int received = reversed[0].file->data[0];
+                                  EXPECT_NE(fcntl(received, F_GETFD) & FD_CLOEXEC, 0);
+                              })
+                    .isOk());
+    // Those that the test program was started with are not the runtime's.
+    for (int fd = STDERR_FILENO + 1; fd < 256; ++fd) {
+        char target[256] = {};
+        const std::string link = "/proc/self/fd/" + std::to_string(fd);
+        if (readlink(link.c_str(), target, sizeof(target) - 1) < 0) continue;
+        const bool isOurs = std::string(target).find("socket:") == 0 ||
+                            std::string(target).find("anon_inode:") == 0;
+        if (isOurs) EXPECT_NE(fcntl(fd, F_GETFD) & FD_CLOEXEC, 0) << target;
+    }
 }
 
 TEST_F(CallsTest, OneWayCallsKeepTheirOrder) {
@@ -151,6 +237,15 @@ TEST_F(CallsTest, AnObjectLivesForAsLongAsTheServiceHoldsIt) {
     EXPECT_NE(watched.promote(), nullptr);
     ASSERT_TRUE(echo_->keep(nullptr).isOk());
     EXPECT_TRUE(becomesTrue([&] { return watched.promote() == nullptr; }));
+}
+
+TEST(PartnersTest, WhoLookEachOtherUpAtOnceUseOneConnection) {
+    const RuntimeDirectory directory;
+    for (int round = 0; round < 30; ++round) {
+        const PartnerProcess left("left", "right");
+        const PartnerProcess right("right", "left");
+        EXPECT_TRUE(left.isReady() && right.isReady()) << round;
+    }
 }
 
 TEST(LocalCallsTest, AServiceOfTheSameProcessIsHandedOutAsItself) {

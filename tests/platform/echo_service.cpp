@@ -83,6 +83,29 @@ const TestSupport::ClientRole kClient{
         return runWhen(echo != nullptr && echo->keep(listener).isOk());
     }};
 
+/** Has a service, and looks another up as soon as there is one: "own,other". */
+const TestSupport::ClientRole kPartner{
+    "partner", [] {
+        const std::string names = TestSupport::roleArgument();
+        const size_t comma = names.find(',');
+        const sp<EchoService> service = new EchoService;
+        if (service->registerAsService(names.substr(0, comma)) != android::OK) return 1;
+        sp<IEcho> other;
+        const bool isFound = becomesTrue([&] {
+            other = IEcho::getService(names.substr(comma + 1));
+            return other != nullptr;
+        });
+        const sp<IListener> listener = new Listener;
+        if (!isFound || !other->keep(listener).isOk()) return 1;
+        // The other one's listener goes home over the connection that it came by.
+        sp<IListener> kept;
+        const bool isMet = becomesTrue([&] {
+            kept = service->getKept();
+            return kept != nullptr;
+        });
+        return runWhen(isMet && bool(other->isKept(listener)) && other->forward(kept, 7).isOk());
+    }};
+
 /** One for the whole program: a process keeps its socket where it first opened it. */
 struct SharedDirectory {
     SharedDirectory() : path(testing::TempDir() + "moriak-calls-XXXXXX") {
@@ -103,9 +126,9 @@ RuntimeDirectory::RuntimeDirectory() {
     setenv("MORIAK_HIDL_RUNTIME_DIR", path().c_str(), 1);
 }
 
-RoleProcess::RoleProcess(const std::string& role, const std::string& instance)
-    : process_(TestSupport::startClient(role, instance)) {
-    EXPECT_EQ(process_->awaitNotice(), "ready");
+RoleProcess::RoleProcess(const std::string& role, const std::string& argument, bool isAwaited)
+    : process_(TestSupport::startClient(role, argument)) {
+    if (isAwaited) EXPECT_TRUE(isReady());
 }
 
 }  // namespace moriak_test

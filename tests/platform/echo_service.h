@@ -70,7 +70,9 @@ class RoleProcess {
     size_t descriptors() const { return TestSupport::resourcesOf(pid()).descriptors; }
 
   protected:
-    RoleProcess(const std::string& role, const std::string& instance);
+    /** @param isAwaited whether it is ready when this returns */
+    RoleProcess(const std::string& role, const std::string& argument, bool isAwaited = true);
+    bool isReady() const { return process_->awaitNotice() == "ready"; }
 
   private:
     const std::unique_ptr<TestSupport::ChildProcess> process_;
@@ -85,6 +87,13 @@ struct ServiceProcess : RoleProcess {
 /** Has made the service `instance` keep a listener of its own. */
 struct ClientProcess : RoleProcess {
     explicit ClientProcess(const std::string& instance) : RoleProcess("client", instance) {}
+};
+
+/** Two of them look each other up at the same time. */
+struct PartnerProcess : RoleProcess {
+    PartnerProcess(const std::string& own, const std::string& other)
+        : RoleProcess("partner", own + "," + other, false) {}
+    using RoleProcess::isReady;
 };
 
 }  // namespace moriak_test

@@ -239,6 +239,23 @@ TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
     }
 }
 
+TEST(FakeServiceTest, TextsOfExceptionsForgeNoLogLines) {
+    const RuntimeDirectory directory;
+    const FakeService fake(
+        "fake", answering([](Peer& client, uint64_t callId) {
+            Parcel results;
+            results.writeInt32(-3);
+            results.writeCString(("a\nE/Other: b\x1b[2J" + std::string(5000, 'x')).c_str());
+            client.reply(callId, results);
+        }));
+    const sp<IEcho> echo = IEcho::getService("fake");
+    ASSERT_NE(echo, nullptr);
+    const Return<void> kept = echo->keep(nullptr);
+    EXPECT_FALSE(kept.isOk());
+    EXPECT_THAT(kept.description(), HasSubstr("a?E/Other: b?[2J"));
+    EXPECT_LT(kept.description().size(), 300U);
+}
+
 TEST(FakeServiceTest, AnObjectOfTheWrongTypeIsNoObject) {
     const RuntimeDirectory directory;
     const FakeService fake("fake", answering([](Peer& client, uint64_t callId) {

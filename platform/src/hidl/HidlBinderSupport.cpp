@@ -8,6 +8,8 @@
 
 #include <string>
 
+#include "transport/PeerLog.h"
+
 namespace android::hardware {
 
 using hidl::base::V1_0::BnHwBase;
@@ -56,7 +58,8 @@ status_t readFromParcel(Status* status, const Parcel& parcel) {
     }
     const char* message = parcel.readCString();
     if (message == nullptr) return BAD_VALUE;
-    *status = Status::fromExceptionCode(exception, message);
+    // Programs log it.
+    *status = Status::fromExceptionCode(exception, details::printable(message));
     return OK;
 }
 

@@ -1,15 +1,10 @@
 // Items of a parcel: written one after the other, checked one by one when they are read.
-#define LOG_TAG "HidlParcel"
-
 #include <hwbinder/Parcel.h>
 
-#include <log/log.h>
-
-#include <algorithm>
-#include <string>
 #include <utility>
 
 #include "transport/Frame.h"
+#include "transport/PeerLog.h"
 
 namespace android::hardware {
 
@@ -153,13 +148,8 @@ bool Parcel::enforceInterface(const char* interface) const {
     const char* token = readCString();
     if (token == nullptr) return false;
     if (std::strcmp(token, interface) == 0) return true;
-    // As many characters as a line of the log can do with, and none that could forge another line.
-    constexpr size_t kMaxLoggedCharacters = 200;
-    std::string printable(token, strnlen(token, kMaxLoggedCharacters));
-    std::replace_if(
-        printable.begin(), printable.end(), [](unsigned char c) { return c < ' ' || c > '~'; },
-        '?');
-    ALOGW("a call for interface %s reached an object of %s", printable.c_str(), interface);
+    details::logOfPeer("a call for interface %s reached an object of %s",
+                       details::printable(token).c_str(), interface);
     return false;
 }
 

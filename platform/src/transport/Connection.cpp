@@ -341,7 +341,9 @@ std::optional<size_t> Connection::readMessages(int flags) {
             outcome = reader_.receive(socket_.get(), flags);
             readersClaim_.set(reader_.descriptorCount());
             isAnyDescriptor = isAnyDescriptor || reader_.descriptorCount() > 0;
-            for (Frame frame; reader_.next(&frame); frame = {}) {
+            while (true) {
+                Frame frame;
+                if (!reader_.next(&frame)) break;
                 isAnyWhole = true;
                 // What was taken out is claimed by whoever has it now.
                 readersClaim_.set(reader_.descriptorCount());

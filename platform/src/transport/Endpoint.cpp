@@ -141,8 +141,15 @@ status_t Endpoint::listenLocked() {
 }
 
 void Endpoint::onReadable(bool /* isAtEnd */, bool /* mayServe */) {
-    const auto watchOn = [this] { ThreadPool::self().watchOnce(listener_.get(), watchName_); };
-    unique_fd socket(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    int listener = -1;
+    uint64_t watchName = 0;
+    {
+        const MutexLock lock(mutex_);
+        listener = listener_.get();
+        watchName = watchName_;
+    }
+    const auto watchOn = [=] { ThreadPool::self().watchOnce(listener, watchName); };
+    unique_fd socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
     const bool isShort =
         !socket.ok() && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM);
     if (socket.ok()) start(std::move(socket), false);
@@ -298,16 +305,18 @@ status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
         const MutexLock lock(mutex_);
         connecting_.erase(*process);
         changed_.notify_all();
-        if (status != ALREADY_EXISTS) {
+        // The other process may connect to this one, too: that is what ALREADY_EXISTS says, and
+        // if it has been accepted meanwhile, the other one uses it.
+        while ((known = findLocked(*process)) == nullptr && status == ALREADY_EXISTS &&
+               Connection::Clock::now() < deadline) {
+            mutex_.wait(changed_, deadline);
+        }
+        if (known == nullptr && status != ALREADY_EXISTS) {
             for (Entry& entry : connections_) entry.isSpare &= entry.connection != own;
             return status;
         }
-        // The other process connects to this one, too.
-        while ((known = findLocked(*process)) == nullptr && Connection::Clock::now() < deadline) {
-            mutex_.wait(changed_, deadline);
-        }
     }
-    own->close();
+    if (own != nullptr) own->close();
     return known == nullptr ? TIMED_OUT : ServiceTable::ask(*known, name, service);
 }
 

@@ -111,8 +111,8 @@ class Endpoint final : public Readable,
     mutable Mutex mutex_;
     std::condition_variable changed_;
     std::string socketName_ GUARDED_BY(mutex_);
-    unique_fd listener_;  // stays open once it is
-    uint64_t watchName_ = 0;
+    unique_fd listener_ GUARDED_BY(mutex_);  // stays open once it is
+    uint64_t watchName_ GUARDED_BY(mutex_) = 0;
     std::list<Entry> connections_ GUARDED_BY(mutex_);
     std::set<int> connecting_ GUARDED_BY(mutex_);  // the processes
     pid_t lastRefused_ GUARDED_BY(mutex_) = 0;

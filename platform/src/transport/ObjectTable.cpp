@@ -16,6 +16,7 @@ namespace android::hardware::details {
 status_t ObjectTable::send(const Parcel& parcel, const Connection& self,
                            std::vector<ObjectReference>* references,
                            std::vector<FrameHeader>* releases) {
+    if (parcel.objects().empty() && !hasReleases_) return OK;
     for (const sp<IBinder>& object : parcel.objects()) {
         const BpHwBinder* proxy = object->remoteBinder();
         if (proxy != nullptr && proxy->connection().get() != &self) {
@@ -55,6 +56,7 @@ std::vector<FrameHeader> ObjectTable::takeReleases() {
 
 std::vector<FrameHeader> ObjectTable::takeReleasesLocked() {
     std::vector<FrameHeader> headers;
+    hasReleases_ = false;
     for (const uint64_t objectId : std::exchange(releases_, {})) {
         const auto import = imports_.find(objectId);
         import->second.isInReleases = false;
@@ -128,12 +130,8 @@ bool ObjectTable::release(const BpHwBinder* proxy) {
     if (import == imports_.end() || import->second.address != proxy) return false;
     import->second.address = nullptr;
     if (!std::exchange(import->second.isInReleases, true)) releases_.push_back(proxy->objectId());
+    hasReleases_ = true;
     return true;
-}
-
-bool ObjectTable::hasReleases() {
-    const MutexLock lock(mutex_);
-    return !releases_.empty();
 }
 
 ObjectTable::Remains ObjectTable::clear() {

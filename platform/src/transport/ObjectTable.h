@@ -5,6 +5,7 @@
 #include <hwbinder/BpHwBinder.h>
 #include <hwbinder/Parcel.h>
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -58,7 +59,7 @@ class ObjectTable {
     sp<BHwBinder> takeBack(uint64_t objectId, uint64_t references);
     /** A proxy is being destroyed. @return whether there is a release that waits */
     bool release(const BpHwBinder* proxy);
-    bool hasReleases();
+    bool hasReleases() const { return hasReleases_; }
 
     /** The peer is gone: its references and those to it are no more, and there are no new ones. */
     struct Remains {
@@ -90,6 +91,7 @@ class ObjectTable {
     std::map<const BHwBinder*, uint64_t> exportIds_ GUARDED_BY(mutex_);
     std::map<uint64_t, Import> imports_ GUARDED_BY(mutex_);
     std::vector<uint64_t> releases_ GUARDED_BY(mutex_);  // of imports
+    std::atomic<bool> hasReleases_{false};               // most messages have nothing to do here
     bool isCleared_ GUARDED_BY(mutex_) = false;
 };
 

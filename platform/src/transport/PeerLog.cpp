@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 #include "Mutex.h"
@@ -58,6 +59,14 @@ void logOfPeer(const char* format, ...) {
     va_end(arguments);
     if (leftOut > 0) ALOGE("%zu lines about peers were left out", leftOut);
     ALOGE("%s", line);
+}
+
+std::string printable(const char* text) {
+    constexpr size_t kMaxCharacters = 200;
+    std::string result(text, strnlen(text, kMaxCharacters));
+    std::replace_if(
+        result.begin(), result.end(), [](unsigned char c) { return c < ' ' || c > '~'; }, '?');
+    return result;
 }
 
 }  // namespace android::hardware::details

@@ -1,6 +1,8 @@
 // Log lines that peers can cause: so many, and no more.
 #pragma once
 
+#include <string>
+
 namespace android::hardware::details {
 
 /**
@@ -11,5 +13,8 @@ namespace android::hardware::details {
  * blocked.
  */
 void logOfPeer(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/** As much of a peer's text as a log line can do with, and nothing that could forge another. */
+std::string printable(const char* text);
 
 }  // namespace android::hardware::details
