@@ -3,7 +3,7 @@
 # usage: awk -v package=<name@version> -v table=methods|fields -f hal-tables.awk HEADER...
 #
 # methods: every interface's methods, as types and names, and a class that hands all calls of an
-# interface to one function. fields: the fields of every record, as macros.
+# interface to one function. fields: the fields of every record, as macros and for visitors.
 
 BEGIN {
     path = namespace = package
@@ -55,15 +55,26 @@ table == "fields" && /^static_assert\(offsetof\(/ {
     sub(/^[^,]*, /, "", field)
     sub(/\).*/, "", field)
     if (record != last) {
-        printf "%s#define HAL_FIELDS_OF_%s(X)", (last == "" ? "" : "\n"), record
-        last = record
+        records[++recordCount] = last = record
     }
-    printf " X(%s, %s)", record, field
+    macros[record] = macros[record] " X(" record ", " field ")"
+    visits[record] = visits[record] "        visitor(\"" field "\", record." field ");\n"
 }
 
 END {
     if (table == "fields") {
-        print ""
+        print "#include \"field_table.h\"\n\n#include <" path "/" version "/types.h>\n"
+        print "namespace HalTable {\n\nusing namespace ::" namespace ";"
+        for (i = 1; i <= recordCount; ++i) {
+            record = records[i]
+            print "\n#define HAL_FIELDS_OF_" record "(X)" macros[record]
+            print "template <>\nstruct FieldsOf<" record "> {"
+            print "    static constexpr bool kAreKnown = true;"
+            print "    template <typename Record, typename Visitor>"
+            print "    static void visit(Record& record, const Visitor& visitor) {"
+            print visits[record] "    }\n};"
+        }
+        print "\n}"
         exit
     }
     print "#include \"method_table.h\"\n"

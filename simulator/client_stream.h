@@ -2,9 +2,11 @@
 #pragma once
 
 #include <fmq/MessageQueue.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "event_flag.h"
@@ -105,6 +107,24 @@ class ClientStream {
     /// Whether the client has consumed records since the last write. Told by the queue alone: a
     /// look at the event flag would be a system call.
     bool hasReadSinceWrite() const { return unread() < unreadAfterWrite_; }
+
+    /// Records that were for the client have been lost.
+    void noteLoss() { isDiscontinuous_ = true; }
+
+    /// Has the queue say that it holds more than it can, as a service's fault would.
+    void corrupt() {
+        const auto& writer = queue_.getDesc()->grantors()[1];
+        const int memory = queue_.getDesc()->handle()->data[writer.fdIndex];
+        const uint64_t impossible = 3 * capacity() * sizeof(Record);
+        void* const page = mmap(nullptr, writer.offset + sizeof(impossible), PROT_READ | PROT_WRITE,
+                                MAP_SHARED, memory, 0);
+        if (page != MAP_FAILED) {
+            std::memcpy(static_cast<uint8_t*>(page) + writer.offset, &impossible,
+                        sizeof(impossible));
+            munmap(page, writer.offset + sizeof(impossible));
+        }
+        eventFlag_->wake(dataReadyBit_);
+    }
 
   private:
     static bool isOneBit(uint32_t bits) { return bits != 0 && (bits & (bits - 1)) == 0; }

@@ -13,7 +13,9 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <thread>
 
+#include "control.h"
 #include "headset.h"
 #include "options.h"
 
@@ -102,8 +104,7 @@ void waitForEnd(const std::optional<double>& dieAfterSeconds) {
     }
 }
 
-Headset makeHeadset(const Options& options) {
-    const auto faults = std::make_shared<Faults>(options.faults);
+Headset makeHeadset(const Options& options, const std::shared_ptr<Faults>& faults) {
     const auto clock = std::make_shared<WorldClock>(options.speed);
     if (!options.replay.directory.empty()) {
         return Headset(openPlayback(options.replay, clock, faults));
@@ -119,6 +120,9 @@ Headset makeHeadset(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) try {
+    if (argc > 1 && std::strcmp(argv[1], "ctl") == 0) {
+        return runControlClient({argv + 2, argv + argc});
+    }
     const auto parsed = parseOptions(argc, argv, std::cout, std::cerr);
     if (const ExitCode* code = std::get_if<ExitCode>(&parsed)) {
         return *code;
@@ -142,8 +146,19 @@ int main(int argc, char** argv) try {
     allowManyDescriptors();
 
     android::hardware::configureRpcThreadpool(1, false);
-    Headset headset = makeHeadset(options);
-    const std::string problem = headset.registerServices();
+    std::this_thread::sleep_for(std::chrono::duration<double>(options.returnAfter));
+    const auto faults = std::make_shared<Faults>(options.faults);
+    Headset headset = makeHeadset(options, faults);
+    std::string problem;
+    for (const Fault& fault : options.initialFaults) {
+        if (faults->set(fault, &problem) == 0) {
+            fmt::print(stderr, "error: {}: {}\n", toText(fault), problem);
+            return kWrongUsage;
+        }
+    }
+    problem = headset.registerServices();
+    Control control{faults};
+    problem = problem.empty() ? control.listen() : problem;
     if (!problem.empty()) {
         fmt::print(stderr, "error: {}\n", problem);
         return kFailure;
@@ -151,9 +166,14 @@ int main(int argc, char** argv) try {
     if (!announce(options)) {
         return kFailure;
     }
+    control.start(options.script, std::chrono::duration<double>(options.scriptFrom));
     waitForEnd(options.dieAfterSeconds);
+    faults->stop();
     headset.stop();
-    return report(headset.summary(), options) ? kSuccess : kFailure;
+    std::vector<std::string> summary = headset.summary();
+    const std::vector<std::string> account = faults->account();
+    summary.insert(summary.end(), account.begin(), account.end());
+    return report(summary, options) ? kSuccess : kFailure;
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "error: %s\n", failure.what());
     return kFailure;

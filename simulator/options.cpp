@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,36 +21,45 @@
 namespace Simulator {
 namespace {
 
-constexpr std::array<Hal::Result, 3> kErrors{Hal::Result::FAILURE, Hal::Result::BAD_STATE,
-                                             Hal::Result::IGNORED};
+constexpr double kLongestTime = 1e6;  // in s
+constexpr char kErrors[] = "FAILURE, BAD_STATE, IGNORED";
 
-std::string namesOfErrors() {
-    std::string names;
-    for (const Hal::Result error : kErrors) {
-        names += (names.empty() ? "" : ", ") + toString(error);
+/// Adds the fault to the options; throws if it is none.
+void addFault(const std::string& option, const std::vector<std::string>& words, Options* options) {
+    std::string error;
+    const std::optional<Fault> fault = parseFault(words, &error);
+    if (!fault) {
+        throw CLI::ValidationError(option, error);
     }
-    return names;
+    options->initialFaults.push_back(*fault);
 }
 
-/// Adds "METHOD=RESULT" to the settings; throws if METHOD is none of the calls.
-void addFault(const std::string& option, const std::string& value, CallKind kind,
-              FaultSettings* settings) {
-    const std::vector<std::string_view> calls = callsOf(kind);
+/// Adds "METHOD=RESULT"; throws if METHOD is none of the calls of the kind.
+void addRefusal(const std::string& option, const std::string& value, CallKind kind,
+                Options* options) {
     const size_t equals = value.find('=');
     const std::string call = value.substr(0, equals);
-    const std::string result = equals == std::string::npos ? "" : value.substr(equals + 1);
+    const std::vector<std::string_view> calls = callsOf(kind);
     if (std::find(calls.begin(), calls.end(), call) == calls.end()) {
         throw CLI::ValidationError(option,
                                    fmt::format("'{}' is none of {}", call, fmt::join(calls, ", ")));
     }
-    const auto error = std::find_if(kErrors.begin(), kErrors.end(), [&](Hal::Result candidate) {
-        return toString(candidate) == result;
-    });
-    if (error == kErrors.end()) {
+    const std::string result = equals == std::string::npos ? "" : value.substr(equals + 1);
+    try {
+        addFault(option, {"refuse", call, result}, options);
+    } catch (const CLI::ValidationError&) {
         throw CLI::ValidationError(
-            option, fmt::format("'{}' of '{}' is none of {}", result, value, namesOfErrors()));
+            option, fmt::format("'{}' of '{}' is none of {}", result, value, kErrors));
     }
-    settings->results[call] = *error;
+}
+
+std::vector<std::string> wordsOf(const std::string& text) {
+    std::istringstream stream{text};
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    return words;
 }
 
 }  // namespace
@@ -60,10 +69,13 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     Options options;
     std::vector<std::string> refusals;
     std::vector<std::string> getterErrors;
+    std::vector<std::string> faults;
+    std::string script;
     CLI::App app{
         "Stands in for the vendor's sensor service: registers the sensors of a headset and "
         "streams\n"
-        "what they would measure. Ends on SIGINT or SIGTERM with a summary.",
+        "what they would measure. Ends on SIGINT or SIGTERM with a summary.\n\n"
+        "moriak-sensor-simulator ctl --help tells how to set and clear faults while it runs.",
         "moriak-sensor-simulator"};
     app.add_flag("--quiet", options.isQuiet, "Print errors only");
     app.add_option("--ready-fd", options.readyDescriptor,
@@ -81,7 +93,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     app.add_option("--refuse", refusals,
                    fmt::format("Have a call answer with an error and do nothing; may be repeated.\n"
                                "METHOD: {}\nRESULT: {}",
-                               fmt::join(callsOf(CallKind::CONTROL), ", "), namesOfErrors()))
+                               fmt::join(callsOf(CallKind::CONTROL), ", "), kErrors))
         ->type_name("METHOD=RESULT")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -95,6 +107,28 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->group("Faults");
+    app.add_option("--fault", faults,
+                   "Have this fault from the beginning, as of ctl set, e.g. \"drop headset-imu "
+                   "0.1\"; may\nbe repeated")
+        ->type_name("FAULT")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->group("Faults");
+    app.add_option(
+           "--script", script,
+           "File with lines \"SECONDS COMMAND\": what ctl would be told that long after the "
+           "service\ncan be found, e.g. \"2.5 set stop headset-imu\"")
+        ->type_name("FILE")
+        ->group("Faults");
+    // What a process is told that takes the place of one that died.
+    app.add_option("--return-after", options.returnAfter)
+        ->check(CLI::Range(0.0, kLongestTime))
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+        ->group("");
+    app.add_option("--script-from", options.scriptFrom)
+        ->check(CLI::Range(0.0, kLongestTime))
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+        ->group("");
     app.add_option("--die-after-records", options.faults.dieAfterRecords,
                    "Die as of SIGKILL after the batch with the Nth record, of all streams together")
         ->type_name("N")
@@ -103,7 +137,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     app.add_option("--die-after-seconds", options.dieAfterSeconds,
                    "Die as of SIGKILL that long after the service can be found")
         ->type_name("S")
-        ->check(CLI::Range(0.0, 1e6))
+        ->check(CLI::Range(0.0, kLongestTime))
         ->group("Faults");
     addWorldOptions(app, &options.world);
     addCameraOptions(app, &options.cameras);
@@ -113,11 +147,23 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     try {
         app.parse(argc, argv);
         for (const std::string& refusal : refusals) {
-            addFault("--refuse", refusal, CallKind::CONTROL, &options.faults);
+            addRefusal("--refuse", refusal, CallKind::CONTROL, &options);
         }
         for (const std::string& getterError : getterErrors) {
-            addFault("--getter-error", getterError, CallKind::GETTER, &options.faults);
+            addRefusal("--getter-error", getterError, CallKind::GETTER, &options);
         }
+        for (const std::string& fault : faults) {
+            addFault("--fault", wordsOf(fault), &options);
+        }
+        if (!script.empty()) {
+            std::string error;
+            const auto lines = readScript(script, &error);
+            if (!lines) {
+                throw CLI::ValidationError("--script", error);
+            }
+            options.script = *lines;
+        }
+        options.faults.seed = options.world.seed;
         if (options.readyDescriptor && fcntl(*options.readyDescriptor, F_GETFD) < 0) {
             throw CLI::ValidationError(
                 "--ready-fd", fmt::format("{} is no open descriptor", *options.readyDescriptor));

@@ -5,8 +5,10 @@
 #include <ostream>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "camera/camera_settings.h"
+#include "control.h"
 #include "controller/controller_settings.h"
 #include "environment/environment_settings.h"
 #include "faults.h"
@@ -18,6 +20,13 @@ namespace Simulator {
 struct Options {
     FaultSettings faults;
     CameraSettings cameras;
+    /// Those that there are from the beginning.
+    std::vector<Fault> initialFaults;
+    std::vector<ScriptLine> script;
+    /// In s: where the script goes on, and how long the service stays away, after a death that it
+    /// is to come back from.
+    double scriptFrom = 0;
+    double returnAfter = 0;
     ControllerSettings controllers;
     EnvironmentSettings environment;
     WorldSettings world;

@@ -35,7 +35,7 @@ template <typename Implementation>
 class WithFaults : public Implementation {
   public:
     template <typename... Arguments>
-    explicit WithFaults(std::shared_ptr<const Faults> faults, Arguments&&... arguments)
+    explicit WithFaults(std::shared_ptr<Faults> faults, Arguments&&... arguments)
         : Implementation(std::forward<Arguments>(arguments)...), callFaults_(std::move(faults)) {}
 
   protected:
@@ -44,11 +44,10 @@ class WithFaults : public Implementation {
     auto onCall(const Proceed& proceed, Arguments&... arguments) const
         -> decltype(proceed(arguments...)) {
         constexpr CallKind kind = kindOf<method>();
-        const Hal::Result fault = callFaults_->resultOf(HalTable::kMethodName<method>);
+        const Hal::Result fault =
+            callFaults_->beginCall(HalTable::kMethodName<method>, callingProcess());
         if constexpr (kind != CallKind::INFALLIBLE) {
             if (fault != Hal::Result::SUCCESS) {
-                ALOGW("%s of process %d has a fault: %s", HalTable::kMethodName<method>,
-                      callingProcess(), toString(fault).c_str());
                 using Answer = HalTable::AnswerOf<method>;
                 return answer<kind, Answer>(fault, proceed, arguments...);
             }
@@ -106,13 +105,12 @@ class WithFaults : public Implementation {
         return std::tie(std::get<indices>(arguments)...);
     }
 
-    const std::shared_ptr<const Faults> callFaults_;
+    const std::shared_ptr<Faults> callFaults_;
 };
 
 /// @param arguments those of `Implementation`
 template <typename Implementation, typename... Arguments>
-android::sp<Implementation> makeService(std::shared_ptr<const Faults> faults,
-                                        Arguments&&... arguments) {
+android::sp<Implementation> makeService(std::shared_ptr<Faults> faults, Arguments&&... arguments) {
     using Interface = typename Implementation::Interface;
     return new HalTable::EveryMethod<WithFaults<Implementation>, Interface>(
         std::move(faults), std::forward<Arguments>(arguments)...);

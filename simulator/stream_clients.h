@@ -14,6 +14,7 @@
 #include "client_stream.h"
 #include "faults.h"
 #include "hal.h"
+#include "stream_faults.h"
 #include "stream_register.h"
 
 namespace Simulator {
@@ -38,6 +39,7 @@ struct StreamClient : StreamingParty {
     const char* problem() const { return stream.problem(); }
 
     ClientStream<Record> stream;
+    StreamFaults<Record> faults;
     uint64_t recordsWritten = 0;
     uint64_t recordsDropped = 0;
     /// At how many dropped records to warn; doubled each time, so that the log stays short.
@@ -55,7 +57,9 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
 
     /// @param name of the stream, for log lines
     StreamClients(std::string name, std::shared_ptr<Faults> faults)
-        : Base(std::move(name)), faults_(std::move(faults)) {}
+        : Base(std::move(name)), faults_(std::move(faults)) {
+        faults_->addTarget(FaultTarget::SAMPLES, this->name());
+    }
 
     /// Takes the client's queue; the stream is then stopped.
     Hal::Result prepare(const typename Queue::Descriptor& queue, const ClientIdentity& identity,
@@ -75,7 +79,12 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
             // than its queue.
             if (client->isStarted && client->stream.capacity() >= records.size() &&
                 accepts(client->process)) {
-                writeLocked(client.get(), records);
+                const StreamEffects effects = faults_->onBatch(this->name(), client->process);
+                if (effects.isAny || client->faults.isBusy()) {
+                    writeWithFaultsLocked(client.get(), records, effects);
+                } else {
+                    writeLocked(client.get(), records);
+                }
             }
         }
     }
@@ -123,6 +132,9 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
     using typename Base::ClientPointer;
 
     void writeLocked(Client* client, const std::vector<Record>& records);
+    void writeWithFaultsLocked(Client* client, const std::vector<Record>& records,
+                               const StreamEffects& effects);
+    void countDroppedLocked(Client* client, size_t count);
 
     void onChangeLocked() override {
         size_t limit = 0;
@@ -180,12 +192,39 @@ void StreamClients<Record>::writeLocked(Client* client, const std::vector<Record
         faults_->countWritten(count);
         return;
     }
+    countDroppedLocked(client, count);
+}
+
+template <typename Record>
+void StreamClients<Record>::writeWithFaultsLocked(Client* client,
+                                                  const std::vector<Record>& records,
+                                                  const StreamEffects& effects) {
+    const auto isKept = [&](uint64_t record) {
+        if (effects.dropShare == 0 || faults_->chance(this->name(), record) >= effects.dropShare) {
+            return true;
+        }
+        client->stream.noteLoss();
+        countDroppedLocked(client, 1);
+        return false;
+    };
+    for (const auto& batch :
+         client->faults.apply(effects, records, std::chrono::steady_clock::now(), isKept)) {
+        writeLocked(client, batch);
+    }
+    if (effects.isCorrupt) {
+        client->stream.corrupt();
+    }
+}
+
+template <typename Record>
+void StreamClients<Record>::countDroppedLocked(Client* client, size_t count) {
     client->recordsDropped += count;
     statistics_.recordsDropped += count;
     if (client->recordsDropped >= client->nextWarning) {
         client->nextWarning = 2 * client->recordsDropped;
-        ALOGW("%s: the queue of %s is full; %llu records dropped so far", this->name().c_str(),
-              client->name.c_str(), static_cast<unsigned long long>(client->recordsDropped));
+        ALOGW("%s: %llu records for %s dropped so far: its queue is full, or a fault took them",
+              this->name().c_str(), static_cast<unsigned long long>(client->recordsDropped),
+              client->name.c_str());
     }
 }
 

@@ -26,7 +26,7 @@ class CameraDevices : public DeviceGroup {
     std::vector<std::string> summary() const override;
 
   private:
-    const std::shared_ptr<const Faults> faults_;
+    const std::shared_ptr<Faults> faults_;
     std::shared_ptr<MuxControl> mux_;
     std::vector<android::sp<CameraStreamService>> streams_;
 };

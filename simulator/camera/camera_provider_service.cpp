@@ -16,7 +16,7 @@ using Hal::Result;
 
 CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
                                              std::shared_ptr<MuxControl> mux,
-                                             std::shared_ptr<const Faults> faults)
+                                             std::shared_ptr<Faults> faults)
     : faults_(std::move(faults)), streams_(std::move(streams)), mux_(std::move(mux)) {
     for (const StreamPointer& stream : streams_) {
         channels_.push_back(stream->server()->plan().frameType);

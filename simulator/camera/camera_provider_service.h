@@ -18,7 +18,7 @@ class CameraProviderService : public Service<Hal::ICameraProvider> {
 
     /// @param faults of the controllers that it hands out
     CameraProviderService(std::vector<android::sp<CameraStreamService>> streams,
-                          std::shared_ptr<MuxControl> mux, std::shared_ptr<const Faults> faults);
+                          std::shared_ptr<MuxControl> mux, std::shared_ptr<Faults> faults);
 
     Return<void> getProperties(getProperties_cb callback) override;
     Return<void> getCalibrationData(uint32_t cameraId, getCalibrationData_cb callback) override;
@@ -47,7 +47,7 @@ class CameraProviderService : public Service<Hal::ICameraProvider> {
     Hal::Result controlTarget(const android::sp<Hal::ICameraStreamControlTarget>& target,
                               Hal::StreamCommand command) const;
 
-    const std::shared_ptr<const Faults> faults_;
+    const std::shared_ptr<Faults> faults_;
     const std::vector<StreamPointer> streams_;
     const std::shared_ptr<MuxControl> mux_;
     std::mutex mutex_;

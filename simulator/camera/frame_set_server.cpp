@@ -5,6 +5,7 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 #include "time_units.h"
@@ -29,6 +30,7 @@ FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Ima
       sampler_(
           {static_cast<uint32_t>(plan.frameRate), 1}, clock_,
           [this](const Batch& batch) { deliver(batch); }, Sampler::Role::LEADS, kNoFifo) {
+    faults_->addTarget(FaultTarget::FRAME_SETS, plan_.name);
     // Nothing is drawn before a client starts the stream.
     for (const CameraPlan& camera : plan_.cameras) {
         images_.push_back(
@@ -241,9 +243,29 @@ void FrameSetServer::deliver(const Batch& batch) {
 }
 
 void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
+    std::vector<std::pair<ClientPointer, StreamEffects>> started;
+    std::chrono::nanoseconds delay{0};
+    {
+        const std::lock_guard lock{mutex_};
+        for (const ClientPointer& client : clients_) {
+            if (client->isStarted) {
+                started.emplace_back(client, faults_->onBatch(plan_.name, client->process));
+                delay = std::max(delay, started.back().second.delay);
+            }
+        }
+    }
+    // Of one, of all: there is one set of images.
+    std::this_thread::sleep_for(delay);
     const std::lock_guard lock{mutex_};
-    for (const ClientPointer& client : clients_) {
-        if (client->isStarted && client->offer(frameSet)) {
+    for (const auto& [client, effects] : started) {
+        const bool isLost = effects.isStopped ||
+                            (effects.dropShare > 0 &&
+                             faults_->chance(plan_.name, frameSet.sequence) < effects.dropShare);
+        Hal::FrameSet seen = frameSet;
+        for (uint32_t i = 0; effects.frameType && i < seen.numFrames; ++i) {
+            seen.frames[i].frameType = *effects.frameType;
+        }
+        if (client->isStarted && !isLost && client->offer(seen)) {
             faults_->countWritten(1);
         }
     }

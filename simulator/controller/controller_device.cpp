@@ -126,6 +126,25 @@ bool ControllerDevice::wake(Time now) {
     return true;
 }
 
+void ControllerDevice::suffer(const ControllerEffects& effects, Time now) {
+    const bool wasAway = effects_.isDisconnected || effects_.isAsleep;
+    isChanged_ = isChanged_ || effects.isFlat != effects_.isFlat;
+    effects_ = effects;
+    if (!isPaired_) {
+        return;
+    }
+    const ControllerConnection forced = effects.isDisconnected ? ControllerConnection::DISCONNECTED
+                                        : effects.isAsleep     ? ControllerConnection::ASLEEP
+                                                               : connection_;
+    if (forced != connection_) {
+        connection_ = forced;
+        haptics.stop(now);
+        isChanged_ = true;
+    } else if (wasAway && !effects.isDisconnected && !effects.isAsleep) {
+        connect(now);
+    }
+}
+
 void ControllerDevice::advance(Time now) {
     if (connection_ == ControllerConnection::CONNECTING && now >= connectedAt_) {
         connection_ = ControllerConnection::CONNECTED;
@@ -160,8 +179,9 @@ Hal::PairedControllerInfo ControllerDevice::info() const {
     info.address = identity_.address;
     info.hand = identity_.hand;
     info.connection = connection_;
-    info.batteryLevel = static_cast<uint8_t>(std::lround(100 * charge_));
-    info.batteryVoltage = static_cast<float>(3.3 + 0.9 * charge_);
+    const double charge = effects_.isFlat ? 0 : charge_;
+    info.batteryLevel = static_cast<uint8_t>(std::lround(100 * charge));
+    info.batteryVoltage = static_cast<float>(3.3 + 0.9 * charge);
     info.name = textField<16>(identity_.name);
     info.model = textField<64>(identity_.model);
     info.serialNumber = textField<64>(identity_.serialNumber);
@@ -169,7 +189,7 @@ Hal::PairedControllerInfo ControllerDevice::info() const {
     info.firmwareVersion = textField<64>(fmt::format("1.{}", firmwareRevision_));
     info.features = identity_.features | (isDmm_ ? maskOf(ControllerFeature::DMM) : 0) |
                     (isUpdating_ ? maskOf(ControllerFeature::UPDATING) : 0) |
-                    (charge_ < 0.1 ? maskOf(ControllerFeature::BATTERY_LOW) : 0);
+                    (charge < 0.1 ? maskOf(ControllerFeature::BATTERY_LOW) : 0);
     for (size_t i = 0; i < 140; ++i) {
         info.factoryCalibration[i] = static_cast<uint8_t>(i + identity_.address.address);
     }

@@ -9,6 +9,7 @@
 
 #include "controller/controller_model.h"
 #include "controller/haptics_player.h"
+#include "faults.h"
 #include "hal.h"
 
 namespace Simulator {
@@ -42,7 +43,7 @@ class ControllerDevice {
     bool isConnected() const { return connection_ == Hal::ControllerConnection::CONNECTED; }
     Hal::ControllerConnection connection() const { return connection_; }
     /// Its samples come in.
-    bool isSampled() const { return isConnected() && !isUpdating_; }
+    bool isSampled() const { return isConnected() && !isUpdating_ && !effects_.isOutOfReach; }
     bool has(Hal::ControllerFeature feature) const {
         return (identity_.features & maskOf(feature)) != 0;
     }
@@ -56,6 +57,9 @@ class ControllerDevice {
     void endUpdate(bool isComplete);
     bool sleep();
     bool wake(Time now);
+
+    /// To be called all the time, without effects too: those that are over end with it.
+    void suffer(const ControllerEffects& effects, Time now);
 
     /// Lets time pass: connects what is connecting, drains the battery, warms up or cools down.
     void advance(Time now);
@@ -98,6 +102,7 @@ class ControllerDevice {
     const ControllerIdentity identity_;
     bool isPaired_;
     Hal::ControllerConnection connection_;
+    ControllerEffects effects_;
     bool isDmm_ = false;
     bool isUpdating_ = false;
     uint32_t firmwareRevision_ = 0;

@@ -25,7 +25,7 @@ class ControllerDevices : public DeviceGroup {
     const std::shared_ptr<ControllerFleet>& fleet() const { return fleet_; }
 
   private:
-    const std::shared_ptr<const Faults> faults_;
+    const std::shared_ptr<Faults> faults_;
     const std::shared_ptr<ControllerFleet> fleet_;
     const android::sp<PoseReceiver> poses_;
 };

@@ -122,6 +122,9 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
         devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hand::kLeft, world));
         devices_.push_back(makeHandheld(0x5A'00'00'00'00'02, Hand::kRight, world));
         devices_.push_back(makeStylus(0x5A'00'00'00'00'03, world));
+        for (const ControllerDevice& device : devices_) {
+            faults_->addTarget(FaultTarget::CONTROLLER, device.identity().name);
+        }
     }
     inputSampler_.setBatchLimit(1);
 }
@@ -138,6 +141,7 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
                                  std::shared_ptr<WorldClock> clock, bool isSampled)
     : settings_(settings),
       streams_(faults),
+      faults_(faults),
       clock_(std::move(clock)),
       isSampled_(isSampled),
       imuSampler_(kImuPlan, clock_, [this](const Batch& batch) { takeImuSamples(batch); }),
@@ -399,6 +403,7 @@ void ControllerFleet::takeInputs(const Batch& batch) {
     ++ticks_;
     for (ControllerDevice& device : devices_) {
         device.advance(now);
+        device.suffer(faults_->onController(device.identity().name), now);
         if (!device.isSampled()) {
             continue;
         }

@@ -151,6 +151,7 @@ class ControllerFleet {
 
     const ControllerSettings settings_;
     const ControllerStreams streams_;
+    const std::shared_ptr<Faults> faults_;
     const std::shared_ptr<WorldClock> clock_;
     const bool isSampled_;
     std::function<void()> onSwitch_;

@@ -10,7 +10,7 @@
 namespace Simulator {
 
 ControllerProviderService::ControllerProviderService(std::shared_ptr<ControllerFleet> fleet,
-                                                     std::shared_ptr<const Faults> faults)
+                                                     std::shared_ptr<Faults> faults)
     : faults_(std::move(faults)),
       fleet_(std::move(fleet)),
       management_(makeService<ManagementClient>(faults_, fleet_)) {}

@@ -15,7 +15,7 @@ class ControllerProviderService : public Service<Hal::IControllerProvider> {
   public:
     /// @param faults of the clients that it hands out
     ControllerProviderService(std::shared_ptr<ControllerFleet> fleet,
-                              std::shared_ptr<const Faults> faults);
+                              std::shared_ptr<Faults> faults);
 
     Return<void> getPairedControllers(getPairedControllers_cb callback) override;
     Return<bool> setWirelessFreqBlocklist(
@@ -67,7 +67,7 @@ class ControllerProviderService : public Service<Hal::IControllerProvider> {
     Hal::Result prepare(StreamClients<Record>& stream, const ClientQueue<Record>& queue,
                         const ClientIdentity& client, const Hal::FmqConfig& config);
 
-    const std::shared_ptr<const Faults> faults_;
+    const std::shared_ptr<Faults> faults_;
     const std::shared_ptr<ControllerFleet> fleet_;
     const android::sp<ManagementClient> management_;
 };

@@ -23,7 +23,7 @@ class MotionDevices : public DeviceGroup {
     std::vector<std::string> summary() const override;
 
   private:
-    const std::shared_ptr<const Faults> faults_;
+    const std::shared_ptr<Faults> faults_;
     const std::shared_ptr<const World> world_;
     // By their sensor numbers, which count on from the IMUs to the magnetometer.
     const std::vector<android::sp<ImuService>> imus_;

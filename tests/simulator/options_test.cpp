@@ -13,7 +13,6 @@ namespace {
 using namespace Simulator;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Pair;
 
 struct Parsed {
     std::variant<Options, ExitCode> result;
@@ -39,6 +38,8 @@ TEST(OptionsTest, EveryOptionReachesItsSetting) {
                                  "IMag.getProperties=FAILURE",
                                  "--refuse",
                                  "IIad.prepareStream=IGNORED",
+                                 "--fault",
+                                 "drop headset-imu 0.5",
                                  "--die-after-records",
                                  "100",
                                  "--die-after-seconds",
@@ -63,13 +64,13 @@ TEST(OptionsTest, EveryOptionReachesItsSetting) {
     EXPECT_TRUE(options->world.isIdeal);
     EXPECT_EQ(options->world.trajectory, "/dev/null");
     EXPECT_EQ(options->world.groundTruth, "truth.csv");
-    EXPECT_THAT(options->faults.results,
-                ElementsAre(Pair("IIad.prepareStream", Hal::Result::IGNORED),
-                            Pair("IImu.controlStream", Hal::Result::BAD_STATE),
-                            Pair("IMag.getProperties", Hal::Result::FAILURE)));
-    const Faults faults{options->faults};
-    EXPECT_EQ(faults.resultOf("IImu.controlStream"), Hal::Result::BAD_STATE);
-    EXPECT_EQ(faults.resultOf("IMag.controlStream"), Hal::Result::SUCCESS);
+    std::vector<std::string> faults;
+    for (const Fault& fault : options->initialFaults) {
+        faults.push_back(toText(fault));
+    }
+    EXPECT_THAT(faults, ElementsAre("refuse IImu.controlStream BAD_STATE",
+                                    "refuse IIad.prepareStream IGNORED",
+                                    "refuse IMag.getProperties FAILURE", "drop headset-imu 0.5"));
 }
 
 TEST(OptionsTest, WrongUsageNamesTheOptionAndTheValue) {

@@ -152,7 +152,7 @@ TEST(PacedStreamServerTest, WaitsForTheSlowestClientAndDropsNothing) {
     EXPECT_EQ(server->statistics().recordsDropped, 0U);
 }
 
-TEST(FaultsTest, DieWithTheRecordThatTheyWereToldOf) {
+TEST(FaultsDeathTest, DieWithTheRecordThatTheyWereToldOf) {
     EXPECT_EXIT(
         {
             FaultSettings settings;
