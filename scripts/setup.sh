@@ -6,6 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 packages=(
     cmake ninja-build     # the build
     clang-14              # the compiler that the project is written for
+    help2man              # man pages from the programs' help
     clang-format-14       # the formatter of scripts/check-format
     libclang-rt-14-dev    # the sanitizers' run-time libraries, and libFuzzer
     hidl-gen              # compiles the .hal interface definitions

@@ -77,6 +77,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
         "what they would measure. Ends on SIGINT or SIGTERM with a summary.\n\n"
         "moriak-sensor-simulator ctl --help tells how to set and clear faults while it runs.",
         "moriak-sensor-simulator"};
+    app.set_version_flag("--version", "moriak-sensor-simulator " MORIAK_VERSION);
     app.add_flag("--quiet", options.isQuiet, "Print errors only");
     app.add_option("--ready-fd", options.readyDescriptor,
                    "Descriptor to write \"ready\" to once the service can be found")

@@ -7,6 +7,7 @@
 
 int main(int argc, char** argv) {
     CLI::App app{"Long trials of clients and the simulated service together.", "moriak-soak"};
+    app.set_version_flag("--version", "moriak-soak " MORIAK_VERSION);
     app.require_subcommand(1);
 
     Soak::DeathsSettings deaths;

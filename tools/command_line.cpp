@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <memory>
 #include <system_error>
 
 #include "commands.h"
+#include "completion.h"
 #include "diagnostics.h"
 #include "names.h"
 #include "output.h"
@@ -78,6 +80,17 @@ void requireCommands(const CLI::App& app, const std::vector<std::string>& words)
     }
 }
 
+void addCompletionCommand(CLI::App& app) {
+    const auto shell = std::make_shared<std::string>();
+    CLI::App& command = *app.add_subcommand(
+        "completion", "Print the script that completes sensorctl's command line in a shell");
+    command.add_option("shell", *shell, "bash or zsh")
+        ->type_name("SHELL")
+        ->required()
+        ->check(CLI::IsMember({"bash", "zsh"}));
+    command.callback([shell, &app] { fmt::print("{}", completionScript(app, *shell)); });
+}
+
 }  // namespace
 
 void describeCommandLine(CLI::App& app) {
@@ -94,6 +107,7 @@ void describeCommandLine(CLI::App& app) {
         addCommand(app);
     }
     addOutputOptions(app);
+    addCompletionCommand(app);
 }
 
 ExitCode runCommandLine(const std::vector<std::string>& words) {
