@@ -50,6 +50,7 @@ std::vector<Recording::CameraInfo> CameraSensorStream::cameras() {
             info.name = found->propertyText1;
             info.factoryCalibration = found->calibrationData1;
             info.deviceCalibration = found->calibrationData2;
+            info.calibration = Recording::cameraCalibrationOf(info.factoryCalibration);
         }
         cameras.push_back(std::move(info));
     }
