@@ -2,6 +2,7 @@
 // line each, and leave nothing behind.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <hidl/HidlBinderSupport.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -74,10 +75,16 @@ const BrokenParcel kBrokenParcels[] = {
      }},
 };
 
-/** Makes the call one of IBase::debug with a handle that claims to be so large. */
+/** Makes the call one of IBase::debug, whole but for a handle that claims to be so large. */
 void sendHandle(Frame& call, uint32_t descriptors, uint32_t integers) {
     Parcel arguments = argumentsFor(android::hidl::base::V1_0::IBase::descriptor);
     for (const uint32_t word : {kHandleItem, descriptors, integers}) arguments.writeUint32(word);
+    const hidl_vec<hidl_string> options{"text"};
+    size_t root = 0;
+    size_t elements = 0;
+    arguments.writeBuffer(&options, sizeof(options), &root);
+    android::hardware::writeEmbeddedToParcel(options, &arguments, root, 0, &elements);
+    writeEmbeddedToParcel(options[0], &arguments, elements, 0);
     call = callOf(call.header.objectId, kDebug, arguments);
 }
 
@@ -116,6 +123,12 @@ const BrokenCall kBrokenCalls[] = {
      }},
     {"handle of absurd counts", [](Frame& call) { sendHandle(call, ~0u, ~0u); }},
     {"handle without descriptor", [](Frame& call) { sendHandle(call, 1, 0); }},
+    {"handle of too many descriptors",
+     [](Frame& call) {
+         sendHandle(call, 5, 0);
+         while (call.descriptors.size() < 5) call.descriptors.emplace_back(dup(0));
+         call.header.descriptorCount = 5;
+     }},
 };
 
 const auto kOneDrop = ElementsAre(Field(&LogLine::message, StartsWith("dropped process ")));

@@ -21,6 +21,8 @@ static_assert(details::kMaxItemBytes / sizeof(uint32_t) <= details::kMaxInterfac
 namespace {
 
 constexpr size_t kBufferAlignment = 8;
+// As many as a queue has parts: who receives a handle keeps all of it, whatever it needs of it.
+constexpr uint32_t kMaxDescriptorsOfHandle = 4;
 // Of the items of most calls: they are written without a second allocation.
 constexpr size_t kUsualSize = 256;
 
@@ -92,8 +94,8 @@ status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
 
 status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
     if (handle == nullptr) return writeScalar(Item::kNullHandle);
-    if (handle->numFds < 0 || handle->numFds > NATIVE_HANDLE_MAX_FDS || handle->numInts < 0 ||
-        handle->numInts > NATIVE_HANDLE_MAX_INTS) {
+    if (handle->numFds < 0 || static_cast<uint32_t>(handle->numFds) > kMaxDescriptorsOfHandle ||
+        handle->numInts < 0 || handle->numInts > NATIVE_HANDLE_MAX_INTS) {
         return failWrite();
     }
     const HandleHeader header{static_cast<uint32_t>(handle->numFds),
@@ -200,7 +202,7 @@ status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) c
     if (takeItem(Item::kNullHandle)) return OK;
     HandleHeader header{};
     if (!takeItem(Item::kHandle) || readScalar(&header) != OK ||
-        header.integers > NATIVE_HANDLE_MAX_INTS || header.descriptors > NATIVE_HANDLE_MAX_FDS ||
+        header.integers > NATIVE_HANDLE_MAX_INTS || header.descriptors > kMaxDescriptorsOfHandle ||
         header.descriptors > receivedDescriptors_.size() - descriptorPosition_) {
         return reject();
     }
