@@ -65,11 +65,12 @@ void fill(const PixelPlane& plane, const Area& area, const Pixel& pixel) {
     }
 }
 
-}  // namespace
-
+/// Side of the squares, in pixels.
 uint32_t printUnit(uint32_t imageWidth) {
     return std::max(imageWidth / 128, 1U);
 }
+
+}  // namespace
 
 void printFrameCounter(const ImageRequest& request, const PixelPlane& plane) {
     const std::string text =

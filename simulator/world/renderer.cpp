@@ -436,7 +436,8 @@ View Renderer::viewOf(const Scene& scene, const Pose& camera) const {
 }
 
 // Twice as fast with the wider vectors that nearly all workstations have; the values are the same.
-#if defined(__x86_64__)
+// Which code fits is found out before ThreadSanitizer is ready for any.
+#if defined(__x86_64__) && !__has_feature(thread_sanitizer)
 __attribute__((target_clones("avx2", "default")))
 #endif
 void Renderer::drawTile(const View& view, size_t index, bool isColored, float weight,

@@ -26,9 +26,6 @@ class Room {
     /// Where they are in any room.
     static std::vector<Marker> markers();
 
-    static Vector size() { return {6, 5, 2.7}; }
-    const Scene& furniture() const { return furniture_; }
-
   private:
     std::vector<std::unique_ptr<const Texture>> textures_;
     const Texture* material_;
