@@ -13,11 +13,14 @@ TEST(LogDeathTest, LinesNamePriorityAndTagAndAnAssertionItsConditionBeforeThePro
         {
             ALOGE("%d of %s", 3, "four");
             __android_log_write(ANDROID_LOG_INFO, nullptr, "100%");
+            ALOGE("\x1b[2J\tforged\nF/Other: line\xc2\x9b \xc3\x9f");
             __android_log_buf_print(0, 99, "Other", "no such priority");
             LOG_ALWAYS_FATAL_IF(3 > 2, "count=%d", 3);
         },
         testing::KilledBySignal(SIGABRT),
-        "^E/Tag: 3 of four\nI/: 100%\n\\?/Other: no such priority\n"
+        "^E/Tag: 3 of four\nI/: 100%\n"
+        "E/Tag: \\\\x1b\\[2J\tforged\\\\x0aF/Other: line\\\\xc2\x9b \xc3\x9f\n\\?/Other: no such "
+        "priority\n"
         "F/Tag: Assertion failed: 3 > 2\nF/Tag: count=3\n$");
     EXPECT_DEATH(LOG_ALWAYS_FATAL("gone"), "^F/Tag: gone\n$");
     EXPECT_DEATH(__android_log_assert("a", "Other", nullptr), "^F/Other: Assertion failed: a\n$");

@@ -1,11 +1,14 @@
 // Finding services: what the directory of sockets says and what it must not be believed.
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
-#include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "platform/echo_service.h"
 
@@ -47,11 +50,41 @@ TEST_F(RegistryTest, NamesThatAreNoFileNamesAreRefused) {
     }
 }
 
-TEST_F(RegistryTest, TheDirectoryIsClosedToOthersAndALaterServiceReplacesOneOfItsName) {
-    chmod(path_.c_str(), 0755);
+TEST_F(RegistryTest, ADirectoryThatIsOpenToOthersIsRefusedAndLeftAsItIs) {
+    constexpr fs::perms kSticky = fs::perms::all | fs::perms::sticky_bit;
+    fs::permissions(path_, kSticky);
+    const sp<IEcho> service = new EchoService;
+    EXPECT_NE(service->registerAsService("open"), android::OK);
+    EXPECT_EQ(IEcho::getService("open"), nullptr);
+    EXPECT_EQ(fs::status(path_).permissions(), kSticky);
+    EXPECT_TRUE(fs::is_empty(path_));
+
+    path_ += "/made";
+    setenv("MORIAK_HIDL_RUNTIME_DIR", path_.c_str(), 1);
+    EXPECT_EQ(service->registerAsService("closed"), android::OK);
+    EXPECT_EQ(fs::status(path_).permissions(), fs::perms::owner_all);
+    path_ = fs::path(path_).parent_path();
+}
+
+TEST_F(RegistryTest, ThreadsMayRegisterAtOnce) {
+    std::vector<std::thread> threads;
+    std::atomic<int> refused{0};
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&refused, thread] {
+            const sp<IEcho> service = new EchoService;
+            for (int i = 0; i < 100; ++i) {
+                const std::string name = std::to_string(thread) + "-" + std::to_string(i);
+                refused += service->registerAsService(name) == android::OK ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(refused, 0);
+}
+
+TEST_F(RegistryTest, ALaterServiceReplacesOneOfItsName) {
     const ServiceProcess first;
     const sp<IEcho> firstEcho = IEcho::getService();
-    EXPECT_EQ(fs::status(path_).permissions(), fs::perms::owner_all);
     const ServiceProcess second;
     EXPECT_FALSE(android::hardware::interfacesEqual(firstEcho, IEcho::getService()));
     EXPECT_TRUE(firstEcho->ping().isOk()) << "who has the first one keeps it";

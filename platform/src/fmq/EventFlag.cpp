@@ -22,13 +22,24 @@ long futex(std::atomic<uint32_t>* word, int operation, uint32_t value, const tim
 
 constexpr int64_t kNanosPerSecond = 1'000'000'000;
 
-timespec deadlineAfter(int64_t nanoSeconds) {
+timespec timeNow() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
+    return now;
+}
+
+timespec deadlineAfter(int64_t nanoSeconds) {
+    timespec now = timeNow();
     const int64_t fraction = now.tv_nsec + nanoSeconds % kNanosPerSecond;
     now.tv_sec += nanoSeconds / kNanosPerSecond + fraction / kNanosPerSecond;
     now.tv_nsec = fraction % kNanosPerSecond;
     return now;
+}
+
+bool isOver(const timespec& deadline) {
+    const timespec now = timeNow();
+    return now.tv_sec > deadline.tv_sec ||
+           (now.tv_sec == deadline.tv_sec && now.tv_nsec >= deadline.tv_nsec);
 }
 
 }  // namespace
@@ -76,9 +87,10 @@ status_t EventFlag::wait(uint32_t bitmask, uint32_t* state, int64_t timeOutNanoS
         // The clock is read only by those who have to wait.
         if (timeOutNanoSeconds != 0 && !deadline) deadline = deadlineAfter(timeOutNanoSeconds);
         const timespec* limit = deadline ? &*deadline : nullptr;
+        // A word that has changed ends the system's wait at once, without a look at the time.
         const bool isTimedOut =
             futex(word_, FUTEX_WAIT_BITSET, before & ~bitmask, limit, bitmask) != 0 &&
-            errno == ETIMEDOUT;
+            (errno == ETIMEDOUT || (deadline && isOver(*deadline)));
         *state = word_->fetch_and(~bitmask, std::memory_order_acquire) & bitmask;
         if (*state != 0) return NO_ERROR;
         if (isTimedOut) return -ETIMEDOUT;

@@ -9,6 +9,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -25,9 +26,10 @@ constexpr char kSocketPrefix[] = "process-";
 constexpr char kSeparator = '=';
 
 std::string directoryPath() {
-    const char* named = std::getenv("MORIAK_HIDL_RUNTIME_DIR");
+    // Those of a program that has more rights than its user do not come from the user.
+    const char* named = secure_getenv("MORIAK_HIDL_RUNTIME_DIR");
     if (named != nullptr && *named != '\0') return named;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    const char* runtime = secure_getenv("XDG_RUNTIME_DIR");
     if (runtime != nullptr && *runtime != '\0') return std::string(runtime) + "/moriak-hidl";
     return "/tmp/moriak-hidl-" + std::to_string(geteuid());
 }
@@ -56,8 +58,9 @@ std::optional<Registry> Registry::open(Mode mode) {
         ALOGE("%s belongs to user %u, not to this one", path.c_str(), status.st_uid);
         return std::nullopt;
     }
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0 && fchmod(directory.get(), S_IRWXU) != 0) {
-        ALOGE("cannot close %s to other users: %s", path.c_str(), std::strerror(errno));
+    // One that was there before may be meant for more than this, so it is left as it is.
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        ALOGE("%s is open to other users (mode %o, not 700)", path.c_str(), status.st_mode & 07777);
         return std::nullopt;
     }
     return Registry(std::move(directory));
@@ -67,8 +70,8 @@ int Registry::publish(const std::string& interfaceName, const std::string& insta
                       const std::string& socketName) {
     const std::string name = linkName(interfaceName, instance);
     // Made under a name of our own first, so that it replaces an older link in one step.
-    const std::string newName = "new" + (kSeparator + socketName);
-    unlinkat(directory_.get(), newName.c_str(), 0);
+    static std::atomic<unsigned> count{0};
+    const std::string newName = "new" + (kSeparator + socketName) + "-" + std::to_string(++count);
     if (symlinkat(socketName.c_str(), directory_.get(), newName.c_str()) != 0 ||
         renameat(directory_.get(), newName.c_str(), directory_.get(), name.c_str()) != 0) {
         return -errno;

@@ -16,7 +16,7 @@ using base::unique_fd;
  *
  * The directory is named by MORIAK_HIDL_RUNTIME_DIR, else it is moriak-hidl in
  * XDG_RUNTIME_DIR, else /tmp/moriak-hidl-<uid>. It is used only if it belongs to this
- * user, and is closed to all others.
+ * user and is closed to all others; else it is refused.
  *
  * Threading: an object is used by one thread at a time; any number of objects and
  * processes may use one directory at once.

@@ -34,13 +34,34 @@ void writeLine(int buffer, int priority, const char* tag, const char* format, va
     abort();
 }
 
+/** Appends the text as one line that a terminal shows and does not obey: it may be a peer's. */
+void appendPrintable(std::string& line, const char* text) {
+    for (; *text != '\0'; ++text) {
+        const auto byte = static_cast<unsigned char>(*text);
+        // Of what follows byte 0xc2 in UTF-8, the first 32 are control characters, too.
+        const bool isSecondOfTwo = byte == 0xc2 && static_cast<unsigned char>(text[1]) >= 0x80 &&
+                                   static_cast<unsigned char>(text[1]) < 0xa0;
+        if ((byte >= 0x20 && byte != 0x7f && !isSecondOfTwo) || byte == '\t') {
+            line.push_back(*text);
+            continue;
+        }
+        char escaped[sizeof("\\x00")];
+        snprintf(escaped, sizeof(escaped), "\\x%02x", byte);
+        line.append(escaped);
+    }
+}
+
 }  // namespace
 
 void __android_log_stderr_logger(const __android_log_message* message) {
     constexpr char kPriorities[] = "??VDIWEFS";
     const bool isKnown = message->priority >= 0 && message->priority <= ANDROID_LOG_SILENT;
     std::string line{isKnown ? kPriorities[message->priority] : '?'};
-    line.append("/").append(message->tag).append(": ").append(message->message).append("\n");
+    line.push_back('/');
+    appendPrintable(line, message->tag);
+    line.append(": ");
+    appendPrintable(line, message->message);
+    line.push_back('\n');
     // One write, so that the lines of several threads and processes do not mix.
     static_cast<void>(!write(STDERR_FILENO, line.data(), line.size()));
 }
