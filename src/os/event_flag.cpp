@@ -3,10 +3,13 @@
 
 #include <cutils/ashmem.h>
 #include <cutils/native_handle.h>
+#include <linux/futex.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <climits>
 #include <map>
 #include <mutex>
 
@@ -33,15 +36,16 @@ class MappedWords {
         const std::lock_guard lock{mutex_};
         words_[eventFlag] = word;
     }
-    /// @return null for an event flag that was not made here.
-    Word* take(const EventFlag* eventFlag) {
+    // Both return null for an event flag that was not made here.
+    Word* find(const EventFlag* eventFlag) {
         const std::lock_guard lock{mutex_};
         const auto found = words_.find(eventFlag);
-        if (found == words_.end()) {
-            return nullptr;
-        }
-        Word* const word = found->second;
-        words_.erase(found);
+        return found == words_.end() ? nullptr : found->second;
+    }
+    Word* take(const EventFlag* eventFlag) {
+        Word* const word = find(eventFlag);
+        const std::lock_guard lock{mutex_};
+        words_.erase(eventFlag);
         return word;
     }
 
@@ -98,6 +102,13 @@ EventFlag* createEventFlagFromHandle(const android::hardware::hidl_handle& handl
     }
     MappedWords::self().add(eventFlag, word);
     return eventFlag;
+}
+
+void wakeEventFlag(EventFlag& eventFlag, uint32_t bits) {
+    eventFlag.wake(bits);
+    if (Word* const word = MappedWords::self().find(&eventFlag)) {
+        syscall(SYS_futex, word, FUTEX_WAKE_BITSET, INT_MAX, nullptr, nullptr, bits);
+    }
 }
 
 void deleteEventFlag(EventFlag** eventFlag) {

@@ -4,6 +4,7 @@
 #include <fmq/EventFlag.h>
 #include <hidl/HidlSupport.h>
 
+#include <cstdint>
 #include <string>
 
 namespace Vek::OS {
@@ -19,6 +20,11 @@ android::hardware::hidl_handle createEventFlagHandle(const std::string& name);
 /// ashmem with room for a word.
 android::hardware::EventFlag* createEventFlagFromHandle(
     const android::hardware::hidl_handle& handle);
+
+/// Sets bits, and wakes those who wait for one of them even if it was set already: another process
+/// may have set it without a wake, which EventFlag::wake takes for one.
+/// @param eventFlag from createEventFlagFromHandle.
+void wakeEventFlag(android::hardware::EventFlag& eventFlag, uint32_t bits);
 
 /// Deletes an event flag, unmaps its word if createEventFlagFromHandle mapped it, and sets the
 /// pointer to null. A null pointer is left alone.

@@ -73,7 +73,7 @@ WaitResult CompositeStream::waitUntil(TimePoint deadline) {
 }
 
 void CompositeStream::wake() {
-    evFlag_->wake(kWakeBit);
+    OS::wakeEventFlag(*evFlag_, kWakeBit);
 }
 
 WaitResult CompositeStream::readStreams(uint32_t bits) {

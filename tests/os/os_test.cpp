@@ -1,11 +1,20 @@
 // Event-flag words, bound methods and the process name.
 #include <cutils/native_handle.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <utils/RefBase.h>
+
+#include <atomic>
+#include <fstream>
+#include <future>
+#include <string>
+#include <thread>
 
 #include "os/bind_receiver.h"
 #include "os/event_flag.h"
 #include "os/process.h"
+#include "support/child_process.h"
 
 namespace {
 
@@ -28,6 +37,33 @@ TEST(EventFlagHandle, MappingsShareTheWordThatAHandleHas) {
     noDescriptors.setTo(native_handle_create(0, 1), true);
     EXPECT_EQ(Vek::OS::createEventFlagFromHandle(noDescriptors), nullptr);
     EXPECT_EQ(Vek::OS::createEventFlagFromHandle(hidl_handle{}), nullptr);
+}
+
+TEST(EventFlagHandle, AWakeReachesAWaiterWhoseBitAnotherProcessHasSetInSilence) {
+    constexpr uint32_t kBit = 1U << 31;
+    const hidl_handle handle = Vek::OS::createEventFlagHandle("test");
+    EventFlag* eventFlag = Vek::OS::createEventFlagFromHandle(handle);
+    void* const page = mmap(nullptr, 4, PROT_READ | PROT_WRITE, MAP_SHARED, handle->data[0], 0);
+    std::promise<pid_t> started;
+    std::thread waiter([&] {
+        started.set_value(gettid());
+        uint32_t state = 0;
+        eventFlag->wait(kBit, &state, 0, true);
+        EXPECT_EQ(state, kBit);
+    });
+    const std::string stat =
+        "/proc/self/task/" + std::to_string(started.get_future().get()) + "/stat";
+    // State "S" of the line "number (name) state …": asleep.
+    EXPECT_TRUE(TestSupport::becomesTrue([&stat] {
+        std::string line;
+        std::getline(std::ifstream{stat}, line);
+        return line.find(") S ") != std::string::npos;
+    }));
+    static_cast<std::atomic<uint32_t>*>(page)->fetch_or(kBit);
+    Vek::OS::wakeEventFlag(*eventFlag, kBit);
+    waiter.join();
+    munmap(page, 4);
+    Vek::OS::deleteEventFlag(&eventFlag);
 }
 
 TEST(BindReceiver, ForwardsArgumentsAndKeepsTheReceiverAlive) {
