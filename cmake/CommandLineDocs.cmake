@@ -1,7 +1,7 @@
 # Man pages and shell completion, made from the programs' own help at every build, so that they
 # cannot fall behind it. Only where the programs can run.
 find_program(HELP2MAN help2man)
-if(NOT MORIAK_HOST_PLATFORM OR CMAKE_CROSSCOMPILING OR NOT HELP2MAN)
+if(NOT MORIAK_HOST_PLATFORM OR NOT MORIAK_TOOLS OR CMAKE_CROSSCOMPILING OR NOT HELP2MAN)
     message(STATUS "No man pages: they take help2man and programs that run here")
     return()
 endif()

@@ -1,20 +1,83 @@
-# Builds against the device's own runtime in place of platform/ (MORIAK_HOST_PLATFORM=OFF).
-#
-# MORIAK_DEVICE_INCLUDE_DIRS  header directories of the runtime (libhidlbase, libfmq, libutils,
-#                             libcutils, liblog) and of the vendor's generated HAL package
-# MORIAK_DEVICE_LIBRARIES     libraries to link; by default those of the names below
-set(MORIAK_DEVICE_INCLUDE_DIRS "" CACHE STRING "Header directories of the device's runtime")
+# Builds against the device's own runtime in place of platform/ (MORIAK_HOST_PLATFORM=OFF). The
+# inputs, all of which docs/device.md explains:
+set(MORIAK_DEVICE_INCLUDE_DIRS "" CACHE STRING
+    "Directories of the runtime's published headers, in the order in which they are searched")
+set(MORIAK_DEVICE_LIBRARY_DIRS "" CACHE STRING "Directories of the device's libraries")
 set(MORIAK_DEVICE_LIBRARIES
-    "hidlbase;fmq;utils;cutils;log;vendor.zelvan.hardware.sensors@1.0"
-    CACHE STRING "Libraries of the device's runtime")
-if(NOT MORIAK_DEVICE_INCLUDE_DIRS)
-    message(FATAL_ERROR
-        "MORIAK_HOST_PLATFORM is OFF, so MORIAK_DEVICE_INCLUDE_DIRS must name the header "
-        "directories of the device's runtime.")
+    "vendor.zelvan.hardware.sensors@1.0;hidlbase;fmq;utils;cutils;log"
+    CACHE STRING "The device's libraries to link")
+set(MORIAK_DEVICE_HAL_INCLUDE_DIR "" CACHE PATH
+    "Headers that hidl-gen made of the HAL package and of android.hidl; if empty, they are made here")
+find_path(MORIAK_DEVICE_GSL_INCLUDE_DIR gsl/span
+    DOC "Directory of the headers of the Guidelines Support Library" NO_CMAKE_FIND_ROOT_PATH)
+
+function(moriak_missing input what)
+    message(SEND_ERROR "${input} does not have ${what}. docs/device.md lists the inputs.")
+endfunction()
+
+set(hidl_headers vendor/zelvan/hardware/sensors/1.0/IImu.h android/hidl/base/1.0/IBase.h)
+if(MORIAK_DEVICE_HAL_INCLUDE_DIR)
+    foreach(header IN LISTS hidl_headers)
+        if(NOT EXISTS ${MORIAK_DEVICE_HAL_INCLUDE_DIR}/${header})
+            moriak_missing(MORIAK_DEVICE_HAL_INCLUDE_DIR
+                "${header} in '${MORIAK_DEVICE_HAL_INCLUDE_DIR}'")
+        endif()
+    endforeach()
+endif()
+foreach(header hidl/HidlSupport.h hidl/HidlTransportSupport.h hwbinder/IPCThreadState.h fmq/EventFlag.h
+        fmq/MessageQueue.h utils/RefBase.h cutils/ashmem.h cutils/native_handle.h log/log.h)
+    find_file(found_header ${header} PATHS ${MORIAK_DEVICE_INCLUDE_DIRS}
+        NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+    if(NOT found_header)
+        moriak_missing(MORIAK_DEVICE_INCLUDE_DIRS "${header} in '${MORIAK_DEVICE_INCLUDE_DIRS}'")
+    endif()
+    unset(found_header)
+endforeach()
+set(device_libraries "")
+foreach(library IN LISTS MORIAK_DEVICE_LIBRARIES)
+    # HIDL packages' libraries have no "lib" in front.
+    find_library(found_library NAMES ${library} ${library}.so PATHS ${MORIAK_DEVICE_LIBRARY_DIRS}
+        NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+    if(NOT found_library)
+        moriak_missing(MORIAK_DEVICE_LIBRARY_DIRS
+            "the library '${library}' in '${MORIAK_DEVICE_LIBRARY_DIRS}'")
+    endif()
+    list(APPEND device_libraries ${found_library})
+    unset(found_library)
+endforeach()
+if(NOT MORIAK_DEVICE_GSL_INCLUDE_DIR)
+    moriak_missing(MORIAK_DEVICE_GSL_INCLUDE_DIR "gsl/span")
+else()
+    # Alone in a directory: the one that it is in may hold another system's headers.
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/gsl)
+    file(CREATE_LINK ${MORIAK_DEVICE_GSL_INCLUDE_DIR}/gsl ${CMAKE_BINARY_DIR}/gsl/gsl SYMBOLIC)
 endif()
 
 add_library(moriak_platform INTERFACE)
-target_include_directories(moriak_platform SYSTEM INTERFACE ${MORIAK_DEVICE_INCLUDE_DIRS})
-target_link_libraries(moriak_platform INTERFACE ${MORIAK_DEVICE_LIBRARIES})
 add_library(moriak_hal ALIAS moriak_platform)
 add_library(Moriak::hal ALIAS moriak_platform)
+if(MORIAK_DEVICE_HAL_INCLUDE_DIR)
+    set(hal_include_dir ${MORIAK_DEVICE_HAL_INCLUDE_DIR})
+else()
+    include(HidlPackage)
+    set(hal_include_dir ${CMAKE_BINARY_DIR}/hidl)
+    set(android_hidl ${PROJECT_SOURCE_DIR}/platform/interfaces/android/hidl)
+    set(vendor_hidl ${PROJECT_SOURCE_DIR}/hal/vendor/zelvan/hardware)
+    moriak_hidl_headers(base_headers PACKAGE android.hidl.base@1.0 DIRECTORY ${android_hidl}/base/1.0
+        ROOTS android.hidl:${android_hidl})
+    moriak_hidl_headers(manager_headers PACKAGE android.hidl.manager@1.0
+        DIRECTORY ${android_hidl}/manager/1.0
+        ROOTS android.hidl:${android_hidl} IMPORTS ${android_hidl}/base/1.0)
+    moriak_hidl_headers(sensors_headers PACKAGE vendor.zelvan.hardware.sensors@1.0
+        DIRECTORY ${vendor_hidl}/sensors/1.0
+        ROOTS vendor.zelvan.hardware:${vendor_hidl} android.hidl:${android_hidl}
+        IMPORTS ${android_hidl}/base/1.0)
+    add_custom_target(device_hidl_headers
+        DEPENDS ${base_headers} ${manager_headers} ${sensors_headers})
+    add_dependencies(moriak_platform device_hidl_headers)
+endif()
+target_include_directories(moriak_platform SYSTEM INTERFACE
+    $<BUILD_INTERFACE:${hal_include_dir}>
+    "$<BUILD_INTERFACE:${MORIAK_DEVICE_INCLUDE_DIRS}>"
+    $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/gsl>)
+target_link_libraries(moriak_platform INTERFACE "$<BUILD_INTERFACE:${device_libraries}>")

@@ -9,8 +9,23 @@ find_program(HIDL_GEN hidl-gen REQUIRED)
 # Declares the generation of the package into ${CMAKE_BINARY_DIR}/hidl and puts the
 # C++ sources and headers in <out-var>, to be added to exactly one target. IMPORTS
 # names the directories of imported packages, whose changes cause a new generation.
+#
+# moriak_hidl_headers(<out-var> ...) does so for the headers alone.
 function(moriak_hidl_package out_var)
-    cmake_parse_arguments(ARG "" "PACKAGE;DIRECTORY" "ROOTS;IMPORTS" ${ARGN})
+    moriak_hidl_generate(headers headers ${ARGN})
+    moriak_hidl_generate(sources sources ${ARGN})
+    # Generated code is not held to our warnings.
+    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w")
+    set(${out_var} ${headers} ${sources} PARENT_SCOPE)
+endfunction()
+
+function(moriak_hidl_headers out_var)
+    moriak_hidl_generate(headers headers ${ARGN} INLINE_VALUES)
+    set(${out_var} ${headers} PARENT_SCOPE)
+endfunction()
+
+function(moriak_hidl_generate language out_var)
+    cmake_parse_arguments(ARG "INLINE_VALUES" "PACKAGE;DIRECTORY" "ROOTS;IMPORTS" ${ARGN})
     set(out_root ${CMAKE_BINARY_DIR}/hidl)
     string(REGEX REPLACE "[.@]" "/" package_path "${ARG_PACKAGE}")
     # The version keeps its point: android.hidl.base@1.0 lies in android/hidl/base/1.0.
@@ -36,24 +51,27 @@ function(moriak_hidl_package out_var)
             list(APPEND sources ${base}All.cpp)
         endif()
     endforeach()
-    list(TRANSFORM headers PREPEND ${out_root}/${package_path}/)
-    list(TRANSFORM sources PREPEND ${out_root}/${package_path}/)
+    set(outputs ${${language}})
+    list(TRANSFORM outputs PREPEND ${out_root}/${package_path}/)
 
     set(root_arguments)
     foreach(root IN LISTS ARG_ROOTS)
         list(APPEND root_arguments -r ${root})
     endforeach()
-    foreach(language headers sources)
-        add_custom_command(
-            OUTPUT ${${language}}
-            COMMAND ${HIDL_GEN} -o ${out_root} -L c++-${language} ${root_arguments} ${ARG_PACKAGE}
-            DEPENDS ${depends}
-            COMMENT "Generating ${language} of ${ARG_PACKAGE}"
-            VERBATIM)
-    endforeach()
-    # Generated code is not held to our warnings.
-    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w")
-    set(${out_var} ${headers} ${sources} PARENT_SCOPE)
+    set(repair)
+    if(ARG_INLINE_VALUES)
+        # The values of each enumeration would be defined again by every object, for clang 14 gives
+        # external linkage to what hidl-gen 10 means to be internal. Later ones write "inline".
+        set(repair COMMAND sed -i "s/^template<> constexpr /template<> inline constexpr /" ${outputs})
+    endif()
+    add_custom_command(
+        OUTPUT ${outputs}
+        COMMAND ${HIDL_GEN} -o ${out_root} -L c++-${language} ${root_arguments} ${ARG_PACKAGE}
+        ${repair}
+        DEPENDS ${depends}
+        COMMENT "Generating ${language} of ${ARG_PACKAGE}"
+        VERBATIM)
+    set(${out_var} ${outputs} PARENT_SCOPE)
 endfunction()
 
 # moriak_hidl_tables(<target> PACKAGE <name@version> FILES <what moriak_hidl_package gave>)

@@ -5,7 +5,9 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/moriak-hidlwrapper)
 
 install(DIRECTORY include/vek TYPE INCLUDE)
 install(TARGETS moriak_hidlwrapper moriak_api EXPORT moriak-hidlwrapper)
-install(TARGETS sensorctl)
+if(MORIAK_TOOLS)
+    install(TARGETS sensorctl)
+endif()
 if(MORIAK_HOST_PLATFORM)
     # Clients link the library alone, which finds these beside itself. A client that passes objects
     # of the HAL links Moriak::hal, too; it has the headers of the HAL and of the host layer.
@@ -28,3 +30,11 @@ install(FILES
     ${CMAKE_BINARY_DIR}/moriak-hidlwrapper-config.cmake
     ${CMAKE_BINARY_DIR}/moriak-hidlwrapper-config-version.cmake
     DESTINATION ${package_dir})
+
+# As deep as pkg-config's prefix has it: relative to where the file is found.
+configure_file(cmake/moriak-hidlwrapper.pc.in moriak-hidlwrapper.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/moriak-hidlwrapper.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# What the device's integrator needs.
+install(DIRECTORY hal/vendor DESTINATION ${CMAKE_INSTALL_DATADIR}/moriak-hidlwrapper/hal)
+install(DIRECTORY device DESTINATION ${CMAKE_INSTALL_DATADIR}/moriak-hidlwrapper)

@@ -1,5 +1,6 @@
 # Sourced by the other scripts: goes to the top of the tree and installs what Debian 12 needs
-# to build and test the project. Does nothing where all of it is there.
+# to build and test the project. Does nothing where all of it is there. A script that needs more
+# names it in extra_packages.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -10,6 +11,7 @@ packages=(
     clang-format-14       # the formatter of scripts/check-format
     libclang-rt-14-dev    # the sanitizers' run-time libraries, and libFuzzer
     hidl-gen              # compiles the .hal interface definitions
+    pkgconf               # the install test uses the pkg-config file
     libmsgsl-dev          # span and not_null, part of the client API
     libcli11-dev          # command lines of sensorctl, the simulator and the soak
     libfmt-dev            # text output of the same and of the benchmarks
@@ -25,7 +27,7 @@ packages=(
 )
 
 missing=()
-for package in "${packages[@]}"; do
+for package in "${packages[@]}" ${extra_packages[@]+"${extra_packages[@]}"}; do
     status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
     [ "$status" = "install ok installed" ] || missing+=("$package")
 done

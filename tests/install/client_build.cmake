@@ -1,26 +1,64 @@
-# Installs the project and builds the examples against the installed package, as a user would.
+# Installs the project and uses what was installed as its users would: builds the examples, and the
+# README's snippets as they stand there, builds with pkg-config, and builds the library again as for
+# a device, whose runtime is the host layer here.
 #
-# cmake -DBUILD_DIR=… -DSOURCE_DIR=… -DCOMPILER=… -DCXX_FLAGS=… -P client_build.cmake
-set(prefix ${BUILD_DIR}/install-test/prefix)
-set(client ${BUILD_DIR}/install-test/client)
-file(REMOVE_RECURSE ${BUILD_DIR}/install-test)
+# cmake -DBUILD_DIR=… -DSOURCE_DIR=… -DCOMPILER=… -DCXX_FLAGS=… -DLAUNCHER=… -DDEVICE=… -P client_build.cmake
+set(work ${BUILD_DIR}/install-test)
+set(prefix ${work}/prefix)
+file(REMOVE_RECURSE ${work})
+set(compiler -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}
+    -DCMAKE_CXX_FLAGS=${CXX_FLAGS})
 
 function(run)
     execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)
 endfunction()
 
-run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
-run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples -B ${client}
-    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${CXX_FLAGS} -DCMAKE_PREFIX_PATH=${prefix})
-run(${CMAKE_COMMAND} --build ${client})
-# The installed programs find their libraries: without a service, each says so by its exit code.
-foreach(program ${client}/imu_client ${client}/ambient_light_client "${prefix}/bin/sensorctl;list")
-    execute_process(COMMAND ${CMAKE_COMMAND} -E env MORIAK_HIDL_RUNTIME_DIR=${client}/none ${program}
+# A program that finds its libraries says, without a service, that there is none.
+function(expect_no_service)
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env MORIAK_HIDL_RUNTIME_DIR=${work}/none ${ARGV}
         RESULT_VARIABLE result ERROR_VARIABLE message OUTPUT_QUIET)
     if(NOT message MATCHES "service")
-        message(FATAL_ERROR "${program} ended with ${result} and said '${message}'")
+        message(FATAL_ERROR "${ARGV} ended with ${result} and said '${message}'")
     endif()
-endforeach()
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples -B ${work}/examples ${compiler}
+    -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${work}/examples)
+expect_no_service(${work}/examples/imu_client)
+expect_no_service(${work}/examples/ambient_light_client)
+expect_no_service(${prefix}/bin/sensorctl list)
+
+# The first block of its language in the README.
+function(snippet language out_var)
+    file(READ ${SOURCE_DIR}/README.md readme)
+    string(FIND "${readme}" "```${language}\n" begin)
+    string(SUBSTRING "${readme}" ${begin} -1 readme)
+    string(REGEX REPLACE "^```${language}\n" "" readme "${readme}")
+    string(FIND "${readme}" "```" end)
+    string(SUBSTRING "${readme}" 0 ${end} readme)
+    set(${out_var} "${readme}" PARENT_SCOPE)
+endfunction()
+
+snippet(cpp program)
+snippet(cmake build)
+file(WRITE ${work}/readme/my_program.cpp "${program}")
+file(WRITE ${work}/readme/CMakeLists.txt "${build}")
+run(${CMAKE_COMMAND} -S ${work}/readme -B ${work}/readme/build ${compiler} -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${work}/readme/build)
+expect_no_service(${work}/readme/build/my_program)
+
+file(GLOB_RECURSE package_file ${prefix}/*.pc)
+cmake_path(GET package_file PARENT_PATH package_directory)
+execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${package_directory}
+    pkg-config --cflags --libs moriak-hidlwrapper
+    OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(flags)
+separate_arguments(CXX_FLAGS)
+run(${COMPILER} ${CXX_FLAGS} ${work}/readme/my_program.cpp ${flags} -Wl,-rpath,${prefix}/lib
+    -o ${work}/by_pkg_config)
+expect_no_service(${work}/by_pkg_config)
 
 # What is installed for the command line is in step with the help: every option of every command has
 # its place in the command's man page and in the completion.
@@ -58,3 +96,29 @@ if(EXISTS ${prefix}/share/man)
         message(FATAL_ERROR "the simulator's man page is not installed")
     endif()
 endif()
+
+if(NOT DEVICE)
+    return()
+endif()
+set(device ${work}/device)
+execute_process(COMMAND ${CMAKE_COMMAND} --preset device-host -B ${device} ${compiler}
+    WORKING_DIRECTORY ${SOURCE_DIR} RESULT_VARIABLE result ERROR_VARIABLE message OUTPUT_QUIET)
+foreach(input INCLUDE_DIRS LIBRARY_DIRS)
+    if(result EQUAL 0 OR NOT message MATCHES "MORIAK_DEVICE_${input} does not have")
+        message(FATAL_ERROR "A device's build without its inputs said '${message}'")
+    endif()
+endforeach()
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${device} -DCMAKE_BUILD_TYPE=None
+    -DMORIAK_DEVICE_INCLUDE_DIRS=${prefix}/include/moriak-host
+    -DMORIAK_DEVICE_LIBRARY_DIRS=${prefix}/lib
+    "-DMORIAK_DEVICE_LIBRARIES=vendor.zelvan.hardware.sensors@1.0\;moriak-hostplatform")
+run(${CMAKE_COMMAND} --build ${device})
+foreach(library ${device}/src ${prefix}/lib)
+    execute_process(COMMAND nm -D --defined-only --format=just-symbols
+        ${library}/libmoriak-hidlwrapper.so
+        OUTPUT_VARIABLE exports COMMAND_ERROR_IS_FATAL ANY)
+    if(DEFINED first_exports AND NOT exports STREQUAL first_exports)
+        message(FATAL_ERROR "The device's library exports\n${first_exports}\nthis one\n${exports}")
+    endif()
+    set(first_exports "${exports}")
+endforeach()
