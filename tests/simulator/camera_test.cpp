@@ -109,6 +109,9 @@ TEST_F(FrameSetServerTest, NoBufferIsDrawnIntoBeforeItCameBackAndEveryFaultIsCou
         EXPECT_EQ(each->control(StreamCommand::START), Result::SUCCESS);
     }
     const Hal::FrameSet first = client.take();
+    // Not before the last row of any image has been exposed.
+    EXPECT_GE(first.frames[0].arrivalTimestamp,
+              first.timestamp + static_cast<int64_t>(first.frames[0].exposureTime) / 2);
     const Hal::FrameSet second = client.take();
     EXPECT_NE(first.frames[0].bufferIndex, second.frames[0].bufferIndex);
     // With two in its hands there is nothing more for it, and for the others all there is.
