@@ -9,26 +9,11 @@
 #include <cstring>
 #include <vector>
 
+#include "discontinuity.h"
 #include "event_flag.h"
 #include "hal.h"
 
 namespace Simulator {
-
-/// How a record tells the client that records before it are missing. Specialised for records that
-/// can; the others stand for themselves.
-template <typename Record>
-struct Discontinuity {
-    static void mark(Record* /*record*/) {}
-};
-
-/// Of records that have a bit in their status for it.
-template <auto bit>
-struct StatusBit {
-    template <typename Record>
-    static void mark(Record* record) {
-        record->status |= static_cast<uint32_t>(bit);
-    }
-};
 
 /// Writes batches into the queue and signals them. Never blocks, whatever the client does.
 ///

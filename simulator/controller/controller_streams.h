@@ -10,9 +10,6 @@
 
 namespace Simulator {
 
-template <>
-struct Discontinuity<Hal::ControllerImuData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
-
 struct ControllerStreams {
     template <typename Record>
     using Stream = android::sp<StreamClients<Record>>;

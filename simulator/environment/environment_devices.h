@@ -19,10 +19,6 @@
 
 namespace Simulator {
 
-template <>
-struct Discontinuity<Hal::ExternalTimestampData>
-    : StatusBit<Hal::ExternalTimestampStatus::DISCONTINUITY> {};
-
 using ExternalTimingService =
     StreamService<Hal::IExternalTimingProvider, Hal::ExternalTimestampData>;
 

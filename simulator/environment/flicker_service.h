@@ -8,13 +8,6 @@
 
 namespace Simulator {
 
-template <>
-struct Discontinuity<Hal::FlickerData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
-template <>
-struct Discontinuity<Hal::AdcFlickerData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
-template <>
-struct Discontinuity<Hal::AmbientLightData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
-
 /// The clients of the light sensor's streams; null where there is no such stream.
 struct FlickerStreams {
     android::sp<StreamClients<Hal::FlickerData>> flicker;

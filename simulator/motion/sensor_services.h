@@ -12,11 +12,6 @@
 
 namespace Simulator {
 
-template <>
-struct Discontinuity<Hal::ImuData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
-template <>
-struct Discontinuity<Hal::MagData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
-
 /// What a sensor can be configured to do.
 struct SensorCapabilities {
     SamplingPlan defaultPlan;

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "client_stream.h"
+#include "discontinuity.h"
 #include "recording/layout.h"
 #include "recording/reader.h"
 #include "replay/player.h"
