@@ -83,10 +83,10 @@ const Room& WorldImages::room() {
 }
 
 /// How many moments of the exposure make its motion blur: none moves the image by much more than
-/// two pixels from the one before, unless the head turns very fast.
+/// three pixels from the one before, unless the head turns very fast.
 uint32_t WorldImages::momentsOf(const ImageRequest& request) const {
-    constexpr double kPixelsApart = 2.5;
-    constexpr double kMostMoments = 4;
+    constexpr double kPixelsApart = 3;
+    constexpr double kMostMoments = 3;
     constexpr double kUsualDistance = 1.5;  // in m
     if (request.stream.frameType == Hal::FrameType::DEPTH) {
         return 1;
