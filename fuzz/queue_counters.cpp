@@ -95,7 +95,7 @@ class AttackedStream {
         }
     }
 
-    void look(gsl::span<const gsl::span<const Data>> spans) {
+    void look(typename IDataStream<Data>::Batch spans) {
         // The first ones are all there are.
         if (!HidlWrapper::kIsConverted<Data> && seen_.empty()) {
             seen_ = spans[0];

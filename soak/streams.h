@@ -38,7 +38,7 @@ class Streams {
         }
         stream.setCallbackv(
             [this, &count = counts_.emplace_back(0), check = TestSupport::SequenceCheck<Data>()](
-                gsl::span<const gsl::span<const Data>> spans) mutable {
+                typename Vek::Sensors::IDataStream<Data>::Batch spans) mutable {
                 constexpr bool kIsCamera = std::is_same_v<Data, Vek::Sensors::FrameSet>;
                 Tally::Count& sum = kIsCamera ? tally_.frameSets : tally_.records;
                 const uint64_t lostBefore = check.lost();

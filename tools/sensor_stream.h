@@ -94,7 +94,7 @@ class TypedSensorStream : public SensorStream {
             stream_.setQueueSize(*queueSize);
         }
         stream_.setCallbackv(
-            [this](gsl::span<const gsl::span<const Data>> spans) { deliver(spans); });
+            [this](typename Vek::Sensors::IDataStream<Data>::Batch spans) { deliver(spans); });
     }
 
     void addTo(Vek::Sensors::ICompositeStream& composite) override { stream_.addTo(composite); }
@@ -133,7 +133,7 @@ class TypedSensorStream : public SensorStream {
     size_t number() const { return number_; }
 
   private:
-    void deliver(gsl::span<const gsl::span<const Data>> spans) {
+    void deliver(typename Vek::Sensors::IDataStream<Data>::Batch spans) {
         const auto now = std::chrono::steady_clock::now();
         for (const auto& span : spans) {
             for (const Data& record : span) {

@@ -77,7 +77,7 @@ class Stream {
   public:
     template <typename Data>
     void add(IDataStream<Data>& stream) {
-        stream.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
+        stream.setCallbackv([this](typename IDataStream<Data>::Batch spans) {
             for (const auto& span : spans) {
                 received_ += span.size();
                 if constexpr (std::is_same_v<Data, ImuData>) {

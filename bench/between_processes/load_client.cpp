@@ -35,7 +35,7 @@ class Client {
         if constexpr (sizeof(Data) < kLargeRecord) {
             stream->setQueueSize(kQueueSize);
         }
-        stream->setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
+        stream->setCallbackv([this](typename IDataStream<Data>::Batch spans) {
             for (const auto& span : spans) {
                 seen_.records += static_cast<double>(span.size());
             }

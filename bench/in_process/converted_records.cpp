@@ -19,7 +19,7 @@ using namespace Vek::Sensors;
 const void* seen = nullptr;
 
 template <typename Data>
-using Spans = gsl::span<const gsl::span<const Data>>;
+using Spans = typename IDataStream<Data>::Batch;
 
 template <typename Data>
 void use(Spans<Data> spans) {

@@ -32,7 +32,7 @@ class PlayedStream {
                   Vek::Sensors::Hidl::Result::SUCCESS);
           }),
           written_(start * sizeof(HidlData)) {
-        handle.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
+        handle.setCallbackv([this](typename Vek::Sensors::IDataStream<Data>::Batch spans) {
             for (const auto& span : spans) {
                 touch(span.data(), span.size());
             }

@@ -36,7 +36,8 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
   public:
     using Queue =
         android::hardware::MessageQueue<HidlData, android::hardware::kSynchronizedReadWrite>;
-    using Callback = std::function<void(gsl::span<const gsl::span<const Data>>)>;
+    using Batch = typename IDataStream<Data>::Batch;
+    using Callback = std::function<void(Batch)>;
     using PrepareResult = std::function<void(
         Hidl::Result, const typename Queue::Descriptor& recycleQueue, const Hidl::FmqConfig&)>;
     /// The interface's method that exchanges the queues.
@@ -129,7 +130,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
 
     void show(const HidlData& record) const {
         const gsl::span<const Data> records = inPlace<Data>(&record, 1);
-        callback_(gsl::span<const gsl::span<const Data>>{&records, 1});
+        callback_(Batch{&records, 1});
     }
 
     struct Recycle {

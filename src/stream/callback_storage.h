@@ -2,6 +2,7 @@
 #pragma once
 
 #include <vek/gsl.h>
+#include <vek/sensors/stream.h>
 
 #include <algorithm>
 #include <array>
@@ -22,7 +23,7 @@ namespace Vek::Sensors::HidlWrapper {
 template <typename Data, typename HidlData>
 class CallbackStorage {
   public:
-    using Callback = std::function<void(gsl::span<const gsl::span<const Data>>)>;
+    using Callback = std::function<void(typename IDataStream<Data>::Batch)>;
 
     CallbackStorage() = default;
     explicit CallbackStorage(Callback callback) : callback_(std::move(callback)) {}

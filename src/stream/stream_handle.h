@@ -33,7 +33,8 @@ class StreamHandle : public StreamHandleBase, public IDataStream<Data> {
   public:
     using Queue =
         android::hardware::MessageQueue<HidlData, android::hardware::kSynchronizedReadWrite>;
-    using Callback = std::function<void(gsl::span<const gsl::span<const Data>>)>;
+    using Batch = typename IDataStream<Data>::Batch;
+    using Callback = std::function<void(Batch)>;
     /// The interface's method that takes the queue.
     using PrepareCall = std::function<android::hardware::Return<Hidl::Result>(
         const typename Queue::Descriptor&, const android::sp<Hidl::ISensorClient>&,

@@ -9,7 +9,7 @@ namespace {
 
 using namespace TestSupport;
 using namespace Vek::Sensors;
-using Spans = gsl::span<const gsl::span<const FrameSet>>;
+using Spans = IDataStream<FrameSet>::Batch;
 
 class FrameSetStreamTest : public ::testing::Test {
   protected:

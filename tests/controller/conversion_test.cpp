@@ -99,7 +99,7 @@ void expectBatches(size_t fixed) {
             return android::hardware::Return<Hidl::Result>(Hidl::Result::SUCCESS);
         }};
     Batch batch{};
-    stream.setCallbackv([&](gsl::span<const gsl::span<const Data>> spans) {
+    stream.setCallbackv([&](typename IDataStream<Data>::Batch spans) {
         batch = {TestSupport::allocationCount(), spans[0].size(), spans[1].size()};
     });
     stream.setQueueSize(fixed + 3);

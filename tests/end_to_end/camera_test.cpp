@@ -83,7 +83,7 @@ class CameraReader {
   public:
     CameraReader(ICameraProvider& provider, FrameType type)
         : camera(provider.getStream(type, "test")), metadata(camera->getMetadata()) {
-        camera->stream().setCallbackv([this](gsl::span<const gsl::span<const FrameSet>> spans) {
+        camera->stream().setCallbackv([this](IDataStream<FrameSet>::Batch spans) {
             ASSERT_EQ(spans.size(), 1U);
             ASSERT_EQ(spans[0].size(), 1U);
             receive(spans[0][0]);

@@ -37,7 +37,7 @@ class Inbox {
         : composite_(composite) {
         // Large enough for a machine that is busy for many seconds.
         stream.setQueueSize(std::min(size_t{65'536}, (size_t{1} << 22) / sizeof(Data)));
-        stream.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
+        stream.setCallbackv([this](typename Vek::Sensors::IDataStream<Data>::Batch spans) {
             for (const auto& span : spans) {
                 records.insert(records.end(), span.begin(), span.end());
             }

@@ -184,7 +184,7 @@ TEST_F(HostileServicesDeathTest, CountersThatMoveAsTheyLikeEndTheReaderInOneOfTh
             const auto composite = makeComposite();
             const auto imu = createImuSensor();
             std::vector<ImuData> last;
-            imu->stream().setCallbackv([&](gsl::span<const gsl::span<const ImuData>> spans) {
+            imu->stream().setCallbackv([&](IDataStream<ImuData>::Batch spans) {
                 for (const auto& span : spans) {
                     last.assign(span.begin(), span.end());
                 }

@@ -36,7 +36,7 @@ using MotionSensorDeathTest = MotionSensorTest;
 
 TEST_F(MotionSensorTest, SamplesReachTheCallbackFieldForField) {
     std::vector<ImuData> received;
-    imu.stream().setCallbackv([&](gsl::span<const gsl::span<const ImuData>> spans) {
+    imu.stream().setCallbackv([&](Vek::Sensors::IDataStream<ImuData>::Batch spans) {
         received.assign(spans[0].begin(), spans[0].end());
     });
     imu.stream().addTo(composite);

@@ -48,7 +48,7 @@ class FakeStream {
               end.accept(queue, client, config);
               return android::hardware::Return<Hidl::Result>(prepareResult);
           }) {
-        handle.setCallbackv([this](gsl::span<const gsl::span<const Data>> spans) {
+        handle.setCallbackv([this](typename Vek::Sensors::IDataStream<Data>::Batch spans) {
             Delivered& call = calls.emplace_back();
             for (const auto& span : spans) {
                 auto& values = call.emplace_back();

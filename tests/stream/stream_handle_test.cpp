@@ -96,7 +96,7 @@ TEST_F(StreamHandleTest, DirectRecordsAreSeenInTheQueueItselfWithoutAllocation) 
     stream.handle.addTo(composite);
     uint64_t seen = 0;
     QueueCounters counters{*stream.end.queue};
-    stream.handle.setCallbackv([&](gsl::span<const gsl::span<const DirectSample>> spans) {
+    stream.handle.setCallbackv([&](Vek::Sensors::IDataStream<DirectSample>::Batch spans) {
         // A change that the service makes to the slot now would not show in a copy.
         counters.records<HidlSample>()[0].value = 77;
         seen = spans[0][0].value;

@@ -91,7 +91,7 @@ std::optional<Shot> takeShot(Camera& camera, const CaptureOptions& options, Shut
     constexpr std::chrono::seconds kPatience{5};
     Waiter waiter(shutdown);
     std::optional<Shot> shot;
-    camera.stream->stream().setCallbackv([&](gsl::span<const gsl::span<const FrameSet>> spans) {
+    camera.stream->stream().setCallbackv([&](IDataStream<FrameSet>::Batch spans) {
         for (const auto& span : spans) {
             for (const FrameSet& frameSet : span) {
                 shot = shot ? shot : shotOf(frameSet, camera);

@@ -16,6 +16,5 @@ std::string text(Vek::Sensors::ControllerResult result);
 /// A field of fixed size, printable.
 template <size_t Size>
 std::string text(const Vek::Sensors::ControllerText<Size>& field) {
-    const std::string whole(field.data(), field.size());
-    return printable(whole.substr(0, whole.find('\0')));
+    return printable(std::string(Vek::Sensors::textOf(field)));
 }

@@ -58,7 +58,7 @@ class UpdateWatch {
     UpdateWatch(IControllerProvider& provider, const PairedControllerInfo& controller,
                 ICompositeStream& composite)
         : controller_(controller), states_(provider.streamStateChanges()) {
-        states_->setCallbackv([this](gsl::span<const gsl::span<const PairedControllerInfo>> spans) {
+        states_->setCallbackv([this](IDataStream<PairedControllerInfo>::Batch spans) {
             for (const auto& span : spans) {
                 for (const PairedControllerInfo& info : span) {
                     take(info);

@@ -42,7 +42,7 @@ class FlickerView {
   private:
     template <typename Data, typename Receive>
     void listen(IDataStream<Data>& stream, Receive receive) {
-        stream.setCallbackv([receive](gsl::span<const gsl::span<const Data>> spans) {
+        stream.setCallbackv([receive](typename IDataStream<Data>::Batch spans) {
             for (const auto& span : spans) {
                 for (const Data& record : span) {
                     receive(record);

@@ -38,10 +38,12 @@ enum class DispatchPolicy : uint32_t {
 /// Use: set the callback of stream(), add it to a composite, start(), wait on the composite. The
 /// images are in the buffers of getMetadata(), which a client asks for once, before the start; they
 /// are the client's to read inside the callback only: when it returns, the library hands the frame
-/// set back to the service.
+/// set back to the service. All that a frame set says is the service's word: check `bufferIndex`
+/// against the number of buffers before use.
 ///
-/// Destroying the object does not stop the stream at the service. The object must outlive the last
-/// wait on the composite.
+/// Destroying the object does not stop the stream at the service. Stop it first: streams that were
+/// left running keep the service's places for clients until this process ends, and a service has
+/// few of them. The object must outlive the last wait on the composite.
 ///
 /// Threading: stream() as IDataStream says; the other methods from any thread.
 template <DispatchPolicy policy>
@@ -53,7 +55,8 @@ class ICameraStreamBase {
     virtual CameraStreamMetadata getMetadata() = 0;
 
     /// The frame sets; owned by this object. Its queue holds one, and each call of the callback
-    /// gets one. setQueueSize ends the process.
+    /// gets one span with one frame set. setQueueSize ends the process. The callback must not
+    /// throw: the frame set would never be handed back (see IDataStream::setCallbackv).
     virtual IDataStream<FrameSet>& stream() = 0;
 
     /// Asks the service what the stream's cameras are set to and can be set to.
@@ -66,24 +69,27 @@ class ICameraStreamBase {
     /// A stream that is not running stays so.
     virtual void stop() = 0;
 
-    /// Takes exposure and gain out of the hands of the service's automatic control.
+    /// Disables automatic exposure and gain. Add the stream to a composite first: before that, the
+    /// service refuses. Of several that override, the latest one with settings decides.
     virtual void startOverridingExposureSettings() = 0;
 
-    /// Gives them back.
+    /// Re-enables automatic exposure and gain. The service refuses if this stream does not
+    /// override.
     virtual void stopOverridingExposureSettings() = 0;
 
-    /// Asks to be told when the mux state that applies to the frame sets changes. The stream must
-    /// have been added to a composite and must not be running; otherwise the service refuses, which
-    /// ends the process.
+    /// Registers a function for changes of the mux state that applies to the frame sets. The stream
+    /// must have been added to a composite and must not be running; otherwise the service refuses,
+    /// which ends the process.
     /// @param callback called on a HIDL thread of the process, at the same time as anything else
-    /// the client does, and for as long as the service runs: there is no way to unregister. May be
-    /// empty.
+    /// the client does. There is no way to unregister: what it captures must live until the process
+    /// ends, even after this object is destroyed. May be empty.
     /// @return the state in force.
     virtual FrameSetConfigurationUpdate registerFrameSetConfigurationUpdateCallback(
         std::function<void(const FrameSetConfigurationUpdate&)> callback) = 0;
 
-    /// Has an effect while exposure is overridden only; the service does not say. More than
-    /// kMaxFrameSetSize cameras end the process.
+    /// Sets exposure and gain. Takes effect only while this stream overrides them; otherwise the
+    /// service ignores the call, without telling the client. Values outside of the cameras' ranges
+    /// (getConfiguration) are limited to them. More than kMaxFrameSetSize cameras end the process.
     virtual void setExposureGain(ExposureGainSettings settings) = 0;
 
     /// @param offset of the exposures from the synchronisation signal, in ns.
@@ -91,13 +97,17 @@ class ICameraStreamBase {
 
     virtual void setCameraSyncMode(CameraSyncMode mode) = 0;
 
-    /// Lets the service keep what the client has learned about the cameras in this session.
-    /// @param name says which data; replaces earlier data of that name.
-    /// @param data in a form that the service knows; copied.
+    /// Stores at the service what the client has learned about the cameras in this session. The
+    /// limits below are those of the simulated service; one that refuses ends the process.
+    /// @param name replaces earlier data of that name. 1 to 64 letters, digits and "-_."; 16 names
+    /// at most.
+    /// @param data in a form that the service knows, 64 KiB at most; copied.
     virtual void writeSessionOcalData(const std::string& name, gsl::span<const uint8_t> data) = 0;
 
+    /// Scales the images. The buffers stay as they are, and CameraStreamMetadata::bufferGeneration
+    /// with them: width, height and stride of each frame tell how much of its buffer is in use.
     /// @param resolutions one for each camera, in the order of the metadata.
-    /// @return true.
+    /// @return true; a refusal ends the process.
     virtual bool setResolution(std::vector<Resolution> resolutions) = 0;
 
     /// What names this stream in the provider's startEvery and stopEvery; of no other use.
@@ -106,7 +116,8 @@ class ICameraStreamBase {
 
 using ICameraStream = ICameraStreamBase<DispatchPolicy::COMPOSITE_WAIT>;
 
-/// Exposure control of cameras without a stream of theirs.
+/// Exposure control of cameras without a stream of theirs. Of several controllers and streams that
+/// override, the latest one with settings decides.
 ///
 /// A service that fails unrecoverably ends the process; any other refusal is answered with false.
 /// Threading: any thread.
@@ -114,7 +125,11 @@ class ICameraStreamController {
   public:
     virtual ~ICameraStreamController() = default;
 
+    /// Disables automatic exposure and gain.
     virtual bool startOverridingExposureSettings() = 0;
+
+    /// Re-enables automatic exposure and gain.
+    /// @return false if this object does not override.
     virtual bool stopOverridingExposureSettings() = 0;
 
     /// @param slot of the mux mode, from 0.
@@ -132,7 +147,7 @@ class ICameraProvider {
     virtual ~ICameraProvider() = default;
 
     /// Asks the service, also for the calibration of each camera. If it answers with an error, that
-    /// is logged and what came with it is returned; calibration that is not to be had stays empty.
+    /// is logged and what came with it is returned; unavailable calibration is left empty.
     virtual std::vector<CameraProperties> getProperties() = 0;
 
     /// @param clientName tells the service who reads the stream.

@@ -56,9 +56,10 @@ struct CameraProperties {
     std::string propertyText1;
     /// The model of its sensor.
     std::string propertyText2;
-    /// Calibration of the factory; empty if it could not be had.
+    /// Calibration of the factory; empty if unavailable. As large as the service makes it, up to
+    /// 2 GiB: the library sets no limit.
     std::string calibrationData1;
-    /// Calibration of the device's use; empty if it could not be had.
+    /// Calibration of the device's use; empty if unavailable. As large as the service makes it.
     std::string calibrationData2;
 };
 
@@ -101,7 +102,8 @@ struct CameraMetadata {
 struct CameraStreamMetadata {
     /// In the order of FrameSet::frames.
     std::vector<CameraMetadata> cameras;
-    /// Changes when the service replaces the buffers; earlier ones are not written any more.
+    /// Changes when the service replaces the buffers: ask for the metadata again then; earlier
+    /// buffers are not written any more. A new resolution alone does not change it.
     uint32_t bufferGeneration{};
 };
 

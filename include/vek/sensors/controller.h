@@ -72,7 +72,8 @@ struct SimpleHapticIntensity {
 
 /// Which radio channels the controllers must not use (4 bytes).
 struct ControllerWirelessFreqBlocklist {
-    /// A bit for each channel.
+    /// Bit i: channel i is not used. Channel i has the centre frequency 2404 + 2 i MHz at the
+    /// simulated service, as in WirelessDeviceStats::frequency. A list of all 32 is refused.
     uint32_t channels;
 };
 
@@ -91,13 +92,13 @@ class IControllerStreamingClient {
     /// Ends the process if it cannot be delivered.
     virtual ControllerCalibrationData getCalibrationData(ControllerAddr controller) = 0;
 
-    /// Lets the samples of a controller flow into the streams of this process. This and the next
-    /// two end the process if they cannot be delivered.
+    /// Enables the samples of a controller in the streams of this process. This and the next two
+    /// end the process if they cannot be delivered.
     virtual void enable(ControllerAddr controller) = 0;
     virtual void disable(ControllerAddr controller) = 0;
     virtual bool controlInputADCStreaming(ControllerAddr controller, bool enable) = 0;
 
-    /// The record names the controller.
+    /// The record names the controller by its hand.
     virtual bool setLedConfig(const ControllerLedConfig& config) = 0;
 
     /// Ends the process if it cannot be delivered.
@@ -110,25 +111,36 @@ class IControllerStreamingClient {
     /// @param power in dBm.
     virtual bool setMaxHostTransmitPower(int8_t power) = 0;
 
-    /// @param intensity full scale is 255.
+    // Haptics: a controller plays one thing at a time, and each command replaces what another kind
+    // of command plays. Numbers of the device that are given here are those of the simulated
+    // service: a sample rate of 0.001 to 8,000 Hz, 4,096 buffered samples. Beyond them, false.
+
+    /// Vibrates until the next command.
+    /// @param intensity of the vibration; full scale is 255, 0 stops it.
     virtual bool setSimpleHaptics(ControllerAddr controller, uint8_t intensity) = 0;
 
-    /// @param steps played one after another.
+    /// @param steps played once, one after another.
     virtual bool setSimpleHaptics(ControllerAddr controller,
                                   std::array<SimpleHapticIntensity, 6> steps) = 0;
 
-    /// Replaces the buffered samples.
+    /// Replaces the buffered samples and plays them.
     /// @param sampleRate in Hz.
     /// @param repeat plays the buffer until it is replaced.
-    /// @param samples `count` of them, copied; not read if `count` is 0.
+    /// @param samples `count` of them, copied; not read if `count` is 0. Each is an intensity of
+    /// the vibration; full scale is 255.
     virtual bool setBufferedHaptics(ControllerAddr controller, double sampleRate, uint8_t count,
                                     bool repeat, const uint8_t* samples) = 0;
 
+    /// Adds to the samples that setBufferedHaptics began, at their rate; false without such a
+    /// buffer. Until the buffer runs empty there is no gap.
     /// @param samples as in setBufferedHaptics.
     virtual bool appendBufferedHaptics(ControllerAddr controller, uint8_t count,
                                        const uint8_t* samples) = 0;
 
-    /// @param samples one frame of signed samples, copied.
+    /// Adds one frame to a waveform, which begins with the first frame after another kind of
+    /// command.
+    /// @param samples at 2,000 Hz (a frame lasts 36 ms), copied. Each is an amplitude; full scale
+    /// is 127.
     virtual bool appendPCMHaptics(ControllerAddr controller,
                                   gsl::span<const int8_t, 72> samples) = 0;
 
@@ -145,7 +157,7 @@ class IControllerStreamingClient {
     virtual std::optional<float> getThumbstickDeadzone(ControllerAddr controller) = 0;
     virtual bool resetThumbstickDeadzone(ControllerAddr controller) = 0;
 
-    /// These two end the process if they cannot be delivered.
+    /// These two abort the process if they cannot be delivered, even if crash dumps are suppressed.
     virtual bool sleepController(ControllerAddr controller) = 0;
     virtual bool wakeController(ControllerAddr controller) = 0;
 };
@@ -175,12 +187,19 @@ class IControllerManagementClient {
     /// delivered.
     virtual std::vector<AdvertisingControllerInfo> getAdvertisingControllers() = 0;
 
+    /// Switches a controller into its DMM mode and out of it. What the controller does in that mode
+    /// is its firmware's affair; to this API it shows as CONTROLLER_FEATURE_DMM in
+    /// PairedControllerInfo::features. BAD_STATE if the controller is in the mode asked for, is
+    /// being updated, or is not connected.
     virtual ControllerResult enterDMM(ControllerAddr controller) = 0;
     virtual ControllerResult exitDMM(ControllerAddr controller) = 0;
     virtual ControllerResult pairController(ControllerAddr controller) = 0;
     virtual ControllerResult unpairController(ControllerAddr controller) = 0;
 
-    /// Begins an update and returns.
+    /// Begins an update and returns. Its end shows in IControllerProvider::streamStateChanges:
+    /// CONTROLLER_FEATURE_UPDATING goes, and firmwareVersion is a new one if the update has
+    /// succeeded. A progress of 1 is reported only by an update that got to its end; one that fails
+    /// stops reporting.
     virtual ControllerResult updateFirmware(ControllerAddr controller, ControllerType type,
                                             FWUpdateCallbackConfig config) = 0;
 };
@@ -216,7 +235,7 @@ class IControllerProvider {
     /// @return empty if the service has none to give.
     virtual std::unique_ptr<IControllerManagementClient> getManagementClient() = 0;
 
-    /// Never empty: ends the process if the service has none to give.
+    /// Never empty: a service that has none to give ends the process by a contract failure.
     virtual std::unique_ptr<IControllerStreamingClient> getStreamingClient() = 0;
 
     virtual std::vector<PairedControllerInfo> getPairedControllers() = 0;
@@ -230,7 +249,7 @@ class IControllerProvider {
 
     virtual SecureHostInfo getHostInfo() = 0;
 
-    /// Lets a device connect that was paired elsewhere.
+    /// Allows a device to connect that was paired elsewhere.
     virtual bool allowDevice(SecureDeviceInfo device) = 0;
 };
 

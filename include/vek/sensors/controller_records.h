@@ -11,12 +11,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace Vek::Sensors {
 
 /// A text of at most `Size` characters. Ends in zeros, or nowhere if it fills the field.
 template <size_t Size>
 using ControllerText = std::array<char, Size>;
+
+/// The text without its zeros. It lies in the record and lasts as long as that.
+template <size_t Size>
+std::string_view textOf(const ControllerText<Size>& text) {
+    const std::string_view whole{text.data(), Size};
+    return whole.substr(0, whole.find('\0'));
+}
 
 enum class ControllerType : uint32_t {
     UNKNOWN = 0,

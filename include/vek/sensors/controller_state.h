@@ -12,8 +12,9 @@ namespace Vek::Sensors {
 /// and gives it poses.
 ///
 /// The streams belong to this object. Starting and stopping one ends the process if the service
-/// refuses or cannot be reached. Which streams run is the service's knowledge: a second start goes
-/// out as a second command. Destruction sends nothing, so stop the streams first.
+/// refuses or cannot be reached; the pose stream's calls then abort even if crash dumps are
+/// suppressed (see suppressTransportCrashDumps). Which streams run is the service's knowledge: a
+/// second start goes out as a second command. Destruction sends nothing, so stop the streams first.
 ///
 /// Threading: commands may come from any thread; sendPose from one thread at a time.
 class IControllerStateProvider {
@@ -32,7 +33,8 @@ class IControllerStateProvider {
     virtual void stopControllerInputDataStream() = 0;
 
     /// Asks the service for the queue that poses go through. Once in the object's life, before
-    /// startPoseOutputStream. A call out of order, of this and the next three, ends the process.
+    /// startPoseOutputStream. A call out of order, of this and the next three, ends the process. So
+    /// does a service that refuses, does not answer, or answers with a queue that is none.
     virtual void preparePoseOutputStream() = 0;
     virtual void startPoseOutputStream() = 0;
     virtual void stopPoseOutputStream() = 0;
@@ -53,10 +55,15 @@ class IControllerStateProvider {
     /// @return without the key, which is always zero: it does not leave the service.
     virtual SecureDeviceInfo getPairingInfo() = 0;
 
-    /// @param key 16 bytes, copied.
+    /// Completes a pairing.
+    /// @param host the partner, with the partner's own key: what its getHostInfo answers.
+    /// @param key 16 bytes, copied: the key of the link between the two. Not the host's key;
+    /// getPairingInfo does not give it back.
     /// @return false if the service refused or could not be reached.
     virtual bool setPairingInfo(const SecureHostInfo& host, const uint8_t* key) = 0;
 
+    /// Switches the radio's Kivrar protocol on or off, which carries ITambStream's messages. What
+    /// else depends on it is the service's knowledge.
     /// @return false if the service refused or could not be reached.
     virtual bool setKivrarEnabled(bool enabled) = 0;
 };

@@ -13,21 +13,24 @@ enum class FaceEyeTrackingLedGroup : uint32_t {
     FACE = 2,
 };
 
-/// How one LED shines (16 bytes). The ranges are the device's; the service checks them.
+/// How one LED shines (16 bytes). The ranges are the device's: the service refuses what is outside
+/// of them.
 struct FaceEyeTrackingLedConfiguration {
     FaceEyeTrackingLedGroup group;
     /// Counts the LEDs of the group from 0.
     uint32_t channel;
-    /// While it shines, in uA.
+    /// While it shines, in uA; up to 100,000 at the simulated service.
     uint32_t current;
-    /// How long it shines in each exposure of the camera, in us.
+    /// How long it shines in each exposure of the camera, in us; up to 2,000 at the simulated
+    /// service.
     uint32_t pulseWidth;
 };
 
 /// Sets and switches the LEDs, which the service controls by itself unless a client overrides it.
 ///
-/// The object keeps no state of the LEDs and destroying it changes none: an override stays until
-/// it is stopped. A call that cannot be delivered ends the process. Threading: no locks; each
+/// The object keeps no state of the LEDs and destroying it changes none. Only the object that began
+/// an override can end it: an object that is destroyed before leaves the LEDs overridden until its
+/// process ends. A call that cannot be delivered ends the process. Threading: no locks; each
 /// operation is one call of the service and may come from any thread.
 class IFaceEyeTrackingLed {
   public:
@@ -48,12 +51,12 @@ class IFaceEyeTrackingLed {
     /// @return how many LEDs the group has; 0 for one that the device lacks.
     virtual uint8_t getNumChannels(FaceEyeTrackingLedGroup group) = 0;
 
-    /// Takes the LEDs from the service's own control.
-    /// @return true only if this call took them: false if they were taken already.
+    /// Disables the service's own control of the LEDs, for one object at a time.
+    /// @return true only if this call did so; false if this or another object had already.
     virtual bool startOverridingLedSettings() = 0;
 
-    /// Gives the LEDs back to the service's own control.
-    /// @return false if this object had not taken them.
+    /// Re-enables the service's own control of the LEDs.
+    /// @return false if this object had not disabled it.
     virtual bool stopOverridingLedSettings() = 0;
 
     // Last, as in the virtual table that programs are built against.

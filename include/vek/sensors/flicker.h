@@ -52,7 +52,7 @@ struct FlickerData {
     float flickerIndex;
     /// Mean level, in counts of the converter.
     float meanLevel;
-    /// Gain of the amplifier before the converter.
+    /// Gain of the amplifier before the converter, as a factor; 1 amplifies nothing.
     float gain;
     /// Of the analysed samples, in Hz.
     float sampleRate;
@@ -100,7 +100,7 @@ struct AmbientLightData {
     float infrared;
     /// Length of the exposure, in s.
     float integrationTime;
-    /// Gain of the amplifier before the converter.
+    /// Gain of the amplifier before the converter, as a factor; 1 amplifies nothing.
     float gain;
     /// The largest illuminance that these settings can read, in lx.
     float illuminanceRange;

@@ -115,8 +115,13 @@ struct IadData {
 
 /// An inertial measurement unit: accelerometer and gyroscope on one clock; 1000 Hz by default.
 ///
-/// Any control call that the service refuses ends the process. Threading: use from one thread; the
-/// samples arrive on the thread that waits on the stream's composite.
+/// A control call that the service refuses ends the process, and so does any call that cannot be
+/// delivered. Starting a stream twice, or before it was added to a composite, is for the service to
+/// judge. Destroying the object does not stop the stream: stop it first. The object must outlive
+/// the last wait on the composite; it does not need the provider that it came from.
+///
+/// Threading: no locks; use from one thread. The samples arrive on the thread that waits on the
+/// stream's composite.
 class IImuSensor {
   public:
     virtual ~IImuSensor() = default;
@@ -133,7 +138,9 @@ class IImuSensor {
 
     virtual void stop() = 0;
 
-    /// Sets rate and batch size of the sensor, for all of its clients.
+    /// Sets rate and batch size of the sensor, for all of its clients; the settings stay when this
+    /// object is destroyed. A large batch saves power (see ICompositeStream) at the price of
+    /// latency; the queue must hold it.
     virtual void configureStream(const MotionStreamProperties& properties) = 0;
 };
 
@@ -163,8 +170,13 @@ class IIadSensor {
 
 /// Lists the motion sensors and hands them out.
 ///
-/// Survives the death of its service: from then on every call logs an error and answers empty. To
-/// go on, make a new provider. Threading: may be used from any thread; calls run one at a time.
+/// Can survive the death of its service: from then on every call logs an error and answers empty.
+/// To go on, make a new provider. It survives only if its own handler is the one that runs: in a
+/// process, only the first object that learns of a death reacts (see ServiceDisconnectHandler).
+/// Therefore make the provider before all other sensor objects of the service. Otherwise its calls
+/// after the death end the process, as those of all other objects do.
+///
+/// Threading: may be used from any thread; calls run one at a time.
 class IMotionSensorProvider {
   public:
     virtual ~IMotionSensorProvider() = default;

@@ -12,7 +12,7 @@
 
 namespace Vek::Sensors {
 
-/// What a wait on a composite stream came to.
+/// Result of a wait.
 enum class WaitResult : uint32_t {
     /// At least one stream delivered records to its callback.
     DELIVERED = 0,
@@ -24,11 +24,24 @@ enum class WaitResult : uint32_t {
 
 /// Waits for up to 15 data streams at once, on one thread.
 ///
-/// Streams are added with IDataStream::addTo and never removed: a composite must not be waited on
-/// after one of its streams was destroyed. Every wait reads each stream whose data is ready once,
-/// in the order in which the streams were added, and calls its callback on the waiting thread.
+/// Streams are added with IDataStream::addTo and never removed. Each wait reads every stream whose
+/// data is ready once, in the order in which the streams were added, and calls its callback on the
+/// waiting thread.
 ///
-/// Threading: the waits and addTo are for one thread at a time; wake() is for any thread.
+/// Lifetime: the composite must not be waited on after one of its streams was destroyed, and
+/// neither the composite nor a stream may be destroyed while another thread waits. The composite
+/// itself may be destroyed before its streams; then they are never read again.
+///
+/// Threading: the waits and addTo are for one thread at a time; wake() is for any thread, and for
+/// callbacks. A callback must not wait on the composite that called it.
+///
+/// Power: a client wakes up each time the service signals data, which for several fast sensors is
+/// thousands of times a second. There are two ways to fewer wake-ups:
+/// - configureStream of a sensor with a batch size, for all clients of the sensor.
+/// - Reading periodically: sleep, then waitFor(0). The data-ready bits stay set in between, so the
+///   service's signals cost no system call either.
+/// Measured with all sensors streaming: 200 wake-ups a second in place of 3,350, and 0.7 % of a
+/// core in place of 6.6 %. The queue must hold what arrives in between (setQueueSize).
 class ICompositeStream {
   public:
     virtual ~ICompositeStream() = default;
@@ -51,7 +64,7 @@ class IStreamCompositor {
   public:
     virtual ~IStreamCompositor() = default;
 
-    /// @param name labels the shared memory of the composite, for debugging.
+    /// @param name labels the shared memory of the composite, for debugging; cut after 249 bytes.
     virtual std::unique_ptr<ICompositeStream> createCompositeStream(std::string name) = 0;
 };
 
@@ -65,25 +78,45 @@ class IStreamCompositor {
 template <typename Data>
 class IDataStream {
   public:
+    /// What one call of the callback receives: one or two spans of records, oldest first. Loop over
+    /// the spans; the second may be missing or empty.
+    using Batch = gsl::span<const gsl::span<const Data>>;
+
     virtual ~IDataStream() = default;
 
     /// Creates the queue, takes the composite's next place and hands the queue to the service.
     /// The composite must come from IStreamCompositor. Ends the process if the composite is full,
-    /// or if the service refuses.
+    /// if there is no memory for the queue, or if the service refuses.
+    ///
+    /// A second call, for the same or another composite, replaces the queue; unread records are
+    /// lost. The place in the first composite stays taken, and the first composite must not be
+    /// waited on any more. After the composite's end the stream can be added to another one.
     virtual void addTo(ICompositeStream& composite) = 0;
 
-    /// Sets the capacity of the queue, in records. Ends the process once addTo was called.
+    /// Sets the capacity of the queue, in records. Ends the process once addTo was called. The
+    /// capacity is not checked here: with 0, or more than a GiB of records, addTo ends the process.
+    /// A queue larger than the processor's L2 cache makes each record about three times as
+    /// expensive to read, once the queue fills.
     virtual void setQueueSize(size_t messages) = 0;
 
     /// The capacity of the queue, in records; 32 unless set.
     virtual size_t getQueueSize() = 0;
 
     /// Sets the function that receives the records. Each call of it gets all records that were in
-    /// the queue, oldest first, in two spans of which the second is often empty. The spans may
-    /// point into the queue itself and hold only until the function returns. Data that arrives
-    /// while no function is set makes the wait throw std::bad_function_call.
-    virtual void setCallbackv(
-        std::function<void(gsl::span<const gsl::span<const Data>>)> callback) = 0;
+    /// the queue. The spans may point into the queue itself and hold only until the function
+    /// returns: then the space is the service's again.
+    ///
+    /// The function must not wait on a composite, and must not call setCallbackv or addTo of its
+    /// own stream, which destroy what is in use. ICompositeStream::wake and addTo of another stream
+    /// are allowed.
+    ///
+    /// An exception of the function leaves the wait. The batch stays in the queue; it is delivered
+    /// again, and streams after this one are read, when the service signals them the next time or a
+    /// wait reads every stream. A frame set, however, is not delivered again and never handed back:
+    /// its buffers are lost, and after a few of them the service has none left. Data that arrives
+    /// while no function is set has the same effect as a function that throws
+    /// std::bad_function_call.
+    virtual void setCallbackv(std::function<void(Batch)> callback) = 0;
 };
 
 }  // namespace Vek::Sensors

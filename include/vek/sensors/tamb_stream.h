@@ -61,21 +61,27 @@ inline constexpr size_t kKivraRpcMaxPayloadSize = 8192;
 
 /// Carries the messages of one client, which is "CMS" or "tracking".
 ///
-/// Messages arrive on HIDL threads of the process, in the order in which the service had them; the
-/// function must be safe against the client's own threads and must not register or unregister. A
-/// message that is on its way may still arrive after unregisterKivraRpcClient has returned.
+/// Messages arrive on HIDL threads of the process, one at a time and in the order in which the
+/// service had them. The function must be safe against the client's own threads, and
+/// - return soon: the messages after it wait for it, at the service too;
+/// - not throw: nobody catches the exception, and the process ends;
+/// - not register or unregister; it may send.
+/// A message that is on its way may still arrive after unregisterKivraRpcClient has returned, so
+/// what the function captures must live until the process ends or the service has died.
 ///
 /// A call that cannot be delivered ends the process. Destroying the stream does not unregister the
 /// client at the service: unregister first.
 ///
 /// Threading: may be used from any thread. Sends run side by side, but never during a registration
-/// or its end.
+/// or its end, which wait until no send is running: threads that send without a pause between them
+/// can keep a registration waiting for ever.
 class ITambStream {
   public:
     virtual ~ITambStream() = default;
 
     /// Registers the client and its function. Ends the process if one is registered already, if the
-    /// id is not one of the two, or if the service refuses.
+    /// id is not one of the two, or if the service refuses, as it does while another process holds
+    /// the id.
     /// @param callback if empty, messages are dropped.
     virtual void registerKivraRpcClient(std::string clientId, KivraRpcMsgCallback callback) = 0;
 
@@ -94,6 +100,8 @@ class ITambStream {
     /// Asks the service what another clock showed, or will show, at a moment; needs no registered
     /// client.
     /// @param time of the moment on the clock `from`, in ns.
+    /// @return the same moment on the clock `to`, in ns; 0 if the service cannot translate it (an
+    /// unknown clock, or a result outside of 64 bits).
     virtual int64_t getTimeTranslation(int64_t time, TimeDomain from, TimeDomain to) = 0;
 };
 
