@@ -67,6 +67,14 @@ TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
         const android::base::unique_fd fd{sharedMemory("secret")};
         return open(("/proc/self/fd/" + std::to_string(fd.get())).c_str(), O_WRONLY);
     };
+    const int number = good();
+    // Memory that is mapped now comes to lie before these bytes, which a text must not run into.
+    std::vector<void*> others(256);
+    std::generate(others.begin(), others.end(), [&] {
+        return std::memset(
+            mmap(nullptr, page.size(), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0),
+            'y', page.size());
+    });
     struct Case {
         hidl_handle handle;
         std::string text1;
@@ -77,7 +85,7 @@ TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
         {handleOf({good(), sharedMemory(zero)}), "good", "", 0},
         {{}, "", "", 1},
         {handleOf({sharedMemory("no end"), sharedMemory(page)}), "no end", page, 0},
-        {handleOf({good()}), "", "", 1},
+        {handleOf({good()}, {number}), "", "", 1},
         {handleOf({shrinkable(), good()}), "", "", 1},
         {handleOf({good(), shrinkable()}), "", "", 1},
         {handleOf({empty(), good()}), "", "good", 1},
@@ -98,6 +106,10 @@ TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
                     FieldsAre(i, "", "", cases[i].text1, cases[i].text2));
         EXPECT_EQ(log.take(), std::vector(cases[i].errors, error));
     }
+    for (void* const other : others) {
+        munmap(other, page.size());
+    }
+    close(number);
 }
 
 TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
@@ -107,7 +119,10 @@ TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
     const auto stream = provider.getStreamByPurpose("head", "wide", "tracker");
     ASSERT_NE(stream, nullptr);
     const sp<Hidl::ISensorClient> client = stream->streamControlTarget()->getClient();
-    client->getSensorClientInfo([](auto, auto& info) { EXPECT_EQ(info.name, "tracker"); });
+    client->getSensorClientInfo([](auto result, auto& info) {
+        EXPECT_EQ(result, Hidl::Result::SUCCESS);
+        EXPECT_EQ(info.name, "tracker");
+    });
     const sp<Hidl::ICameraStream> named = stream->streamControlTarget()->getStream();
     EXPECT_EQ(named, hidlStream);
 
@@ -172,8 +187,10 @@ TEST_F(CameraProviderTest, SeveralStreamsTakeOneCommandAndNullPointersAreSkipped
 TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWords) {
     const std::string ignorable =
         "hidlReturn != Hidl::Result::SUCCESS && hidlReturn != Hidl::Result::IGNORED";
-    const auto unknown = static_cast<FrameType>(25);
-    const ChannelSettings channels{{FrameType::HEADSET, FrameType::COLOR, unknown}};
+    ChannelSettings channels;
+    for (uint32_t type = 0; type < 20; ++type) {
+        channels.channels.push_back(static_cast<FrameType>(type));
+    }
     expectFatal(
         {{FATAL_CALL(provider.getProperties()), ""},
          {FATAL_CALL(provider.getStream({}, "")), ""},
@@ -184,7 +201,10 @@ TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWo
          {FATAL_CALL(provider.getChannels()), ""},
          {FATAL_CALL(provider.setChannels({})), "Failed to set channels  with status: 1"},
          {FATAL_CALL(provider.setChannels(channels)),
-          "Failed to set channels HEADSET, COLOR, UNKNOWN with status: 1"},
+          "Failed to set channels NOT_RECEIVED, INVALID, HEADSET, CONTROLLER, HAND, "
+          "FACE_EYE_COMPOSITE, EYE, FACE, DEPTH, COLOR, GENERIC_SLOT_0, GENERIC_SLOT_1, "
+          "GENERIC_SLOT_2, GENERIC_SLOT_3, GENERIC_SLOT_4, GENERIC_SLOT_5, GENERIC_SLOT_6, "
+          "GENERIC_SLOT_7, NUM_FRAME_TYPES, UNKNOWN with status: 1"},
          {FATAL_CALL(provider.applyMuxMode("", 0)), ""},
          {FATAL_CALL(provider.setFrameRate({})), "Failed to set frame rate: 1"},
          {FATAL_CALL(provider.getRawImageMode()), ""},

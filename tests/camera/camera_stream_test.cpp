@@ -57,6 +57,15 @@ TEST_F(CameraStreamTest, ControlCallsCarryTheirArgumentsAndTheStreamsClient) {
                     "setResolution []", "controlStream true START", "controlStream true STOP"));
 }
 
+TEST_F(CameraStreamTest, ConfigurationComesInUnchanged) {
+    const auto camera = filledWith<Hidl::CameraConfiguration>(6);
+    service->returns<&I::getConfiguration>(Hidl::CameraStreamConfiguration{{{}, camera}, 90});
+    const CameraStreamConfiguration configuration = stream.getConfiguration();
+    EXPECT_EQ(configuration.frameSetRate, 90U);
+    ASSERT_THAT(configuration.cameras, SizeIs(2));
+    EXPECT_TRUE(sameBytes(configuration.cameras[1], camera));
+}
+
 TEST_F(CameraStreamTest, ExposureOfAsManyCamerasAsThereAreIsSentAndTheRestIsZero) {
     for (const uint32_t numCameras : {0U, 3U, 10U}) {
         const ExposureGainSettings settings = exposureOf(numCameras);

@@ -1,7 +1,6 @@
 // KivraRpc against a service of this process.
 #include "environment/tamb_stream.h"
 
-#include <atomic>
 #include <future>
 
 #include "support/captured_log.h"
@@ -135,49 +134,26 @@ TEST_F(TambStreamTest, TranslationIsTheServicesAndTakesNoLock) {
 }
 
 TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
-    std::atomic<int> sends = 0;
-    std::atomic<bool> changing = false;
-    std::atomic<bool> overlapped = false;
-    std::promise<void> second;
-    const std::shared_future<void> secondIsIn = second.get_future().share();
-    std::atomic<bool> sideBySide = false;
+    const auto sending = [this] { return std::async(std::launch::async, [this] { send(); }); };
+    std::future<void> held;
+    duringChange([&] {
+        held = sending();
+        EXPECT_EQ(held.wait_for(50ms), std::future_status::timeout);
+    });
+    CapturedLog log;  // of the send that comes when no client is registered any more
+    stream.registerKivraRpcClient("CMS", {});
+    held.wait();
+    std::future<void> other;
     service->on<&Hidl::ITambril::sendMessage>([&](auto&&...) {
-        const int order = ++sends;
-        if (order == 2) {
-            second.set_value();
+        if (!other.valid()) {
+            other = sending();
+            other.wait();
         }
-        if (order == 1) {
-            sideBySide = secondIsIn.wait_for(20s) == std::future_status::ready;
-        }
-        overlapped = overlapped || changing;
         return Hidl::Result::SUCCESS;
     });
-    duringChange([&] {
-        changing = true;
-        std::this_thread::yield();
-        changing = false;
-    });
-    CapturedLog log;  // of sends that come while no client is registered
-    stream.registerKivraRpcClient("CMS", {});
-    std::atomic<bool> done = false;
-    const auto sendUntilDone = [&] {
-        while (!done) {
-            send(16);
-            std::this_thread::yield();
-        }
-    };
-    const auto first = std::async(std::launch::async, sendUntilDone);
-    const auto other = std::async(std::launch::async, sendUntilDone);
-    secondIsIn.wait_for(20s);
-    for (int i = 0; i < 200; ++i) {
-        stream.unregisterKivraRpcClient("CMS");
-        stream.registerKivraRpcClient("tracking", {});
-    }
-    done = true;
-    first.wait();
-    other.wait();
-    EXPECT_TRUE(sideBySide);
-    EXPECT_FALSE(overlapped);
+    send();
+    stream.unregisterKivraRpcClient("CMS");
+    held.wait();
 }
 
 TEST_F(TambStreamDeathTest, OnlyDeclaredClientsThatTheServiceTakesCanRegisterAndOnlyOnce) {

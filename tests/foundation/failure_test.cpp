@@ -107,8 +107,23 @@ TEST(HalDeathRecipient, UnlinksFromALivingServiceOnly) {
     Watched().service = nullptr;  // and its recipient's destructor finds nobody
 }
 
+TEST(LogDeathTest, AllLinesGoToTheSystemsBuffer) {
+    EXPECT_DEATH(
+        {
+            __android_log_set_logger([](const __android_log_message* line) {
+                fprintf(stderr, "%d%s ", line->buffer_id, line->message);
+            });
+            MORIAK_LOG_INFO("i");
+            MORIAK_LOG_WARN("w");
+            MORIAK_LOG_ERROR("e");
+            MORIAK_FATAL("f");
+        },
+        "^16i 16w 16e 16f ");
+}
+
 TEST(LegacyFactoriesDeathTest, EveryOneAborts) {
     const std::string text = "F/Moriak-HidlWrapper: HidlWrapper cannot instantate legacy sensor";
+    EXPECT_DEATH(createLegacyCameraProvider(), text);
     EXPECT_DEATH(createLegacyMotionSensorProvider(), text);
     EXPECT_DEATH(createLegacyImuSensor(), text);
     EXPECT_DEATH(createLegacyMagSensor(), text);

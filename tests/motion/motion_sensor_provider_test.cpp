@@ -77,6 +77,61 @@ TEST_F(MotionSensorProviderTest, DeadProviderAnswersEmptyWithALineForEachCall) {
                         dead("std::unique_ptr<IMagSensor> ", "getMag(uint32_t)"))));
 }
 
+// A death that comes during a call is handled after it; the provider's end waits for both.
+TEST_F(MotionSensorProviderTest, CallsDeathAndDestructionComeOneAfterAnother) {
+    using I = Hidl::IMotionSensorProvider;
+    /// Dies during each call, and notices what happens while it is being unlinked.
+    struct Service : Fake<I> {
+        android::hardware::Return<bool> unlinkToDeath(const Recipient& linked) override {
+            duringUnlink();
+            return Fake<I>::unlinkToDeath(linked);
+        }
+        std::function<void()> duringUnlink = [] {};
+    };
+    const auto isHeldUp = [](const std::future<void>& other) {
+        return other.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
+    };
+    const auto expectHeldUp = [&](auto call) {
+        EXPECT_EXIT(
+            {
+                const sp<Service> mortal = new Service;
+                auto doomed = std::make_unique<MotionSensorProvider>(sp<I>(mortal));
+                std::future<void> death;
+                std::future<void> destruction;
+                bool deathWaits = false;
+                bool destructionWaits = false;
+                const auto die = [&] {
+                    death = std::async(std::launch::async, [&] { mortal->die(); });
+                    deathWaits = isHeldUp(death);
+                };
+                mortal->duringUnlink = [&] {
+                    destruction = std::async(std::launch::async, [&] { doomed.reset(); });
+                    destructionWaits = isHeldUp(destruction);
+                };
+                mortal->on<&I::getSensorInfo>([&](const auto&) {
+                    die();
+                    return android::hardware::Void();
+                });
+                mortal->on<&I::getImu>([&](uint32_t) {
+                    die();
+                    return nullptr;
+                });
+                mortal->on<&I::getMag>([&](uint32_t) {
+                    die();
+                    return nullptr;
+                });
+                call(*doomed);
+                death.wait();
+                destruction.wait();
+                _exit(deathWaits && destructionWaits ? 0 : 1);
+            },
+            ExitedWithCode(0), "");
+    };
+    expectHeldUp([](MotionSensorProvider& p) { p.getSensorInfo(); });
+    expectHeldUp([](MotionSensorProvider& p) { p.getImu(0); });
+    expectHeldUp([](MotionSensorProvider& p) { p.getMag(0); });
+}
+
 TEST_F(MotionSensorProviderTest, DestructionWaitsForTheDeathThatIsBeingHandled) {
     EXPECT_EXIT(
         {

@@ -1,5 +1,4 @@
 // Event-flag words, bound methods and the process name.
-#include <cutils/native_handle.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -15,6 +14,7 @@
 #include "os/event_flag.h"
 #include "os/process.h"
 #include "support/child_process.h"
+#include "support/handle.h"
 
 namespace {
 
@@ -33,9 +33,8 @@ TEST(EventFlagHandle, MappingsShareTheWordThatAHandleHas) {
     Vek::OS::deleteEventFlag(&first);
     Vek::OS::deleteEventFlag(&second);
 
-    hidl_handle noDescriptors;
-    noDescriptors.setTo(native_handle_create(0, 1), true);
-    EXPECT_EQ(Vek::OS::createEventFlagFromHandle(noDescriptors), nullptr);
+    const int word = handle->data[0];
+    EXPECT_EQ(Vek::OS::createEventFlagFromHandle(TestSupport::handleOf({}, {word})), nullptr);
     EXPECT_EQ(Vek::OS::createEventFlagFromHandle(hidl_handle{}), nullptr);
 }
 
