@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/log.h"
+#include "os/mutex.h"
 #include "os/process.h"
 
 namespace Vek::Sensors::HidlWrapper {
@@ -37,7 +38,7 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     explicit HalDeathRecipientImpl(DeathReaction reaction) : reaction_(reaction) {}
 
     void addHandler(ServiceDisconnectHandler handler) {
-        const std::lock_guard lock{mutex_};
+        const OS::LockGuard lock{mutex_};
         handlers_.push_back(handler);
         handlers_.shrink_to_fit();
     }
@@ -45,7 +46,7 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     /// When this returns, no handler is running and none will be called. Called from a handler, it
     /// does not wait: the handlers after that one still run.
     void removeHandlers() {
-        const std::lock_guard lock{mutex_};
+        const OS::LockGuard lock{mutex_};
         handlers_.clear();
     }
 
@@ -56,7 +57,7 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
 
   private:
     void runHandlers(const std::string& process) {
-        const std::lock_guard lock{mutex_};
+        const OS::LockGuard lock{mutex_};
         // A copy: a handler may destroy the recipient, or register another handler. All that were
         // registered before the death run.
         const std::vector<ServiceDisconnectHandler> handlers = handlers_;
@@ -88,10 +89,10 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     }
 
     const DeathReaction reaction_;
-    std::vector<ServiceDisconnectHandler> handlers_;
     /// Held while the handlers run, too, so that who removes them waits. Recursive, because a
     /// handler may destroy the recipient or register another handler.
-    std::recursive_mutex mutex_;
+    OS::RecursiveMutex mutex_;
+    std::vector<ServiceDisconnectHandler> handlers_ VEK_GUARDED_BY(mutex_);
 };
 
 HalDeathRecipient::HalDeathRecipient(

@@ -31,20 +31,20 @@ MotionSensorProvider::MotionSensorProvider(
 MotionSensorProvider::~MotionSensorProvider() {
     std::unique_ptr<HalDeathRecipient> deathRecipient;
     {
-        const std::lock_guard lock{mutex_};
+        const OS::LockGuard lock{mutex_};
         deathRecipient = std::move(deathRecipient_);
     }
     // Its end waits for the handler, which waits for the lock.
 }
 
 void MotionSensorProvider::onDisconnect() {
-    const std::lock_guard lock{mutex_};
+    const OS::LockGuard lock{mutex_};
     hal_ = nullptr;
     deathRecipient_.reset();
 }
 
 MotionSensorMetadata MotionSensorProvider::getSensorInfo() {
-    const std::lock_guard lock{mutex_};
+    const OS::LockGuard lock{mutex_};
     if (hal_ == nullptr) {
         logDeadCall(__PRETTY_FUNCTION__);
         return {};
@@ -62,7 +62,7 @@ MotionSensorMetadata MotionSensorProvider::getSensorInfo() {
 }
 
 std::unique_ptr<IImuSensor> MotionSensorProvider::getImu(uint32_t sensor) {
-    const std::lock_guard lock{mutex_};
+    const OS::LockGuard lock{mutex_};
     if (hal_ == nullptr) {
         logDeadCall(__PRETTY_FUNCTION__);
         return nullptr;
@@ -77,7 +77,7 @@ std::unique_ptr<IImuSensor> MotionSensorProvider::getImu(uint32_t sensor) {
 }
 
 std::unique_ptr<IMagSensor> MotionSensorProvider::getMag(uint32_t sensor) {
-    const std::lock_guard lock{mutex_};
+    const OS::LockGuard lock{mutex_};
     if (hal_ == nullptr) {
         logDeadCall(__PRETTY_FUNCTION__);
         return nullptr;

@@ -6,10 +6,10 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IMotionSensorProvider.h>
 
 #include <memory>
-#include <mutex>
 
 #include "foundation/hal.h"
 #include "foundation/hal_death_recipient.h"
+#include "os/mutex.h"
 
 namespace Vek::Sensors::HidlWrapper {
 
@@ -32,9 +32,10 @@ class MotionSensorProvider : public IMotionSensorProvider {
     void onDisconnect();
 
   private:
-    android::sp<Hidl::IMotionSensorProvider> hal_;
-    std::unique_ptr<HalDeathRecipient> deathRecipient_;
-    std::mutex mutex_;
+    OS::Mutex mutex_;
+    /// Null once the service has died.
+    android::sp<Hidl::IMotionSensorProvider> hal_ VEK_GUARDED_BY(mutex_);
+    std::unique_ptr<HalDeathRecipient> deathRecipient_ VEK_GUARDED_BY(mutex_);
 };
 
 }  // namespace Vek::Sensors::HidlWrapper

@@ -11,7 +11,8 @@
 #include <atomic>
 #include <climits>
 #include <map>
-#include <mutex>
+
+#include "os/mutex.h"
 
 namespace Vek::OS {
 namespace {
@@ -33,25 +34,25 @@ class MappedWords {
     }
 
     void add(const EventFlag* eventFlag, Word* word) {
-        const std::lock_guard lock{mutex_};
+        const LockGuard lock{mutex_};
         words_[eventFlag] = word;
     }
     // Both return null for an event flag that was not made here.
     Word* find(const EventFlag* eventFlag) {
-        const std::lock_guard lock{mutex_};
+        const LockGuard lock{mutex_};
         const auto found = words_.find(eventFlag);
         return found == words_.end() ? nullptr : found->second;
     }
     Word* take(const EventFlag* eventFlag) {
         Word* const word = find(eventFlag);
-        const std::lock_guard lock{mutex_};
+        const LockGuard lock{mutex_};
         words_.erase(eventFlag);
         return word;
     }
 
   private:
-    std::mutex mutex_;
-    std::map<const EventFlag*, Word*> words_;
+    Mutex mutex_;
+    std::map<const EventFlag*, Word*> words_ VEK_GUARDED_BY(mutex_);
 };
 
 /// Null unless the descriptor is of ashmem that holds a word.
