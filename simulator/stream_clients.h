@@ -127,8 +127,6 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
   private:
     using Client = StreamClient<Record>;
     using Base = StreamRegister<Client>;
-    using Base::clients_;
-    using Base::mutex_;
     using typename Base::ClientPointer;
 
     void writeLocked(Client* client, const std::vector<Record>& records);
@@ -149,13 +147,18 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
         }
     }
 
-    void onRelease(Client& client, const char* reason) override {
+  protected:
+    using StreamRegister<StreamClient<Record>>::clients_;
+    using StreamRegister<StreamClient<Record>>::mutex_;
+
+    void onRelease(StreamClient<Record>& client, const char* reason) override {
         ALOGI("%s: %s %s; %llu records written, %llu dropped, %llu reads", this->name().c_str(),
               client.name.c_str(), reason, static_cast<unsigned long long>(client.recordsWritten),
               static_cast<unsigned long long>(client.recordsDropped),
               static_cast<unsigned long long>(client.reads));
     }
 
+  private:
     const std::shared_ptr<Faults> faults_;
     StreamStatistics statistics_;
     std::atomic<bool> isEnding_{false};

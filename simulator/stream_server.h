@@ -1,8 +1,11 @@
 // The stream of one sensor: takes its samples and writes them into the queues of its clients.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,12 +34,18 @@ class StreamServer final : public StreamClients<Record> {
                  std::shared_ptr<Faults> faults, const std::shared_ptr<WorldClock>& clock)
         : StreamClients<Record>(name, std::move(faults)),
           takeSample_(std::move(takeSample)),
+          defaultPlan_(plan),
           isPacedByClients_(clock->isPacedByClients()),
           sampler_(plan, clock, [this](const Batch& batch) { deliver(batch); }) {
         this->onBatchLimit([this](size_t limit) { sampler_.setBatchLimit(limit); });
     }
 
+    /// Holds for all clients until the last process that asked for something has none any more.
     void configure(SamplingPlan plan) {
+        {
+            const std::lock_guard lock{this->mutex_};
+            askers_.insert(callingProcess());
+        }
         ALOGI("%s: %u Hz, %u samples a batch", this->name().c_str(), plan.rate, plan.batchSize);
         sampler_.setPlan(plan);
     }
@@ -51,6 +60,19 @@ class StreamServer final : public StreamClients<Record> {
         StreamStatistics statistics = StreamClients<Record>::statistics();
         statistics.samplesMissed = sampler_.missedSamples();
         return statistics;
+    }
+
+  protected:
+    void onRelease(StreamClient<Record>& client, const char* reason) override {
+        StreamClients<Record>::onRelease(client, reason);
+        const std::lock_guard lock{this->mutex_};
+        const bool isLast =
+            std::none_of(this->clients_.begin(), this->clients_.end(),
+                         [&client](const auto& other) { return other->process == client.process; });
+        if (isLast && askers_.erase(client.process) > 0 && askers_.empty()) {
+            ALOGI("%s: nobody is left who configured it", this->name().c_str());
+            sampler_.setPlan(defaultPlan_);
+        }
     }
 
   private:
@@ -68,6 +90,9 @@ class StreamServer final : public StreamClients<Record> {
     }
 
     const TakeSample takeSample_;
+    const SamplingPlan defaultPlan_;
+    /// The processes that configured it; guarded by the register's lock.
+    std::set<int> askers_;
     const bool isPacedByClients_;
     std::vector<Record> records_;  // of the batch in hand, on the sampler's thread
     Sampler sampler_;              // the last: its thread uses all of the others

@@ -2,10 +2,10 @@
 #include "camera/image_buffers.h"
 
 #include <android-base/unique_fd.h>
-#include <cutils/ashmem.h>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include "owned_handle.h"
 
@@ -24,7 +24,12 @@ ImageBuffers::~ImageBuffers() {
 }
 
 bool ImageBuffers::add(const std::string& name) {
-    const android::base::unique_fd region(ashmem_create_region(name.c_str(), size_));
+    // Not ashmem: its seals are complete, and there is one more to set.
+    const android::base::unique_fd region(
+        memfd_create(name.c_str(), MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (ftruncate(region.get(), static_cast<off_t>(size_)) != 0) {
+        return false;
+    }
     const std::string path = fmt::format("/proc/self/fd/{}", region.get());
     android::hardware::hidl_handle readOnly =
         ownedHandle({open(path.c_str(), O_RDONLY | O_CLOEXEC)});
@@ -35,6 +40,9 @@ bool ImageBuffers::add(const std::string& name) {
     if (pixels == MAP_FAILED) {
         return false;
     }
+    // Whoever has a descriptor of it can open it for writing, and then cannot write all the same.
+    fcntl(region.get(), F_ADD_SEALS,
+          F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_FUTURE_WRITE | F_SEAL_SEAL);
     buffers_.push_back({std::move(readOnly), static_cast<uint8_t*>(pixels)});
     return true;
 }

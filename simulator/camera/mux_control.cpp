@@ -157,22 +157,27 @@ Hal::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
         ALOGW("refused mux mode '%.64s', transition %u", mode.c_str(), transition);
         return Hal::Result::FAILURE;
     }
-    const std::lock_guard lock{mutex_};
-    if (plan->name == state_.muxMode.name.c_str()) {
-        return Hal::Result::SUCCESS;
-    }
+    const std::lock_guard applying{applyMutex_};
     const int64_t since = beginOf(transition, clock_->now());
-    state_ = stateOf(servers_, *plan, state_.header + 1, since);
+    Hal::MuxState state;
+    {
+        const std::lock_guard lock{mutex_};
+        if (plan->name == state_.muxMode.name.c_str()) {
+            return Hal::Result::SUCCESS;
+        }
+        state_ = stateOf(servers_, *plan, state_.header + 1, since);
+        state = state_;
+    }
     ALOGI("mux mode %s", plan->name.c_str());
     // The clients first: they are told before the first frame set that it applies to.
     for (const auto& server : servers_) {
         for (const auto& callback : server->callbacks()) {
             // Of a client that has just died, there is nobody to tell.
-            static_cast<void>(callback->handleCameraConfigUpdate(state_).isOk());
+            static_cast<void>(callback->handleCameraConfigUpdate(state).isOk());
         }
     }
     for (const auto& server : servers_) {
-        server->setMux(state_.header, since, serves(*plan, server->plan().purpose));
+        server->setMux(state.header, since, serves(*plan, server->plan().purpose));
     }
     return Hal::Result::SUCCESS;
 }

@@ -15,8 +15,8 @@ namespace Simulator {
 /// A mode's cycle has two slots, of a frame set at 60 Hz each; cameras of lower rates are used in
 /// the first of them only. A stream whose purpose is not served has no frame sets.
 ///
-/// Threading: any thread. Clients are told under a lock of this object's own, so that a client that
-/// does not listen delays changes of the mode, but no frame set.
+/// Threading: any thread. A client that does not listen delays changes of the mode, but no frame
+/// set and no registration of another client.
 class MuxControl {
   public:
     static constexpr char kFirstMode[] = "mixed-reality";
@@ -37,8 +37,9 @@ class MuxControl {
   private:
     const std::vector<android::sp<FrameSetServer>> servers_;
     const std::shared_ptr<const WorldClock> clock_;
+    std::mutex applyMutex_;  // one change after the other; taken before the other lock
     std::mutex mutex_;
-    Hal::MuxState state_;
+    Hal::MuxState state_;  // guarded by mutex_
 };
 
 }  // namespace Simulator

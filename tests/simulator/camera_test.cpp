@@ -1,8 +1,13 @@
 // The simulated cameras: what they draw, and the account of what they hand out.
+#include <android-base/unique_fd.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <future>
 
 #include "camera/camera_devices.h"
 #include "camera/mux_control.h"
@@ -155,6 +160,43 @@ TEST_F(FrameSetServerTest, StoppedStreamsOfAProcessGiveWayToItsNewOnes) {
     }
     EXPECT_EQ(forgotten[0]->control(StreamCommand::START), Result::BAD_STATE);
     EXPECT_EQ(started.control(StreamCommand::START), Result::IGNORED);
+}
+
+TEST_F(FrameSetServerTest, ImagesCannotBeWrittenByThoseWhoGetThem) {
+    const Hal::CameraStreamMetadata metadata = server_->metadata();
+    const int shared = metadata.cameras[0].buffers[0].pixels->data[0];
+    const android::base::unique_fd writable(
+        open(("/proc/self/fd/" + std::to_string(shared)).c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_TRUE(writable.ok());
+    EXPECT_EQ(mmap(nullptr, 1, PROT_READ | PROT_WRITE, MAP_SHARED, writable.get(), 0), MAP_FAILED);
+    EXPECT_EQ(pwrite(writable.get(), "x", 1, 0), -1);
+}
+
+/// Does not return from its call before it is told to.
+struct StuckCallback : Hal::IFrameConfigCallback {
+    Return<void> handleCameraConfigUpdate(const Hal::MuxState& /*state*/) override {
+        called.set_value();
+        released.get_future().wait();
+        return Void();
+    }
+    std::promise<void> called;
+    std::promise<void> released;
+};
+
+TEST_F(FrameSetServerTest, ClientThatIsStuckHoldsUpNoRegistrationOfAnother) {
+    CameraClientEnd stuck(service_);
+    CameraClientEnd other(service_);
+    EXPECT_EQ(stuck.prepare(), Result::SUCCESS);
+    EXPECT_EQ(other.prepare(), Result::SUCCESS);
+    const android::sp<StuckCallback> callback = new StuckCallback;
+    Hal::MuxState state;
+    EXPECT_EQ(mux_->addCallback(*server_, stuck.identity, callback, &state), Result::SUCCESS);
+    const auto change = std::async(std::launch::async, [&] { mux_->apply("tracking", 1); });
+    callback->called.get_future().wait();
+    EXPECT_EQ(mux_->addCallback(*server_, other.identity, new StuckCallback, &state),
+              Result::SUCCESS);
+    EXPECT_EQ(state.muxMode.name, "tracking");
+    callback->released.set_value();
 }
 
 TEST_F(FrameSetServerTest, WhatCannotBeUsedIsRefused) {

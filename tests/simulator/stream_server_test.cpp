@@ -124,6 +124,18 @@ TEST_F(StreamServerTest, ClientThatDoesNotReadCostsItselfRecordsAndNobodyElse) {
     EXPECT_EQ(statistics.recordsWritten, 1 + reader.queue.availableToRead());
 }
 
+TEST_F(StreamServerTest, ConfigurationEndsWithTheLastStreamOfThoseWhoAskedForIt) {
+    Client first{32};
+    start(first);
+    server_->configure({1000, 16});
+    EXPECT_EQ(control(first, StreamCommand::DISCONNECT), Result::SUCCESS);
+    // Has room for one batch of four, or for one of sixteen that is cut to seven.
+    Client second{7};
+    start(second);
+    EXPECT_TRUE(second.awaitData());
+    EXPECT_EQ(second.queue.availableToRead(), 4U);
+}
+
 TEST(PacedStreamServerTest, WaitsForTheSlowestClientAndDropsNothing) {
     android::sp<StreamServer<Hal::MagData>> server = new StreamServer<Hal::MagData>(
         "mag", SamplingPlan{1000, 2},
