@@ -1,6 +1,12 @@
 // What the commands have in common.
 #include "commands.h"
 
+#include <fmt/format.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "display.h"
 #include "failure.h"
 #include "names.h"

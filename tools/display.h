@@ -1,6 +1,7 @@
 // Blocks of text on standard output, replaced in place on a terminal.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

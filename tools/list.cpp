@@ -1,4 +1,6 @@
 // sensorctl list
+#include <CLI/CLI.hpp>
+
 #include "commands.h"
 #include "failure.h"
 #include "inventory.h"

@@ -1,6 +1,7 @@
 // What was measured of the streams, as a table.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 // Names as people type them: shortened, in any case, misspelt.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>

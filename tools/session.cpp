@@ -1,11 +1,15 @@
 // Opens streams through the public factories and drives them.
 #include "session.h"
 
+#include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <utility>
 
 #include "failure.h"
 #include "measurement_table.h"

@@ -4,6 +4,7 @@
 #include <vek/sensors/stream.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>

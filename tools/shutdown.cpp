@@ -6,6 +6,7 @@
 #include <vek/sensors/service.h>
 
 #include <csignal>
+#include <cstdio>
 
 #include "failure.h"
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using Vek::Sensors::CameraFrame;
 using Vek::Sensors::FrameSet;

@@ -4,7 +4,9 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <cstdint>
 #include <map>
+#include <vector>
 
 #include "camera/camera_names.h"
 #include "camera/mux_state.h"

@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
 
 using namespace Vek::Sensors;

@@ -4,6 +4,11 @@
 #include <vek/sensors/factories.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "camera/camera_access.h"
 #include "camera/camera_names.h"

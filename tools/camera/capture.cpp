@@ -1,8 +1,19 @@
 // sensorctl capture
+#include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "camera/camera_access.h"
 #include "camera/camera_names.h"

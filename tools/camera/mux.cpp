@@ -1,5 +1,10 @@
 // sensorctl mux
+#include <fmt/format.h>
 #include <vek/sensors/factories.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
 
 #include "camera/mux_state.h"
 #include "commands.h"

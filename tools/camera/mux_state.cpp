@@ -5,6 +5,9 @@
 #include <vek/sensors/factories.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 #include "camera/camera_names.h"
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <string>
 
 void addControllerUpdateCommand(CLI::App& controllers);
 void addControllerBuzzCommand(CLI::App& controllers);

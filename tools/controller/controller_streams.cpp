@@ -2,9 +2,13 @@
 #include "stream_kinds.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "controller/controller_access.h"
 #include "controller/controller_fields.h"

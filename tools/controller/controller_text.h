@@ -3,6 +3,7 @@
 
 #include <vek/sensors/controller.h>
 
+#include <cstddef>
 #include <string>
 
 #include "table.h"

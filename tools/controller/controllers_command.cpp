@@ -1,7 +1,9 @@
 // sensorctl controllers
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <memory>
+#include <string>
 
 #include "commands.h"
 #include "controller/controller_access.h"

@@ -2,9 +2,12 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <memory>
+#include <string>
 
 #include "commands.h"
 #include "controller/controller_access.h"

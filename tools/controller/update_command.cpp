@@ -2,11 +2,16 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <utility>
 
 #include "commands.h"
 #include "controller/controller_access.h"

@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <string>
+
 #include "environment/environment_names.h"
 #include "environment/led_table.h"
 #include "environment/light_sensor.h"

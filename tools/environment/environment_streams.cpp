@@ -3,6 +3,10 @@
 
 #include <vek/sensors/factories.h>
 
+#include <cstddef>
+#include <memory>
+#include <vector>
+
 #include "environment/environment_fields.h"
 #include "environment/light_sensor.h"
 #include "failure.h"

@@ -1,6 +1,10 @@
 // sensorctl flicker
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <optional>
+
 #include "commands.h"
 #include "environment/flicker_estimate.h"
 #include "environment/light_sensor.h"

@@ -2,7 +2,15 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <CLI/CLI.hpp>
 #include <charconv>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
 
 #include "commands.h"
 #include "environment/environment_names.h"

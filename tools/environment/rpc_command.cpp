@@ -2,8 +2,16 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <CLI/CLI.hpp>
+#include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "commands.h"
 #include "environment/environment_names.h"

@@ -2,7 +2,12 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <CLI/CLI.hpp>
+#include <cstdint>
 #include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "commands.h"
 #include "environment/environment_names.h"

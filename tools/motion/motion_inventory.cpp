@@ -5,6 +5,7 @@
 #include <vek/sensors/factories.h>
 
 #include <optional>
+#include <string>
 
 using namespace Vek::Sensors;
 

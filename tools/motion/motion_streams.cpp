@@ -1,9 +1,15 @@
 // Opens the motion streams through the public factories.
 #include "stream_kinds.h"
 
+#include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "failure.h"
 #include "motion/motion_fields.h"
