@@ -67,6 +67,7 @@ namespace {
 
 int runWhen(bool isReady) {
     if (!isReady || !TestSupport::sendNotice("ready")) return 1;
+    android::hardware::configureRpcThreadpool(1, true);
     android::hardware::joinRpcThreadpool();
 }
 

@@ -11,12 +11,15 @@
 namespace android::hardware {
 
 /**
- * Kept for the programs that call it. The pool grows as calls need it: a fixed number
- * of threads would deadlock on calls that nest deeper.
+ * Says how many HIDL threads the process may have. That counts as on the device (see
+ * details::isAsOnDevice) only; otherwise the pool grows as calls need it, for a fixed number of
+ * threads would deadlock on calls that nest deeper.
+ * @param maxThreads from 1
+ * @param callerWillJoin whether one of them will be the caller's
  */
-inline void configureRpcThreadpool(size_t /*maxThreads*/, bool /*callerWillJoin*/) {}
+void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
 
-/** Serves calls on this thread; never returns. */
+/** Serves calls on this thread; never returns. Ends a process that has configured no threads. */
 [[noreturn]] void joinRpcThreadpool();
 
 /** Whether both are the same object, be they proxies or not. Null equals null. */

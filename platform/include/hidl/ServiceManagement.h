@@ -21,9 +21,21 @@ namespace details {
 Return<bool> canCastInterface(hidl::base::V1_0::IBase* interface, const char* interfaceName,
                               bool emitError = false);
 
-/** The registered service, as itself if it is of this process; null at once if there is none. */
+/**
+ * Whether the environment variable MORIAK_HIDL_AS_ON_DEVICE is set and not "0". Then a process has
+ * one HIDL thread unless it configures more, and `getService` waits for a service that is not
+ * there, as a device does for each service that its manifest declares, with a line in the log each
+ * second.
+ */
+bool isAsOnDevice();
+
+/**
+ * The registered service, as itself if it is of this process.
+ * @param mayWait as on the device, waits for it
+ * @return null, else at once, if there is none
+ */
 sp<hidl::base::V1_0::IBase> getRawService(const std::string& interfaceName,
-                                          const std::string& instance);
+                                          const std::string& instance, bool mayWait = false);
 
 /**
  * Offers the service under `instance`, for each interface that it implements, for as
@@ -46,13 +58,13 @@ Return<sp<IChild>> castInterface(const sp<IParent>& parent, const char* childNam
 }
 
 /**
- * Nothing starts services on demand here, so a lookup never waits. Neither are there
- * passthrough services: `getStub` finds nothing.
+ * There are no passthrough services here: `getStub` finds nothing.
+ * @param retry whether this is a getService, not a tryGetService
  */
 template <typename BpType, typename IType = typename BpType::Pure>
-sp<IType> getServiceInternal(const std::string& instance, bool /* retry */, bool getStub) {
+sp<IType> getServiceInternal(const std::string& instance, bool retry, bool getStub) {
     if (getStub) return nullptr;
-    const sp<hidl::base::V1_0::IBase> base = getRawService(IType::descriptor, instance);
+    const sp<hidl::base::V1_0::IBase> base = getRawService(IType::descriptor, instance, retry);
     if (base == nullptr) return nullptr;
     if (base->isRemote()) return new BpType(toBinder(base));
     return dynamic_cast<IType*>(base.get());

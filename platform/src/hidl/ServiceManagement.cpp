@@ -9,7 +9,11 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "transport/Endpoint.h"
@@ -46,8 +50,18 @@ Return<bool> details::canCastInterface(IBase* interface, const char* interfaceNa
     return details::StatusOf<void, bool>(asked);
 }
 
-sp<IBase> details::getRawService(const std::string& interfaceName, const std::string& instance) {
-    if (!Registry::isValidInstance(instance)) return nullptr;
+bool details::isAsOnDevice() {
+    static const bool isSet = [] {
+        const char* const value = secure_getenv("MORIAK_HIDL_AS_ON_DEVICE");
+        return value != nullptr && *value != '\0' && std::strcmp(value, "0") != 0;
+    }();
+    return isSet;
+}
+
+namespace {
+
+sp<IBase> lookUp(const std::string& interfaceName, const std::string& instance) {
+    using namespace details;
     const std::string name = serviceName(interfaceName, instance);
     // Twice, for a connection may turn out to be to a process that has just died while a
     // new one has taken its place.
@@ -70,6 +84,24 @@ sp<IBase> details::getRawService(const std::string& interfaceName, const std::st
         return fromBinder<IBase, BpHwBase, hidl::base::V1_0::BnHwBase>(service);
     }
     return nullptr;
+}
+
+}  // namespace
+
+sp<IBase> details::getRawService(const std::string& interfaceName, const std::string& instance,
+                                 bool mayWait) {
+    if (!Registry::isValidInstance(instance)) return nullptr;
+    if (!mayWait || !isAsOnDevice()) return lookUp(interfaceName, instance);
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point nextLine = Clock::now() + std::chrono::seconds(1);
+    while (true) {
+        if (sp<IBase> service = lookUp(interfaceName, instance)) return service;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (Clock::now() < nextLine) continue;
+        ALOGW("Waited one second for %s/%s. Waiting another...", interfaceName.c_str(),
+              instance.c_str());
+        nextLine += std::chrono::seconds(1);
+    }
 }
 
 status_t details::registerAsServiceInternal(const sp<IBase>& service, const std::string& instance) {

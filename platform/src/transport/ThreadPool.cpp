@@ -3,6 +3,7 @@
 
 #include "transport/ThreadPool.h"
 
+#include <hidl/ServiceManagement.h>
 #include <log/log.h>
 #include <pthread.h>
 #include <sys/epoll.h>
@@ -37,6 +38,7 @@ ThreadPool::ThreadPool()
     : events_(epoll_create1(EPOLL_CLOEXEC)),
       taskPosted_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)),
+      maxThreads_(isAsOnDevice() ? 2 : kMaxThreads),
       lastName_(kTimer) {
     LOG_ALWAYS_FATAL_IF(!events_.ok() || !taskPosted_.ok() || !timer_.ok(),
                         "no descriptors for the HIDL threads");
@@ -107,7 +109,7 @@ void ThreadPool::postLater(std::function<void()> task) {
 
 bool ThreadPool::startThreadIfNoneWaits() {
     if (waitingThreads_ > 0) return true;
-    if (threads_ >= kMaxThreads) return false;
+    if (threads_ >= maxThreads_) return false;
     try {
         std::thread([this] {
             pthread_setname_np(pthread_self(), "HIDL:pool");
@@ -121,9 +123,15 @@ bool ThreadPool::startThreadIfNoneWaits() {
     return true;
 }
 
+void ThreadPool::setMaxBusyThreads(size_t count) {
+    const MutexLock lock(mutex_);
+    maxThreads_ = std::min(count, kMaxThreads) + 1;
+}
+
 void ThreadPool::join() {
     {
         const MutexLock lock(mutex_);
+        ++maxThreads_;
         ++threads_;
         ++waitingThreads_;
     }

@@ -32,8 +32,8 @@ class Readable {
 /**
  * All threads wait in one place for whatever comes, and there is always one more that does: as
  * soon as the last one has something to do, another is started, because what it does may wait for
- * what comes next. If none can be started, or there are kMaxThreads, the last one reads and leaves
- * the tasks to those that come back. Threads that find nothing to do for a while end.
+ * what comes next. If none can be started, or there are as many as may be, the last one reads and
+ * leaves the tasks to those that come back. Threads that find nothing to do for a while end.
  *
  * Threading: every method may be called from any thread.
  */
@@ -51,6 +51,9 @@ class ThreadPool {
     void post(std::function<void()> task);
     /** Runs the task in some 10 ms, when others that came meanwhile are run, too. */
     void postLater(std::function<void()> task);
+
+    /** So many may be busy at once, beside those that join. As on the device, one until this. */
+    void setMaxBusyThreads(size_t count);
 
     /** Makes the calling thread one of the pool, for good. */
     [[noreturn]] void join();
@@ -88,6 +91,8 @@ class ThreadPool {
     const unique_fd timer_;
 
     Mutex mutex_;
+    /** One more than may be busy, for one reads. */
+    size_t maxThreads_ GUARDED_BY(mutex_);
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t waitingThreads_ GUARDED_BY(mutex_) = 0;
     std::deque<std::function<void()>> tasks_ GUARDED_BY(mutex_);
