@@ -68,7 +68,7 @@ class Sampler {
     using Role = WorldClock::Role;
 
     /// How far behind a sensor that keeps its samples until they are fetched can be.
-    static constexpr std::chrono::milliseconds kFifo{500};
+    static constexpr std::chrono::milliseconds kFifo{2000};
 
     /// @param fifo what lies further behind when the thread gets to run is lost
     Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
