@@ -204,10 +204,13 @@ class Campaign {
         most = {now.descriptors, std::min(most.threads, now.threads), now.mappings};
     }
 
+    /// Of processes; the one for commands to the service stays where a service was killed, and the
+    /// next one takes its place.
     size_t countSockets() const {
         size_t count = 0;
         for (const auto& entry : std::filesystem::directory_iterator(directory_.path())) {
-            count += is_socket(entry.symlink_status()) ? 1 : 0;
+            const bool isForCommands = entry.path().filename() == "simulator-control";
+            count += is_socket(entry.symlink_status()) && !isForCommands ? 1 : 0;
         }
         return count;
     }

@@ -137,7 +137,17 @@ class DescriptorLimit {
     rlimit before_{};
 };
 
+#if defined(__has_feature)
+#if __has_feature(undefined_behavior_sanitizer)
+#define MORIAK_LOOKS_AT_MEMORY_THROUGH_A_PIPE
+#endif
+#endif
+
 TEST_F(CallsTest, DescriptorsThatCannotBeTakenFailTheirCallAlone) {
+#ifdef MORIAK_LOOKS_AT_MEMORY_THROUGH_A_PIPE
+    GTEST_SKIP() << "the sanitizer takes healthy objects for broken ones without a descriptor";
+#endif
+
     const auto isTaken = [this](int fd) {
         hidl_handle handle;
         native_handle_t* const native = native_handle_create(1, 0);
