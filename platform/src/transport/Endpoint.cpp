@@ -100,22 +100,22 @@ std::string Endpoint::socketName() const {
 
 status_t Endpoint::listen() {
     if (ThreadPool::isInherited()) return INVALID_OPERATION;
+    if (!socketName().empty()) return OK;
+    std::optional<Registry> registry = Registry::open(Registry::Mode::kCreate);
+    if (!registry) return PERMISSION_DENIED;
     status_t status = OK;
     {
         const MutexLock lock(mutex_);
-        if (!listener_.ok()) status = listenLocked();
+        if (!listener_.ok()) status = listenLocked(*registry);
     }
     if (status != OK) ALOGE("cannot open the process's socket: %s", std::strerror(-status));
     return status;
 }
 
-status_t Endpoint::listenLocked() {
-    std::optional<Registry> registry = Registry::open(Registry::Mode::kCreate);
-    if (!registry) return PERMISSION_DENIED;
-    registry->removeDeadSockets();
-
+status_t Endpoint::listenLocked(Registry& registry) {
+    registry.removeDeadSockets();
     std::string name = Registry::newSocketName();
-    const std::optional<sockaddr_un> address = addressOf(*registry, name);
+    const std::optional<sockaddr_un> address = addressOf(registry, name);
     unique_fd listener = newSocket(SOCK_NONBLOCK);
     if (!address || !listener.ok() ||
         bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) != 0 ||
@@ -124,7 +124,7 @@ status_t Endpoint::listenLocked() {
     }
     const uint64_t watchName = ThreadPool::self().add(listener.get(), weak_from_this());
     if (watchName == 0) {
-        registry->removeSocket(name);
+        registry.removeSocket(name);
         return NO_MEMORY;
     }
     socketName_ = std::move(name);
@@ -190,9 +190,10 @@ std::shared_ptr<Connection> Endpoint::start(unique_fd socket, bool isOwn) {
         return nullptr;
     }
     bool isNews = false;
+    bool hasRoom = false;
     {
         const MutexLock lock(mutex_);
-        bool hasRoom = hasRoomForLocked(peer.pid);
+        hasRoom = hasRoomForLocked(peer.pid);
         if (!hasRoom) {
             // Who has inherited a socket or was sent it may keep it when its process is gone.
             for (const auto& [connection, isSpare] : connections_) {
@@ -202,16 +203,20 @@ std::shared_ptr<Connection> Endpoint::start(unique_fd socket, bool isOwn) {
         }
         if (hasRoom) {
             auto connection = Connection::start(std::move(socket), peer, services_, *this);
-            if (connection == nullptr) return nullptr;
-            const bool isSecond = connecting_.count(peer.pid) != 0 && getpid() < peer.pid;
-            connections_.push_back({connection, isOwn || isSecond});
-            changed_.notify_all();
-            return connection;
+            if (connection != nullptr) {
+                const bool isSecond = connecting_.count(peer.pid) != 0 && getpid() < peer.pid;
+                connections_.push_back({connection, isOwn || isSecond});
+                changed_.notify_all();
+                return connection;
+            }
         }
         // Once for all that one process tries in a row.
         isNews = std::exchange(lastRefused_, peer.pid) != peer.pid;
     }
-    if (isNews) logOfPeer("refused process %d: there are too many connections", peer.pid);
+    if (isNews) {
+        logOfPeer("refused process %d: %s", peer.pid,
+                  hasRoom ? "no HIDL thread can wait for it" : "there are too many connections");
+    }
     return nullptr;
 }
 

@@ -98,7 +98,7 @@ class Endpoint final : public Readable,
     };
 
     Endpoint();
-    status_t listenLocked() REQUIRES(mutex_);
+    status_t listenLocked(Registry& registry) REQUIRES(mutex_);
     std::shared_ptr<Connection> findLocked(int process) const REQUIRES(mutex_);
     std::shared_ptr<Connection> connect(const Registry& registry, const std::string& socketName);
     /** @param isOwn whether this process connected. @return null if it is refused */

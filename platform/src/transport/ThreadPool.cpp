@@ -58,16 +58,12 @@ bool ThreadPool::control(int operation, int fd, uint32_t events, uint64_t name) 
 // Descriptors
 
 uint64_t ThreadPool::add(int fd, const std::weak_ptr<Readable>& readable) {
-    {
-        const MutexLock lock(mutex_);
-        if (control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_ + 1)) {
-            readables_[++lastName_] = readable;
-            if (threads_ > 0 || startThreadIfNoneWaits()) return lastName_;
-            control(EPOLL_CTL_DEL, fd, 0, 0);
-            readables_.erase(lastName_);
-        }
-    }
-    ALOGE("no HIDL thread can wait for a descriptor: %s", std::strerror(errno));
+    const MutexLock lock(mutex_);
+    if (!control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_ + 1)) return 0;
+    readables_[++lastName_] = readable;
+    if (threads_ > 0 || startThreadIfNoneWaits()) return lastName_;
+    control(EPOLL_CTL_DEL, fd, 0, 0);
+    readables_.erase(lastName_);
     return 0;
 }
 
@@ -128,12 +124,18 @@ void ThreadPool::setMaxBusyThreads(size_t count) {
     maxThreads_ = std::min(count, kMaxThreads) + 1;
 }
 
+bool ThreadPool::mayGoOn() {
+    // The only one has nobody to leave it to.
+    return startThreadIfNoneWaits() || threads_ == 1;
+}
+
 void ThreadPool::join() {
     {
         const MutexLock lock(mutex_);
         ++maxThreads_;
         ++threads_;
         ++waitingThreads_;
+        reserve_ = 2;
     }
     while (true) run(false);
 }
@@ -148,7 +150,7 @@ void ThreadPool::run(bool mayEnd) {
         epoll_event event{};
         const int count = epoll_wait(events_.get(), &event, 1, timeoutMs);
         mutex_.lock();
-        if (count == 0 && mayEnd && (waitingThreads_ > 1 || isIdle())) {
+        if (count == 0 && mayEnd && (waitingThreads_ > reserve_ || isIdle())) {
             --waitingThreads_;
             --threads_;
             return;
@@ -159,7 +161,7 @@ void ThreadPool::run(bool mayEnd) {
             laterTasks_.clear();
         } else if (event.data.u64 != kTaskPosted) {
             --waitingThreads_;
-            const bool mayServe = startThreadIfNoneWaits();
+            const bool mayServe = mayGoOn();
             handle(event.data.u64, event.events, mayServe);
             ++waitingThreads_;
         }
@@ -169,7 +171,7 @@ void ThreadPool::run(bool mayEnd) {
 void ThreadPool::runTasks() {
     while (!tasks_.empty()) {
         --waitingThreads_;
-        if (startThreadIfNoneWaits()) {
+        if (mayGoOn()) {
             std::function<void()> task = std::move(tasks_.front());
             tasks_.pop_front();
             // Writes that nobody had seen yet came as one event.

@@ -79,6 +79,8 @@ class ThreadPool {
     }
     /** @return false if none waits nevertheless */
     bool startThreadIfNoneWaits() REQUIRES(mutex_);
+    /** Whether a thread that does not wait any more may do what can take long. */
+    bool mayGoOn() REQUIRES(mutex_);
     void run(bool mayEnd);
     /** As long as another thread waits. */
     void runTasks() REQUIRES(mutex_);
@@ -95,6 +97,8 @@ class ThreadPool {
     size_t maxThreads_ GUARDED_BY(mutex_);
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t waitingThreads_ GUARDED_BY(mutex_) = 0;
+    /** So many wait that none ends: where programs join, one more, for want of another later. */
+    size_t reserve_ GUARDED_BY(mutex_) = 1;
     std::deque<std::function<void()>> tasks_ GUARDED_BY(mutex_);
     std::vector<std::function<void()>> laterTasks_ GUARDED_BY(mutex_);
     uint64_t lastName_ GUARDED_BY(mutex_);
