@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <system_error>
 
 #include "recording/error.h"
 #include "recording/geometry.h"
@@ -21,6 +22,8 @@ constexpr char kEquidistant[] = "equidistant";
 
 /// Images of more pixels a side are no camera's.
 constexpr uint32_t kMostPixels = 65'536;
+
+constexpr uintmax_t kLargestYaml = 1 << 20;
 
 /// In YAML's flow form, each number as it reads back to the bit.
 template <typename Numbers>
@@ -49,6 +52,10 @@ std::string quoted(const std::string& text) {
 class YamlFile {
   public:
     explicit YamlFile(const std::filesystem::path& path) : path_(path) {
+        std::error_code error;
+        if (std::filesystem::file_size(path, error) > kLargestYaml || error) {
+            throw Error(path.string() + ": " + (error ? error.message() : "is too large"));
+        }
         try {
             root_ = YAML::LoadFile(path.string());
         } catch (const YAML::ParserException& error) {

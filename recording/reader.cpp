@@ -146,7 +146,8 @@ void Reader::findStreams() {
             throw Error(fmt::format("{}: \"{}\" is no name of a stream",
                                     (directory_ / kDescriptionFile).string(), name.substr(0, 80)));
         }
-        streams_.push_back({name, directory_ / kStreamsDirectory / (name + ".csv")});
+        streams_.push_back({name, directory_ / kStreamsDirectory / (name + ".csv"),
+                            valueOf(stream, "frameSetsLeftOut", uint64_t{0})});
     }
     for (const EurocView& view : eurocViews()) {
         const fs::path file = directory_ / kEurocDirectory / view.directory / "data.csv";

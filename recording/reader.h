@@ -38,6 +38,8 @@ struct StreamInfo {
     std::string name;
     /// Absolute.
     std::filesystem::path file;
+    /// That the disk was too slow for, of a camera's stream.
+    uint64_t frameSetsLeftOut = 0;
 };
 
 /// The images of one camera in one stream.

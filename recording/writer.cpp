@@ -45,9 +45,17 @@ Json clocks() {
             {"boottime_ns", nanoseconds(CLOCK_BOOTTIME)}};
 }
 
-/// Whether all that is in the directory may be a recording's.
+/// Whether the directory holds a recording of ours and nothing else.
 bool isRecording(const fs::path& directory) {
-    return fs::exists(directory / kDescriptionFile) || fs::exists(directory / kEurocDirectory);
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(directory, error)) {
+        const fs::path name = entry.path().filename();
+        if (name != kDescriptionFile && name != kStreamsDirectory && name != kEurocDirectory &&
+            name != kKalibrDirectory) {
+            return false;
+        }
+    }
+    return !error && fs::exists(directory / kDescriptionFile, error);
 }
 
 void makeDirectories(const fs::path& path) {
@@ -177,7 +185,7 @@ Writer::Writer(fs::path directory, Plan plan, bool isReplacing)
                     "that is asked for");
     }
     if (!isRecording(directory_)) {
-        throw Error(directory_.string() + ": is not empty, and no recording: it is not replaced");
+        throw Error(directory_.string() + ": has other files than a recording: it is not replaced");
     }
     old_ = fs::path((directory_ / "").parent_path()) += fmt::format(".old-{}", getpid());
 }

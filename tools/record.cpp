@@ -1,6 +1,7 @@
 // sensorctl record
 #include <filesystem>
 
+#include "camera/mux_state_log.h"
 #include "commands.h"
 #include "display.h"
 #include "failure.h"
@@ -42,6 +43,9 @@ std::string progressLine(double seconds, const Recording::Recorder::Progress& pr
 
 std::unique_ptr<Recording::Recorder> makeRecorder(const RecordOptions& options, Session& session) {
     Recording::Plan plan = session.plan();
+    if (!plan.cameras.empty()) {
+        plan.streams.push_back({MuxStateLog::kStream, MuxStateLog::titles()});
+    }
     const Inventory inventory = takeInventory();
     for (const auto& [name, table] : inventory.tables()) {
         plan.inventory[name] = table.rows();
@@ -67,6 +71,10 @@ Received receive(const RecordOptions& options, std::unique_ptr<Recording::Record
     Display display;
     const auto begin = std::chrono::steady_clock::now();
     session.start();
+    std::optional<MuxStateLog> muxStates;
+    if (!recorder->plan().cameras.empty()) {
+        muxStates.emplace(*recorder, recorder->plan().streams.size() - 1);
+    }
     constexpr std::chrono::milliseconds kProgressInterval{500};
     while (session.receiveUntil(std::chrono::steady_clock::now() + kProgressInterval)) {
         recorder->check();

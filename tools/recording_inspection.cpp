@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "recording/layout.h"
@@ -84,24 +83,9 @@ class Inspector {
         StreamReport report;
         report.name = stream.name;
         report.bytes = sizeOf(stream.file);
-        report.frameSetsLeftOut = leftOutOf(stream.name);
+        report.frameSetsLeftOut = stream.frameSetsLeftOut;
         guard([&] { readRows(stream, report); });
         return report;
-    }
-
-    uint64_t leftOutOf(const std::string& name) const {
-        const nlohmann::json& description = recording_.description();
-        if (!description.is_object() || !description.contains("streams")) {
-            return 0;
-        }
-        for (const nlohmann::json& stream : description["streams"]) {
-            if (stream.value("name", "") == name) {
-                const auto count = stream.find("frameSetsLeftOut");
-                return count != stream.end() && count->is_number_unsigned() ? count->get<uint64_t>()
-                                                                            : 0;
-            }
-        }
-        return 0;
     }
 
     void readRows(const Recording::StreamInfo& stream, StreamReport& report) {

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -223,13 +224,16 @@ Diagrams readStream(const Recording::Reader& recording, const Recording::StreamI
     return diagrams;
 }
 
-/// A text for gnuplot's double quotation marks.
+/// A text as gnuplot takes it literally: in double quotation marks, or on a line of its own, what a
+/// file says could be a command.
 std::string inQuotes(const std::string& text) {
-    std::string words = "\"";
+    std::string words = "'";
     for (const char c : text) {
-        words += c == '"' || c == '\\' ? std::string("'") : std::string(1, c);
+        words += c == '\''
+                     ? "''"
+                     : std::string(1, std::iscntrl(static_cast<unsigned char>(c)) != 0 ? '?' : c);
     }
-    return words + "\"";
+    return words + "'";
 }
 
 class Script {
