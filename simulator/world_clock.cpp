@@ -30,7 +30,6 @@ Time WorldClock::now() const {
     if (!isPacedByClients()) {
         return start_ + scaled(std::chrono::steady_clock::now() - start_, speed_);
     }
-    const std::lock_guard lock{mutex_};
     return now_;
 }
 
@@ -76,7 +75,6 @@ bool WorldClock::isLedLocked() const {
 }
 
 Time WorldClock::beginning() const {
-    const std::lock_guard lock{mutex_};
     return beginning_;
 }
 
@@ -87,7 +85,7 @@ bool WorldClock::awaitTurn(SamplerId sampler, Time due, Role role,
     changed_.notify_all();
     while (!isCancelled()) {
         if (isItsTurnLocked(sampler)) {
-            now_ = std::max(now_, due);
+            now_ = std::max(now_.load(), due);
             return true;
         }
         changed_.wait(lock);
@@ -104,7 +102,7 @@ void WorldClock::leave(SamplerId sampler) {
 void WorldClock::leaveLocked(SamplerId sampler) {
     if (turns_.erase(sampler) > 0) {
         if (!isLedLocked()) {
-            beginning_ = now_;
+            beginning_ = now_.load();
         }
         changed_.notify_all();
     }

@@ -1,6 +1,7 @@
 // The time of the simulated world.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -87,12 +88,14 @@ class WorldClock {
 
     const double speed_;
     const Time start_;
+    // Written under the lock, and read without it: those who ask may hold locks that are taken
+    // under it.
+    std::atomic<Time> now_;
+    std::atomic<Time> beginning_;
     mutable std::mutex mutex_;  // guards everything below
     std::condition_variable changed_;
     SamplerId lastId_ = 0;
     std::map<SamplerId, Turn> turns_;
-    Time now_;
-    Time beginning_;
 };
 
 }  // namespace Simulator

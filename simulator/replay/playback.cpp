@@ -92,8 +92,11 @@ Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldC
     playback.faults = faults;
     std::vector<std::string> names = options.streams;
     if (names.empty()) {
+        // What is not served by the HAL, such as the states of the mux, is for people alone.
         for (const Recording::StreamInfo& stream : playback.recording->streams()) {
-            names.push_back(stream.name);
+            if (surveys().count(stream.name) > 0) {
+                names.push_back(stream.name);
+            }
         }
         if (playback.recording->isPlainEuroc() && !playback.recording->cameras().empty()) {
             names.emplace_back(kEurocCameras);

@@ -81,6 +81,9 @@ std::vector<std::string> playing(const fs::path& recording) {
     return options;
 }
 
+/// Of the service's own doing, not of the cameras'.
+constexpr char kNotPlayed[] = "mux-states.csv";
+
 using ReplayTest = EndToEndTest;
 
 TEST_F(ReplayTest, RecordedAgainARecordingIsTheSameRecordByRecordAndPixelByPixel) {
@@ -96,8 +99,9 @@ TEST_F(ReplayTest, RecordedAgainARecordingIsTheSameRecordByRecordAndPixelByPixel
         });
     }
     const Simulator player(playing(first));
-    record(second, kStreams,
-           [&](const fs::path& stream) { return linesOf(first / "streams" / stream).size(); });
+    record(second, kStreams, [&](const fs::path& stream) {
+        return stream == kNotPlayed ? 0 : linesOf(first / "streams" / stream).size();
+    });
 
     size_t images = 0;
     for (const auto& entry : fs::recursive_directory_iterator(first)) {
@@ -105,7 +109,8 @@ TEST_F(ReplayTest, RecordedAgainARecordingIsTheSameRecordByRecordAndPixelByPixel
         if (entry.path().extension() == ".png") {
             ++images;
             EXPECT_EQ(contentOf(entry.path()), contentOf(second / name)) << name;
-        } else if (*name.begin() == "streams" && entry.is_regular_file()) {
+        } else if (*name.begin() == "streams" && entry.is_regular_file() &&
+                   name.filename() != kNotPlayed) {
             EXPECT_EQ(recordsOf(entry.path()), recordsOf(second / name)) << name;
         }
     }

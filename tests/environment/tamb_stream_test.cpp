@@ -1,6 +1,7 @@
 // KivraRpc against a service of this process.
 #include "environment/tamb_stream.h"
 
+#include <atomic>
 #include <future>
 
 #include "support/captured_log.h"
@@ -143,11 +144,10 @@ TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
     CapturedLog log;  // of the send that comes when no client is registered any more
     stream.registerKivraRpcClient("CMS", {});
     held.wait();
-    std::future<void> other;
+    std::atomic<bool> isFirst{true};
     service->on<&Hidl::ITambril::sendMessage>([&](auto&&...) {
-        if (!other.valid()) {
-            other = sending();
-            other.wait();
+        if (isFirst.exchange(false)) {
+            sending().wait();
         }
         return Hidl::Result::SUCCESS;
     });
