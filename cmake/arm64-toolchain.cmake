@@ -16,8 +16,6 @@ if(NOT EXISTS ${MORIAK_ARM64_SYSROOT}/usr/include/aarch64-linux-gnu)
 endif()
 set(CMAKE_SYSROOT ${MORIAK_ARM64_SYSROOT})
 set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
-# Found in the tree, so that CMake would not know it for what the compiler searches by itself.
-set(CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES ${CMAKE_SYSROOT}/usr/include)
 # Programs, hidl-gen first of all, are this machine's; all else is the tree's.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
