@@ -184,8 +184,9 @@ class FieldList {
                 }
             }
             if (!shown.empty()) {
-                text += (text.empty() ? "" : "  ") + field.label + (field.label.empty() ? "" : " ") +
-                        shown + (field.unit.empty() || field.words ? "" : " " + field.unit);
+                text += (text.empty() ? "" : "  ") + field.label +
+                        (field.label.empty() ? "" : " ") + shown +
+                        (field.unit.empty() || field.words ? "" : " " + field.unit);
             }
         }
         return text;
