@@ -88,6 +88,8 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
 
   private:
     void take(const KivraRpcMessage& message) {
+        // Those of one registration arrive one after the other, but beside the last of an earlier.
+        const std::lock_guard lock(mutex_);
         const uint32_t number = message.header.procedure;
         const auto sequence = static_cast<int64_t>(message.header.sequence);
         int64_t& last = lastSequence_.at(static_cast<uint64_t>(message.address) - kLeft);
@@ -98,7 +100,8 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
                    message.address == ControllerAddr{kLeft + number % 2} &&
                    message.payload == payloadOf(number)) {
             ++times_[number];
-            change(number % kThreads, -1);
+            open_.at(number % kThreads) -= 1;
+            changed_.notify_all();
         } else {
             ++damaged;
         }
@@ -115,7 +118,7 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
 
     std::vector<std::thread> threads_;
     std::vector<uint8_t> times_;
-    std::array<int64_t, 2> lastSequence_{-1, -1};  // messages arrive one after the other
+    std::array<int64_t, 2> lastSequence_{-1, -1};
     std::mutex mutex_;
     std::condition_variable changed_;
     std::array<int64_t, kThreads> open_{};

@@ -66,8 +66,9 @@ inline constexpr size_t kKivraRpcMaxPayloadSize = 8192;
 /// - return soon: the messages after it wait for it, at the service too;
 /// - not throw: nobody catches the exception, and the process ends;
 /// - not register or unregister; it may send.
-/// A message that is on its way may still arrive after unregisterKivraRpcClient has returned, so
-/// what the function captures must live until the process ends or the service has died.
+/// A message that is on its way may still arrive after unregisterKivraRpcClient has returned,
+/// beside the first ones of a registration that follows; and what the function captures must live
+/// until the process ends or the service has died.
 ///
 /// A call that cannot be delivered ends the process. Destroying the stream does not unregister the
 /// client at the service: unregister first.
