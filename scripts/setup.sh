@@ -19,6 +19,8 @@ packages=(
     libpng-dev            # camera images of captures and recordings
     nlohmann-json3-dev    # JSON output of sensorctl, descriptions of recordings
     libyaml-cpp-dev       # sensor.yaml of EuRoC data sets, figures of simulated sensors
+    pybind11-dev          # the Python module
+    python3-dev python3-numpy python3-pytest
     libgtest-dev libgmock-dev
     libbenchmark-dev      # timing of the data paths in bench
     valgrind              # instruction counts of the data paths in bench
