@@ -58,6 +58,8 @@ add_library(moriak_hal ALIAS moriak_platform)
 add_library(Moriak::hal ALIAS moriak_platform)
 if(MORIAK_DEVICE_HAL_INCLUDE_DIR)
     set(hal_include_dir ${MORIAK_DEVICE_HAL_INCLUDE_DIR})
+    file(GLOB sensors_headers CONFIGURE_DEPENDS
+        ${hal_include_dir}/vendor/zelvan/hardware/sensors/1.0/*.h)
 else()
     include(HidlPackage)
     set(hal_include_dir ${CMAKE_BINARY_DIR}/hidl)
@@ -76,6 +78,10 @@ else()
         DEPENDS ${base_headers} ${manager_headers} ${sensors_headers})
     add_dependencies(moriak_platform device_hidl_headers)
 endif()
+include(HidlTables)
+moriak_hidl_tables(moriak_hal_tables
+    PACKAGE vendor.zelvan.hardware.sensors@1.0
+    INCLUDE_DIR ${hal_include_dir} FILES ${sensors_headers})
 target_include_directories(moriak_platform SYSTEM INTERFACE
     $<BUILD_INTERFACE:${hal_include_dir}>
     "$<BUILD_INTERFACE:${MORIAK_DEVICE_INCLUDE_DIRS}>"

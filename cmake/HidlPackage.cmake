@@ -73,37 +73,3 @@ function(moriak_hidl_generate language out_var)
         VERBATIM)
     set(${out_var} ${outputs} PARENT_SCOPE)
 endfunction()
-
-# moriak_hidl_tables(<target> PACKAGE <name@version> FILES <what moriak_hidl_package gave>)
-#
-# Declares a library of headers that say what is in the package: `methods.h` and `fields.h` in the
-# package's directory. They are for the host's programs and proofs, and not installed.
-find_program(AWK awk REQUIRED)
-function(moriak_hidl_tables target)
-    cmake_parse_arguments(ARG "" "PACKAGE" "FILES" ${ARGN})
-    set(script ${PROJECT_SOURCE_DIR}/cmake/hal-tables.awk)
-    set(methods_from ${ARG_FILES})
-    list(FILTER methods_from INCLUDE REGEX "/I[^/]*[.]h$")
-    list(FILTER methods_from EXCLUDE REGEX "/IHw[^/]*$")
-    set(fields_from ${ARG_FILES})
-    list(FILTER fields_from INCLUDE REGEX "/types[.]h$")
-
-    list(GET fields_from 0 types)
-    get_filename_component(directory ${types} DIRECTORY)
-    string(REPLACE ${CMAKE_BINARY_DIR}/hidl ${CMAKE_BINARY_DIR}/hidl_tables directory ${directory})
-    file(MAKE_DIRECTORY ${directory})
-    foreach(table methods fields)
-        add_custom_command(
-            OUTPUT ${directory}/${table}.h
-            COMMAND ${AWK} -v package=${ARG_PACKAGE} -v table=${table} -f ${script}
-                    ${${table}_from} > ${directory}/${table}.h
-            DEPENDS ${script} ${${table}_from}
-            COMMENT "Making the table of ${table} of ${ARG_PACKAGE}"
-            VERBATIM)
-    endforeach()
-    add_custom_target(${target}_files DEPENDS ${directory}/methods.h ${directory}/fields.h)
-    add_library(${target} INTERFACE)
-    add_dependencies(${target} ${target}_files)
-    target_include_directories(${target} SYSTEM INTERFACE
-        ${CMAKE_BINARY_DIR}/hidl_tables ${PROJECT_SOURCE_DIR}/hal)
-endfunction()

@@ -2,6 +2,8 @@
 // from one form to the other.
 #pragma once
 
+#include <vendor/zelvan/hardware/sensors/1.0/fields.h>
+
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
@@ -22,8 +24,11 @@ To copyBits(const From& from) {
 
 }  // namespace Vek::Sensors::Convert
 
-#define MORIAK_SAME_SIZE(record, size) \
-    static_assert(sizeof(record) == (size) && sizeof(Hidl::record) == (size))
+/// For records that are carried bit for bit: each field that the HAL's record has is in one place
+/// and has one size in both. `size` is in bytes.
+#define MORIAK_SAME_LAYOUT(record, size)                                                \
+    HAL_FIELDS_OF_##record(MORIAK_SAME_PLACE) static_assert(sizeof(record) == (size) && \
+                                                            sizeof(Hidl::record) == (size))
 #define MORIAK_SAME_PLACE(record, field)                                      \
     static_assert(offsetof(record, field) == offsetof(Hidl::record, field) && \
-                  sizeof(record::field) == sizeof(Hidl::record::field))
+                  sizeof(record::field) == sizeof(Hidl::record::field));
