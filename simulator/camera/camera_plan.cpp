@@ -101,7 +101,7 @@ const std::vector<CameraStreamPlan>& cameraStreamPlans() {
          Format::RGBA_8888,
          640,
          480,
-         10'000},
+         5'000},
     };
     return plans;
 }

@@ -12,7 +12,7 @@ namespace Simulator {
 
 /// Cells along a side: four of the pattern and one black one on each end.
 inline constexpr uint32_t kMarkerCells = 6;
-inline constexpr double kMarkerSide = 0.36;  // in m, of the black square
+inline constexpr double kMarkerSide = 0.60;  // in m, of the black square
 inline constexpr double kMarkerCell = kMarkerSide / kMarkerCells;
 
 struct Marker {

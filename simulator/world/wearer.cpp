@@ -94,7 +94,7 @@ class Walk {
     void turnTo(double yaw, double pitch, double roll, double begin, double pace) {
         const Vector to{yaw, pitch, roll};
         const double angle = (to - gaze.last()).norm();
-        gaze.moveTo(to, begin, (0.45 + angle / 2.4) / pace);
+        gaze.moveTo(to, begin, (0.6 + angle / 1.6) / pace);
     }
 
     /// @return when the wearer has arrived
@@ -109,7 +109,7 @@ class Walk {
         neck.moveTo(place, begin, duration);
         while (gaze.end() < begin + duration - 1) {
             turnTo(yaw + draw(-0.5, 0.5), draw(-0.5, 0.15), draw(-0.1, 0.1),
-                   gaze.end() + draw(0.1, 0.5), 1);
+                   gaze.end() + draw(0.3, 1.0), 1);
         }
         return std::max(gaze.end(), neck.end());
     }
@@ -122,9 +122,9 @@ class Walk {
         }
         const auto glances = static_cast<int>(draw(2, 5));
         for (int i = 0; i < glances; ++i) {
-            const bool isQuick = draw(0, 1) < 0.3;
+            const bool isQuick = draw(0, 1) < 0.2;
             turnTo(ahead + draw(-1.2, 1.2), draw(-0.65, 0.4), draw(-0.2, 0.2),
-                   gaze.end() + draw(0.2, 0.9), isQuick ? 1.6 : 1);
+                   gaze.end() + draw(0.4, 1.4), isQuick ? 2.5 : 1);
         }
         if (crouch > 0) {
             neck.moveTo(neck.last() + Vector{0, 0, crouch}, std::max(gaze.end() - 1, time), 1.5);

@@ -76,7 +76,7 @@ TEST(TrajectoryTest, WearerStandsStillFirstThenMovesAsPeopleDoWithinTheRoom) {
         }
         EXPECT_GT(largestRate, 3);
         EXPECT_LT(largestRate, 6);
-        EXPECT_GT(distance, 80);
+        EXPECT_GT(distance, 60);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <numeric>
 #include <optional>
 #include <vector>
@@ -246,6 +247,63 @@ TEST(WorldImagesTest, DepthIsTheDistanceAlongTheAxisInMillimetres) {
     }
     ASSERT_GT(errors.size(), 10U);
     EXPECT_LT(median(errors), 0.005);
+}
+
+/// How much the surroundings of two places differ; none if one of them is at the rim.
+std::optional<double> difference(const Image& a, const Vector2d& placeInA, const Image& b,
+                                 const Vector2d& placeInB) {
+    if (!a.contains(placeInA) || !b.contains(placeInB)) {
+        return std::nullopt;
+    }
+    constexpr int kReach = 4;
+    double sum = 0;
+    for (int y = -kReach; y <= kReach; ++y) {
+        for (int x = -kReach; x <= kReach; ++x) {
+            const Vector2d offset(x, y);
+            sum +=
+                std::pow(a.at(Vector2d(placeInA + offset)) - b.at(Vector2d(placeInB + offset)), 2);
+        }
+    }
+    return sum;
+}
+
+TEST(WorldImagesTest, StereoPairSeesTheDistancesThatTheDepthCameraMeasures) {
+    const Camera left = cameraOf(0);
+    const Camera right = cameraOf(1);
+    const Camera depth = cameraOf(5);
+    const Image leftImage(imagesUnder(0), left, kStanding, {4'000'000, 3, 1});
+    const Image rightImage(imagesUnder(0), right, kStanding, {4'000'000, 3, 1});
+    const Image distances(imagesUnder(0), depth, kStanding, kPeriod);
+    const Pose leftFromDepth = left.plan.mount.inverse() * depth.plan.mount;
+    const Pose rightFromLeft = right.plan.mount.inverse() * left.plan.mount;
+    std::vector<double> ratios;
+    for (uint32_t y = 20; y < distances.height(); y += 20) {
+        for (uint32_t x = 20; x < distances.width(); x += 20) {
+            const Vector ray = depth.plan.lens.unproject({x, y});
+            const Vector point = leftFromDepth * (ray / ray.z() * distances.at(x, y) / 1000);
+            const auto inLeft = left.plan.lens.project(point);
+            double best = 0;
+            double least = std::numeric_limits<double>::infinity();
+            for (double ratio = 0.85; inLeft && ratio < 1.15; ratio += 0.005) {
+                const auto inRight = right.plan.lens.project(rightFromLeft * (ratio * point));
+                const auto differs =
+                    inRight ? difference(leftImage, *inLeft, rightImage, *inRight) : std::nullopt;
+                if (differs && *differs < least) {
+                    least = *differs;
+                    best = ratio;
+                }
+            }
+            if (best > 0) {
+                ratios.push_back(best);
+            }
+        }
+    }
+    ASSERT_GT(ratios.size(), 60U);
+    EXPECT_NEAR(median(ratios), 1, 0.006);
+    for (double& ratio : ratios) {
+        ratio = std::abs(ratio - 1);
+    }
+    EXPECT_LT(median(ratios), 0.02);
 }
 
 TEST(WorldImagesTest, BrightnessGoesWithTimeAndGainAndNoiseWithGain) {
