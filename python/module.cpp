@@ -38,6 +38,8 @@ PYBIND11_MODULE(moriak_sensors, module) {
     defineEnumerations(module, static_cast<ApiTables::Enumerations*>(nullptr));
     defineStreams(module);
     defineMotion(module);
+    defineCameras(module);
+    defineControllers(module);
     defineEnvironment(module);
     py::module_::import("atexit").attr("register")(py::cpp_function(&CallbackPermit::endAll));
 }

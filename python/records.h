@@ -94,6 +94,18 @@ py::array arrayOf(const py::dtype& dtype, std::vector<py::ssize_t> shape, Memory
     return py::array(dtype, std::move(shape), {}, data, owner);
 }
 
+/// A text of another process may be no UTF-8; then it has surrogates, and
+/// `encode(errors="surrogateescape")` gives its bytes.
+template <typename Member>
+auto textOrValue(const Member& member) {
+    if constexpr (std::is_same_v<Member, std::string>) {
+        return py::reinterpret_steal<py::str>(PyUnicode_DecodeUTF8(
+            member.data(), static_cast<Py_ssize_t>(member.size()), "surrogateescape"));
+    } else {
+        return member;
+    }
+}
+
 /// A class with a record's fields as its attributes, which its constructor takes by their names.
 template <typename Value>
 void defineClass(py::module_& module) {
@@ -115,7 +127,7 @@ void defineClass(py::module_& module) {
         using Member = std::decay_t<decltype(member(std::declval<const Value&>()))>;
         names.emplace_back(name);
         type.def_property(
-            name, [member](const Value& record) -> Member { return member(record); },
+            name, [member](const Value& record) { return textOrValue<Member>(member(record)); },
             [member](Value& record, const Member& value) { member(record) = value; }, doc);
     });
     type.def("__repr__", [names](const py::object& record) {

@@ -176,7 +176,7 @@ py::object Stream::read(std::optional<double> seconds, std::optional<size_t> cou
             break;
         }
         batches.append(batch.front().second);
-        received += py::len(batch.front().second);
+        received += countOf(batch.front().second);
     }
     return join(batches);
 }

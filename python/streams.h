@@ -45,6 +45,8 @@ class Stream : public std::enable_shared_from_this<Stream> {
 
     /// What came since the last call; a null object if nothing did.
     virtual py::object take() = 0;
+    /// Records in what was taken.
+    virtual size_t countOf(const py::object& batch) const = 0;
     /// Makes one of what was taken.
     virtual py::object join(const py::list& batches) const = 0;
 
@@ -109,6 +111,8 @@ class RecordStream : public Stream {
         const auto count = static_cast<py::ssize_t>(received_->size()) / dtype.itemsize();
         return Records::arrayOf(dtype, {count}, std::exchange(*received_, {}));
     }
+
+    size_t countOf(const py::object& batch) const override { return py::len(batch); }
 
     py::object join(const py::list& batches) const override {
         return batches.empty()

@@ -92,11 +92,14 @@ def start_program(runtime_directory):
 
 @pytest.fixture(scope="session")
 def service(tmp_path_factory):
-    """One for all tests that use the module in this process. Sensors without errors."""
+    """One for all tests that use the module in this process: a headset at rest, without errors."""
     directory = tmp_path_factory.mktemp("runtime")
     directory.chmod(0o700)
     os.environ["MORIAK_HIDL_RUNTIME_DIR"] = str(directory)
-    simulator = Simulator(directory, "--ideal")
+    trajectory = directory / "at-rest.txt"
+    trajectory.write_text("".join(f"{t} 0 0 1.6 0 0 0 1\n" for t in range(4)))
+    simulator = Simulator(directory, "--ideal", "--trajectory", trajectory,
+                          "--firmware-seconds", "0.5")
     yield simulator
     simulator.kill()
 
