@@ -3,11 +3,21 @@
 
 #include <android-base/unique_fd.h>
 #include <fcntl.h>
+#include <hwbinder/IPCThreadState.h>
 #include <sys/mman.h>
 
 #include "camera/camera_stream_control_target.h"
 #include "support/captured_log.h"
 #include "support/fake_camera_hal.h"
+
+namespace {
+size_t flushes = 0;
+}  // namespace
+
+/// Stands before the runtime's own, which is in a shared library.
+void android::hardware::IPCThreadState::flushCommands() {
+    ++flushes;
+}
 
 namespace {
 
@@ -133,9 +143,11 @@ TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
         return nullptr;
     });
     CapturedLog log;
+    flushes = 0;
     EXPECT_EQ(provider.getStream(FrameType::DEPTH, "any"), nullptr);
     EXPECT_EQ(provider.getStreamByPurpose("", "", ""), nullptr);
     EXPECT_EQ(provider.getStreamController("eyes", "left"), nullptr);
+    EXPECT_EQ(flushes, 3U) << "the service is to know at once that nobody holds its object";
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
@@ -197,21 +209,21 @@ TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWo
          {FATAL_CALL(provider.getStreamByPurpose("", "", "")), ""},
          {FATAL_CALL(provider.getStreamController("", "")), ""},
          {FATAL_CALL(provider.getUtilityFrequency()), ""},
-         {FATAL_CALL(provider.setUtilityFrequency({})), "Failed to set utility frequency: 1"},
+         {FATAL_CALL(provider.setUtilityFrequency({})), "Failed to set utility frequency: 2"},
          {FATAL_CALL(provider.getChannels()), ""},
-         {FATAL_CALL(provider.setChannels({})), "Failed to set channels  with status: 1"},
+         {FATAL_CALL(provider.setChannels({})), "Failed to set channels  with status: 2"},
          {FATAL_CALL(provider.setChannels(channels)),
           "Failed to set channels NOT_RECEIVED, INVALID, HEADSET, CONTROLLER, HAND, "
           "FACE_EYE_COMPOSITE, EYE, FACE, DEPTH, COLOR, GENERIC_SLOT_0, GENERIC_SLOT_1, "
           "GENERIC_SLOT_2, GENERIC_SLOT_3, GENERIC_SLOT_4, GENERIC_SLOT_5, GENERIC_SLOT_6, "
-          "GENERIC_SLOT_7, NUM_FRAME_TYPES, UNKNOWN with status: 1"},
+          "GENERIC_SLOT_7, NUM_FRAME_TYPES, UNKNOWN with status: 2"},
          {FATAL_CALL(provider.applyMuxMode("", 0)), ""},
-         {FATAL_CALL(provider.setFrameRate({})), "Failed to set frame rate: 1"},
+         {FATAL_CALL(provider.setFrameRate({})), "Failed to set frame rate: 2"},
          {FATAL_CALL(provider.getRawImageMode()), ""},
          {"provider.controlEvery()", [&] { provider.startEvery({}); },
-          "Stream command (START) failed with result: 1", ignorable},
+          "Stream command (START) failed with result: 2", ignorable},
          {"provider.controlEvery()", [&] { provider.stopEvery({}); },
-          "Stream command (STOP) failed with result: 1", ignorable}},
+          "Stream command (STOP) failed with result: 2", ignorable}},
         {service.get()});
     // Also the calls for the calibration that follow the list of the cameras.
     service->transportFails = false;

@@ -1,6 +1,10 @@
 // Camera streams and controllers: control calls, image buffers and mux states.
 #include "camera/camera_stream.h"
 
+#include <android-base/unique_fd.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+
 #include <fstream>
 
 #include "camera/camera_stream_controller.h"
@@ -127,12 +131,19 @@ TEST_F(CameraStreamTest, ImageBuffersAreReadableUntilTheirLastOwnerGoes) {
     const auto text = [](gsl::span<const std::byte> bytes) {
         return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     };
+    const android::base::unique_fd memory{sharedMemory("read-only")};
+    const int number = memory.get();
+    const int readOnly =
+        open(("/proc/self/fd/" + std::to_string(number)).c_str(), O_RDONLY | O_CLOEXEC);
+    const int shrinking = memfd_create("shrinking", MFD_CLOEXEC);
+    ASSERT_EQ(ftruncate(shrinking, 4096), 0);
     service->on<&I::getMetadata>([&](const auto& callback) {
         callback(Hidl::Result::SUCCESS, {{{7,
                                            {{pixels("first"), {}},
                                             {{}, handleOf({sharedMemory("supplement")})},
-                                            {pixels("third"), handleOf({})},
-                                            {handleOf({dup(STDERR_FILENO)}), {}}}},
+                                            {pixels("third"), handleOf({}, {number})},
+                                            {handleOf({dup(STDERR_FILENO)}), {}},
+                                            {handleOf({shrinking}), handleOf({readOnly})}}},
                                           {8, {}}},
                                          5});
         return Void();
@@ -149,7 +160,7 @@ TEST_F(CameraStreamTest, ImageBuffersAreReadableUntilTheirLastOwnerGoes) {
         for (const auto& buffer : metadata.cameras[0].buffers) {
             texts.push_back(text(buffer->pixels()) + "," + text(buffer->supplement()));
         }
-        EXPECT_THAT(texts, ElementsAre("first,", ",supplement", "third,", ","));
+        EXPECT_THAT(texts, ElementsAre("first,", ",supplement", "third,", ",", ",read-only"));
         third = metadata.cameras[0].buffers[2];
         EXPECT_EQ(mappingsNamed("camera-pixels"), 2U);
     }
@@ -208,30 +219,33 @@ TEST_F(CameraStreamDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWord
     const std::string status = "status != Hidl::Result::SUCCESS";
     const std::string unrecoverable = "hidlReturn == Hidl::Result::FAILURE";
     const std::vector<FatalCall> calls{
-        {FATAL_CALL(stream.start()), "Start stream command failed with result: 1", ignorable},
-        {FATAL_CALL(stream.stop()), "Stop stream command failed with result: 1", ignorable},
+        {FATAL_CALL(stream.start()), "Start stream command failed with result: 2", ignorable},
+        {FATAL_CALL(stream.stop()), "Stop stream command failed with result: 2", ignorable},
         {FATAL_CALL(stream.startOverridingExposureSettings()),
-         "Failed to start overriding exposure settings: 1"},
+         "Failed to start overriding exposure settings: 2"},
         {FATAL_CALL(stream.stopOverridingExposureSettings()),
-         "Failed to stop overriding exposure settings: 1"},
+         "Failed to stop overriding exposure settings: 2"},
         {FATAL_CALL(stream.setExposureGain({})), ""},
         {FATAL_CALL(stream.setPhaseOffset(0)), ""},
-        {FATAL_CALL(stream.setCameraSyncMode({})), "Failed to set camera mode: 1"},
+        {FATAL_CALL(stream.setCameraSyncMode({})), "Failed to set camera mode: 2"},
         {FATAL_CALL(stream.writeSessionOcalData("", {})),
-         "Failed to write online calibration data: 1"},
-        {FATAL_CALL(stream.setResolution({})), "Failed to set resolution: 1"},
-        {FATAL_CALL(stream.getMetadata()), "Failed to fetch stream metadata: 1", status},
-        {FATAL_CALL(stream.getConfiguration()), "Failed to fetch stream configuration: 1", status},
+         "Failed to write online calibration data: 2"},
+        {FATAL_CALL(stream.setResolution({})), "Failed to set resolution: 2"},
+        {FATAL_CALL(stream.getMetadata()), "Failed to fetch stream metadata: 2", status},
+        {FATAL_CALL(stream.getConfiguration()), "Failed to fetch stream configuration: 2", status},
         {FATAL_CALL(stream.registerFrameSetConfigurationUpdateCallback({})),
-         "Failed to register handler and return initial MuxState: 1 Please ensure you have added "
+         "Failed to register handler and return initial MuxState: 2 Please ensure you have added "
          "the CameraStream to a CompositeStream and that the stream is stopped.",
          status},
         {FATAL_CALL(controller.startOverridingExposureSettings()),
-         "Unrecoverably failed to start overriding exposure settings: 1", unrecoverable},
+         "Unrecoverably failed to start overriding exposure settings: 1", unrecoverable,
+         Hidl::Result::FAILURE},
         {FATAL_CALL(controller.stopOverridingExposureSettings()),
-         "Unrecoverably failed to stop overriding exposure settings: 1", unrecoverable},
+         "Unrecoverably failed to stop overriding exposure settings: 1", unrecoverable,
+         Hidl::Result::FAILURE},
         {FATAL_CALL(controller.setExposureGain(0, 0, {})),
-         "Unrecoverably failed to set exposure gain settings: 1", unrecoverable}};
+         "Unrecoverably failed to set exposure gain settings: 1", unrecoverable,
+         Hidl::Result::FAILURE}};
     expectFatal(calls, {service.get(), controllerService.get()});
 }
 

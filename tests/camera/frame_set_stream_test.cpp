@@ -139,7 +139,9 @@ TEST_F(FrameSetStreamDeathTest, PreparationThatTheServiceSpoilsIsFatal) {
         service->recycleDescriptor = descriptorOf<Hidl::FrameSet>(parts);
         dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
     }
-    service->callsBack = false;
+    service->recycleDescriptor = *service->recycleQueue.getDesc();
+    stream.stream().addTo(composite);
+    service->callsBack = false;  // the queue of an earlier preparation is none of this one
     dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
     service->callsBack = true;
     for (const NoMemory& memory : kNoMemory) {

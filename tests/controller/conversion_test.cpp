@@ -85,6 +85,18 @@ TEST(ControllerConversion, PosesGoToTheServiceByteForByte) {
     EXPECT_EQ(bytesOf(Convert::intoHidl(pose)), api);
 }
 
+TEST(ControllerConversion, NothingOfTheStackGoesToTheService) {
+    SecureDeviceInfo device{ControllerAddr{UINT64_MAX}, {}, {}};
+    device.deviceId = ~device.deviceId;
+    device.key.fill(0xFF);
+    const Bytes bytes = bytesOf(Convert::intoHidl(device));
+    const auto written = sizeof(ControllerAddr) + sizeof(device.deviceId) + device.key.size();
+    EXPECT_LT(written, bytes.size());
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 0xFF), static_cast<ptrdiff_t>(written));
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 0),
+              static_cast<ptrdiff_t>(bytes.size() - written));
+}
+
 /// What a batch cost and came as: allocations, records in the first span and in the second.
 using Batch = std::tuple<size_t, size_t, size_t>;
 

@@ -1,8 +1,6 @@
 // The light sensor and external timing against services of this process.
 #include <vek/sensors/factories.h>
 
-#include <set>
-
 #include "environment/external_timing_provider.h"
 #include "support/fake_service.h"
 #include "support/fatal_calls.h"
@@ -22,36 +20,6 @@ class SensorStreamsTest : public Test {
     ExternalTimingProvider timing{sp<Hidl::IExternalTimingProvider>(clock)};
 };
 using SensorStreamsDeathTest = SensorStreamsTest;
-
-TEST_F(SensorStreamsTest, CommandsGoToTheirStreamWithItsClientAsOftenAsTheyAreGiven) {
-    CompositeStream composite{"environment"};
-    sensor->flickerStart();  // before it has a queue: for the service to judge
-    sensor->flickerStream().addTo(composite);
-    sensor->flickerStop();
-    sensor->adcFlickerStream().addTo(composite);
-    sensor->adcFlickerStart();
-    sensor->adcFlickerStop();
-    sensor->ambientLightStream().addTo(composite);
-    sensor->ambientLightStop();
-    sensor->ambientLightStart();
-    sensor->ambientLightStart();
-    sensor = nullptr;  // stops nothing
-    EXPECT_THAT(
-        light->calls,
-        ElementsAre("controlFlickerStream false START", "controlFlickerStream true STOP",
-                    "controlAdcFlickerStream true START", "controlAdcFlickerStream true STOP",
-                    "controlAmbientLightStream true STOP", "controlAmbientLightStream true START",
-                    "controlAmbientLightStream true START"));
-    const std::set<sp<Hidl::ISensorClient>> clients{light->end<Hidl::FlickerData>().client,
-                                                    light->end<Hidl::AdcFlickerData>().client,
-                                                    light->end<Hidl::AmbientLightData>().client};
-    EXPECT_THAT(clients, SizeIs(3));
-    EXPECT_EQ(light->unlinkCalls, 1);
-    timing.streamExternalTimestampData().addTo(composite);
-    timing.stopExternalTimestampDataStream();
-    timing.startExternalTimestampDataStream();
-    EXPECT_THAT(clock->calls, ElementsAre("controlStream true STOP", "controlStream true START"));
-}
 
 TEST_F(SensorStreamsTest, PropertiesAreEmptyOfAServiceThatHasNone) {
     light->returns<&Hidl::IFlickerSensor::getProperties>(

@@ -41,6 +41,11 @@ struct Watched {
     HalDeathRecipient recipient{android::sp<Hidl::IImu>(service)};
 };
 
+ServiceDisconnectHandler saying(const char* text) {
+    return {[](const void* line) { fprintf(stderr, "%s\n", static_cast<const char*>(line)); },
+            text};
+}
+
 std::string deathText(const std::string& reaction) {
     return "/Moriak-HidlWrapper: Unexpected service death detected. [^ ]*foundation_tests " +
            reaction + "\n$";
@@ -63,17 +68,33 @@ TEST(HalDeathRecipient, HandlersRunInOrderBeforeTheReaction) {
         {
             Watched watched;
             for (const char* text : {"first", "second"}) {
-                watched.recipient.registerDisconnectHandler(
-                    {[](const void* line) {
-                         fprintf(stderr, "%s\n", static_cast<const char*>(line));
-                     },
-                     text});
+                watched.recipient.registerDisconnectHandler(saying(text));
             }
             watched.service->die();
             _exit(0);
         },
         ExitedWithCode(0),
         "invoking custom coronaries.\nfirst\nsecond\nE" + deathText("ignoring."));
+}
+
+TEST(HalDeathRecipient, AHandlerMayRegisterOthersAndEndTheRecipient) {
+    EXPECT_EXIT(
+        {
+            static auto watched = std::make_unique<Watched>();
+            const sp<Fake<Hidl::IImu>> service = watched->service;
+            watched->recipient.registerDisconnectHandler(
+                {[](const void*) {
+                     for (int i = 0; i < 100; ++i) {
+                         watched->recipient.registerDisconnectHandler(saying("too late"));
+                     }
+                     watched.reset();
+                 },
+                 nullptr});
+            watched->recipient.registerDisconnectHandler(saying("still"));
+            service->die();
+            _exit(0);
+        },
+        ExitedWithCode(0), "invoking custom coronaries.\nstill\nE" + deathText("ignoring."));
 }
 
 TEST(HalDeathRecipientDeathTest, ReactionIsFixedWhenTheRecipientIsMade) {

@@ -1,4 +1,5 @@
-// Every adapter watches the service that it wraps, from its construction to its destruction.
+// What all adapters do alike: watch the service that they wrap, start and stop their streams.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <vek/sensors/controller_provider.h>
 
@@ -63,6 +64,57 @@ TEST(Adapters, WatchTheirServicesAsLongAsTheyLive) {
     expectWatched<TambStream, Hidl::ITambril>("KivraRpc");
     expectFoundAndWatched<FaceEyeTrackingLed, Hidl::IFaceEyeTrackingLed>("LEDs");
     expectFoundAndWatched<ControllerProvider, Hidl::IControllerProvider>("controllers");
+}
+
+/// One row of the table below.
+/// @param command method of the service
+template <typename Interface, typename Adapter, typename Stream>
+void expectCommands(const std::string& command, Stream& (Adapter::*stream)(),
+                    void (Adapter::*start)(), void (Adapter::*stop)()) {
+    SCOPED_TRACE(command);
+    const sp<Fake<Interface>> service = new Fake<Interface>;
+    {
+        Adapter adapter{sp<Interface>(service)};
+        CompositeStream composite{"commands"};
+        (adapter.*stream)().addTo(composite);
+        for (const auto call : {start, stop, start}) {
+            (adapter.*call)();
+        }
+    }
+    EXPECT_THAT(service->calls,
+                testing::ElementsAre(command + " true START", command + " true STOP",
+                                     command + " true START"))
+        << "the last of which ends with no adapter";
+}
+
+TEST(Adapters, StartAndStopTheirStreamsInTheNameOfTheClientThatPreparedThem) {
+    expectCommands<Hidl::IImu>("controlStream", &ImuSensor::stream, &ImuSensor::start,
+                               &ImuSensor::stop);
+    expectCommands<Hidl::IMag>("controlStream", &MagSensor::stream, &MagSensor::start,
+                               &MagSensor::stop);
+    expectCommands<Hidl::IIad>("controlStream", &IadSensor::stream, &IadSensor::start,
+                               &IadSensor::stop);
+    using Timing = ExternalTimingProvider;
+    expectCommands<Hidl::IExternalTimingProvider>(
+        "controlStream", &Timing::streamExternalTimestampData,
+        &Timing::startExternalTimestampDataStream, &Timing::stopExternalTimestampDataStream);
+    using Light = FlickerSensorProvider;
+    expectCommands<Hidl::IFlickerSensor>("controlFlickerStream", &Light::flickerStream,
+                                         &Light::flickerStart, &Light::flickerStop);
+    expectCommands<Hidl::IFlickerSensor>("controlAdcFlickerStream", &Light::adcFlickerStream,
+                                         &Light::adcFlickerStart, &Light::adcFlickerStop);
+    expectCommands<Hidl::IFlickerSensor>("controlAmbientLightStream", &Light::ambientLightStream,
+                                         &Light::ambientLightStart, &Light::ambientLightStop);
+    using State = ControllerStateProvider;
+    expectCommands<Hidl::IControllerStateProvider>(
+        "controlHapticsStateStream", &State::streamHapticsState, &State::startHapticsStateStream,
+        &State::stopHapticsStateStream);
+    expectCommands<Hidl::IControllerStateProvider>(
+        "controlWirelessStateTransitionStream", &State::streamWirelessStateTransition,
+        &State::startWirelessStateTransitionStream, &State::stopWirelessStateTransitionStream);
+    expectCommands<Hidl::IControllerStateProvider>(
+        "controlControllerInputStream", &State::streamControllerInputData,
+        &State::startControllerInputDataStream, &State::stopControllerInputDataStream);
 }
 
 }  // namespace

@@ -44,6 +44,20 @@ TEST_F(MotionSensorProviderTest, ListIsKeptAsItCameEvenWithAnErrorThatIsLogged) 
                     FieldsAre(8, MotionSensorKind(200), MotionSensorMount::HEADSET, 4)));
 }
 
+TEST_F(MotionSensorProviderTest, SensorsAreAskedForByTheirNumber) {
+    using I = Hidl::IMotionSensorProvider;
+    service->on<&I::getImu>([](uint32_t sensor) -> sp<Hidl::IImu> {
+        return sensor == 7 ? new Fake<Hidl::IImu> : nullptr;
+    });
+    service->on<&I::getMag>([](uint32_t sensor) -> sp<Hidl::IMag> {
+        return sensor == 8 ? new Fake<Hidl::IMag> : nullptr;
+    });
+    EXPECT_NE(provider.getImu(7), nullptr);
+    EXPECT_EQ(provider.getImu(8), nullptr);
+    EXPECT_NE(provider.getMag(8), nullptr);
+    EXPECT_EQ(provider.getMag(7), nullptr);
+}
+
 TEST_F(MotionSensorProviderDeathTest, FailedTransportIsFatalWithTheSignature) {
     expectFatal(
         *service, "MotionSensorProvider::",

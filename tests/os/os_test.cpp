@@ -1,4 +1,5 @@
 // Event-flag words, bound methods and the process name.
+#include <cutils/ashmem.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -36,6 +37,8 @@ TEST(EventFlagHandle, MappingsShareTheWordThatAHandleHas) {
     const int word = handle->data[0];
     EXPECT_EQ(Vek::OS::createEventFlagFromHandle(TestSupport::handleOf({}, {word})), nullptr);
     EXPECT_EQ(Vek::OS::createEventFlagFromHandle(hidl_handle{}), nullptr);
+    const int tooSmall = ashmem_create_region("half a word", 2);
+    EXPECT_EQ(Vek::OS::createEventFlagFromHandle(TestSupport::handleOf({tooSmall})), nullptr);
 }
 
 TEST(EventFlagHandle, AWakeReachesAWaiterWhoseBitAnotherProcessHasSetInSilence) {

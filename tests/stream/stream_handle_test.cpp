@@ -3,7 +3,9 @@
 #include <memory>
 
 #include "stream/fake_stream.h"
+#include "stream/received_queue.h"
 #include "support/allocation_count.h"
+#include "support/broken_queue.h"
 #include "support/event_flag_peer.h"
 #include "support/fatal_calls.h"
 #include "support/queue_counters.h"
@@ -61,13 +63,13 @@ TEST_F(StreamHandleTest, ReadDoneIsSignalledWhenTheSpaceIsFree) {
     stream.handle.addTo(composite);
     ASSERT_TRUE(stream.end.write(samples(1, 32)));
     EventFlagPeer service;
-    size_t room = 0;
+    std::vector<size_t> rooms;
     service.duringWake = [&](uint32_t bits) {
         EXPECT_EQ(bits, stream.end.readNotifyBit);
-        room = stream.end.queue->availableToWrite();
+        rooms.push_back(stream.end.queue->availableToWrite());
     };
     EXPECT_TRUE(stream.handle.read());
-    EXPECT_EQ(room, 32U);
+    EXPECT_THAT(rooms, ElementsAre(32));
 }
 
 TEST_F(StreamHandleTest, ReadLeavesAnEmptyQueueUntouched) {
@@ -89,6 +91,8 @@ TEST_F(StreamHandleTest, BatchesComeInTwoSpansOfOneCallInTheQueuesOrder) {
                             Delivered{{9, 10, 11, 12, 13, 14, 15, 16}, {17}}));
     EXPECT_EQ(deliveries<ConvertedSample>(11, {6, 11}).back(),
               (Delivered{{7, 8, 9, 10, 11, 12, 13, 14}, {15, 16, 17}}));
+    EXPECT_EQ(deliveries<ConvertedSample>(11, {6, 6}).back(),
+              (Delivered{{7, 8, 9, 10, 11, 12}, {}}));
 }
 
 TEST_F(StreamHandleTest, DirectRecordsAreSeenInTheQueueItselfWithoutAllocation) {
@@ -130,7 +134,7 @@ TEST_F(StreamHandleTest, EmptyCallbackThrows) {
 
 TEST_F(StreamHandleDeathTest, WrongUseAndRefusalsAreFatal) {
     FakeStream<DirectSample> stream;
-    stream.prepareResult = Hidl::Result::BAD_STATE;
+    stream.prepareResult = Hidl::Result::IGNORED;
     expectFatal({{assertion("res != Hidl::Result::SUCCESS", "StreamHandle prepareStream failed"),
                   [&] { stream.handle.addTo(composite); }}});
     stream.prepareResult = Hidl::Result::SUCCESS;
@@ -181,6 +185,33 @@ TEST_F(StreamHandleDeathTest, CorruptQueuesAreFatal) {
          {assertion("!began", "failed to begin FMQ read of 1 messages"), reading(8, 8 + kRecord)},
          {"delivered\n" + assertion("!committed", "failed to commit FMQ read of 2 messages"),
           reading(0, 2 * kRecord)}});
+}
+
+// The runtime of the workstation checks the same once more; that of a device need not.
+TEST(ReceivedQueue, IsOneOnlyIfAllItsPartsLieInSharedMemory) {
+    const auto isQueue = [](const QueueParts& parts) {
+        return Vek::Sensors::HidlWrapper::describesQueue(descriptorOf<HidlSample>(parts));
+    };
+    EXPECT_TRUE(isQueue(queueParts<HidlSample>(3)));
+    for (const BrokenQueue& broken : kBrokenQueues) {
+        QueueParts parts = queueParts<HidlSample>(3);
+        broken.spoil(parts);
+        EXPECT_FALSE(isQueue(parts)) << broken.name;
+    }
+    for (const NoMemory& memory : kNoMemory) {
+        QueueParts parts = queueParts<HidlSample>(3);
+        close(std::exchange(parts.descriptors[0], memory.make()));
+        // Write-only memory is found out when it is mapped.
+        EXPECT_EQ(isQueue(parts), std::string(memory.name) == "memory that cannot be mapped")
+            << memory.name;
+    }
+    // The word of an event flag is a part, too, if there is one.
+    QueueParts parts = queueParts<HidlSample>(3);
+    parts.grantors.push_back({0, 0, 8, 4});
+    EXPECT_TRUE(isQueue(parts));
+    parts = queueParts<HidlSample>(3);
+    parts.grantors.push_back({0, 0, ~3U, 4});
+    EXPECT_FALSE(isQueue(parts)) << "an event flag out of reach";
 }
 
 }  // namespace

@@ -50,6 +50,7 @@ status_t EventFlag::wait(uint32_t bitmask, uint32_t* state, int64_t timeOutNanoS
         return peer->failure;
     }
     peer->timeouts.push_back(timeOutNanoSeconds);
+    peer->goOn = peer->goOn && retry;
     const status_t status = real(this, bitmask, state, timeOutNanoSeconds, retry);
     *state |= peer->strayBits;
     return status;

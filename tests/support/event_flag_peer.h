@@ -29,6 +29,8 @@ class EventFlagPeer {
     uint32_t strayBits = 0;
     /// What the waits were told, in ns.
     std::vector<int64_t> timeouts;
+    /// Whether all of them were told to go on after a wake that was for others.
+    bool goOn = true;
 };
 
 }  // namespace TestSupport

@@ -46,9 +46,11 @@ struct FatalCall {
     /// "object.method(arguments)", of which the method is looked for in the signature text.
     std::string text;
     std::function<void()> call;
-    /// For a FAILURE; none if the call accepts it.
+    /// For the result below; none if the call accepts it.
     std::string message;
     std::string condition = "hidlReturn != Hidl::Result::SUCCESS";
+    /// Not the only one that is refused, but the one that a check for FAILURE would let pass.
+    Hidl::Result refusal = Hidl::Result::BAD_STATE;
 };
 #define FATAL_CALL(call) #call, [&] { call; }
 
@@ -61,7 +63,7 @@ inline void expectFatal(const std::vector<FatalCall>& calls,
             service->transportFails = transportFails;
         }
     };
-    for (const auto& [text, call, message, condition] : calls) {
+    for (const auto& [text, call, message, condition, refusal] : calls) {
         SCOPED_TRACE(text);
         const size_t method = text.find('.') + 1;
         EXPECT_DEATH(
@@ -70,7 +72,7 @@ inline void expectFatal(const std::vector<FatalCall>& calls,
                                      text.substr(method, text.find('(') - method) + "\\("));
         if (!message.empty()) {
             EXPECT_DEATH(
-                (with(Hidl::Result::FAILURE, false), call()),
+                (with(refusal, false), call()),
                 ::testing::HasSubstr("F/Moriak-HidlWrapper: Assertion failed: " + condition +
                                      "\nF/Moriak-HidlWrapper: " + message + "\n"));
         }
