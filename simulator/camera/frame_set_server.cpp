@@ -50,6 +50,7 @@ std::shared_ptr<const FrameSetClient> FrameSetServer::prepare(
     if (!takeIn(client)) {
         return nullptr;
     }
+    source_->prepare(plan_);
     ALOGI("%s: %s is prepared", plan_.name.c_str(), client->name.c_str());
     const std::lock_guard lock{mutex_};
     ++clientsSoFar_;

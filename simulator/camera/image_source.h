@@ -38,13 +38,16 @@ struct CalibrationTexts {
 };
 
 /// Threading: draw is called on one thread for each stream, at the same time for several of them;
-/// calibration on any thread.
+/// the rest on any thread.
 class ImageSource {
   public:
     ImageSource() = default;
     virtual ~ImageSource() = default;
     ImageSource(const ImageSource&) = delete;
     ImageSource& operator=(const ImageSource&) = delete;
+
+    /// Makes what draw needs at full resolution, so that the first image is not late.
+    virtual void prepare(const CameraStreamPlan& /*stream*/) {}
 
     /// Fills the plane; the bytes between its rows stay as they are.
     /// @return false if there is no such image

@@ -20,12 +20,16 @@
 namespace Simulator {
 namespace {
 
-Lens lensOf(const ImageRequest& request, const PixelPlane& plane) {
+Lens lensOf(const CameraStreamPlan& stream, const CameraPlan& camera, uint32_t width) {
     unsigned halvings = 0;
-    while (request.stream.width >> halvings > plane.width) {
+    while (stream.width >> halvings > width) {
         ++halvings;
     }
-    return request.camera.lens.binned(halvings);
+    return camera.lens.binned(halvings);
+}
+
+Vector eyeBefore(const CameraPlan& camera) {
+    return camera.mount * Vector(0, 0, kEyeCameraDistance);
 }
 
 /// Drawing is nearly all of the service's work. On a busy machine, images may be missed rather than
@@ -48,6 +52,17 @@ WorldImages::WorldImages(const CameraSettings& settings, std::shared_ptr<const W
         !(std::ofstream(settings.markers) << listOf(Room::markers())).flush()) {
         throw std::runtime_error(
             fmt::format("cannot write --markers {}: {}", settings.markers, std::strerror(errno)));
+    }
+}
+
+void WorldImages::prepare(const CameraStreamPlan& stream) {
+    for (const CameraPlan& camera : stream.cameras) {
+        if (stream.frameType == Hal::FrameType::EYE) {
+            eyeRendererOf(stream, camera, stream.width, stream.height);
+        } else {
+            room();
+            rendererOf(stream, camera, stream.width, stream.height);
+        }
     }
 }
 
@@ -82,6 +97,28 @@ const Room& WorldImages::room() {
     return *room_;
 }
 
+const Renderer& WorldImages::rendererOf(const CameraStreamPlan& stream, const CameraPlan& camera,
+                                        uint32_t width, uint32_t height) {
+    const std::lock_guard lock{mutex_};
+    auto& made = renderers_[{camera.id, width}];
+    if (made == nullptr) {
+        made = std::make_unique<Renderer>(lensOf(stream, camera, width), width, height);
+    }
+    return *made;
+}
+
+const EyeRenderer& WorldImages::eyeRendererOf(const CameraStreamPlan& stream,
+                                              const CameraPlan& camera, uint32_t width,
+                                              uint32_t height) {
+    const std::lock_guard lock{mutex_};
+    auto& made = eyeRenderers_[{camera.id, width}];
+    if (made == nullptr) {
+        made = std::make_unique<EyeRenderer>(lensOf(stream, camera, width), width, height,
+                                             camera.mount, eyeBefore(camera));
+    }
+    return *made;
+}
+
 /// How many moments of the exposure make its motion blur: none moves the image by much more than
 /// three pixels from the one before, unless the head turns very fast.
 uint32_t WorldImages::momentsOf(const ImageRequest& request) const {
@@ -100,15 +137,8 @@ uint32_t WorldImages::momentsOf(const ImageRequest& request) const {
 
 void WorldImages::drawRoom(const ImageRequest& request, const PixelPlane& plane) {
     const Room& room = this->room();
-    const Renderer* renderer;
-    {
-        const std::lock_guard lock{mutex_};
-        auto& made = renderers_[{request.camera.id, plane.width}];
-        if (made == nullptr) {
-            made = std::make_unique<Renderer>(lensOf(request, plane), plane.width, plane.height);
-        }
-        renderer = made.get();
-    }
+    const Renderer& renderer =
+        rendererOf(request.stream, request.camera, plane.width, plane.height);
     const Readout readout(request, *lamps_, world_->seed, plane);
     const bool isColored = plane.format == Hal::PixelFormat::RGBA_8888;
     const uint32_t moments = momentsOf(request);
@@ -121,33 +151,25 @@ void WorldImages::drawRoom(const ImageRequest& request, const PixelPlane& plane)
         scenes.push_back(room.at(world_->trajectory, times.back()));
     }
     std::vector<View> views;
-    for (uint32_t row = 0; row < renderer->tileRows(); ++row) {
+    for (uint32_t row = 0; row < renderer.tileRows(); ++row) {
         if (row == 0 || request.stream.rowTime > 0) {
             const int64_t late =
                 exposureOfRow(request, plane, row * kTileHeight + (kTileHeight - 1) / 2.0);
             views.clear();
             for (uint32_t i = 0; i < moments; ++i) {
                 const Pose headset = world_->trajectory.at(times[i] + late).pose;
-                views.push_back(renderer->viewOf(scenes[i], headset * request.camera.mount));
+                views.push_back(renderer.viewOf(scenes[i], headset * request.camera.mount));
             }
         }
-        renderer->draw(row, views, isColored, [&](const Tile& tile) { readout.write(tile); });
+        renderer.draw(row, views, isColored, [&](const Tile& tile) { readout.write(tile); });
     }
 }
 
 void WorldImages::drawEye(const ImageRequest& request, const PixelPlane& plane) {
     const bool isLeft = request.camera.id == request.stream.cameras.front().id;
-    const Vector eye = request.camera.mount * Vector(0, 0, kEyeCameraDistance);
-    const EyeRenderer* renderer;
-    {
-        const std::lock_guard lock{mutex_};
-        auto& made = eyeRenderers_[{request.camera.id, plane.width}];
-        if (made == nullptr) {
-            made = std::make_unique<EyeRenderer>(lensOf(request, plane), plane.width, plane.height,
-                                                 request.camera.mount, eye);
-        }
-        renderer = made.get();
-    }
+    const Vector eye = eyeBefore(request.camera);
+    const EyeRenderer& renderer =
+        eyeRendererOf(request.stream, request.camera, plane.width, plane.height);
     // In pulses in the middle of the exposure, as long as it lasts.
     constexpr double kUsualCharge = 20'000.0 * 400;  // in uA times us
     const double exposure = static_cast<double>(request.exposure.exposureTime) / 1000;
@@ -164,8 +186,8 @@ void WorldImages::drawEye(const ImageRequest& request, const PixelPlane& plane) 
         }
     }
     const Readout readout(request, *lamps_, world_->seed, plane);
-    renderer->draw(eyeStateAt(Random(world_->seed, "eyes"), eye, request.worldTime), illuminators,
-                   [&](const Tile& tile) { readout.write(tile); });
+    renderer.draw(eyeStateAt(Random(world_->seed, "eyes"), eye, request.worldTime), illuminators,
+                  [&](const Tile& tile) { readout.write(tile); });
 }
 
 }  // namespace Simulator

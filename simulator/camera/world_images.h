@@ -18,7 +18,8 @@
 
 namespace Simulator {
 
-/// What is expensive is made when the first image that needs it is drawn.
+/// What is expensive is made when a stream is prepared, or when the first image of another
+/// resolution is drawn.
 class WorldImages : public ImageSource {
   public:
     /// Throws std::runtime_error if a file of the settings cannot be written.
@@ -26,6 +27,7 @@ class WorldImages : public ImageSource {
     WorldImages(const CameraSettings& settings, std::shared_ptr<const World> world,
                 std::shared_ptr<const RoomLight> lamps, android::sp<const LedService> leds);
 
+    void prepare(const CameraStreamPlan& stream) override;
     bool draw(const ImageRequest& request, const PixelPlane& plane) override;
     CalibrationTexts calibration(const CameraStreamPlan& stream, const CameraPlan& camera,
                                  const std::vector<std::string>& sessionData) const override;
@@ -36,6 +38,10 @@ class WorldImages : public ImageSource {
     using Cache = std::map<std::pair<uint32_t, uint32_t>, std::unique_ptr<const Type>>;
 
     const Room& room();
+    const Renderer& rendererOf(const CameraStreamPlan& stream, const CameraPlan& camera,
+                               uint32_t width, uint32_t height);
+    const EyeRenderer& eyeRendererOf(const CameraStreamPlan& stream, const CameraPlan& camera,
+                                     uint32_t width, uint32_t height);
     void drawRoom(const ImageRequest& request, const PixelPlane& plane);
     void drawEye(const ImageRequest& request, const PixelPlane& plane);
     uint32_t momentsOf(const ImageRequest& request) const;
