@@ -70,6 +70,7 @@ class Sampler {
     /// How far behind a sensor that keeps its samples until they are fetched can be.
     static constexpr std::chrono::milliseconds kFifo{2000};
 
+    /// @throws std::system_error if there is no thread to be had
     /// @param fifo what lies further behind when the thread gets to run is lost
     Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
             std::function<void(const Batch&)> deliver, Role role = Role::LEADS,

@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <chrono>
-#include <future>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -30,45 +33,84 @@ const char* problemOf(const FirmwareReports& reports) {
     return nullptr;
 }
 
+/// Calls the client on a thread of its own, which lasts as long as a client that does not answer.
+///
+/// Threading: one thread at a time.
 class Reporter {
   public:
-    Reporter(uint64_t address, Callback callback)
-        : address_(address), callback_(std::move(callback)) {}
+    /// @throws std::system_error if there is no thread to be had
+    Reporter(uint64_t address, Callback callback) : address_(address) {
+        std::thread([calls = calls_, client = std::move(callback)] {
+            make(*calls, client);
+        }).detach();
+    }
+    ~Reporter() {
+        const std::lock_guard lock{calls_->mutex};
+        calls_->isOver = true;
+        calls_->changed.notify_all();
+    }
+    Reporter(const Reporter&) = delete;
+    Reporter& operator=(const Reporter&) = delete;
 
     /// Waits for the client to take the report, but not for ever: others wait for the controller.
     void report(float progress) {
         constexpr std::chrono::seconds kPatience{5};
-        if (callback_ == nullptr) {
+        std::unique_lock lock{calls_->mutex};
+        if (!calls_->isTaken) {
             return;
         }
-        const auto taken = std::make_shared<std::promise<bool>>();
-        std::future<bool> answer = taken->get_future();
-        // For as long as a client that does not answer lives.
-        std::thread([callback = callback_, progress, taken] {
-            const auto result = callback->handleProgressUpdate(progress);
-            taken->set_value(result.isOk() && result == Hal::Result::SUCCESS);
-        }).detach();
-        if (answer.wait_for(kPatience) != std::future_status::ready || !answer.get()) {
+        calls_->progress = progress;
+        calls_->changed.notify_all();
+        const bool isMade =
+            calls_->changed.wait_for(lock, kPatience, [this] { return !calls_->progress; });
+        if (!isMade || !calls_->isTaken) {
             ALOGW("controller %llx: nobody takes the progress of its update any more",
                   static_cast<unsigned long long>(address_));
-            callback_ = nullptr;
+            calls_->isTaken = false;
         }
     }
 
   private:
+    struct Calls {
+        std::mutex mutex;  // guards the rest
+        std::condition_variable changed;
+        /// Of the call to be made, until it has been.
+        std::optional<float> progress;
+        /// Whether all reports were taken so far.
+        bool isTaken = true;
+        bool isOver = false;
+    };
+
+    static void make(Calls& calls, const Callback& client) {
+        std::unique_lock lock{calls.mutex};
+        while (true) {
+            calls.changed.wait(lock, [&] { return calls.progress || calls.isOver; });
+            if (calls.isOver) {
+                return;
+            }
+            const float progress = *calls.progress;
+            lock.unlock();
+            const auto result = client->handleProgressUpdate(progress);
+            const bool isTaken = result.isOk() && result == Hal::Result::SUCCESS;
+            lock.lock();
+            calls.isTaken = calls.isTaken && isTaken;
+            calls.progress.reset();
+            calls.changed.notify_all();
+        }
+    }
+
     const uint64_t address_;
-    Callback callback_;
+    const std::shared_ptr<Calls> calls_ = std::make_shared<Calls>();
 };
 
 /// @return whether it was completed
-bool runUpdate(const ControllerSettings& settings, uint64_t address,
-               const FirmwareReports& reports) {
+bool runUpdate(const ControllerSettings& settings, const FirmwareReports& reports,
+               Reporter& reporter) {
     using Clock = std::chrono::steady_clock;
     const float end = std::min(settings.firmwareFailsAt.value_or(1), 1.0F);
     const float step = std::max(reports.minimumStep, kFinestStep);
     const std::chrono::duration<double> duration{settings.firmwareSeconds};
     const Clock::time_point begin = Clock::now();
-    Reporter reporter(address, reports.callback);
     reporter.report(0);
     float progress = 0;
     while (progress < end) {
@@ -97,19 +139,31 @@ Hal::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
     const Hal::Result result =
         fleet->with(address, Hal::Result::FAILURE,
                     [type](ControllerDevice& device) { return device.beginUpdate(type); });
-    if (result == Hal::Result::SUCCESS) {
+    if (result != Hal::Result::SUCCESS) {
+        return result;
+    }
+    const auto end = [fleet, address](bool isComplete) {
+        fleet->with(address, false, [isComplete](ControllerDevice& device) {
+            device.endUpdate(isComplete);
+            return true;
+        });
+    };
+    try {
         // Nobody waits for its end: a client that does not return from a report would hold up the
         // end of the process.
-        std::thread([fleet, address, reports] {
-            const bool isComplete = runUpdate(fleet->settings(), address.address, reports);
+        const auto reporter = std::make_shared<Reporter>(address.address, reports.callback);
+        std::thread([fleet, address, reports, reporter, end] {
+            const bool isComplete = runUpdate(fleet->settings(), reports, *reporter);
             ALOGI("controller %llx: firmware update %s",
                   static_cast<unsigned long long>(address.address),
                   isComplete ? "complete" : "failed");
-            fleet->with(address, false, [isComplete](ControllerDevice& device) {
-                device.endUpdate(isComplete);
-                return true;
-            });
+            end(isComplete);
         }).detach();
+    } catch (const std::system_error& noThread) {
+        ALOGW("controller %llx: cannot update it: %s",
+              static_cast<unsigned long long>(address.address), noThread.what());
+        end(false);
+        return Hal::Result::FAILURE;
     }
     return result;
 }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 #include "owned_handle.h"
@@ -38,8 +39,11 @@ PoseSender::~PoseSender() {
     endReading();
 }
 
-void PoseSender::beginReading() {
+bool PoseSender::beginReading() try {
     thread_ = std::thread([this] { run(); });
+    return true;
+} catch (const std::system_error&) {
+    return false;
 }
 
 void PoseSender::endReading() {
@@ -105,9 +109,11 @@ Result PoseReceiver::prepare(const ClientIdentity& identity, std::shared_ptr<Pos
     const auto made = std::make_shared<PoseSender>(identity, fleet_);
     const char* problem = made->problem();
     ClientPointer former;
+    // Before its death can end the reading.
+    if (problem == nullptr && !made->beginReading()) {
+        problem = "there is no thread for its queue";
+    }
     if (problem == nullptr) {
-        // Before its death can end the reading.
-        made->beginReading();
         problem = enrol(made, [&] {
             const bool hasOne = findLocked(identity) != nullptr;
             former = hasOne ? nullptr : makeRoomLocked(made->process);

@@ -34,7 +34,8 @@ class PoseSender : public StreamingParty {
     const Queue::Descriptor& queue() const { return *queue_.getDesc(); }
     const Hal::FmqConfig& config() const { return config_; }
 
-    void beginReading();
+    /// @return false if there is no thread to be had
+    bool beginReading();
     /// Reads what is there, and no more from then on.
     void endReading();
 

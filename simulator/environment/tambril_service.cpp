@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <system_error>
 
 #include "time_units.h"
 #include "world/clocks.h"
@@ -41,9 +42,16 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
         return Hal::Result::FAILURE;
     }
     constexpr const char* kTaken = "another client has its id";
-    const auto client = std::make_shared<RpcClient>(
-        id, callback, std::max(settings_.notificationRate, 1U), clock_,
-        [this](RpcClient& notified, uint32_t number) { notify(notified, number); });
+    ClientPointer client;
+    try {
+        client = std::make_shared<RpcClient>(
+            id, callback, std::max(settings_.notificationRate, 1U), clock_,
+            [this](RpcClient& notified, uint32_t number) { notify(notified, number); });
+    } catch (const std::system_error& noThread) {
+        ALOGW("KivraRpc: refused client %s of process %d: %s", toString(id).c_str(),
+              callingProcess(), noThread.what());
+        return Hal::Result::FAILURE;
+    }
     client->name = fmt::format("{}, {}", toString(id), client->name);
     const char* const problem =
         enrol(client, [&] { return findLocked(id) == nullptr ? nullptr : kTaken; });

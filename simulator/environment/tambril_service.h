@@ -22,6 +22,7 @@ namespace Simulator {
 struct RpcClient : RegisteredClient {
     /// @param notify called with the numbers of the messages that are due, which are none before
     /// the notifier's batch limit is set
+    /// @throws std::system_error if there is no thread for the notifier
     RpcClient(Hal::KivraRpcClientId clientId, const android::sp<Hal::ITambrilCallback>& function,
               uint32_t notificationRate, const std::shared_ptr<WorldClock>& clock,
               const std::function<void(RpcClient& client, uint32_t number)>& notify)

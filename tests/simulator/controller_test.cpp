@@ -11,6 +11,7 @@
 #include "controller/provider_service.h"
 #include "controller/state_provider_service.h"
 #include "support/client_end.h"
+#include "support/thread_limit.h"
 
 namespace {
 
@@ -141,6 +142,30 @@ TEST_F(ControllerTest, FirmwareUpdateRefusesWhatItCannotReportAndASecondOne) {
     EXPECT_EQ(update(Type::HANDHELD, {callback, 0, 0.25F}), Result::BAD_STATE);
     EXPECT_EQ(management_->unpairController(kLeft), Result::BAD_STATE);
     go.set_value();
+}
+
+TEST_F(ControllerTest, WhatNeedsAThreadFailsAloneWhereNoneCanBeStarted) {
+    const android::sp<FakeProgressCallback> callback = new FakeProgressCallback;
+    std::promise<void> go;
+    go.set_value();
+    callback->goesOn = go.get_future();
+    const android::sp<TestSupport::FakeSensorClient> identity = new TestSupport::FakeSensorClient;
+    const auto update = [&]() -> Result {
+        return management_->updateFirmware(kLeft, Hal::ControllerType::HANDHELD,
+                                           {callback, 0, 0.25F});
+    };
+    const auto sendPoses = [&] {
+        Result of{};
+        owner_->preparePoseOutputStream(
+            identity, [&](Result result, const auto&, const auto&) { of = result; });
+        return of;
+    };
+    TestSupport::runAtThreadLimit([&] {
+        EXPECT_EQ(update(), Result::FAILURE);
+        EXPECT_EQ(sendPoses(), Result::FAILURE);
+    });
+    EXPECT_EQ(update(), Result::SUCCESS);
+    EXPECT_EQ(sendPoses(), Result::SUCCESS);
 }
 
 TEST(HapticsPlayerTest, PlaysWhatWasSentForAsLongAsItLasts) {

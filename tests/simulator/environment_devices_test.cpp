@@ -10,6 +10,7 @@
 #include "environment/light_models.h"
 #include "environment/tambril_service.h"
 #include "support/client_end.h"
+#include "support/thread_limit.h"
 #include "world/clocks.h"
 
 namespace {
@@ -166,6 +167,8 @@ TEST(TambrilServiceTest, WhatIsNotRightIsRefused) {
               Result::FAILURE);
     other->isDead = true;
     EXPECT_EQ(service->registerClient(kId, other), Result::FAILURE);
+    TestSupport::runAtThreadLimit(
+        [&] { EXPECT_EQ(service->registerClient(kId, client), Result::FAILURE); });
     EXPECT_EQ(service->registerClient(kId, client), Result::SUCCESS);
     EXPECT_EQ(service->registerClient(kId, other), Result::BAD_STATE);
     EXPECT_EQ(send(other, kLeft, 0), Result::BAD_STATE);
