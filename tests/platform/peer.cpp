@@ -146,7 +146,7 @@ bool Peer::isOpen() const {
 FakeService::FakeService(const std::string& instance, std::function<void(int listener)> serve,
                          int backlog)
     : registry_(*Registry::open(Registry::Mode::kCreate)), listener_(unixSocket()) {
-    EXPECT_EQ(withAddress(bind, listener_, registry_.shortPath(name_)), 0);
+    EXPECT_EQ(registry_.bind(listener_, name_), 0);
     EXPECT_EQ(listen(listener_.get(), backlog), 0);
     EXPECT_EQ(registry_.publish(IEcho::descriptor, instance, name_), 0);
     thread_ = std::thread(std::move(serve), listener_.get());

@@ -1,11 +1,14 @@
 // Finding services: what the directory of sockets says and what it must not be believed.
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
+#include <sched.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -98,6 +101,30 @@ TEST_F(RegistryTest, SocketsOfDeadProcessesAreRemovedByTheNextOne) {
                                 return entry.symlink_status().type() == fs::file_type::socket;
                             }),
               1);
+}
+
+TEST_F(RegistryTest, ServicesMayHaveProcessNumbersOfTheirOwn) {
+    const ServiceProcess outside("outside");
+    std::promise<bool> started;
+    std::promise<void> isSeen;
+    // What a thread unshares holds for the processes that it starts, and they end with it.
+    std::thread starter([&] {
+        const bool isUnshared = unshare(CLONE_NEWPID) == 0;
+        const auto inside = isUnshared ? std::make_unique<ServiceProcess>("inside") : nullptr;
+        started.set_value(isUnshared);
+        isSeen.get_future().wait();
+    });
+    const bool isAllowed = started.get_future().get();
+    if (isAllowed) {
+        EXPECT_NE(IEcho::getService("outside"), nullptr) << "its socket is not removed as dead";
+        const sp<IEcho> echo = IEcho::getService("inside");
+        for (int i = 0; i < 10; ++i) {
+            EXPECT_TRUE(android::hardware::interfacesEqual(echo, IEcho::getService("inside")));
+        }
+    }
+    isSeen.set_value();
+    starter.join();
+    if (!isAllowed) GTEST_SKIP() << "a PID namespace takes more rights";
 }
 
 }  // namespace

@@ -39,15 +39,6 @@ unique_fd newSocket(int flags = 0) {
     return unique_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
 }
 
-std::optional<sockaddr_un> addressOf(const Registry& registry, const std::string& socketName) {
-    const std::string path = registry.shortPath(socketName);
-    sockaddr_un address{};
-    if (path.size() >= sizeof(address.sun_path)) return std::nullopt;
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    return address;
-}
-
 }  // namespace
 
 // ServiceTable
@@ -115,13 +106,11 @@ status_t Endpoint::listen() {
 status_t Endpoint::listenLocked(Registry& registry) {
     registry.removeDeadSockets();
     std::string name = Registry::newSocketName();
-    const std::optional<sockaddr_un> address = addressOf(registry, name);
     unique_fd listener = newSocket(SOCK_NONBLOCK);
-    if (!address || !listener.ok() ||
-        bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) != 0 ||
-        ::listen(listener.get(), kListenBacklog) != 0) {
-        return -errno;
-    }
+    if (!listener.ok()) return -errno;
+    const int bound = registry.bind(listener, name);
+    if (bound != OK) return bound;
+    if (::listen(listener.get(), kListenBacklog) != 0) return -errno;
     const uint64_t watchName = ThreadPool::self().add(listener.get(), weak_from_this());
     if (watchName == 0) {
         registry.removeSocket(name);
@@ -152,7 +141,7 @@ void Endpoint::onReadable(bool /* isAtEnd */, bool /* mayServe */) {
     unique_fd socket(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
     const bool isShort =
         !socket.ok() && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM);
-    if (socket.ok()) start(std::move(socket), false);
+    if (socket.ok()) start(std::move(socket), "");
     if (isShort) {
         // Gives the connections some time to end.
         ThreadPool::self().postLater(watchOn);
@@ -161,11 +150,12 @@ void Endpoint::onReadable(bool /* isAtEnd */, bool /* mayServe */) {
     }
 }
 
-std::shared_ptr<Connection> Endpoint::findLocked(int process) const {
+std::shared_ptr<Connection> Endpoint::findLocked(const std::string& socketName, int process) const {
     const auto known =
-        std::find_if(connections_.begin(), connections_.end(), [process](const Entry& entry) {
+        std::find_if(connections_.begin(), connections_.end(), [&](const Entry& entry) {
             return !entry.isSpare && entry.connection->isAlive() &&
-                   entry.connection->peer().pid == process;
+                   (process == Registry::kForeignProcess ? entry.socketName == socketName
+                                                         : entry.connection->peer().pid == process);
         });
     return known == connections_.end() ? nullptr : known->connection;
 }
@@ -173,7 +163,7 @@ std::shared_ptr<Connection> Endpoint::findLocked(int process) const {
 bool Endpoint::hasRoomForLocked(int process) {
     size_t alive = 0;
     size_t ofSameProcess = 0;
-    for (const auto& [connection, isSpare] : connections_) {
+    for (const auto& [connection, name, isSpare] : connections_) {
         if (!connection->isAlive()) continue;
         ++alive;
         if (connection->peer().pid == process) ++ofSameProcess;
@@ -181,7 +171,7 @@ bool Endpoint::hasRoomForLocked(int process) {
     return alive < kMaxConnections && ofSameProcess < kMaxConnectionsOfOneProcess;
 }
 
-std::shared_ptr<Connection> Endpoint::start(unique_fd socket, bool isOwn) {
+std::shared_ptr<Connection> Endpoint::start(unique_fd socket, const std::string& socketName) {
     ucred peer{};
     socklen_t size = sizeof(peer);
     if (getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return nullptr;
@@ -196,7 +186,7 @@ std::shared_ptr<Connection> Endpoint::start(unique_fd socket, bool isOwn) {
         hasRoom = hasRoomForLocked(peer.pid);
         if (!hasRoom) {
             // Who has inherited a socket or was sent it may keep it when its process is gone.
-            for (const auto& [connection, isSpare] : connections_) {
+            for (const auto& [connection, name, isSpare] : connections_) {
                 if (kill(connection->peer().pid, 0) != 0 && errno == ESRCH) connection->close();
             }
             hasRoom = hasRoomForLocked(peer.pid);
@@ -205,7 +195,7 @@ std::shared_ptr<Connection> Endpoint::start(unique_fd socket, bool isOwn) {
             auto connection = Connection::start(std::move(socket), peer, services_, *this);
             if (connection != nullptr) {
                 const bool isSecond = connecting_.count(peer.pid) != 0 && getpid() < peer.pid;
-                connections_.push_back({connection, isOwn || isSecond});
+                connections_.push_back({connection, socketName, !socketName.empty() || isSecond});
                 changed_.notify_all();
                 return connection;
             }
@@ -252,7 +242,7 @@ std::shared_ptr<Connection> Endpoint::findGreediest() const {
     const MutexLock lock(mutex_);
     size_t all = 0;
     std::map<pid_t, size_t> ofProcesses;
-    for (const auto& [connection, isSpare] : connections_) {
+    for (const auto& [connection, name, isSpare] : connections_) {
         // Those of one that has been dropped are being closed.
         if (!connection->isAlive()) continue;
         all += connection->descriptorsWaiting();
@@ -272,7 +262,7 @@ std::shared_ptr<Connection> Endpoint::findGreediest() const {
 
 std::shared_ptr<Connection> Endpoint::connect(const Registry& registry,
                                               const std::string& socketName) {
-    const std::optional<sockaddr_un> address = addressOf(registry, socketName);
+    const std::optional<sockaddr_un> address = registry.addressOf(socketName);
     unique_fd socket = newSocket();
     if (!address || !socket.ok()) return nullptr;
     const timeval patience{kPatience.count(), 0};
@@ -282,7 +272,7 @@ std::shared_ptr<Connection> Endpoint::connect(const Registry& registry,
         if (errno == EAGAIN) ALOGE("%s does not accept connections", socketName.c_str());
         return nullptr;
     }
-    return start(std::move(socket), true);
+    return start(std::move(socket), socketName);
 }
 
 status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
@@ -298,7 +288,7 @@ status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
             if (Connection::Clock::now() >= deadline) return TIMED_OUT;
             mutex_.wait(changed_, deadline);
         }
-        known = findLocked(*process);
+        known = findLocked(socketName, *process);
         if (known == nullptr) connecting_.insert(*process);
     }
     if (known != nullptr) return ServiceTable::ask(*known, name, service);
@@ -312,7 +302,7 @@ status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
         changed_.notify_all();
         // The other process may connect to this one, too: that is what ALREADY_EXISTS says, and
         // if it has been accepted meanwhile, the other one uses it.
-        while ((known = findLocked(*process)) == nullptr && status == ALREADY_EXISTS &&
+        while ((known = findLocked(socketName, *process)) == nullptr && status == ALREADY_EXISTS &&
                Connection::Clock::now() < deadline) {
             mutex_.wait(changed_, deadline);
         }

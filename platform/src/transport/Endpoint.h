@@ -93,16 +93,22 @@ class Endpoint final : public Readable,
   private:
     struct Entry {
         std::shared_ptr<Connection> connection;
+        /** What this process connected to; empty if the other one did. */
+        std::string socketName;
         /** Not, or not yet, the one that is used to reach the process. */
         bool isSpare = false;
     };
 
     Endpoint();
     status_t listenLocked(Registry& registry) REQUIRES(mutex_);
-    std::shared_ptr<Connection> findLocked(int process) const REQUIRES(mutex_);
+    std::shared_ptr<Connection> findLocked(const std::string& socketName, int process) const
+        REQUIRES(mutex_);
     std::shared_ptr<Connection> connect(const Registry& registry, const std::string& socketName);
-    /** @param isOwn whether this process connected. @return null if it is refused */
-    std::shared_ptr<Connection> start(unique_fd socket, bool isOwn);
+    /**
+     * @param socketName of the process that this one has connected to; empty if it was the other
+     * @return null if it is refused
+     */
+    std::shared_ptr<Connection> start(unique_fd socket, const std::string& socketName);
     bool hasRoomForLocked(int process) REQUIRES(mutex_);
     /** Of those that have brought descriptors; null if they are not too many. */
     std::shared_ptr<Connection> findGreediest() const;

@@ -6,7 +6,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <log/log.h>
-#include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <atomic>
@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 namespace android::hardware::details {
 
@@ -32,6 +33,22 @@ std::string directoryPath() {
     const char* runtime = secure_getenv("XDG_RUNTIME_DIR");
     if (runtime != nullptr && *runtime != '\0') return std::string(runtime) + "/moriak-hidl";
     return "/tmp/moriak-hidl-" + std::to_string(geteuid());
+}
+
+/** That of the process numbers here: containers have their own. */
+ino_t pidNamespace() {
+    struct stat status {};
+    return stat("/proc/self/ns/pid", &status) == 0 ? status.st_ino : 0;
+}
+
+/** @return false, and `text` as it was, unless it begins with a number and a hyphen */
+template <typename Number>
+bool takeNumber(std::string_view* text, Number* number) {
+    const char* const end = text->data() + text->size();
+    const auto parsed = std::from_chars(text->data(), end, *number);
+    if (parsed.ec != std::errc() || parsed.ptr == end || *parsed.ptr != '-') return false;
+    text->remove_prefix(static_cast<size_t>(parsed.ptr - text->data()) + 1);
+    return true;
 }
 
 std::string linkName(const std::string& interfaceName, const std::string& instance) {
@@ -93,7 +110,8 @@ std::optional<std::string> Registry::find(const std::string& interfaceName,
 std::string Registry::newSocketName() {
     // Process numbers come round again; together with the time they do not.
     const auto now = std::chrono::system_clock::now().time_since_epoch().count();
-    return kSocketPrefix + std::to_string(getpid()) + "-" + std::to_string(now);
+    return kSocketPrefix + std::to_string(getpid()) + "-" + std::to_string(pidNamespace()) + "-" +
+           std::to_string(now);
 }
 
 std::optional<int> Registry::processOf(const std::string& socketName) {
@@ -102,31 +120,56 @@ std::optional<int> Registry::processOf(const std::string& socketName) {
         socketName.find('/') != std::string::npos) {
         return std::nullopt;
     }
+    std::string_view rest = std::string_view(socketName).substr(prefix);
     int process = 0;
-    const char* const end = socketName.data() + socketName.size();
-    const auto parsed = std::from_chars(socketName.data() + prefix, end, process);
-    if (parsed.ec != std::errc() || parsed.ptr == end || *parsed.ptr != '-' || process <= 0) {
+    ino_t space = 0;
+    if (!takeNumber(&rest, &process) || process <= 0 || !takeNumber(&rest, &space)) {
         return std::nullopt;
     }
-    return process;
+    return space == pidNamespace() ? process : kForeignProcess;
+}
+
+int Registry::bind(const unique_fd& socket, const std::string& socketName) {
+    // It gets its name when it has begun to live: one that does not is taken for dead.
+    const std::string newName = "new" + (kSeparator + socketName);
+    const std::optional<sockaddr_un> address = addressOf(newName);
+    if (!address) return -ENAMETOOLONG;
+    if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) != 0 ||
+        renameat(directory_.get(), newName.c_str(), directory_.get(), socketName.c_str()) != 0) {
+        return -errno;
+    }
+    return 0;
 }
 
 void Registry::removeDeadSockets() {
     // A directory stream of its own: it takes the descriptor over and moves its position.
     const int fd = openat(directory_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(fd < 0 ? nullptr : fdopendir(fd), closedir);
-    if (stream == nullptr) return;
+    // The wrong kind of socket, so that one that lives refuses it unnoticed.
+    const unique_fd probe(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (stream == nullptr || !probe.ok()) return;
     while (const dirent* entry = readdir(stream.get())) {
-        const std::optional<int> process = processOf(entry->d_name);
-        if (!process) continue;
-        // One that bears our own number is of a process that had it before us.
-        const bool isDead = kill(*process, 0) != 0 && errno == ESRCH;
-        if (isDead || *process == getpid()) removeSocket(entry->d_name);
+        const std::string name = entry->d_name;
+        const std::optional<sockaddr_un> address = addressOf(name);
+        if (!processOf(name) || !address) continue;
+        const bool isDead = connect(probe.get(), reinterpret_cast<const sockaddr*>(&*address),
+                                    sizeof(*address)) != 0 &&
+                            errno == ECONNREFUSED;
+        if (isDead) removeSocket(name);
     }
 }
 
 void Registry::removeSocket(const std::string& socketName) {
     unlinkat(directory_.get(), socketName.c_str(), 0);
+}
+
+std::optional<sockaddr_un> Registry::addressOf(const std::string& socketName) const {
+    const std::string path = shortPath(socketName);
+    sockaddr_un address{};
+    if (path.size() >= sizeof(address.sun_path)) return std::nullopt;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    return address;
 }
 
 std::string Registry::shortPath(const std::string& name) const {

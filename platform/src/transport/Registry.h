@@ -2,6 +2,7 @@
 #pragma once
 
 #include <android-base/unique_fd.h>
+#include <sys/un.h>
 
 #include <optional>
 #include <string>
@@ -38,8 +39,15 @@ class Registry {
 
     /** A name for this process's socket that no other process has used. */
     static std::string newSocketName();
+    /** A process whose number is one of another PID namespace. */
+    static constexpr int kForeignProcess = 0;
     /** Number of the process that a socket's name belongs to; none if it is no such name. */
     static std::optional<int> processOf(const std::string& socketName);
+
+    /** Gives the socket its name. @return OK or -errno */
+    int bind(const unique_fd& socket, const std::string& socketName);
+    /** None if it does not fit. */
+    std::optional<sockaddr_un> addressOf(const std::string& socketName) const;
 
     /** Removes the sockets of processes that ended without doing so. */
     void removeDeadSockets();
