@@ -17,14 +17,26 @@ function quoted(text) {
     return "\"" text "\""
 }
 
+# "appendPCMHaptics" gives "append_pcm_haptics"; a word of Python's own gets an underscore behind it.
+function pythonName(name,    result, i, letter) {
+    for (i = 1; i <= length(name); ++i) {
+        letter = substr(name, i, 1)
+        if (i > 1 && letter ~ /[A-Z]/ &&
+            (substr(name, i - 1, 1) ~ /[a-z]/ || substr(name, i + 1, 1) ~ /[a-z]/)) {
+            result = result "_"
+        }
+        result = result tolower(letter)
+    }
+    return result == "from" ? "from_" : result
+}
+
 /^ *\/\/\/ ?/ {
     line = $0
     sub(/^ *\/\/\/ ?/, "", line)
-    sub(/^@param /, "\\param ", line)
-    if (line ~ /^\\param /) {
-        sub(/^\\param /, "", line)
-        sub(/ /, ": ", line)
-        line = "\n" line
+    if (line ~ /^@param /) {
+        sub(/^@param /, "", line)
+        match(line, /^[A-Za-z0-9]+/)
+        line = "\n" pythonName(substr(line, 1, RLENGTH)) ": " substr(line, RLENGTH + 2)
     }
     sub(/^@return /, "\nreturns: ", line)
     doc = doc == "" ? line : doc "\n" line
@@ -38,7 +50,7 @@ function quoted(text) {
     doc = ""
     memberCount = isFlags = hasFunctions = 0
     if (kind == "class") {
-        declarations = declarations "    {\"" owner "\", \"\", \"\", " quoted(ownerDoc) "},\n"
+        declarations = declarations "    {\"" owner "\", \"\", \"\", \"\", " quoted(ownerDoc) "},\n"
     }
     next
 }
@@ -61,7 +73,13 @@ function quoted(text) {
     sub(/\) = 0;$/, "", parameters)
     while (gsub(/<[^<>]*>/, "", parameters)) {}
     gsub(/[^,]*[ &*]/, "", parameters)
-    declarations = declarations "    {\"" owner "\", \"" method "\", \"" parameters "\", " quoted(doc) "},\n"
+    count = split(parameters, names, ",")
+    parameters = ""
+    for (i = 1; i <= count; ++i) {
+        parameters = parameters (i == 1 ? "" : ",") pythonName(names[i])
+    }
+    declarations = declarations "    {\"" owner "\", \"" method "\", \"" pythonName(method) "\", \"" \
+        parameters "\", " quoted(doc) "},\n"
     doc = ""
     next
 }

@@ -25,7 +25,8 @@ struct Declaration {
     const char* owner;
     /// Empty for the interface itself.
     const char* name;
-    /// With commas between them.
+    const char* pythonName;
+    /// In Python's spelling, with commas between them.
     const char* parameters;
     const char* doc;
 };

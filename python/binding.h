@@ -2,7 +2,6 @@
 // the headers, in the spelling of Python.
 #pragma once
 
-#include <cctype>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,20 +13,6 @@
 #include <vector>
 
 #include "streams.h"
-
-/// "appendPCMHaptics" gives "append_pcm_haptics".
-inline std::string pythonName(std::string_view name) {
-    std::string result;
-    for (size_t i = 0; i < name.size(); ++i) {
-        const auto isLower = [&](size_t at) { return at < name.size() && islower(name[at]) != 0; };
-        const bool isUpper = isupper(name[i]) != 0;
-        if (isUpper && i > 0 && (isLower(i - 1) || isLower(i + 1))) {
-            result += '_';
-        }
-        result += static_cast<char>(tolower(name[i]));
-    }
-    return result;
-}
 
 /// @param name empty for the interface itself
 /// @param parameters tell which of several of the name is meant; null: the first
@@ -104,12 +89,16 @@ class Binding {
     }
 
     /// Another method: `function` takes the Remote, then what Python gives.
-    /// @param parameters their names, if they are not the headers'
+    /// @param parameters, doc if they are not the headers'
     template <typename Function>
-    Binding& function(const char* name, Function function, const char* parameters = nullptr) {
+    Binding& function(const char* name, Function function, const char* parameters = nullptr,
+                      const char* doc = nullptr) {
         ApiTables::Declaration declaration = declarationOf(api_, name);
         if (parameters != nullptr) {
             declaration.parameters = parameters;
+        }
+        if (doc != nullptr) {
+            declaration.doc = doc;
         }
         define(declaration, std::move(function));
         return *this;
@@ -151,7 +140,7 @@ class Binding {
         std::vector<std::string> parts;
         for (size_t begin = 0; begin < names.size();) {
             const size_t end = std::min(names.find(',', begin), names.size());
-            parts.push_back(pythonName(names.substr(begin, end - begin)));
+            parts.push_back(names.substr(begin, end - begin));
             begin = end + 1;
         }
         return parts;
@@ -173,7 +162,7 @@ class Binding {
     void define(const ApiTables::Declaration& declaration, Function function,
                 [[maybe_unused]] const std::vector<std::string>& parameters,
                 std::index_sequence<i...> /*numbers*/) {
-        type_.def(pythonName(declaration.name).c_str(), std::move(function), declaration.doc,
+        type_.def(declaration.pythonName, std::move(function), declaration.doc,
                   py::arg(parameters[i].c_str())...);
     }
 
@@ -184,14 +173,18 @@ class Binding {
 /// The factory of an object that belongs to the life of the service in which it is made.
 template <typename Factory>
 void defineFactory(py::module_& module, const char* name, Factory factory) {
-    using Api = typename std::invoke_result_t<Factory>::element_type;
-    const std::string interface = std::string(name).replace(0, sizeof("create") - 1, "I");
     module.def(
-        pythonName(name).c_str(),
-        [factory, interface] {
+        name,
+        [factory, name] {
             const Service::Life life = Service::currentLife();
-            return remoteOf<Api>(life,
-                                 Service::require(Service::call(life, factory), interface.c_str()));
+            auto object = Service::call(life, factory);
+            if (object == nullptr) {
+                throw Service::NoService(std::string(name) +
+                                         ": no such service is running; start "
+                                         "moriak-sensor-simulator with the same "
+                                         "MORIAK_HIDL_RUNTIME_DIR");
+            }
+            return remoteOf(life, std::move(object));
         },
         "Finds the running service. Raises NoService if there is none.");
 }

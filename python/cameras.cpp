@@ -31,15 +31,19 @@ void defineStream(py::module_& module) {
     using Api = ICameraStream;
     using Stream = Binding<Api>;
     Stream(module, "CameraStream", "ICameraStreamBase")
-        .function("stream",
-                  [](Camera& self) {
-                      Service::requireAlive(self.life);
-                      std::shared_ptr<::Stream>& known = self.streams[self.object.get()];
-                      if (known == nullptr) {
-                          known = std::make_shared<FrameStream>(self.life, self.object);
-                      }
-                      return known;
-                  })
+        .function(
+            "stream",
+            [](Camera& self) {
+                Service::requireAlive(self.life);
+                std::shared_ptr<::Stream>& known = self.streams[self.object.get()];
+                if (known == nullptr) {
+                    known = std::make_shared<FrameStream>(self.life, self.object);
+                }
+                return known;
+            },
+            "",
+            "The frame sets, each a batch of its own; always the same object. The service "
+            "has few\nplaces for clients of a stream: leave `with` when you are done.")
         .method("getConfiguration", &Api::getConfiguration)
         .function("startOverridingExposureSettings",
                   [](const Camera& self) {
@@ -91,7 +95,7 @@ void defineStreamController(py::module_& module) {
                         return object.setExposureGain(slot, frameSets, settings);
                     });
             },
-            "slot,frameSets,cameras");
+            "slot,frame_sets,cameras");
 }
 
 void defineProvider(py::module_& module) {
@@ -108,7 +112,7 @@ void defineProvider(py::module_& module) {
         .method("applyMuxMode", &Api::applyMuxMode)
         .method("setFrameRate", &Api::setFrameRate)
         .method("getRawImageMode", &Api::getRawImageMode);
-    defineFactory(module, "createCameraProvider", createCameraProvider);
+    defineFactory(module, "create_camera_provider", createCameraProvider);
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ void defineProvider(py::module_& module) {
         .method("clearWirelessFreqBlocklist", &Api::clearWirelessFreqBlocklist)
         .method("getHostInfo", &Api::getHostInfo)
         .method("allowDevice", &Api::allowDevice);
-    defineFactory(module, "createControllerProvider", createControllerProvider);
+    defineFactory(module, "create_controller_provider", createControllerProvider);
 }
 
 void defineStreamingClient(py::module_& module) {
@@ -104,7 +104,7 @@ void defineStreamingClient(py::module_& module) {
                                                          repeat, values.data());
                     });
             },
-            "controller,sampleRate,repeat,samples")
+            "controller,sample_rate,repeat,samples")
         .function(
             "appendBufferedHaptics",
             [](const Remote<Api>& self, ControllerAddr controller,
@@ -156,7 +156,7 @@ void defineManagementClient(py::module_& module) {
                     return object.updateFirmware(controller, type, config);
                 });
             },
-            "controller,type,progress,minimumInterval,minimumStep");
+            "controller,type,progress,minimum_interval,minimum_step");
 }
 
 void defineStateProvider(py::module_& module) {
@@ -189,7 +189,7 @@ void defineStateProvider(py::module_& module) {
                       });
                   })
         .method("setKivrarEnabled", &Api::setKivrarEnabled);
-    defineFactory(module, "createControllerStateProvider", createControllerStateProvider);
+    defineFactory(module, "create_controller_state_provider", createControllerStateProvider);
 }
 
 }  // namespace

@@ -28,14 +28,14 @@ void defineEnvironment(py::module_& module) {
                 &Light::adcFlickerStop)
         .stream("ambientLightStream", &Light::ambientLightStream, &Light::ambientLightStart,
                 &Light::ambientLightStop);
-    defineFactory(module, "createFlickerSensor", [] { return createFlickerSensor(nullptr); });
+    defineFactory(module, "create_flicker_sensor", [] { return createFlickerSensor(nullptr); });
 
     using Timing = IExternalTimingProvider;
     Binding<Timing>(module, "ExternalTimingProvider", "IExternalTimingProvider")
         .stream("streamExternalTimestampData", &Timing::streamExternalTimestampData,
                 &Timing::startExternalTimestampDataStream,
                 &Timing::stopExternalTimestampDataStream);
-    defineFactory(module, "createExternalTimingProvider", createExternalTimingProvider);
+    defineFactory(module, "create_external_timing_provider", createExternalTimingProvider);
 
     using Led = IFaceEyeTrackingLed;
     Binding<Led>(module, "FaceEyeTrackingLed", "IFaceEyeTrackingLed")
@@ -45,7 +45,7 @@ void defineEnvironment(py::module_& module) {
         .method("getNumChannels", &Led::getNumChannels)
         .method("startOverridingLedSettings", &Led::startOverridingLedSettings)
         .method("stopOverridingLedSettings", &Led::stopOverridingLedSettings);
-    defineFactory(module, "createFaceEyeTrackingLed", createFaceEyeTrackingLed);
+    defineFactory(module, "create_face_eye_tracking_led", createFaceEyeTrackingLed);
 
     using Messages = Binding<ITambStream>;
     Messages(module, "TambStream", "ITambStream")
@@ -79,5 +79,5 @@ void defineEnvironment(py::module_& module) {
                           });
                   })
         .method("getTimeTranslation", &ITambStream::getTimeTranslation);
-    defineFactory(module, "createTambStream", createTambStream);
+    defineFactory(module, "create_tamb_stream", createTambStream);
 }

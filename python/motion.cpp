@@ -22,8 +22,8 @@ void defineMotion(py::module_& module) {
         .method("getImu", &IMotionSensorProvider::getImu)
         .method("getMag", &IMotionSensorProvider::getMag);
 
-    defineFactory(module, "createImuSensor", createImuSensor);
-    defineFactory(module, "createMagSensor", createMagSensor);
-    defineFactory(module, "createIadSensor", createIadSensor);
-    defineFactory(module, "createMotionSensorProvider", createMotionSensorProvider);
+    defineFactory(module, "create_imu_sensor", createImuSensor);
+    defineFactory(module, "create_mag_sensor", createMagSensor);
+    defineFactory(module, "create_iad_sensor", createIadSensor);
+    defineFactory(module, "create_motion_sensor_provider", createMotionSensorProvider);
 }

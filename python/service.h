@@ -91,15 +91,4 @@ std::shared_ptr<Object> share(Life life, std::unique_ptr<Object> object) {
             }};
 }
 
-/// What a factory returned. Throws NoService if that is nothing.
-template <typename Object>
-std::unique_ptr<Object> require(std::unique_ptr<Object> object, const char* interface) {
-    if (object == nullptr) {
-        throw NoService(std::string("no ") + interface +
-                        " service is running; start moriak-sensor-simulator, with the same "
-                        "MORIAK_HIDL_RUNTIME_DIR");
-    }
-    return object;
-}
-
 }  // namespace Service

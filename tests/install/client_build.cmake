@@ -2,7 +2,7 @@
 # README's snippets as they stand there, builds with pkg-config, and builds the library again as for
 # a device, whose runtime is the host layer here.
 #
-# cmake -DBUILD_DIR=… -DSOURCE_DIR=… -DCOMPILER=… -DCXX_FLAGS=… -DLAUNCHER=… -DDEVICE=… -P client_build.cmake
+# cmake -DBUILD_DIR=… -DSOURCE_DIR=… -DCOMPILER=… -DCXX_FLAGS=… -DLAUNCHER=… -DDEVICE=… -DPYTHON=… -P client_build.cmake
 set(work ${BUILD_DIR}/install-test)
 set(prefix ${work}/prefix)
 file(REMOVE_RECURSE ${work})
@@ -26,9 +26,15 @@ run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples -B ${work}/examples ${compiler}
     -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${work}/examples)
-expect_no_service(${work}/examples/imu_client)
-expect_no_service(${work}/examples/ambient_light_client)
+foreach(client imu_client ambient_light_client camera_client controller_client)
+    expect_no_service(${work}/examples/${client})
+endforeach()
 expect_no_service(${prefix}/bin/sensorctl list)
+if(PYTHON)
+    file(GLOB_RECURSE stubs ${prefix}/moriak_sensors.pyi)
+    cmake_path(GET stubs PARENT_PATH python_directory)
+    expect_no_service(PYTHONPATH=${python_directory} ${PYTHON} ${SOURCE_DIR}/examples/plot_imu.py)
+endif()
 
 # The first block of its language in the README.
 function(snippet language out_var)
