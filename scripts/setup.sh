@@ -25,6 +25,7 @@ packages=(
     libbenchmark-dev      # timing of the data paths in bench
     valgrind              # instruction counts of the data paths in bench
     strace                # records the fuzz targets' seeds
+    doxygen               # scripts/make-api-reference
     gnuplot-nox           # the pictures of docs/simulation.md
 )
 

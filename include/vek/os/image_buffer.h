@@ -12,23 +12,23 @@ namespace Vek::OS {
 
 /// A read-only view of one image buffer of the service.
 ///
-/// The service writes the buffer whenever it holds it. What a client reads is whole and steady only
-/// while the client has the frame set that names the buffer: inside the stream's callback.
+/// The service may write the buffer at any time except while the client holds the frame set that
+/// names it, which is inside the stream's callback. What a client reads at other times may be torn.
 ///
 /// Threading: immutable; may be used from any thread. Ownership: shared by std::shared_ptr; the
-/// memory is mapped until the last owner goes, even if the service has ended by then.
+/// memory stays mapped until the last owner is destroyed, even after the service's end.
 class ImageBuffer {
   public:
     /// Made by the library. The handles stay the caller's.
     /// @param pixels, supplement each with shared memory of a fixed size as its first descriptor;
-    /// the bytes of one that is null or has no such memory are empty.
+    /// if one is null or has no such memory, its span is empty.
     ImageBuffer(const native_handle* pixels, const native_handle* supplement);
 
-    /// The whole buffer, of which the images start at the first byte; row by row, in the format and
-    /// with the stride that the frame set gives, which must be checked against the size here.
+    /// The whole buffer. The image starts at the first byte, row by row, in the format and with the
+    /// stride that the frame set gives; check both against the size of this span.
     gsl::span<const std::byte> pixels() const { return viewOf(pixels_); }
 
-    /// What the camera adds to an image, in a form of its own; often empty.
+    /// Data that the camera adds to an image, in a format of its own; often empty.
     gsl::span<const std::byte> supplement() const { return viewOf(supplement_); }
 
   private:

@@ -29,21 +29,21 @@ class CameraStreamControlTarget;
 
 /// On which thread frame sets reach the client.
 enum class DispatchPolicy : uint32_t {
-    /// On the one that waits on the stream's composite.
+    /// On the thread that waits on the stream's composite.
     COMPOSITE_WAIT = 0,
 };
 
 /// A stream of frame sets of one type.
 ///
 /// Use: set the callback of stream(), add it to a composite, start(), wait on the composite. The
-/// images are in the buffers of getMetadata(), which a client asks for once, before the start; they
-/// are the client's to read inside the callback only: when it returns, the library hands the frame
-/// set back to the service. All that a frame set says is the service's word: check `bufferIndex`
+/// images are in the buffers of getMetadata(), which a client asks for once, before the start. A
+/// client may read an image only inside the callback: when the callback returns, the library hands
+/// the frame set back to the service. A frame set is as the service wrote it: check `bufferIndex`
 /// against the number of buffers before use.
 ///
-/// Destroying the object does not stop the stream at the service. Stop it first: streams that were
-/// left running keep the service's places for clients until this process ends, and a service has
-/// few of them. The object must outlive the last wait on the composite.
+/// Destroying the object does not stop the stream at the service. Stop it first: a stream that was
+/// left running occupies one of the service's few places for clients until this process ends. The
+/// object must outlive the last wait on the composite.
 ///
 /// Threading: stream() as IDataStream says; the other methods from any thread.
 template <DispatchPolicy policy>
@@ -59,18 +59,19 @@ class ICameraStreamBase {
     /// throw: the frame set would never be handed back (see IDataStream::setCallbackv).
     virtual IDataStream<FrameSet>& stream() = 0;
 
-    /// Asks the service what the stream's cameras are set to and can be set to.
+    /// Asks the service for the current settings of the stream's cameras and their ranges.
     virtual CameraStreamConfiguration getConfiguration() = 0;
 
-    /// Starts the frame sets. Add the stream to a composite first. A stream that is running stays
-    /// so.
+    /// Starts the frame sets. Add the stream to a composite first. Has no effect on a stream that
+    /// is running.
     virtual void start() = 0;
 
-    /// A stream that is not running stays so.
+    /// Has no effect on a stream that is not running.
     virtual void stop() = 0;
 
     /// Disables automatic exposure and gain. Add the stream to a composite first: before that, the
-    /// service refuses. Of several that override, the latest one with settings decides.
+    /// service refuses. If several clients override, the settings of the one that began last count,
+    /// of those that have set any.
     virtual void startOverridingExposureSettings() = 0;
 
     /// Re-enables automatic exposure and gain. The service refuses if this stream does not
@@ -80,19 +81,19 @@ class ICameraStreamBase {
     /// Registers a function for changes of the mux state that applies to the frame sets. The stream
     /// must have been added to a composite and must not be running; otherwise the service refuses,
     /// which ends the process.
-    /// @param callback called on a HIDL thread of the process, at the same time as anything else
-    /// the client does. There is no way to unregister: what it captures must live until the process
-    /// ends, even after this object is destroyed. May be empty.
+    /// @param callback called on a HIDL thread of the process, concurrently with the client's own
+    /// threads. There is no way to unregister: what it captures must live until the process ends,
+    /// even after this object is destroyed. May be empty.
     /// @return the state in force.
     virtual FrameSetConfigurationUpdate registerFrameSetConfigurationUpdateCallback(
         std::function<void(const FrameSetConfigurationUpdate&)> callback) = 0;
 
     /// Sets exposure and gain. Takes effect only while this stream overrides them; otherwise the
-    /// service ignores the call, without telling the client. Values outside of the cameras' ranges
+    /// service ignores the call, and the client is not told. Values outside of the cameras' ranges
     /// (getConfiguration) are limited to them. More than kMaxFrameSetSize cameras end the process.
     virtual void setExposureGain(ExposureGainSettings settings) = 0;
 
-    /// @param offset of the exposures from the synchronisation signal, in ns.
+    /// @param offset time from the synchronisation signal to the exposures, in ns.
     virtual void setPhaseOffset(uint64_t offset) = 0;
 
     virtual void setCameraSyncMode(CameraSyncMode mode) = 0;
@@ -110,17 +111,18 @@ class ICameraStreamBase {
     /// @return true; a refusal ends the process.
     virtual bool setResolution(std::vector<Resolution> resolutions) = 0;
 
-    /// What names this stream in the provider's startEvery and stopEvery; of no other use.
+    /// Identifies this stream to ICameraProvider::startEvery and stopEvery; clients have no other
+    /// use for it.
     virtual const android::sp<HidlWrapper::CameraStreamControlTarget>& streamControlTarget() = 0;
 };
 
 using ICameraStream = ICameraStreamBase<DispatchPolicy::COMPOSITE_WAIT>;
 
-/// Exposure control of cameras without a stream of theirs. Of several controllers and streams that
-/// override, the latest one with settings decides.
+/// Exposure control of cameras whose frame sets the client does not read. If several controllers
+/// and streams override, the settings of the one that began last count, of those that have set any.
 ///
-/// A service that fails unrecoverably ends the process; any other refusal is answered with false.
-/// Threading: any thread.
+/// The result FAILURE of the service ends the process; any other refusal returns false. Threading:
+/// any thread.
 class ICameraStreamController {
   public:
     virtual ~ICameraStreamController() = default;
@@ -132,26 +134,27 @@ class ICameraStreamController {
     /// @return false if this object does not override.
     virtual bool stopOverridingExposureSettings() = 0;
 
-    /// @param slot of the mux mode, from 0.
-    /// @param frameSets for how many frame sets the settings hold; 0: until they are set anew.
-    /// @param settings of more than kMaxFrameSetSize cameras end the process.
+    /// @param slot number of the slot in the mux mode, from 0.
+    /// @param frameSets number of frame sets that the settings apply to; 0: until they are set
+    /// again.
+    /// @param settings more than kMaxFrameSetSize cameras end the process.
     virtual bool setExposureGain(uint8_t slot, uint32_t frameSets,
                                  ExposureGainSettings settings) = 0;
 };
 
-/// Describes the cameras, hands out their streams and holds the settings that all of them share.
+/// Describes the cameras, creates their streams and holds the settings that all cameras share.
 ///
-/// Threading: any thread. Objects that it hands out do not need it any more.
+/// Threading: any thread. The objects that it creates may outlive it.
 class ICameraProvider {
   public:
     virtual ~ICameraProvider() = default;
 
-    /// Asks the service, also for the calibration of each camera. If it answers with an error, that
-    /// is logged and what came with it is returned; unavailable calibration is left empty.
+    /// Asks the service, also for the calibration of each camera. An error result is logged, and
+    /// the values that came with it are returned; unavailable calibration is left empty.
     virtual std::vector<CameraProperties> getProperties() = 0;
 
     /// @param clientName tells the service who reads the stream.
-    /// @return empty if no camera gives frames of that type.
+    /// @return empty if no camera delivers frames of this type.
     virtual std::unique_ptr<ICameraStream> getStream(FrameType frameType,
                                                      const std::string& clientName) = 0;
 
@@ -172,11 +175,11 @@ class ICameraProvider {
 
     /// The frame types that are captured, in the service's order.
     virtual ChannelSettings getChannels() = 0;
-    /// Captures the frame types that are named and no others.
+    /// From now on, only these frame types are captured.
     virtual void setChannels(ChannelSettings settings) = 0;
 
     /// @param muxModeName as in MuxMode::name.
-    /// @param transition 0 switches at the end of the running cycle of slots, 1 at once.
+    /// @param transition 0 switches at the end of the current cycle of slots, 1 immediately.
     /// @return false if the service refuses.
     virtual bool applyMuxMode(const std::string& muxModeName, uint8_t transition) = 0;
 
@@ -191,8 +194,8 @@ class ICameraProvider {
     /// that are running unless one of them is the caller.
     virtual void registerDisconnectEventHandler(ServiceDisconnectHandler&& handler) = 0;
 
-    /// Starts several streams with one call, such that they start together. Null pointers are
-    /// skipped, running streams stay so.
+    /// Starts several streams with one call, so that they start together. Null pointers are
+    /// skipped; running streams are not affected.
     virtual void startEvery(
         const std::vector<std::shared_ptr<ICameraStreamBase<DispatchPolicy::COMPOSITE_WAIT>>>&
             streams) = 0;

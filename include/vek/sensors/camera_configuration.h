@@ -1,4 +1,6 @@
 // How cameras are set up: their static description, exposure, streams and mux modes.
+//
+// Enumerations are carried as the service sent them and may hold values that have no name here.
 #pragma once
 
 #include <vek/os/image_buffer.h>
@@ -14,9 +16,6 @@
 
 namespace Vek::Sensors {
 
-/// Enumerations that come from the service are carried as they came and may hold values that have
-/// no name here.
-
 /// Frequency of the mains that lamps flicker with.
 enum class UtilityFrequency : uint32_t {
     UNKNOWN = 0,
@@ -24,7 +23,7 @@ enum class UtilityFrequency : uint32_t {
     FREQUENCY_60_HZ = 2,
 };
 
-/// In frames a second.
+/// In frames per second.
 enum class FrameRate : uint32_t {
     /// The rate that the mux mode has for the frame type.
     DEFAULT = 0,
@@ -34,7 +33,7 @@ enum class FrameRate : uint32_t {
     FPS_90 = 90,
 };
 
-/// What the exposures of a camera keep time with.
+/// The signal that a camera's exposures are synchronised with.
 enum class CameraSyncMode : uint32_t {
     FREE_RUNNING = 0,
     DISPLAY = 1,
@@ -50,26 +49,26 @@ enum class Resolution : uint32_t {
 
 /// Static description of one camera.
 struct CameraProperties {
-    /// Names the camera in all other records.
+    /// Identifies the camera in all other records.
     uint32_t cameraId{};
     /// The camera's name.
     std::string propertyText1;
-    /// The model of its sensor.
+    /// The model of the camera's image sensor.
     std::string propertyText2;
-    /// Calibration of the factory; empty if unavailable. As large as the service makes it, up to
-    /// 2 GiB: the library sets no limit.
+    /// Factory calibration; empty if unavailable. As large as the service makes it, up to 2 GiB:
+    /// the library sets no limit.
     std::string calibrationData1;
-    /// Calibration of the device's use; empty if unavailable. As large as the service makes it.
+    /// Calibration learned while the device was used; empty if unavailable. As large as the service
+    /// makes it.
     std::string calibrationData2;
 };
 
 struct ChannelSettings {
-    /// Frames of other types are not captured.
+    /// The frame types that are captured; others are not.
     std::vector<FrameType> channels;
 };
 
-/// The rate at one place is that of the frame type at the same place. The lengths are not compared
-/// on their way to the service.
+/// Each rate belongs to the frame type at the same index. The library does not compare the lengths.
 struct FrameRateSettings {
     std::vector<FrameRate> frameRates;
     std::vector<FrameType> frameTypes;
@@ -79,21 +78,21 @@ struct FrameRateSettings {
 struct ExposureGain {
     /// In ns.
     uint64_t exposureTime;
-    /// Factors; 1 amplifies nothing.
+    /// Factors; 1 is no amplification.
     float analogGain;
     float digitalGain;
 };
 
-/// For the cameras of a stream, in the order of its metadata (168 bytes).
+/// Exposure of the cameras of a stream, in the order of its metadata (168 bytes).
 struct ExposureGainSettings {
-    /// Entries that count; the others are not sent.
+    /// Number of entries in use; the others are not sent.
     uint32_t numCameras;
     std::array<ExposureGain, kMaxFrameSetSize> cameras;
 };
 
 struct CameraMetadata {
     uint32_t cameraId{};
-    /// What CameraFrame::bufferIndex counts.
+    /// Indexed by CameraFrame::bufferIndex.
     std::vector<std::shared_ptr<OS::ImageBuffer>> buffers;
     /// Not in use; empty.
     std::vector<std::shared_ptr<OS::ImageBuffer>> reservedBuffers;
@@ -107,7 +106,7 @@ struct CameraStreamMetadata {
     uint32_t bufferGeneration{};
 };
 
-/// What a camera of a stream is set to and can be set to (112 bytes).
+/// The settings of a stream's camera and their ranges (112 bytes).
 struct CameraConfiguration {
     uint32_t cameraId;
     /// Of the images, in pixels.
@@ -122,37 +121,37 @@ struct CameraConfiguration {
     /// In ns.
     uint64_t minExposureTime;
     uint64_t maxExposureTime;
-    /// As ICameraStream's setPhaseOffset has set it, in ns.
+    /// The value of ICameraStream's setPhaseOffset, in ns.
     uint64_t phaseOffset;
     float minAnalogGain;
     float maxAnalogGain;
     float minDigitalGain;
     float maxDigitalGain;
-    /// The part of the sensor that the images show, in the sensor's pixels.
+    /// The part of the image sensor that the images show, in its pixels.
     uint32_t cropLeft;
     uint32_t cropTop;
     uint32_t cropWidth;
     uint32_t cropHeight;
-    /// Of the whole sensor, in pixels.
+    /// Size of the whole image sensor, in pixels.
     uint32_t sensorWidth;
     uint32_t sensorHeight;
     /// In ns; 0 for a global shutter.
     uint32_t rowTime;
-    /// By which images are turned clockwise against the headset's upright, in degrees.
+    /// Clockwise rotation of the images relative to the upright headset, in degrees.
     uint32_t rotation;
-    /// Sensor pixels a side that make up a pixel of the images.
+    /// Number of sensor pixels, along each side, that make up one pixel of the images.
     uint32_t binning;
-    /// Image buffers of the camera.
+    /// Number of the camera's image buffers.
     uint32_t numBuffers;
 };
 
 struct CameraStreamConfiguration {
     std::vector<CameraConfiguration> cameras;
-    /// Frame sets a second.
+    /// Frame sets per second.
     uint32_t frameSetRate{};
 };
 
-/// What holds for a camera in all slots of a mux mode (64 bytes).
+/// The settings of a camera that are the same in all slots of a mux mode (64 bytes).
 struct CameraGlobalConfiguration {
     uint32_t cameraId;
     FrameRate frameRate;
@@ -174,18 +173,18 @@ struct CameraGlobalConfiguration {
     uint32_t slots;
 };
 
-/// A camera in one slot of a mux mode (56 bytes).
+/// The settings of a camera in one slot of a mux mode (56 bytes).
 struct CameraPerSlotConfiguration {
     uint32_t cameraId;
-    /// What the images of the slot are for.
+    /// The purpose of the slot's images.
     FrameType frameType;
-    /// In ns; 0 leaves it to the automatic control.
+    /// In ns; 0 leaves the exposure to the automatic control.
     uint64_t exposureTime;
     float analogGain;
     float digitalGain;
     /// From the start of the slot to the exposure, in ns.
     uint64_t exposureOffset;
-    /// The part of the sensor that is read, in its pixels.
+    /// The part of the image sensor that is read, in its pixels.
     uint32_t cropLeft;
     uint32_t cropTop;
     uint32_t cropWidth;
@@ -200,35 +199,35 @@ struct SlotConfiguration {
     std::vector<CameraPerSlotConfiguration> cameras;
 };
 
-/// What one purpose has to say about a mux mode.
+/// One purpose's data about a mux mode.
 struct PurposeData {
-    /// In a form that its consumers know.
+    /// In a format that the purpose's consumers know.
     std::vector<uint8_t> data;
-    /// For clients; the library leaves both unset.
+    /// Free for the client's use; the library leaves both unset.
     std::optional<std::unordered_map<std::string, std::string>> properties;
     std::optional<std::vector<uint32_t>> values;
 };
 
-/// How the cameras are shared out among their purposes.
+/// How the cameras are shared among their purposes.
 struct MuxMode {
     std::string name;
     /// The mode to fall back to when a camera fails; empty if there is none.
     std::string secondaryName;
-    /// The ones that are served.
+    /// The purposes that the mode serves.
     std::vector<std::string> purposes;
-    /// For clients; the library leaves it empty.
+    /// Free for the client's use; the library leaves it empty.
     std::vector<uint32_t> reserved;
-    /// By purpose. Of a purpose that the service names twice, the last one counts.
+    /// Keyed by purpose. If the service names a purpose twice, the last entry counts.
     std::unordered_map<std::string, PurposeData> purposeData;
-    /// For the purposes as the secondary mode serves them.
+    /// Keyed by purpose: the data of the secondary mode.
     std::unordered_map<std::string, PurposeData> secondaryPurposeData;
 };
 
-/// A mux mode and how the cameras are set up for it.
+/// A mux mode and the camera settings that belong to it.
 struct FrameSetConfigurationUpdate {
-    /// Counts the mux states of the service; FrameSet::muxState names one by it.
+    /// Number of this mux state, counted by the service; FrameSet::muxState refers to it.
     uint32_t header{};
-    /// From when on it holds: CLOCK_MONOTONIC, in ns.
+    /// When the mux state takes effect: CLOCK_MONOTONIC, in ns.
     uint64_t value{};
     MuxMode muxMode;
     std::vector<CameraGlobalConfiguration> globalConfigurations;

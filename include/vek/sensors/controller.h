@@ -20,13 +20,13 @@ enum class ControllerResult : int32_t {
     SUCCESS = 0,
     /// The service tried and failed.
     FAILURE = 1,
-    /// The command does not fit the controller's state, or could not be delivered.
+    /// The command is not possible in the controller's state, or could not be delivered.
     BAD_STATE = 2,
-    /// The command asks for what is the case already.
+    /// The controller is already in the state that the command asks for.
     IGNORED = 4,
 };
 
-/// A controller's calibration, in its own format.
+/// A controller's calibration, in the controller's own format.
 struct ControllerCalibrationData {
     /// Of the format.
     uint16_t version{};
@@ -40,9 +40,9 @@ enum class LedPattern : uint8_t {
     BREATHE = 3,
 };
 
-/// What the light of one controller shows (8 bytes).
+/// The setting of one controller's light (8 bytes).
 struct ControllerLedConfig {
-    /// The controller that the record is for.
+    /// The hand of the controller that is set.
     ControllerHand hand;
     LedPattern pattern;
     uint8_t red;
@@ -50,11 +50,11 @@ struct ControllerLedConfig {
     uint8_t blue;
     /// Full scale is 255.
     uint8_t brightness;
-    /// Of the pattern, in ms.
+    /// Period of the pattern, in ms.
     uint16_t period;
 };
 
-/// Readings of the thumbstick's converter at the ends of its way (8 bytes).
+/// Readings of the thumbstick's converter at the ends of the thumbstick's travel (8 bytes).
 struct ThumbstickADCRange {
     uint16_t minimumX;
     uint16_t maximumX;
@@ -66,11 +66,11 @@ struct ThumbstickADCRange {
 struct SimpleHapticIntensity {
     /// Full scale is 255.
     uint8_t intensity;
-    /// In 10 ms.
+    /// In units of 10 ms.
     uint8_t duration;
 };
 
-/// Which radio channels the controllers must not use (4 bytes).
+/// The radio channels that the controllers must not use (4 bytes).
 struct ControllerWirelessFreqBlocklist {
     /// Bit i: channel i is not used. Channel i has the centre frequency 2404 + 2 i MHz at the
     /// simulated service, as in WirelessDeviceStats::frequency. A list of all 32 is refused.
@@ -79,9 +79,9 @@ struct ControllerWirelessFreqBlocklist {
 
 /// Commands to the connected controllers.
 ///
-/// The service judges every argument; none is checked here. A call that cannot be delivered is
-/// answered in one of two ways. Where it says so below, it ends the process. All others return
-/// false or an empty optional, as if the service had refused.
+/// The service checks the arguments; the library does not. If a call cannot be delivered, it ends
+/// the process where its comment says so; the others return false or an empty optional, as if the
+/// service had refused.
 ///
 /// Threading: may be used from any thread. Destruction tells the service, and ends the process if
 /// that cannot be delivered.
@@ -111,9 +111,11 @@ class IControllerStreamingClient {
     /// @param power in dBm.
     virtual bool setMaxHostTransmitPower(int8_t power) = 0;
 
-    // Haptics: a controller plays one thing at a time, and each command replaces what another kind
-    // of command plays. Numbers of the device that are given here are those of the simulated
-    // service: a sample rate of 0.001 to 8,000 Hz, 4,096 buffered samples. Beyond them, false.
+    /// @name Haptics
+    /// A controller plays one thing at a time: each command replaces what another kind of command
+    /// plays. The figures given here are those of the simulated service, which takes sample rates
+    /// of 0.001 to 8,000 Hz and buffers 4,096 samples, and answers false beyond them.
+    /// @{
 
     /// Vibrates until the next command.
     /// @param intensity of the vibration; full scale is 255, 0 stops it.
@@ -131,21 +133,22 @@ class IControllerStreamingClient {
     virtual bool setBufferedHaptics(ControllerAddr controller, double sampleRate, uint8_t count,
                                     bool repeat, const uint8_t* samples) = 0;
 
-    /// Adds to the samples that setBufferedHaptics began, at their rate; false without such a
-    /// buffer. Until the buffer runs empty there is no gap.
+    /// Appends to the samples of setBufferedHaptics, at their rate; false without such a buffer.
+    /// There is no gap as long as the buffer does not run empty.
     /// @param samples as in setBufferedHaptics.
     virtual bool appendBufferedHaptics(ControllerAddr controller, uint8_t count,
                                        const uint8_t* samples) = 0;
 
-    /// Adds one frame to a waveform, which begins with the first frame after another kind of
-    /// command.
+    /// Appends one frame to a waveform. The first frame after another kind of command begins a new
+    /// one.
     /// @param samples at 2,000 Hz (a frame lasts 36 ms), copied. Each is an amplitude; full scale
     /// is 127.
     virtual bool appendPCMHaptics(ControllerAddr controller,
                                   gsl::span<const int8_t, 72> samples) = 0;
+    /// @}
 
-    /// The readings that count as the ends of the thumbstick's way; the reset brings back the
-    /// controller's own.
+    /// Sets the converter readings at the ends of the thumbstick's travel;
+    /// resetThumbstickMaxADCRange restores the controller's own.
     virtual bool setThumbstickMaxADCRange(ControllerAddr controller,
                                           const ThumbstickADCRange& range) = 0;
     virtual std::optional<ThumbstickADCRange> getThumbstickMaxADCRange(
@@ -157,7 +160,8 @@ class IControllerStreamingClient {
     virtual std::optional<float> getThumbstickDeadzone(ControllerAddr controller) = 0;
     virtual bool resetThumbstickDeadzone(ControllerAddr controller) = 0;
 
-    /// These two abort the process if they cannot be delivered, even if crash dumps are suppressed.
+    /// sleepController and wakeController abort the process if they cannot be delivered, even if
+    /// crash dumps are suppressed.
     virtual bool sleepController(ControllerAddr controller) = 0;
     virtual bool wakeController(ControllerAddr controller) = 0;
 };
@@ -171,9 +175,9 @@ class IControllerManagementClient {
   public:
     /// How a firmware update reports its progress.
     struct FWUpdateCallbackConfig {
-        /// Gets the progress, 0 to 1. Runs on a HIDL thread of the process, at any time until the
-        /// update has ended, even after the client that began it was destroyed. Must not be empty:
-        /// a report would throw std::bad_function_call on that thread.
+        /// Receives the progress, 0 to 1. Called on a HIDL thread of the process, at any time until
+        /// the update has ended, even after the client that began it was destroyed. Must not be
+        /// empty: a report would throw std::bad_function_call on that thread.
         std::function<void(float)> progress;
         /// Shortest time between two reports, in ns.
         int64_t minimumInterval{};
@@ -188,7 +192,7 @@ class IControllerManagementClient {
     virtual std::vector<AdvertisingControllerInfo> getAdvertisingControllers() = 0;
 
     /// Switches a controller into its DMM mode and out of it. What the controller does in that mode
-    /// is its firmware's affair; to this API it shows as CONTROLLER_FEATURE_DMM in
+    /// is up to its firmware; this API only shows CONTROLLER_FEATURE_DMM in
     /// PairedControllerInfo::features. BAD_STATE if the controller is in the mode asked for, is
     /// being updated, or is not connected.
     virtual ControllerResult enterDMM(ControllerAddr controller) = 0;
@@ -196,19 +200,19 @@ class IControllerManagementClient {
     virtual ControllerResult pairController(ControllerAddr controller) = 0;
     virtual ControllerResult unpairController(ControllerAddr controller) = 0;
 
-    /// Begins an update and returns. Its end shows in IControllerProvider::streamStateChanges:
-    /// CONTROLLER_FEATURE_UPDATING goes, and firmwareVersion is a new one if the update has
-    /// succeeded. A progress of 1 is reported only by an update that got to its end; one that fails
-    /// stops reporting.
+    /// Begins an update and returns. When the update ends, IControllerProvider::streamStateChanges
+    /// delivers a record without CONTROLLER_FEATURE_UPDATING, with a new firmwareVersion if the
+    /// update has succeeded. A progress of 1 is reported only by an update that succeeds; one that
+    /// fails stops reporting.
     virtual ControllerResult updateFirmware(ControllerAddr controller, ControllerType type,
                                             FWUpdateCallbackConfig config) = 0;
 };
 
 /// The hand controllers; implemented by HidlWrapper::ControllerProvider.
 ///
-/// A stream belongs to the caller and starts when it is added to a composite; each call makes
-/// another. The samples of a controller flow once IControllerStreamingClient::enable was called
-/// for it. Streams and clients may outlive the provider.
+/// The caller owns a stream; it starts when it is added to a composite, and each call makes a new
+/// one. A controller delivers samples after IControllerStreamingClient::enable was called for it.
+/// Streams and clients may outlive the provider.
 ///
 /// Calls end the process if they cannot be delivered, except setWirelessFreqBlocklist,
 /// clearWirelessFreqBlocklist and allowDevice: these return false, as if the service had refused.
@@ -232,10 +236,10 @@ class IControllerProvider {
     virtual std::unique_ptr<IDataStream<ControllerInputADCData>> streamInputADC() = 0;
     virtual std::unique_ptr<IDataStream<ControllerCollisionEvent>> streamCollisionEvent() = 0;
 
-    /// @return empty if the service has none to give.
+    /// @return empty if the service returns none.
     virtual std::unique_ptr<IControllerManagementClient> getManagementClient() = 0;
 
-    /// Never empty: a service that has none to give ends the process by a contract failure.
+    /// Never empty: if the service returns none, a contract failure ends the process.
     virtual std::unique_ptr<IControllerStreamingClient> getStreamingClient() = 0;
 
     virtual std::vector<PairedControllerInfo> getPairedControllers() = 0;

@@ -5,7 +5,8 @@
 
 namespace Vek::Sensors {
 
-/// Names one controller to the service. Opaque: compare it, keep it, pass it on. Zero names none.
+/// Identifies one controller to the service. Opaque: it can be compared, stored and passed to
+/// calls. Zero means no controller.
 enum class ControllerAddr : uint64_t {};
 
 }  // namespace Vek::Sensors

@@ -1,4 +1,4 @@
-// The way in to the hand controllers: the one adapter that clients construct themselves.
+// The provider of the hand controllers, the only adapter that clients construct themselves.
 #pragma once
 
 #include <vek/sensors/controller.h>
@@ -10,11 +10,11 @@ namespace Vek::Sensors::HidlWrapper {
 
 struct ControllerService;
 
-/// Stateless but for its reference to the service.
+/// Holds nothing but its reference to the service.
 class VEK_SENSORS_EXPORT ControllerProvider : public IControllerProvider {
   public:
-    /// Looks up the service's instance "default". There is no factory that would answer empty: a
-    /// service that is not running ends the process here.
+    /// Looks up the service's instance "default". If the service is not running, this ends the
+    /// process: unlike a factory, it cannot return an empty pointer.
     ControllerProvider();
     ~ControllerProvider() override;
 

@@ -15,11 +15,12 @@
 
 namespace Vek::Sensors {
 
-/// A text of at most `Size` characters. Ends in zeros, or nowhere if it fills the field.
+/// A text of at most `Size` characters, filled up with zeros; none follows a text that fills the
+/// field.
 template <size_t Size>
 using ControllerText = std::array<char, Size>;
 
-/// The text without its zeros. It lies in the record and lasts as long as that.
+/// The text without its zeros. The view points into the record and is valid as long as the record.
 template <size_t Size>
 std::string_view textOf(const ControllerText<Size>& text) {
     const std::string_view whole{text.data(), Size};
@@ -45,7 +46,8 @@ enum class ControllerConnection : uint8_t {
     ASLEEP = 3,
 };
 
-/// What a controller has and what it is in the middle of: bit numbers of its features.
+/// Bit numbers of PairedControllerInfo::features: what a controller has, and its current
+/// activities.
 enum ControllerFeature : uint32_t {
     CONTROLLER_FEATURE_BUTTONS = 0,
     CONTROLLER_FEATURE_THUMBSTICK = 1,
@@ -84,7 +86,7 @@ struct PairedControllerInfo {
     ControllerText<64> serialNumber;
     ControllerText<64> hardwareVersion;
     ControllerText<64> firmwareVersion;
-    /// By ControllerFeature.
+    /// Bits are numbered by ControllerFeature.
     std::bitset<kControllerFeatures> features;
     /// The factory's calibration, in the controller's own format.
     std::array<uint8_t, 140> factoryCalibration;
@@ -92,7 +94,7 @@ struct PairedControllerInfo {
     float temperature;
 };
 
-/// One controller that offers itself for pairing (48 bytes).
+/// A controller that advertises itself for pairing (48 bytes).
 struct AdvertisingControllerInfo {
     ControllerType type;
     ControllerAddr address;
@@ -102,17 +104,17 @@ struct AdvertisingControllerInfo {
     uint32_t features;
 };
 
-/// What the samples of a controller's inputs begin with (32 bytes).
+/// Header of the samples of a controller's inputs (32 bytes).
 ///
-/// ButtonData carries all of it. Of the other inputs only `controller` comes through; the rest is
+/// All fields are set in ButtonData. In the other inputs only `controller` is set; the rest is
 /// always 0.
 struct ControllerSampleHeader {
     ControllerAddr controller;
     /// When the sample was taken: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the sample in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the sample: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
-    /// Counts the samples of one kind of one controller, dropped ones too.
+    /// Counts the samples of one kind of one controller, including dropped ones.
     uint64_t sequence;
 };
 
@@ -131,10 +133,10 @@ inline constexpr size_t kControllerButtons = 7;
 /// Buttons and analogue inputs (72 bytes).
 struct ButtonData {
     ControllerSampleHeader header;
-    /// The sets are by ControllerButton.
+    /// Bits of the three sets are numbered by ControllerButton.
     std::bitset<kControllerButtons> pressed;
     std::bitset<kControllerButtons> touched;
-    /// A finger is near.
+    /// A finger is near the button.
     std::bitset<kControllerButtons> approached;
     /// 0 (released) to 1.
     float trigger;
@@ -168,7 +170,7 @@ enum class PrecisionPadPhase : uint8_t {
 struct PrecisionPadData {
     ControllerSampleHeader header;
     PrecisionPadPhase phase;
-    /// Kept for a gesture that the service does not report: always 0.
+    /// Reserved for a gesture; the service reports none: always 0.
     uint8_t gesture{0};
     /// x to the right and y away from the user, each -1 to 1.
     std::array<float, 2> position;
@@ -184,11 +186,11 @@ struct PrecisionPadData {
 struct TouchPoint {
     /// 1 while the finger touches.
     uint8_t touching : 1;
-    /// The controller's guess at the finger.
+    /// The controller's estimate of which finger it is.
     uint8_t finger : 2;
     /// 1 while the surface is pressed down under the finger.
     uint8_t pressed : 1;
-    /// Always 0, as all that is reserved.
+    /// Always 0, like the other reserved members.
     uint8_t reservedBits : 4;
     uint8_t reserved;
     /// In 1/65535 of the surface's width.
@@ -261,7 +263,7 @@ struct ControllerImuData {
     ControllerAddr controller;
     /// When the sample was taken: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the sample in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the sample: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
     /// Specific force along x, y, z of the controller, in m/s^2.
     std::array<float, 3> acceleration;
@@ -269,7 +271,7 @@ struct ControllerImuData {
     std::array<float, 3> angularRate;
     /// Temperature of the die, in degrees Celsius.
     float temperature;
-    /// Counts the samples of the controller, dropped ones too; wraps.
+    /// Counts the controller's samples, including dropped ones; wraps.
     uint32_t sequence;
     /// MotionSampleStatus bits.
     uint32_t status;
@@ -332,7 +334,7 @@ struct PoseInput {
     uint32_t sequence;
 };
 
-/// The analogue inputs as converted, before calibration (16 bytes).
+/// Converter readings of the analogue inputs, before calibration (16 bytes).
 struct ControllerInputADCData {
     ControllerAddr controller;
     uint16_t trigger;
@@ -348,10 +350,10 @@ enum class CollisionKind : uint32_t {
     OBJECT = 3,
 };
 
-/// A controller has struck something (48 bytes).
+/// A collision of a controller (48 bytes).
 struct ControllerCollisionEvent {
     ControllerAddr controller;
-    /// Of the greatest acceleration: CLOCK_MONOTONIC, in ns.
+    /// Time of the greatest acceleration: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
     /// Unit vector of the blow in the controller's frame.
     std::array<float, 3> direction;
@@ -366,13 +368,15 @@ struct ControllerCollisionEvent {
     float confidence;
 };
 
-/// The headset as a partner in secure pairing (20 bytes).
+/// The headset as a partner in secure pairing (20 bytes). The service defines the meaning of the id
+/// and the key.
 struct SecureHostInfo {
     uint32_t hostId;
     std::array<uint8_t, 16> key;
 };
 
-/// A device as a partner in secure pairing (28 bytes, and 4 of padding).
+/// A device as a partner in secure pairing (28 bytes, and 4 of padding). The service defines the
+/// meaning of the id and the key.
 struct SecureDeviceInfo {
     ControllerAddr address;
     uint32_t deviceId;
@@ -382,11 +386,11 @@ struct SecureDeviceInfo {
 enum class HapticsActivity : uint32_t {
     IDLE = 0,
     PLAYING = 1,
-    /// The buffer ran empty before its end was sent.
+    /// The buffer ran empty before the end of the samples was sent.
     UNDERRUN = 2,
 };
 
-/// What a controller's haptics are doing (32 bytes).
+/// State of a controller's haptics (32 bytes).
 struct HapticsState {
     ControllerAddr controller;
     /// CLOCK_MONOTONIC, in ns.
@@ -408,13 +412,14 @@ enum class WirelessState : uint8_t {
     LOST = 4,
 };
 
-/// The radio has gone from one state to another (2 bytes).
+/// A change of the radio's state (2 bytes).
 struct WirelessStateTransition {
     WirelessState previous;
     WirelessState current;
 };
 
-/// A controller's pose from the process that tracks it (104 bytes). In all else as PoseInput.
+/// A controller's pose from the process that tracks it (104 bytes). Fields without a comment are
+/// those of PoseInput.
 struct PoseOutput {
     ControllerAddr controller;
     /// When the pose held: CLOCK_MONOTONIC, in ns.

@@ -13,8 +13,8 @@ namespace Vek::Sensors {
 ///
 /// The streams belong to this object. Starting and stopping one ends the process if the service
 /// refuses or cannot be reached; the pose stream's calls then abort even if crash dumps are
-/// suppressed (see suppressTransportCrashDumps). Which streams run is the service's knowledge: a
-/// second start goes out as a second command. Destruction sends nothing, so stop the streams first.
+/// suppressed (see suppressTransportCrashDumps). The library does not track which streams run: a
+/// second start sends a second command. Destruction sends nothing, so stop the streams first.
 ///
 /// Threading: commands may come from any thread; sendPose from one thread at a time.
 class IControllerStateProvider {
@@ -32,9 +32,9 @@ class IControllerStateProvider {
     virtual void startControllerInputDataStream() = 0;
     virtual void stopControllerInputDataStream() = 0;
 
-    /// Asks the service for the queue that poses go through. Once in the object's life, before
-    /// startPoseOutputStream. A call out of order, of this and the next three, ends the process. So
-    /// does a service that refuses, does not answer, or answers with a queue that is none.
+    /// Asks the service for the queue of the poses. Call it once in the object's life, before
+    /// startPoseOutputStream. Calling it or the next three out of order ends the process. So does a
+    /// service that refuses, does not answer, or answers with an invalid queue.
     virtual void preparePoseOutputStream() = 0;
     virtual void startPoseOutputStream() = 0;
     virtual void stopPoseOutputStream() = 0;
@@ -48,22 +48,22 @@ class IControllerStateProvider {
     virtual bool notifyBatteryState(uint8_t level) = 0;
 
     /// Ends the process if it cannot be delivered.
-    /// @return the address that the owner of the state now answers to.
+    /// @return the address that the owner of the state now has.
     virtual ControllerAddr enterPairingMode() = 0;
 
     /// Ends the process if it cannot be delivered.
-    /// @return without the key, which is always zero: it does not leave the service.
+    /// @return the address and the id that the service has for the owner of the state; the key is
+    /// always zero, even if the service has one.
     virtual SecureDeviceInfo getPairingInfo() = 0;
 
-    /// Completes a pairing.
-    /// @param host the partner, with the partner's own key: what its getHostInfo answers.
-    /// @param key 16 bytes, copied: the key of the link between the two. Not the host's key;
-    /// getPairingInfo does not give it back.
+    /// Passes the data of a pairing to the service, which interprets all of it.
+    /// @param host the id and the 16 bytes of the host.
+    /// @param key exactly 16 bytes, copied. They are sent beside the 16 bytes of the host;
+    /// getPairingInfo does not return them.
     /// @return false if the service refused or could not be reached.
     virtual bool setPairingInfo(const SecureHostInfo& host, const uint8_t* key) = 0;
 
-    /// Switches the radio's Kivrar protocol on or off, which carries ITambStream's messages. What
-    /// else depends on it is the service's knowledge.
+    /// Passes the Kivrar switch to the service, which defines its effect.
     /// @return false if the service refused or could not be reached.
     virtual bool setKivrarEnabled(bool enabled) = 0;
 };

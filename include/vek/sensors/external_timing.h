@@ -19,17 +19,17 @@ enum ExternalTimestampStatus : uint32_t {
 struct ExternalTimestampData {
     /// When the pulse came: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the record in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the record: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
-    /// When the pulse came by the external clock itself, in ns.
+    /// Time of the pulse on the external clock, in ns.
     int64_t externalTimestamp;
-    /// Seconds that pass on the external clock in one of CLOCK_MONOTONIC.
+    /// Rate of the external clock: its seconds per second of CLOCK_MONOTONIC.
     double clockRate;
-    /// Of timestamp, one standard deviation, in ns.
+    /// Standard deviation of `timestamp`, in ns.
     uint32_t uncertainty;
-    /// Counts the pulses of the source, dropped ones too; wraps.
+    /// Counts the source's pulses, including dropped ones; wraps.
     uint32_t sequence;
-    /// Counts the external clocks from 0.
+    /// Number of the external clock, from 0.
     uint32_t source;
     /// ExternalTimestampStatus bits.
     uint32_t status;
@@ -42,8 +42,8 @@ struct ExternalTimestampData {
 /// records arrive on the thread that waits on the stream's composite.
 class IExternalTimingProvider {
   public:
-    /// The stream of pulses; owned by this object. Stands before the destructor, as in the virtual
-    /// table that programs are built against.
+    /// The stream of pulses; owned by this object. Declared before the destructor, as in the
+    /// virtual table that programs are built against.
     virtual IDataStream<ExternalTimestampData>& streamExternalTimestampData() = 0;
 
     virtual ~IExternalTimingProvider() = default;

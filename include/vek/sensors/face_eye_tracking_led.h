@@ -13,31 +13,30 @@ enum class FaceEyeTrackingLedGroup : uint32_t {
     FACE = 2,
 };
 
-/// How one LED shines (16 bytes). The ranges are the device's: the service refuses what is outside
-/// of them.
+/// The setting of one LED (16 bytes). The ranges depend on the device; the service refuses values
+/// outside of them.
 struct FaceEyeTrackingLedConfiguration {
     FaceEyeTrackingLedGroup group;
-    /// Counts the LEDs of the group from 0.
+    /// Number of the LED in its group, from 0.
     uint32_t channel;
-    /// While it shines, in uA; up to 100,000 at the simulated service.
+    /// Current while the LED is lit, in uA; up to 100,000 at the simulated service.
     uint32_t current;
-    /// How long it shines in each exposure of the camera, in us; up to 2,000 at the simulated
+    /// How long the LED is lit in each exposure of the camera, in us; up to 2,000 at the simulated
     /// service.
     uint32_t pulseWidth;
 };
 
-/// Sets and switches the LEDs, which the service controls by itself unless a client overrides it.
+/// Sets and switches the LEDs, which the service controls unless a client overrides it.
 ///
-/// The object keeps no state of the LEDs and destroying it changes none. Only the object that began
-/// an override can end it: an object that is destroyed before leaves the LEDs overridden until its
-/// process ends. A call that cannot be delivered ends the process. Threading: no locks; each
-/// operation is one call of the service and may come from any thread.
+/// The object keeps no state of the LEDs, and its destruction changes nothing. Only the object that
+/// began an override can end it: an object that is destroyed before leaves the LEDs overridden
+/// until its process ends. A call that cannot be delivered ends the process. Threading: no locks;
+/// each operation is one call of the service and may come from any thread.
 class IFaceEyeTrackingLed {
   public:
     /// Sets several LEDs in one call.
-    /// @return true also, with a warning in the log, if the service has put the configurations
-    /// aside (because it controls the LEDs itself); false, with an error in the log, if it refused
-    /// them.
+    /// @return true also, with a warning in the log, if the service ignored the configurations
+    /// (because it controls the LEDs itself); false, with an error in the log, if it refused them.
     virtual bool setConfigs(std::vector<FaceEyeTrackingLedConfiguration> configurations) = 0;
 
     /// Switches the LEDs on.
@@ -48,7 +47,7 @@ class IFaceEyeTrackingLed {
     /// @return true also, with a warning in the log, if they are off already.
     virtual bool disable() = 0;
 
-    /// @return how many LEDs the group has; 0 for one that the device lacks.
+    /// @return the number of the group's LEDs; 0 for a group that the device lacks.
     virtual uint8_t getNumChannels(FaceEyeTrackingLedGroup group) = 0;
 
     /// Disables the service's own control of the LEDs, for one object at a time.
@@ -59,7 +58,7 @@ class IFaceEyeTrackingLed {
     /// @return false if this object had not disabled it.
     virtual bool stopOverridingLedSettings() = 0;
 
-    // Last, as in the virtual table that programs are built against.
+    // Declared last, as in the virtual table that programs are built against.
     virtual ~IFaceEyeTrackingLed() = default;
 };
 

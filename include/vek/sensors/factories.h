@@ -8,6 +8,7 @@
 //   empty pointer at once and without logging.
 // - On the workstation no manifest is needed: a service that is not running is answered with an
 //   empty pointer at once and without logging.
+//
 // createFlickerSensor never waits. Factories may be called from any thread.
 #pragma once
 
@@ -44,8 +45,9 @@ VEK_SENSORS_EXPORT std::unique_ptr<IFaceEyeTrackingLed> createFaceEyeTrackingLed
 VEK_SENSORS_EXPORT std::unique_ptr<IExternalTimingProvider> createExternalTimingProvider();
 VEK_SENSORS_EXPORT std::unique_ptr<ITambStream> createTambStream();
 
-/// @param service used as it is, without a look-up. If it is null, the running service is looked
-/// up without waiting, since not every device has this sensor; an error is logged if there is none.
+/// @param service used as it is, without a look-up. If it is null, the running service is looked up
+/// without waiting, since not every device has this sensor; an error is logged if the service is
+/// not found.
 VEK_SENSORS_EXPORT std::unique_ptr<IFlickerSensorProvider> createFlickerSensor(
     android::sp<vendor::zelvan::hardware::sensors::V1_0::IFlickerSensor> service);
 
@@ -56,7 +58,7 @@ VEK_SENSORS_EXPORT std::unique_ptr<IControllerStateProvider> createControllerSta
 /// Needs no service; never returns an empty pointer.
 VEK_SENSORS_EXPORT std::unique_ptr<IStreamCompositor> createStreamCompositor();
 
-/// The legacy factories are there so that programs built against them still link. Each aborts the
+/// The legacy factories exist so that programs built against them still link. Each aborts the
 /// process.
 VEK_SENSORS_EXPORT std::unique_ptr<ICameraProvider> createLegacyCameraProvider();
 VEK_SENSORS_EXPORT std::unique_ptr<IMotionSensorProvider> createLegacyMotionSensorProvider();

@@ -36,29 +36,29 @@ struct FlickerPeak {
 struct FlickerData {
     /// End of the analysed window: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the record in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the record: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
-    /// Counts the records of the stream, dropped ones too; wraps.
+    /// Counts the stream's records, including dropped ones; wraps.
     uint32_t sequence;
     /// LightSampleStatus bits.
     uint32_t status;
-    /// Of the strongest flicker, in Hz; 0 if the light is steady.
+    /// Frequency of the strongest flicker, in Hz; 0 if the light is steady.
     float frequency;
-    /// How sure the frequency is, from 0 to 1.
+    /// Confidence in the frequency, from 0 to 1.
     float confidence;
     /// (maximum - minimum) / (maximum + minimum) of the level, from 0 to 1.
     float modulationDepth;
-    /// Part of a period's light that lies above the mean level, from 0 to 1.
+    /// Fraction of a period's light above the mean level, from 0 to 1.
     float flickerIndex;
     /// Mean level, in counts of the converter.
     float meanLevel;
-    /// Gain of the amplifier before the converter, as a factor; 1 amplifies nothing.
+    /// Gain of the amplifier before the converter, as a factor; 1 is no amplification.
     float gain;
-    /// Of the analysed samples, in Hz.
+    /// Rate of the analysed samples, in Hz.
     float sampleRate;
-    /// How many of the peaks are in use. As the service sent it: check it before use.
+    /// Number of peaks in use, as the service sent it: check it against the array.
     uint32_t peakCount;
-    /// By falling amplitude.
+    /// In order of falling amplitude.
     std::array<FlickerPeak, 4> peaks;
 };
 
@@ -66,15 +66,15 @@ struct FlickerData {
 struct AdcFlickerData {
     /// When the first sample was taken: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the block in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the block: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
-    /// Counts the blocks of the stream, dropped ones too; wraps.
+    /// Counts the stream's blocks, including dropped ones; wraps.
     uint32_t sequence;
     /// LightSampleStatus bits.
     uint32_t status;
     /// In Hz.
     float sampleRate;
-    /// How many of the samples are in use. As the service sent it: check it before use.
+    /// Number of samples in use, as the service sent it: check it against the array.
     uint32_t sampleCount;
     /// The light's level, in counts of the converter.
     std::array<uint16_t, 4096> samples;
@@ -84,9 +84,9 @@ struct AdcFlickerData {
 struct AmbientLightData {
     /// Middle of the exposure: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the record in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the record: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
-    /// Counts the records of the stream, dropped ones too; wraps.
+    /// Counts the stream's records, including dropped ones; wraps.
     uint32_t sequence;
     /// LightSampleStatus bits.
     uint32_t status;
@@ -100,23 +100,23 @@ struct AmbientLightData {
     float infrared;
     /// Length of the exposure, in s.
     float integrationTime;
-    /// Gain of the amplifier before the converter, as a factor; 1 amplifies nothing.
+    /// Gain of the amplifier before the converter, as a factor; 1 is no amplification.
     float gain;
-    /// The largest illuminance that these settings can read, in lx.
+    /// The largest illuminance that can be measured with these settings, in lx.
     float illuminanceRange;
-    /// How many of the channels are in use. As the service sent it: check it before use.
+    /// Number of channels in use, as the service sent it: check it against the array.
     uint32_t channelCount;
     /// Bit i: channel i was saturated.
     uint32_t saturatedChannels;
-    /// Counts of the converter behind each colour filter, from short wavelengths to long ones.
+    /// Converter counts behind each colour filter, from short wavelengths to long ones.
     std::array<uint32_t, 10> channels;
 };
 
 /// Three independent streams of one light sensor.
 ///
 /// A control call that the service refuses ends the process, and so does any call that cannot be
-/// delivered. Starting a stream twice, or before it was added to a composite, is for the service to
-/// judge. Destroying the object stops no stream.
+/// delivered. The library does not check whether a stream is started twice, or before it was added
+/// to a composite; the service decides what happens. Destroying the object stops no stream.
 ///
 /// Threading: no locks; each stream may be used from a thread of its own. The records arrive on
 /// the thread that waits on the stream's composite.
@@ -143,7 +143,7 @@ class IFlickerSensorProvider {
     /// The stream of measurements; owned by this object.
     virtual IDataStream<AmbientLightData>& ambientLightStream() = 0;
 
-    /// Asks the service. The strings are empty if it has nothing to tell.
+    /// Asks the service. A string that the service does not know is empty.
     virtual FlickerSensorProperties properties() = 0;
 };
 

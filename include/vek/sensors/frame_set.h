@@ -1,4 +1,4 @@
-// Frame sets: what the cameras of one stream saw at one instant.
+// Frame sets: the simultaneous images of one stream's cameras.
 #pragma once
 
 #include <array>
@@ -7,8 +7,8 @@
 
 namespace Quopa::Sensors::v3 {
 
-/// What a camera's images are for. Values that the service sends are carried as they came and may
-/// have no name here.
+/// The purpose of a camera's images. Values are carried as the service sent them and may have no
+/// name here.
 enum class FrameType : uint32_t {
     /// In a frame set: the camera's frame did not arrive in time.
     NOT_RECEIVED = 0,
@@ -39,18 +39,18 @@ namespace Vek::Sensors {
 
 using Quopa::Sensors::v3::FrameType;
 
-/// Cameras of one frame set at the most.
+/// The largest number of cameras in a frame set.
 inline constexpr size_t kMaxFrameSetSize = 10;
 
-/// How a pixel lies in memory.
+/// Layout of a pixel in memory.
 enum class PixelFormat : uint32_t {
-    /// One byte a pixel.
+    /// One byte per pixel.
     GREY_8 = 0,
     /// Ten bits in two bytes, little-endian, in the low bits.
     GREY_10 = 1,
-    /// Four bytes a pixel: red, green, blue, alpha.
+    /// Four bytes per pixel: red, green, blue, alpha.
     RGBA_8888 = 2,
-    /// Two bytes a pixel, little-endian: distance in mm; 0 is unknown.
+    /// Two bytes per pixel, little-endian: distance in mm; 0 is unknown.
     DEPTH_16 = 3,
 };
 
@@ -60,42 +60,43 @@ enum class PixelFormat : uint32_t {
 struct CameraFrame {
     /// Middle of the exposure of the image's middle row: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the image in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the image: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
     /// In ns.
     uint64_t exposureTime;
-    /// Factors; 1 amplifies nothing.
+    /// Factors; 1 is no amplification.
     float analogGain;
     float digitalGain;
     uint32_t cameraId;
-    /// Which of CameraMetadata::buffers has the image.
+    /// Index of the image's buffer in CameraMetadata::buffers.
     uint32_t bufferIndex;
-    /// Counts the frames of the camera, lost ones too; wraps.
+    /// Counts the camera's frames, including lost ones; wraps.
     uint32_t sequence;
-    /// The frame set's, or NOT_RECEIVED or INVALID; then there is no image.
+    /// The type of the frame set, or, if there is no image, NOT_RECEIVED or INVALID.
     FrameType frameType;
     /// In pixels.
     uint32_t width;
     uint32_t height;
-    /// From one row to the next, in bytes.
+    /// Distance from one row to the next, in bytes.
     uint32_t stride;
     PixelFormat pixelFormat;
-    /// From the exposure of one row to that of the next, in ns; 0 for a global shutter.
+    /// Time from the exposure of one row to that of the next, in ns; 0 for a global shutter.
     uint32_t rowTime;
-    /// Temperature of the sensor, in degrees Celsius.
+    /// Temperature of the image sensor, in degrees Celsius.
     float temperature;
 };
 
-/// What the cameras of a stream saw at one instant (744 bytes).
+/// The simultaneous images of a stream's cameras (744 bytes).
 struct FrameSet {
-    /// The instant that the exposures are centred on: CLOCK_MONOTONIC, in ns.
+    /// The common middle of the exposures: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// Counts the frame sets of the stream, dropped ones too; wraps.
+    /// Counts the stream's frame sets, including dropped ones; wraps.
     uint32_t sequence;
     FrameType frameType;
-    /// Entries of `frames` that count; kMaxFrameSetSize at the most, if the service keeps its word.
+    /// Number of entries of `frames` in use, as the service wrote it: check it against
+    /// kMaxFrameSetSize.
     uint32_t numFrames;
-    /// The mux state that applies, as in FrameSetConfigurationUpdate::header.
+    /// Number of the mux state that applies, as in FrameSetConfigurationUpdate::header.
     uint32_t muxState;
     /// In the order of CameraStreamMetadata::cameras.
     std::array<CameraFrame, kMaxFrameSetSize> frames;

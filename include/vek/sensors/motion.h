@@ -68,7 +68,7 @@ enum MotionSampleStatus : uint32_t {
 struct ImuData {
     /// When the sample was taken: CLOCK_MONOTONIC, in ns.
     int64_t timestamp;
-    /// When the service had the sample in hand: CLOCK_MONOTONIC, in ns.
+    /// When the service received the sample: CLOCK_MONOTONIC, in ns.
     int64_t arrivalTimestamp;
     /// Specific force along x, y, z of the sensor, in m/s^2; +9.81 on the axis that points up at
     /// rest.
@@ -77,15 +77,15 @@ struct ImuData {
     std::array<float, 3> angularRate;
     /// Temperature of the die, in degrees Celsius.
     float temperature;
-    /// Counts the samples of the sensor, dropped ones too; wraps.
+    /// Counts the sensor's samples, including dropped ones; wraps.
     uint32_t sequence;
     /// The sensor, as in MotionSensorInfo.
     uint32_t sensor;
     /// MotionSampleStatus bits.
     uint32_t status;
-    /// The largest reading of an acceleration axis, in m/s^2.
+    /// The largest value that an acceleration axis can have, in m/s^2.
     float accelerationRange;
-    /// The largest reading of an angular rate axis, in rad/s.
+    /// The largest value that an angular rate axis can have, in rad/s.
     float angularRateRange;
 };
 
@@ -97,13 +97,13 @@ struct MagData {
     std::array<float, 3> field;
     /// Temperature of the die, in degrees Celsius.
     float temperature;
-    /// Counts the samples of the sensor, dropped ones too; wraps.
+    /// Counts the sensor's samples, including dropped ones; wraps.
     uint32_t sequence;
     /// The sensor, as in MotionSensorInfo.
     uint32_t sensor;
     /// MotionSampleStatus bits.
     uint32_t status;
-    /// The largest reading of an axis, in microtesla.
+    /// The largest value that an axis can have, in microtesla.
     float range;
 };
 
@@ -116,9 +116,10 @@ struct IadData {
 /// An inertial measurement unit: accelerometer and gyroscope on one clock; 1000 Hz by default.
 ///
 /// A control call that the service refuses ends the process, and so does any call that cannot be
-/// delivered. Starting a stream twice, or before it was added to a composite, is for the service to
-/// judge. Destroying the object does not stop the stream: stop it first. The object must outlive
-/// the last wait on the composite; it does not need the provider that it came from.
+/// delivered. The library does not check whether a stream is started twice, or before it was added
+/// to a composite; the service decides what happens. Destroying the object does not stop the
+/// stream: stop it first. The object must outlive the last wait on the composite; it may outlive
+/// the provider that made it.
 ///
 /// Threading: no locks; use from one thread. The samples arrive on the thread that waits on the
 /// stream's composite.
@@ -126,8 +127,7 @@ class IImuSensor {
   public:
     virtual ~IImuSensor() = default;
 
-    /// Asks the service. If it answers with an error, that is logged and what came with it is
-    /// returned.
+    /// Asks the service. An error result is logged, and the values that came with it are returned.
     virtual MotionSensorProperties props() = 0;
 
     /// The sample stream; owned by this object.
@@ -144,7 +144,7 @@ class IImuSensor {
     virtual void configureStream(const MotionStreamProperties& properties) = 0;
 };
 
-/// A magnetometer; 100 Hz by default. In all else as IImuSensor.
+/// A magnetometer; 100 Hz by default. Otherwise the same as IImuSensor.
 class IMagSensor {
   public:
     virtual ~IMagSensor() = default;
@@ -156,39 +156,39 @@ class IMagSensor {
     virtual void configureStream(const MotionStreamProperties& properties) = 0;
 };
 
-/// The sensor of the lenses' interaxial distance; 10 Hz. In all else as IImuSensor.
+/// The sensor of the distance between the lenses' optical axes; 10 Hz. Otherwise the same as
+/// IImuSensor.
 class IIadSensor {
   public:
     virtual ~IIadSensor() = default;
 
-    /// Always 0: the range is not known.
+    /// Always 0: the range is unknown.
     virtual float range() = 0;
     virtual IDataStream<IadData>& stream() = 0;
     virtual void start() = 0;
     virtual void stop() = 0;
 };
 
-/// Lists the motion sensors and hands them out.
+/// Lists the motion sensors and creates the objects that read them.
 ///
-/// Can survive the death of its service: from then on every call logs an error and answers empty.
-/// To go on, make a new provider. It survives only if its own handler is the one that runs: in a
-/// process, only the first object that learns of a death reacts (see ServiceDisconnectHandler).
-/// Therefore make the provider before all other sensor objects of the service. Otherwise its calls
-/// after the death end the process, as those of all other objects do.
+/// Can survive the death of its service: after it every call logs an error and returns an empty
+/// result. To continue, make a new provider. It survives only if its own handler is the one that
+/// runs: in a process, only the first object that learns of a death reacts (see
+/// ServiceDisconnectHandler). Therefore make the provider before all other sensor objects of the
+/// service. Otherwise its calls after the death end the process, as those of all other objects do.
 ///
 /// Threading: may be used from any thread; calls run one at a time.
 class IMotionSensorProvider {
   public:
     virtual ~IMotionSensorProvider() = default;
 
-    /// Asks the service. If it answers with an error, that is logged and what came with it is
-    /// returned.
+    /// Asks the service. An error result is logged, and the values that came with it are returned.
     virtual MotionSensorMetadata getSensorInfo() = 0;
 
-    /// @return empty if there is no IMU of that number.
+    /// @return empty if there is no IMU with this number.
     virtual std::unique_ptr<IImuSensor> getImu(uint32_t sensor) = 0;
 
-    /// @return empty if there is no magnetometer of that number.
+    /// @return empty if there is no magnetometer with this number.
     virtual std::unique_ptr<IMagSensor> getMag(uint32_t sensor) = 0;
 };
 

@@ -1,4 +1,4 @@
-// The link between a client process and the service: its death and what follows from it.
+// What happens in a client process when a service dies.
 #pragma once
 
 #include <vek/sensors/export.h>
@@ -7,10 +7,10 @@ namespace Vek::Sensors {
 
 /// A client's function that is called when a service dies, and the argument it is called with.
 ///
-/// Called on a HIDL thread of the process, once at most: in a process, only the first sensor object
-/// that learns of its service's death calls its handlers. All of that object's handlers run, in the
-/// order of registration, even if one of them destroys the object. Therefore `context`, which is
-/// not owned, must live until the last of them has returned.
+/// The function is called at most once, on a HIDL thread of the process: in a process, only the
+/// sensor object that is told first of its service's death calls its handlers. All of that object's
+/// handlers run, in the order of registration, even if one of them destroys the object. Therefore
+/// `context`, which is not owned, must live until the last of them has returned.
 ///
 /// A handler must not wait for a thread that is inside a call to the dead service, nor for one that
 /// registers a handler with the same object or destroys that object: both wait for the handlers.
@@ -19,7 +19,7 @@ struct ServiceDisconnectHandler {
     const void* context;
 };
 
-/// Chooses, once for the whole process, how it meets the death of a service.
+/// Chooses, once for the whole process, how the process reacts to the death of a service.
 ///
 /// | call        | a service dies       | a control call cannot be delivered |
 /// |-------------|----------------------|------------------------------------|
@@ -32,9 +32,9 @@ struct ServiceDisconnectHandler {
 /// (IControllerStateProvider's preparePoseOutputStream, startPoseOutputStream,
 /// stopPoseOutputStream).
 ///
-/// A sensor object keeps the reaction to its service's
-/// death that was in force when the object was made, so call this before making any, on the thread
-/// that makes them. Calls after the first have no effect.
+/// A sensor object keeps the reaction to its service's death that was in force when the object was
+/// made, so call this before making any, on the thread that makes them. Calls after the first have
+/// no effect.
 VEK_SENSORS_EXPORT void suppressTransportCrashDumps(bool suppress);
 
 }  // namespace Vek::Sensors

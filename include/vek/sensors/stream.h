@@ -32,14 +32,15 @@ enum class WaitResult : uint32_t {
 /// neither the composite nor a stream may be destroyed while another thread waits. The composite
 /// itself may be destroyed before its streams; then they are never read again.
 ///
-/// Threading: the waits and addTo are for one thread at a time; wake() is for any thread, and for
-/// callbacks. A callback must not wait on the composite that called it.
+/// Threading: the waits and addTo must be called by one thread at a time; wake() may be called from
+/// any thread and from callbacks. A callback must not wait on the composite that called it.
 ///
 /// Power: a client wakes up each time the service signals data, which for several fast sensors is
 /// thousands of times a second. There are two ways to fewer wake-ups:
 /// - configureStream of a sensor with a batch size, for all clients of the sensor.
 /// - Reading periodically: sleep, then waitFor(0). The data-ready bits stay set in between, so the
 ///   service's signals cost no system call either.
+///
 /// Measured with all sensors streaming: 200 wake-ups a second in place of 3,350, and 0.7 % of a
 /// core in place of 6.6 %. The queue must hold what arrives in between (setQueueSize).
 class ICompositeStream {
@@ -90,7 +91,8 @@ class IDataStream {
     ///
     /// A second call, for the same or another composite, replaces the queue; unread records are
     /// lost. The place in the first composite stays taken, and the first composite must not be
-    /// waited on any more. After the composite's end the stream can be added to another one.
+    /// waited on any more. After the composite was destroyed the stream can be added to another
+    /// one.
     virtual void addTo(ICompositeStream& composite) = 0;
 
     /// Sets the capacity of the queue, in records. Ends the process once addTo was called. The
@@ -102,19 +104,19 @@ class IDataStream {
     /// The capacity of the queue, in records; 32 unless set.
     virtual size_t getQueueSize() = 0;
 
-    /// Sets the function that receives the records. Each call of it gets all records that were in
-    /// the queue. The spans may point into the queue itself and hold only until the function
-    /// returns: then the space is the service's again.
+    /// Sets the function that receives the records. Each call gets all records that were in the
+    /// queue. The spans may point into the queue itself and are valid only until the function
+    /// returns: then the service reuses the space.
     ///
     /// The function must not wait on a composite, and must not call setCallbackv or addTo of its
     /// own stream, which destroy what is in use. ICompositeStream::wake and addTo of another stream
     /// are allowed.
     ///
-    /// An exception of the function leaves the wait. The batch stays in the queue; it is delivered
-    /// again, and streams after this one are read, when the service signals them the next time or a
-    /// wait reads every stream. A frame set, however, is not delivered again and never handed back:
-    /// its buffers are lost, and after a few of them the service has none left. Data that arrives
-    /// while no function is set has the same effect as a function that throws
+    /// An exception that the function throws leaves the wait. The batch stays in the queue; it is
+    /// delivered again, and streams after this one are read, when the service signals them the next
+    /// time or a wait reads every stream. A frame set, however, is not delivered again and never
+    /// handed back: its buffers are lost, and after a few of them the service has none left. Data
+    /// that arrives while no function is set has the same effect as a function that throws
     /// std::bad_function_call.
     virtual void setCallbackv(std::function<void(Batch)> callback) = 0;
 };
