@@ -1,4 +1,3 @@
-// See calls.h.
 #include "calls.h"
 
 namespace Simulator {

@@ -1,4 +1,3 @@
-// See client_identity.h.
 #include "client_identity.h"
 
 #include <fmt/format.h>

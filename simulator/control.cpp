@@ -1,4 +1,3 @@
-// See control.h.
 #include "control.h"
 
 #include <fcntl.h>

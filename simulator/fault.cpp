@@ -1,4 +1,3 @@
-// See fault.h.
 #include "fault.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,3 @@
-// See faults.h.
 #include "faults.h"
 
 #include <fmt/format.h>

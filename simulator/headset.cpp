@@ -1,4 +1,3 @@
-// See headset.h.
 #include "headset.h"
 
 #include "camera/camera_devices.h"

@@ -1,4 +1,3 @@
-// See stream_clients.h.
 #include "stream_clients.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,3 @@
-// See areas.h.
 #include "areas.h"
 
 #include <vek/sensors/controller_provider.h>

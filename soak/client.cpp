@@ -1,4 +1,3 @@
-// See client.h.
 #include "client.h"
 
 #include <fmt/format.h>

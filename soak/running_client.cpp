@@ -1,4 +1,3 @@
-// See running_client.h.
 #include "running_client.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,3 @@
-// See load_client.h.
 #include "between_processes/load_client.h"
 
 #include <vek/sensors/controller_provider.h>

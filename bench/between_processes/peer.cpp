@@ -1,4 +1,3 @@
-// See peer.h.
 #include "between_processes/peer.h"
 
 #include <signal.h>

@@ -1,4 +1,3 @@
-// See service.h.
 #include "between_processes/service.h"
 
 #include <fcntl.h>

@@ -1,4 +1,3 @@
-// See counts.h.
 #include "in_process/counts.h"
 
 #include <fmt/format.h>

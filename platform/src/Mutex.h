@@ -1,5 +1,5 @@
-// A mutex of which the compiler knows what it guards: -Wthread-safety refuses a guarded member that
-// is used without it, and a function that requires it called without it.
+// A mutex whose use the compiler checks: -Wthread-safety refuses the use of a guarded member, and
+// the call of a function that requires the mutex, without holding it.
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,3 @@
-// See calibration.h.
 #include "camera/calibration.h"
 
 #include <cutils/ashmem.h>

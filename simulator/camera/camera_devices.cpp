@@ -1,4 +1,3 @@
-// See camera_devices.h.
 #include "camera/camera_devices.h"
 
 #include "camera/camera_provider_service.h"

@@ -1,4 +1,3 @@
-// See camera_options.h.
 #include "camera/camera_options.h"
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,3 @@
-// See camera_plan.h.
 #include "camera/camera_plan.h"
 
 namespace Simulator {

@@ -1,4 +1,3 @@
-// See camera_provider_service.h.
 #include "camera/camera_provider_service.h"
 
 #include <hidl/HidlTransportSupport.h>

@@ -1,4 +1,3 @@
-// See camera_stream_service.h.
 #include "camera/camera_stream_service.h"
 
 #include <log/log.h>

@@ -1,4 +1,3 @@
-// See exposure_control.h.
 #include "camera/exposure_control.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// See frame_counter.h.
 #include "camera/frame_counter.h"
 
 #include <fmt/format.h>

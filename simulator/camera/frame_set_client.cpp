@@ -1,4 +1,3 @@
-// See frame_set_client.h.
 #include "camera/frame_set_client.h"
 
 #include <cutils/ashmem.h>

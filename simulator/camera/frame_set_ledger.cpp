@@ -1,4 +1,3 @@
-// See frame_set_ledger.h.
 #include "camera/frame_set_ledger.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// See frame_set_server.h.
 #include "camera/frame_set_server.h"
 
 #include <fmt/format.h>

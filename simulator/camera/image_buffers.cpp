@@ -1,4 +1,3 @@
-// See image_buffers.h.
 #include "camera/image_buffers.h"
 
 #include <android-base/unique_fd.h>

@@ -1,4 +1,3 @@
-// See mux_control.h.
 #include "camera/mux_control.h"
 
 #include <log/log.h>

@@ -1,4 +1,3 @@
-// See world_images.h.
 #include "camera/world_images.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,3 @@
-// See controller_device.h.
 #include "controller/controller_device.h"
 
 #include <fmt/format.h>

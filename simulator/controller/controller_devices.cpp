@@ -1,4 +1,3 @@
-// See controller_devices.h.
 #include "controller/controller_devices.h"
 
 #include "controller/provider_service.h"

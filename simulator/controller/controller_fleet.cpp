@@ -1,4 +1,3 @@
-// See controller_fleet.h.
 #include "controller/controller_fleet.h"
 
 #include <fmt/format.h>

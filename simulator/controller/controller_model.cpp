@@ -1,4 +1,3 @@
-// See controller_model.h.
 #include "controller/controller_model.h"
 
 #include <algorithm>

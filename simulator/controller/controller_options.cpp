@@ -1,4 +1,3 @@
-// See controller_options.h.
 #include "controller/controller_options.h"
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,3 @@
-// See controller_streams.h.
 #include "controller/controller_streams.h"
 
 namespace Simulator {

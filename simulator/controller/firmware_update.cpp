@@ -1,4 +1,3 @@
-// See firmware_update.h.
 #include "controller/firmware_update.h"
 
 #include <log/log.h>

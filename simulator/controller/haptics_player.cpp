@@ -1,4 +1,3 @@
-// See haptics_player.h.
 #include "controller/haptics_player.h"
 
 #include <algorithm>

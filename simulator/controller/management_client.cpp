@@ -1,4 +1,3 @@
-// See management_client.h.
 #include "controller/management_client.h"
 
 #include <log/log.h>

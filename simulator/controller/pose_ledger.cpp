@@ -1,4 +1,3 @@
-// See pose_ledger.h.
 #include "controller/pose_ledger.h"
 
 #include <algorithm>

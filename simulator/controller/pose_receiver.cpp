@@ -1,4 +1,3 @@
-// See pose_receiver.h.
 #include "controller/pose_receiver.h"
 
 #include <cutils/ashmem.h>

@@ -1,4 +1,3 @@
-// See provider_service.h.
 #include "controller/provider_service.h"
 
 #include <log/log.h>

@@ -1,4 +1,3 @@
-// See state_provider_service.h.
 #include "controller/state_provider_service.h"
 
 #include <log/log.h>

@@ -1,4 +1,3 @@
-// See streaming_client.h.
 #include "controller/streaming_client.h"
 
 #include <log/log.h>

@@ -1,4 +1,3 @@
-// See environment_devices.h.
 #include "environment/environment_devices.h"
 
 #include "environment/external_timing_model.h"

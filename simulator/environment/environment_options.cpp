@@ -1,4 +1,3 @@
-// See environment_options.h.
 #include "environment/environment_options.h"
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,3 @@
-// See external_timing_model.h.
 #include "environment/external_timing_model.h"
 
 #include <algorithm>

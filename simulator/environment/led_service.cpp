@@ -1,4 +1,3 @@
-// See led_service.h.
 #include "environment/led_service.h"
 
 #include <fmt/format.h>

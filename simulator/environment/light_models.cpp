@@ -1,4 +1,3 @@
-// See light_models.h.
 #include "environment/light_models.h"
 
 #include <algorithm>

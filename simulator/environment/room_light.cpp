@@ -1,4 +1,3 @@
-// See room_light.h.
 #include "environment/room_light.h"
 
 #include <cmath>

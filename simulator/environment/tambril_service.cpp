@@ -1,4 +1,3 @@
-// See tambril_service.h.
 #include "environment/tambril_service.h"
 
 #include <fmt/format.h>

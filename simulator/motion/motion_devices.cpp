@@ -1,4 +1,3 @@
-// See motion_devices.h.
 #include "motion/motion_devices.h"
 
 #include <fmt/format.h>

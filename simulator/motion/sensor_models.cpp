@@ -1,4 +1,3 @@
-// See sensor_models.h.
 #include "motion/sensor_models.h"
 
 #include <cmath>

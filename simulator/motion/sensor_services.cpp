@@ -1,4 +1,3 @@
-// See sensor_services.h.
 #include "motion/sensor_services.h"
 
 #include <algorithm>

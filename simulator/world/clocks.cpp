@@ -1,4 +1,3 @@
-// See clocks.h.
 #include "world/clocks.h"
 
 #include <cmath>

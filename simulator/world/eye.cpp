@@ -1,4 +1,3 @@
-// See eye.h.
 #include "world/eye.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// See ground_truth.h.
 #include "world/ground_truth.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,3 @@
-// See lens.h.
 #include "world/lens.h"
 
 #include <Eigen/Dense>

@@ -1,4 +1,3 @@
-// See markers.h.
 #include "world/markers.h"
 
 #include <fmt/format.h>

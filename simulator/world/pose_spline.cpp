@@ -1,4 +1,3 @@
-// See pose_spline.h.
 #include "world/pose_spline.h"
 
 #include <algorithm>

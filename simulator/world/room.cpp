@@ -1,4 +1,3 @@
-// See room.h.
 #include "world/room.h"
 
 #include <fmt/format.h>
@@ -15,7 +14,7 @@ constexpr uint32_t kMaterialSize = 1024;  // in texels, square
 
 struct Wall {
     const char* name;
-    // See Rectangle.
+    // Corner and sides, as those of a Rectangle.
     Vector corner;
     Vector right;
     Vector down;

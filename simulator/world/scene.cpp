@@ -1,4 +1,3 @@
-// See scene.h.
 #include "world/scene.h"
 
 #include <cmath>

@@ -1,4 +1,3 @@
-// See sensor_errors.h.
 #include "world/sensor_errors.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// See sensor_settings.h.
 #include "world/sensor_settings.h"
 
 #include <fmt/format.h>

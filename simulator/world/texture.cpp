@@ -1,4 +1,3 @@
-// See texture.h.
 #include "world/texture.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// See trajectory.h.
 #include "world/trajectory.h"
 
 #include "world/trajectory_file.h"

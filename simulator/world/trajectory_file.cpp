@@ -1,4 +1,3 @@
-// See trajectory_file.h.
 #include "world/trajectory_file.h"
 
 #include <fmt/format.h>

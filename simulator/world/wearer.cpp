@@ -1,4 +1,3 @@
-// See wearer.h.
 #include "world/wearer.h"
 
 #include <algorithm>

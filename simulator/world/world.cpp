@@ -1,4 +1,3 @@
-// See world.h.
 #include "world/world.h"
 
 namespace Simulator {

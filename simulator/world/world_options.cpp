@@ -1,4 +1,3 @@
-// See world_options.h.
 #include "world/world_options.h"
 
 #include <CLI/CLI.hpp>

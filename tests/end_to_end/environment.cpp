@@ -1,4 +1,3 @@
-// See environment.h.
 #include "end_to_end/environment.h"
 
 #include <log/log.h>

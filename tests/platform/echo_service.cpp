@@ -1,4 +1,3 @@
-// See echo_service.h.
 #include "platform/echo_service.h"
 
 #include <gtest/gtest.h>

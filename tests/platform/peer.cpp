@@ -1,4 +1,3 @@
-// See peer.h.
 #include "platform/peer.h"
 
 #include <gtest/gtest.h>

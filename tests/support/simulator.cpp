@@ -1,4 +1,3 @@
-// See simulator.h.
 #include "support/simulator.h"
 
 #include <cstdio>

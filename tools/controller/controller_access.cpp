@@ -1,4 +1,3 @@
-// See controller_access.h.
 #include "controller/controller_access.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,3 @@
-// See controller_inventory.h.
 #include "controller/controller_inventory.h"
 
 #include <fmt/format.h>

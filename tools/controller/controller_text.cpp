@@ -1,4 +1,3 @@
-// See controller_text.h.
 #include "controller/controller_text.h"
 
 #include <fmt/format.h>

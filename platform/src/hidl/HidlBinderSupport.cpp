@@ -1,4 +1,3 @@
-// See HidlBinderSupport.h.
 #define LOG_TAG "HidlSupport"
 
 #include <hidl/HidlBinderSupport.h>

@@ -1,4 +1,3 @@
-// See HidlTransportSupport.h.
 #define LOG_TAG "HidlTransportSupport"
 
 #include <hidl/HidlTransportSupport.h>

@@ -1,4 +1,3 @@
-// See ServiceManagement.h.
 #define LOG_TAG "HidlServiceManagement"
 
 #include <hidl/ServiceManagement.h>

@@ -1,4 +1,3 @@
-// See Static.h.
 #include <hidl/Static.h>
 
 namespace android::hardware::details {

@@ -1,4 +1,4 @@
-// Calls of a peer that wait here, and how many of them there may be.
+// Received calls that wait to be served, and their limits.
 #pragma once
 
 #include <hwbinder/Binder.h>
@@ -18,29 +18,33 @@
 namespace android::hardware::details {
 
 /**
- * How much of one process's calls another may have to keep, as both of them count it: the caller
- * waits while its call does not fit, so that a peer which sends it has broken the protocol.
+ * How much room the calls of one process may take in another, counted by both in the same way: a
+ * caller waits while its call does not fit, so a peer that sends it nevertheless has broken the
+ * protocol.
  */
 class CallWindow {
   public:
     static constexpr size_t kSize = size_t{2} << 20;
-    /** The least that is given back at once, and what does not count for a call that is larger. */
+    /**
+     * The smallest part that is given back at once. A call that does not fit at all is let through
+     * while less than this is taken.
+     */
     static constexpr size_t kSmallestPart = kSize / 4;
 
-    /** In bytes, but for what a call and a descriptor take beside: a thread for one, memory. */
+    /** Room that a call and each descriptor take beside their bytes, for memory and a thread. */
     static size_t costOf(const FrameHeader& header) {
         const bool isOneWay = (header.flags & IBinder::FLAG_ONEWAY) != 0;
         return kSize / (isOneWay ? 2048 : 128) + header.itemBytes +
                kSize / 256 * header.descriptorCount;
     }
 
-    /** @return false if it does not fit */
+    /** @return false if the call does not fit */
     bool take(size_t cost) {
         if (taken_ > kSmallestPart && taken_ + cost > kSize) return false;
         taken_ += cost;
         return true;
     }
-    /** @return false if it was not taken */
+    /** @return false if so much was not taken */
     bool giveBack(size_t cost) {
         if (cost > taken_) return false;
         taken_ -= cost;
@@ -59,7 +63,7 @@ struct Transaction {
     DescriptorClaim claim;
     sp<BHwBinder> target;
     Parcel data;
-    /** Some of its descriptors could not be taken. */
+    /** Some of the call's descriptors could not be received. */
     bool isIncomplete = false;
     bool isNested = false;
 
@@ -68,14 +72,14 @@ struct Transaction {
 using TransactionPointer = std::unique_ptr<Transaction>;
 
 /**
- * What is to be served next: one-way calls of an object one after the other, all else at once, by
- * so many threads as the peer may occupy.
+ * Decides what is served next: one-way calls of one object one after the other, everything else at
+ * once, by as many threads as the peer may occupy.
  *
- * Threading: guarded by its connection.
+ * Threading: guarded by the connection's mutex.
  */
 class Backlog {
   public:
-    /** @return whether one more thread is wanted that calls next() until there is none */
+    /** @return whether one more thread is needed, to call next() until nothing is left */
     bool add(TransactionPointer transaction) {
         if (transaction->isOneWay()) {
             const auto [object, isFirst] = oneWayCalls_.try_emplace(transaction->target.get());
@@ -90,7 +94,7 @@ class Backlog {
         return true;
     }
 
-    /** @param served the call that the thread had before, if any */
+    /** @param served the call that the thread has just served, if any */
     TransactionPointer next(const Transaction* served) {
         if (served != nullptr && served->isOneWay()) {
             const auto object = oneWayCalls_.find(served->target.get());
@@ -110,7 +114,7 @@ class Backlog {
         return next;
     }
 
-    /** Takes out what is not being served. */
+    /** Takes out all calls that are not being served. */
     std::deque<TransactionPointer> clear() {
         std::deque<TransactionPointer> all = std::move(ready_);
         ready_.clear();
@@ -125,7 +129,7 @@ class Backlog {
     static constexpr size_t kMaxThreads = 16;
 
     std::deque<TransactionPointer> ready_;
-    /** Those that wait for the one before, by an object that has one ready or being served. */
+    /** Calls that wait for an earlier one-way call of the same object, by object. */
     std::map<const BHwBinder*, std::deque<TransactionPointer>> oneWayCalls_;
     size_t threads_ = 0;
 };

@@ -1,11 +1,11 @@
-// A peer has broken the protocol: thrown by what reads its messages, caught by its connection.
+// Thrown where a peer's message breaks the protocol; its connection catches it.
 #pragma once
 
 #include <stdexcept>
 
 namespace android::hardware::details {
 
-/** What it did is the text, which the log says after "dropped process …: ". */
+/** The text says what the peer did; the log line is "dropped process …: " and the text. */
 struct BrokenPeer : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

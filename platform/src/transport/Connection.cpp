@@ -1,4 +1,4 @@
-// See Connection.h.
+// Calling, sending, serving, receiving and ending, in this order.
 #define LOG_TAG "HidlTransport"
 
 #include "transport/Connection.h"

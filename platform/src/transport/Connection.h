@@ -27,10 +27,9 @@ namespace android::hardware::details {
  * Calls the peer's objects and serves the peer's calls, over one socket. Calls that the peer makes
  * while it serves a call of ours are served on the thread that waits for that call.
  *
- * A call that the peer cannot keep at the moment waits (see CallWindow). A connection ends only
- * with the peer, when the peer does not read, or when it breaks the protocol. Then waiting calls
- * fail with DEAD_OBJECT, the references of the peer are dropped, and the proxies send their
- * obituaries.
+ * A call for which the peer has no room waits (see CallWindow). A connection ends only when the
+ * peer dies, does not read, or breaks the protocol. Then waiting calls fail with DEAD_OBJECT, the
+ * peer's references are dropped, and the proxies notify their death recipients.
  *
  * Threading: every method may be called from any thread. Nothing is logged while a mutex is held.
  */
@@ -38,58 +37,64 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
   public:
     using Clock = std::chrono::steady_clock;
 
-    /** Threading: called with no lock of the connection held. */
+    /** Threading: called without any lock of the connection. */
     class Owner {
       public:
         virtual ~Owner() = default;
-        /** Called once, by the thread that finds out. */
+        /** Called once, by the thread that notices the end. */
         virtual void onEnd(const Connection* connection) = 0;
-        /** Peers have sent so many that they use up those of this process. */
+        /** Peers have sent so many descriptors that this process may run out of them. */
         virtual void onTooManyDescriptors() = 0;
     };
 
     /**
      * Takes over a connected socket.
      * @param owner outlives the connection
-     * @return null if the socket cannot be waited for
+     * @return null if the pool cannot watch the socket
      */
     static std::shared_ptr<Connection> start(unique_fd socket, const ucred& peer,
                                              const sp<BHwBinder>& root, Owner& owner);
 
     /**
      * Calls an object of the peer and, unless the call is one-way, waits for the reply.
-     * @param deadline of the reply, after which the call fails with TIMED_OUT; without one, it is
-     * waited for as long as the peer lives
+     * @param deadline for the reply, after which the call fails with TIMED_OUT; without one, the
+     * call waits as long as the peer lives
      */
     status_t call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
                   uint32_t flags, Clock::time_point deadline = Clock::time_point::max());
 
-    /** Gives back the references of a proxy that is being destroyed, soon. Does not write. */
+    /**
+     * Queues the references of a proxy that is being destroyed, to be given back soon. Does not
+     * write.
+     */
     void releaseProxy(const BpHwBinder* proxy);
-    /** Gives back now what waits for that. */
+    /** Gives back the queued references now. */
     void sendReleases();
 
-    /** Ends the connection, and says why. */
+    /** Ends the connection and logs why. */
     void drop(const char* reason);
     /** Ends the connection. */
     void close();
 
     bool isAlive() const { return alive_; }
     const ucred& peer() const { return peer_; }
-    /** How many descriptors wait here that the peer has sent. */
+    /** How many descriptors of the peer wait here. */
     size_t descriptorsWaiting() const { return *account_; }
 
     void onReadable(bool isAtEnd, bool mayServe) override;
 
   private:
     struct PendingCall : ReaderRole::Caller {
-        /** A call that the peer makes meanwhile: one at a time, for it waits for that one. */
+        /**
+         * A call that the peer makes while it serves this one: one at a time, because the peer
+         * waits for it.
+         */
         TransactionPointer nested;
         bool isDone = false;
         status_t status = OK;
-        /** The caller's; null if it wants none. */
+        /** The reply, which the caller owns; null if it wants none. */
         Parcel* reply = nullptr;
-        /** What it takes of the window; nothing if it is nested itself. */
+        /** The room that the call takes of the window; none if it is nested itself. */
         size_t cost = 0;
     };
 
@@ -102,9 +107,10 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     void giveBack(CallWindow& window, size_t cost) REQUIRES(mutex_);
 
     /**
-     * Receives until there are whole messages, and dispatches them. Called in the role of reader.
+     * Receives until there are whole messages, and dispatches them. Called by the thread that has
+     * the reader's role.
      * @param flags of recvmsg
-     * @return how many threads are wanted to serve(); none when this was the end
+     * @return how many threads are needed to serve(); none if the connection has ended
      */
     std::optional<size_t> readMessages(int flags);
     // These throw BrokenPeer.
@@ -118,11 +124,11 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     /** Serves calls of the peer until none is left. */
     void serve();
     void serveOne(const Transaction& transaction);
-    /** Before the peer may think so. */
+    /** Called before the peer can know that the call is over. */
     void accountAsServed(const Transaction& transaction);
     void answer(uint64_t callId, status_t status, const Parcel& reply);
 
-    /** @param call stops reading before room in the socket is waited for */
+    /** @param call passes its reader's role on before it waits for room in the socket */
     status_t send(FrameHeader header, const Parcel& parcel, PendingCall* call = nullptr);
     status_t sendNow(const FrameHeader& header, const Parcel& parcel,
                      const std::vector<ObjectReference>& objects,
@@ -139,7 +145,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     ObjectTable objects_;
     std::atomic<bool> alive_{true};
     std::atomic<bool> isReleasingLater_{false};
-    // Of the thread that reads.
+    // Used by the thread that reads.
     FrameReader reader_;
     DescriptorClaim readersClaim_{account_};
 
@@ -149,7 +155,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     ReaderRole role_ GUARDED_BY(mutex_);
     uint64_t lastCallId_ GUARDED_BY(mutex_) = 0;
     std::map<uint64_t, PendingCall*> pendingCalls_ GUARDED_BY(mutex_);
-    /** Calls whose replies may still come, and what they take of the window. */
+    /** Calls that await their replies, and the room that they take of the window. */
     std::map<uint64_t, size_t> abandonedCalls_ GUARDED_BY(mutex_);
     CallWindow sentCalls_ GUARDED_BY(mutex_);
     CallWindow sentOneWayCalls_ GUARDED_BY(mutex_);

@@ -1,4 +1,4 @@
-// How many descriptors may wait in this process that peers have sent.
+// The limit of the descriptors that peers have sent and nobody has taken yet.
 #pragma once
 
 #include <sys/resource.h>
@@ -14,7 +14,7 @@ namespace android::hardware::details {
 /** The claims of one connection together. */
 using DescriptorAccount = std::atomic<size_t>;
 
-/** Descriptors that a connection has brought and that nobody has taken yet. */
+/** Descriptors that one connection has received and nobody has taken yet. */
 class DescriptorClaim {
   public:
     explicit DescriptorClaim(std::shared_ptr<DescriptorAccount> account)
@@ -30,9 +30,9 @@ class DescriptorClaim {
         all_ += added;
     }
 
-    /** Whether all claims together are too many. */
+    /** Whether all claims together exceed the limit. */
     static bool areTooMany() { return areTooMany(all_); }
-    /** Whether so many are more than half of what the process may have open. */
+    /** Whether so many are more than half of what the process may have open, or more than 512. */
     static bool areTooMany(size_t count) {
         constexpr rlim_t kMost = 512;  // half of the usual limit
         rlimit limit{};

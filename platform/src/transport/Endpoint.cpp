@@ -1,4 +1,4 @@
-// See Endpoint.h.
+// Listening, accepting, and connecting to other processes.
 #define LOG_TAG "HidlTransport"
 
 #include "transport/Endpoint.h"

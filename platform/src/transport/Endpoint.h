@@ -1,4 +1,4 @@
-// This process among the others: its socket, its connections, the services it offers.
+// This process's socket, its connections to other processes, and the services that it offers.
 #pragma once
 
 #include <hwbinder/Binder.h>
@@ -31,8 +31,8 @@ class ServiceTable final : public BHwBinder {
 
     /**
      * Asks the table of a peer. @param service receives null if there is none
-     * @return TIMED_OUT if the peer's process does not answer, ALREADY_EXISTS if it wants to be
-     * asked over the connection that it has made
+     * @return TIMED_OUT if the peer's process does not answer, ALREADY_EXISTS if it must be asked
+     * over the connection that the peer has made
      */
     static status_t ask(Connection& peer, const std::string& name, sp<IBinder>* service);
 
@@ -47,9 +47,9 @@ class ServiceTable final : public BHwBinder {
 
 /**
  * A process has one socket for all of its services and at most one connection in use to each other
- * process, whichever of the two connected: objects are themselves only within one connection. When
- * two processes connect to each other at once, the connection of the one with the lower number is
- * used, and it tells the other one so.
+ * process, whichever of the two connected: an object keeps its identity only within one connection.
+ * When two processes connect to each other at once, the connection of the process with the lower
+ * number is used, and that process tells the other.
  *
  * Threading: every method may be called from any thread. Nothing is logged while a mutex is held.
  */
@@ -60,34 +60,35 @@ class Endpoint final : public Readable,
     /** Never destroyed: its threads may outlive main(). */
     static Endpoint& self();
 
-    /** Opens the process's socket if that has not been done. @return OK or -errno */
+    /** Opens the process's socket unless it is open. @return OK or -errno */
     status_t listen();
 
     /** Name of this process's socket; empty before listen(). */
     std::string socketName() const;
 
     /**
-     * Asks the process with that socket for a service, and connects to it first if need be.
+     * Asks the process with that socket for a service, after connecting to it if there is no
+     * connection.
      * @param service receives null if there is none
      * @return NAME_NOT_FOUND if there is no such process or it takes no more connections, TIMED_OUT
-     * if it does not answer, DEAD_OBJECT if it is gone since
+     * if it does not answer, DEAD_OBJECT if it has died meanwhile
      */
     status_t ask(const Registry& registry, const std::string& socketName, const std::string& name,
                  sp<IBinder>* service);
 
     ServiceTable& services() { return *services_; }
 
-    /** Whether the peer is to use another connection than this one. */
+    /** Whether the peer must use another connection than this one. */
     bool isSpare(const Connection* connection) const;
 
-    /** Gives back what waits for that, on all connections. */
+    /** Gives back the queued references of all connections. */
     void sendReleases();
 
     /** Accepts a connection. */
     void onReadable(bool isAtEnd, bool mayServe) override;
 
     void onEnd(const Connection* connection) override;
-    /** Ends connections that have brought most, of the process that has sent most. */
+    /** Ends the connection with the most descriptors, of the process that has sent most. */
     void onTooManyDescriptors() override;
 
   private:
@@ -95,7 +96,7 @@ class Endpoint final : public Readable,
         std::shared_ptr<Connection> connection;
         /** What this process connected to; empty if the other one did. */
         std::string socketName;
-        /** Not, or not yet, the one that is used to reach the process. */
+        /** Not, or not yet, the connection by which this process calls the peer. */
         bool isSpare = false;
     };
 
@@ -110,7 +111,7 @@ class Endpoint final : public Readable,
      */
     std::shared_ptr<Connection> start(unique_fd socket, const std::string& socketName);
     bool hasRoomForLocked(int process) REQUIRES(mutex_);
-    /** Of those that have brought descriptors; null if they are not too many. */
+    /** The connection to end because of its descriptors; null if they are not too many. */
     std::shared_ptr<Connection> findGreediest() const;
 
     const sp<ServiceTable> services_;

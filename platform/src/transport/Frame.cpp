@@ -1,4 +1,4 @@
-// See Frame.h.
+// Messages to and from a socket, descriptors included.
 #include "transport/Frame.h"
 
 #include <poll.h>

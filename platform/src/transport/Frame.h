@@ -15,7 +15,7 @@ namespace android::hardware::details {
 
 using base::unique_fd;
 
-// What one message may carry; a peer that sends more is broken.
+// Limits of one message; a peer that exceeds them has broken the protocol.
 constexpr size_t kMaxItemBytes = size_t{1} << 20;
 constexpr size_t kMaxObjects = 256;
 constexpr size_t kMaxDescriptors = 253;  // what the kernel passes with one message
@@ -27,9 +27,12 @@ enum class FrameKind : uint32_t { kTransaction = 1, kReply = 2, kRelease = 3, kS
 struct FrameHeader {
     uint32_t magic = kFrameMagic;
     FrameKind kind = FrameKind::kTransaction;
-    /** Transaction: the caller's number for it, 0 for one-way. Reply: that number again. */
+    /** Transaction: the caller's number of the call, 0 if one-way. Reply: the same number. */
     uint64_t callId = 0;
-    /** Transaction: the receiver's call that the sender is serving; its caller runs this one. */
+    /**
+     * Transaction: the receiver's call that the sender is serving; this one runs on the thread that
+     * waits for it.
+     */
     uint64_t parentCallId = 0;
     /** Transaction, release: the receiver's object. */
     uint64_t objectId = 0;
@@ -37,7 +40,7 @@ struct FrameHeader {
     uint64_t givenBack = 0;
     uint32_t code = 0;
     uint32_t flags = 0;
-    /** Reply: what the call returned; if not OK, nothing follows. */
+    /** Reply: the call's status; if it is not OK, nothing follows. */
     int32_t status = 0;
     uint32_t itemBytes = 0;
     uint32_t objectCount = 0;
@@ -57,7 +60,7 @@ struct Frame {
     FrameHeader header;
     std::vector<uint8_t> items;
     std::vector<ObjectReference> objects;
-    /** Not open where one could not be taken. */
+    /** One that could not be received is not open. */
     std::vector<unique_fd> descriptors;
 
     bool isComplete() const;
@@ -69,14 +72,14 @@ struct DescriptorMessage {
 };
 
 /**
- * Writes a message, in as many steps as the socket needs. What it writes stays the caller's, and
- * must stay where it is.
+ * Writes a message, in as many steps as the socket needs. The parts belong to the caller and must
+ * not move.
  *
  * Threading: one thread at a time.
  */
 class FrameWriter {
   public:
-    /** @param more messages that are headers alone, and follow the first one */
+    /** @param more messages without a body, written after the first one */
     FrameWriter(const FrameHeader& header, const std::vector<uint8_t>& items,
                 const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors,
                 const std::vector<FrameHeader>& more);
@@ -85,15 +88,16 @@ class FrameWriter {
     FrameWriter& operator=(const FrameWriter&) = delete;
 
     /**
-     * Writes what the socket takes without waiting.
-     * @return 0 when all is written, EAGAIN when there is no room for more yet, or the error number
-     * of the socket, which is of no more use then
+     * Writes as much as the socket takes without waiting.
+     * @return 0 when all is written, EAGAIN when the socket has no room, or the error number of the
+     * socket, which cannot be used any more
      */
     int writeSome(int socket);
 
     /**
-     * Writes the rest. The peer has read far less than it should when the time is over.
-     * @return 0, ETIMEDOUT, or the error number of the socket
+     * Writes the rest, waiting for room.
+     * @return 0, ETIMEDOUT if the peer has hardly read anything in the time, or the error number of
+     * the socket
      */
     int writeRest(int socket, int timeoutMs);
 
@@ -104,11 +108,11 @@ class FrameWriter {
 };
 
 /**
- * Puts messages together from what a socket brings, however that is cut up. Memory grows with the
- * bytes that have come, not with those that a header announces.
+ * Assembles messages from the bytes of a socket, however they are cut up. Memory grows with the
+ * bytes received, not with those that a header announces.
  *
- * Descriptors are not taken when the process is about to run out of them, nor if they are sockets
- * of a network: to close one can take as long as its sender likes. They are closed at once.
+ * Descriptors are closed at once, not kept, when the process is about to run out of them, and if
+ * they are network sockets: closing those can take as long as the sender likes.
  *
  * Threading: one thread at a time.
  */
@@ -117,24 +121,24 @@ class FrameReader {
     enum class Outcome { kDone, kNotYet, kEnd };
 
     /**
-     * Receives what there is, once.
+     * Receives once what is there.
      * @param flags of recvmsg
-     * @return kNotYet if there is nothing for now
+     * @return kNotYet if nothing is there yet
      * @throw BrokenPeer
      */
     Outcome receive(int socket, int flags);
 
     /**
-     * Takes out the next message of what was received.
-     * @return false if it is not whole
-     * @throw BrokenPeer if it makes no sense
+     * Takes the next message out of what was received.
+     * @return false if no whole message is there
+     * @throw BrokenPeer if the message is malformed
      */
     bool next(Frame* frame);
 
-    /** Whether the socket was empty after what was received last, but for its end. */
+    /** Whether the last receive has left the socket empty; its end may follow. */
     bool isDrained() const { return isDrained_; }
 
-    /** How many have come with messages that are not whole. */
+    /** How many descriptors have come with incomplete messages. */
     size_t descriptorCount() const { return descriptors_.size(); }
 
   private:
@@ -148,7 +152,7 @@ class FrameReader {
     size_t end_ = 0;
     std::deque<unique_fd> descriptors_;
     bool isDrained_ = false;
-    /** The kernel had no room for all descriptors of the last message that has any. */
+    /** The kernel could not pass all descriptors of the last message that has any. */
     bool isTruncated_ = false;
 };
 

@@ -1,4 +1,3 @@
-// See ObjectTable.h.
 #define LOG_TAG "HidlTransport"
 
 #include "transport/ObjectTable.h"

@@ -1,4 +1,4 @@
-// The objects that one connection has passed along, in both directions.
+// The objects that one connection has sent and received.
 #pragma once
 
 #include <hwbinder/Binder.h>
@@ -17,12 +17,12 @@
 namespace android::hardware::details {
 
 /**
- * A reference to an object is counted each time it is sent. The receiver gives the counts back
- * together when it drops its proxy, so that a reference which is on its way at that moment is not
- * lost. Releases wait for the next message, or for sendReleases() of the connection.
+ * A reference to an object is counted each time it is sent. The receiver gives all counts back when
+ * it drops its proxy, so that a reference in flight at that moment is not lost. Releases wait for
+ * the next message, or for sendReleases() of the connection.
  *
- * Both sides keep no more than kMaxObjectsHeld for each other: an owner does not send more, so that
- * a peer which does has broken the protocol.
+ * Each side keeps at most kMaxObjectsHeld objects of the other: an owner sends no more, so a peer
+ * that does has broken the protocol.
  *
  * Threading: every method may be called from any thread. No code of programs runs in here.
  */
@@ -37,8 +37,8 @@ class ObjectTable {
     /**
      * Counts the parcel's objects as sent.
      * @param self the connection, whose objects and this process's can be sent
-     * @param releases receives those that wait, to be sent with them
-     * @return INVALID_OPERATION for an object of a third process, NO_MEMORY for one too many,
+     * @param releases receives the queued releases, to be sent with the parcel
+     * @return INVALID_OPERATION for an object of a third process, NO_MEMORY beyond the limit,
      * DEAD_OBJECT after clear()
      */
     status_t send(const Parcel& parcel, const Connection& self,
@@ -52,16 +52,19 @@ class ObjectTable {
     sp<BHwBinder> find(uint64_t objectId);
 
     /**
-     * The peer gives back references.
-     * @return the object if they were the last ones; its destructor is a program's code
-     * @throw BrokenPeer if it does not have them
+     * Takes back references from the peer.
+     * @return the object if these were its last references; its destructor is a program's code
+     * @throw BrokenPeer if the peer does not hold them
      */
     sp<BHwBinder> takeBack(uint64_t objectId, uint64_t references);
-    /** A proxy is being destroyed. @return whether there is a release that waits */
+    /**
+     * Queues the release of a proxy that is being destroyed.
+     * @return whether a release is queued
+     */
     bool release(const BpHwBinder* proxy);
     bool hasReleases() const { return hasReleases_; }
 
-    /** The peer is gone: its references and those to it are no more, and there are no new ones. */
+    /** Drops the references of and to the peer, which is dead. No new ones are accepted. */
     struct Remains {
         std::vector<sp<BHwBinder>> objects;
         std::vector<sp<BpHwBinder>> proxies;
@@ -74,7 +77,7 @@ class ObjectTable {
         uint64_t referencesSent = 0;
     };
     struct Import {
-        /** Null when it is gone and its references wait to be released. */
+        /** Null once the proxy is destroyed and its references wait to be released. */
         const BpHwBinder* address = nullptr;
         wp<BpHwBinder> proxy;
         uint64_t referencesReceived = 0;

@@ -1,4 +1,3 @@
-// See PeerLog.h.
 #define LOG_TAG "HidlTransport"
 
 #include "transport/PeerLog.h"

@@ -1,4 +1,4 @@
-// Log lines that peers can cause: so many, and no more.
+// The log lines that peers can cause, limited in number.
 #pragma once
 
 #include <string>
@@ -6,15 +6,17 @@
 namespace android::hardware::details {
 
 /**
- * Writes an error line, unless peers have caused 1000 of them just now; then one every 100 ms, and
- * the first of these says how many were left out.
+ * Writes an error line. After a burst of 1000 lines it writes one every 100 ms, and the first of
+ * these says how many were left out.
  *
- * Threading: any thread; one that holds a lock of the transport would keep it while the log is
- * blocked.
+ * Threading: any thread, without a lock of the transport: it would be held while the log blocks.
  */
 void logOfPeer(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/** As much of a peer's text as a log line can do with, and nothing that could forge another. */
+/**
+ * A peer's text, cut to a length that suits a log line, without characters that could forge another
+ * line.
+ */
 std::string printable(const char* text);
 
 }  // namespace android::hardware::details

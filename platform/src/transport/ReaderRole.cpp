@@ -1,4 +1,3 @@
-// See ReaderRole.h.
 #include "transport/ReaderRole.h"
 
 #include <algorithm>

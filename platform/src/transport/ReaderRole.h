@@ -1,4 +1,4 @@
-// Who reads a connection's socket: one thread at a time, and there is always one that can.
+// Who reads a connection's socket: one thread at a time, and one is always able to.
 #pragma once
 
 #include <condition_variable>
@@ -10,10 +10,10 @@
 namespace android::hardware::details {
 
 /**
- * The role is with a caller that waits for its reply, or with the thread pool. Whoever has it runs
- * no code of programs and does not write: a thread that is to do so passes it on first.
+ * The role belongs to a caller that waits for its reply, or to the thread pool. The thread that has
+ * it runs no code of programs and does not write: before it does, it passes the role on.
  *
- * Threading: guarded by its connection.
+ * Threading: guarded by the connection's mutex.
  */
 class ReaderRole {
   public:
@@ -23,26 +23,32 @@ class ReaderRole {
         bool isReading = false;
     };
 
-    /** The role is with the pool from now on. @param watchName of the socket, in the pool */
+    /** Gives the role to the pool. @param watchName of the socket, in the pool */
     void begin(int socket, uint64_t watchName);
-    /** For good: nobody gets it any more. */
+    /** From now on nobody gets the role. */
     void end();
 
-    /** @return whether the caller has the role now */
+    /** Takes the role if it is free. @return whether the caller has it now */
     bool take(Caller& caller);
-    /** @return false if a caller has it: the pool may miss what it was told of */
+    /**
+     * Takes the role for a thread of the pool.
+     * @return false if a caller has it; then the pool's notification is remembered
+     */
     bool takeForPool();
-    /** Gives the role to a caller that sleeps, else to the pool; if this one has it. */
+    /** If the caller has the role, passes it to another caller that sleeps, else to the pool. */
     void pass(Caller& caller);
-    /** @param isMoreToRead the socket was not seen empty, and will not tell the pool again */
+    /**
+     * Passes the role on from a thread of the pool.
+     * @param isMoreToRead the socket was not seen empty, and will not notify the pool again
+     */
     void passFromPool(bool isMoreToRead);
 
     /**
-     * Waits until the caller is woken, has the role, or the deadline is over.
+     * Waits until the caller is woken, gets the role, or the deadline has passed.
      * @param mutex the connection's
      */
     void sleep(Caller& caller, Mutex& mutex, Mutex::Deadline deadline) REQUIRES(mutex);
-    /** It has something to do: it does not get the role before it sleeps again. */
+    /** Wakes a caller that has something to do: it does not get the role before it sleeps again. */
     void wake(Caller& caller);
 
   private:
@@ -52,9 +58,9 @@ class ReaderRole {
     int socket_ = -1;
     uint64_t watchName_ = 0;
     bool isTaken_ = true;
-    /** The pool is told of whatever comes. */
+    /** The pool watches the socket. */
     bool isWatched_ = false;
-    /** There may be something that the pool was told of and did not read. */
+    /** The pool was notified of data that it may not have read. */
     bool isMoreToRead_ = false;
     std::vector<Caller*> sleepers_;
 };

@@ -1,4 +1,4 @@
-// See Registry.h.
+// The directory of services: made safe, read and cleaned up.
 #define LOG_TAG "HidlRegistry"
 
 #include "transport/Registry.h"

@@ -1,4 +1,4 @@
-// The user's services, as files of one directory: which process offers what.
+// The services of a user, registered as files of one directory.
 #pragma once
 
 #include <android-base/unique_fd.h>
@@ -12,12 +12,12 @@ namespace android::hardware::details {
 using base::unique_fd;
 
 /**
- * A service is a symbolic link from "<interface>=<instance>" to its process's socket
- * beside it. A link whose socket is gone or answers no more is no service.
+ * A service is a symbolic link from "<interface>=<instance>" to its process's socket beside it. A
+ * link whose socket is gone or does not accept connections is no service.
  *
- * The directory is named by MORIAK_HIDL_RUNTIME_DIR, else it is moriak-hidl in
- * XDG_RUNTIME_DIR, else /tmp/moriak-hidl-<uid>. It is used only if it belongs to this
- * user and is closed to all others; else it is refused.
+ * The directory is named by MORIAK_HIDL_RUNTIME_DIR, else it is moriak-hidl in XDG_RUNTIME_DIR,
+ * else /tmp/moriak-hidl-<uid>. It is used only if it belongs to this user and is closed to all
+ * others.
  *
  * Threading: an object is used by one thread at a time; any number of objects and
  * processes may use one directory at once.
@@ -41,7 +41,7 @@ class Registry {
     static std::string newSocketName();
     /** A process whose number is one of another PID namespace. */
     static constexpr int kForeignProcess = 0;
-    /** Number of the process that a socket's name belongs to; none if it is no such name. */
+    /** Number of the process that a socket's name belongs to; empty for another name. */
     static std::optional<int> processOf(const std::string& socketName);
 
     /** Gives the socket its name. @return OK or -errno */
@@ -49,11 +49,11 @@ class Registry {
     /** None if it does not fit. */
     std::optional<sockaddr_un> addressOf(const std::string& socketName) const;
 
-    /** Removes the sockets of processes that ended without doing so. */
+    /** Removes the sockets of processes that ended without removing them. */
     void removeDeadSockets();
     void removeSocket(const std::string& socketName);
 
-    /** A path of any file in the directory that is short enough for a socket's address. */
+    /** A path to a file of the directory that is short enough for a socket's address. */
     std::string shortPath(const std::string& name) const;
 
     static bool isValidInstance(const std::string& instance);

@@ -1,4 +1,4 @@
-// The call that a thread is serving, for calls that it makes in turn.
+// The call that a thread is serving, which the calls that it makes meanwhile name as their parent.
 #pragma once
 
 #include <sys/socket.h>
@@ -29,18 +29,18 @@ class ServedCall {
     /** The innermost call that this thread is serving; null if none. */
     static const ServedCall* current() { return current_; }
 
-    /** Number of the call whose caller waits for us on the connection; 0 if none does. */
+    /** Number of the call whose caller waits for this thread on the connection; 0 if none does. */
     static uint64_t waitingCallOn(const Connection* connection) {
         return current_ != nullptr && current_->connection_ == connection ? current_->callId_ : 0;
     }
 
-    /** How many calls this thread is serving, each while it waits for one that it made. */
+    /** How many calls this thread is serving, one inside the other. */
     static size_t depth() { return current_ == nullptr ? 0 : current_->depth_; }
 
     const ucred& peer() const { return peer_; }
     const Connection* connection() const { return connection_; }
 
-    /** The caller has its answer and waits no longer. */
+    /** Called once the caller has its answer and waits no longer. */
     void answered() { callId_ = 0; }
 
   private:

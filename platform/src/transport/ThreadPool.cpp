@@ -1,4 +1,4 @@
-// See ThreadPool.h.
+// The pool on one epoll instance: descriptors, an eventfd for tasks and a timer for later ones.
 #define LOG_TAG "HidlTransport"
 
 #include "transport/ThreadPool.h"

@@ -23,17 +23,17 @@ class Readable {
     virtual ~Readable() = default;
     /**
      * Called on a thread of the pool when there is something to read.
-     * @param isAtEnd whether nothing will come after it
-     * @param mayServe whether the thread can go on with what may take long
+     * @param isAtEnd whether nothing will follow
+     * @param mayServe whether the thread may go on to work that can take long
      */
     virtual void onReadable(bool isAtEnd, bool mayServe) = 0;
 };
 
 /**
- * All threads wait in one place for whatever comes, and there is always one more that does: as
- * soon as the last one has something to do, another is started, because what it does may wait for
- * what comes next. If none can be started, or there are as many as may be, the last one reads and
- * leaves the tasks to those that come back. Threads that find nothing to do for a while end.
+ * All threads wait in one place for descriptors and tasks. At least one thread always waits: as
+ * soon as the last one gets work, another is started, because the work may itself wait for the next
+ * message. If no thread can be started (the limit is reached, or the system refuses), the last one
+ * only reads and leaves tasks to threads that finish theirs. Threads that are idle for a while end.
  *
  * Threading: every method may be called from any thread.
  */
@@ -43,33 +43,36 @@ class ThreadPool {
     static ThreadPool& self();
 
     /**
-     * Whether this process was forked off one that has a pool. It has no threads then, and shares
-     * its descriptors with its parent: it must leave the sockets alone.
+     * Whether this process was forked off one that has a pool. Then it has none of the pool's
+     * threads and shares the descriptors with its parent: it must not use the sockets.
      */
     static bool isInherited() { return isInherited_; }
 
     void post(std::function<void()> task);
-    /** Runs the task in some 10 ms, when others that came meanwhile are run, too. */
+    /** Runs the task in about 10 ms, together with others posted in the meantime. */
     void postLater(std::function<void()> task);
 
-    /** So many may be busy at once, beside those that join. As on the device, one until this. */
+    /**
+     * How many threads may be busy at once, beside those that join. Until this is called it is one,
+     * as on the device.
+     */
     void setMaxBusyThreads(size_t count);
 
-    /** Makes the calling thread one of the pool, for good. */
+    /** Makes the calling thread one of the pool's, for ever. */
     [[noreturn]] void join();
 
-    /** @return a name for the descriptor, which the pool does not wait for yet; 0 if it cannot */
+    /** @return a name for the descriptor, which the pool does not watch yet; 0 if it cannot */
     uint64_t add(int fd, const std::weak_ptr<Readable>& readable);
-    /** Has the owner called once, when the descriptor becomes readable or is so already. */
+    /** Arms one notification of the owner, for when the descriptor is or becomes readable. */
     void watchOnce(int fd, uint64_t name);
-    /** Has it called then, and again whenever more comes, by several threads if need be. */
+    /** Notifies the owner whenever the descriptor becomes readable, possibly on several threads. */
     void watch(int fd, uint64_t name);
-    /** Takes that back. The call comes nevertheless if it is on its way, or at the socket's end. */
+    /** Disarms both. A notification in flight, or that of the socket's end, may still arrive. */
     void ignore(int fd, uint64_t name);
     void remove(int fd, uint64_t name);
 
   private:
-    // Of all peers together; one connection occupies a few.
+    // For all peers together; one connection occupies a few.
     static constexpr size_t kMaxThreads = 256;
 
     ThreadPool();
@@ -77,12 +80,12 @@ class ThreadPool {
     bool isIdle() const REQUIRES(mutex_) {
         return readables_.empty() && tasks_.empty() && laterTasks_.empty();
     }
-    /** @return false if none waits nevertheless */
+    /** @return false if still none waits */
     bool startThreadIfNoneWaits() REQUIRES(mutex_);
-    /** Whether a thread that does not wait any more may do what can take long. */
+    /** Whether a thread that has left the wait may do work that can take long. */
     bool mayGoOn() REQUIRES(mutex_);
     void run(bool mayEnd);
-    /** As long as another thread waits. */
+    /** Runs tasks as long as another thread waits. */
     void runTasks() REQUIRES(mutex_);
     void handle(uint64_t name, uint32_t events, bool mayServe) REQUIRES(mutex_);
 
@@ -93,11 +96,14 @@ class ThreadPool {
     const unique_fd timer_;
 
     Mutex mutex_;
-    /** One more than may be busy, for one reads. */
+    /** One more than may be busy, because one reads. */
     size_t maxThreads_ GUARDED_BY(mutex_);
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t waitingThreads_ GUARDED_BY(mutex_) = 0;
-    /** So many wait that none ends: where programs join, one more, for want of another later. */
+    /**
+     * While no more than these wait, no thread ends. One more if the program joins the pool,
+     * because another may not be startable later.
+     */
     size_t reserve_ GUARDED_BY(mutex_) = 1;
     std::deque<std::function<void()>> tasks_ GUARDED_BY(mutex_);
     std::vector<std::function<void()>> laterTasks_ GUARDED_BY(mutex_);
