@@ -161,7 +161,7 @@ class Campaign {
         if (!end) {
             throw Failure("the service hangs:\n" + describeThreads(process.pid()));
         }
-        const std::string errors = contentOf(serviceErrors_);
+        const std::string errors = errorsIn(serviceErrors_);
         if (*end != (signal == SIGTERM ? 0 : -signal) || !errors.empty()) {
             throw Failure(fmt::format("the service ended with {}:\n{}", *end, errors));
         }

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <utility>
 
@@ -13,6 +14,11 @@ std::string contentOf(const std::string& path) {
     std::ostringstream content;
     content << std::ifstream(path).rdbuf();
     return content.str();
+}
+
+std::string errorsIn(const std::string& path) {
+    static const std::regex emulatorsLine("qemu: uncaught target signal [^\n]*\n");
+    return std::regex_replace(contentOf(path), emulatorsLine, "");
 }
 
 std::string describeThreads(int pid) {
@@ -56,7 +62,7 @@ Verdict RunningClient::awaitEnd(const Fate& fate) {
     if (!end) {
         throw Failure("it hangs:\n" + describeThreads(pid()) + describe());
     }
-    Verdict verdict = judge(plan_, fate, *end, contentOf(errorFile_));
+    Verdict verdict = judge(plan_, fate, *end, errorsIn(errorFile_));
     if (!verdict.problem.empty()) {
         throw Failure(verdict.problem + describe());
     }

@@ -27,6 +27,10 @@ std::string describeThreads(int pid);
 
 std::string contentOf(const std::string& path);
 
+/// What a process has written to its error file, but for the line that an emulator adds when one
+/// aborts (scripts/run-arm64).
+std::string errorsIn(const std::string& path);
+
 /// What was done to a client.
 struct Fate {
     /// Whether a service that it used died.
