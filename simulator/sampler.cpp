@@ -52,6 +52,7 @@ void Sampler::setPlan(SamplingPlan plan) {
 }
 
 void Sampler::setBatchLimit(size_t limit) {
+    clock_->settle();
     {
         const std::lock_guard lock{mutex_};
         batchLimit_ = limit;

@@ -84,14 +84,24 @@ bool WorldClock::awaitTurn(SamplerId sampler, Time due, Role role,
     turns_[sampler] = {due, role};
     changed_.notify_all();
     while (!isCancelled()) {
-        if (isItsTurnLocked(sampler)) {
+        const bool isItsTurn = isItsTurnLocked(sampler);
+        if (isItsTurn && settled_ <= std::chrono::steady_clock::now()) {
             now_ = std::max(now_.load(), due);
             return true;
         }
-        changed_.wait(lock);
+        if (isItsTurn) {
+            changed_.wait_until(lock, Time{settled_});
+        } else {
+            changed_.wait(lock);
+        }
     }
     leaveLocked(sampler);
     return false;
+}
+
+void WorldClock::settle() {
+    const std::lock_guard lock{mutex_};
+    settled_ = std::chrono::steady_clock::now() + kSettling;
 }
 
 void WorldClock::leave(SamplerId sampler) {

@@ -19,12 +19,16 @@ namespace Simulator {
 /// begins at the same instant in every run. Each sampler takes its turn: none samples an instant
 /// while another that has listeners is behind it. One that is started after others begins where
 /// they began all the same, and they wait until it has caught up, so that what a stream holds does
-/// not depend on when it was started.
+/// not depend on when it was started. Where several streams have one sampler, that is not enough:
+/// whenever somebody begins to listen, time stands still for kSettling of real time.
 ///
 /// Threading: every method may be called from any thread.
 class WorldClock {
   public:
     using Time = std::chrono::steady_clock::time_point;
+
+    /// In which a program starts the next of its streams, also on a busy machine.
+    static constexpr std::chrono::milliseconds kSettling{200};
 
     /// @param speed 0, or a finite number above
     explicit WorldClock(double speed = 1);
@@ -63,6 +67,9 @@ class WorldClock {
     /// them left.
     Time beginning() const;
 
+    /// Somebody begins to listen.
+    void settle();
+
     /// No longer waits for the sampler. Does nothing if it has left before.
     void leave(SamplerId sampler);
     /// Has all who wait ask whether they are cancelled.
@@ -96,6 +103,8 @@ class WorldClock {
     std::condition_variable changed_;
     SamplerId lastId_ = 0;
     std::map<SamplerId, Turn> turns_;
+    /// In real time.
+    Time settled_{};
 };
 
 }  // namespace Simulator

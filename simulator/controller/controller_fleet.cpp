@@ -125,6 +125,7 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
             faults_->addTarget(FaultTarget::CONTROLLER, device.identity().name);
         }
     }
+    streams_.onChange([clock = clock_] { clock->settle(); });
     inputSampler_.setBatchLimit(1);
 }
 
@@ -240,6 +241,7 @@ bool ControllerFleet::enable(StreamingListener* listener, Hal::ControllerAddr ad
         set(&listener->enabled, address, isOn);
         updateImuSamplerLocked();
     }
+    clock_->settle();
     notifySwitch();
     return true;
 }
@@ -254,6 +256,7 @@ bool ControllerFleet::enableAdc(StreamingListener* listener, Hal::ControllerAddr
         }
         set(&listener->adcs, address, isOn);
     }
+    clock_->settle();
     notifySwitch();
     return true;
 }

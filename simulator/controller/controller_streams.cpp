@@ -32,26 +32,19 @@ bool ControllerStreams::awaitRoom(size_t controllers) const {
 }
 
 void ControllerStreams::endWaits() const {
-    const auto end = [](const auto&... streams) { (streams->endWaits(), ...); };
-    end(stateChanges, curl, imu, buttons, precisionPad, multiTouch, stylus, wirelessStats, poses,
-        adc, collisions, haptics, wirelessStates, inputs);
+    forEach([](const auto& stream) { stream->endWaits(); });
+}
+
+void ControllerStreams::onChange(const std::function<void()>& function) const {
+    forEach([&function](const auto& stream) {
+        stream->onBatchLimit([function](size_t /*limit*/) { function(); });
+    });
 }
 
 std::vector<std::string> ControllerStreams::summary() const {
-    return {summaryOf(*stateChanges),
-            summaryOf(*curl),
-            summaryOf(*imu),
-            summaryOf(*buttons),
-            summaryOf(*precisionPad),
-            summaryOf(*multiTouch),
-            summaryOf(*stylus),
-            summaryOf(*wirelessStats),
-            summaryOf(*poses),
-            summaryOf(*adc),
-            summaryOf(*collisions),
-            summaryOf(*haptics),
-            summaryOf(*wirelessStates),
-            summaryOf(*inputs)};
+    std::vector<std::string> lines;
+    forEach([&lines](const auto& stream) { lines.push_back(summaryOf(*stream)); });
+    return lines;
 }
 
 }  // namespace Simulator

@@ -1,6 +1,7 @@
 // The streams of the hand controllers, with their clients.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,10 @@ struct ControllerStreams {
     /// As of StreamClients, for what so many controllers send at once.
     bool awaitRoom(size_t controllers) const;
     void endWaits() const;
+
+    /// Has `function` called whenever a client of a stream starts or stops. To be set once, before
+    /// there are clients.
+    void onChange(const std::function<void()>& function) const;
 
     /// For each stream a line for the user.
     std::vector<std::string> summary() const;
@@ -39,6 +44,14 @@ struct ControllerStreams {
     const Stream<Hal::HapticsState> haptics;
     const Stream<Hal::WirelessStateTransition> wirelessStates;
     const Stream<Hal::ControllerInputData> inputs;
+
+  private:
+    template <typename Function>
+    void forEach(const Function& function) const {
+        const auto each = [&function](const auto&... streams) { (function(streams), ...); };
+        each(stateChanges, curl, imu, buttons, precisionPad, multiTouch, stylus, wirelessStats,
+             poses, adc, collisions, haptics, wirelessStates, inputs);
+    }
 };
 
 }  // namespace Simulator
