@@ -63,7 +63,7 @@ TEST_F(CameraProviderTest, CamerasAreListedEvenWithErrorsThatAreLogged) {
     EXPECT_EQ(cameras[0].calibrationData1, "");
 }
 
-TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
+TEST_F(CameraProviderTest, CalibrationMemoryIsCheckedBeforeItIsRead) {
     const std::string page(static_cast<size_t>(sysconf(_SC_PAGESIZE)), 'x');
     const std::string zero(1, '\0');
     const auto good = [&] { return sharedMemory("good" + zero + "more"); };
@@ -122,7 +122,7 @@ TEST_F(CameraProviderTest, CalibrationIsReadWithoutTrustInItsMemory) {
     close(number);
 }
 
-TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
+TEST_F(CameraProviderTest, ReturnsStreamsAndControllersOrEmptyPointersWithoutLogging) {
     service->on<&I::getStreamByPurpose>([&](const auto& purpose, const auto& variant) {
         return purpose == "head" && variant == "wide" ? hidlStream : nullptr;
     });
@@ -151,7 +151,7 @@ TEST_F(CameraProviderTest, StreamsAndControllersAreHandedOutOrEmptyAndSilent) {
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
-TEST_F(CameraProviderTest, SettingsGoOutAndComeInUnchanged) {
+TEST_F(CameraProviderTest, SettingsAreSentAndReturnedUnchanged) {
     constexpr auto kFrequency = static_cast<Hidl::UtilityFrequency>(77);
     service->returns<&I::getUtilityFrequency>(kFrequency);
     provider.setUtilityFrequency(provider.getUtilityFrequency());
@@ -196,7 +196,7 @@ TEST_F(CameraProviderTest, SeveralStreamsTakeOneCommandAndNullPointersAreSkipped
                 ElementsAre("controlEvery START", "controlEvery STOP", "controlEvery START"));
 }
 
-TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWords) {
+TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnMessages) {
     const std::string ignorable =
         "hidlReturn != Hidl::Result::SUCCESS && hidlReturn != Hidl::Result::IGNORED";
     ChannelSettings channels;

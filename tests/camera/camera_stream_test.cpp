@@ -61,7 +61,7 @@ TEST_F(CameraStreamTest, ControlCallsCarryTheirArgumentsAndTheStreamsClient) {
                     "setResolution []", "controlStream true START", "controlStream true STOP"));
 }
 
-TEST_F(CameraStreamTest, ConfigurationComesInUnchanged) {
+TEST_F(CameraStreamTest, ConfigurationIsReturnedUnchanged) {
     const auto camera = filledWith<Hidl::CameraConfiguration>(6);
     service->returns<&I::getConfiguration>(Hidl::CameraStreamConfiguration{{{}, camera}, 90});
     const CameraStreamConfiguration configuration = stream.getConfiguration();
@@ -213,7 +213,7 @@ TEST_F(CameraStreamTest, MuxStateAndItsChangesReachTheClient) {
     EXPECT_EQ(update.header, 4U);
 }
 
-TEST_F(CameraStreamDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnWords) {
+TEST_F(CameraStreamDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnMessages) {
     const std::string ignorable =
         "hidlReturn != Hidl::Result::SUCCESS && hidlReturn != Hidl::Result::IGNORED";
     const std::string status = "status != Hidl::Result::SUCCESS";

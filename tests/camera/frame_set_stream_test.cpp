@@ -28,7 +28,7 @@ class FrameSetStreamTest : public ::testing::Test {
 };
 using FrameSetStreamDeathTest = FrameSetStreamTest;
 
-TEST_F(FrameSetStreamTest, EveryFrameSetIsShownOnceThenHandedBackAsItCame) {
+TEST_F(FrameSetStreamTest, EveryFrameSetIsDeliveredOnceThenHandedBackUnchanged) {
     EXPECT_EQ(stream.stream().getQueueSize(), 1U);
     EventFlagPeer peer;
     int shown = 0;
@@ -87,7 +87,7 @@ TEST_F(FrameSetStreamTest, DeliveryDoesNotAllocate) {
     EXPECT_EQ(shown, 100U);
 }
 
-TEST_F(FrameSetStreamTest, NewPreparationTakesNewQueuesAndDropsWhatTheyHold) {
+TEST_F(FrameSetStreamTest, SecondPreparationTakesNewQueuesAndDropsTheirContent) {
     addWithCallback([](Spans) {});
     FakeCameraStream::Queue second{2};
     const Hidl::FrameSet frameSet{};
@@ -100,7 +100,7 @@ TEST_F(FrameSetStreamTest, NewPreparationTakesNewQueuesAndDropsWhatTheyHold) {
     EXPECT_EQ(second.availableToRead(), 1U);
 }
 
-TEST_F(FrameSetStreamDeathTest, ServiceWithoutRoomForTheFrameSetItGaveOutIsFatal) {
+TEST_F(FrameSetStreamDeathTest, FullRecycleQueueIsFatal) {
     addWithCallback([](Spans) { fputs("shown\n", stderr); });
     ASSERT_TRUE(service->recycleQueue.write(std::vector<Hidl::FrameSet>(3).data(), 3));
     EXPECT_DEATH(deliver({}),
@@ -129,7 +129,7 @@ TEST_F(FrameSetStreamDeathTest, QueueSizeIsFixed) {
                  "^F/Moriak-HidlWrapper: DualStreamHandle queue size is not configurable.\n");
 }
 
-TEST_F(FrameSetStreamDeathTest, PreparationThatTheServiceSpoilsIsFatal) {
+TEST_F(FrameSetStreamDeathTest, BrokenPreparationByTheServiceIsFatal) {
     const auto dies = [this](const std::string& text) {
         EXPECT_DEATH(stream.stream().addTo(composite), ::testing::HasSubstr(text));
     };

@@ -140,7 +140,7 @@ TEST_F(StreamingClientTest, QueriesReturnWhatIsDeliveredEvenWithAFailure) {
     EXPECT_EQ(client.getCalibrationData(kAddress).version, 0);
 }
 
-TEST_F(StreamingClientDeathTest, FailedTransportIsFatalWhereItIsNotFolded) {
+TEST_F(StreamingClientDeathTest, FailedTransportIsFatalUnlessItCountsAsARefusal) {
     ControllerLedConfig config;
     const std::string controller = "(Vek::Sensors::ControllerAddr";
     expectFatal(

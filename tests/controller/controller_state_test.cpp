@@ -70,7 +70,7 @@ class ControllerStateTest : public Test {
 };
 using ControllerStateDeathTest = ControllerStateTest;
 
-TEST_F(ControllerStateTest, TheEndOfAWriterSendsNothingAndLeavesNothingMapped) {
+TEST_F(ControllerStateTest, DestructionSendsNothingAndUnmapsTheQueue) {
     const auto mappings = [] {
         return std::distance(std::filesystem::directory_iterator{"/proc/self/map_files"}, {});
     };
@@ -118,7 +118,7 @@ TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
     EXPECT_TRUE(allAre(false));
 }
 
-TEST_F(ControllerStateDeathTest, UndeliveredAndRefusedCallsAreFatalWithTheirOwnWords) {
+TEST_F(ControllerStateDeathTest, UndeliveredAndRefusedCallsAreFatalWithTheirOwnMessages) {
     const std::string failed = " stream command failed with result: 4";
     const auto command = [&](const char* function, const std::string& words,
                              void (ControllerStateProvider::*send)()) {
@@ -219,7 +219,7 @@ TEST_F(ControllerStateDeathTest, PoseStreamCallsOutOfOrderAndRefusedOnesAreFatal
     });
 }
 
-TEST_F(ControllerStateDeathTest, PoseStreamThatIsNotHandedOutIsFatal) {
+TEST_F(ControllerStateDeathTest, PoseStreamThatTheServiceDoesNotGiveIsFatal) {
     const auto stream = writer();
     const auto prepareAfter = [&](auto change) {
         return [&, change] {

@@ -219,7 +219,7 @@ TEST_F(EndToEndTest, PixelsShowTheirCameraAndFrame) {
     }
 }
 
-TEST_F(EndToEndTest, ExposureChangesTheBrightnessUntilItIsTheAutomaticControlsAgain) {
+TEST_F(EndToEndTest, OverriddenExposureChangesTheBrightnessUntilTheOverrideEnds) {
     const Simulator simulator({"--flicker", "0"});
     CameraClient client({FrameType::HEADSET});
     double brightness = 0;
@@ -261,7 +261,7 @@ TEST_F(EndToEndTest, ExposureChangesTheBrightnessUntilItIsTheAutomaticControlsAg
     client.stop();
 }
 
-TEST_F(EndToEndTest, MuxModeSwitchedWhileStreamingIsToldAndServedFromTheStatedInstantOn) {
+TEST_F(EndToEndTest, MuxModeSwitchedWhileStreamingTakesEffectAtTheAnnouncedTime) {
     const Simulator simulator;
     CameraClient client({FrameType::HEADSET, FrameType::COLOR});
     std::promise<FrameSetConfigurationUpdate> told;

@@ -192,7 +192,7 @@ TYPED_TEST(DeathsTest, ClientOutlivesItsServiceAndFindsTheNextOne) {
         ExitedWithCode(0), "ignoring.\n");
 }
 
-TEST_F(EndToEndTest, ClientReactsToTheDeathOfItsServiceAsItWasTold) {
+TEST_F(EndToEndTest, ClientReactsToTheDeathOfItsServiceAsChosen) {
     struct Reaction {
         std::optional<bool> suppressesDumps;
         bool suppressesThemLater;

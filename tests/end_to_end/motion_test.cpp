@@ -10,7 +10,7 @@ namespace {
 using namespace Vek::Sensors;
 using TestSupport::EndToEndTest;
 
-TEST_F(EndToEndTest, ProviderListsAndHandsOutWhatExists) {
+TEST_F(EndToEndTest, ProviderListsAndOpensEverythingThatExists) {
     const TestSupport::Simulator simulator;
     const auto provider = createMotionSensorProvider();
     ASSERT_NE(provider, nullptr);

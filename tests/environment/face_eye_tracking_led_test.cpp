@@ -35,7 +35,7 @@ class FaceEyeTrackingLedTest : public Test {
 };
 using FaceEyeTrackingLedDeathTest = FaceEyeTrackingLedTest;
 
-TEST_F(FaceEyeTrackingLedTest, EachOperationJudgesTheResultInItsOwnWay) {
+TEST_F(FaceEyeTrackingLedTest, EachOperationMapsTheResultByItsOwnRule) {
     const std::string refused = "Failed to update face eye tracking LED configurations with error ";
     struct {
         std::function<bool()> operation;

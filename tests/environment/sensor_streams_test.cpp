@@ -21,7 +21,7 @@ class SensorStreamsTest : public Test {
 };
 using SensorStreamsDeathTest = SensorStreamsTest;
 
-TEST_F(SensorStreamsTest, PropertiesAreEmptyOfAServiceThatHasNone) {
+TEST_F(SensorStreamsTest, PropertiesAreEmptyIfTheServiceReturnsNone) {
     light->returns<&Hidl::IFlickerSensor::getProperties>(
         Hidl::FlickerSensorProperties{"name", "vendor", "serial"});
     EXPECT_THAT(sensor->properties(), FieldsAre("name", "vendor", "serial"));
@@ -29,7 +29,7 @@ TEST_F(SensorStreamsTest, PropertiesAreEmptyOfAServiceThatHasNone) {
     EXPECT_THAT(sensor->properties().name, IsEmpty());
 }
 
-TEST_F(SensorStreamsDeathTest, FailedCallsAreFatalWithTheirOwnWordsAndSignatures) {
+TEST_F(SensorStreamsDeathTest, FailedCallsAreFatalWithTheirOwnMessagesAndSignatures) {
     const std::string failed = " command failed with result: 4";
     expectFatal(
         *light, "FlickerSensorProvider::",

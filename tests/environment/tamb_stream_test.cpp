@@ -49,7 +49,7 @@ class TambStreamTest : public Test {
 };
 using TambStreamDeathTest = TambStreamTest;
 
-TEST_F(TambStreamTest, UnregisteringForgetsTheClientWhateverIdAndResult) {
+TEST_F(TambStreamTest, UnregisteringForgetsTheClientForEveryIdAndResult) {
     CapturedLog log;
     stream.registerKivraRpcClient("tracking", {});
     stream.unregisterKivraRpcClient("tracking");
@@ -122,7 +122,7 @@ TEST_F(TambStreamTest, CallbackOutlivesTheStreamAndPassesMessagesFieldForField) 
                             FieldsAre(ControllerAddr{1}, header, 5, kind, ElementsAre(7, 8, 9))));
 }
 
-TEST_F(TambStreamTest, TranslationIsTheServicesAndTakesNoLock) {
+TEST_F(TambStreamTest, TimeTranslationReturnsTheServicesAnswerWithoutTheLock) {
     // Here, this thread has the lock already.
     service->returns<&Hidl::ITambril::translateTime>(INT64_MIN);
     duringChange([&] {
@@ -156,7 +156,7 @@ TEST_F(TambStreamTest, SendsRunSideBySideButNeverDuringARegistrationOrItsEnd) {
     held.wait();
 }
 
-TEST_F(TambStreamDeathTest, OnlyDeclaredClientsThatTheServiceTakesCanRegisterAndOnlyOnce) {
+TEST_F(TambStreamDeathTest, UndeclaredRefusedAndRepeatedRegistrationsAreFatal) {
     const auto registering = [this](const std::string& id) {
         return [=] { stream.registerKivraRpcClient(id, {}); };
     };

@@ -12,7 +12,7 @@ namespace {
 using namespace ::testing;
 using namespace Vek::Sensors;
 
-TEST(Factories, WithoutAServiceAreEmptyAtOnceAndSilentButForTheLightSensors) {
+TEST(Factories, ReturnEmptyAtOnceWithoutAServiceAndOnlyTheLightSensorsLogs) {
     const TestSupport::RuntimeDirectory withoutServices;
     TestSupport::CapturedLog log;
     EXPECT_EQ(createCameraProvider(), nullptr);

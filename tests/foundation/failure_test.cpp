@@ -51,7 +51,7 @@ std::string deathText(const std::string& reaction) {
            reaction + "\n$";
 }
 
-TEST(HalDeathRecipient, UnsetIgnoresTheFirstDeathAndIsSilentAboutLaterOnes) {
+TEST(HalDeathRecipient, WithoutAChoiceTheFirstDeathIsLoggedAndLaterOnesAreNot) {
     EXPECT_EXIT(
         {
             const Watched first;

@@ -87,7 +87,7 @@ void expectCommands(const std::string& command, Stream& (Adapter::*stream)(),
         << "the last of which ends with no adapter";
 }
 
-TEST(Adapters, StartAndStopTheirStreamsInTheNameOfTheClientThatPreparedThem) {
+TEST(Adapters, StartAndStopTheirStreamsForTheClientThatPreparedThem) {
     expectCommands<Hidl::IImu>("controlStream", &ImuSensor::stream, &ImuSensor::start,
                                &ImuSensor::stop);
     expectCommands<Hidl::IMag>("controlStream", &MagSensor::stream, &MagSensor::start,

@@ -176,7 +176,7 @@ void prepareImu() {
     createImuSensor()->stream().addTo(*composite);
 }
 
-TEST_F(HostileServicesDeathTest, CountersThatMoveAsTheyLikeEndTheReaderInOneOfTheKnownWays) {
+TEST_F(HostileServicesDeathTest, ImpossibleCountersEndTheReaderWithAKnownMessage) {
     const std::string tag = "\nF/Moriak-HidlWrapper: ";
     EXPECT_EXIT(
         {
@@ -234,7 +234,7 @@ TEST_F(HostileServicesDeathTest, FloodsOfCallsAreServedAndHoldUpNoCallOfTheClien
     EXPECT_EXIT(exchangeMessages("CMS"), ExitedWithCode(0), "^$") << "of one-way calls";
 }
 
-TEST_F(HostileServicesDeathTest, DeathInACallMeetsTheReactionThatWasChosen) {
+TEST_F(HostileServicesDeathTest, ServiceDeathDuringACallCausesTheChosenReaction) {
     const std::string error =
         "HIDL error in virtual void Vek::Sensors::HidlWrapper::ImuSensor::start.*DEAD_OBJECT";
     const std::string death = "|Unexpected service death detected. [^ ]*hostile_tests ";

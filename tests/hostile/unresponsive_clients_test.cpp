@@ -155,10 +155,10 @@ void takeEverything() {
 }
 
 const Attack kAttacks[] = {
-    {"not asked for its name", beAskedForName<hold>},
-    {"not asked for its stream", beAskedForStream<hold>},
-    {"not told of progress", beToldOfProgress<hold>},
-    {"takes no message", beSentMessages<hold>},
+    {"does not tell its name", beAskedForName<hold>},
+    {"does not tell its stream", beAskedForStream<hold>},
+    {"does not take progress", beToldOfProgress<hold>},
+    {"does not take messages", beSentMessages<hold>},
     {"stopped", stop},
     {"takes everything", takeEverything},
 };
@@ -184,7 +184,7 @@ TEST_F(UnresponsiveClientsTest, LeaveRoomForOthers) {
 
 TEST_F(UnresponsiveClientsTest, DoNotHoldUpTheEndOfTheService) {
     std::vector<std::unique_ptr<ChildProcess>> attackers;
-    for (const char* const name : {"not asked for its name", "not told of progress", "stopped"}) {
+    for (const char* const name : {"does not tell its name", "does not take progress", "stopped"}) {
         attackers.push_back(startClient("unresponsive client", name));
         EXPECT_EQ(attackers.back()->awaitNotice(), "under way");
     }
@@ -212,13 +212,13 @@ void dieWhileItHandsOneBack() {
 }
 
 const Attack kDeaths[] = {
-    {"asked for its name", beAskedForName<die>},
-    {"asked for its stream", beAskedForStream<die>},
-    {"told of progress", beToldOfProgress<die>},
-    {"sent a message", beSentMessages<die>},
-    {"with samples", dieWithSamples},
-    {"with a frame set", dieWithAFrameSet},
-    {"handing a frame set back", dieWhileItHandsOneBack},
+    {"dies when asked for its name", beAskedForName<die>},
+    {"dies when asked for its stream", beAskedForStream<die>},
+    {"dies when told of progress", beToldOfProgress<die>},
+    {"dies when sent a message", beSentMessages<die>},
+    {"dies with samples", dieWithSamples},
+    {"dies with a frame set", dieWithAFrameSet},
+    {"dies handing a frame set back", dieWhileItHandsOneBack},
 };
 const ClientRole kDyingRole{"dying client", [] { return runAttack(kDeaths); }};
 

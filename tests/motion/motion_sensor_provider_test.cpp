@@ -26,7 +26,7 @@ class MotionSensorProviderTest : public Test {
 };
 using MotionSensorProviderDeathTest = MotionSensorProviderTest;
 
-TEST_F(MotionSensorProviderTest, ListIsKeptAsItCameEvenWithAnErrorThatIsLogged) {
+TEST_F(MotionSensorProviderTest, SensorListIsReturnedEvenWithAnErrorWhichIsLogged) {
     Hidl::MotionSensorMetadata metadata;
     metadata.sensors = {
         {7, Hidl::MotionSensorKind::MAGNETOMETER, Hidl::MotionSensorMount::BOARD, 3},
@@ -44,7 +44,7 @@ TEST_F(MotionSensorProviderTest, ListIsKeptAsItCameEvenWithAnErrorThatIsLogged) 
                     FieldsAre(8, MotionSensorKind(200), MotionSensorMount::HEADSET, 4)));
 }
 
-TEST_F(MotionSensorProviderTest, SensorsAreAskedForByTheirNumber) {
+TEST_F(MotionSensorProviderTest, SensorsAreRequestedByTheirNumber) {
     using I = Hidl::IMotionSensorProvider;
     service->on<&I::getImu>([](uint32_t sensor) -> sp<Hidl::IImu> {
         return sensor == 7 ? new Fake<Hidl::IImu> : nullptr;

@@ -49,7 +49,7 @@ TEST_F(MotionSensorTest, SamplesReachTheCallbackFieldForField) {
                                       Vek::Sensors::MOTION_SAMPLE_DISCONTINUITY, 12, 13)));
 }
 
-TEST_F(MotionSensorTest, SettingsAndCommandsBeforeTheStreamIsAddedGoOutAsTheyAre) {
+TEST_F(MotionSensorTest, SettingsAndCommandsAreSentUnchangedBeforeTheStreamIsAdded) {
     imu.configureStream({2000, 8});
     EXPECT_THAT(imuService->calls,
                 ElementsAre("configureStream {.sampleRate = 2000, .batchSize = 8}"));
@@ -61,7 +61,7 @@ TEST_F(MotionSensorTest, SettingsAndCommandsBeforeTheStreamIsAddedGoOutAsTheyAre
     EXPECT_EQ(iad.range(), 0) << "which asks nobody";
 }
 
-TEST_F(MotionSensorTest, PropertiesComeThroughEvenWithAnErrorThatIsLogged) {
+TEST_F(MotionSensorTest, PropertiesAreReturnedEvenWithAnErrorWhichIsLogged) {
     const auto expectAll = [](const MotionSensorProperties& properties) {
         EXPECT_THAT(properties, FieldsAre("name", "vendor", "serial", "firmware", 2000.0F));
     };
@@ -77,7 +77,7 @@ TEST_F(MotionSensorTest, PropertiesComeThroughEvenWithAnErrorThatIsLogged) {
     EXPECT_THAT(log.take(), ElementsAre(errorLine(text + "1"), errorLine(text + "2")));
 }
 
-TEST_F(MotionSensorDeathTest, UndeliveredAndRefusedCallsAreFatalWithTheirOwnWords) {
+TEST_F(MotionSensorDeathTest, UndeliveredAndRefusedCallsAreFatalWithTheirOwnMessages) {
     const std::string failed = " stream command failed with result: 4";
     const std::string notConfigured = " stream could not configure stream with result: 4";
     const std::string configure = "configureStream(const Vek::Sensors::MotionStreamProperties &)";

@@ -249,7 +249,7 @@ TEST_F(CallsTest, AnObjectLivesForAsLongAsTheServiceHoldsIt) {
     EXPECT_TRUE(becomesTrue([&] { return watched.promote() == nullptr; }));
 }
 
-TEST(PartnersTest, WhoLookEachOtherUpAtOnceUseOneConnection) {
+TEST(PartnersTest, ProcessesThatLookEachOtherUpAtOnceUseOneConnection) {
     const RuntimeDirectory directory;
     for (int round = 0; round < 30; ++round) {
         const PartnerProcess left("left", "right");

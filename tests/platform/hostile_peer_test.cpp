@@ -252,7 +252,7 @@ TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
     }
 }
 
-TEST(FakeServiceTest, TextsOfExceptionsForgeNoLogLines) {
+TEST(FakeServiceTest, ExceptionTextsCannotForgeLogLines) {
     const RuntimeDirectory directory;
     const FakeService fake(
         "fake", answering([](Peer& client, uint64_t callId) {

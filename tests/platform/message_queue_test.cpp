@@ -71,7 +71,7 @@ TEST(MessageQueueTest, TheOtherEndKeepsOrEmptiesTheQueueAsAsked) {
     EXPECT_EQ(queue.availableToRead(), 0u);
 }
 
-TEST(MessageQueueTest, ImpossibleCountersAreShownAndThenSkipped) {
+TEST(MessageQueueTest, ImpossibleCountersAreReportedAndThenSkipped) {
     // Ahead by more than the ring; the reader ahead of the writer; both about to overflow.
     for (const auto& [written, read, shown] : std::vector<std::array<uint64_t, 3>>{
              {9 * 8, 0, 9}, {0, 8, UINT64_MAX / 8}, {UINT64_MAX, 0, UINT64_MAX / 8}}) {
@@ -87,7 +87,7 @@ TEST(MessageQueueTest, ImpossibleCountersAreShownAndThenSkipped) {
     }
 }
 
-TEST(MessageQueueTest, NoCounterLeadsOutOfTheRing) {
+TEST(MessageQueueTest, NoCounterCausesAccessOutsideTheRing) {
     Queue queue(kCapacity);
     QueueCounters counters(queue);
     std::vector<uint64_t> copy(kCapacity);

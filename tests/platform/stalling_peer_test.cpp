@@ -121,7 +121,7 @@ TEST_F(StallingClientTest, APeerThatDoesNotReadItsAnswersIsDropped) {
     EXPECT_TRUE(becomesTrue([&] { return !peer.isOpen(); }));
 }
 
-TEST_F(StallingClientTest, CallsThatHangOccupyAFewThreadsAndNoneOfOthers) {
+TEST_F(StallingClientTest, HangingCallsOccupyFewThreadsAndNoneOfOtherClients) {
     std::vector<std::unique_ptr<Peer>> peers;
     while (peers.size() < kConnections - 1) peers.push_back(std::make_unique<Peer>("attacked"));
     for (const auto& peer : peers) {
@@ -150,7 +150,7 @@ TEST_F(StallingClientTest, APeerThatSendsObjectsAndTakesNoneBackIsDropped) {
     EXPECT_FALSE(peer.isOpen());
 }
 
-TEST_F(StallingClientTest, AnEndThatComesTogetherWithTheLastCallIsSeen) {
+TEST_F(StallingClientTest, ConnectionEndThatArrivesWithTheLastCallIsNoticed) {
     auto peer = std::make_unique<Peer>("attacked");
     kill(process_.pid(), SIGSTOP);
     siginfo_t stopped;

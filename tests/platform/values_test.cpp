@@ -112,7 +112,7 @@ TEST(AshmemTest, OnlyARegionThatCannotShrinkIsValid) {
     EXPECT_EQ(ashmem_create_region("huge", SIZE_MAX), -1);
 }
 
-TEST(ReturnDeathTest, AFailureThatNobodyLookedAtEndsTheProcess) {
+TEST(ReturnDeathTest, UncheckedFailureEndsTheProcess) {
     const testing::KilledBySignal aborted(SIGABRT);
     const std::string unchecked =
         "^F/HidlStatus: Failed HIDL return status not checked: "

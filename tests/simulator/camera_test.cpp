@@ -56,7 +56,7 @@ TEST(FrameSetLedgerTest, EveryFrameSetIsExpectedBackOnceAsItWas) {
     EXPECT_EQ(ledger.outstanding(), 0U);
 }
 
-TEST(ExposureControlTest, LastToOverrideHasHisWayWithinTheLimits) {
+TEST(ExposureControlTest, LastOverrideCountsWithinTheLimits) {
     ExposureControl control;
     const int first = 0;
     const int second = 0;
@@ -106,7 +106,7 @@ class FrameSetServerTest : public ::testing::Test {
         makeService<CameraStreamService>(faults_, server_, mux_);
 };
 
-TEST_F(FrameSetServerTest, NoBufferIsDrawnIntoBeforeItCameBackAndEveryFaultIsCounted) {
+TEST_F(FrameSetServerTest, BuffersAreReusedOnlyAfterTheirReturnAndFaultsAreCounted) {
     CameraClientEnd client(service_);
     CameraClientEnd honest(service_);
     for (auto* each : {&client, &honest}) {

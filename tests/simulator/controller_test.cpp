@@ -289,7 +289,7 @@ TEST_F(ControllerTest, OwnerIsStillAnsweredWhenNoMorePosesAreRead) {
               Result::SUCCESS);
 }
 
-TEST(ThumbstickTest, CalibrationStretchesTheWayAndSilencesTheMiddle) {
+TEST(ThumbstickTest, CalibrationScalesTheTravelAndTheDeadzoneReadsZero) {
     const auto place = [](uint16_t x, uint16_t y, const ThumbstickCalibration& calibration) {
         return thumbstickOf({kLeft, 0, 0, x, y}, calibration);
     };

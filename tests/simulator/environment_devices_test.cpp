@@ -145,7 +145,7 @@ class Callback : public FakeClient<Hal::ITambrilCallback> {
     size_t messages = 0;
 };
 
-TEST(TambrilServiceTest, WhatIsNotRightIsRefused) {
+TEST(TambrilServiceTest, InvalidCallsAreRefused) {
     constexpr auto kId = Hal::KivraRpcClientId::TRACKING;
     constexpr uint64_t kLeft = 0x5A'00'00'00'00'01;
     constexpr uint64_t kStylus = 0x5A'00'00'00'00'03;

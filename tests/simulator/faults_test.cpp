@@ -77,7 +77,7 @@ class FaultsTest : public Test {
     Faults faults{{5, {}}};
 };
 
-TEST_F(FaultsTest, ComeForWhomAndWhenTheyAreMeantTo) {
+TEST_F(FaultsTest, OccurForTheirClientAndAtTheirTime) {
     const std::string refuse = "refuse IImu.controlStream FAILURE ";
     set(refuse + "nth=2");
     EXPECT_THAT(calls(4), ElementsAre(false, true, false, false));
@@ -105,7 +105,7 @@ TEST_F(FaultsTest, ComeForWhomAndWhenTheyAreMeantTo) {
     EXPECT_THAT(std::count(chances.begin(), chances.end(), true), AllOf(Gt(25), Lt(75)));
 }
 
-TEST_F(FaultsTest, AreOnlyForWhatThereIs) {
+TEST_F(FaultsTest, RefuseUnknownTargets) {
     faults.addTarget(FaultTarget::SAMPLES, "headset IMU");
     faults.addTarget(FaultTarget::FRAME_SETS, "headset");
     EXPECT_EQ(set("nan headset"), 0U);

@@ -64,7 +64,7 @@ TEST(SamplerTest, SamplesFollowEachOtherAtTheRateInWholeBatches) {
     }
 }
 
-TEST(SamplerTest, NewPlanAndLimitHoldForTheNextBatchesAndALongOneCanBeStopped) {
+TEST(SamplerTest, NewRateAndLimitApplyToTheNextBatchesAndALongBatchCanBeStopped) {
     BatchCollector collector;
     Sampler sampler{{1000, 4}, std::make_shared<WorldClock>(), collector.collect()};
     sampler.setBatchLimit(3);

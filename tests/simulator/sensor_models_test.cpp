@@ -134,7 +134,7 @@ Motion integrate(ImuModel& imu, const Trajectory& trajectory, int64_t begin) {
     return state;
 }
 
-TEST(ImuModelTest, IntegratedFromTheTruthItLeadsToTheTruthButForItsNoise) {
+TEST(ImuModelTest, IntegratedSamplesFollowTheTruthWithinTheirNoise) {
     SensorSettings noisy = withoutErrors(defaultSensors());
     noisy.headsetImu.accelerometer.noiseDensity = 1e-3;
     noisy.headsetImu.gyroscope.noiseDensity = 1e-3;
@@ -196,7 +196,7 @@ TEST(TriaxialSensorTest, EachErrorHasItsDeviation) {
     }
 }
 
-TEST(ImuModelTest, AxisAtTheEndOfItsRangeIsClippedAndSaysSo) {
+TEST(ImuModelTest, AxisBeyondItsRangeIsClippedAndMarked) {
     SensorSettings sensors = withoutErrors(defaultSensors());
     sensors.headsetImu.accelerometer.range = 2;
     const auto world = makeWorld(sensors);

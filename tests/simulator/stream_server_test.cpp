@@ -164,7 +164,7 @@ TEST(PacedStreamServerTest, WaitsForTheSlowestClientAndDropsNothing) {
     EXPECT_EQ(server->statistics().recordsDropped, 0U);
 }
 
-TEST(FaultsDeathTest, DieWithTheRecordThatTheyWereToldOf) {
+TEST(FaultsDeathTest, EndTheProcessAtTheGivenRecord) {
     EXPECT_EXIT(
         {
             FaultSettings settings;

@@ -43,7 +43,7 @@ TEST_F(CompositeStreamTest, WithoutStreamsTimesOutAtAnyTimeAndCanBeWoken) {
     EXPECT_EQ(composite.waitFor(std::chrono::nanoseconds::max()), WaitResult::WOKEN);
 }
 
-TEST_F(CompositeStreamTest, EventFlagIsWaitedForAsLongAsIsLeft) {
+TEST_F(CompositeStreamTest, WaitsForTheRemainingTimeOnly) {
     const auto timeoutOf = [this](auto wait) {
         composite.wake();
         EXPECT_EQ(wait(), WaitResult::WOKEN);
@@ -71,7 +71,7 @@ TEST_F(CompositeStreamTest, BitsOfNoStreamAreIgnoredAtOnceAndAfterAWake) {
     EXPECT_THAT(only.calls, SizeIs(1));
 }
 
-TEST_F(CompositeStreamTest, LeavesNothingBehindAndMayHaveALongName) {
+TEST_F(CompositeStreamTest, ReleasesItsMemoryAndAcceptsALongName) {
     const auto count = [](const char* directory) {
         return std::distance(std::filesystem::directory_iterator{directory}, {});
     };

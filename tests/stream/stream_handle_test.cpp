@@ -188,7 +188,7 @@ TEST_F(StreamHandleDeathTest, CorruptQueuesAreFatal) {
 }
 
 // The runtime of the workstation checks the same once more; that of a device need not.
-TEST(ReceivedQueue, IsOneOnlyIfAllItsPartsLieInSharedMemory) {
+TEST(ReceivedQueue, IsValidOnlyIfAllItsPartsLieInSharedMemory) {
     const auto isQueue = [](const QueueParts& parts) {
         return Vek::Sensors::HidlWrapper::describesQueue(descriptorOf<HidlSample>(parts));
     };

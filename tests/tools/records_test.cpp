@@ -181,7 +181,7 @@ TEST(RecordTest, TextOfTheServiceStaysInItsColumn) {
     EXPECT_EQ(text(static_cast<ControllerConnection>(77)), "connection 77");
 }
 
-TEST(RecordTest, BlockThatClaimsTooMuchIsReadAsFarAsItGoes) {
+TEST(RecordTest, SampleCountBeyondTheBlockIsLimited) {
     AdcFlickerData block{};
     block.sampleCount = UINT32_MAX;
     block.timestamp = 1000;
