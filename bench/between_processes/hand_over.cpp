@@ -15,6 +15,8 @@ using namespace Vek::Sensors;
 
 /// Through the library or through a ring.
 struct Way {
+    /// Of a baseline, in the names of its rows.
+    std::string suffix;
     Order::What order;
     /// Waits until there are records, and takes note of how long each was on its way if they say.
     /// @return how many there were
@@ -22,12 +24,6 @@ struct Way {
     Rounds times{};
     /// Of both processes for each record, in us.
     std::vector<double> cpuTimes{};
-};
-
-/// Of what is measured and of its baseline.
-struct Ways {
-    Way own;
-    Way bare;
 };
 
 double ageOf(int64_t timestamp) {
@@ -59,17 +55,25 @@ struct Goals {
     std::optional<Goal> cpuTime;
 };
 
-void compare(const Channel& service, const Order& order, uint32_t roundCount, Ways ways,
-             const std::string& how, const Goals& goals) {
-    // A round of the one after a round of the other, so that noise meets both.
+/// @param ways the library's, then the baselines; the goals are for the first of them
+void compare(const Channel& service, const Order& order, uint32_t roundCount, std::vector<Way> ways,
+             const std::string& how, Goals goals) {
+    // A round of each in turn, so that noise meets all.
     for (uint32_t i = 0; i < roundCount; ++i) {
-        runRound(service, order, ways.own);
-        runRound(service, order, ways.bare);
+        for (Way& way : ways) {
+            runRound(service, order, way);
+        }
     }
-    addRow(how + ": p50", "us", ways.own.times.p50(), ways.bare.times.p50(), goals.p50);
-    addRow(how + ": p99", "us", ways.own.times.p99(), ways.bare.times.p99());
-    addRow(how + ": processor time of both sides", "us", median(ways.own.cpuTimes),
-           median(ways.bare.cpuTimes), goals.cpuTime);
+    const Way& own = ways.front();
+    for (size_t i = 1; i < ways.size(); ++i) {
+        const Way& bare = ways[i];
+        const std::string name = how + bare.suffix;
+        addRow(name + ": p50", "us", own.times.p50(), bare.times.p50(), goals.p50);
+        addRow(name + ": p99", "us", own.times.p99(), bare.times.p99());
+        addRow(name + ": processor time of both sides", "us", median(own.cpuTimes),
+               median(bare.cpuTimes), goals.cpuTime);
+        goals = {};
+    }
 }
 
 /// A stream of the library.
@@ -108,11 +112,17 @@ void measureSamples(const Channel& service, const Order& order, uint32_t roundCo
     const auto imu = createImuSensor();
     Stream stream;
     stream.add(imu->stream());
-    Ways ways{{Order::What::kSamples, [&](auto& ages) { return stream.receive(ages); }},
-              {Order::What::kBareSamples, [&ring = sharedRings().samples](auto& ages) {
-                   return ring.read(
-                       [&ages](const auto& record) { ages.push_back(ageOf(record.timestamp)); });
-               }}};
+    const auto readFrom = [](auto& ring) {
+        return [&ring](std::vector<double>& ages) {
+            return ring.read(
+                [&ages](const auto& record) { ages.push_back(ageOf(record.timestamp)); });
+        };
+    };
+    BareRings& rings = sharedRings();
+    std::vector<Way> ways{
+        {"", Order::What::kSamples, [&](auto& ages) { return stream.receive(ages); }},
+        {"", Order::What::kBareSamples, readFrom(rings.samples)},
+        {", against eventfds", Order::What::kEventSamples, readFrom(rings.eventSamples)}};
     compare(service, order, roundCount, std::move(ways), how, {ratioOf(1.1), ratioOf(1.25)});
 }
 
@@ -122,11 +132,12 @@ void measureFrameSets(const Channel& service, const Order& order, uint32_t round
     const auto camera = createCameraProvider()->getStream(FrameType::HEADSET, "bench");
     Stream stream;
     stream.add(camera->stream());
-    Ways ways{{Order::What::kFrameSets, [&](auto& ages) { return stream.receive(ages); }},
-              {Order::What::kBareFrameSets, [&rings = sharedRings()](auto& /*ages*/) {
-                   return rings.frameSets.read(
-                       [&rings](const auto& frameSet) { rings.recycledFrameSets.write(frameSet); });
-               }}};
+    std::vector<Way> ways{
+        {"", Order::What::kFrameSets, [&](auto& ages) { return stream.receive(ages); }},
+        {"", Order::What::kBareFrameSets, [&rings = sharedRings()](auto& /*ages*/) {
+             return rings.frameSets.read(
+                 [&rings](const auto& frameSet) { rings.recycledFrameSets.write(frameSet); });
+         }}};
     compare(service, order, roundCount, std::move(ways), how, {});
 }
 
@@ -138,11 +149,14 @@ void measureHandOver(const Settings& settings) {
     const uint32_t rounds = settings.choose(31, 1);
     beginTable("Hand-over of a 64-byte record between two processes", "stream", "bare ring");
     for (const auto& [placement, processor] : kPlacements) {
+        EventSignals& events = sharedRings().eventSamples.signals;
+        events.open();
         const Service service{processor};
         measureSamples(service.channel(), paced, settings.choose(9, 1),
                        fmt::format("1000 a second, {}", placement));
         measureSamples(service.channel(), backToBack, rounds,
                        fmt::format("back to back, {}", placement));
+        events.shut();
     }
     beginTable("Frame set there and back between two processes", "camera stream", "two bare rings");
     for (const auto& [placement, processor] : kPlacements) {

@@ -161,9 +161,33 @@ void measureGrowth(const char* title, LoadKind kind, std::initializer_list<uint3
         threads.text("threads"));
 }
 
+void measureWaysToWait(const Settings& settings) {
+    static constexpr struct {
+        const char* name;
+        LoadKind kind;
+    } kWays[] = {
+        {"wait(), each sample signalled", LoadKind::kHeadset},
+        {"wait(), batches of 10 motion samples", LoadKind::kBatched},
+        {"waitFor(0) every 5 ms", LoadKind::kPeriodic},
+    };
+    fmt::print(
+        "\n### Ways to wait: one client of all areas\n\n"
+        "| way | wake-ups a second | records a second | dropped (goal: 0) | processors: the client "
+        "| the service |\n|---|---:|---:|---:|---:|---:|\n");
+    for (const auto& [name, kind] : kWays) {
+        const Load load = runClients(1, std::chrono::seconds{settings.choose(30, 1)}, kind);
+        fmt::print("| {} | {:.0f} | {:.0f} | {} | {:.4f} | {:.4f} |\n", name,
+                   load.clients.waits / load.clients.seconds,
+                   load.clients.records / load.clients.seconds, load.dropped,
+                   load.clients.cpuSeconds / load.clients.seconds, load.serviceCpu);
+        std::fflush(stdout);
+    }
+}
+
 }  // namespace
 
 void measureLoad(const Settings& settings) {
+    measureWaysToWait(settings);
     // The simulator has images for 8 clients.
     measureGrowth("Everything at once: clients of all areas at their own rates", LoadKind::kHeadset,
                   {1, 4, 8}, settings);

@@ -4,6 +4,7 @@
 #include <vek/sensors/factories.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -59,9 +60,10 @@ class Client {
 
     /// Waits on the streams from before they start until after they stop: a queue of one frame set
     /// is soon full. Says with a byte on the channel that they have started; a byte stops them.
-    LoadSeen run(const Channel& channel) {
+    LoadSeen run(const Channel& channel, LoadKind kind) {
         const auto begin = std::chrono::steady_clock::now();
         const double cpuTime = ownCpuTime();
+        std::atomic<bool> isOver{false};
         std::thread control{[&] {
             for (const auto& start : starts_) {
                 start();
@@ -71,10 +73,16 @@ class Client {
             for (const auto& stop : stops_) {
                 stop();
             }
+            isOver = true;
             composite_->wake();
         }};
-        while (composite_->wait() != WaitResult::WOKEN) {
-            ++seen_.waits;
+        for (; !isOver; ++seen_.waits) {
+            if (kind == LoadKind::kPeriodic) {
+                std::this_thread::sleep_for(std::chrono::milliseconds{5});
+                composite_->waitFor(std::chrono::nanoseconds{0});
+            } else {
+                composite_->wait();
+            }
         }
         control.join();
         seen_.cpuSeconds = (ownCpuTime() - cpuTime) / 1e9;
@@ -94,11 +102,14 @@ class Client {
 
 void addMotion(Client& client, LoadKind kind) {
     constexpr MotionStreamProperties kOwnRate{};
+    constexpr MotionStreamProperties kBatched{0, 10};
     constexpr MotionStreamProperties kCalmRate{100, 1};
     const auto provider = createMotionSensorProvider();
     for (const MotionSensorInfo& info : provider->getSensorInfo().sensors) {
         if (auto imu = provider->getImu(info.sensor)) {
-            imu->configureStream(kind == LoadKind::kCalm ? kCalmRate : kOwnRate);
+            imu->configureStream(kind == LoadKind::kCalm      ? kCalmRate
+                                 : kind == LoadKind::kBatched ? kBatched
+                                                              : kOwnRate);
             client.addSensor<ImuData>(std::move(imu));
         }
         client.addSensor<MagData>(provider->getMag(info.sensor));
@@ -148,7 +159,7 @@ void addControllers(Client& client, LoadKind kind) {
     const auto controllers = std::make_shared<Controllers>();
     IControllerProvider& provider = controllers->provider;
     client.add(std::shared_ptr(provider.streamPose()));
-    if (kind == LoadKind::kHeadset) {
+    if (kind != LoadKind::kCalm) {
         client.add(std::shared_ptr(provider.streamImu()));
     }
     client.add(std::shared_ptr(provider.streamInput()));
@@ -169,11 +180,11 @@ int runLoadClient() {
     Client client;
     addMotion(client, kind);
     addEnvironment(client);
-    if (kind == LoadKind::kHeadset) {
+    if (kind != LoadKind::kCalm) {
         addCameras(client);
     }
     addControllers(client, kind);
-    channel.send(client.run(channel));
+    channel.send(client.run(channel, kind));
     return 0;
 }
 

@@ -5,8 +5,12 @@ namespace Bench {
 
 /// Sent to a client, which then starts its streams and answers with a byte.
 enum class LoadKind : char {
-    /// Streams of all areas at their own rates.
+    /// Streams of all areas at their own rates; the client waits without limit.
     kHeadset,
+    /// The same; the motion sensors signal every tenth sample.
+    kBatched,
+    /// The same; the client sleeps for 5 ms, then reads all streams without waiting.
+    kPeriodic,
     /// What a service can do for many clients: no cameras, whose images are for a few, and no
     /// stream faster than 100 Hz.
     kCalm,

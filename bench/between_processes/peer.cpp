@@ -116,11 +116,13 @@ double ownCpuTime() {
 
 Resources resourcesOf(pid_t process) {
     const std::filesystem::path directory = "/proc/" + std::to_string(process);
-    Resources resources{0, countEntries(directory / "fd"), countEntries(directory / "task")};
+    Resources resources{0, 0, countEntries(directory / "fd"), countEntries(directory / "task")};
     std::ifstream rollup{directory / "smaps_rollup"};
     for (std::string line; std::getline(rollup, line);) {
         if (line.rfind("Pss:", 0) == 0) {
             resources.mebibytes = std::stod(line.substr(4)) / 1024;
+        } else if (line.rfind("Private_", 0) == 0) {
+            resources.privateMebibytes += std::stod(line.substr(line.find(':') + 1)) / 1024;
         }
     }
     return resources;

@@ -90,6 +90,8 @@ double ownCpuTime();
 struct Resources {
     /// Its share of the pages that it has in memory.
     double mebibytes;
+    /// Of the pages that no other process has.
+    double privateMebibytes;
     double descriptors;
     double threads;
 };

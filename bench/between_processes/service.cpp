@@ -21,6 +21,8 @@ template <typename Record, typename End>
 void writeSamples(const Order& order, End& end) {
     constexpr int64_t kSecond = 1'000'000'000;
     Record record{};
+    // That of the last order may still be there.
+    end.takeReadDone();
     int64_t due = now();
     for (uint32_t i = 0; i < order.count; ++i) {
         if (order.rate > 0) {
@@ -102,6 +104,9 @@ int serve() {
                 break;
             case Order::What::kBareSamples:
                 writeSamples<decltype(rings.samples)::Record>(order, rings.samples);
+                break;
+            case Order::What::kEventSamples:
+                writeSamples<decltype(rings.eventSamples)::Record>(order, rings.eventSamples);
                 break;
             case Order::What::kFrameSets:
                 times = exchangeFrameSets<Hal::FrameSet>(

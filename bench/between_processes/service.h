@@ -15,6 +15,8 @@ struct Order {
         kSamples,
         /// Write them into the bare ring.
         kBareSamples,
+        /// Write them into the ring with eventfds.
+        kEventSamples,
         /// Write frame sets into the library's queue, each when the one before has come back.
         kFrameSets,
         /// The same through two bare rings.

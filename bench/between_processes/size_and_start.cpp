@@ -58,6 +58,8 @@ void measureSizeAndStart(const Settings& settings) {
     const Resources own = resourcesWhile({MORIAK_IMU_CLIENT, "stream"});
     const Resources without = resourcesWhile({MORIAK_BARE_CLIENT, "stay"});
     addRow("memory of a program that streams the IMU", "MiB", own.mebibytes, without.mebibytes);
+    addRow("of that, in pages that no other process has", "MiB", own.privateMebibytes,
+           without.privateMebibytes);
     addRow("its descriptors", "", own.descriptors, without.descriptors);
     addRow("its threads", "", own.threads, without.threads);
 }
