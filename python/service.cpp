@@ -1,6 +1,7 @@
 // Deaths come as a signal, whose handler may do next to nothing.
 #include "service.h"
 
+#include <android/log.h>
 #include <vek/sensors/service.h>
 
 #include <atomic>
@@ -18,10 +19,18 @@ void noteDeath(int /*signal*/) {
     lastOver = current.load();
 }
 
+/// The rest would stand among what a script says.
+void logErrors(const __android_log_message* line) {
+    if (line->priority >= ANDROID_LOG_ERROR) {
+        __android_log_stderr_logger(line);
+    }
+}
+
 }  // namespace
 
 Life currentLife() {
     static const bool isPrepared = [] {
+        __android_log_set_logger(logErrors);
         struct sigaction action {};
         action.sa_handler = noteDeath;
         action.sa_flags = SA_RESTART;

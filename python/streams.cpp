@@ -61,6 +61,12 @@ void Composite::requireOwn() const {
     }
 }
 
+void Composite::requireNoWait() const {
+    if (isWaiting_) {
+        throw std::runtime_error("another thread waits on these streams");
+    }
+}
+
 void Composite::enter() {
     requireOwn();
     if (isRunning_) {
@@ -75,6 +81,7 @@ void Composite::enter() {
 }
 
 void Composite::exit(const py::object& errorType) {
+    requireNoWait();
     waiting_.clear();
     if (!errorType.is_none() && Service::isOver(life_)) {
         return;
@@ -94,10 +101,8 @@ std::vector<Composite::Batch> Composite::wait(std::optional<double> seconds) {
     if (!isRunning_) {
         throw std::runtime_error("the streams are not started: use `with`");
     }
-    if (isWaiting_) {
-        throw std::runtime_error("another thread waits on these streams");
-    }
     requireOwn();
+    requireNoWait();
     const Deadline deadline = deadlineIn(seconds);
     std::vector<Batch> batches;
     while (true) {
@@ -148,15 +153,15 @@ void Stream::exit(const py::object& errorType) {
     }
 }
 
-Composite& Stream::own() {
+std::shared_ptr<Composite> Stream::own() const {
     if (own_ == nullptr) {
         throw std::runtime_error(std::string(record_) + ": the stream is not started: use `with`");
     }
-    return *own_;
+    return own_;
 }
 
 py::object Stream::next() {
-    return own().next().second;
+    return own()->next().second;
 }
 
 py::object Stream::read(std::optional<double> seconds, std::optional<size_t> count) {
@@ -171,7 +176,7 @@ py::object Stream::read(std::optional<double> seconds, std::optional<size_t> cou
         if (deadline) {
             left = std::max(0.0, std::chrono::duration<double>(*deadline - Clock::now()).count());
         }
-        const std::vector<Composite::Batch> batch = own().wait(left);
+        const std::vector<Composite::Batch> batch = own()->wait(left);
         if (batch.empty()) {
             break;
         }

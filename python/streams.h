@@ -60,7 +60,7 @@ class Stream : public std::enable_shared_from_this<Stream> {
     py::object read(std::optional<double> seconds, std::optional<size_t> count);
 
   private:
-    Composite& own();
+    std::shared_ptr<Composite> own() const;
 
     const Service::Life life_;
     const char* const record_;
@@ -149,6 +149,7 @@ class Composite {
   private:
     /// Throws if a stream was added to another composite since.
     void requireOwn() const;
+    void requireNoWait() const;
 
     const std::vector<std::shared_ptr<Stream>> streams_;
     Service::Life life_ = 0;

@@ -129,3 +129,22 @@ attempt(mag.props)
     program.expect("died")
     code, errors = program.finish()
     assert code == 0, errors
+
+
+def test_the_interpreter_ends_with_everything_open(start_simulator, start_program):
+    """Callbacks of the library come all the while."""
+    start_simulator("--rpc-notifications", "1000")
+    program = start_program("""
+messages = ms.create_tamb_stream()
+received = []
+messages.register_kivra_rpc_client("CMS", received.append)
+provider = ms.create_controller_provider()
+client = provider.get_streaming_client()
+camera = ms.create_camera_provider().get_stream(ms.FrameType.HEADSET, "test")
+composite = ms.Composite(camera.stream(), ms.create_imu_sensor().stream(), provider.stream_imu())
+composite.__enter__()
+next(composite)
+while not received:
+    composite.wait()
+""")
+    assert program.finish() == (0, "")
