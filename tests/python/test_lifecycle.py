@@ -132,12 +132,16 @@ attempt(mag.props)
 
 
 def test_the_interpreter_ends_with_everything_open(start_simulator, start_program):
-    """Callbacks of the library come all the while."""
+    """Callbacks of the library come all the while, and one is in progress."""
     start_simulator("--rpc-notifications", "1000")
     program = start_program("""
+import time
 messages = ms.create_tamb_stream()
 received = []
-messages.register_kivra_rpc_client("CMS", received.append)
+def receive(message):
+    received.append(message)
+    time.sleep(0.02)
+messages.register_kivra_rpc_client("CMS", receive)
 provider = ms.create_controller_provider()
 client = provider.get_streaming_client()
 camera = ms.create_camera_provider().get_stream(ms.FrameType.HEADSET, "test")
