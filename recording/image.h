@@ -31,7 +31,7 @@ struct Image {
     std::vector<uint8_t> pixels;
 };
 
-/// An image in memory that belongs to somebody else.
+/// An image in memory that is not owned.
 struct ImageView {
     uint32_t width;
     uint32_t height;

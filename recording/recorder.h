@@ -42,7 +42,7 @@ class Recorder {
   public:
     struct Options {
         Compression compression = Compression::FAST;
-        /// Keep only so much, in memory.
+        /// Keeps only records of the last period of this length, in memory.
         std::optional<std::chrono::nanoseconds> snapshot{};
         /// Of images that wait for a worker or the disk.
         size_t mostImageBytes = size_t{256} << 20;
@@ -60,7 +60,7 @@ class Recorder {
     };
 
     Recorder(std::unique_ptr<Writer> writer, const Options& options);
-    /// Gives up what is not written.
+    /// Discards what is not written.
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;

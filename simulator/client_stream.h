@@ -74,7 +74,8 @@ class ClientStream {
         return !isDiscontinuous_;
     }
 
-    /// Whether a batch of so many records would be taken, or of as many as there is ever room for.
+    /// Whether a batch of so many records fits into the queue now; of more than its capacity,
+    /// whether the queue is empty.
     bool hasRoomFor(size_t records) const {
         return unread() + std::min(records, capacity()) <= capacity();
     }

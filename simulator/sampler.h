@@ -32,7 +32,7 @@ struct Batch {
     std::chrono::nanoseconds period;
     uint32_t firstSequence;
     uint32_t size;
-    /// When the service had it in hand.
+    /// When the service received it.
     WorldClock::Time arrival;
     /// Samples before it were not taken, because the machine was too busy.
     bool isAfterGap;
@@ -42,7 +42,7 @@ struct SampleInstant {
     /// When the sample was taken: CLOCK_MONOTONIC unless the world's clock has a pace of its own,
     /// in ns.
     int64_t timestamp;
-    /// When the service had it in hand.
+    /// When the service received it.
     int64_t arrivalTimestamp;
     uint32_t sequence;
     /// When the sample was taken, in ns since the world's start.
@@ -58,7 +58,7 @@ inline double rateOf(const SampleInstant& instant) {
 
 SampleInstant instantOf(const Batch& batch, uint32_t index);
 
-/// Runs only while somebody listens. Samples stand on a grid of whole periods since the world's
+/// Runs only while a client listens. Samples stand on a grid of whole periods since the world's
 /// start, so that those of several sensors fall together and the thread's delays do not add up.
 ///
 /// Threading: every method may be called from any thread but its own. `deliver` is called on the
@@ -82,7 +82,7 @@ class Sampler {
     /// Holds from the next batch on.
     void setPlan(SamplingPlan plan);
 
-    /// No batch that begins from now on is larger. 0: nobody listens.
+    /// Limits the batches that begin from now on. 0: no client listens.
     void setBatchLimit(size_t limit);
 
     /// Ends the thread; for good.

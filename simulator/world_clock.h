@@ -20,7 +20,7 @@ namespace Simulator {
 /// while another that has listeners is behind it. One that is started after others begins where
 /// they began all the same, and they wait until it has caught up, so that what a stream holds does
 /// not depend on when it was started. Where several streams have one sampler, that is not enough:
-/// whenever somebody begins to listen, time stands still for kSettling of real time.
+/// whenever a client begins to listen, time stands still for kSettling of real time.
 ///
 /// Threading: every method may be called from any thread.
 class WorldClock {
@@ -41,9 +41,9 @@ class WorldClock {
 
     /// Of samplers that are due at the same instant, those that lead come first.
     enum class Role {
-        /// Somebody listens.
+        /// A client listens.
         LEADS,
-        /// Perhaps nobody listens: time does not go on for its sake.
+        /// A sampler that may have no clients: time does not go on for its sake.
         FOLLOWS,
     };
 

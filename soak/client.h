@@ -8,7 +8,7 @@
 
 namespace Soak {
 
-// What a client is told.
+// Options of a client.
 constexpr int kStop = SIGUSR1;
 constexpr int kServiceChanged = SIGHUP;  // it is dead, or there is a new one
 

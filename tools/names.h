@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// Finds the name that `wanted` stands for: the whole of one, or else the beginning or else any
+/// Finds the name that `wanted` abbreviates: the whole of one, or else the beginning or else any
 /// part of just one of them, in any case.
 /// @param what they name, for the message.
 /// @return its index. Throws Failure, with the names that there are, if it is none of them or could

@@ -1,4 +1,4 @@
-// Who decides on the exposure of a stream's cameras.
+// Exposure of a stream's cameras: automatic, or overridden by clients.
 #pragma once
 
 #include <cstddef>
@@ -11,31 +11,33 @@
 
 namespace Simulator {
 
-/// The automatic control, until somebody overrides it. Of several who do, the one who began last
-/// and has set anything has his way.
+/// The automatic control decides until a client overrides it. If several do, the settings of the
+/// one that began last count, of those that have set any.
 ///
 /// Threading: any thread.
 class ExposureControl {
   public:
-    /// Whoever overrides, by the address of what stands for him.
+    /// A client or controller that overrides, identified by an address.
     using Claimant = const void*;
 
     void startOverriding(Claimant claimant);
 
-    /// @return BAD_STATE if he does not override.
+    /// @return BAD_STATE if the claimant does not override.
     Hal::Result stopOverriding(Claimant claimant);
 
-    /// What is out of the sensors' limits is brought to them.
-    /// @param frameSets for how many frame sets they hold; 0: until they are set anew
-    /// @return BAD_STATE if he does not override, FAILURE for more cameras than there can be
+    /// Values outside of the sensors' limits are clamped to them.
+    /// @param frameSets number of frame sets that the settings apply to; 0: until they are set
+    /// again
+    /// @return BAD_STATE if the claimant does not override, FAILURE for more cameras than there can
+    /// be
     Hal::Result set(Claimant claimant, const Hal::ExposureGainSettings& settings,
                     uint32_t frameSets);
 
-    /// Of the lamps' flicker, which the automatic control avoids.
+    /// Sets the frequency of the lamps' flicker, which the automatic control avoids.
     void setUtilityFrequency(Hal::UtilityFrequency frequency);
 
-    /// Of the next frame set; one entry for each camera.
-    /// @param brightness of what they see; 1 in the usual light
+    /// Exposure of the next frame set; one entry for each camera.
+    /// @param brightness of what the cameras see; 1 in the usual light
     std::vector<Hal::ExposureGain> next(size_t cameras, double brightness);
 
   private:

@@ -25,7 +25,7 @@ namespace Simulator {
 /// Clients come and go as those of a StreamServer. All of them see the same images: a buffer is
 /// drawn into again when no client has a frame set that names it any more.
 ///
-/// Threading: frame sets on the sampler's thread, all else on HIDL threads.
+/// Threading: frame sets on the sampler's thread, everything else on HIDL threads.
 class FrameSetServer : public StreamRegister<FrameSetClient> {
   public:
     /// Fewer than of other streams: each takes image memory, and all of it is passed to every

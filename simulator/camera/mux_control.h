@@ -1,4 +1,4 @@
-// How the cameras are shared out among their purposes, and who is told when that changes.
+// How the cameras are shared among their purposes, and which clients are told of changes.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>

@@ -70,7 +70,7 @@ class ControllerDevice {
     /// In degrees Celsius.
     double temperature() const { return temperature_; }
 
-    /// From now on its state is what was recorded, whatever it is told.
+    /// From now on its state is what was recorded; commands do not change it.
     void setRecorded(const Hal::PairedControllerInfo& info);
 
     Hal::PairedControllerInfo info() const;

@@ -52,7 +52,7 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
 
     static constexpr uint32_t kProtocolVersion = 1;
     static constexpr uint32_t kMaxPayloadSize = 8192;  // in bytes
-    /// Procedure of the messages that nobody asked for.
+    /// Procedure of the notifications, which no request has asked for.
     static constexpr uint32_t kStatusProcedure = 0x1000;
 
     TambrilService(EnvironmentSettings settings, std::shared_ptr<ControllerFleet> controllers,

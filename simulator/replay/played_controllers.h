@@ -13,7 +13,7 @@
 
 namespace Simulator {
 
-/// What one controller sent in one stream, or all of them. Plays while somebody has started the
+/// What one controller sent in one stream, or all of them. Plays while a client has started the
 /// stream and has it on for the controller.
 class PlayedController : public PlayedPart {
   public:

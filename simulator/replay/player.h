@@ -20,22 +20,22 @@ class PlayedRecords {
   public:
     virtual ~PlayedRecords() = default;
 
-    /// When the record in hand is due, in ns of the recording; empty behind the last one.
+    /// When the current record is due, in ns of the recording; empty behind the last one.
     virtual std::optional<int64_t> time() const = 0;
-    /// Takes the next one in hand.
+    /// Moves on to the next record.
     virtual void advance() = 0;
-    /// Takes the first one in hand again.
+    /// Moves back to the first record.
     virtual void rewind() = 0;
-    /// Gives the record in hand to the clients.
+    /// Writes the current record to the clients.
     /// @param shift to be added to all of its times, in ns
     /// @param arrival when it is given
     /// @param isFirst of a pass that is not the first
     virtual void deliver(int64_t shift, WorldClock::Time arrival, bool isFirst) = 0;
 };
 
-/// Plays while somebody listens. Who begins to listen late gets what comes then, unless the clients
-/// pace the world: then nothing passes unheard, and the others wait for those who begin late. At
-/// the end of the recording it falls silent, or begins anew.
+/// Plays while a client listens. A client that begins late gets the records from then on, unless
+/// the clients pace the world: then nothing passes unheard, and the others wait for those who begin
+/// late. At the end of the recording it falls silent, or begins anew.
 ///
 /// Threading: every method may be called from any thread but its own. The records are used on the
 /// player's thread, without a lock.

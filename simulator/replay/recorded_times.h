@@ -64,7 +64,7 @@ void forEachTime(Record& record, const Action& action) {
     }
 }
 
-/// When the service had the record in hand, by the record itself; 0 if it does not say.
+/// When the service received the record, as the record states it; 0 if it does not.
 template <typename Record>
 int64_t arrivalOf(const Record& record) {
     using namespace RecordedTimes;

@@ -1,4 +1,5 @@
-// Random numbers that are a function of their index: whoever asks, whenever, in which order.
+// Random numbers that are a function of their index alone, not of who asks, when, or in which
+// order.
 #pragma once
 
 #include <cmath>

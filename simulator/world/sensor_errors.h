@@ -50,7 +50,8 @@ class TriaxialSensor {
     /// @param name of the sensor, which has errors of its own
     TriaxialSensor(const TriaxialSettings& settings, uint64_t seed, const std::string& name);
 
-    /// What is added to the truth, but for the noise and for what depends on the truth.
+    /// The errors that are added to the truth, without the noise and those that depend on the
+    /// truth.
     Vector bias(const Moment& moment);
 
     /// Beyond the range, the end of the range.

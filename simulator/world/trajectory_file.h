@@ -1,4 +1,4 @@
-// Trajectories that somebody recorded.
+// Recorded trajectories, read from files.
 #pragma once
 
 #include <string>

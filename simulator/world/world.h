@@ -19,7 +19,7 @@ struct World {
     uint64_t seed;
     Trajectory trajectory;
     SensorSettings sensors;
-    /// Null if nobody wants it.
+    /// Null if no ground truth is written.
     std::shared_ptr<GroundTruth> groundTruth;
 };
 

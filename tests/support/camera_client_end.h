@@ -10,7 +10,7 @@
 
 namespace TestSupport {
 
-/// Reads and gives back what it is told to.
+/// Reads frame sets and hands them back on request.
 class CameraClientEnd : public ClientEnd<Hal::FrameSet> {
   public:
     explicit CameraClientEnd(const android::sp<Hal::ICameraStream>& stream)

@@ -16,7 +16,7 @@ inline const auto& numberedPart(const Vek::Sensors::ButtonData& record) {
     return record.header;
 }
 
-/// Of the records that say so, the controller; `preferred` is 0.
+/// The controller of a record that names one; `preferred` is 0.
 template <typename Data>
 auto controllerOf(const Data& record, int /*preferred*/) -> decltype(record.controller) {
     return record.controller;

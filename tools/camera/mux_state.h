@@ -7,8 +7,8 @@
 
 #include "table.h"
 
-/// The state that is in force. The service tells it to who has a stream only, so this takes one,
-/// for as long as the process runs. Empty if there are no cameras.
+/// The state that is in force. The service tells it only to the owner of a stream, so this opens
+/// one, for as long as the process runs. Empty if there are no cameras.
 std::optional<Vek::Sensors::FrameSetConfigurationUpdate> muxStateInForce(
     Vek::Sensors::ICameraProvider& provider);
 

@@ -9,7 +9,7 @@
 #include "recording/recorder.h"
 
 /// Gives a recording the mux state in force and each one that follows. The service tells them to
-/// who has a stream only, so this takes one, which never runs.
+/// the owner of a stream only, so this opens one, which never runs.
 class MuxStateLog {
   public:
     static constexpr char kStream[] = "mux-states";

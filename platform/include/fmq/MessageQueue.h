@@ -145,7 +145,7 @@ class MessageQueue {
                commitRead(count);
     }
 
-    /** Room for records, to be filled in place. @return false if there is not so much */
+    /** Room for records, to be filled in place. @return false if there is less */
     bool beginWrite(size_t count, MemTransaction* transaction) const {
         if (count > availableToWrite()) return false;
         return locate(writePosition_->load(std::memory_order_relaxed), count, transaction);

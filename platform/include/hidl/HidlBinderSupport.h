@@ -94,7 +94,7 @@ status_t writeToParcel(const Status& status, Parcel* parcel);
 sp<IBinder> getOrCreateCachedBinder(hidl::base::V1_0::IBase* interface);
 
 namespace details {
-/** What a local binder stands for; null for a proxy. */
+/** The object behind a local binder; null for a proxy. */
 sp<hidl::base::V1_0::IBase> localImplementation(const sp<IBinder>& binder);
 }  // namespace details
 

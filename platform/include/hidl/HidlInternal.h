@@ -15,7 +15,7 @@ struct bphw_tag {};
 struct bnhw_tag {};
 struct bs_tag {};
 
-/** Instrumentation is not to be had on a workstation. */
+/** A workstation has no instrumentation. */
 struct HidlInstrumentor {
     HidlInstrumentor(const std::string& /*package*/, const std::string& /*interface*/) {}
     void configureInstrumentation() {}

@@ -11,7 +11,7 @@
 
 namespace android::hardware {
 
-/** The transport's status. A transport error carries a status_t, all else a message. */
+/** The transport's status. A transport error carries a status_t, other errors a message. */
 class Status final {
   public:
     enum Exception : int32_t {
