@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <vek/sensors/stream.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
@@ -54,8 +55,15 @@ class SensorStream {
     /// @param number, firstCamera its places in the recording's plan.
     virtual void recordTo(Recording::Recorder& recorder, size_t number, size_t firstCamera) = 0;
 
-    /// While it is recorded: from any thread.
+    /// Records that are so long or longer after the first one are not wanted.
+    void limitTo(std::chrono::nanoseconds span) { mostSpan_ = span; }
+
+    // While it is recorded: from any thread.
+
     uint64_t drops() const { return drops_; }
+    /// From the first record's time stamp to the last one's, also of those that came too late to be
+    /// kept; 0 if they have none.
+    std::chrono::nanoseconds span() const { return std::chrono::nanoseconds{span_}; }
 
     /// Prints all records from now on. Throws Failure if they lack a field that is asked for.
     virtual void printTo(RecordPrinter& printer) = 0;
@@ -68,6 +76,18 @@ class SensorStream {
     std::string kind_;
     StreamStatistics statistics_;
     std::atomic<uint64_t> drops_{0};
+
+    /// @return whether a record of that time is wanted
+    bool isWithinSpan(int64_t timestamp) {
+        firstTimestamp_ = firstTimestamp_.value_or(timestamp);
+        span_ = std::max(span_.load(), timestamp - *firstTimestamp_);
+        return std::chrono::nanoseconds{timestamp - *firstTimestamp_} < mostSpan_;
+    }
+
+  private:
+    std::optional<int64_t> firstTimestamp_;
+    std::chrono::nanoseconds mostSpan_ = std::chrono::nanoseconds::max();
+    std::atomic<int64_t> span_{0};
 };
 
 /// How a stream is started and stopped. The functions keep the object alive that the stream
@@ -155,7 +175,7 @@ class TypedSensorStream : public SensorStream {
 
     void deliver(RateMeter::Time now, const Data& record) {
         const std::optional<RecordOrigin> origin = origin_(record);
-        if (!origin) {
+        if (!origin || (origin->timestamp && !isWithinSpan(*origin->timestamp))) {
             return;
         }
         const uint64_t source = statistics_.countRecord(now, *origin, sizeof(record));

@@ -58,6 +58,11 @@ SessionOptions completed(SessionOptions options) {
     return options;
 }
 
+/// After which nothing of an instant is to come any more: frame sets take the longest.
+constexpr std::chrono::milliseconds kLatestRecord{100};
+/// The service may be slower than the machine's time, but not that much.
+constexpr std::chrono::seconds kStandstill{2};
+
 bool isOfCamera(const SensorStream& stream) {
     return stream.name().rfind("camera", 0) == 0;
 }
@@ -124,6 +129,9 @@ void Session::recordTo(Recording::Recorder& recorder) {
             return camera.stream == streams_[i]->name();
         });
         streams_[i]->recordTo(recorder, i, static_cast<size_t>(first - cameras.begin()));
+        if (durationSeconds_) {
+            streams_[i]->limitTo(durationOf(*durationSeconds_));
+        }
     }
     isRecorded_ = true;
 }
@@ -188,10 +196,39 @@ void Session::start() {
     }
 }
 
+std::chrono::nanoseconds Session::longestSpan() const {
+    std::chrono::nanoseconds longest{0};
+    for (const auto& stream : streams_) {
+        longest = std::max(longest, stream->span());
+    }
+    return longest;
+}
+
+bool Session::isOver() {
+    const Time now = std::chrono::steady_clock::now();
+    if (!isRecorded_ || !durationSeconds_) {
+        return now >= end_;
+    }
+    if (const std::chrono::nanoseconds span = longestSpan(); span > span_) {
+        span_ = span;
+        lastGrowth_ = now;
+    }
+    return span_ >= durationOf(*durationSeconds_) + kLatestRecord ||
+           now >= std::max(end_, lastGrowth_ + kStandstill);
+}
+
 bool Session::receiveUntil(Time deadline) {
     const auto isPrinted = [this] { return printer_ != nullptr && printer_->isDone(); };
-    return waiter_.until(isPrinted, std::min(deadline, end_)) && !isPrinted() &&
-           std::chrono::steady_clock::now() < end_;
+    // The end of a recording is looked for in between: its records come on other threads.
+    constexpr std::chrono::milliseconds kLook{100};
+    do {
+        const Time look =
+            isRecorded_ ? std::chrono::steady_clock::now() + kLook : std::min(deadline, end_);
+        if (!waiter_.until(isPrinted, std::min(deadline, look)) || isPrinted() || isOver()) {
+            return false;
+        }
+    } while (std::chrono::steady_clock::now() < deadline);
+    return true;
 }
 
 void Session::stop() {

@@ -49,7 +49,9 @@ class Session {
 
     void start();
 
-    /// Receives records until `deadline` or the end of the run, whichever is first.
+    /// Receives records until `deadline` or the end of the run, whichever is first. How long a
+    /// recording is the time stamps say, so that it holds the same when the service's time is not
+    /// the machine's; it ends at the machine's time when they do not go on.
     /// @return whether the run goes on.
     bool receiveUntil(Time deadline);
 
@@ -67,6 +69,8 @@ class Session {
 
   private:
     void addStreams();
+    std::chrono::nanoseconds longestSpan() const;
+    bool isOver();
     void stop();
 
     Shutdown& shutdown_;
@@ -81,4 +85,7 @@ class Session {
     Time begin_{};
     Time end_ = Time::max();
     Time measuredUntil_{};
+    // Of a recording, when it was looked for its end.
+    std::chrono::nanoseconds span_{0};
+    Time lastGrowth_{};
 };
