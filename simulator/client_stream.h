@@ -94,10 +94,10 @@ class ClientStream {
     /// look at the event flag would be a system call.
     bool hasReadSinceWrite() const { return unread() < unreadAfterWrite_; }
 
-    /// Records that were for the client have been lost.
+    /// Notes that records for the client have been lost.
     void noteLoss() { isDiscontinuous_ = true; }
 
-    /// Has the queue say that it holds more than it can, as a service's fault would.
+    /// Makes the queue's counters impossible, as a faulty service would.
     void corrupt() {
         const auto& writer = queue_.getDesc()->grantors()[1];
         const int memory = queue_.getDesc()->handle()->data[writer.fdIndex];

@@ -15,7 +15,7 @@ namespace Simulator {
 
 struct Answer {
     bool isDone = false;
-    /// Lines; what is wrong if it is not done.
+    /// The answer in lines, or the error if the command failed.
     std::string text;
 };
 
@@ -33,7 +33,7 @@ struct ScriptLine {
 /// @param error receives the number of the first wrong line, and what is wrong with it
 std::optional<std::vector<ScriptLine>> readScript(const std::string& file, std::string* error);
 
-/// Takes commands from the same user's programs and from a script until it is destroyed.
+/// Accepts commands from programs of the same user, and from a script, until it is destroyed.
 ///
 /// Threading: its threads use the faults; the object is one thread's.
 class Control {
@@ -46,7 +46,7 @@ class Control {
     /// Opens the socket, in the directory where the services are found. @return what went wrong
     std::string listen();
 
-    /// Begins to take commands; to be called once, after listen(). @param from the script goes on
+    /// Begins to accept commands; to be called once, after listen(). @param from the script goes on
     /// there, in s after its beginning
     void start(std::vector<ScriptLine> script, std::chrono::duration<double> from);
 

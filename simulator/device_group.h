@@ -17,10 +17,10 @@ class DeviceGroup {
     /// @return what went wrong; empty if nothing did
     virtual std::string registerServices() = 0;
 
-    /// Ends all sampling, for good.
+    /// Ends all sampling; it cannot be started again.
     virtual void stop() = 0;
 
-    /// What the devices did so far, in lines for the user.
+    /// Lines for the user about what the devices have done so far.
     virtual std::vector<std::string> summary() const = 0;
 };
 

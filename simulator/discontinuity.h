@@ -1,4 +1,4 @@
-// How records say that others before them are missing.
+// How records mark that others before them are missing.
 #pragma once
 
 #include <cstdint>

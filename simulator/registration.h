@@ -22,7 +22,7 @@ std::string registerAlone(const android::sp<Service>& service) {
                                                Service::descriptor, std::strerror(-status));
 }
 
-/// One after the other, until something goes wrong.
+/// Registers them one after the other, until one fails.
 template <typename... Services>
 std::string registerAlone(const android::sp<Services>&... services) {
     std::string problem;

@@ -70,7 +70,7 @@ class Sampler {
     /// How far behind a sensor that keeps its samples until they are fetched can be.
     static constexpr std::chrono::milliseconds kFifo{2000};
 
-    /// @throws std::system_error if there is no thread to be had
+    /// @throws std::system_error if no thread can be started
     /// @param fifo what lies further behind when the thread gets to run is lost
     Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
             std::function<void(const Batch&)> deliver, Role role = Role::LEADS,
@@ -79,16 +79,16 @@ class Sampler {
     Sampler(const Sampler&) = delete;
     Sampler& operator=(const Sampler&) = delete;
 
-    /// Holds from the next batch on.
+    /// Takes effect with the next batch.
     void setPlan(SamplingPlan plan);
 
     /// Limits the batches that begin from now on. 0: no client listens.
     void setBatchLimit(size_t limit);
 
-    /// Ends the thread; for good.
+    /// Ends the thread; it cannot be started again.
     void stop();
 
-    /// How many samples were not taken because the machine was too busy for the thread.
+    /// Number of samples that were not taken because the machine was too busy.
     uint64_t missedSamples() const;
 
   private:

@@ -66,7 +66,7 @@ class WithFaults : public Implementation {
     template <typename Value>
     static constexpr bool kIsResult =
         std::is_same_v<Value, Hal::Result> || std::is_same_v<Value, bool>;
-    /// It comes before the data, or after.
+    /// Whether there is a result, before the data or after it.
     template <typename Answer>
     static constexpr bool kHasResult =
         kIsResult<std::tuple_element_t<0, Answer>> ||

@@ -43,7 +43,7 @@ class StreamFaults {
     using Records = std::vector<Record>;
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Whether records still wait, or one is repeated.
+    /// Whether delayed records are left, or one is being repeated.
     bool isBusy() const { return !delayed_.empty() || stuck_ || wrapOffset_; }
 
     /// @param isKept asked for each record, counted from 1
@@ -131,7 +131,7 @@ void StreamFaults<Record>::spoil(const StreamEffects& effects, Record* record) {
     }
 }
 
-/// So that the first of these records is the hundredth before the wrap.
+/// Chosen so that the first of these records is the hundredth before the wrap.
 template <typename Record>
 void StreamFaults<Record>::shiftNumbers(Record* record) {
     constexpr uint64_t kBeforeWrap = 100;

@@ -18,7 +18,7 @@ struct StreamingParty : RegisteredClient {
 
     // Guarded by the register's lock.
     bool isStarted = false;
-    /// It has ended its stream itself.
+    /// The stream was ended by its own client.
     bool isDisconnected = false;
 };
 

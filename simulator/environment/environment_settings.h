@@ -1,4 +1,4 @@
-// What a user chooses of the headset's surroundings.
+// Settings of the headset's surroundings.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,13 @@
 namespace Simulator {
 
 struct EnvironmentSettings {
-    /// Of the room's lamps, twice that of the mains, in Hz; 0: they burn steadily.
+    /// Frequency of the lamps' flicker, twice that of the mains, in Hz; 0: steady light.
     uint32_t flickerFrequency = 100;
-    /// Of the room on average, in lx.
+    /// Mean illuminance of the room, in lx.
     double illuminance = 300;
-    /// What the controllers answer with an error.
+    /// The procedures that controllers answer with an error.
     std::vector<uint32_t> refusedProcedures;
-    /// How many messages a second each controller sends unasked to each client.
+    /// Notifications a second that each controller sends to each client.
     uint32_t notificationRate = 1;
 };
 

@@ -13,9 +13,9 @@ namespace Simulator {
 /// Belongs to one thread, its stream's sampler.
 class ExternalTimingModel {
   public:
-    /// Of the moment at which a pulse is seen, one standard deviation, in ns.
+    /// Standard deviation of the time at which a pulse is seen, in ns.
     static constexpr double kJitter = 2000;
-    /// After how many pulses the estimate of the clock's rate has settled.
+    /// Number of pulses until the estimate of the clock's rate has settled.
     static constexpr uint32_t kLockingPulses = 10;
 
     Hal::ExternalTimestampData sample(const SampleInstant& instant);

@@ -15,7 +15,7 @@ struct FlickerStreams {
     android::sp<StreamClients<Hal::AmbientLightData>> ambientLight;
 };
 
-/// Refuses the streams that there are not.
+/// Refuses streams that do not exist.
 class FlickerService : public Service<Hal::IFlickerSensor> {
   public:
     FlickerService(FlickerStreams streams, Hal::FlickerSensorProperties properties);

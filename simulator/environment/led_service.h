@@ -23,8 +23,8 @@ struct LedClient : RegisteredClient {
         configurations;
 };
 
-/// The LEDs shine as the service's own control has them, unless a client overrides it. What a
-/// client set, switched on or overrode ends with its process.
+/// The service controls the LEDs unless a client overrides it. What a client has set, switched on
+/// or overridden ends with its process.
 ///
 /// Threading: every method may be called from any thread.
 class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegister<LedClient> {
@@ -43,7 +43,7 @@ class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegist
     Return<Hal::Result> startOverridingLedSettings(const ClientIdentity& identity) override;
     Return<Hal::Result> stopOverridingLedSettings(const ClientIdentity& identity) override;
 
-    /// How the LEDs shine right now; none while they are off.
+    /// The current settings of the LEDs; none while they are off.
     std::vector<Configuration> shining() const;
 
     /// A line for the user.

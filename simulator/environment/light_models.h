@@ -12,7 +12,7 @@
 
 namespace Simulator {
 
-/// The most that the sensor reads, in lx; then it is saturated.
+/// The largest illuminance that the sensor can measure, in lx; above it, it is saturated.
 inline constexpr double kIlluminanceRange = 3000;
 
 /// The converter fills a block while the next is sent: the blocks follow each other without a gap.

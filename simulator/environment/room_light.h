@@ -14,7 +14,7 @@ class RoomLight {
     /// Of the flicker's fundamental and of its harmonics, relative to the mean level.
     static constexpr std::array<double, 3> kAmplitudes{0.30, 0.08, 0.02};
 
-    /// That cameras and wearer are used to, in lx.
+    /// The illuminance that cameras and wearer are adapted to, in lx.
     static constexpr double kUsualIlluminance = 300;
 
     /// @param flickerFrequency in Hz; 0: steady
@@ -35,7 +35,7 @@ class RoomLight {
     /// The illuminance without the flicker, in lx.
     double meanAt(double time) const;
 
-    /// In Hz: wanders by a few hundredths, as the mains does.
+    /// Frequency in Hz, which wanders by a few hundredths as that of the mains does.
     double frequencyAt(double time) const;
 
   private:

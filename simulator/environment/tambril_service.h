@@ -69,7 +69,7 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
                                     const android::hardware::hidl_vec<uint8_t>& payload) override;
     Return<int64_t> translateTime(int64_t time, Hal::TimeDomain from, Hal::TimeDomain to) override;
 
-    /// No more messages unasked.
+    /// Stops the notifications.
     void stop();
 
     /// A line for the user.

@@ -26,7 +26,7 @@ class PlaybackTimeline {
     int64_t begin() const { return begin_; }
     bool isLooped() const { return isLooped_; }
 
-    /// Has the timeline begin now, unless it has begun before.
+    /// Begins the timeline now, unless it has begun before.
     void start();
 
     // Not before start().

@@ -13,11 +13,11 @@ namespace Simulator {
 /// Times are in ns; beyond the range of 64 bits they stay at its end. Threading: constant, for any
 /// thread.
 struct DriftingClock {
-    /// What it shows when CLOCK_MONOTONIC shows 0, about.
+    /// About what the clock shows when CLOCK_MONOTONIC shows 0.
     int64_t offset;
-    /// By how much it is too fast.
+    /// Relative error of the rate; above 0 if the clock is too fast.
     double rateError;
-    /// By how much that goes up and down, and in how many seconds.
+    /// Amplitude of the rate's variation, and its period in seconds.
     double wander;
     double wanderPeriod;
 
@@ -27,7 +27,7 @@ struct DriftingClock {
     /// What CLOCK_MONOTONIC shows when it shows `time`.
     int64_t toMonotonic(int64_t time) const;
 
-    /// Its seconds in one of CLOCK_MONOTONIC.
+    /// The clock's seconds per second of CLOCK_MONOTONIC.
     double rateAt(int64_t monotonic) const;
 };
 

@@ -14,7 +14,7 @@ namespace Simulator {
 
 /// What an eye does at a moment.
 struct EyeState {
-    /// Where it looks, along the headset's axes; of length 1.
+    /// Direction of the gaze, along the headset's axes; of length 1.
     Vector gaze;
     /// 1: open, 0: shut.
     double openness;

@@ -26,8 +26,8 @@ struct Pose {
     }
 };
 
-/// How a body moves at a moment. The body's velocity and acceleration are along the world's axes,
-/// how it turns is along its own.
+/// The motion of a body at one moment. Velocity and acceleration are along the world's axes,
+/// rotation along the body's own.
 struct Motion {
     Pose pose;                                    ///< world from body
     Vector velocity = Vector::Zero();             ///< m/s

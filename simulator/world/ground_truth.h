@@ -1,4 +1,4 @@
-// The truth about the headset's motion, for those who evaluate what estimates it.
+// The true motion of the headset, for the evaluation of trackers.
 #pragma once
 
 #include <cstdint>

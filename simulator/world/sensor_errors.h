@@ -1,4 +1,4 @@
-// What sensors make of the truth.
+// Errors of sensors: from the truth to what they measure.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@ struct Moment {
     double temperature;  ///< of the sensor, in degrees Celsius
 };
 
-/// In degrees Celsius, of sensors that began to warm up when the world began.
+/// Temperature of sensors that began to warm up when the world began, in degrees Celsius.
 double temperatureAt(int64_t worldTime, const ImuSettings& settings);
 
 /// A random walk that is a function of time, whatever was asked before. It begins with 0 and holds
@@ -36,7 +36,7 @@ class RandomWalk {
 
     Random random_;
     double density_;
-    // Between the cells it goes straight.
+    // Interpolated linearly between the cells.
     int64_t cell_ = -1;
     double begin_ = 0;
     double end_ = 0;
@@ -54,7 +54,7 @@ class TriaxialSensor {
     /// truth.
     Vector bias(const Moment& moment);
 
-    /// Beyond the range, the end of the range.
+    /// Readings beyond the range are clamped to it.
     /// @param acceleration that the sensor feels, in m/s^2
     Vector measure(const Vector& truth, const Vector& acceleration, const Moment& moment);
 

@@ -38,8 +38,8 @@ extern const char* const kSensorDefaults;
 
 SensorSettings defaultSensors();
 
-/// The defaults but for what the file says. Throws std::runtime_error, with file and key, if it
-/// cannot be read, has a key that there is not, or a figure that is none or below 0.
+/// The defaults, changed by what the file states. Throws std::runtime_error, with file and key, if
+/// the file cannot be read, or has an unknown key or a value that is no number or below 0.
 SensorSettings readSensors(const std::string& file);
 
 /// The same ranges, and no errors.

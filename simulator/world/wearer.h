@@ -1,4 +1,4 @@
-// Somebody who wears the headset, walks through the room and looks around.
+// The wearer's motion: walking through the room and looking around.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// What a user chooses of the simulated world and of how well it is measured.
+// Settings of the simulated world and of its sensors' errors.
 #pragma once
 
 #include <cstdint>
