@@ -11,7 +11,7 @@
 /// How long a run may take to end once it is asked to.
 inline constexpr std::chrono::seconds kShutdownGrace{2};
 
-/// Of commands that have nothing to tidy up: a signal or the death of the service ends them at
+/// For commands that have nothing to tidy up: a signal or the death of the service ends them at
 /// once.
 inline constexpr std::chrono::milliseconds kNoGrace{0};
 

@@ -1,4 +1,4 @@
-// What goes to standard error: why a command failed, and what the library logs.
+// Output on standard error: why a command failed, and the library's log lines.
 #pragma once
 
 #include <exception>
@@ -10,7 +10,7 @@ namespace Diagnostics {
 /// Lets through the log lines of the library that are errors; all of them if `isVerbose`.
 void filterLog(bool isVerbose);
 
-/// Says why the command ends.
+/// Prints why the command ends.
 void report(const std::exception& error, ExitCode exitCode);
 
 }  // namespace Diagnostics

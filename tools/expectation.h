@@ -1,4 +1,4 @@
-// What a run has to keep to, for tests that run unattended.
+// Limits that a run must keep, for tests that run unattended.
 #pragma once
 
 #include <string>
@@ -23,7 +23,7 @@ struct Expectation {
 /// is wrong.
 std::vector<Expectation> parseExpectations(const std::string& text);
 
-/// One expectation held against one row of the measurements.
+/// The result of one expectation for one row of the measurements.
 struct Verdict {
     std::string stream;
     /// Of streams that carry several; otherwise empty.

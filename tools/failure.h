@@ -35,7 +35,7 @@ inline Failure missingService(const std::string& hal) {
                                       "moriak-sensor-simulator provides it"};
 }
 
-/// @return what a factory made. Throws Failure if that is nothing.
+/// @return the object that a factory made. Throws Failure if the pointer is empty.
 template <typename Sensor>
 std::unique_ptr<Sensor> requireService(std::unique_ptr<Sensor> sensor, const char* hal) {
     if (sensor == nullptr) {

@@ -1,4 +1,4 @@
-// How numbers of records are put into words.
+// Words for numbers of records.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 #include "recording/cell.h"
 
-/// Makes words of a cell; for Recording::Field::shownAs.
+/// Turns a cell into words; for Recording::Field::shownAs.
 using Words = std::function<std::string(std::string_view cell)>;
 
 /// Of an enumeration: its name.

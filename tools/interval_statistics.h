@@ -1,4 +1,4 @@
-// How regular the records of a stream are.
+// The regularity of a stream's records.
 #pragma once
 
 #include <algorithm>

@@ -30,7 +30,7 @@ class Inventory {
     std::vector<std::pair<std::string, Table>> tables_;
 };
 
-/// All that the services tell.
+/// Everything that the services report.
 Inventory takeInventory();
 
 // The areas.

@@ -1,11 +1,11 @@
-// What a record says of its journey.
+// Where a record comes from, and when.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 
 struct RecordOrigin {
-    /// Which device's it is, of a stream that carries the records of several.
+    /// The device that the record is of, in a stream that carries several devices.
     uint64_t source = 0;
     /// CLOCK_MONOTONIC, in ns.
     std::optional<int64_t> timestamp;

@@ -1,4 +1,4 @@
-// Goes through all of a recording, to tell what is in it and whether it is sound.
+// Reads all of a recording, to report its content and its damage.
 #pragma once
 
 #include <cstdint>
@@ -15,13 +15,13 @@
 #include "latency_histogram.h"
 #include "recording/reader.h"
 
-/// What the rows of a stream say of time.
+/// The times in a row of a stream.
 struct RowTime {
     /// When the sample was taken; when it was received, in a stream that has no such time.
     int64_t timestamp = 0;
     /// Empty in a EuRoC data set that was made by others.
     std::optional<int64_t> received;
-    /// Which device's the row is, of a stream that carries those of several; empty of others.
+    /// The device that the row is of, in a stream that carries several; otherwise empty.
     std::string source;
     std::optional<uint32_t> sequence;
 };

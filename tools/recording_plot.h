@@ -11,6 +11,6 @@ struct PlotOptions {
     std::vector<std::string> streams;
 };
 
-/// A row of diagrams for each stream: each group of its signals over time, then how often which
-/// interval and which latency came. Throws Failure if gnuplot is not there or cannot draw.
+/// A row of diagrams for each stream: each group of its signals over time, then histograms of
+/// intervals and latencies. Throws Failure if gnuplot is not there or cannot draw.
 void plotRecording(const std::string& directory, const PlotOptions& options);

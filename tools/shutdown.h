@@ -1,4 +1,5 @@
-// What ends a run from outside: Ctrl-C, SIGTERM, the terminal's end, the death of the service.
+// Events that end a run from outside: Ctrl-C, SIGTERM, the terminal's end, the death of the
+// service.
 #pragma once
 
 #include <vek/sensors/stream.h>
@@ -29,7 +30,7 @@ class Shutdown {
     /// May be called from any thread.
     Cause cause() const { return cause_; }
 
-    /// Ask before a call to the service: one to a dead service would not return.
+    /// To be checked before a call to the service: a call to a dead service would not return.
     bool isServiceDead() const { return cause_ == Cause::SERVICE_DEATH; }
 
     /// Throws Failure if the service died.

@@ -1,4 +1,4 @@
-// The streams that the commands can be asked for.
+// The streams that commands can name.
 #pragma once
 
 #include <vek/sensors/motion.h>
@@ -15,9 +15,9 @@
 struct SessionOptions {
     /// Names of stream kinds.
     std::vector<std::string> streams;
-    /// Only the records of this one, by its address or name; empty: of all.
+    /// Only the records of this controller, by its address or name; empty: of all.
     std::string controller;
-    /// Only the frames of this one, by its number or name; empty: of all.
+    /// Only the frames of this camera, by its number or name; empty: of all.
     std::string camera;
     /// Asked of the IMU; 0 leaves a field at the sensor's default.
     Vek::Sensors::MotionStreamProperties imu{};
@@ -30,7 +30,7 @@ struct StreamKind {
     std::string name;
     /// Throws Failure if there is no service or an option does not fit the stream.
     std::function<std::vector<std::unique_ptr<SensorStream>>(const SessionOptions& options)> open;
-    /// Another name has it among its streams.
+    /// Whether another name includes this stream.
     bool isInGroup = false;
 };
 
@@ -39,7 +39,7 @@ inline constexpr char kAllStreams[] = "all";
 
 // The areas'.
 void addMotionStreams(std::vector<StreamKind>& kinds);
-/// "cameras" for all that there are, "camera-headset" and the like for one.
+/// "cameras" for all camera streams, "camera-headset" and the like for one.
 void addCameraStreams(std::vector<StreamKind>& kinds);
 /// All of them as "controllers", and each by its own name.
 void addControllerStreams(std::vector<StreamKind>& kinds);

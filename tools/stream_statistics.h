@@ -1,4 +1,4 @@
-// What sensorctl measures of one stream.
+// The measurements of one stream.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@
 struct StreamMeasurement {
     uint64_t records = 0;
     uint64_t callbacks = 0;
-    /// Empty if the records have no numbers that show it.
+    /// Empty if the records have no sequence numbers.
     std::optional<uint64_t> drops;
     uint64_t bytes = 0;
     LatencyHistogram latencies;
@@ -45,7 +45,7 @@ class SourceStatistics {
   private:
     DropCounter dropCounter_;
     std::optional<int64_t> lastTimestamp_;
-    /// Of the callback that is on.
+    /// Of the callback that is running.
     uint64_t pending_ = 0;
     StreamMeasurement interval_;
     StreamMeasurement total_;

@@ -14,7 +14,8 @@ inline std::chrono::nanoseconds durationOf(double seconds) {
         std::chrono::duration<double>(seconds));
 }
 
-/// Waits on a composite, which streams can be added to, for a condition, a deadline or the end.
+/// Waits on a composite, to which streams can be added, for a condition, a deadline or the end of
+/// the run.
 class Waiter {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -28,7 +29,7 @@ class Waiter {
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
-    /// To add streams to, which are read while waiting, or to wake from any thread.
+    /// The composite: streams that are added to it are read while waiting; any thread may wake it.
     const std::shared_ptr<Vek::Sensors::ICompositeStream>& composite() const { return composite_; }
 
     /// @return false if the run was ended before
@@ -36,7 +37,7 @@ class Waiter {
         return until([] { return false; }, deadline);
     }
 
-    /// Ends, too, when `isReached`, which is looked at after every wake and all records, is true.
+    /// Also ends when `isReached` is true, which is called after every wake and all records.
     /// @return false if the run was ended before
     template <typename Condition>
     bool until(const Condition& isReached, Time deadline) {

@@ -10,7 +10,7 @@
 
 #include "recording/image.h"
 
-/// The image of a frame, where it lies.
+/// A view of a frame's image.
 /// @param buffer the frame's. Throws Failure if the frame has no image, or one that the buffer
 /// cannot hold.
 Recording::ImageView imageIn(const Vek::Sensors::CameraFrame& frame,

@@ -25,8 +25,8 @@ struct Recording::Fields<Vek::Sensors::ExternalTimestampData> {
 };
 
 RecordOrigin originOf(const Vek::Sensors::FlickerData& record);
-/// The block's journey begins with its last sample.
+/// The latency of a block counts from its last sample.
 RecordOrigin originOf(const Vek::Sensors::AdcFlickerData& block);
 RecordOrigin originOf(const Vek::Sensors::AmbientLightData& record);
-/// Every clock counts for itself.
+/// Every clock has sequence numbers of its own.
 RecordOrigin originOf(const Vek::Sensors::ExternalTimestampData& pulse);

@@ -1,4 +1,4 @@
-// The names that the user knows groups of LEDs, clocks and kinds of messages by.
+// The user's names of groups of LEDs, clocks and kinds of messages.
 #pragma once
 
 #include <vek/sensors/face_eye_tracking_led.h>

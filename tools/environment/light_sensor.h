@@ -1,4 +1,4 @@
-// The light sensor, found.
+// Looks up the light sensor.
 #pragma once
 
 #include <vek/sensors/flicker.h>
