@@ -23,7 +23,7 @@ inline constexpr Goal differenceOf(double most) {
 void beginTable(const std::string& title, const std::string& measured = "measured",
                 const std::string& baseline = "baseline");
 
-/// @param baseline what the least code that does the same job came to, in the same run
+/// @param baseline the figure of the least code that does the same job, in the same run
 void addRow(const std::string& name, const std::string& unit, double measured,
             std::optional<double> baseline = std::nullopt, std::optional<Goal> goal = std::nullopt);
 

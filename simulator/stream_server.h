@@ -94,7 +94,7 @@ class StreamServer final : public StreamClients<Record> {
     /// The processes that configured it; guarded by the register's lock.
     std::set<int> askers_;
     const bool isPacedByClients_;
-    std::vector<Record> records_;  // of the batch in hand, on the sampler's thread
+    std::vector<Record> records_;  // of the current batch, on the sampler's thread
     Sampler sampler_;              // the last: its thread uses all of the others
 };
 

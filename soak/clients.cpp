@@ -26,7 +26,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 /// What a process holds: KiB of memory of its own, descriptors, threads, mappings. How much of what
-/// it shares is in use depends on who came to run when; it cannot be more than the mappings.
+/// it shares is in use depends on which thread ran when; it cannot be more than the mappings.
 using Sample = std::array<int64_t, 4>;
 
 Sample sampleOf(int pid) {

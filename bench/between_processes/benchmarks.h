@@ -27,7 +27,7 @@ inline constexpr struct {
     uint32_t processor;
 } kPlacements[] = {{"on two processors", 1}, {"on one processor", 0}};
 
-/// What rounds of measurements came to.
+/// The results of rounds of measurements.
 class Rounds {
   public:
     /// @param times of one round, in us

@@ -15,7 +15,7 @@
 namespace Simulator {
 namespace {
 
-/// Finer steps are not to be had, whatever the client asks for.
+/// The smallest step, also for clients that ask for finer ones.
 constexpr float kFinestStep = 1.0F / 128;
 
 using Callback = android::sp<Hal::IProgressUpdateCallback>;

@@ -12,7 +12,7 @@ Hal::ExternalTimestampData ExternalTimingModel::sample(const SampleInstant& inst
     const int halvings = static_cast<int>(std::min(instant.sequence, kLockingPulses));
     const double rateError = std::ldexp(kFirstRateError, -halvings);
     Hal::ExternalTimestampData record{};
-    // Seen neither before it came nor after the service had it in hand.
+    // Seen neither before it came nor after the service received it.
     record.timestamp = std::min<int64_t>(
         instant.timestamp + std::llround(kJitter * unit_(generator_)), instant.arrivalTimestamp);
     record.arrivalTimestamp = instant.arrivalTimestamp;

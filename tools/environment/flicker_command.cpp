@@ -27,7 +27,7 @@ class FlickerView {
                [this](const FlickerData& record) { frequency_ = record.frequency; });
         listen(sensor_->ambientLightStream(),
                [this](const AmbientLightData& record) { illuminance_ = record.illuminance; });
-        // The last, so that the others' records are in hand when a block is shown.
+        // The last, so that the others' records have arrived when a block is shown.
         listen(sensor_->adcFlickerStream(), [this](const AdcFlickerData& block) { show(block); });
         sensor_->flickerStart();
         sensor_->ambientLightStart();
