@@ -1,9 +1,13 @@
 // A peer on a live connection that sends whole and well-formed messages of any kind in any order,
-// while a call of ours waits for its reply.
+// while calls of ours wait for their replies: of an object, and of the table of services.
 //
 // An input is a message after the other; each is read by Message below.
 #include "transport/Connection.h"
 
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/base/1.0/BpHwBase.h>
+#include <hidl/HidlBinderSupport.h>
+#include <hidl/HidlTransportSupport.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 
@@ -12,12 +16,16 @@
 #include <thread>
 
 #include "target.h"
+#include "transport/Endpoint.h"
 
 namespace {
 
 using namespace android::hardware;
 using namespace android::hardware::details;
 using android::sp;
+using android::hidl::base::V1_0::BnHwBase;
+using android::hidl::base::V1_0::BpHwBase;
+using android::hidl::base::V1_0::IBase;
 
 constexpr uint32_t kGiveObject = 1;
 constexpr uint32_t kCallBack = 2;
@@ -118,6 +126,19 @@ void drain(int socket) {
     }
 }
 
+/// As getService does, of a peer that answers what it likes.
+void lookUp(Connection& connection) {
+    sp<IBinder> service;
+    if (ServiceTable::ask(connection, "interface/name", &service) != android::OK) {
+        return;
+    }
+    const sp<IBase> base = fromBinder<IBase, BpHwBase, BnHwBase>(service);
+    if (base != nullptr) {
+        // Which is how the generated code finds out what it is.
+        details::canCastInterface(base.get(), "interface").isOk();
+    }
+}
+
 template <typename Condition>
 void await(const Condition& condition) {
     while (!condition()) {
@@ -147,6 +168,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             connection->call(1, kCallBack, arguments, &reply, 0);
             sp<IBinder> object;
             reply.readNullableStrongBinder(&object);
+            lookUp(*connection);
         }
     });
     while (input.remaining_bytes() > 0 && connection->isAlive()) {

@@ -7,6 +7,7 @@
 #include "camera/convert.h"
 #include "controller/conversion_tables.h"
 #include "controller/convert.h"
+#include "descriptor.h"
 #include "support/fake_camera_hal.h"
 #include "target.h"
 
@@ -149,6 +150,87 @@ void checkCalibration(FuzzedDataProvider& input) {
     VEK_ALWAYS_ASSERT(camera.calibrationData2 == second.c_str());
 }
 
+/// A handle that a service has made as it likes; perhaps null. Its memory holds `text`, if it fits.
+hidl_handle handleOfSomeKind(FuzzedDataProvider& input, const std::string& text) {
+    std::vector<int> descriptors(input.ConsumeIntegralInRange<size_t>(0, 3));
+    if (descriptors.size() == 3) {
+        return {};
+    }
+    for (int& descriptor : descriptors) {
+        descriptor = Fuzz::descriptorOfSomeKind(input, 128 + text.size());
+        static_cast<void>(pwrite(descriptor, text.data(), text.size(), 0));
+    }
+    return handleOf(descriptors);
+}
+
+bool isMemory(const hidl_handle& handle, int index) {
+    return handle != nullptr && handle->numFds > index && ashmem_valid(handle->data[index]) != 0;
+}
+
+void checkUnendedCalibration(FuzzedDataProvider& input) {
+    const sp<Fake<Hidl::ICameraProvider>> service = new Fake<Hidl::ICameraProvider>;
+    const std::string text(input.ConsumeIntegralInRange<size_t>(0, 300), 'x');
+    const hidl_handle handle = handleOfSomeKind(input, text);
+    service->returns<&Hidl::ICameraProvider::getProperties>(
+        hidl_vec<Hidl::CameraProperties>{{7, textOf(input), textOf(input)}});
+    service->on<&Hidl::ICameraProvider::getCalibrationData>([&](uint32_t, const auto& callback) {
+        callback(Hidl::Result::SUCCESS, handle);
+        return Void();
+    });
+    HidlWrapper::CameraProvider provider{sp<Hidl::ICameraProvider>(service)};
+    const CameraProperties camera = provider.getProperties().at(0);
+    const bool isWhole = isMemory(handle, 0) && isMemory(handle, 1);
+    VEK_ALWAYS_ASSERT(camera.calibrationData1 == (isWhole ? text : ""));
+    VEK_ALWAYS_ASSERT(camera.calibrationData2 == (isWhole ? text : ""));
+}
+
+/// The bytes are those of the first descriptor's memory, all of them, and can be read.
+void checkImage(gsl::span<const std::byte> bytes, const hidl_handle& handle,
+                const std::string& content) {
+    VEK_ALWAYS_ASSERT(bytes.empty() == !isMemory(handle, 0));
+    if (!bytes.empty()) {
+        VEK_ALWAYS_ASSERT(bytes.size() ==
+                          static_cast<size_t>(ashmem_get_size_region(handle->data[0])));
+        VEK_ALWAYS_ASSERT(std::memcmp(bytes.data(), content.data(), content.size()) == 0);
+        VEK_ALWAYS_ASSERT(bytes[bytes.size() - 1] == std::byte{});
+    }
+}
+
+void checkMetadata(FuzzedDataProvider& input) {
+    using Buffer = Hidl::ImageBufferDescription;
+    const auto bufferOf = [](FuzzedDataProvider& from) {
+        return Buffer{handleOfSomeKind(from, "pixels"), handleOfSomeKind(from, "supplement")};
+    };
+    Hidl::CameraStreamMetadata hidl;
+    hidl.bufferGeneration = input.ConsumeIntegral<decltype(hidl.bufferGeneration)>();
+    hidl.cameras.resize(input.ConsumeIntegralInRange<size_t>(0, 3));
+    for (Hidl::CameraMetadata& camera : hidl.cameras) {
+        camera.cameraId = input.ConsumeIntegral<uint32_t>();
+        camera.buffers = listOf<Buffer>(input, bufferOf);
+    }
+    const CameraStreamMetadata api = Convert::fromHidl(hidl);
+    VEK_ALWAYS_ASSERT(api.bufferGeneration == hidl.bufferGeneration);
+    VEK_ALWAYS_ASSERT(api.cameras.size() == hidl.cameras.size());
+    for (size_t i = 0; i < hidl.cameras.size(); ++i) {
+        VEK_ALWAYS_ASSERT(api.cameras[i].cameraId == hidl.cameras[i].cameraId);
+        VEK_ALWAYS_ASSERT(api.cameras[i].buffers.size() == hidl.cameras[i].buffers.size());
+        for (size_t k = 0; k < hidl.cameras[i].buffers.size(); ++k) {
+            const Buffer& buffer = hidl.cameras[i].buffers[k];
+            checkImage(api.cameras[i].buffers[k]->pixels(), buffer.pixels, "pixels");
+            checkImage(api.cameras[i].buffers[k]->supplement(), buffer.supplement, "supplement");
+        }
+    }
+}
+
+void checkConfiguration(FuzzedDataProvider& input) {
+    Hidl::CameraStreamConfiguration hidl;
+    hidl.cameras = listOf(input, recordOf<Hidl::CameraConfiguration>);
+    input.ConsumeData(&hidl.frameSetRate, sizeof(hidl.frameSetRate));
+    const CameraStreamConfiguration api = Convert::fromHidl(hidl);
+    VEK_ALWAYS_ASSERT(haveSameElements(api.cameras, hidl.cameras));
+    VEK_ALWAYS_ASSERT(sameBytes(api.frameSetRate, hidl.frameSetRate));
+}
+
 using Check = void (*)(FuzzedDataProvider&);
 constexpr Check kChecks[]{
     [](auto& input) { checkTable<Hidl::ButtonData>(input, kButtons); },
@@ -165,6 +247,9 @@ constexpr Check kChecks[]{
     checkChannels,
     checkMuxState,
     checkCalibration,
+    checkUnendedCalibration,
+    checkMetadata,
+    checkConfiguration,
 };
 
 }  // namespace

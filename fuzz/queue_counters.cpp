@@ -1,14 +1,18 @@
-// A service that moves a queue's counters, and changes the records, while the library reads: what
-// is read lies inside the ring, and the process ends with the stream's own messages or not at all.
+// A service that moves a queue's counters, and changes the records, while the library reads, or
+// writes into a queue that the service has made: what is used lies inside the ring, and the process
+// ends with the stream's own messages or not at all.
 //
 // An input is a list of the service's steps, which it takes again and again during some reads.
+#include <vek/sensors/camera.h>
 #include <vek/sensors/motion.h>
 
 #include <atomic>
 #include <thread>
 #include <vector>
 
+#include "camera/dual_stream_handle.h"
 #include "controller/convert.h"
+#include "controller/output_stream_handle.h"
 #include "queue.h"
 #include "stream/stream_handle.h"
 #include "support/queue_counters.h"
@@ -27,27 +31,25 @@ struct Step {
     uint64_t value;
 };
 
-/// A stream whose service is played by another thread.
-template <typename Data, typename HidlData>
-class AttackedStream {
+/// A queue whose other end, a service, is played by another thread.
+template <typename HidlData>
+class AttackedQueue {
   public:
-    AttackedStream()
-        : handle_([this](const auto& queue, const auto& client, const auto& config) {
-              end_.accept(queue, client, config);
-              return android::hardware::Return<Hidl::Result>(Hidl::Result::SUCCESS);
-          }) {
-        handle_.setQueueSize(kCapacity);
-        handle_.setCallbackv([this](const auto& spans) { look(spans); });
-        handle_.addTo(composite_);
-        memory_.emplace(*end_.queue);
-        ring_ = Fuzz::ringOf(*end_.queue);
-        memory_->written() = kCapacity * sizeof(HidlData);
-        handle_.read();
-    }
+    using Queue = typename TestSupport::ServiceEnd<HidlData>::Queue;
 
-    void attack(const std::vector<Step>& steps) {
-        memory_->read() = 0;
-        memory_->written() = 0;
+    /// @param queue outlives this; empty
+    explicit AttackedQueue(Queue& queue)
+        : queue_(queue), memory_(queue), ring_(Fuzz::ringOf(queue)) {}
+
+    TestSupport::QueueCounters& memory() { return memory_; }
+
+    /// @param fatal how the messages begin that `use` may end the process with
+    /// @param use the library's part; called again and again
+    template <typename Use>
+    void attack(const std::vector<Step>& steps, std::initializer_list<const char*> fatal,
+                const Use& use) {
+        memory_.read() = 0;
+        memory_.written() = 0;
         std::atomic<bool> hasBegun{false};
         std::atomic<bool> isDone{false};
         std::thread service([&] {
@@ -61,13 +63,9 @@ class AttackedStream {
         while (!hasBegun) {
             std::this_thread::yield();
         }
-        for (int reads = 0; reads < 100; ++reads) {
-            Fuzz::mayBeFatal({"observed FMQ readPtr ahead of writePtr; check for races in caller!",
-                              "observed FMQ with too many elements; check for races in caller!",
-                              "failed to begin FMQ read of ", "failed to commit FMQ read of ",
-                              "Unknown controller input discriminator "},
-                             [&] { handle_.read(); });
-            Fuzz::use(*end_.queue, ring_);
+        for (int uses = 0; uses < 100; ++uses) {
+            Fuzz::mayBeFatal(fatal, use);
+            Fuzz::use(queue_, ring_);
         }
         isDone = true;
         service.join();
@@ -77,24 +75,57 @@ class AttackedStream {
     void take(const Step& step) {
         switch (step.kind) {
             case Step::Kind::kRead:
-                memory_->read() = step.value;
+                memory_.read() = step.value;
                 break;
             case Step::Kind::kWritten:
-                memory_->written() = step.value;
+                memory_.written() = step.value;
                 break;
             case Step::Kind::kMoveRead:
-                memory_->read() += step.value * sizeof(HidlData);
+                memory_.read() += step.value * sizeof(HidlData);
                 break;
             case Step::Kind::kMoveWritten:
-                memory_->written() += step.value * sizeof(HidlData);
+                memory_.written() += step.value * sizeof(HidlData);
                 break;
             case Step::Kind::kRecord:
-                std::memcpy(memory_->template records<HidlData>() + step.value % kCapacity,
-                            &step.value, sizeof(step.value));
+                std::memcpy(
+                    memory_.template records<HidlData>() + step.value % queue_.getQuantumCount(),
+                    &step.value, sizeof(step.value));
                 break;
         }
     }
 
+    Queue& queue_;
+    TestSupport::QueueCounters memory_;
+    const typename Queue::MemRegion ring_;
+};
+
+/// A stream that the service writes.
+template <typename Data, typename HidlData>
+class AttackedStream {
+  public:
+    AttackedStream()
+        : handle_([this](const auto& queue, const auto& client, const auto& config) {
+              end_.accept(queue, client, config);
+              return android::hardware::Return<Hidl::Result>(Hidl::Result::SUCCESS);
+          }) {
+        handle_.setQueueSize(kCapacity);
+        handle_.setCallbackv([this](const auto& spans) { look(spans); });
+        handle_.addTo(composite_);
+        queue_.emplace(*end_.queue);
+        queue_->memory().written() = kCapacity * sizeof(HidlData);
+        handle_.read();
+    }
+
+    void attack(const std::vector<Step>& steps) {
+        queue_->attack(steps,
+                       {"observed FMQ readPtr ahead of writePtr; check for races in caller!",
+                        "observed FMQ with too many elements; check for races in caller!",
+                        "failed to begin FMQ read of ", "failed to commit FMQ read of ",
+                        "Unknown controller input discriminator "},
+                       [this] { handle_.read(); });
+    }
+
+  private:
     void look(typename IDataStream<Data>::Batch spans) {
         // The first ones are all there are.
         if (!HidlWrapper::kIsConverted<Data> && seen_.empty()) {
@@ -117,10 +148,72 @@ class AttackedStream {
     HidlWrapper::CompositeStream composite_{"attacked"};
     TestSupport::ServiceEnd<HidlData> end_;
     HidlWrapper::StreamHandle<Data, HidlData> handle_;
-    std::optional<TestSupport::QueueCounters> memory_;
-    typename TestSupport::ServiceEnd<HidlData>::Queue::MemRegion ring_;
+    std::optional<AttackedQueue<HidlData>> queue_;
     /// The ring as the client sees it, if records are not converted.
     gsl::span<const Data> seen_;
+};
+
+/// A queue that the service has made, for the client to write.
+template <typename HidlData>
+struct ServicesQueue {
+    Hidl::FmqConfig config{Vek::OS::createEventFlagHandle("attacked"), 1U << 5, 1U << 6};
+    typename AttackedQueue<HidlData>::Queue queue{kCapacity};
+    AttackedQueue<HidlData> attacked{queue};
+};
+
+/// Frame sets that are handed back.
+class AttackedRecycling {
+  public:
+    AttackedRecycling() {
+        handle_.setCallbackv([](const auto& /*spans*/) {});
+        handle_.addTo(composite_);
+    }
+
+    void attack(const std::vector<Step>& steps) {
+        const std::vector<Hidl::FrameSet> frameSet(1);
+        recycle_.attacked.attack(steps, {"Failed to write to recycle FMQ"}, [&] {
+            VEK_ALWAYS_ASSERT(end_.write(frameSet));
+            handle_.read();
+        });
+    }
+
+  private:
+    HidlWrapper::CompositeStream composite_{"attacked"};
+    TestSupport::ServiceEnd<Hidl::FrameSet> end_;
+    ServicesQueue<Hidl::FrameSet> recycle_;
+    HidlWrapper::DualStreamHandle<FrameSet, Hidl::FrameSet> handle_{
+        [this](const auto& client, const auto& queue, const auto& config, const auto& answer) {
+            end_.accept(queue, client, config);
+            answer(Hidl::Result::SUCCESS, *recycle_.queue.getDesc(), recycle_.config);
+            return android::hardware::Void();
+        },
+        "attacked"};
+};
+
+class AttackedPoses {
+  public:
+    AttackedPoses() {
+        handle_.prepareStream();
+        handle_.start();
+    }
+
+    void attack(const std::vector<Step>& steps) {
+        const std::vector<PoseOutput> poses(2);
+        poses_.attacked.attack(steps, {"failed writing to pose stream"},
+                               [&] { handle_.send(poses); });
+    }
+
+  private:
+    ServicesQueue<Hidl::PoseOutput> poses_;
+    HidlWrapper::OutputStreamHandle<PoseOutput, Hidl::PoseOutput, 2> handle_{
+        "pose",
+        [](const auto& /*client*/, Hidl::StreamCommand /*command*/) {
+            return android::hardware::Return<Hidl::Result>(Hidl::Result::SUCCESS);
+        },
+        [this](const auto& /*client*/, const auto& answer) {
+            answer(Hidl::Result::SUCCESS, *poses_.queue.getDesc(), poses_.config);
+            return android::hardware::Void();
+        }};
 };
 
 }  // namespace
@@ -128,14 +221,22 @@ class AttackedStream {
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static AttackedStream<ImuData, Hidl::ImuData> direct;
     static AttackedStream<ControllerInputData, Hidl::ControllerInputData> converted;
+    static AttackedRecycling recycling;
+    static AttackedPoses poses;
+    constexpr void (*kAttacks[])(const std::vector<Step>&) = {
+        [](const auto& steps) { direct.attack(steps); },
+        [](const auto& steps) { converted.attack(steps); },
+        [](const auto& steps) { recycling.attack(steps); },
+        [](const auto& steps) { poses.attack(steps); },
+    };
     FuzzedDataProvider input{data, size};
-    const bool isConverted = input.ConsumeBool();
+    const auto attack = input.PickValueInArray(kAttacks);
     std::vector<Step> steps;
     while (input.remaining_bytes() > 0 && steps.size() < 64) {
         const auto kind = input.ConsumeEnum<Step::Kind>();
         const uint64_t most = input.ConsumeBool() ? UINT64_MAX : kCapacity;
         steps.push_back({kind, input.ConsumeIntegralInRange<uint64_t>(0, most)});
     }
-    isConverted ? converted.attack(steps) : direct.attack(steps);
+    attack(steps);
     return 0;
 }

@@ -1,35 +1,19 @@
 // A queue whose descriptor, memory and counters are another process's to choose: it is used inside
 // the memory that the descriptor names, or not at all.
-#include <fcntl.h>
-#include <sys/eventfd.h>
-#include <sys/mman.h>
 #include <unistd.h>
 #include <vendor/zelvan/hardware/sensors/1.0/types.h>
 
 #include <array>
 
+#include "descriptor.h"
 #include "queue.h"
+#include "stream/received_queue.h"
 #include "support/child_process.h"
 
 namespace {
 
 using namespace android::hardware;
 namespace Hidl = ::vendor::zelvan::hardware::sensors::V1_0;
-
-/// @param size about what a queue needs
-int descriptorOfSomeKind(FuzzedDataProvider& input, size_t size) {
-    enum Kind { kMemory, kEventFlag, kClosed, kMaxValue = kClosed };
-    const auto kind = input.ConsumeEnum<Kind>();
-    if (kind != kMemory) {
-        return kind == kEventFlag ? eventfd(0, EFD_CLOEXEC) : -1;
-    }
-    const int fd = memfd_create("fuzz", MFD_CLOEXEC | MFD_ALLOW_SEALING);
-    const auto seals = input.ConsumeIntegral<uint8_t>();
-    const auto surplus = input.ConsumeIntegral<int8_t>();
-    VEK_ALWAYS_ASSERT(ftruncate(fd, static_cast<off_t>(size) + surplus) == 0);
-    fcntl(fd, F_ADD_SEALS, seals ^ F_SEAL_SHRINK);
-    return fd;
-}
 
 /// As it stands in a parcel, where the other process has written it: that of a queue as
 /// MessageQueue makes them, with some changes.
@@ -41,7 +25,7 @@ struct WireDescriptor {
         const int descriptors = input.ConsumeIntegralInRange(-1, 3);
         handle = native_handle_create(descriptors, 0);  // null for the negative number
         for (int i = 0; i < descriptors; ++i) {
-            handle->data[i] = descriptorOfSomeKind(input, kRing + ringSize);
+            handle->data[i] = Fuzz::descriptorOfSomeKind(input, kRing + ringSize);
         }
         while (input.ConsumeBool()) {
             GrantorDescriptor spare;
@@ -74,8 +58,12 @@ void attack(FuzzedDataProvider& input) {
     using Queue = MessageQueue<Record, kSynchronizedReadWrite>;
     const WireDescriptor wire{input, sizeof(Record)};
     static_assert(sizeof(wire) == sizeof(typename Queue::Descriptor));
-    Queue queue{reinterpret_cast<const typename Queue::Descriptor&>(wire)};
-    if (!queue.isValid()) {
+    const auto& descriptor = reinterpret_cast<const typename Queue::Descriptor&>(wire);
+    // What the library asks before it uses a queue that a service has made.
+    const bool isDescribed = Vek::Sensors::HidlWrapper::describesQueue(descriptor);
+    Queue queue{descriptor};
+    VEK_ALWAYS_ASSERT(!isDescribed || (queue.isValid() && queue.getQuantumCount() > 0));
+    if (!queue.isValid() || queue.getQuantumCount() == 0) {
         return;
     }
     const auto ring = Fuzz::ringOf(queue);

@@ -7,6 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/refused_calls.h"
+
 namespace moriak_test {
 namespace {
 
@@ -41,6 +43,18 @@ TEST(EventFlagTest, AWaitTakesTheBitsOfItsMaskOrEndsWhenItsTimeIsUp) {
         EXPECT_EQ(state, 0u);
     }
     EXPECT_EQ(word, 0b1001u);
+}
+
+TEST(EventFlagTest, AWaitEndsInTimeWhileThePeerFlipsOtherBits) {
+    std::atomic<uint32_t> word{0};
+    EventFlag* made = nullptr;
+    EventFlag::createEventFlag(&word, &made);
+    const OwnedFlag flag(made);
+    TestSupport::runWithChangingWord([&flag] {
+        uint32_t state = 0;
+        EXPECT_EQ(flag->wait(1, &state, 1'000'000, true), -ETIMEDOUT);
+        EXPECT_EQ(flag->wait(1, &state, 1'000'000'000'000, false), -EAGAIN);
+    });
 }
 
 TEST(EventFlagTest, NoWakeIsLostBetweenProcesses) {

@@ -77,5 +77,51 @@ TEST(ParcelTest, AHandleWithImpossibleCountsIsNotWritten) {
     EXPECT_EQ(parcel.writeError(), BAD_VALUE);
 }
 
+TEST(ParcelTest, PointersAreStoredInsideTheirParentsOnly) {
+    constexpr size_t kNoBuffer = 9;
+    const struct {
+        const char* name;
+        size_t parentSize;
+        size_t parent;
+        size_t offset;
+        android::status_t status;
+    } kPlaces[] = {
+        {"at its start", 16, 0, 0, OK},
+        {"at its end", 16, 0, 8, OK},
+        {"over its end", 16, 0, 9, BAD_VALUE},
+        {"behind its end", 16, 0, 16, BAD_VALUE},
+        {"far behind its end", 16, 0, UINT32_MAX, BAD_VALUE},
+        {"in one that is as large", 8, 0, 0, OK},
+        {"in one that is too small", 7, 0, 0, BAD_VALUE},
+        {"in one that there is not", 16, kNoBuffer, 0, BAD_VALUE},
+    };
+    const uint64_t bytes[2] = {};
+    const native_handle_t empty{sizeof(native_handle_t), 0, 0, {}};
+    for (const auto& place : kPlaces) {
+        SCOPED_TRACE(place.name);
+        for (const bool isHandle : {false, true}) {
+            // The first that there is not.
+            const size_t parent = place.parent == kNoBuffer ? (isHandle ? 1 : 2) : place.parent;
+            size_t buffer = 0;
+            Parcel parcel;
+            parcel.writeBuffer(bytes, place.parentSize, &buffer);
+            if (isHandle) {
+                parcel.writeEmbeddedNativeHandle(&empty, parent, place.offset);
+            } else {
+                parcel.writeEmbeddedBuffer(bytes, 8, &buffer, parent, place.offset);
+            }
+            const Parcel received(parcel.items(), {}, {}, nullptr);
+            const void* read = nullptr;
+            const native_handle_t* handle = nullptr;
+            ASSERT_EQ(received.readBuffer(place.parentSize, &buffer, &read), OK);
+            EXPECT_EQ(
+                isHandle
+                    ? received.readNullableEmbeddedNativeHandle(parent, place.offset, &handle)
+                    : received.readNullableEmbeddedBuffer(8, &buffer, parent, place.offset, &read),
+                place.status);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace moriak_test

@@ -11,7 +11,7 @@
 #include "controller/provider_service.h"
 #include "controller/state_provider_service.h"
 #include "support/client_end.h"
-#include "support/thread_limit.h"
+#include "support/refused_calls.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "environment/light_models.h"
 #include "environment/tambril_service.h"
 #include "support/client_end.h"
-#include "support/thread_limit.h"
+#include "support/refused_calls.h"
 #include "world/clocks.h"
 
 namespace {

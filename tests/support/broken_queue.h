@@ -89,14 +89,19 @@ QueueParts queueParts(size_t capacity) {
 
 /// Owns the descriptors.
 template <typename Record>
-android::hardware::MQDescriptorSync<Record> descriptorOf(const QueueParts& parts) {
-    using Descriptor = android::hardware::MQDescriptorSync<Record>;
-    Descriptor descriptor(parts.grantors, nativeHandleOf(parts.descriptors), parts.quantum);
-    // Its constructor knows one flavour only.
-    constexpr size_t kFlavorOffset = sizeof(Descriptor) - sizeof(parts.flavor);
-    std::memcpy(reinterpret_cast<std::byte*>(&descriptor) + kFlavorOffset, &parts.flavor,
-                sizeof(parts.flavor));
-    return descriptor;
+struct BrokenDescriptor : android::hardware::MQDescriptorSync<Record> {
+    explicit BrokenDescriptor(const QueueParts& parts)
+        : BrokenDescriptor::MQDescriptor(parts.grantors, nativeHandleOf(parts.descriptors),
+                                         parts.quantum) {
+        // The other constructor knows one flavour only.
+        constexpr size_t kFlavorOffset = sizeof(*this) - sizeof(parts.flavor);
+        std::memcpy(reinterpret_cast<std::byte*>(this) + kFlavorOffset, &parts.flavor,
+                    sizeof(parts.flavor));
+    }
+};
+template <typename Record>
+BrokenDescriptor<Record> descriptorOf(const QueueParts& parts) {
+    return BrokenDescriptor<Record>(parts);
 }
 
 /// What makes a queue none.

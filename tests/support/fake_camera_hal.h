@@ -35,7 +35,7 @@ class FakeCameraStream : public Fake<Hidl::ICameraStream> {
     static constexpr uint32_t kRecycledBit = 1U << 6;
     ServiceEnd<Hidl::FrameSet>& frameSets = end<Hidl::FrameSet>();
     Queue recycleQueue{3};
-    Queue::Descriptor recycleDescriptor = *recycleQueue.getDesc();
+    Queue::Descriptor recycleDescriptor{*recycleQueue.getDesc()};
     hidl_handle recycleFlagHandle = Vek::OS::createEventFlagHandle("recycle");
     android::hardware::EventFlag* recycleFlag =
         Vek::OS::createEventFlagFromHandle(recycleFlagHandle);
