@@ -1,3 +1,4 @@
+// Cameras: their streams, their exposure and the settings that all of them share.
 #include "areas.h"
 #include "binding.h"
 #include "callback.h"

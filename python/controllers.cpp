@@ -1,3 +1,4 @@
+// Both sides of the controllers: of those who use them, and of the one who owns their state.
 #include "areas.h"
 #include "binding.h"
 #include "callback.h"

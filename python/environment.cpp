@@ -1,3 +1,5 @@
+// Light sensor, external clocks, illuminators, KivraRpc messages. Arguments that the library ends a
+// process for are refused here.
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
 #include "areas.h"

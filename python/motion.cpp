@@ -1,3 +1,4 @@
+// IMU, magnetometer and IAD sensor: no call here takes or gives anything of its own.
 #include "areas.h"
 #include "binding.h"
 

@@ -1,6 +1,5 @@
 """The simulated service, and programs that use the module, in processes of their own."""
 import os
-import pathlib
 import signal
 import subprocess
 import sys
@@ -102,7 +101,3 @@ def service(tmp_path_factory):
                           "--firmware-seconds", "0.5")
     yield simulator
     simulator.kill()
-
-
-def example(name):
-    return pathlib.Path(__file__).parents[2] / "examples" / name
