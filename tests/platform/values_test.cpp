@@ -107,9 +107,21 @@ TEST(AshmemTest, OnlyARegionThatCannotShrinkIsValid) {
     fcntl(hugePages.get(), F_ADD_SEALS, F_SEAL_SHRINK);
     for (const int fd : {canShrink.get(), hugePages.get(), STDIN_FILENO, -1}) {
         EXPECT_FALSE(ashmem_valid(fd));
+        EXPECT_EQ(ashmem_get_size_region(fd), -1);
     }
     EXPECT_EQ(ashmem_create_region("none", 0), -1);
     EXPECT_EQ(ashmem_create_region("huge", SIZE_MAX), -1);
+}
+
+TEST(StatusTest, TextsAreThePublishedOnes) {
+    EXPECT_EQ(Status::ok().description(), "No error");
+    EXPECT_EQ(Status::fromExceptionCode(-5, "why").description(),
+              "Status(EX_ILLEGAL_STATE): 'why'");
+    EXPECT_EQ(Status::fromExceptionCode(-77).description(), "Status(-77): ''");
+    EXPECT_EQ(Status::fromStatusT(-ENODATA).description(),
+              "Status(EX_TRANSACTION_FAILED): 'NOT_ENOUGH_DATA: '");
+    EXPECT_EQ(Status::fromStatusT(-EXDEV).description(),
+              "Status(EX_TRANSACTION_FAILED): '-18 (Invalid cross-device link): '");
 }
 
 TEST(ReturnDeathTest, UncheckedFailureEndsTheProcess) {

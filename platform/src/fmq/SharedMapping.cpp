@@ -20,7 +20,7 @@ void Unmap::operator()(void* address) const {
 }
 
 SharedMapping mapShared(int fd, uint64_t offset, uint64_t extent) {
-    const int size = ashmem_valid(fd) == 0 ? -1 : ashmem_get_size_region(fd);
+    const int size = ashmem_get_size_region(fd);
     if (size < 0 || extent == 0) return nullptr;
     const auto available = static_cast<uint64_t>(size);
     if (offset > available || extent > available - offset) return nullptr;

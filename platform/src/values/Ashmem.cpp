@@ -37,7 +37,10 @@ int ashmem_valid(int fd) {
 
 int ashmem_get_size_region(int fd) {
     struct stat status {};
-    if (fstat(fd, &status) != 0) return -1;
+    if (ashmem_valid(fd) == 0 || fstat(fd, &status) != 0) {
+        errno = ENOTTY;
+        return -1;
+    }
     if (status.st_size > INT_MAX) {
         errno = EOVERFLOW;
         return -1;

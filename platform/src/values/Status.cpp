@@ -4,6 +4,7 @@
 #include <hidl/Status.h>
 #include <log/log.h>
 
+#include <cerrno>
 #include <cstring>
 
 namespace android {
@@ -15,11 +16,22 @@ std::string statusToString(status_t status) {
     } kNames[] = {
         {OK, "OK"},
         {UNKNOWN_ERROR, "UNKNOWN_ERROR"},
-        {BAD_TYPE, "BAD_TYPE"},
+        {NO_MEMORY, "NO_MEMORY"},
+        {INVALID_OPERATION, "INVALID_OPERATION"},
         {BAD_VALUE, "BAD_VALUE"},
+        {BAD_TYPE, "BAD_TYPE"},
+        {NAME_NOT_FOUND, "NAME_NOT_FOUND"},
+        {PERMISSION_DENIED, "PERMISSION_DENIED"},
+        {-ENODEV, "NO_INIT"},
+        {ALREADY_EXISTS, "ALREADY_EXISTS"},
         {DEAD_OBJECT, "DEAD_OBJECT"},
         {FAILED_TRANSACTION, "FAILED_TRANSACTION"},
+        {-EOVERFLOW, "BAD_INDEX"},
+        {-ENODATA, "NOT_ENOUGH_DATA"},
+        {-EWOULDBLOCK, "WOULD_BLOCK"},
+        {TIMED_OUT, "TIMED_OUT"},
         {UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
+        {UNKNOWN_ERROR + 7, "FDS_NOT_ALLOWED"},
         {UNEXPECTED_NULL, "UNEXPECTED_NULL"},
     };
     for (const auto& known : kNames) {
@@ -30,15 +42,36 @@ std::string statusToString(status_t status) {
 
 namespace hardware {
 
-std::string Status::description() const {
-    if (exception_ == EX_NONE) return "Status(EX_NONE)";
-    std::string text = "Status(";
-    if (exception_ == EX_TRANSACTION_FAILED) {
-        text += "EX_TRANSACTION_FAILED): '" + statusToString(error_) + ": ";
-    } else {
-        text += std::to_string(exception_) + "): '";
+namespace {
+
+std::string exceptionToString(int32_t exception) {
+    constexpr struct {
+        int32_t exception;
+        const char* name;
+    } kNames[] = {
+        {-1, "EX_SECURITY"},
+        {-2, "EX_BAD_PARCELABLE"},
+        {Status::EX_ILLEGAL_ARGUMENT, "EX_ILLEGAL_ARGUMENT"},
+        {Status::EX_NULL_POINTER, "EX_NULL_POINTER"},
+        {-5, "EX_ILLEGAL_STATE"},
+        {-6, "EX_NETWORK_MAIN_THREAD"},
+        {-7, "EX_UNSUPPORTED_OPERATION"},
+        {-128, "EX_HAS_REPLY_HEADER"},
+        {Status::EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
+    };
+    for (const auto& known : kNames) {
+        if (known.exception == exception) return known.name;
     }
-    return text + message_ + "'";
+    return std::to_string(exception);
+}
+
+}  // namespace
+
+std::string Status::description() const {
+    if (isOk()) return "No error";
+    const bool isOfTransport = exception_ == EX_TRANSACTION_FAILED;
+    return "Status(" + exceptionToString(exception_) + "): '" +
+           (isOfTransport ? statusToString(error_) + ": " : "") + message_ + "'";
 }
 
 namespace details {
