@@ -9,6 +9,7 @@ packages=(
     clang-14              # the compiler that the project is written for
     help2man              # man pages from the programs' help
     clang-format-14       # the formatter of scripts/check-format
+    clang-tidy-14         # finds faults for scripts/check-tidy
     libclang-rt-14-dev    # the sanitizers' run-time libraries, and libFuzzer
     hidl-gen              # compiles the .hal interface definitions
     pkgconf               # the install test uses the pkg-config file

@@ -22,7 +22,7 @@ bool isFor(FaultTarget kind, FaultTarget target) {
 
 }  // namespace
 
-Faults::Faults(FaultSettings settings) : settings_(std::move(settings)) {
+Faults::Faults(FaultSettings settings) : settings_(settings) {
     for (const Call& call : allCalls()) {
         targets_.emplace(FaultTarget::CALL, call.name);
     }

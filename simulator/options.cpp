@@ -21,7 +21,7 @@ namespace Simulator {
 namespace {
 
 constexpr double kLongestTime = 1e6;  // in s
-constexpr char kErrors[] = "FAILURE, BAD_STATE, IGNORED";
+constexpr char kErrorNames[] = "FAILURE, BAD_STATE, IGNORED";
 
 /// Adds the fault to the options; throws if it is none.
 void addFault(const std::string& option, const std::vector<std::string>& words, Options* options) {
@@ -48,7 +48,7 @@ void addRefusal(const std::string& option, const std::string& value, CallKind ki
         addFault(option, {"refuse", call, result}, options);
     } catch (const CLI::ValidationError&) {
         throw CLI::ValidationError(
-            option, fmt::format("'{}' of '{}' is none of {}", result, value, kErrors));
+            option, fmt::format("'{}' of '{}' is none of {}", result, value, kErrorNames));
     }
 }
 
@@ -93,7 +93,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
     app.add_option("--refuse", refusals,
                    fmt::format("Have a call answer with an error and do nothing; may be repeated.\n"
                                "METHOD: {}\nRESULT: {}",
-                               fmt::join(callsOf(CallKind::CONTROL), ", "), kErrors))
+                               fmt::join(callsOf(CallKind::CONTROL), ", "), kErrorNames))
         ->type_name("METHOD=RESULT")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)

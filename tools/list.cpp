@@ -6,7 +6,7 @@
 #include "inventory.h"
 #include "output.h"
 
-static void list() {
+static void printList() {
     const Shutdown shutdown(kNoGrace);
     const Inventory inventory = takeInventory();
     if (!inventory.isAnyRunning()) {
@@ -17,5 +17,5 @@ static void list() {
 
 void addListCommand(CLI::App& app) {
     app.add_subcommand("list", "Print which services run, and the devices they offer")
-        ->callback(list);
+        ->callback(printList);
 }

@@ -29,15 +29,15 @@ struct Received {
     bool hasServiceDied;
 };
 
-std::string megabytes(uint64_t bytes) {
+std::string megabytesText(uint64_t bytes) {
     return fmt::format("{:.1f} MB", static_cast<double>(bytes) * 1e-6);
 }
 
 std::string progressLine(double seconds, const Recording::Recorder::Progress& progress,
                          uint64_t drops, bool isSnapshot) {
     return fmt::format("{:.0f} s  {} records  {} frame sets  {}  {} dropped  {} left out  {} {}",
-                       seconds, progress.rows, progress.frameSets, megabytes(progress.bytes), drops,
-                       progress.frameSetsLeftOut, megabytes(progress.waitingBytes),
+                       seconds, progress.rows, progress.frameSets, megabytesText(progress.bytes),
+                       drops, progress.frameSetsLeftOut, megabytesText(progress.waitingBytes),
                        isSnapshot ? "kept" : "waiting");
 }
 
@@ -108,12 +108,12 @@ void record(const RecordOptions& options) {
         Display::append({fmt::format("summary of {:.1f} s", received.seconds)});
         Display::append(received.summary.lines());
         Display::append(
-            {isThere
-                 ? fmt::format("{}: {} records, {} frame sets, {}; {} records dropped, {} "
-                               "frame sets left out",
-                               options.directory, progress.rows, progress.frameSets,
-                               megabytes(progress.bytes), received.drops, progress.frameSetsLeftOut)
-                 : fmt::format("{}: nothing came, so nothing was written", options.directory)});
+            {isThere ? fmt::format("{}: {} records, {} frame sets, {}; {} records dropped, {} "
+                                   "frame sets left out",
+                                   options.directory, progress.rows, progress.frameSets,
+                                   megabytesText(progress.bytes), received.drops,
+                                   progress.frameSetsLeftOut)
+                     : fmt::format("{}: nothing came, so nothing was written", options.directory)});
     }
     if (received.hasServiceDied) {
         throw Failure(ExitCode::SERVICE_DIED, kServiceDied);

@@ -20,6 +20,8 @@ FrameSetLedger::Verdict FrameSetLedger::takeBack(const Hal::FrameSet& returned) 
                      [&](const Hal::FrameSet& out) { return out.sequence == returned.sequence; });
     if (found != outstanding_.end()) {
         static_assert(sizeof(Hal::FrameSet) == 744, "without padding, all bytes count");
+        // What was handed out comes back bit for bit.
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         const bool isIntact = std::memcmp(&*found, &returned, sizeof(returned)) == 0;
         outstanding_.erase(found);
         return isIntact ? Verdict::INTACT : Verdict::ALTERED;

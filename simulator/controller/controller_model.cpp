@@ -13,7 +13,7 @@ namespace {
 constexpr float kPressed = 0.75F;  // of a full pull
 constexpr float kTouched = 0.05F;
 constexpr uint32_t kButtons = 7;
-constexpr auto kClipped = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
+constexpr auto kClippedBit = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
 
 // Collisions.
 constexpr int64_t kBlowInterval = 2'000'000'000;  // ns
@@ -171,7 +171,7 @@ Hal::ControllerImuData ControllerModel::imu(const SampleInstant& instant, double
     record.angularRate = toFloats(reading.angularRate);
     record.temperature = static_cast<float>(temperature);
     record.sequence = instant.sequence;
-    record.status = inertial_.isClipped(reading) ? kClipped : 0;
+    record.status = inertial_.isClipped(reading) ? kClippedBit : 0;
     record.controllerTime = static_cast<uint32_t>(kControllerClock.at(instant.timestamp) / 1000);
     return record;
 }

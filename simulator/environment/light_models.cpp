@@ -104,7 +104,7 @@ Hal::FlickerData FlickerModel::sample(const SampleInstant& instant) const {
 Hal::AmbientLightData AmbientLightModel::sample(const SampleInstant& instant) const {
     const double begin = toSeconds(instant.worldTime) - kExposure;
     double illuminance = 0;
-    for (double step = 0; step < kExposureSteps; ++step) {
+    for (int step = 0; step < kExposureSteps; ++step) {
         illuminance += room_->at(begin + kExposure * step / kExposureSteps) / kExposureSteps;
     }
     Hal::AmbientLightData record{};

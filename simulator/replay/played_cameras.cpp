@@ -22,7 +22,7 @@ struct Kind {
     const char* purpose;
 };
 
-constexpr Kind kKinds[] = {
+constexpr Kind kFrameKinds[] = {
     {"camera-headset", Hal::FrameType::HEADSET, "head-tracking"},
     {"camera-hand", Hal::FrameType::HAND, "hand-tracking"},
     {"camera-eye", Hal::FrameType::EYE, "eye-tracking"},
@@ -106,7 +106,7 @@ PlayedCameras::PlayedCameras(const Playback& playback)
     const Recording::Reader& recording = *playback_.recording;
     std::vector<CameraStreamPlan> plans;
     std::vector<std::vector<CameraInfo>> cameras;
-    for (const Kind& kind : kKinds) {
+    for (const Kind& kind : kFrameKinds) {
         std::vector<CameraInfo> ofStream;
         if (recording.isPlainEuroc() ? playback_.areEurocCamerasPlayed
                                      : playback_.find(kind.stream) != nullptr) {

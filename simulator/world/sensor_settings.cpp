@@ -36,7 +36,7 @@ constexpr TriaxialFields kMagnetometer = {
     {"hardIron", &Triaxial::turnOnBias},
     {"softIron", &Triaxial::softIron},
 };
-constexpr std::initializer_list<Field<ImuSettings>> kImu = {
+constexpr std::initializer_list<Field<ImuSettings>> kImuFields = {
     {"timestampJitter", &ImuSettings::timestampJitter},
     {"warmUp", &ImuSettings::warmUp},
     {"warmUpTime", &ImuSettings::warmUpTime},
@@ -92,7 +92,7 @@ void readImu(const YAML::Node& node, const std::string& name, ImuSettings* setti
         } else if (key == "gyroscope") {
             readTriaxial(value, name + ".gyroscope", {kInertial, kGyroscope}, &settings->gyroscope);
         } else {
-            return readNumber(kImu, name, key, value, settings);
+            return readNumber(kImuFields, name, key, value, settings);
         }
         return true;
     });

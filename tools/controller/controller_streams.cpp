@@ -20,7 +20,7 @@ namespace {
 constexpr char kAllControllers[] = "controllers";
 
 // Room for a second of three controllers' samples: printing to a slow terminal must not drop any.
-constexpr size_t kImuQueueSize = 2048;
+constexpr size_t kControllerQueueSize = 2048;
 constexpr size_t kInputQueueSize = 512;
 constexpr size_t kEventQueueSize = 64;
 
@@ -82,14 +82,14 @@ using Api = IControllerProvider;
 constexpr std::pair<const char*, OpenStream> kStreams[] = {
     {"controller-state",
      openStream<PairedControllerInfo, &Api::streamStateChanges, kEventQueueSize>},
-    {"controller-imu", openStream<ControllerImuData, &Api::streamImu, kImuQueueSize>},
+    {"controller-imu", openStream<ControllerImuData, &Api::streamImu, kControllerQueueSize>},
     {"controller-buttons", openStream<ButtonData, &Api::streamInput, kInputQueueSize>},
     {"controller-curl", openStream<CurlData, &Api::streamCurl, kInputQueueSize>},
     {"controller-pad", openStream<PrecisionPadData, &Api::streamPrecisionPad, kInputQueueSize>},
     {"controller-touch", openStream<MultiTouchData, &Api::streamMultiTouch, kInputQueueSize>},
     {"controller-stylus", openStream<StylusData, &Api::streamStylus, kInputQueueSize>},
     {"controller-adc", openStream<ControllerInputADCData, &Api::streamInputADC, kInputQueueSize>},
-    {"controller-pose", openStream<PoseInput, &Api::streamPose, kImuQueueSize>},
+    {"controller-pose", openStream<PoseInput, &Api::streamPose, kControllerQueueSize>},
     {"controller-collision",
      openStream<ControllerCollisionEvent, &Api::streamCollisionEvent, kEventQueueSize>},
     {"controller-link",

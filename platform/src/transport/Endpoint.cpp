@@ -30,7 +30,7 @@ constexpr size_t kMaxConnections = 256;
 // Two processes that find each other at the same time have two.
 constexpr size_t kMaxConnectionsOfOneProcess = 8;
 // How long a process may take to accept a connection, and to say whether it has a service.
-constexpr std::chrono::seconds kPatience{5};
+constexpr std::chrono::seconds kConnectPatience{5};
 constexpr int kListenBacklog = 64;
 constexpr char kTableInterface[] = "ServiceTable";
 constexpr uint32_t kGetService = 1;
@@ -61,7 +61,7 @@ status_t ServiceTable::ask(Connection& peer, const std::string& name, sp<IBinder
     data.writeInterfaceToken(kTableInterface);
     data.writeCString(name.c_str());
     const status_t status = peer.call(ObjectTable::kRootId, kGetService, data, &reply, 0,
-                                      Connection::Clock::now() + kPatience);
+                                      Connection::Clock::now() + kConnectPatience);
     return status == OK ? reply.readNullableStrongBinder(service) : status;
 }
 
@@ -265,7 +265,7 @@ std::shared_ptr<Connection> Endpoint::connect(const Registry& registry,
     const std::optional<sockaddr_un> address = registry.addressOf(socketName);
     unique_fd socket = newSocket();
     if (!address || !socket.ok()) return nullptr;
-    const timeval patience{kPatience.count(), 0};
+    const timeval patience{kConnectPatience.count(), 0};
     setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
     if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) !=
         0) {
@@ -279,7 +279,7 @@ status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
                        const std::string& name, sp<IBinder>* service) {
     const std::optional<int> process = Registry::processOf(socketName);
     if (!process || ThreadPool::isInherited()) return NAME_NOT_FOUND;
-    const auto deadline = Connection::Clock::now() + kPatience;
+    const auto deadline = Connection::Clock::now() + kConnectPatience;
     std::shared_ptr<Connection> known;
     {
         const MutexLock lock(mutex_);
