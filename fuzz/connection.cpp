@@ -8,6 +8,7 @@
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlTransportSupport.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 
@@ -172,7 +173,14 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
     });
     while (input.remaining_bytes() > 0 && connection->isAlive()) {
-        send(peer.get(), messageOf(input));
+        const Frame message = messageOf(input);
+        if (message.header.kind == FrameKind::kReply) {
+            // Most replies are to a call that has been made.
+            constexpr int kLongestWait = 10;  // ms
+            pollfd call{peer.get(), POLLIN, 0};
+            poll(&call, 1, kLongestWait);
+        }
+        send(peer.get(), message);
         drain(peer.get());
     }
     peer.reset();
