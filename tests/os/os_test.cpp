@@ -6,7 +6,6 @@
 #include <utils/RefBase.h>
 
 #include <atomic>
-#include <fstream>
 #include <future>
 #include <string>
 #include <thread>
@@ -53,14 +52,7 @@ TEST(EventFlagHandle, AWakeReachesAWaiterWhoseBitAnotherProcessHasSetInSilence) 
         eventFlag->wait(kBit, &state, 0, true);
         EXPECT_EQ(state, kBit);
     });
-    const std::string stat =
-        "/proc/self/task/" + std::to_string(started.get_future().get()) + "/stat";
-    // State "S" of the line "number (name) state …": asleep.
-    EXPECT_TRUE(TestSupport::becomesTrue([&stat] {
-        std::string line;
-        std::getline(std::ifstream{stat}, line);
-        return line.find(") S ") != std::string::npos;
-    }));
+    EXPECT_TRUE(TestSupport::fallsAsleep(started.get_future().get()));
     static_cast<std::atomic<uint32_t>*>(page)->fetch_or(kBit);
     Vek::OS::wakeEventFlag(*eventFlag, kBit);
     waiter.join();

@@ -77,15 +77,19 @@ TEST_F(DeathTest, EveryRecipientIsToldOnceOnAnotherThread) {
 }
 
 TEST_F(DeathTest, CallsInFlightAndLaterOnesFailWithDeadObject) {
-    std::promise<void> calling;
-    std::future<std::string> failure = std::async(std::launch::async, [&] {
-        calling.set_value();
-        const Return<void> hung = echo_->hang();
-        return hung.isOk() ? "ok" : hung.description();
-    });
-    calling.get_future().wait();
+    // One of them reads for all.
+    std::vector<std::future<std::string>> failures;
+    for (int i = 0; i < 3; ++i) {
+        failures.push_back(std::async(std::launch::async, [&] {
+            const Return<void> hung = echo_->hang();
+            return hung.isOk() ? "ok" : hung.description();
+        }));
+    }
+    EXPECT_TRUE(becomesTrue([&] { return TestSupport::resourcesOf(process_.pid()).threads > 3; }));
     process_.kill();
-    EXPECT_NE(failure.get().find("DEAD_OBJECT"), std::string::npos);
+    for (auto& failure : failures) {
+        EXPECT_NE(failure.get().find("DEAD_OBJECT"), std::string::npos);
+    }
 
     const Return<bool> later = echo_->isKept(nullptr);
     ASSERT_FALSE(later.isOk());

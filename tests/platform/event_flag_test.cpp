@@ -7,6 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "support/child_process.h"
 #include "support/refused_calls.h"
 
 namespace moriak_test {
@@ -43,6 +49,36 @@ TEST(EventFlagTest, AWaitTakesTheBitsOfItsMaskOrEndsWhenItsTimeIsUp) {
         EXPECT_EQ(state, 0u);
     }
     EXPECT_EQ(word, 0b1001u);
+    EXPECT_EQ(flag->wait(0, &state), android::BAD_VALUE);
+    EXPECT_EQ(flag->wait(1, nullptr), android::BAD_VALUE);
+    EXPECT_EQ(flag->wait(1, &state, -1), android::BAD_VALUE);
+}
+
+TEST(EventFlagTest, AWakeReachesAllWhoWaitForOneOfItsBits) {
+    constexpr uint32_t kSetBefore = 4;
+    std::atomic<uint32_t> word{kSetBefore};
+    EventFlag* made = nullptr;
+    ASSERT_EQ(EventFlag::createEventFlag(&word, &made), NO_ERROR);
+    const OwnedFlag flag(made);
+    const auto waitFor = [&](uint32_t bit, android::status_t* status) {
+        std::promise<pid_t> started;
+        std::thread waiter([&, bit, status] {
+            started.set_value(gettid());
+            uint32_t state = 0;
+            *status = flag->wait(bit, &state);
+            EXPECT_EQ(state, *status == NO_ERROR ? bit : 0);
+        });
+        EXPECT_TRUE(TestSupport::fallsAsleep(started.get_future().get()));
+        return waiter;
+    };
+    android::status_t ofOne[2];
+    android::status_t ofTwo;
+    std::thread waiters[] = {waitFor(1, &ofOne[0]), waitFor(1, &ofOne[1]), waitFor(2, &ofTwo)};
+    flag->wake(1 | 2 | kSetBefore);
+    for (std::thread& waiter : waiters) waiter.join();
+    EXPECT_EQ(ofTwo, NO_ERROR);
+    EXPECT_EQ(std::min(ofOne[0], ofOne[1]), -EAGAIN) << "who comes second does not wait again";
+    EXPECT_EQ(std::max(ofOne[0], ofOne[1]), NO_ERROR);
 }
 
 TEST(EventFlagTest, AWaitEndsInTimeWhileThePeerFlipsOtherBits) {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
+#include <hwbinder/IPCThreadState.h>
+#include <moriak/test/calls/1.0/hwtypes.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,12 +45,13 @@ size_t writeRoot(Parcel& parcel, uint32_t size) {
     return handle;
 }
 
-/** One record, as the only one that was claimed or as something else. */
+/** One whole record, as the only one that was claimed or as something else. */
 void writeRecord(Parcel& parcel, uint32_t claimed, size_t parent, size_t offset) {
-    const RawVec record[4] = {};
+    const Record record;
     const size_t root = writeRoot(parcel, claimed);
     size_t child = 0;
-    parcel.writeEmbeddedBuffer(record, sizeof(Record), &child, root + parent, offset);
+    parcel.writeEmbeddedBuffer(&record, sizeof(record), &child, root + parent, offset);
+    writeEmbeddedToParcel(record, &parcel, child, 0);
 }
 
 /** Arguments of IEcho::reverse, or its results, that go wrong somewhere. */
@@ -69,9 +72,13 @@ const BrokenParcel kBrokenParcels[] = {
     {"string without end",
      [](Parcel& parcel) {
          const RawVec record[4] = {{0, 3, 0}, {}, {}, {}};
-         size_t handle = writeRoot(parcel, 1);
-         parcel.writeEmbeddedBuffer(record, sizeof(Record), &handle, handle, 0);
-         parcel.writeEmbeddedBuffer("abcd", 4, &handle, handle, 0);
+         const size_t root = writeRoot(parcel, 1);
+         size_t elements = 0;
+         size_t child = 0;
+         parcel.writeEmbeddedBuffer(record, sizeof(Record), &elements, root, 0);
+         parcel.writeEmbeddedBuffer("abcd", 4, &child, elements, 0);
+         parcel.writeEmbeddedBuffer(nullptr, 0, &child, elements, offsetof(Record, numbers));
+         parcel.writeEmbeddedNativeHandle(nullptr, elements, offsetof(Record, file));
      }},
 };
 
@@ -116,6 +123,10 @@ const BrokenCall kBrokenCalls[] = {
     {"unknown object",
      [](Frame& call) {
          addObject(call, {999, ObjectOwner::kReceiver});
+     }},
+    {"root as an object of the client's",
+     [](Frame& call) {
+         addObject(call, {0, ObjectOwner::kSender});
      }},
     {"object of nobody",
      [](Frame& call) {
@@ -169,7 +180,7 @@ TEST_F(HostileClientTest, IsDroppedAndLeavesNothingBehind) {
     });
     for (const BrokenCall& broken : kBrokenCalls) {
         attack(broken.name, [&](Peer& peer) {
-            Frame call = callOf(peer.service(), kReverse, argumentsFor(IEcho::descriptor));
+            Frame call = callOf(peer.service(), kReverse, argumentsOfReverse({}));
             broken.spoil(call);
             peer.send(call);
         });
@@ -203,6 +214,23 @@ TEST_F(HostileClientTest, NoRandomDamageToACallIsFatal) {
         peer.receive(&answer);
     }
     EXPECT_TRUE(becomesTrue([&] { return openDescriptors() <= descriptorsBefore_; }));
+}
+
+TEST_F(HostileClientTest, LearnsOfReleasesAtOnceIfTheyAreFlushed) {
+    Peer peer("attacked");
+    Parcel arguments = argumentsFor(IEcho::descriptor);
+    arguments.writeUint32(kObjectItem);
+    Frame call = callOf(peer.service(), kKeep, arguments);
+    addObject(call, {7, ObjectOwner::kSender});
+    peer.send(call);
+    Frame answer;
+    ASSERT_TRUE(peer.receive(&answer));
+    service_->keep(nullptr);
+    android::hardware::IPCThreadState::self()->flushCommands();
+    EXPECT_TRUE(peer.hasMessage());
+    ASSERT_TRUE(peer.receive(&answer));
+    EXPECT_EQ(answer.header.kind, FrameKind::kRelease);
+    EXPECT_EQ(answer.header.objectId, 7U);
 }
 
 TEST(GreedyClientTest, IsDroppedWhenItMakesMoreCallsThanCanBeServed) {

@@ -6,6 +6,8 @@
 
 #include <csignal>
 
+#include "transport/PeerLog.h"
+
 namespace {
 
 TEST(LogDeathTest, LinesNamePriorityAndTagAndAnAssertionItsConditionBeforeTheProcessAborts) {
@@ -24,6 +26,29 @@ TEST(LogDeathTest, LinesNamePriorityAndTagAndAnAssertionItsConditionBeforeThePro
         "F/Tag: Assertion failed: 3 > 2\nF/Tag: count=3\n$");
     EXPECT_DEATH(LOG_ALWAYS_FATAL("gone"), "^F/Tag: gone\n$");
     EXPECT_DEATH(__android_log_assert("a", "Other", nullptr), "^F/Other: Assertion failed: a\n$");
+}
+
+TEST(PeerLogTest, AThousandLinesComeAtOnceThenAFewThatCountTheOthers) {
+    EXPECT_EXIT(
+        {
+            static size_t written = 0;
+            static size_t leftOut = 0;
+            static size_t reports = 0;
+            __android_log_set_logger([](const __android_log_message* line) {
+                size_t count = 0;
+                const bool isReport =
+                    sscanf(line->message, "%zu lines about peers were left out", &count) == 1;
+                leftOut += count;
+                ++(isReport ? reports : written);
+            });
+            size_t lines = 0;
+            for (; reports < 2 && lines < 1'000'000'000; ++lines) {
+                android::hardware::details::logOfPeer("line");
+            }
+            const bool isBounded = written > 1000 && written < 1100;
+            _exit(isBounded && written + leftOut == lines ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -1,12 +1,21 @@
 // A parcel read back: what comes out, and that nothing comes out which was not put in.
 #include <gtest/gtest.h>
+#include <hwbinder/Binder.h>
 #include <hwbinder/Parcel.h>
+#include <unistd.h>
+
+#include <tuple>
+#include <utility>
 
 namespace moriak_test {
 namespace {
 
 using android::BAD_VALUE;
 using android::OK;
+using android::sp;
+using android::base::unique_fd;
+using android::hardware::BHwBinder;
+using android::hardware::IBinder;
 using android::hardware::Parcel;
 
 struct Parent {
@@ -70,11 +79,109 @@ TEST(ParcelTest, TheFirstMisreadIsReportedOnceAndFailsAllThatFollow) {
     EXPECT_EQ(reports, 1);
 }
 
-TEST(ParcelTest, AHandleWithImpossibleCountsIsNotWritten) {
-    const native_handle_t handle{sizeof(native_handle_t), -1, 0, {}};
+/** Where a buffer is, as its writer and as its reader have it. */
+struct Place {
+    size_t writtenParent;
+    size_t writtenOffset;
+    size_t readParent;
+    size_t readOffset;
+};
+
+TEST(ParcelTest, ABufferIsReadInItsPlaceAlone) {
+    const auto isRead = [](const Place& place, bool isHandle) {
+        const Parent parents[2] = {};
+        const uint32_t child = 7;
+        Parcel parcel;
+        size_t index = 0;
+        for (const Parent& parent : parents) parcel.writeBuffer(&parent, sizeof(parent), &index);
+        if (isHandle) {
+            parcel.writeEmbeddedNativeHandle(nullptr, place.writtenParent, place.writtenOffset);
+        } else {
+            parcel.writeEmbeddedBuffer(&child, sizeof(child), &index, place.writtenParent,
+                                       place.writtenOffset);
+        }
+        const Parcel received(parcel.items(), {}, {}, nullptr);
+        const void* buffer = nullptr;
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(received.readBuffer(sizeof(Parent), &index, &buffer), OK);
+        const native_handle_t* handle = nullptr;
+        return OK ==
+               (isHandle ? received.readNullableEmbeddedNativeHandle(place.readParent,
+                                                                     place.readOffset, &handle)
+                         : received.readNullableEmbeddedBuffer(
+                               sizeof(child), &index, place.readParent, place.readOffset, &buffer));
+    };
+    constexpr size_t kLast = sizeof(Parent) - sizeof(void*);
+    for (const Place& place : {Place{0, 0, 0, 0}, Place{1, kLast, 1, kLast}}) {
+        EXPECT_TRUE(isRead(place, false) && isRead(place, true));
+    }
+    for (const Place& place : {Place{0, 0, 1, 0}, Place{0, 0, 0, 8}}) {
+        EXPECT_FALSE(isRead(place, false)) << "of another parent, or another part of it";
+    }
+    // The buffer itself is number 2.
+    for (const auto& [index, offset] :
+         std::vector<std::pair<size_t, size_t>>{{3, kLast}, {99, 0}, {0, kLast + 1}, {1, ~7U}}) {
+        EXPECT_FALSE(isRead({index, offset, index, offset}, false)) << index << " " << offset;
+        EXPECT_FALSE(isRead({index, offset, index, offset}, true)) << index << " " << offset;
+    }
+}
+
+struct Object : BHwBinder {
+    android::status_t onTransact(uint32_t, const Parcel&, Parcel*, uint32_t,
+                                 TransactCallback) override {
+        return OK;
+    }
+};
+
+TEST(ParcelTest, ObjectsAndDescriptorsComeInOrderAndNoMoreOfThemThanWereSent) {
+    const sp<IBinder> objects[2] = {new Object, new Object};
     Parcel parcel;
-    EXPECT_EQ(parcel.writeNativeHandleNoDup(&handle), BAD_VALUE);
-    EXPECT_EQ(parcel.writeError(), BAD_VALUE);
+    for (const sp<IBinder>& object : objects) parcel.writeStrongBinder(object);
+    const Parcel oneAndAHalf(parcel.items(), {objects[0]}, {}, nullptr);
+    const Parcel both(parcel.items(), {objects[0], objects[1]}, {}, nullptr);
+    sp<IBinder> object;
+    EXPECT_EQ(oneAndAHalf.readNullableStrongBinder(&object), OK);
+    EXPECT_EQ(oneAndAHalf.readNullableStrongBinder(&object), BAD_VALUE);
+    for (const sp<IBinder>& sent : objects) {
+        EXPECT_EQ(both.readNullableStrongBinder(&object), OK);
+        EXPECT_EQ(object, sent);
+    }
+
+    native_handle_t* const native = native_handle_create(1, 1);
+    native->data[1] = 42;
+    Parcel handles;
+    for (int i = 0; i < 2; ++i) handles.writeNativeHandleNoDup(native);
+    native_handle_delete(native);
+    std::vector<unique_fd> descriptors;
+    descriptors.emplace_back(dup(STDIN_FILENO));
+    const int sent = descriptors[0].get();
+    const Parcel received(handles.items(), {}, std::move(descriptors), nullptr);
+    const native_handle_t* handle = nullptr;
+    ASSERT_EQ(received.readNullableNativeHandleNoDup(&handle), OK);
+    EXPECT_EQ(handle->data[0], sent);
+    EXPECT_EQ(handle->data[1], 42);
+    EXPECT_EQ(received.readNullableNativeHandleNoDup(&handle), BAD_VALUE);
+}
+
+TEST(ParcelTest, AnInterfaceIsNoOtherThatBeginsLikeIt) {
+    for (const char* name : {"inter", "interfaces", "interfacf"}) {
+        EXPECT_FALSE(Parcel(written().items(), {}, {}, nullptr).enforceInterface(name)) << name;
+    }
+}
+
+TEST(ParcelTest, AHandleWithImpossibleCountsIsNotWritten) {
+    // As many descriptors as a queue has parts, and no more.
+    native_handle_t* const handle = native_handle_create(5, 0);
+    for (const auto& [descriptors, integers, status] :
+         std::vector<std::tuple<int, int, android::status_t>>{
+             {-1, 0, BAD_VALUE}, {0, -1, BAD_VALUE}, {5, 0, BAD_VALUE}, {4, 0, OK}}) {
+        handle->numFds = descriptors;
+        handle->numInts = integers;
+        Parcel parcel;
+        EXPECT_EQ(parcel.writeNativeHandleNoDup(handle), status) << descriptors;
+        EXPECT_EQ(parcel.writeError(), status) << descriptors;
+    }
+    native_handle_delete(handle);
 }
 
 TEST(ParcelTest, PointersAreStoredInsideTheirParentsOnly) {

@@ -28,6 +28,7 @@ using moriak::test::calls::V1_0::Record;
 // IEcho's methods, by their place in its declaration.
 constexpr uint32_t kReverse = 1;
 constexpr uint32_t kForward = 2;
+constexpr uint32_t kKeep = 3;
 constexpr uint32_t kCollect = 6;
 constexpr uint32_t kCollected = 7;
 constexpr uint32_t kHang = 8;
@@ -73,6 +74,8 @@ class Peer {
 
     /** @return false at the end of the connection */
     bool receive(Frame* frame);
+    /** Whether something has come that was not received. */
+    bool hasMessage() const;
     /** Whether the other side hangs up in time, whatever it sends before. */
     bool isDropped();
     /** Whether the other side has not hung up so far, with whatever it sends left unread. */

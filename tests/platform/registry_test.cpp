@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
 #include <sched.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -9,16 +10,20 @@
 #include <filesystem>
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/echo_service.h"
+#include "platform/peer.h"
+#include "transport/Registry.h"
 
 namespace moriak_test {
 namespace {
 
 namespace fs = std::filesystem;
+using android::hardware::details::Registry;
 
 /** Lookups in a directory that only this test uses. */
 class RegistryTest : public testing::Test {
@@ -47,10 +52,46 @@ TEST_F(RegistryTest, EntriesThatLeadToNoProcessAreNoServices) {
 
 TEST_F(RegistryTest, NamesThatAreNoFileNamesAreRefused) {
     const sp<IEcho> service = new EchoService;
-    for (const std::string& name : {std::string(), std::string("../up"), std::string(5000, 'n')}) {
+    fs::create_directory(path_ + "/moriak.test.calls@1.0::IEcho=sub");
+    for (const std::string& name : {std::string(), std::string("../up"), std::string("sub/name"),
+                                    std::string(101, 'n'), std::string(5000, 'n')}) {
         EXPECT_NE(service->registerAsService(name), android::OK) << name.size();
         EXPECT_EQ(IEcho::getService(name), nullptr) << name.size();
     }
+}
+
+TEST_F(RegistryTest, NamesOfSocketsThatLeadElsewhereAreNone) {
+    EXPECT_EQ(Registry::processOf("process-12-34"), 12);
+    for (const char* name : {"process-12-/../other", "process-0-1", "process-12", "rocess-12-34"}) {
+        EXPECT_EQ(Registry::processOf(name), std::nullopt) << name;
+    }
+}
+
+TEST_F(RegistryTest, TheDirectoryIsTheUsersOwnAndNoLink) {
+    const auto isRefused = [](const std::string& path) {
+        setenv("MORIAK_HIDL_RUNTIME_DIR", path.c_str(), 1);
+        return !Registry::open(Registry::Mode::kLookUp) && !Registry::open(Registry::Mode::kCreate);
+    };
+    EXPECT_FALSE(isRefused(path_));
+    fs::create_directory_symlink(path_, path_ + "/link");
+    EXPECT_TRUE(isRefused(path_ + "/link"));
+    fs::permissions(path_, fs::perms::group_exec, fs::perm_options::add);
+    EXPECT_TRUE(isRefused(path_));
+    fs::permissions(path_, fs::perms::owner_all);
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(path_.c_str(), 65534, getgid()), 0);
+        EXPECT_TRUE(isRefused(path_));
+    }
+}
+
+TEST_F(RegistryTest, WithoutANameOfItsOwnTheDirectoryIsInTheUsersRuntimeDirectory) {
+    const char* const before = getenv("XDG_RUNTIME_DIR");
+    const std::string usual = before == nullptr ? "" : before;
+    setenv("XDG_RUNTIME_DIR", path_.c_str(), 1);
+    unsetenv("MORIAK_HIDL_RUNTIME_DIR");
+    EXPECT_TRUE(Registry::open(Registry::Mode::kCreate));
+    EXPECT_TRUE(fs::is_directory(path_ + "/moriak-hidl"));
+    before == nullptr ? unsetenv("XDG_RUNTIME_DIR") : setenv("XDG_RUNTIME_DIR", usual.c_str(), 1);
 }
 
 TEST_F(RegistryTest, ADirectoryThatIsOpenToOthersIsRefusedAndLeftAsItIs) {
@@ -66,6 +107,10 @@ TEST_F(RegistryTest, ADirectoryThatIsOpenToOthersIsRefusedAndLeftAsItIs) {
     setenv("MORIAK_HIDL_RUNTIME_DIR", path_.c_str(), 1);
     EXPECT_EQ(service->registerAsService("closed"), android::OK);
     EXPECT_EQ(fs::status(path_).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(std::count_if(fs::directory_iterator(path_), {},
+                            [](const auto& entry) { return entry.is_symlink(); }),
+              1)
+        << "the interface that all have is no service";
     path_ = fs::path(path_).parent_path();
 }
 
@@ -91,6 +136,21 @@ TEST_F(RegistryTest, ALaterServiceReplacesOneOfItsName) {
     const ServiceProcess second;
     EXPECT_FALSE(android::hardware::interfacesEqual(firstEcho, IEcho::getService()));
     EXPECT_TRUE(firstEcho->ping().isOk()) << "who has the first one keeps it";
+}
+
+TEST_F(RegistryTest, AServiceThatDiesWhenItIsLookedUpIsFoundWhereItCameBack) {
+    const ServiceProcess comeBack("brief");
+    const std::string socketName =
+        *Registry::open(Registry::Mode::kLookUp)->find(IEcho::descriptor, "brief");
+    const FakeService dying("brief", [&](int listener) {
+        Peer client = acceptFrom(listener);
+        Frame question;
+        EXPECT_TRUE(client.receive(&question));
+        std::optional<Registry> registry = Registry::open(Registry::Mode::kCreate);
+        EXPECT_EQ(registry->publish(IEcho::descriptor, "brief", socketName), 0);
+    });
+    const sp<IEcho> echo = IEcho::getService("brief");
+    EXPECT_TRUE(echo != nullptr && echo->ping().isOk());
 }
 
 TEST_F(RegistryTest, SocketsOfDeadProcessesAreRemovedByTheNextOne) {

@@ -14,6 +14,7 @@
 #include "platform/echo_service.h"
 #include "platform/peer.h"
 #include "transport/Backlog.h"
+#include "transport/ObjectTable.h"
 
 namespace moriak_test {
 namespace {
@@ -137,6 +138,26 @@ TEST_F(StallingClientTest, HangingCallsOccupyFewThreadsAndNoneOfOtherClients) {
     process_.kill();
 }
 
+TEST_F(StallingClientTest, CallsWithDescriptorsThatComeTogetherAreAllServed) {
+    constexpr uint64_t kCalls = 4;
+    Peer peer("attacked");
+    hidl_vec<Record> records(1);
+    const Parcel arguments = argumentsOfReverse(records);
+    kill(process_.pid(), SIGSTOP);
+    for (uint64_t callId = 2; callId < 2 + kCalls; ++callId) {
+        Frame call = callOf(peer.service(), kReverse, arguments, callId);
+        call.descriptors.emplace_back(dup(STDERR_FILENO));
+        call.header.descriptorCount = 1;
+        peer.send(call);
+    }
+    kill(process_.pid(), SIGCONT);
+    for (uint64_t i = 0; i < kCalls; ++i) {
+        Frame answer;
+        EXPECT_TRUE(peer.receive(&answer));
+        EXPECT_EQ(answer.header.status, android::OK);
+    }
+}
+
 /** What is sent to the peer is not read: nothing that it makes us queue grows without bound. */
 TEST_F(StallingClientTest, APeerThatSendsObjectsAndTakesNoneBackIsDropped) {
     Peer peer("attacked");
@@ -229,6 +250,53 @@ TEST_F(StallingClientTest, DescriptorsOfMessagesThatAreNeverWholeDoNotUseUpThose
     EXPECT_TRUE(becomesTrue([&] { return process_.descriptors() <= unused + kHalfOfUsualLimit; }));
     EXPECT_TRUE(isServed());
     serveNewcomer();
+}
+
+/** Of a service that keeps the listeners it is given. */
+TEST(HoardTest, NeitherSideKeepsMoreObjectsThanItMay) {
+    constexpr uint64_t kMost = android::hardware::details::ObjectTable::kMaxObjectsHeld;
+    struct Hoarder : EchoService {
+        Return<void> keep(const sp<IListener>& listener) override {
+            listeners.push_back(listener);
+            return android::hardware::Void();
+        }
+        std::vector<sp<IListener>> listeners;
+    };
+    const RuntimeDirectory directory;
+    const sp<Hoarder> hoarder = new Hoarder;
+    ASSERT_EQ(hoarder->registerAsService("hoarder"), android::OK);
+    Peer peer("hoarder");
+    uint64_t sent = 0;
+    for (bool isAnswered = true; isAnswered && sent < 2 * kMost; sent += isAnswered ? 1 : 0) {
+        Parcel arguments = argumentsFor(IEcho::descriptor);
+        arguments.writeUint32(kObjectItem);
+        Frame call = callOf(peer.service(), kKeep, arguments, 2 + sent);
+        addObject(call, {1 + sent, ObjectOwner::kSender});
+        peer.send(call);
+        Frame answer;
+        isAnswered = peer.receive(&answer);
+    }
+    EXPECT_EQ(sent, kMost);
+
+    // The root is one of them.
+    const FakeService fake("greedy", [](int listener) {
+        Peer client = acceptFrom(listener);
+        Parcel results;
+        results.writeUint32(kObjectItem);
+        std::vector<ObjectReference> service{{5, ObjectOwner::kSender}};
+        for (Frame call; client.receive(&call); service.clear()) {
+            if (call.header.kind == FrameKind::kRelease) return;
+            client.reply(call.header.callId, results, service);
+            results = Parcel();
+            results.writeInt32(0);
+        }
+    });
+    sp<IEcho> greedy = IEcho::getService("greedy");
+    ASSERT_NE(greedy, nullptr);
+    uint64_t kept = 0;
+    while (kept < 2 * kMost && greedy->keep(new Listener).isOk()) ++kept;
+    EXPECT_EQ(kept, kMost - 1);
+    EXPECT_TRUE(greedy->ping().isOk());
 }
 
 /** So many small one-way calls may wait. */
@@ -342,13 +410,11 @@ TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {
         service.writeUint32(kObjectItem);
         client.reply(question.header.callId, service, {{5, ObjectOwner::kSender}});
         EXPECT_TRUE(client.receive(&question));
-        Parcel none;
-        none.writeUint32(kNullObjectItem);
-        client.reply(question.header.callId, none);
+        client.reply(question.header.callId, service, {{6, ObjectOwner::kSender}});
     });
     expectToEnd("mute");
     end.set_value();
-    EXPECT_EQ(IEcho::getService("mute"), nullptr);
+    EXPECT_NE(IEcho::getService("mute"), nullptr);
 }
 
 }  // namespace

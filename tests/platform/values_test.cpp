@@ -71,6 +71,7 @@ TEST(HidlHandleTest, ACopyOwnsItsDescriptorsAndABorrowerDoesNot) {
     const int copied = copy->data[0];
     EXPECT_NE(copied, original);
     EXPECT_EQ(copy->data[1], 77);
+    EXPECT_EQ(fcntl(copied, F_GETFD), FD_CLOEXEC);
     copy = nullptr;
     EXPECT_FALSE(isOpen(copied));
     EXPECT_TRUE(isOpen(original));
@@ -97,6 +98,7 @@ TEST(HidlVecTest, TextsSurviveCopiesResizingAndReplacement) {
 TEST(AshmemTest, OnlyARegionThatCannotShrinkIsValid) {
     const unique_fd region(ashmem_create_region("region", 100));
     EXPECT_TRUE(ashmem_valid(region.get()));
+    EXPECT_EQ(fcntl(region.get(), F_GETFD), FD_CLOEXEC);
     EXPECT_EQ(ashmem_get_size_region(region.get()), 100);
     EXPECT_NE(ftruncate(region.get(), 50), 0);
     EXPECT_NE(ftruncate(region.get(), 5000), 0);

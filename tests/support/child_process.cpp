@@ -129,4 +129,14 @@ bool becomesTrue(const std::function<bool()>& condition) {
     return true;
 }
 
+bool fallsAsleep(int thread) {
+    const std::string stat = "/proc/self/task/" + std::to_string(thread) + "/stat";
+    // State "S" of the line "number (name) state …": asleep.
+    return becomesTrue([&stat] {
+        std::string line;
+        std::getline(std::ifstream{stat}, line);
+        return line.find(") S ") != std::string::npos;
+    });
+}
+
 }  // namespace TestSupport

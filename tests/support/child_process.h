@@ -64,4 +64,7 @@ ProcessResources resourcesOf(int pid);
 /// Whether the condition becomes true within 30 s. For states that nothing announces.
 bool becomesTrue(const std::function<bool()>& condition);
 
+/// Whether a thread of this process comes to wait for something, likewise.
+bool fallsAsleep(int thread);
+
 }  // namespace TestSupport
