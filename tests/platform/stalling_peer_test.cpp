@@ -173,12 +173,16 @@ TEST_F(StallingClientTest, APeerThatSendsObjectsAndTakesNoneBackIsDropped) {
 
 TEST_F(StallingClientTest, ConnectionEndThatArrivesWithTheLastCallIsNoticed) {
     auto peer = std::make_unique<Peer>("attacked");
+    Peer halfClosed("attacked");
     kill(process_.pid(), SIGSTOP);
     siginfo_t stopped;
     ASSERT_EQ(waitid(P_PID, static_cast<id_t>(process_.pid()), &stopped, WSTOPPED), 0);
     peer->send(callOf(peer->service(), kCollect, argumentsOfCollect(7), 0));
     peer.reset();
+    halfClosed.send(callOf(halfClosed.service(), kCollect, argumentsOfCollect(7), 0));
+    halfClosed.finish(0);
     kill(process_.pid(), SIGCONT);
+    EXPECT_TRUE(halfClosed.isDropped());
 }
 
 TEST_F(StallingClientTest, ACallNestedTooDeepFailsAlone) {
@@ -297,6 +301,22 @@ TEST(HoardTest, NeitherSideKeepsMoreObjectsThanItMay) {
     while (kept < 2 * kMost && greedy->keep(new Listener).isOk()) ++kept;
     EXPECT_EQ(kept, kMost - 1);
     EXPECT_TRUE(greedy->ping().isOk());
+}
+
+TEST(CallWindowTest, CountsBytesAndDescriptors) {
+    FrameHeader header;
+    const size_t least = CallWindow::costOf(header);
+    EXPECT_GT(least, 0U);
+    header.itemBytes = 1000;
+    EXPECT_EQ(CallWindow::costOf(header), least + 1000);
+    header.descriptorCount = kMaxDescriptors;
+    EXPECT_GT(CallWindow::costOf(header), CallWindow::kSize / 2);
+    CallWindow window;
+    EXPECT_TRUE(window.take(10 * CallWindow::kSize)) << "one that is alone, however large";
+    EXPECT_FALSE(window.take(1));
+    EXPECT_FALSE(window.giveBack(10 * CallWindow::kSize + 1));
+    EXPECT_TRUE(window.giveBack(10 * CallWindow::kSize));
+    EXPECT_TRUE(window.take(CallWindow::kSize) && !window.take(1));
 }
 
 /** So many small one-way calls may wait. */
