@@ -119,6 +119,11 @@ TEST_F(StreamHandleTest, AddedAgainTakesANewQueueAndAFurtherPlace) {
     stream.handle.addTo(composite);
     EXPECT_EQ(stream.end.dataReadyBit, 1U << 1);
     EXPECT_FALSE(stream.handle.read());
+    Vek::Sensors::HidlWrapper::CompositeStream other{"other"};
+    stream.handle.addTo(other);
+    ASSERT_TRUE(stream.end.writeAndSignal(samples(2, 1)));
+    EXPECT_EQ(other.wait(), Vek::Sensors::WaitResult::DELIVERED);
+    EXPECT_TRUE(stream.end.takeReadDone()) << "where the stream is now";
 }
 
 TEST_F(StreamHandleTest, EmptyCallbackThrows) {

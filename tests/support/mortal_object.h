@@ -13,7 +13,7 @@ class MortalObject : public Interface {
 
     android::hardware::Return<bool> linkToDeath(const Recipient& linkedRecipient,
                                                 uint64_t cookie) override {
-        recipient = linkedRecipient;
+        recipient = cookie == 0 ? linkedRecipient : nullptr;
         return !isDead && cookie == 0;
     }
     android::hardware::Return<bool> unlinkToDeath(const Recipient& linkedRecipient) override {
