@@ -126,11 +126,6 @@ bool Peer::receive(Frame* frame) {
     return true;
 }
 
-bool Peer::hasMessage() const {
-    pollfd waiting{socket_.get(), POLLIN, 0};
-    return poll(&waiting, 1, 0) > 0;
-}
-
 bool Peer::isDropped() {
     char bytes[4096];
     pollfd waiting{socket_.get(), POLLIN, 0};

@@ -74,8 +74,6 @@ class Peer {
 
     /** @return false at the end of the connection */
     bool receive(Frame* frame);
-    /** Whether something has come that was not received. */
-    bool hasMessage() const;
     /** Whether the other side hangs up in time, whatever it sends before. */
     bool isDropped();
     /** Whether the other side has not hung up so far, with whatever it sends left unread. */
