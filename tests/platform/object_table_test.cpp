@@ -4,7 +4,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <future>
+#include <condition_variable>
+#include <mutex>
 
 #include "transport/BrokenPeer.h"
 #include "transport/Connection.h"
@@ -26,30 +27,44 @@ class Object : public BHwBinder {
     }
 };
 
+class Owner final : public Connection::Owner {
+  public:
+    void onEnd(const Connection*) override {
+        const std::lock_guard lock(mutex_);
+        hasEnded_ = true;
+        changed_.notify_one();
+    }
+    void onTooManyDescriptors() override {}
+    void awaitEnd() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return hasEnded_; });
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool hasEnded_ = false;
+};
+
 /** A connection whose peer is this process, too. */
-class ObjectTableTest : public testing::Test, private Connection::Owner {
+class ObjectTableTest : public testing::Test {
   protected:
     ObjectTableTest() {
         int ends[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
         peer_ = unique_fd(ends[1]);
         connection_ = Connection::start(unique_fd(ends[0]), {getpid(), geteuid(), getegid()},
-                                        new Object, *this);
+                                        new Object, owner_);
     }
     ~ObjectTableTest() override {
         peer_.reset();
-        end_.get_future().wait();
+        owner_.awaitEnd();
     }
 
+    Owner owner_;
     unique_fd peer_;
     std::shared_ptr<Connection> connection_;
     ObjectTable table_{new Object};
-
-  private:
-    void onEnd(const Connection*) override { end_.set_value(); }
-    void onTooManyDescriptors() override {}
-
-    std::promise<void> end_;
 };
 
 TEST_F(ObjectTableTest, ThePeerMaySendAsManyAsThereMayBeAndNoMore) {
