@@ -48,6 +48,8 @@ constexpr KindRow kKinds[] = {
      "has no images: none came in time"},
     {FaultKind::INVALID, "invalid", FaultTarget::FRAME_SETS, Value::NONE,
      "has no images: all came damaged"},
+    {FaultKind::REUSE, "reuse", FaultTarget::FRAME_SETS, Value::NONE,
+     "is drawn into the buffers of the last frame set, which a client may still hold"},
     {FaultKind::DISCONNECT, "disconnect", FaultTarget::CONTROLLER, Value::NONE, "is not connected"},
     {FaultKind::SLEEP, "sleep", FaultTarget::CONTROLLER, Value::NONE, "sleeps"},
     {FaultKind::FLAT, "flat", FaultTarget::CONTROLLER, Value::NONE, "has a flat battery"},

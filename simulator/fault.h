@@ -30,6 +30,7 @@ enum class FaultKind {
     // Of a stream of frame sets.
     NOT_RECEIVED,
     INVALID,
+    REUSE,
     // Of a controller.
     DISCONNECT,
     SLEEP,

@@ -228,6 +228,9 @@ StreamEffects Faults::onBatch(const std::string& stream, int process) {
             case FaultKind::INVALID:
                 effects.frameType = Hal::FrameType::INVALID;
                 break;
+            case FaultKind::REUSE:
+                effects.isBufferReused = true;
+                break;
             default:
                 break;
         }

@@ -38,6 +38,8 @@ struct StreamEffects {
     std::chrono::nanoseconds jump{0};
     /// Of the images of a frame set, in place of their own.
     std::optional<Hal::FrameType> frameType;
+    /// Its images are drawn over those of the last frame set.
+    bool isBufferReused = false;
 };
 
 struct ControllerEffects {
@@ -45,6 +47,8 @@ struct ControllerEffects {
     bool isAsleep = false;
     bool isFlat = false;
     bool isOutOfReach = false;
+
+    bool isCutOff() const { return isDisconnected || isAsleep || isOutOfReach; }
 };
 
 /// Threading: every method may be called from any thread.

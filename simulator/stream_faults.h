@@ -44,7 +44,7 @@ class StreamFaults {
     using Time = std::chrono::steady_clock::time_point;
 
     /// Whether delayed records are left, or one is being repeated.
-    bool isBusy() const { return !delayed_.empty() || stuck_ || wrapOffset_; }
+    bool isBusy() const { return !delayed_.empty() || stuck_ || sequenceOffset_; }
 
     /// @param isKept asked for each record, counted from 1
     /// @return the batches that are to be written now, none of them empty
@@ -58,8 +58,9 @@ class StreamFaults {
 
     std::deque<std::pair<Time, Records>> delayed_;
     std::optional<Record> stuck_;
-    /// Added to sequence numbers and clocks that wrap.
-    std::optional<uint64_t> wrapOffset_;
+    // Added to numbers that wrap.
+    std::optional<uint64_t> sequenceOffset_;
+    std::optional<uint64_t> clockOffset_;
     uint64_t records_ = 0;
 };
 
@@ -74,7 +75,8 @@ auto StreamFaults<Record>::apply(const StreamEffects& effects, Records records, 
         stuck_.reset();
     }
     if (!effects.isWrapped) {
-        wrapOffset_.reset();
+        sequenceOffset_.reset();
+        clockOffset_.reset();
     }
     for (Record& record : records) {
         spoil(effects, &record);
@@ -134,13 +136,19 @@ void StreamFaults<Record>::spoil(const StreamEffects& effects, Record* record) {
 /// Chosen so that the first of these records is the hundredth before the wrap.
 template <typename Record>
 void StreamFaults<Record>::shiftNumbers(Record* record) {
-    constexpr uint64_t kBeforeWrap = 100;
+    constexpr uint64_t kBeforeWrap = 100;           // records
+    constexpr uint64_t kClockBeforeWrap = 200'000;  // us, at 500 Hz
+    const auto shift = [](std::optional<uint64_t>* offset, uint64_t left, auto* value) {
+        *offset = *offset ? **offset : uint64_t{0} - *value - left;
+        *value = static_cast<std::decay_t<decltype(*value)>>(*value + **offset);
+    };
     eachNumber("", *record, [&](std::string_view name, auto& value) {
         using Number = std::decay_t<decltype(value)>;
         if constexpr (std::is_unsigned_v<Number> && sizeof(Number) >= sizeof(uint32_t)) {
-            if (name == "sequence" || name == "controllerTime") {
-                wrapOffset_ = wrapOffset_ ? *wrapOffset_ : uint64_t{0} - value - kBeforeWrap;
-                value = static_cast<Number>(value + *wrapOffset_);
+            if (name == "sequence") {
+                shift(&sequenceOffset_, kBeforeWrap, &value);
+            } else if (name == "controllerTime") {
+                shift(&clockOffset_, kClockBeforeWrap, &value);
             }
         }
     });

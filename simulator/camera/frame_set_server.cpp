@@ -243,21 +243,19 @@ void FrameSetServer::deliver(const Batch& batch) {
 }
 
 void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
-    std::vector<std::pair<ClientPointer, StreamEffects>> started;
-    std::chrono::nanoseconds delay{0};
+    std::vector<std::pair<ClientPointer, StreamEffects>> recipients;
     {
         const std::lock_guard lock{mutex_};
-        for (const ClientPointer& client : clients_) {
-            if (client->isStarted) {
-                started.emplace_back(client, faults_->onBatch(plan_.name, client->process));
-                delay = std::max(delay, started.back().second.delay);
-            }
-        }
+        recipients.swap(recipients_);
+    }
+    std::chrono::nanoseconds delay{0};
+    for (const auto& [client, effects] : recipients) {
+        delay = std::max(delay, effects.delay);
     }
     // Of one, of all: there is one set of images.
     std::this_thread::sleep_for(delay);
     const std::lock_guard lock{mutex_};
-    for (const auto& [client, effects] : started) {
+    for (const auto& [client, effects] : recipients) {
         const bool isLost = effects.isStopped ||
                             (effects.dropShare > 0 &&
                              faults_->chance(plan_.name, frameSet.sequence) < effects.dropShare);
@@ -281,7 +279,7 @@ void FrameSetServer::play(Hal::FrameSet frameSet) {
         for (const ClientPointer& client : clients_) {
             client->collect();
         }
-        buffer = freeBufferLocked();
+        buffer = takeBufferLocked();
     }
     const ImageGeometry geometry = geometryOf(plan_, Hal::Resolution::FULL);
     frameSet.numFrames = std::min(frameSet.numFrames, static_cast<uint32_t>(plan_.cameras.size()));
@@ -374,7 +372,7 @@ bool FrameSetServer::beginLocked(const Batch& batch, Hal::FrameSet* frameSet) {
     const auto cameras = static_cast<uint32_t>(plan_.cameras.size());
     const std::vector<Hal::ExposureGain> exposures =
         exposure_.next(cameras, source_->brightness(worldTimeOf(batch)));
-    const uint32_t buffer = freeBufferLocked();
+    const uint32_t buffer = takeBufferLocked();
     frameSet->timestamp = timestamp;
     frameSet->sequence = nextSequence_++;
     frameSet->frameType = plan_.frameType;
@@ -399,6 +397,20 @@ bool FrameSetServer::beginLocked(const Batch& batch, Hal::FrameSet* frameSet) {
         frame.temperature = 36.5F;
     }
     return true;
+}
+
+/// Where the images of the next frame set are drawn, and for whom.
+uint32_t FrameSetServer::takeBufferLocked() {
+    bool isReused = false;
+    recipients_.clear();
+    for (const ClientPointer& client : clients_) {
+        if (client->isStarted) {
+            recipients_.emplace_back(client, faults_->onBatch(plan_.name, client->process));
+            isReused = isReused || recipients_.back().second.isBufferReused;
+        }
+    }
+    lastBuffer_ = isReused ? lastBuffer_ : freeBufferLocked();
+    return lastBuffer_;
 }
 
 /// The lowest, so that the others' memory is not used before it has to be.

@@ -105,6 +105,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     void deliver(const Batch& batch);
     bool isTooSoonLocked(const Batch& batch);
     bool beginLocked(const Batch& batch, Hal::FrameSet* frameSet);
+    uint32_t takeBufferLocked();
     uint32_t freeBufferLocked() const;
     void draw(const Batch& batch, Hal::FrameSet* frameSet);
     std::chrono::nanoseconds exposureToArrival() const;
@@ -138,6 +139,9 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     Mux nextMux_;
     uint32_t nextSequence_ = 0;
     WorldClock::Time lastFrameSet_;
+    uint32_t lastBuffer_ = 0;
+    /// Whom the frame set in the making is for, and which faults it has for each of them.
+    std::vector<std::pair<ClientPointer, StreamEffects>> recipients_;
     uint64_t tooSoon_ = 0;
     std::atomic<bool> isEnding_{false};
     Sampler sampler_;  // the last: its thread uses all of the others

@@ -128,13 +128,17 @@ bool ControllerDevice::wake(Time now) {
 void ControllerDevice::suffer(const ControllerEffects& effects, Time now) {
     const bool wasAway = effects_.isDisconnected || effects_.isAsleep;
     isChanged_ = isChanged_ || effects.isFlat != effects_.isFlat;
+    if (recorded_) {
+        isChanged_ = isChanged_ || effects.isDisconnected != effects_.isDisconnected ||
+                     effects.isAsleep != effects_.isAsleep;
+        effects_ = effects;
+        return;
+    }
     effects_ = effects;
     if (!isPaired_) {
         return;
     }
-    const ControllerConnection forced = effects.isDisconnected ? ControllerConnection::DISCONNECTED
-                                        : effects.isAsleep     ? ControllerConnection::ASLEEP
-                                                               : connection_;
+    const ControllerConnection forced = afflicted(connection_);
     if (forced != connection_) {
         connection_ = forced;
         haptics.stop(now);
@@ -142,6 +146,12 @@ void ControllerDevice::suffer(const ControllerEffects& effects, Time now) {
     } else if (wasAway && !effects.isDisconnected && !effects.isAsleep) {
         connect(now);
     }
+}
+
+ControllerConnection ControllerDevice::afflicted(ControllerConnection connection) const {
+    return effects_.isDisconnected ? ControllerConnection::DISCONNECTED
+           : effects_.isAsleep     ? ControllerConnection::ASLEEP
+                                   : connection;
 }
 
 void ControllerDevice::advance(Time now) {
@@ -171,7 +181,10 @@ void ControllerDevice::setRecorded(const Hal::PairedControllerInfo& info) {
 
 Hal::PairedControllerInfo ControllerDevice::info() const {
     if (recorded_) {
-        return *recorded_;
+        Hal::PairedControllerInfo info = *recorded_;
+        info.connection = afflicted(info.connection);
+        info.batteryLevel = effects_.isFlat ? 0 : info.batteryLevel;
+        return info;
     }
     Hal::PairedControllerInfo info{};
     info.type = identity_.type;

@@ -41,9 +41,11 @@ class ControllerDevice {
     const ControllerIdentity& identity() const { return identity_; }
     bool isPaired() const { return isPaired_; }
     bool isConnected() const { return connection_ == Hal::ControllerConnection::CONNECTED; }
+    /// A fault keeps its samples from coming in.
+    bool isCutOff() const { return effects_.isCutOff(); }
     Hal::ControllerConnection connection() const { return connection_; }
     /// Its samples come in.
-    bool isSampled() const { return isConnected() && !isUpdating_ && !effects_.isOutOfReach; }
+    bool isSampled() const { return isConnected() && !isUpdating_ && !isCutOff(); }
     bool has(Hal::ControllerFeature feature) const {
         return (identity_.features & maskOf(feature)) != 0;
     }
@@ -70,7 +72,7 @@ class ControllerDevice {
     /// In degrees Celsius.
     double temperature() const { return temperature_; }
 
-    /// From now on its state is what was recorded; commands do not change it.
+    /// From now on its state is what was recorded; only faults change it, commands do not.
     void setRecorded(const Hal::PairedControllerInfo& info);
 
     Hal::PairedControllerInfo info() const;
@@ -98,6 +100,8 @@ class ControllerDevice {
 
   private:
     void connect(Time now);
+    /// What the faults make of a connection.
+    Hal::ControllerConnection afflicted(Hal::ControllerConnection connection) const;
 
     const ControllerIdentity identity_;
     bool isPaired_;

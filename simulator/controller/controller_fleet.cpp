@@ -121,19 +121,20 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
         devices_.push_back(makeHandheld(0x5A'00'00'00'00'01, Hand::kLeft, world));
         devices_.push_back(makeHandheld(0x5A'00'00'00'00'02, Hand::kRight, world));
         devices_.push_back(makeStylus(0x5A'00'00'00'00'03, world));
-        for (const ControllerDevice& device : devices_) {
-            faults_->addTarget(FaultTarget::CONTROLLER, device.identity().name);
-        }
     }
     streams_.onChange([clock = clock_] { clock->settle(); });
-    inputSampler_.setBatchLimit(1);
+    begin();
 }
 
 ControllerFleet::ControllerFleet(const std::shared_ptr<Faults>& faults,
                                  std::shared_ptr<WorldClock> clock,
                                  std::vector<ControllerDevice> devices)
     : ControllerFleet(ControllerSettings{}, faults, std::move(clock), false) {
-    devices_ = std::move(devices);
+    {
+        const std::lock_guard lock{mutex_};
+        devices_ = std::move(devices);
+    }
+    begin();
 }
 
 ControllerFleet::ControllerFleet(const ControllerSettings& settings,
@@ -148,6 +149,16 @@ ControllerFleet::ControllerFleet(const ControllerSettings& settings,
       inputSampler_(
           kInputPlan, clock_, [this](const Batch& batch) { takeInputs(batch); },
           Sampler::Role::FOLLOWS) {}
+
+void ControllerFleet::begin() {
+    {
+        const std::lock_guard lock{mutex_};
+        for (const ControllerDevice& device : devices_) {
+            faults_->addTarget(FaultTarget::CONTROLLER, device.identity().name);
+        }
+    }
+    inputSampler_.setBatchLimit(1);
+}
 
 ControllerDevice* ControllerFleet::findLocked(Hal::ControllerAddr address) {
     const auto found = std::find_if(devices_.begin(), devices_.end(), [&](const auto& device) {
@@ -336,10 +347,11 @@ std::function<bool(int process)> ControllerFleet::listenersOf(
 
 void ControllerFleet::play(const Hal::PairedControllerInfo& info) {
     const std::lock_guard lock{mutex_};
-    if (ControllerDevice* const device = findPairedLocked(info.address)) {
+    ControllerDevice* const device = findPairedLocked(info.address);
+    if (device != nullptr) {
         device->setRecorded(info);
     }
-    streams_.stateChanges->write({info});
+    streams_.stateChanges->write({device == nullptr ? info : device->info()});
 }
 
 bool ControllerFleet::isOn(Hal::ControllerAddr controller, Switches switches) const {
@@ -398,6 +410,15 @@ void ControllerFleet::takeImuSamples(const Batch& batch) {
 void ControllerFleet::takeInputs(const Batch& batch) {
     const Time now = batch.arrival;
     const SampleInstant instant = instantOf(batch, 0);
+    if (!isSampled_) {
+        // There is nothing to take, but faults come and go.
+        const std::lock_guard lock{mutex_};
+        for (ControllerDevice& device : devices_) {
+            device.suffer(faults_->onController(device.identity().name), now);
+        }
+        publishLocked();
+        return;
+    }
     if (clock_->isPacedByClients() && !streams_.awaitRoom(kMostDevices)) {
         return;
     }

@@ -108,12 +108,15 @@ class ControllerFleet {
 
     using Switches = std::set<uint64_t> StreamingListener::*;
 
-    /// Writes a record to those who have it on for its controller.
+    /// Writes a record to those who have it on for its controller, unless a fault keeps it back.
     template <typename Record>
     void play(const ControllerStreams::Stream<Record>& stream, const Record& record,
               Hal::ControllerAddr controller, Switches switches) {
         const std::lock_guard lock{mutex_};
-        stream->write({record}, listenersOf(switches, controller));
+        const ControllerDevice* const device = findLocked(controller);
+        if (device == nullptr || !device->isCutOff()) {
+            stream->write({record}, listenersOf(switches, controller));
+        }
     }
     /// Writes a state, which the controller then has.
     void play(const Hal::PairedControllerInfo& info);
@@ -133,6 +136,8 @@ class ControllerFleet {
     ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
                     std::shared_ptr<WorldClock> clock, bool isSampled);
 
+    /// Once it is known which controllers there are.
+    void begin();
     void takeInputs(const Batch& batch);
     void takeImuSamples(const Batch& batch);
     void writeInputsLocked(ControllerDevice* device, SampleInstant instant);

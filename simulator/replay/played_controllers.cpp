@@ -1,6 +1,8 @@
 // Each controller has a player of its own in each stream, so that it begins when it is switched on.
 #include "replay/played_controllers.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <map>
 #include <mutex>
@@ -98,6 +100,13 @@ std::vector<uint64_t> addressesIn(const Playback& playback) {
     return {addresses.begin(), addresses.end()};
 }
 
+/// As faults know it.
+std::string nameOf(const Hal::PairedControllerInfo& info) {
+    const auto* const begin = info.name.data();
+    const std::string name(begin, std::find(begin, begin + info.name.size(), 0));
+    return name.empty() ? fmt::format("controller-{:x}", info.address.address) : name;
+}
+
 /// Each in its first recorded state, or connected if none was recorded.
 std::vector<ControllerDevice> devicesOf(const Playback& playback,
                                         const std::vector<uint64_t>& addresses) {
@@ -118,7 +127,8 @@ std::vector<ControllerDevice> devicesOf(const Playback& playback,
         unknown.features = maskOf(Hal::ControllerFeature::INPUT_ADC);
         const Hal::PairedControllerInfo& info = states.emplace(address, unknown).first->second;
         devices.emplace_back(
-            ControllerIdentity{info.address, info.type, info.hand, "", "", "", {}, info.features},
+            ControllerIdentity{
+                info.address, info.type, info.hand, nameOf(info), "", "", {}, info.features},
             ControllerModel(info.address, "recorded controller", {}, world), true);
         devices.back().setRecorded(info);
     }
