@@ -181,8 +181,7 @@ Writer::Writer(fs::path directory, Plan plan, bool isReplacing)
     }
     if (!isReplacing) {
         throw Error(directory_.string() +
-                    ": is not empty; a recording in it is only replaced if "
-                    "that is asked for");
+                    ": is not empty; a recording in it is replaced with --force only");
     }
     if (!isRecording(directory_)) {
         throw Error(directory_.string() + ": has other files than a recording: it is not replaced");

@@ -78,6 +78,11 @@ size_t chooseName(const std::vector<std::string>& names, const std::string& want
 
 std::string nearestName(const std::vector<std::string>& names, const std::string& word) {
     std::string nearest;
+    for (const std::string& name : names) {
+        if (name.find(word) == 0) {
+            return name;
+        }
+    }
     // More than half of it changed is another word.
     size_t least = word.size() / 2 + 1;
     for (const std::string& name : names) {

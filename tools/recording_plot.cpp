@@ -375,7 +375,12 @@ std::vector<Diagrams> readStreams(const Recording::Reader& recording, const Plot
 void draw(const std::string& script) {
     // Without gnuplot there is nobody to read the script.
     std::signal(SIGPIPE, SIG_IGN);
-    std::FILE* const gnuplot = popen("gnuplot", "we");
+    // It warns of what is no fault, such as a signal that does not change.
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> messages(std::tmpfile(), std::fclose);
+    std::FILE* const gnuplot =
+        messages == nullptr
+            ? nullptr
+            : popen(fmt::format("gnuplot 2>/dev/fd/{}", fileno(messages.get())).c_str(), "we");
     if (gnuplot == nullptr) {
         throw Failure(ExitCode::FAILED, "gnuplot cannot be started");
     }
@@ -386,7 +391,10 @@ void draw(const std::string& script) {
         throw Failure(ExitCode::FAILED, "gnuplot is not installed: the package gnuplot-nox has it");
     }
     if (!isTaken || status != 0) {
-        throw Failure(ExitCode::FAILED, "gnuplot failed; its messages are above");
+        std::string text(4096, '\0');
+        std::rewind(messages.get());
+        text.resize(std::fread(text.data(), 1, text.size(), messages.get()));
+        throw Failure(ExitCode::FAILED, "gnuplot failed: " + printable(text));
     }
 }
 

@@ -1,6 +1,8 @@
 // Each stream of cameras is planned as its recording shows it.
 #include "replay/played_cameras.h"
 
+#include <log/log.h>
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -112,9 +114,15 @@ PlayedCameras::PlayedCameras(const Playback& playback)
                                      : playback_.find(kind.stream) != nullptr) {
             ofStream = camerasOf(recording, kind);
         }
-        if (const auto image = firstImage(recording, ofStream)) {
+        if (ofStream.empty()) {
+            continue;
+        }
+        const auto image = firstImage(recording, ofStream);
+        if (image) {
             plans.push_back(planOf(kind, ofStream, *image));
             cameras.push_back(ofStream);
+        } else {
+            ALOGW("%s: no image was recorded: the stream is absent", kind.stream);
         }
     }
     devices_ = std::make_unique<CameraDevices>(plans, images_, playback_.faults,

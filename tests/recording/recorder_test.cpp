@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 #include <numeric>
 
 #include "recording/recorder.h"
@@ -134,6 +135,37 @@ TEST_F(RecorderTest, EverythingThatCameIsThereInOrder) {
     EXPECT_THAT(euroc.cells(), testing::ElementsAre("1", "4", "5", "6.5", "1", "2", "3"));
 }
 
+TEST_F(RecorderTest, EurocFilesOfTheSensorsSayHowTheyAreCalibrated) {
+    CameraCalibration calibration{
+        50, 60, {30.5, 31, 25, 29.5}, "equidistant", {0.1, -0.02, 3e-3, 4e-4}, {}};
+    // Turned about x, and beside the IMU.
+    calibration.cameraToImu = {1, 0, 0, 0.03, 0, 0, -1, -0.01, 0, 1, 0, 0.002, 0, 0, 0, 1};
+    Plan plan = planOfTwoStreams();
+    plan.cameras[1].calibration = calibration;
+    plan.cameras[1].deviceCalibration =
+        R"({"imu":{"gyroscopeNoiseDensity":1.5e-4,"gyroscopeRandomWalk":2e-5,)"
+        R"("accelerometerNoiseDensity":2e-3,"accelerometerRandomWalk":3e-3}})";
+    Recorder recorder(std::make_unique<Writer>(path_, plan, false), {});
+    add(recorder, 1, 2);
+    EXPECT_TRUE(recorder.finish({}, {}));
+    EXPECT_FALSE(readCameraYaml(path_ / "mav0/cam0/sensor.yaml").calibration);
+    const auto read = readCameraYaml(path_ / "mav0/cam1/sensor.yaml").calibration;
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->width, calibration.width);
+    EXPECT_EQ(read->height, calibration.height);
+    EXPECT_EQ(read->intrinsics, calibration.intrinsics);
+    EXPECT_EQ(read->distortionModel, calibration.distortionModel);
+    EXPECT_EQ(read->distortion, calibration.distortion);
+    EXPECT_EQ(read->cameraToImu, calibration.cameraToImu);
+    std::ifstream imu(path_ / "mav0/imu0/sensor.yaml");
+    const std::string text(std::istreambuf_iterator<char>(imu), {});
+    for (const char* const line :
+         {"gyroscope_noise_density: 0.00015 ", "gyroscope_random_walk: 2e-05 ",
+          "accelerometer_noise_density: 0.002 ", "accelerometer_random_walk: 0.003 "}) {
+        EXPECT_THAT(text, HasSubstr(line));
+    }
+}
+
 TEST_F(RecorderTest, FrameSetsWithoutRoomAreLeftOutWholeAndCounted) {
     auto recorder = start({Compression::FAST, {}, 50 * 60 * 2 * 3, 0});
     add(*recorder, 1, 10);
@@ -162,7 +194,8 @@ TEST_F(RecorderTest, WhatIsThereIsReplacedOnlyByARecording) {
     auto recorder = start();
     add(*recorder, 1, 1);
     recorder->finish({}, {});
-    EXPECT_THAT(errorOf([this] { start(); }), HasSubstr("walk: is not empty"));
+    EXPECT_THAT(errorOf([this] { start(); }),
+                HasSubstr("walk: is not empty; a recording in it is replaced with --force"));
 
     start({}, true)->finish({}, {});
     EXPECT_EQ(readFrameSets(), upTo(1));

@@ -4,8 +4,10 @@
 
 #include <vector>
 
+#include "controller/controller_device.h"
 #include "recording/temporary_directory.h"
 #include "replay/playback.h"
+#include "replay/played_cameras.h"
 #include "replay/recorded_images.h"
 #include "replay/recorded_stream.h"
 
@@ -81,6 +83,37 @@ TEST_F(ReplayTest, SecondPassCountsOnAndSaysThatItIsDiscontinuous) {
     EXPECT_EQ(played[0].timestamp, playback.timeline->clock().start().time_since_epoch().count());
     EXPECT_EQ(played[1].timestamp - played[0].timestamp, 3);
     EXPECT_GT(played[2].timestamp, played[1].timestamp);
+}
+
+TEST_F(ReplayTest, CamerasWithoutAnyImageAreAbsent) {
+    directory_.write("mav0/imu0/data.csv", std::string(kImuTitles) + "5,1,1,1,1,1,1\n");
+    directory_.write("mav0/cam0/data.csv", "#timestamp [ns],filename\n");
+    EXPECT_THAT(PlayedCameras(open()).summary(), ::testing::IsEmpty());
+}
+
+TEST_F(ReplayTest, FaultsOfAControllerActOnWhatWasRecorded) {
+    Hal::PairedControllerInfo recorded{};
+    recorded.connection = Hal::ControllerConnection::CONNECTED;
+    recorded.batteryLevel = 70;
+    ControllerDevice device(
+        {}, ControllerModel({}, "", {}, std::make_shared<World>(WorldSettings{})), true);
+    device.setRecorded(recorded);
+    const auto suffer = [&](ControllerEffects effects) {
+        device.suffer(effects, {});
+        EXPECT_EQ(device.isCutOff(), effects.isCutOff());
+        return device.info();
+    };
+    using Connection = Hal::ControllerConnection;
+    EXPECT_EQ(suffer({true, false, false, false}).connection, Connection::DISCONNECTED);
+    EXPECT_TRUE(device.takeChange());
+    // It lasts, whatever was recorded meanwhile.
+    device.setRecorded(recorded);
+    EXPECT_EQ(device.info().connection, Connection::DISCONNECTED);
+    EXPECT_EQ(suffer({false, true, false, false}).connection, Connection::ASLEEP);
+    EXPECT_EQ(suffer({false, false, true, false}).batteryLevel, 0);
+    EXPECT_TRUE(device.takeChange());
+    EXPECT_EQ(suffer({false, false, false, true}).connection, Connection::CONNECTED);
+    EXPECT_EQ(toString(suffer({})), toString(recorded));
 }
 
 TEST_F(ReplayTest, WrongImageIsNone) {

@@ -87,6 +87,7 @@ TEST(NamesTest, MayBeShortenedToWhatIsUnambiguousInAnyCase) {
               "there is no paired controller 'a', nor any other");
     EXPECT_EQ(nearestName({"list", "leds", "monitor"}, "lst"), "list");
     EXPECT_EQ(nearestName({"list", "leds", "monitor"}, "montior"), "monitor");
+    EXPECT_EQ(nearestName({"list", "leds", "monitor"}, "mon"), "monitor");
     EXPECT_EQ(nearestName({"list", "leds", "monitor"}, "xyzzy"), "");
 }
 
