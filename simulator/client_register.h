@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "client_identity.h"
+#include "refusal.h"
 
 namespace Simulator {
 
@@ -51,10 +52,10 @@ class ClientRegister : public virtual android::RefBase {
     explicit ClientRegister(size_t maxClients = kMaxClients) : maxClients_(maxClients) {}
 
     /// Makes the client known, its death linked.
-    /// @param admit called under the lock before that; returns why the client is refused, or null
-    /// @return why it is not possible; null if it was
+    /// @param admit called under the lock before that; returns whether and why it refuses the
+    /// client
     template <typename Admit>
-    const char* enrol(const ClientPointer& client, const Admit& admit);
+    Refusal enrol(const ClientPointer& client, const Admit& admit);
 
     /// @return null if it is not known
     ClientPointer findLocked(const ClientIdentity& identity) const {
@@ -117,9 +118,9 @@ class ClientRegister : public virtual android::RefBase {
 
 template <typename Client>
 template <typename Admit>
-const char* ClientRegister<Client>::enrol(const ClientPointer& client, const Admit& admit) {
+Refusal ClientRegister<Client>::enrol(const ClientPointer& client, const Admit& admit) {
     if (client->identity == nullptr) {
-        return "it does not say which client it is";
+        return Refusal::NO_IDENTITY;
     }
     client->deathRecipient = new ClientDeathRecipient(
         [server = android::wp<ClientRegister>(this), dead = std::weak_ptr<Client>(client)] {
@@ -129,11 +130,11 @@ const char* ClientRegister<Client>::enrol(const ClientPointer& client, const Adm
         });
     {
         const std::lock_guard lock{mutex_};
-        if (const char* const problem = admit()) {
-            return problem;
+        if (const Refusal refusal = admit(); refusal != Refusal::NONE) {
+            return refusal;
         }
         if (isFullLocked(client->process)) {
-            return "there are too many clients";
+            return Refusal::TOO_MANY_CLIENTS;
         }
         clients_.push_back(client);
     }
@@ -141,9 +142,9 @@ const char* ClientRegister<Client>::enrol(const ClientPointer& client, const Adm
     if (!client->identity->linkToDeath(client->deathRecipient, 0).withDefault(false)) {
         const std::lock_guard lock{mutex_};
         removeLocked(client);
-        return "it is dead";
+        return Refusal::DEAD;
     }
-    return nullptr;
+    return Refusal::NONE;
 }
 
 template <typename Client>

@@ -12,6 +12,7 @@
 #include "discontinuity.h"
 #include "event_flag.h"
 #include "hal.h"
+#include "refusal.h"
 
 namespace Simulator {
 
@@ -26,29 +27,29 @@ class ClientStream {
 
     static constexpr size_t kMaxCapacity = 65'536;
 
-    /// Maps what the client sent. Ask problem() before anything else.
+    /// Maps what the client sent. Ask refusal() before anything else.
     ClientStream(const typename Queue::Descriptor& queue, const Hal::FmqConfig& config)
         : queue_(queue),
           eventFlag_(mapEventFlag(config.eventFlag)),
           readNotifyBit_(config.readNotifyBit),
           dataReadyBit_(config.dataReadyBit) {}
 
-    /// What is wrong with what the client sent; null if nothing is.
-    const char* problem() const {
+    /// What is wrong with what the client sent.
+    Refusal refusal() const {
         if (!queue_.isValid()) {
-            return "its queue cannot be mapped";
+            return Refusal::QUEUE_NOT_MAPPED;
         }
         if (capacity() == 0 || capacity() > kMaxCapacity) {
-            return "its queue is empty or too large";
+            return Refusal::QUEUE_SIZE;
         }
         if (eventFlag_ == nullptr) {
-            return "its event flag cannot be mapped";
+            return Refusal::EVENT_FLAG_NOT_MAPPED;
         }
         if (!isOneBit(readNotifyBit_) || !isOneBit(dataReadyBit_) ||
             readNotifyBit_ == dataReadyBit_) {
-            return "its event-flag bits are not two single bits";
+            return Refusal::EVENT_FLAG_BITS;
         }
-        return nullptr;
+        return Refusal::NONE;
     }
 
     /// In records.

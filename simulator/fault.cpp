@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "calls.h"
+#include "recording/enum_names.h"
 
 namespace Simulator {
 namespace {
@@ -65,15 +66,16 @@ const KindRow& rowOf(FaultKind kind) {
 constexpr Hal::Result kErrors[] = {Hal::Result::FAILURE, Hal::Result::BAD_STATE,
                                    Hal::Result::IGNORED};
 
-const char* nameOf(FaultTarget target) {
-    constexpr const char* kNames[] = {"CALL", "STREAM", "STREAM", "CAMERAS", "CONTROLLER"};
-    return kNames[static_cast<size_t>(target)];
-}
-
-const char* nameOf(Value value) {
-    constexpr const char* kNames[] = {"", "RESULT", "TIME", "NUMBER", "SHARE"};
-    return kNames[static_cast<size_t>(value)];
-}
+constexpr Recording::Named<FaultTarget> kTargets[] = {{FaultTarget::CALL, "CALL"},
+                                                      {FaultTarget::STREAM, "STREAM"},
+                                                      {FaultTarget::SAMPLES, "STREAM"},
+                                                      {FaultTarget::FRAME_SETS, "CAMERAS"},
+                                                      {FaultTarget::CONTROLLER, "CONTROLLER"}};
+constexpr Recording::Named<Value> kValues[] = {{Value::NONE, ""},
+                                               {Value::RESULT, "RESULT"},
+                                               {Value::TIME, "TIME"},
+                                               {Value::NUMBER, "NUMBER"},
+                                               {Value::SHARE, "SHARE"}};
 
 /// @return none if it is not all of a finite number
 std::optional<double> parseNumber(const std::string& text) {
@@ -201,7 +203,7 @@ std::optional<Fault> parseFault(const std::vector<std::string>& words, std::stri
     if (row->value != Value::NONE &&
         (words.size() < 3 || !parseValue(row->value, words[2], &fault))) {
         *error = fmt::format("'{}' of '{}' is no {}", words.size() < 3 ? "" : words[2], row->name,
-                             nameOf(row->value));
+                             Recording::nameIn(kValues, row->value));
         return std::nullopt;
     }
     for (size_t i = options; i < words.size(); ++i) {
@@ -241,9 +243,11 @@ std::string toText(const Fault& fault) {
 std::vector<std::string> describeFaultKinds() {
     std::vector<std::string> lines;
     for (const KindRow& row : kKinds) {
-        lines.push_back(fmt::format(
-            "{:<34} {}", fmt::format("{} {} {}", row.name, nameOf(row.target), nameOf(row.value)),
-            row.effect));
+        lines.push_back(
+            fmt::format("{:<34} {}",
+                        fmt::format("{} {} {}", row.name, Recording::nameIn(kTargets, row.target),
+                                    Recording::nameIn(kValues, row.value)),
+                        row.effect));
     }
     return lines;
 }

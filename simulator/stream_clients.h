@@ -36,7 +36,7 @@ struct StreamClient : StreamingParty {
                  const Hal::FmqConfig& config)
         : StreamingParty(client), stream(queue, config) {}
 
-    const char* problem() const { return stream.problem(); }
+    Refusal refusal() const { return stream.refusal(); }
 
     ClientStream<Record> stream;
     StreamFaults<Record> faults;

@@ -11,8 +11,8 @@
 
 namespace Simulator {
 
-/// What every server of a stream keeps of a client. Those that derive from it have a `problem()`:
-/// why the stream cannot be, null if it can.
+/// What every server of a stream keeps of a client. Those that derive from it have a `refusal()`
+/// of the stream.
 struct StreamingParty : RegisteredClient {
     using RegisteredClient::RegisteredClient;
 
@@ -66,25 +66,25 @@ class StreamRegister : public ClientRegister<Client> {
 template <typename Client>
 bool StreamRegister<Client>::takeIn(const ClientPointer& client) {
     ClientPointer former;
-    const char* problem = client->problem();
-    if (problem == nullptr) {
-        problem = this->enrol(client, [&]() -> const char* {
+    Refusal refusal = client->refusal();
+    if (refusal == Refusal::NONE) {
+        refusal = this->enrol(client, [&] {
             former = this->findLocked(client->identity);
             if (this->removeLocked(former)) {
                 onReplaceLocked(*former, *client);
             } else {
                 former = makeRoomLocked(client->process);
             }
-            return nullptr;
+            return Refusal::NONE;
         });
     }
     if (former != nullptr) {
         this->release(former, "gives way to another queue");
     }
-    if (problem != nullptr) {
-        ALOGW("%s: refused %s: %s", name_.c_str(), client->name.c_str(), problem);
+    if (refusal != Refusal::NONE) {
+        ALOGW("%s: refused %s: %s", name_.c_str(), client->name.c_str(), textOf(refusal).c_str());
     }
-    return problem == nullptr;
+    return refusal == Refusal::NONE;
 }
 
 template <typename Client>

@@ -38,11 +38,11 @@ FrameSetClient::FrameSetClient(const ClientIdentity& client, const Queue::Descri
     recycleConfig_.dataReadyBit = kHandedBackBit;
 }
 
-const char* FrameSetClient::problem() const {
+Refusal FrameSetClient::refusal() const {
     if (!recycleQueue_.isValid() || recycleConfig_.eventFlag == nullptr) {
-        return "there is no memory for its recycle queue";
+        return Refusal::NO_MEMORY;
     }
-    return stream_.problem();
+    return stream_.refusal();
 }
 
 bool FrameSetClient::offer(const Hal::FrameSet& frameSet) {

@@ -38,7 +38,7 @@ class FrameSetClient : public StreamingParty {
                    const Hal::FmqConfig& config);
 
     /// What is wrong with what the client sent, or what there is no memory for; null if nothing is.
-    const char* problem() const;
+    Refusal refusal() const;
 
     /// For the client: the way back.
     const Queue::Descriptor& recycleQueue() const { return *recycleQueue_.getDesc(); }

@@ -104,27 +104,26 @@ PoseCounts PoseSender::counts() const {
 }
 
 Result PoseReceiver::prepare(const ClientIdentity& identity, std::shared_ptr<PoseSender>* sender) {
-    constexpr const char* kHasOne = "it has its queue already";
     const auto made = std::make_shared<PoseSender>(identity, fleet_);
-    const char* problem = made->problem();
+    Refusal refusal = made->refusal();
     ClientPointer former;
     // Before its death can end the reading.
-    if (problem == nullptr && !made->beginReading()) {
-        problem = "there is no thread for its queue";
+    if (refusal == Refusal::NONE && !made->beginReading()) {
+        refusal = Refusal::NO_THREAD;
     }
-    if (problem == nullptr) {
-        problem = enrol(made, [&] {
+    if (refusal == Refusal::NONE) {
+        refusal = enrol(made, [&] {
             const bool hasOne = findLocked(identity) != nullptr;
             former = hasOne ? nullptr : makeRoomLocked(made->process);
-            return hasOne ? kHasOne : nullptr;
+            return hasOne ? Refusal::IS_KNOWN : Refusal::NONE;
         });
     }
     if (former != nullptr) {
         release(former, "gives way to another queue");
     }
-    if (problem != nullptr) {
-        ALOGW("poses: refused %s: %s", made->name.c_str(), problem);
-        return problem == kHasOne ? Result::BAD_STATE : Result::FAILURE;
+    if (refusal != Refusal::NONE) {
+        ALOGW("poses: refused %s: %s", made->name.c_str(), textOf(refusal).c_str());
+        return refusal == Refusal::IS_KNOWN ? Result::BAD_STATE : Result::FAILURE;
     }
     ALOGI("poses: %s has a queue of %zu poses", made->name.c_str(), kCapacity);
     *sender = made;

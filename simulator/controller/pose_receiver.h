@@ -27,9 +27,8 @@ class PoseSender : public StreamingParty {
     PoseSender(const PoseSender&) = delete;
     PoseSender& operator=(const PoseSender&) = delete;
 
-    const char* problem() const {
-        return queue_.isValid() && eventFlag_ != nullptr ? nullptr
-                                                         : "there is no memory for its queue";
+    Refusal refusal() const {
+        return queue_.isValid() && eventFlag_ != nullptr ? Refusal::NONE : Refusal::NO_MEMORY;
     }
     const Queue::Descriptor& queue() const { return *queue_.getDesc(); }
     const Hal::FmqConfig& config() const { return config_; }

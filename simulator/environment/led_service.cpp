@@ -147,25 +147,24 @@ bool LedService::admit(const ClientIdentity& identity) {
             return true;
         }
     }
-    constexpr const char* kKnown = "it has a record already";
     const auto client = std::make_shared<LedClient>(identity);
     ClientPointer displaced;
-    const char* const problem = enrol(client, [&] {
+    const Refusal refusal = enrol(client, [&] {
         // Another call of the same client may have been faster.
         const bool isKnown = findLocked(identity) != nullptr;
         if (!isKnown && isFullLocked(client->process)) {
             displaced = takeIdleLocked(client->process);
         }
-        return isKnown ? kKnown : nullptr;
+        return isKnown ? Refusal::IS_KNOWN : Refusal::NONE;
     });
     if (displaced != nullptr) {
         release(displaced, "has changed nothing");
     }
-    if (problem != nullptr && problem != kKnown) {
-        ALOGW("LEDs: refused %s: %s", client->name.c_str(), problem);
-        return false;
+    if (refusal == Refusal::NONE || refusal == Refusal::IS_KNOWN) {
+        return true;
     }
-    return true;
+    ALOGW("LEDs: refused %s: %s", client->name.c_str(), textOf(refusal).c_str());
+    return false;
 }
 
 /// Takes the oldest client that changes nothing of how the LEDs shine out of the list: one of the

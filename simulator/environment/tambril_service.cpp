@@ -40,7 +40,6 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
               callingProcess(), callback == nullptr ? "it has no callback" : "it has no such id");
         return Hal::Result::FAILURE;
     }
-    constexpr const char* kTaken = "another client has its id";
     ClientPointer client;
     try {
         client = std::make_shared<RpcClient>(
@@ -52,11 +51,11 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
         return Hal::Result::FAILURE;
     }
     client->name = fmt::format("{}, {}", toString(id), client->name);
-    const char* const problem =
-        enrol(client, [&] { return findLocked(id) == nullptr ? nullptr : kTaken; });
-    if (problem != nullptr) {
-        ALOGW("KivraRpc: refused %s: %s", client->name.c_str(), problem);
-        return problem == kTaken ? Hal::Result::BAD_STATE : Hal::Result::FAILURE;
+    const Refusal refusal = enrol(
+        client, [&] { return findLocked(id) == nullptr ? Refusal::NONE : Refusal::ID_IS_TAKEN; });
+    if (refusal != Refusal::NONE) {
+        ALOGW("KivraRpc: refused %s: %s", client->name.c_str(), textOf(refusal).c_str());
+        return refusal == Refusal::ID_IS_TAKEN ? Hal::Result::BAD_STATE : Hal::Result::FAILURE;
     }
     {
         const std::lock_guard lock{mutex_};

@@ -2,7 +2,6 @@
 #include "environment/tamb_stream.h"
 
 #include <array>
-#include <mutex>
 #include <optional>
 #include <string_view>
 
@@ -60,24 +59,12 @@ class TambrilCallback : public Hidl::ITambrilCallback {
     const std::string name_ = "clientId";
 };
 
-/// The registered callback, for as long as the lock on it is held.
-template <typename Lock, typename Callback>
-class LockedCallback {
-  public:
-    LockedCallback(std::shared_mutex& mutex, Callback& callback)
-        : lock_(mutex), callback_(callback) {}
+/// Gives the registered callback the name that it has in the text of a fatal condition.
+struct RegisteredCallback {
+    android::sp<Hidl::ITambrilCallback>& value() const { return callback; }
 
-    Callback& value() const { return callback_; }
-
-  private:
-    const Lock lock_;
-    Callback& callback_;
+    android::sp<Hidl::ITambrilCallback>& callback;
 };
-
-using ExclusiveCallback =
-    LockedCallback<std::unique_lock<std::shared_mutex>, android::sp<Hidl::ITambrilCallback>>;
-using SharedCallback =
-    LockedCallback<std::shared_lock<std::shared_mutex>, const android::sp<Hidl::ITambrilCallback>>;
 using HidlResult = android::hardware::Return<Hidl::Result>;
 using Hidl::Result;
 
@@ -87,7 +74,8 @@ TambStream::TambStream(gsl::not_null<android::sp<Hidl::ITambril>> hal)
     : hal_(std::move(hal)), deathRecipient_(std::make_unique<HalDeathRecipient>(hal_.get())) {}
 
 void TambStream::registerKivraRpcClient(std::string clientId, KivraRpcMsgCallback function) {
-    const ExclusiveCallback callback{mutex_, callback_};
+    const OS::LockGuard lock{mutex_};
+    const RegisteredCallback callback{callback_};
     MORIAK_FATAL_IF(callback.value(), "Changing KivraRpc callback for %s is forbidden",
                     clientId.c_str());
     const std::optional<Hidl::KivraRpcClientId> id = declaredId(clientId);
@@ -101,8 +89,8 @@ void TambStream::registerKivraRpcClient(std::string clientId, KivraRpcMsgCallbac
 }
 
 void TambStream::unregisterKivraRpcClient(std::string clientId) {
-    const ExclusiveCallback callback{mutex_, callback_};
-    callback.value().clear();
+    const OS::LockGuard lock{mutex_};
+    callback_.clear();
     const std::optional<Hidl::KivraRpcClientId> id = declaredId(clientId);
     if (!id) {
         // Intended: in spite of what it says, the call goes out, for the first declared client.
@@ -122,14 +110,14 @@ bool TambStream::sendKivraRpcMsg(const ControllerAddr& address, uint32_t procedu
     MORIAK_FATAL_IF(payload.size() > kKivraRpcMaxPayloadSize,
                     "Attempting to send payload with size %zu but KivraRpc max payload size is %zu",
                     payload.size(), kKivraRpcMaxPayloadSize);
-    const SharedCallback callback{mutex_, callback_};
-    if (!callback.value()) {
+    const OS::SharedLockGuard lock{mutex_};
+    if (!callback_) {
         MORIAK_LOG_WARN("Tried to send kivraRpc msg before registering a callback.");
         return false;
     }
     const android::sp<Hidl::ITambril> hal = hal_.get();
     const HidlResult res =
-        hal->sendMessage(callback.value(), {static_cast<uint64_t>(address)}, procedure, payload);
+        hal->sendMessage(callback_, {static_cast<uint64_t>(address)}, procedure, payload);
     checkTransport(res, __PRETTY_FUNCTION__);
     return res == Result::SUCCESS;
 }

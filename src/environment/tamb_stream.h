@@ -6,10 +6,10 @@
 #include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
 
 #include <memory>
-#include <shared_mutex>
 
 #include "foundation/hal.h"
 #include "foundation/hal_death_recipient.h"
+#include "os/mutex.h"
 
 namespace Vek::Sensors::HidlWrapper {
 
@@ -27,8 +27,8 @@ class TambStream : public ITambStream {
 
   private:
     /// Null while no client is registered.
-    android::sp<Hidl::ITambrilCallback> callback_;
-    std::shared_mutex mutex_;
+    android::sp<Hidl::ITambrilCallback> callback_ VEK_GUARDED_BY(mutex_);
+    OS::SharedMutex mutex_;
     gsl::not_null<android::sp<Hidl::ITambril>> hal_;
     std::unique_ptr<HalDeathRecipient> deathRecipient_;
 };

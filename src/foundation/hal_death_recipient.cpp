@@ -14,17 +14,13 @@
 namespace Vek::Sensors::HidlWrapper {
 namespace {
 
-enum DeathReaction : uint32_t {
-    IGNORE = 0,
-    EXIT = 1,
-    ABORT = 2,
-};
+enum class DeathReaction { IGNORE, EXIT, ABORT };
 
 DeathReaction reactionFor(std::optional<bool> suppressCrashDumps) {
     if (!suppressCrashDumps.has_value()) {
-        return IGNORE;
+        return DeathReaction::IGNORE;
     }
-    return *suppressCrashDumps ? EXIT : ABORT;
+    return *suppressCrashDumps ? DeathReaction::EXIT : DeathReaction::ABORT;
 }
 
 }  // namespace
@@ -75,13 +71,13 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
         const std::string process = Vek::OS::Process::getCurrentProcessName();
         runHandlers(process);
         switch (reaction_) {
-            case EXIT:
+            case DeathReaction::EXIT:
                 MORIAK_LOG_ERROR("Unexpected service death detected. %s Exiting.", process.c_str());
                 kill(getpid(), SIGUSR2);
                 break;
-            case ABORT:
+            case DeathReaction::ABORT:
                 MORIAK_FATAL("Unexpected service death detected. %s Aborting.", process.c_str());
-            case IGNORE:
+            case DeathReaction::IGNORE:
                 MORIAK_LOG_ERROR("Unexpected service death detected. %s ignoring.",
                                  process.c_str());
                 break;

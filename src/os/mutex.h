@@ -3,24 +3,28 @@
 #pragma once
 
 #include <mutex>
+#include <shared_mutex>
 
 #define VEK_GUARDED_BY(mutex) __attribute__((guarded_by(mutex)))
 
 namespace Vek::OS {
 
-/// @tparam StandardMutex std::mutex or std::recursive_mutex. A function that takes the recursive
-/// one a second time does so out of the analysis' sight, in another function.
+/// @tparam StandardMutex std::mutex, std::shared_mutex or std::recursive_mutex. A function that
+/// takes the recursive one a second time does so out of the analysis' sight, in another function.
 template <typename StandardMutex>
 class __attribute__((capability("mutex"))) AnnotatedMutex {
   public:
     void lock() __attribute__((acquire_capability())) { mutex_.lock(); }
     void unlock() __attribute__((release_capability())) { mutex_.unlock(); }
+    void lock_shared() __attribute__((acquire_shared_capability())) { mutex_.lock_shared(); }
+    void unlock_shared() __attribute__((release_shared_capability())) { mutex_.unlock_shared(); }
 
   private:
     StandardMutex mutex_;
 };
 
 using Mutex = AnnotatedMutex<std::mutex>;
+using SharedMutex = AnnotatedMutex<std::shared_mutex>;
 using RecursiveMutex = AnnotatedMutex<std::recursive_mutex>;
 
 /// Holds the mutex as long as it lives.
@@ -37,6 +41,22 @@ class __attribute__((scoped_lockable)) LockGuard {
 
   private:
     Lockable& mutex_;
+};
+
+/// Holds the mutex together with other readers.
+class __attribute__((scoped_lockable)) SharedLockGuard {
+  public:
+    explicit SharedLockGuard(SharedMutex& mutex) __attribute__((acquire_shared_capability(mutex)))
+    : mutex_(mutex) {
+        mutex_.lock_shared();
+    }
+    ~SharedLockGuard() __attribute__((release_capability())) { mutex_.unlock_shared(); }
+
+    SharedLockGuard(const SharedLockGuard&) = delete;
+    SharedLockGuard& operator=(const SharedLockGuard&) = delete;
+
+  private:
+    SharedMutex& mutex_;
 };
 
 }  // namespace Vek::OS

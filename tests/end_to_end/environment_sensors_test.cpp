@@ -36,7 +36,7 @@ std::vector<uint8_t> payloadOf(uint32_t number) {
 }
 
 /// The address of the left controller; the next one is the right controller's.
-constexpr uint64_t kLeft = 0x5A'00'00'00'00'01;
+constexpr uint64_t kLeftNumber = 0x5A'00'00'00'00'01;
 
 /// Sends numbered messages from four threads and checks the answers. Shared with the callback,
 /// which may be called later than the test thinks.
@@ -59,8 +59,8 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
                     const uint32_t number = i * kThreads + thread;
                     std::vector<uint8_t> payload = payloadOf(number);
                     change(thread, 1);
-                    const bool isSent =
-                        stream.sendKivraRpcMsg(ControllerAddr{kLeft + number % 2}, number, payload);
+                    const bool isSent = stream.sendKivraRpcMsg(
+                        ControllerAddr{kLeftNumber + number % 2}, number, payload);
                     change(thread, isSent ? 0 : -1);
                     accepted += isSent ? 1U : 0U;
                 }
@@ -92,12 +92,12 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
         const std::lock_guard lock(mutex_);
         const uint32_t number = message.header.procedure;
         const auto sequence = static_cast<int64_t>(message.header.sequence);
-        int64_t& last = lastSequence_.at(static_cast<uint64_t>(message.address) - kLeft);
+        int64_t& last = lastSequence_.at(static_cast<uint64_t>(message.address) - kLeftNumber);
         disordered += sequence <= std::exchange(last, sequence) ? 1U : 0U;
         if (message.kind == Kind::NOTIFICATION) {
             ++unasked;
         } else if (number < times_.size() &&
-                   message.address == ControllerAddr{kLeft + number % 2} &&
+                   message.address == ControllerAddr{kLeftNumber + number % 2} &&
                    message.payload == payloadOf(number)) {
             ++times_[number];
             open_.at(number % kThreads) -= 1;
@@ -126,7 +126,7 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
 
 /// The answer to one message; none if it was refused.
 std::optional<KivraRpcMessage> ask(uint32_t procedure,
-                                   ControllerAddr address = ControllerAddr{kLeft}) {
+                                   ControllerAddr address = ControllerAddr{kLeftNumber}) {
     const auto answer = std::make_shared<std::promise<KivraRpcMessage>>();
     const auto stream = createTambStream();
     stream->registerKivraRpcClient("tracking", [answer](const KivraRpcMessage& message) {
@@ -217,10 +217,10 @@ TEST_F(EnvironmentSensorsTest, RegistrationsRaceWithSendsAndEveryAcceptedMessage
 TEST_F(EnvironmentSensorsTest, ControllersAndServiceRefuseWhatTheyWereToldTo) {
     {
         const Simulator simulator({"--rpc-refuse", "9"});
-        const auto answer = ask(9, ControllerAddr{kLeft + 1});
+        const auto answer = ask(9, ControllerAddr{kLeftNumber + 1});
         ASSERT_TRUE(answer);
         EXPECT_EQ(answer->kind, Kind::ERROR);
-        EXPECT_EQ(answer->address, ControllerAddr{kLeft + 1});
+        EXPECT_EQ(answer->address, ControllerAddr{kLeftNumber + 1});
         EXPECT_EQ(ask(8)->kind, Kind::RESPONSE);
         EXPECT_FALSE(ask(8, ControllerAddr{77})) << "there is no such controller";
     }

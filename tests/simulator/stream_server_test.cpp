@@ -29,7 +29,7 @@ std::vector<Hal::MagData> batchFrom(uint32_t sequence, size_t size) {
 TEST(ClientStreamTest, BatchThatDoesNotFitIsDroppedWholeAndTheNextRecordSaysSo) {
     Client client{6};
     ClientStream<Hal::MagData> stream{*client.queue.getDesc(), client.config};
-    ASSERT_EQ(stream.problem(), nullptr);
+    ASSERT_EQ(stream.refusal(), Refusal::NONE);
     EXPECT_TRUE(stream.write(batchFrom(0, 4)));
     EXPECT_FALSE(stream.write(batchFrom(4, 4)));
     EXPECT_TRUE(client.awaitData());

@@ -41,7 +41,7 @@ class InspectionTest : public testing::Test {
         const std::vector<uint8_t> pixels(12, 7);
         for (int64_t time = 1; time <= 3; ++time) {
             recorder.addFrameSet(1, fmt::format("{0},{0},{0}\n", time), time,
-                                 {{0, {4, 3, PixelFormat::GREY_8, pixels.data(), 4}}});
+                                 {{0, {4, 3, Recording::PixelFormat::GREY_8, pixels.data(), 4}}});
         }
         recorder.finish({}, {});
     }
@@ -104,7 +104,8 @@ TEST_F(InspectionTest, EveryDamageIsNamedWithItsPlace) {
     write("mav0/cam0/data/2.png", png.substr(0, png.size() / 2));
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("data/2.png: ")));
     write("mav0/cam0/data/2.png",
-          encodePng({3, 4, PixelFormat::GREY_8, std::vector<uint8_t>(12)}, Compression::FAST));
+          encodePng({3, 4, Recording::PixelFormat::GREY_8, std::vector<uint8_t>(12)},
+                    Compression::FAST));
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("3x4 pixels among images of 4x3")));
 }
 

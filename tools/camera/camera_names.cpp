@@ -1,50 +1,54 @@
 // Names from tables.
 #include "camera/camera_names.h"
 
-#include <fmt/format.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <iterator>
+#include "recording/enum_names.h"
 
 using namespace Vek::Sensors;
+using Recording::Named;
+using Recording::nameIn;
 
 namespace {
 
-constexpr const char* kFrameTypes[] = {"not-received",
-                                       "invalid",
-                                       "headset",
-                                       "controller",
-                                       "hand",
-                                       "face-eye",
-                                       "eye",
-                                       "face",
-                                       "depth",
-                                       "color",
-                                       "generic-slot-0",
-                                       "generic-slot-1",
-                                       "generic-slot-2",
-                                       "generic-slot-3",
-                                       "generic-slot-4",
-                                       "generic-slot-5",
-                                       "generic-slot-6",
-                                       "generic-slot-7"};
-constexpr const char* kPixelFormats[] = {"grey 8 bit", "grey 10 bit", "RGBA 8 bit", "depth 16 bit"};
-constexpr const char* kResolutions[] = {"full", "half", "quarter"};
-
-template <typename Enum, size_t size>
-std::string nameIn(const char* const (&names)[size], Enum value) {
-    const auto index = static_cast<uint32_t>(value);
-    return index < size ? names[index] : fmt::format("{}", index);
-}
+constexpr Named<FrameType> kFrameTypes[] = {
+    {FrameType::NOT_RECEIVED, "not-received"},
+    {FrameType::INVALID, "invalid"},
+    {FrameType::HEADSET, "headset"},
+    {FrameType::CONTROLLER, "controller"},
+    {FrameType::HAND, "hand"},
+    {FrameType::FACE_EYE_COMPOSITE, "face-eye"},
+    {FrameType::EYE, "eye"},
+    {FrameType::FACE, "face"},
+    {FrameType::DEPTH, "depth"},
+    {FrameType::COLOR, "color"},
+    {FrameType::GENERIC_SLOT_0, "generic-slot-0"},
+    {FrameType::GENERIC_SLOT_1, "generic-slot-1"},
+    {FrameType::GENERIC_SLOT_2, "generic-slot-2"},
+    {FrameType::GENERIC_SLOT_3, "generic-slot-3"},
+    {FrameType::GENERIC_SLOT_4, "generic-slot-4"},
+    {FrameType::GENERIC_SLOT_5, "generic-slot-5"},
+    {FrameType::GENERIC_SLOT_6, "generic-slot-6"},
+    {FrameType::GENERIC_SLOT_7, "generic-slot-7"},
+};
+constexpr Named<PixelFormat> kPixelFormats[] = {
+    {PixelFormat::GREY_8, "grey 8 bit"},
+    {PixelFormat::GREY_10, "grey 10 bit"},
+    {PixelFormat::RGBA_8888, "RGBA 8 bit"},
+    {PixelFormat::DEPTH_16, "depth 16 bit"},
+};
+constexpr Named<Resolution> kResolutions[] = {
+    {Resolution::FULL, "full"},
+    {Resolution::HALF, "half"},
+    {Resolution::QUARTER, "quarter"},
+};
 
 }  // namespace
 
 std::vector<FrameType> streamFrameTypes() {
     std::vector<FrameType> types;
-    for (auto type = static_cast<uint32_t>(FrameType::HEADSET); type < std::size(kFrameTypes);
-         ++type) {
-        types.push_back(static_cast<FrameType>(type));
+    for (const auto& entry : kFrameTypes) {
+        if (entry.value >= FrameType::HEADSET) {
+            types.push_back(entry.value);
+        }
     }
     return types;
 }

@@ -58,14 +58,14 @@ std::optional<FaceEyeTrackingLedConfiguration> toConfiguration(const std::string
     if (words.size() != 4) {
         return std::nullopt;
     }
-    const auto* const group = findNamed(kLedGroups, words[0]);
+    const auto group = Recording::findNamed(kLedGroups, words[0]);
     const auto channel = toNumber(words[1]);
     const auto current = toNumber(words[2]);
     const auto pulseWidth = toNumber(words[3]);
-    if (group == nullptr || !channel || !current || !pulseWidth) {
+    if (!group || !channel || !current || !pulseWidth) {
         return std::nullopt;
     }
-    return FaceEyeTrackingLedConfiguration{group->value, *channel, *current, *pulseWidth};
+    return FaceEyeTrackingLedConfiguration{*group, *channel, *current, *pulseWidth};
 }
 
 std::vector<FaceEyeTrackingLedConfiguration> toConfigurations(
@@ -150,7 +150,7 @@ void addLedsCommand(CLI::App& app) {
             return toConfiguration(setting)
                        ? std::string()
                        : fmt::format("'{}' is not GROUP:CHANNEL:UA:US, GROUP one of {}", setting,
-                                     fmt::join(namesOf(kLedGroups), ", "));
+                                     fmt::join(Recording::namesOf(kLedGroups), ", "));
         });
     CLI::Option* const enable = command.add_flag("--enable", options->enables, "Switch them on");
     command.add_flag("--disable", options->disables, "Switch them off")->excludes(enable);

@@ -112,12 +112,7 @@ std::string textOf(const std::vector<uint8_t>& payload) {
 }
 
 std::string nameOf(KivraRpcMessageKind kind) {
-    for (const auto& entry : kMessageKinds) {
-        if (entry.value == kind) {
-            return entry.name;
-        }
-    }
-    return fmt::format("kind {}", static_cast<unsigned>(kind));
+    return Recording::nameIn(kMessageKinds, kind, "kind");
 }
 
 void print(const KivraRpcMessage& message) {

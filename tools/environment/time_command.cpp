@@ -28,7 +28,7 @@ struct TranslationOptions {
 
 /// Only of the clocks that this process can read by itself.
 int64_t readClock(const std::string& name) {
-    const TimeDomain domain = findNamed(kTimeDomains, name)->value;
+    const TimeDomain domain = Recording::findNamed(kTimeDomains, name).value();
     if (domain != TimeDomain::MONOTONIC && domain != TimeDomain::BOOTTIME) {
         throw Failure(
             ExitCode::USAGE,
@@ -51,8 +51,8 @@ void translateTime(const TranslationOptions& options) {
         options.time == kNow ? readClock(options.from) : toTime(options.time).value();
     const int64_t translated =
         requireService(createTambStream(), "ITambril")
-            ->getTimeTranslation(time, findNamed(kTimeDomains, options.from)->value,
-                                 findNamed(kTimeDomains, options.to)->value);
+            ->getTimeTranslation(time, Recording::findNamed(kTimeDomains, options.from).value(),
+                                 Recording::findNamed(kTimeDomains, options.to).value());
     Output::print(fmt::format("{} {} = {} {}", options.from, time, options.to, translated),
                   {{"from", options.from},
                    {"time_ns", time},
@@ -79,7 +79,7 @@ void addTimeCommand(CLI::App& app) {
         command.add_option(option, clock, what)
             ->type_name("CLOCK")
             ->required()
-            ->check(CLI::IsMember(namesOf(kTimeDomains)));
+            ->check(CLI::IsMember(Recording::namesOf(kTimeDomains)));
     };
     addClock("--from", options->from, "The clock that shows TIME");
     addClock("--to", options->to, "The other clock");

@@ -1,35 +1,26 @@
 // The motion sensors as their provider lists them.
 #include "inventory.h"
 
-#include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
 #include <optional>
-#include <string>
+
+#include "recording/enum_names.h"
 
 using namespace Vek::Sensors;
+using Recording::Named;
+using Recording::nameIn;
 
 namespace {
 
-std::string nameOf(MotionSensorKind kind) {
-    switch (kind) {
-        case MotionSensorKind::IMU:
-            return "imu";
-        case MotionSensorKind::MAGNETOMETER:
-            return "magnetometer";
-    }
-    return fmt::format("kind {}", static_cast<unsigned>(kind));
-}
-
-std::string nameOf(MotionSensorMount mount) {
-    switch (mount) {
-        case MotionSensorMount::HEADSET:
-            return "headset";
-        case MotionSensorMount::BOARD:
-            return "board";
-    }
-    return fmt::format("mount {}", static_cast<unsigned>(mount));
-}
+constexpr Named<MotionSensorKind> kKinds[] = {
+    {MotionSensorKind::IMU, "imu"},
+    {MotionSensorKind::MAGNETOMETER, "magnetometer"},
+};
+constexpr Named<MotionSensorMount> kMounts[] = {
+    {MotionSensorMount::HEADSET, "headset"},
+    {MotionSensorMount::BOARD, "board"},
+};
 
 /// Empty if the service does not hand the sensor out, or it is of a kind that has no name here.
 std::optional<MotionSensorProperties> propertiesOf(IMotionSensorProvider& provider,
@@ -54,7 +45,8 @@ Table sensorTable(IMotionSensorProvider& provider) {
         const auto cell = [&properties](auto MotionSensorProperties::*field) {
             return properties ? Cell((*properties).*field) : Cell();
         };
-        table.addRow({info.sensor, nameOf(info.kind), nameOf(info.mount), info.index,
+        table.addRow({info.sensor, nameIn(kKinds, info.kind, "kind"),
+                      nameIn(kMounts, info.mount, "mount"), info.index,
                       cell(&MotionSensorProperties::name), cell(&MotionSensorProperties::vendor),
                       cell(&MotionSensorProperties::serialNumber),
                       cell(&MotionSensorProperties::firmwareVersion),
