@@ -249,15 +249,14 @@ Field<Record> array(const std::string& name, const Axes& axes, const std::string
     const size_t size = std::size(Record{}.*member);
     for (size_t i = 0; i < size; ++i) {
         const std::string axis = i < axes.size() ? axes[i] : std::to_string(i);
-        field.columns.push_back(
-            {columnName(name.empty() ? axis : fmt::format("{}_{}", name, axis), unit),
-             CellKind::NUMBER,
-             [member, i](const Record& record, fmt::memory_buffer& out) {
-                 appendCell(out, (record.*member)[i]);
-             },
-             [member, i](std::string_view cell, Record& record) {
-                 return readCell(cell, (record.*member)[i]);
-             }});
+        field.columns.push_back({columnName(name.empty() ? axis : name + "_" + axis, unit),
+                                 CellKind::NUMBER,
+                                 [member, i](const Record& record, fmt::memory_buffer& out) {
+                                     appendCell(out, (record.*member)[i]);
+                                 },
+                                 [member, i](std::string_view cell, Record& record) {
+                                     return readCell(cell, (record.*member)[i]);
+                                 }});
     }
     return field;
 }

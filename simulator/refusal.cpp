@@ -1,4 +1,4 @@
-// See refusal.h.
+// The texts of refusals, in log lines.
 #include "refusal.h"
 
 #include "recording/enum_names.h"

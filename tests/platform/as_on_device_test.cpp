@@ -80,7 +80,7 @@ class AsOnDeviceTest : public testing::Test {
     AsOnDeviceTest() { setenv("MORIAK_HIDL_AS_ON_DEVICE", "1", 1); }
     ~AsOnDeviceTest() override { unsetenv("MORIAK_HIDL_AS_ON_DEVICE"); }
 
-    RuntimeDirectory directory_;
+    const RuntimeDirectory& directory_ = RuntimeDirectory::ofProgram();
 };
 
 TEST_F(AsOnDeviceTest, ALookUpWaitsForTheServiceAndSaysSoEachSecond) {

@@ -27,7 +27,7 @@ using testing::ElementsAre;
 
 class CallsTest : public testing::Test {
   protected:
-    RuntimeDirectory directory_;
+    const RuntimeDirectory& directory_ = RuntimeDirectory::ofProgram();
     ServiceProcess process_;
     sp<IEcho> echo_ = IEcho::getService();
 };
@@ -319,7 +319,7 @@ TEST_F(CallsTest, AnObjectOfAThirdProcessIsNotPassedOn) {
 }
 
 TEST(PartnersTest, ProcessesThatLookEachOtherUpAtOnceUseOneConnection) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     for (int round = 0; round < 30; ++round) {
         const PartnerProcess left("left", "right");
         const PartnerProcess right("right", "left");
@@ -328,7 +328,7 @@ TEST(PartnersTest, ProcessesThatLookEachOtherUpAtOnceUseOneConnection) {
 }
 
 TEST(LocalCallsTest, AServiceOfTheSameProcessIsHandedOutAsItself) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const sp<IEcho> service = new EchoService;
     ASSERT_EQ(service->registerAsService("local"), android::OK);
     EXPECT_EQ(IEcho::getService("local"), service);

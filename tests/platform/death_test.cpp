@@ -47,7 +47,7 @@ size_t openDescriptors() {
 
 class DeathTest : public testing::Test {
   protected:
-    RuntimeDirectory directory_;
+    const RuntimeDirectory& directory_ = RuntimeDirectory::ofProgram();
     ServiceProcess process_;
     sp<IEcho> echo_ = IEcho::getService();
 };
@@ -133,7 +133,7 @@ TEST_F(DeathTest, NothingIsLeftOfDeadServices) {
 }
 
 TEST(ClientDeathTest, NothingIsLeftOfADeadClient) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const sp<EchoService> service = new EchoService;
     ASSERT_EQ(service->registerAsService("host"), android::OK);
     const size_t before = openDescriptors();

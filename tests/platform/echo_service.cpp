@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 
 namespace moriak_test {
 
@@ -106,25 +104,7 @@ const TestSupport::ClientRole kPartner{
         return runWhen(isMet && bool(other->isKept(listener)) && other->forward(kept, 7).isOk());
     }};
 
-/** One for the whole program: a process keeps its socket where it first opened it. */
-struct SharedDirectory {
-    SharedDirectory() : path(testing::TempDir() + "moriak-calls-XXXXXX") {
-        if (mkdtemp(path.data()) == nullptr) std::abort();
-    }
-    ~SharedDirectory() { std::filesystem::remove_all(path); }
-    std::string path;
-};
-
 }  // namespace
-
-const std::string& RuntimeDirectory::path() const {
-    static const SharedDirectory directory;
-    return directory.path;
-}
-
-RuntimeDirectory::RuntimeDirectory() {
-    setenv("MORIAK_HIDL_RUNTIME_DIR", path().c_str(), 1);
-}
 
 RoleProcess::RoleProcess(const std::string& role, const std::string& argument, bool isAwaited)
     : process_(TestSupport::startClient(role, argument)) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/roles.h"
+#include "support/runtime_directory.h"
 
 namespace moriak_test {
 
@@ -22,6 +23,7 @@ using moriak::test::calls::V1_0::IEcho;
 using moriak::test::calls::V1_0::IListener;
 using moriak::test::calls::V1_0::Record;
 using TestSupport::becomesTrue;
+using TestSupport::RuntimeDirectory;
 
 class EchoService : public IEcho {
   public:
@@ -52,13 +54,6 @@ class Listener : public IListener {
 
   private:
     const Answer answer_;
-};
-
-/** Makes this program, and those that it starts, keep their sockets in a directory of their own. */
-class RuntimeDirectory {
-  public:
-    RuntimeDirectory();
-    const std::string& path() const;
 };
 
 /** This test program in another process, ready in a role; killed at the end. */

@@ -150,7 +150,7 @@ class HostileClientTest : public testing::Test {
         descriptorsBefore_ = openDescriptors();
     }
 
-    const RuntimeDirectory directory_;
+    const RuntimeDirectory& directory_ = RuntimeDirectory::ofProgram();
     const sp<EchoService> service_ = new EchoService;
     CapturedLog log_;
     size_t descriptorsBefore_ = 0;
@@ -223,7 +223,7 @@ TEST_F(HostileClientTest, IsToldNothingByTheTableOfServicesUnlessItAsksForThat) 
 }
 
 TEST(GreedyClientTest, IsDroppedWhenItMakesMoreCallsThanCanBeServed) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const ServiceProcess service("greedy");
     Peer peer("greedy");
     for (uint64_t callId = 2; callId < 200; ++callId) {
@@ -248,7 +248,7 @@ std::function<void(int listener)> answering(std::function<void(Peer&, uint64_t c
 }
 
 TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     CapturedLog log;
     for (const BrokenParcel& broken : kBrokenParcels) {
         SCOPED_TRACE(broken.name);
@@ -270,7 +270,7 @@ TEST(FakeServiceTest, BrokenResultsFailTheCallAndDropTheService) {
 }
 
 TEST(FakeServiceTest, ExceptionTextsCannotForgeLogLines) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const FakeService fake(
         "fake", answering([](Peer& client, uint64_t callId) {
             Parcel results;
@@ -287,7 +287,7 @@ TEST(FakeServiceTest, ExceptionTextsCannotForgeLogLines) {
 }
 
 TEST(FakeServiceTest, AnObjectOfTheWrongTypeIsNoObject) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const FakeService fake("fake", answering([](Peer& client, uint64_t callId) {
                                // Hands the client's own root object back where a listener is
                                // expected.
@@ -306,7 +306,7 @@ TEST(FakeServiceTest, AnObjectOfTheWrongTypeIsNoObject) {
 
 TEST(StrangerTest, IsRefused) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
-    const RuntimeDirectory directory;
+    const RuntimeDirectory& directory = RuntimeDirectory::ofProgram();
     const sp<IEcho> service = new EchoService;
     ASSERT_EQ(service->registerAsService("closed"), android::OK);
     const std::optional<Registry> registry = Registry::open(Registry::Mode::kLookUp);

@@ -63,7 +63,7 @@ class StallingClientTest : public testing::Test {
         }));
     }
 
-    const RuntimeDirectory directory_;
+    const RuntimeDirectory& directory_ = RuntimeDirectory::ofProgram();
     ServiceProcess process_{"attacked"};
     const sp<IEcho> echo_ = IEcho::getService("attacked");
     const TestSupport::ProcessResources before_ = TestSupport::resourcesOf(process_.pid());
@@ -266,7 +266,7 @@ TEST(HoardTest, NeitherSideKeepsMoreObjectsThanItMay) {
         }
         std::vector<sp<IListener>> listeners;
     };
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const sp<Hoarder> hoarder = new Hoarder;
     ASSERT_EQ(hoarder->registerAsService("hoarder"), android::OK);
     Peer peer("hoarder");
@@ -333,7 +333,7 @@ TEST(OneWayCallsTest, WaitForThoseOfTheirObjectAloneAndForSoManyAsThereIsRoomFor
         std::promise<void> gate;
         std::shared_future<void> isOpen = gate.get_future();
     };
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const sp<SlowService> slow = new SlowService;
     const sp<EchoService> other = new EchoService;
     ASSERT_EQ(slow->registerAsService("slow"), android::OK);
@@ -358,7 +358,7 @@ TEST(OneWayCallsTest, WaitForThoseOfTheirObjectAloneAndForSoManyAsThereIsRoomFor
 }
 
 TEST(OneWayCallsTest, AreSentWhenThereIsRoomForThem) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     constexpr size_t kCallsServed = 600;
     std::promise<size_t> full;
     const FakeService fake("full", [&](int listener) {
@@ -403,7 +403,7 @@ TEST(OneWayCallsTest, AreSentWhenThereIsRoomForThem) {
 }
 
 TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {
-    const RuntimeDirectory directory;
+    RuntimeDirectory::ofProgram();
     const ServiceProcess process("good");
     const auto expectToEnd = [](const char* instance) {
         auto stalled = std::async(std::launch::async, [=] { return IEcho::getService(instance); });

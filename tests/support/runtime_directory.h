@@ -19,8 +19,8 @@ class RuntimeDirectory {
         if (mkdtemp(path_.data()) == nullptr) {
             std::abort();
         }
-        setenv(kVariable, path_.c_str(), 1);
         setenv(kOuter, path_.c_str(), 1);
+        use();
     }
     ~RuntimeDirectory() {
         unsetenv(kVariable);
@@ -30,9 +30,18 @@ class RuntimeDirectory {
     RuntimeDirectory(const RuntimeDirectory&) = delete;
     RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;
 
+    /// The one of this program, until it ends: a process keeps its socket where it first opened it.
+    static const RuntimeDirectory& ofProgram() {
+        static const RuntimeDirectory directory;
+        directory.use();
+        return directory;
+    }
+
     const std::string& path() const { return path_; }
 
   private:
+    void use() const { setenv(kVariable, path_.c_str(), 1); }
+
     static constexpr char kVariable[] = "MORIAK_HIDL_RUNTIME_DIR";
     /// Not the one above: that may be the user's.
     static constexpr char kOuter[] = "MORIAK_TEST_RUNTIME_DIR";
