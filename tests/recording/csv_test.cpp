@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "recording/csv.h"
+#include "temporary_directory.h"
 
 using namespace Recording;
 
@@ -66,14 +67,13 @@ namespace {
 
 class CsvFile : public testing::Test {
   protected:
-    ~CsvFile() override { std::remove(path_.c_str()); }
-
     const std::string& write(const std::string& text) {
         std::ofstream(path_) << text;
         return path_;
     }
 
-    std::string path_ = testing::TempDir() + "csv_test.csv";
+    const TemporaryDirectory directory_;
+    const std::string path_ = directory_.path() / "records.csv";
 };
 
 std::string rowOf(const Sample& sample) {
