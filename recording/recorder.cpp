@@ -107,18 +107,23 @@ std::vector<uint8_t> Recorder::spareMemory() {
 }
 
 void Recorder::addFrameSet(size_t stream, std::string_view row, int64_t timestamp,
-                           const std::vector<FrameView>& frames) {
+                           const std::vector<FrameView>& frames, WhenFull whenFull) {
     size_t bytes = 0;
     for (const FrameView& frame : frames) {
         const ImageView& image = frame.image;
         bytes += size_t{image.width} * image.height * pixelSize(image.format);
     }
     {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
+        const auto hasRoom = [&] { return imageBytes_ + bytes <= options_.mostImageBytes; };
+        if (whenFull == WhenFull::WAIT) {
+            roomForImages_.wait(lock,
+                                [&] { return hasRoom() || imageBytes_ == 0 || !error_.empty(); });
+        }
         FrameStream& state = frameStreams_[stream];
         // The time names the files, so it must be one of its own.
         const bool isLater = !state.lastTimestamp || timestamp > *state.lastTimestamp;
-        if (!isLater || imageBytes_ + bytes > options_.mostImageBytes || !error_.empty()) {
+        if (!isLater || !hasRoom() || !error_.empty()) {
             ++state.leftOut;
             ++progress_.frameSetsLeftOut;
             return;
@@ -170,6 +175,7 @@ void Recorder::work() {
         }
         waitingBytes_ -= before - item.bytes();
         item.state = State::DONE;
+        roomForImages_.notify_all();
         if (isEnding_) {
             somethingToWrite_.notify_all();
         }
@@ -265,6 +271,7 @@ void Recorder::fail(const std::string& message) {
     isGivenUp_ = true;
     workToDo_.notify_all();
     somethingToWrite_.notify_all();
+    roomForImages_.notify_all();
 }
 
 Recorder::Progress Recorder::progress() const {

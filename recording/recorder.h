@@ -70,9 +70,16 @@ class Recorder {
     /// Takes rows of a stream, each with a line end.
     void add(size_t stream, std::string_view rows, size_t count);
 
+    /// What becomes of a frame set for which there is no room.
+    enum class WhenFull {
+        LEAVE_OUT,
+        /// For a service that goes on only when its clients have read.
+        WAIT,
+    };
+
     /// Takes the row of a frame set and copies its images.
     void addFrameSet(size_t stream, std::string_view row, int64_t timestamp,
-                     const std::vector<FrameView>& frames);
+                     const std::vector<FrameView>& frames, WhenFull whenFull = WhenFull::LEAVE_OUT);
 
     Progress progress() const;
 
@@ -130,6 +137,7 @@ class Recorder {
     mutable std::mutex mutex_;
     std::condition_variable workToDo_;
     std::condition_variable somethingToWrite_;
+    std::condition_variable roomForImages_;
     Items items_;
     /// Of `items_` and what is being written.
     size_t waitingBytes_ = 0;

@@ -58,7 +58,8 @@ class RecorderTest : public testing::Test {
     }
 
     /// Rows of the IMU and frame sets of two images with a stride, at 1, 2, ...
-    static void add(Recorder& recorder, int64_t first, int64_t last) {
+    static void add(Recorder& recorder, int64_t first, int64_t last,
+                    Recorder::WhenFull whenFull = Recorder::WhenFull::LEAVE_OUT) {
         for (int64_t time = first; time <= last; ++time) {
             recorder.add(kImu, imuRow(time), 1);
             std::vector<uint8_t> pixels(100 * 60);
@@ -68,7 +69,7 @@ class RecorderTest : public testing::Test {
                 frames.push_back(
                     {camera, {50, 60, PixelFormat::GREY_8, pixels.data() + camera * 50, 100}});
             }
-            recorder.addFrameSet(kCameras, fmt::format("{0},{0}\n", time), time, frames);
+            recorder.addFrameSet(kCameras, fmt::format("{0},{0}\n", time), time, frames, whenFull);
         }
     }
 
@@ -172,6 +173,13 @@ TEST_F(RecorderTest, FrameSetsWithoutRoomAreLeftOutWholeAndCounted) {
     recorder->addFrameSet(kCameras, "3,3\n", 3, {});
     EXPECT_EQ(recorder->progress().frameSets, 3U);
     EXPECT_EQ(recorder->progress().frameSetsLeftOut, 8U);
+}
+
+TEST_F(RecorderTest, FrameSetsOfAServiceThatWaitsAreAllKept) {
+    auto recorder = start({Compression::FAST, {}, 50 * 60 * 2, 1});
+    add(*recorder, 1, 50, Recorder::WhenFull::WAIT);
+    EXPECT_TRUE(recorder->finish({}, {}));
+    EXPECT_EQ(readFrameSets(), upTo(50));
 }
 
 TEST_F(RecorderTest, ASnapshotWritesWhatItHasKept) {

@@ -2,6 +2,7 @@
 #include "camera/camera_sensor_stream.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "camera/picture.h"
 #include "failure.h"
@@ -83,5 +84,12 @@ void CameraSensorStream::keep(const FrameSet& frameSet, std::string_view row) {
         }
         ++number;
     }
-    recorder().addFrameSet(this->number(), row, frameSet.timestamp, images);
+    // A service whose time is not the machine's goes on when its clients have read.
+    constexpr std::chrono::seconds kLatest{10};
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    const bool isPaced =
+        std::chrono::abs(now - std::chrono::nanoseconds{frameSet.timestamp}) > kLatest;
+    using WhenFull = Recording::Recorder::WhenFull;
+    recorder().addFrameSet(this->number(), row, frameSet.timestamp, images,
+                           isPaced ? WhenFull::WAIT : WhenFull::LEAVE_OUT);
 }
