@@ -57,7 +57,7 @@ void EurocFrames::rewind() {
     advance();
 }
 
-void EurocFrames::deliver(int64_t shift, WorldClock::Time /*arrival*/, bool /*isFirst*/) {
+void EurocFrames::deliver(int64_t shift, bool /*isFirst*/) {
     Hal::FrameSet frameSet{};
     frameSet.timestamp = *time_ + shift;
     frameSet.sequence = sequence_++;

@@ -26,7 +26,7 @@ class EurocFrames final : public PlayedRecords {
     std::optional<int64_t> time() const override { return time_; }
     void advance() override;
     void rewind() override;
-    void deliver(int64_t shift, WorldClock::Time arrival, bool isFirst) override;
+    void deliver(int64_t shift, bool isFirst) override;
 
   private:
     struct Camera {

@@ -113,8 +113,7 @@ bool Player::playNextLocked(std::unique_lock<std::mutex>& lock, Time from) {
         return true;
     }
     lock.unlock();
-    records_.deliver(timeline_->shift(pass_), clock.isPacedByClients() ? due : clock.now(),
-                     pass_ > 0 && !isPassBegun_);
+    records_.deliver(timeline_->shift(pass_), pass_ > 0 && !isPassBegun_);
     records_.advance();
     lock.lock();
     ++played_;

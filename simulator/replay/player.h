@@ -28,9 +28,8 @@ class PlayedRecords {
     virtual void rewind() = 0;
     /// Writes the current record to the clients.
     /// @param shift to be added to all of its times, in ns
-    /// @param arrival when it is given
     /// @param isFirst of a pass that is not the first
-    virtual void deliver(int64_t shift, WorldClock::Time arrival, bool isFirst) = 0;
+    virtual void deliver(int64_t shift, bool isFirst) = 0;
 };
 
 /// Plays while a client listens. A client that begins late gets the records from then on, unless

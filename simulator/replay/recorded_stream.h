@@ -81,7 +81,7 @@ class RecordedStream final : public PlayedRecords {
         advance();
     }
 
-    void deliver(int64_t shift, WorldClock::Time /*arrival*/, bool isFirst) override {
+    void deliver(int64_t shift, bool isFirst) override {
         Record record = record_;
         forEachTime(record, [shift](int64_t& time) { time += time == 0 ? 0 : shift; });
         if constexpr (std::is_same_v<Record, Hal::CurlData>) {

@@ -70,7 +70,7 @@ TEST_F(ReplayTest, SecondPassCountsOnAndSaysThatItIsDiscontinuous) {
     playback.timeline->start();
     for (uint32_t pass = 0; pass < 2; ++pass) {
         for (bool isFirst = true; records.time(); records.advance(), isFirst = false) {
-            records.deliver(playback.timeline->shift(pass), {}, pass > 0 && isFirst);
+            records.deliver(playback.timeline->shift(pass), pass > 0 && isFirst);
         }
         records.rewind();
     }
