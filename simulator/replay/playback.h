@@ -30,9 +30,16 @@ struct Playback {
     template <typename Record>
     std::shared_ptr<PlayedStream<Record>> play(std::string_view name) const {
         const Recording::StreamInfo* const stream = find(name);
-        return stream == nullptr
-                   ? nullptr
-                   : std::make_shared<PlayedStream<Record>>(*recording, *stream, timeline, faults);
+        if (stream == nullptr) {
+            return nullptr;
+        }
+        const android::sp<StreamClients<Record>> clients =
+            new StreamClients<Record>(stream->name, faults);
+        const auto played = std::make_shared<PlayedStream<Record>>(
+            *recording, *stream, timeline, clients,
+            [clients](const Record& record) { clients->write({record}); });
+        clients->onBatchLimit([part = played.get()](size_t limit) { part->setStarted(limit > 0); });
+        return played;
     }
 };
 

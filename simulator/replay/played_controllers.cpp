@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <map>
-#include <mutex>
 #include <set>
 #include <utility>
 
@@ -17,56 +16,6 @@
 
 namespace Simulator {
 namespace {
-
-template <typename Record>
-class PlayedControllerStream final : public PlayedController {
-  public:
-    using Deliver = std::function<void(const Record&)>;
-
-    /// @param controller none: of all
-    PlayedControllerStream(const Playback& playback, const Recording::StreamInfo& stream,
-                           android::sp<StreamClients<Record>> clients,
-                           std::optional<uint64_t> controller, Deliver deliver)
-        : clients_(std::move(clients)),
-          isPacedByClients_(playback.timeline->clock().isPacedByClients()),
-          records_(
-              *playback.recording, stream,
-              [this, deliver = std::move(deliver)](const Record& record,
-                                                   const Record& /*recorded*/) {
-                  if (!isPacedByClients_ || clients_->awaitRoom(1)) {
-                      deliver(record);
-                  }
-              },
-              controller),
-          player_(stream.name, playback.timeline, records_) {}
-
-    void setStarted(bool isStarted) override {
-        const std::lock_guard lock{mutex_};
-        isStarted_ = isStarted;
-        player_.setListened(isStarted_ && isOn_);
-    }
-
-    void setOn(bool isOn) override {
-        const std::lock_guard lock{mutex_};
-        isOn_ = isOn;
-        player_.setListened(isStarted_ && isOn_);
-    }
-
-    void stop() override {
-        clients_->endWaits();
-        player_.stop();
-    }
-    std::string summary() const override { return summaryOf(*clients_); }
-
-  private:
-    const android::sp<StreamClients<Record>> clients_;
-    const bool isPacedByClients_;
-    std::mutex mutex_;  // guards what follows up to the records
-    bool isStarted_ = false;
-    bool isOn_ = false;
-    RecordedStream<Record> records_;
-    Player player_;  // the last: its thread uses all of the others
-};
 
 /// Calls `visit` with each record of a stream of controllers, if it is played.
 template <typename Record, typename Visit>
@@ -168,14 +117,15 @@ void PlayedControllers::play(const char* name,
         return;
     }
     const ControllerStreams::Stream<Record>& clients = fleet_->streams().*stream;
-    std::vector<std::shared_ptr<PlayedController>> parts;
+    std::vector<std::shared_ptr<PlayedPart>> parts;
     for (const uint64_t address : addresses_) {
         const Hal::ControllerAddr controller{address};
-        parts.push_back(std::make_shared<PlayedControllerStream<Record>>(
-            playback_, *recorded, clients, address,
+        parts.push_back(std::make_shared<PlayedStream<Record>>(
+            *playback_.recording, *recorded, playback_.timeline, clients,
             [this, clients, controller, switches](const Record& record) {
                 fleet_->play(clients, record, controller, switches);
-            }));
+            },
+            false, address));
         parts_.push_back({parts.back(), controller, switches});
     }
     clients->onBatchLimit([parts](size_t limit) {
@@ -190,10 +140,9 @@ void PlayedControllers::playStates() {
     if (recorded == nullptr) {
         return;
     }
-    const auto states = std::make_shared<PlayedControllerStream<Hal::PairedControllerInfo>>(
-        playback_, *recorded, fleet_->streams().stateChanges, std::nullopt,
+    const auto states = std::make_shared<PlayedStream<Hal::PairedControllerInfo>>(
+        *playback_.recording, *recorded, playback_.timeline, fleet_->streams().stateChanges,
         [this](const Hal::PairedControllerInfo& info) { fleet_->play(info); });
-    states->setOn(true);
     fleet_->streams().stateChanges->onBatchLimit(
         [states](size_t limit) { states->setStarted(limit > 0); });
     states_ = states;

@@ -13,14 +13,6 @@
 
 namespace Simulator {
 
-/// What one controller sent in one stream, or all of them. Plays while a client has started the
-/// stream and has it on for the controller.
-class PlayedController : public PlayedPart {
-  public:
-    virtual void setStarted(bool isStarted) = 0;
-    virtual void setOn(bool isOn) = 0;
-};
-
 /// The controllers can be commanded, but do only what they did. Who owns their state finds its
 /// service, with streams that stay silent.
 class PlayedControllers : public DeviceGroup {
@@ -40,8 +32,9 @@ class PlayedControllers : public DeviceGroup {
     void playStates();
     void followSwitches() const;
 
+    /// What one controller sent in one stream: on while a client has it on for the controller.
     struct Part {
-        std::shared_ptr<PlayedController> records;
+        std::shared_ptr<PlayedPart> records;
         Hal::ControllerAddr controller;
         ControllerFleet::Switches switches;
     };

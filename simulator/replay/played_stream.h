@@ -1,7 +1,9 @@
 // One stream of a recording with its clients.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,7 +14,8 @@
 
 namespace Simulator {
 
-/// A part of the playing that ends with the service.
+/// A part of the playing that ends with the service. Plays while a client has started the stream
+/// and it is on.
 class PlayedPart {
   public:
     PlayedPart() = default;
@@ -20,32 +23,54 @@ class PlayedPart {
     PlayedPart(const PlayedPart&) = delete;
     PlayedPart& operator=(const PlayedPart&) = delete;
 
+    virtual void setStarted(bool isStarted) = 0;
+    virtual void setOn(bool isOn) = 0;
     /// No more records, for good.
     virtual void stop() = 0;
     /// A line for the user.
     virtual std::string summary() const = 0;
 };
 
-/// Plays the records of a stream to all who have started it.
+/// Plays the records of a stream, or those of one controller.
 template <typename Record>
 class PlayedStream final : public PlayedPart {
   public:
     using Clients = StreamClients<Record>;
+    using Deliver = std::function<void(const Record&)>;
 
     /// Throws Recording::Error if the stream's file cannot be read.
+    /// @param clients with room for each record before it is delivered, if they pace the world
+    /// @param deliver called on the player's thread
+    /// @param controller empty: the records of all
     PlayedStream(const Recording::Reader& recording, const Recording::StreamInfo& stream,
-                 const std::shared_ptr<PlaybackTimeline>& timeline,
-                 const std::shared_ptr<Faults>& faults)
-        : clients_(new Clients(stream.name, faults)),
+                 const std::shared_ptr<PlaybackTimeline>& timeline, android::sp<Clients> clients,
+                 Deliver deliver, bool isOn = true, std::optional<uint64_t> controller = {})
+        : clients_(std::move(clients)),
           isPacedByClients_(timeline->clock().isPacedByClients()),
-          records_(recording, stream,
-                   [this](const Record& record, const Record& /*recorded*/) { deliver(record); }),
-          player_(stream.name, timeline, records_) {
-        clients_->onBatchLimit([this](size_t limit) { player_.setListened(limit > 0); });
-    }
+          isOn_(isOn),
+          records_(
+              recording, stream,
+              [this, deliver = std::move(deliver)](const Record& record,
+                                                   const Record& /*recorded*/) {
+                  if (!isPacedByClients_ || clients_->awaitRoom(1)) {
+                      deliver(record);
+                  }
+              },
+              controller),
+          player_(stream.name, timeline, records_) {}
 
     const android::sp<Clients>& clients() const { return clients_; }
 
+    void setStarted(bool isStarted) override {
+        const std::lock_guard lock{mutex_};
+        isStarted_ = isStarted;
+        player_.setListened(isStarted_ && isOn_);
+    }
+    void setOn(bool isOn) override {
+        const std::lock_guard lock{mutex_};
+        isOn_ = isOn;
+        player_.setListened(isStarted_ && isOn_);
+    }
     void stop() override {
         clients_->endWaits();
         player_.stop();
@@ -53,14 +78,11 @@ class PlayedStream final : public PlayedPart {
     std::string summary() const override { return summaryOf(*clients_); }
 
   private:
-    void deliver(const Record& record) {
-        if (!isPacedByClients_ || clients_->awaitRoom(1)) {
-            clients_->write({record});
-        }
-    }
-
     const android::sp<Clients> clients_;
     const bool isPacedByClients_;
+    std::mutex mutex_;  // guards what follows up to the records
+    bool isStarted_ = false;
+    bool isOn_;
     RecordedStream<Record> records_;
     Player player_;  // the last: its thread uses all of the others
 };
