@@ -28,7 +28,7 @@ class WorldClock {
     using Time = std::chrono::steady_clock::time_point;
 
     /// In which a program starts the next of its streams, also on a busy machine.
-    static constexpr std::chrono::milliseconds kSettling{200};
+    static constexpr std::chrono::milliseconds kSettling{500};
 
     /// @param speed 0, or a finite number above
     explicit WorldClock(double speed = 1);

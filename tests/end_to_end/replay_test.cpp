@@ -1,4 +1,5 @@
 // Recordings that are played back and recorded again: what comes out is what went in.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -115,6 +116,31 @@ TEST_F(ReplayTest, RecordedAgainARecordingIsTheSameRecordByRecordAndPixelByPixel
         }
     }
     EXPECT_GT(images, 0U);
+}
+
+TEST_F(ReplayTest, TwoRunsOfOneSeedAreEqualAndAsLongAsTheyAreToBe) {
+    const TemporaryDirectory directory;
+    const fs::path runs[] = {directory.path() / "first", directory.path() / "second"};
+    for (const fs::path& run : runs) {
+        const Simulator world({"--speed", "0", "--seed", "5"});
+        ChildProcess recorder({MORIAK_SENSORCTL, "record", "--out", run, "--duration", "1.495",
+                               "--streams", "imu,mag,controllers,camera-depth,camera-eye"});
+        EXPECT_EQ(recorder.wait(), 0);
+    }
+    // With the line of titles.
+    EXPECT_EQ(linesOf(runs[0] / "streams/mag.csv").size(), 151U);
+    EXPECT_EQ(linesOf(runs[0] / "streams/camera-eye.csv").size(), 91U);
+    for (const char* const stream : {"imu", "mag", "controller-imu", "controller-buttons",
+                                     "controller-pose", "camera-depth", "camera-eye"}) {
+        const std::string file = fmt::format("streams/{}.csv", stream);
+        EXPECT_EQ(recordsOf(runs[0] / file), recordsOf(runs[1] / file)) << stream;
+    }
+    for (const auto& entry : fs::recursive_directory_iterator(runs[0] / "mav0")) {
+        if (entry.is_regular_file()) {
+            const fs::path name = fs::relative(entry.path(), runs[0]);
+            EXPECT_EQ(contentOf(entry.path()), contentOf(runs[1] / name)) << name;
+        }
+    }
 }
 
 TEST_F(ReplayTest, EurocDataSetPlaysAndACameraWithoutAnImageWasNotReceived) {
