@@ -9,6 +9,7 @@
 #include "camera/camera_stream_control_target.h"
 #include "support/captured_log.h"
 #include "support/fake_camera_hal.h"
+#include "support/fatal_calls.h"
 
 namespace {
 size_t flushes = 0;
@@ -203,30 +204,49 @@ TEST_F(CameraProviderDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnMe
     for (uint32_t type = 0; type < 20; ++type) {
         channels.channels.push_back(static_cast<FrameType>(type));
     }
+    const std::string stream = "std::unique_ptr<ICameraStream> ";
+    const std::string text = "const std::string &";
     expectFatal(
-        {{FATAL_CALL(provider.getProperties()), ""},
-         {FATAL_CALL(provider.getStream({}, "")), ""},
-         {FATAL_CALL(provider.getStreamByPurpose("", "", "")), ""},
-         {FATAL_CALL(provider.getStreamController("", "")), ""},
-         {FATAL_CALL(provider.getUtilityFrequency()), ""},
-         {FATAL_CALL(provider.setUtilityFrequency({})), "Failed to set utility frequency: 2"},
-         {FATAL_CALL(provider.getChannels()), ""},
-         {FATAL_CALL(provider.setChannels({})), "Failed to set channels  with status: 2"},
-         {FATAL_CALL(provider.setChannels(channels)),
+        *service, "CameraProvider::",
+        {{"std::vector<CameraProperties> ", "getProperties()", [&] { provider.getProperties(); }},
+         {stream, "getStream(Quopa::Sensors::v3::FrameType, " + text + ")",
+          [&] { provider.getStream({}, ""); }},
+         {stream, "getStreamByPurpose(" + text + ", " + text + ", " + text + ")",
+          [&] { provider.getStreamByPurpose("", "", ""); }},
+         {"std::unique_ptr<ICameraStreamController> ",
+          "getStreamController(" + text + ", " + text + ")",
+          [&] { provider.getStreamController("", ""); }},
+         {"Vek::Sensors::UtilityFrequency ", "getUtilityFrequency()",
+          [&] { provider.getUtilityFrequency(); }},
+         {"void ", "setUtilityFrequency(Vek::Sensors::UtilityFrequency)",
+          [&] { provider.setUtilityFrequency({}); }, "Failed to set utility frequency: 2"},
+         {"Vek::Sensors::ChannelSettings ", "getChannels()", [&] { provider.getChannels(); }},
+         {"void ", "setChannels(Vek::Sensors::ChannelSettings)", [&] { provider.setChannels({}); },
+          "Failed to set channels  with status: 2"},
+         {"void ", "setChannels(Vek::Sensors::ChannelSettings)",
+          [&] { provider.setChannels(channels); },
           "Failed to set channels NOT_RECEIVED, INVALID, HEADSET, CONTROLLER, HAND, "
           "FACE_EYE_COMPOSITE, EYE, FACE, DEPTH, COLOR, GENERIC_SLOT_0, GENERIC_SLOT_1, "
           "GENERIC_SLOT_2, GENERIC_SLOT_3, GENERIC_SLOT_4, GENERIC_SLOT_5, GENERIC_SLOT_6, "
           "GENERIC_SLOT_7, NUM_FRAME_TYPES, UNKNOWN with status: 2"},
-         {FATAL_CALL(provider.applyMuxMode("", 0)), ""},
-         {FATAL_CALL(provider.setFrameRate({})), "Failed to set frame rate: 2"},
-         {FATAL_CALL(provider.getRawImageMode()), ""},
-         {"provider.controlEvery()", [&] { provider.startEvery({}); },
-          "Stream command (START) failed with result: 2", ignorable},
-         {"provider.controlEvery()", [&] { provider.stopEvery({}); },
-          "Stream command (STOP) failed with result: 2", ignorable}},
-        {service.get()});
-    // Also the calls for the calibration that follow the list of the cameras.
+         {"bool ", "applyMuxMode(" + text + ", uint8_t)", [&] { provider.applyMuxMode("", 0); }},
+         {"void ", "setFrameRate(Vek::Sensors::FrameRateSettings)",
+          [&] { provider.setFrameRate({}); }, "Failed to set frame rate: 2"},
+         {"bool ", "getRawImageMode()", [&] { provider.getRawImageMode(); }}},
+        Hidl::Result::BAD_STATE);
+    const auto start = [&] { provider.startEvery({}); };
+    const auto stop = [&] { provider.stopEvery({}); };
+    const std::string signature =
+        "F/Moriak-HidlWrapper: HIDL error in void Vek::Sensors::HidlWrapper::CameraProvider::"
+        "controlEvery(const std::vector<std::shared_ptr<ICameraStream>> &, Hidl::StreamCommand): ";
+    service->transportFails = true;
+    expectFatal({{signature, start}, {signature, stop}});
     service->transportFails = false;
+    service->result = Hidl::Result::BAD_STATE;
+    expectFatal({{assertion(ignorable, "Stream command (START) failed with result: 2"), start},
+                 {assertion(ignorable, "Stream command (STOP) failed with result: 2"), stop}});
+    service->result = Hidl::Result::SUCCESS;
+    // Also the calls for the calibration that follow the list of the cameras.
     listCameras({{}});
     service->on<&I::getCalibrationData>([](auto, const auto&) -> android::hardware::Return<void> {
         return android::hardware::Status::fromStatusT(android::DEAD_OBJECT);

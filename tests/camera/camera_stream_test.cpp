@@ -10,6 +10,7 @@
 #include "camera/camera_stream_controller.h"
 #include "support/captured_log.h"
 #include "support/fake_camera_hal.h"
+#include "support/fatal_calls.h"
 
 namespace {
 
@@ -218,35 +219,53 @@ TEST_F(CameraStreamDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnMess
         "hidlReturn != Hidl::Result::SUCCESS && hidlReturn != Hidl::Result::IGNORED";
     const std::string status = "status != Hidl::Result::SUCCESS";
     const std::string unrecoverable = "hidlReturn == Hidl::Result::FAILURE";
-    const std::vector<FatalCall> calls{
-        {FATAL_CALL(stream.start()), "Start stream command failed with result: 2", ignorable},
-        {FATAL_CALL(stream.stop()), "Stop stream command failed with result: 2", ignorable},
-        {FATAL_CALL(stream.startOverridingExposureSettings()),
-         "Failed to start overriding exposure settings: 2"},
-        {FATAL_CALL(stream.stopOverridingExposureSettings()),
-         "Failed to stop overriding exposure settings: 2"},
-        {FATAL_CALL(stream.setExposureGain({})), ""},
-        {FATAL_CALL(stream.setPhaseOffset(0)), ""},
-        {FATAL_CALL(stream.setCameraSyncMode({})), "Failed to set camera mode: 2"},
-        {FATAL_CALL(stream.writeSessionOcalData("", {})),
-         "Failed to write online calibration data: 2"},
-        {FATAL_CALL(stream.setResolution({})), "Failed to set resolution: 2"},
-        {FATAL_CALL(stream.getMetadata()), "Failed to fetch stream metadata: 2", status},
-        {FATAL_CALL(stream.getConfiguration()), "Failed to fetch stream configuration: 2", status},
-        {FATAL_CALL(stream.registerFrameSetConfigurationUpdateCallback({})),
-         "Failed to register handler and return initial MuxState: 2 Please ensure you have added "
-         "the CameraStream to a CompositeStream and that the stream is stopped.",
-         status},
-        {FATAL_CALL(controller.startOverridingExposureSettings()),
-         "Unrecoverably failed to start overriding exposure settings: 1", unrecoverable,
-         Hidl::Result::FAILURE},
-        {FATAL_CALL(controller.stopOverridingExposureSettings()),
-         "Unrecoverably failed to stop overriding exposure settings: 1", unrecoverable,
-         Hidl::Result::FAILURE},
-        {FATAL_CALL(controller.setExposureGain(0, 0, {})),
-         "Unrecoverably failed to set exposure gain settings: 1", unrecoverable,
-         Hidl::Result::FAILURE}};
-    expectFatal(calls, {service.get(), controllerService.get()});
+    using Result = Hidl::Result;
+    // Not FAILURE: a check for that alone would let it pass.
+    expectFatal(
+        *service, "CameraStream::",
+        {{"void ", "start()", [&] { stream.start(); }, "Start stream command failed with result: 2",
+          ignorable},
+         {"void ", "stop()", [&] { stream.stop(); }, "Stop stream command failed with result: 2",
+          ignorable},
+         {"void ", "startOverridingExposureSettings()",
+          [&] { stream.startOverridingExposureSettings(); },
+          "Failed to start overriding exposure settings: 2"},
+         {"void ", "stopOverridingExposureSettings()",
+          [&] { stream.stopOverridingExposureSettings(); },
+          "Failed to stop overriding exposure settings: 2"},
+         {"void ", "setExposureGain(Vek::Sensors::ExposureGainSettings)",
+          [&] { stream.setExposureGain({}); }},
+         {"void ", "setPhaseOffset(uint64_t)", [&] { stream.setPhaseOffset(0); }},
+         {"void ", "setCameraSyncMode(Vek::Sensors::CameraSyncMode)",
+          [&] { stream.setCameraSyncMode({}); }, "Failed to set camera mode: 2"},
+         {"void ", "writeSessionOcalData(const std::string &, gsl::span<const uint8_t>)",
+          [&] { stream.writeSessionOcalData("", {}); },
+          "Failed to write online calibration data: 2"},
+         {"bool ", "setResolution(std::vector<Resolution>)", [&] { stream.setResolution({}); },
+          "Failed to set resolution: 2"},
+         {"Vek::Sensors::CameraStreamMetadata ", "getMetadata()", [&] { stream.getMetadata(); },
+          "Failed to fetch stream metadata: 2", status},
+         {"Vek::Sensors::CameraStreamConfiguration ", "getConfiguration()",
+          [&] { stream.getConfiguration(); }, "Failed to fetch stream configuration: 2", status},
+         {"Vek::Sensors::FrameSetConfigurationUpdate ",
+          "registerFrameSetConfigurationUpdateCallback(std::function<void (const "
+          "FrameSetConfigurationUpdate &)>)",
+          [&] { stream.registerFrameSetConfigurationUpdateCallback({}); },
+          "Failed to register handler and return initial MuxState: 2 Please ensure you have added "
+          "the CameraStream to a CompositeStream and that the stream is stopped.",
+          status}},
+        Result::BAD_STATE);
+    expectFatal(*controllerService, "CameraStreamController::",
+                {{"bool ", "startOverridingExposureSettings()",
+                  [&] { controller.startOverridingExposureSettings(); },
+                  "Unrecoverably failed to start overriding exposure settings: 1", unrecoverable},
+                 {"bool ", "stopOverridingExposureSettings()",
+                  [&] { controller.stopOverridingExposureSettings(); },
+                  "Unrecoverably failed to stop overriding exposure settings: 1", unrecoverable},
+                 {"bool ", "setExposureGain(uint8_t, uint32_t, Vek::Sensors::ExposureGainSettings)",
+                  [&] { controller.setExposureGain(0, 0, {}); },
+                  "Unrecoverably failed to set exposure gain settings: 1", unrecoverable}},
+                Result::FAILURE);
 }
 
 }  // namespace

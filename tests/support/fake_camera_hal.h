@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <functional>
 
 #include "support/fake_service.h"
 #include "support/handle.h"
@@ -40,44 +39,6 @@ class FakeCameraStream : public Fake<Hidl::ICameraStream> {
     android::hardware::EventFlag* recycleFlag =
         Vek::OS::createEventFlagFromHandle(recycleFlagHandle);
 };
-
-/// A client's call that ends the process if the service refuses it or does not get it.
-struct FatalCall {
-    /// "object.method(arguments)", of which the method is looked for in the signature text.
-    std::string text;
-    std::function<void()> call;
-    /// For the result below; none if the call accepts it.
-    std::string message;
-    std::string condition = "hidlReturn != Hidl::Result::SUCCESS";
-    /// Not the only one that is refused, but the one that a check for FAILURE would let pass.
-    Hidl::Result refusal = Hidl::Result::BAD_STATE;
-};
-#define FATAL_CALL(call) #call, [&] { call; }
-
-/// @param services that the calls are for
-inline void expectFatal(const std::vector<FatalCall>& calls,
-                        const std::vector<FakeAnswers*>& services) {
-    const auto with = [&services](Hidl::Result result, bool transportFails) {
-        for (FakeAnswers* service : services) {
-            service->result = result;
-            service->transportFails = transportFails;
-        }
-    };
-    for (const auto& [text, call, message, condition, refusal] : calls) {
-        SCOPED_TRACE(text);
-        const size_t method = text.find('.') + 1;
-        EXPECT_DEATH(
-            (with(Hidl::Result::SUCCESS, true), call()),
-            ::testing::ContainsRegex("HIDL error in .*HidlWrapper::Camera.*::" +
-                                     text.substr(method, text.find('(') - method) + "\\("));
-        if (!message.empty()) {
-            EXPECT_DEATH(
-                (with(refusal, false), call()),
-                ::testing::HasSubstr("F/Moriak-HidlWrapper: Assertion failed: " + condition +
-                                     "\nF/Moriak-HidlWrapper: " + message + "\n"));
-        }
-    }
-}
 
 /// A descriptor of shared memory with these bytes; not even a zero byte is added.
 inline int sharedMemory(const std::string& bytes, const char* name = "test") {

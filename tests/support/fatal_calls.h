@@ -39,22 +39,24 @@ struct HalCall {
     std::function<void()> call;
     /// What the service's refusal leads to; empty if the call takes that.
     std::string refusal = {};
+    std::string condition = "hidlReturn != Hidl::Result::SUCCESS";
 };
 
 /// @param scope stands before all of the functions.
+/// @param refused what the service answers where it refuses; IGNORED is what some other calls
+/// accept
 template <typename Service>
-void expectFatal(Service& service, const std::string& scope, const std::vector<HalCall>& calls) {
-    for (const auto& [type, function, call, refusal] : calls) {
+void expectFatal(Service& service, const std::string& scope, const std::vector<HalCall>& calls,
+                 decltype(Service::result) refused = decltype(Service::result)::IGNORED) {
+    for (const auto& [type, function, call, refusal, condition] : calls) {
         service.transportFails = true;
         EXPECT_DEATH(call(), ::testing::HasSubstr("F/Moriak-HidlWrapper: HIDL error in virtual " +
                                                   type + "Vek::Sensors::HidlWrapper::" + scope +
                                                   function + ": Status("));
         service.transportFails = false;
         if (!refusal.empty()) {
-            // Which some other calls accept.
-            service.result = decltype(service.result)::IGNORED;
-            EXPECT_DEATH(call(), ::testing::HasSubstr(
-                                     assertion("hidlReturn != Hidl::Result::SUCCESS", refusal)));
+            service.result = refused;
+            EXPECT_DEATH(call(), ::testing::HasSubstr(assertion(condition, refusal)));
             service.result = decltype(service.result)::SUCCESS;
         }
     }
