@@ -256,6 +256,7 @@ void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
     std::this_thread::sleep_for(delay);
     const std::lock_guard lock{mutex_};
     for (const auto& [client, effects] : recipients) {
+        const bool isGone = std::find(clients_.begin(), clients_.end(), client) == clients_.end();
         const bool isLost = effects.isStopped ||
                             (effects.dropShare > 0 &&
                              faults_->chance(plan_.name, frameSet.sequence) < effects.dropShare);
@@ -263,7 +264,7 @@ void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
         for (uint32_t i = 0; effects.frameType && i < seen.numFrames; ++i) {
             seen.frames[i].frameType = *effects.frameType;
         }
-        if (client->isStarted && !isLost && client->offer(seen)) {
+        if (!isGone && client->isStarted && !isLost && client->offer(seen)) {
             faults_->countWritten(1);
         }
     }
