@@ -4,7 +4,6 @@
 #include <fmq/SharedMapping.h>
 
 #include <atomic>
-#include <functional>
 #include <memory>
 
 #include "in_process/data_path.h"
@@ -33,7 +32,12 @@ class PlayedStream {
                   Vek::Sensors::Hidl::Result::SUCCESS);
           }),
           written_(start * sizeof(HidlData)) {
-        handle.setCallbackv(client);
+        handle.setCallbackv([this](typename Vek::Sensors::IDataStream<Data>::Batch spans) {
+            for (const auto& span : spans) {
+                touch(span.data(), span.size());
+            }
+            seen = spans[0].data();
+        });
         handle.setQueueSize(queueSize);
         handle.addTo(composite);
         memory_ = std::make_unique<TestSupport::QueueCounters>(*end_.queue);
@@ -58,13 +62,6 @@ class PlayedStream {
 
     Handle handle;
     const Data* seen = nullptr;
-    const std::function<void(typename Vek::Sensors::IDataStream<Data>::Batch)> client =
-        [this](typename Vek::Sensors::IDataStream<Data>::Batch spans) {
-            for (const auto& span : spans) {
-                touch(span.data(), span.size());
-            }
-            seen = spans[0].data();
-        };
 
   private:
     TestSupport::ServiceEnd<HidlData> end_;
