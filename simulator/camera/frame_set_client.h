@@ -37,7 +37,7 @@ class FrameSetClient : public StreamingParty {
     FrameSetClient(const ClientIdentity& client, const Queue::Descriptor& queue,
                    const Hal::FmqConfig& config);
 
-    /// What is wrong with what the client sent, or what there is no memory for; null if nothing is.
+    /// What is wrong with what the client sent, or what there is no memory for.
     Refusal refusal() const;
 
     /// For the client: the way back.

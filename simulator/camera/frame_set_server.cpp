@@ -256,7 +256,6 @@ void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
     std::this_thread::sleep_for(delay);
     const std::lock_guard lock{mutex_};
     for (const auto& [client, effects] : recipients) {
-        const bool isGone = std::find(clients_.begin(), clients_.end(), client) == clients_.end();
         const bool isLost = effects.isStopped ||
                             (effects.dropShare > 0 &&
                              faults_->chance(plan_.name, frameSet.sequence) < effects.dropShare);
@@ -264,7 +263,7 @@ void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
         for (uint32_t i = 0; effects.frameType && i < seen.numFrames; ++i) {
             seen.frames[i].frameType = *effects.frameType;
         }
-        if (!isGone && client->isStarted && !isLost && client->offer(seen)) {
+        if (client->isStarted && !isLost && client->offer(seen)) {
             faults_->countWritten(1);
         }
     }
@@ -441,6 +440,8 @@ void FrameSetServer::draw(const Batch& batch, Hal::FrameSet* frameSet) {
 }
 
 void FrameSetServer::onRemovedLocked(FrameSetClient& client) {
+    // Its account is closed: a frame set that is being drawn for it is not handed out any more.
+    client.isStarted = false;
     client.collect();
     countsOfFormerClients_ += client.counts(client.isDisconnected);
     exposure_.stopOverriding(&client);
