@@ -32,7 +32,8 @@ constexpr uint32_t kGiveObject = 1;
 constexpr uint32_t kCallBack = 2;
 constexpr uint32_t kTakeObjects = 3;
 
-/// An object of this process: hands out others, keeps those that it is given, and calls them.
+/// An object of this process: hands out others, keeps the peer's that it is given, and calls those
+/// that it is given.
 class Object : public BHwBinder {
   public:
     static inline std::atomic<int> alive{0};
@@ -54,8 +55,14 @@ class Object : public BHwBinder {
                 return object->transact(kTakeObjects, {}, &results, flags & FLAG_ONEWAY);
             }
             case kTakeObjects: {
-                const std::lock_guard lock(mutex_);
-                return data.readNullableStrongBinder(&kept_);
+                sp<IBinder> object;
+                const android::status_t status = data.readNullableStrongBinder(&object);
+                // One of this process could be this one, which would then keep itself.
+                if (object != nullptr && object->remoteBinder() != nullptr) {
+                    const std::lock_guard lock(mutex_);
+                    kept_ = object;
+                }
+                return status;
             }
         }
         return android::UNKNOWN_TRANSACTION;
