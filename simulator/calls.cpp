@@ -5,8 +5,8 @@ namespace {
 
 /// The service calls these; it does not answer them.
 using ServedByClients =
-    HalTable::TypeList<Hal::ICameraStreamControlTarget, Hal::IFrameConfigCallback,
-                       Hal::IProgressUpdateCallback, Hal::ISensorClient, Hal::ITambrilCallback>;
+    HalTable::TypeList<Hidl::ICameraStreamControlTarget, Hidl::IFrameConfigCallback,
+                       Hidl::IProgressUpdateCallback, Hidl::ISensorClient, Hidl::ITambrilCallback>;
 
 template <typename Wanted, typename... Types>
 constexpr bool contains(const HalTable::TypeList<Types...> /*types*/) {

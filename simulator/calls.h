@@ -30,9 +30,9 @@ constexpr bool isOneOf(HalTable::MethodList<methods...> /*list*/) {
 
 /// Nobody can be told that one of these failed. A new method without an answer is added here.
 using CallsWithoutAnswer = HalTable::MethodList<
-    &Hal::ICameraStream::setExposureGain, &Hal::ICameraStream::setPhaseOffset,
-    &Hal::IControllerManagementClient::release, &Hal::IControllerStreamingClient::release,
-    &Hal::IControllerStreamingClient::enable, &Hal::IControllerStreamingClient::disable>;
+    &Hidl::ICameraStream::setExposureGain, &Hidl::ICameraStream::setPhaseOffset,
+    &Hidl::IControllerManagementClient::release, &Hidl::IControllerStreamingClient::release,
+    &Hidl::IControllerStreamingClient::enable, &Hidl::IControllerStreamingClient::disable>;
 
 template <auto method>
 constexpr CallKind kindOf() {
@@ -43,7 +43,7 @@ constexpr CallKind kindOf() {
         using First = std::tuple_element_t<0, Answer>;
         constexpr std::string_view name = HalTable::kMethodName<method>;
         constexpr bool saysWhether =
-            std::is_same_v<First, Hal::Result> || std::is_same_v<First, bool>;
+            std::is_same_v<First, Hidl::Result> || std::is_same_v<First, bool>;
         return saysWhether && name.find(".get") == std::string_view::npos ? CallKind::CONTROL
                                                                           : CallKind::GETTER;
     }

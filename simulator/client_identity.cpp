@@ -16,8 +16,8 @@ std::string describeCaller(const ClientIdentity& client) {
     std::string name = "nameless client";
     if (client != nullptr) {
         const auto asked =
-            client->getSensorClientInfo([&](Hal::Result result, const Hal::SensorClientInfo& info) {
-                if (result == Hal::Result::SUCCESS) {
+            client->getSensorClientInfo([&](Hidl::Result result, const Hidl::SensorClientInfo& info) {
+                if (result == Hidl::Result::SUCCESS) {
                     name.assign(info.name.c_str(), std::min(info.name.size(), kMaxNameLength));
                 }
             });

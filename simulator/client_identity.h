@@ -13,7 +13,7 @@
 namespace Simulator {
 
 /// The object that a client is known by.
-using ClientIdentity = android::sp<Hal::ISensorClient>;
+using ClientIdentity = android::sp<Hidl::ISensorClient>;
 
 /// The process whose call this thread serves.
 int callingProcess();

@@ -28,7 +28,7 @@ class ClientStream {
     static constexpr size_t kMaxCapacity = 65'536;
 
     /// Maps what the client sent. Ask refusal() before anything else.
-    ClientStream(const typename Queue::Descriptor& queue, const Hal::FmqConfig& config)
+    ClientStream(const typename Queue::Descriptor& queue, const Hidl::FmqConfig& config)
         : queue_(queue),
           eventFlag_(mapEventFlag(config.eventFlag)),
           readNotifyBit_(config.readNotifyBit),

@@ -24,19 +24,19 @@ struct StatusBit {
 };
 
 template <>
-struct Discontinuity<Hal::FlickerData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::FlickerData> : StatusBit<Hidl::LightSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::AdcFlickerData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::AdcFlickerData> : StatusBit<Hidl::LightSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::AmbientLightData> : StatusBit<Hal::LightSampleStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::AmbientLightData> : StatusBit<Hidl::LightSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::ExternalTimestampData>
-    : StatusBit<Hal::ExternalTimestampStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::ExternalTimestampData>
+    : StatusBit<Hidl::ExternalTimestampStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::ImuData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::ImuData> : StatusBit<Hidl::MotionSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::MagData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::MagData> : StatusBit<Hidl::MotionSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hal::ControllerImuData> : StatusBit<Hal::MotionSampleStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::ControllerImuData> : StatusBit<Hidl::MotionSampleStatus::DISCONTINUITY> {};
 
 }  // namespace Simulator

@@ -63,8 +63,8 @@ const KindRow& rowOf(FaultKind kind) {
                          [kind](const KindRow& row) { return row.kind == kind; });
 }
 
-constexpr Hal::Result kErrors[] = {Hal::Result::FAILURE, Hal::Result::BAD_STATE,
-                                   Hal::Result::IGNORED};
+constexpr Hidl::Result kErrors[] = {Hidl::Result::FAILURE, Hidl::Result::BAD_STATE,
+                                   Hidl::Result::IGNORED};
 
 constexpr Recording::Named<FaultTarget> kTargets[] = {{FaultTarget::CALL, "CALL"},
                                                       {FaultTarget::STREAM, "STREAM"},
@@ -92,8 +92,8 @@ bool parseValue(Value value, const std::string& text, Fault* fault) {
     if (value == Value::RESULT) {
         const auto* const error =
             std::find_if(std::begin(kErrors), std::end(kErrors),
-                         [&](Hal::Result candidate) { return toString(candidate) == text; });
-        fault->result = error == std::end(kErrors) ? Hal::Result::SUCCESS : *error;
+                         [&](Hidl::Result candidate) { return toString(candidate) == text; });
+        fault->result = error == std::end(kErrors) ? Hidl::Result::SUCCESS : *error;
         return error != std::end(kErrors);
     }
     if (value == Value::TIME) {

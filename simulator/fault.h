@@ -43,7 +43,7 @@ struct Fault {
     /// As in the list of targets.
     std::string target;
     // What the kind has of these.
-    Hal::Result result{};
+    Hidl::Result result{};
     std::chrono::nanoseconds time{0};
     double number = 0;
 

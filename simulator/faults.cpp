@@ -157,8 +157,8 @@ void Faults::forEachTaken(FaultTarget target, const std::string& name, int proce
     }
 }
 
-Hal::Result Faults::beginCall(const std::string& call, int process) {
-    Hal::Result result = Hal::Result::SUCCESS;
+Hidl::Result Faults::beginCall(const std::string& call, int process) {
+    Hidl::Result result = Hidl::Result::SUCCESS;
     if (!isAny_.load(std::memory_order_relaxed)) {
         return result;
     }
@@ -223,10 +223,10 @@ StreamEffects Faults::onBatch(const std::string& stream, int process) {
                 effects.isCorrupt = true;
                 break;
             case FaultKind::NOT_RECEIVED:
-                effects.frameType = Hal::FrameType::NOT_RECEIVED;
+                effects.frameType = Hidl::FrameType::NOT_RECEIVED;
                 break;
             case FaultKind::INVALID:
-                effects.frameType = Hal::FrameType::INVALID;
+                effects.frameType = Hidl::FrameType::INVALID;
                 break;
             case FaultKind::REUSE:
                 effects.isBufferReused = true;

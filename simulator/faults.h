@@ -37,7 +37,7 @@ struct StreamEffects {
     std::optional<double> limit;
     std::chrono::nanoseconds jump{0};
     /// Of the images of a frame set, in place of their own.
-    std::optional<Hal::FrameType> frameType;
+    std::optional<Hidl::FrameType> frameType;
     /// Its images are drawn over those of the last frame set.
     bool isBufferReused = false;
 };
@@ -79,7 +79,7 @@ class Faults {
 
     /// Waits if a fault has the call do so. @param call "Interface.method"
     /// @return what the call is to answer; SUCCESS: as it would
-    Hal::Result beginCall(const std::string& call, int process);
+    Hidl::Result beginCall(const std::string& call, int process);
     StreamEffects onBatch(const std::string& stream, int process);
     ControllerEffects onController(const std::string& controller);
     /// From 0 to 1; the same for the same record of a stream in every run with the seed.

@@ -7,6 +7,6 @@
 
 namespace Simulator {
 
-namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
+namespace Hidl = ::vendor::zelvan::hardware::sensors::V1_0;
 
 }  // namespace Simulator

@@ -44,10 +44,10 @@ class WithFaults : public Implementation {
     auto onCall(const Proceed& proceed, Arguments&... arguments) const
         -> decltype(proceed(arguments...)) {
         constexpr CallKind kind = kindOf<method>();
-        const Hal::Result fault =
+        const Hidl::Result fault =
             callFaults_->beginCall(HalTable::kMethodName<method>, callingProcess());
         if constexpr (kind != CallKind::INFALLIBLE) {
-            if (fault != Hal::Result::SUCCESS) {
+            if (fault != Hidl::Result::SUCCESS) {
                 using Answer = HalTable::AnswerOf<method>;
                 return answer<kind, Answer>(fault, proceed, arguments...);
             }
@@ -56,16 +56,16 @@ class WithFaults : public Implementation {
     }
 
   private:
-    static void setResult(Hal::Result fault, Hal::Result* result) {
-        *result = *result == Hal::Result::SUCCESS ? fault : *result;
+    static void setResult(Hidl::Result fault, Hidl::Result* result) {
+        *result = *result == Hidl::Result::SUCCESS ? fault : *result;
     }
-    static void setResult(Hal::Result /*fault*/, bool* success) { *success = false; }
+    static void setResult(Hidl::Result /*fault*/, bool* success) { *success = false; }
     template <typename Other>
-    static void setResult(Hal::Result /*fault*/, Other* /*value*/) {}
+    static void setResult(Hidl::Result /*fault*/, Other* /*value*/) {}
 
     template <typename Value>
     static constexpr bool kIsResult =
-        std::is_same_v<Value, Hal::Result> || std::is_same_v<Value, bool>;
+        std::is_same_v<Value, Hidl::Result> || std::is_same_v<Value, bool>;
     /// Whether there is a result, before the data or after it.
     template <typename Answer>
     static constexpr bool kHasResult =
@@ -73,7 +73,7 @@ class WithFaults : public Implementation {
         kIsResult<std::tuple_element_t<std::tuple_size_v<Answer> - 1, Answer>>;
 
     template <CallKind kind, typename Answer, typename Proceed, typename... Arguments>
-    static auto answer(Hal::Result fault, const Proceed& proceed, Arguments&... arguments)
+    static auto answer(Hidl::Result fault, const Proceed& proceed, Arguments&... arguments)
         -> decltype(proceed(arguments...)) {
         const auto withFault = [&](Answer values) {
             std::apply([&](auto&... value) { (setResult(fault, &value), ...); }, values);

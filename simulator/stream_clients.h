@@ -33,7 +33,7 @@ template <typename Record>
 struct StreamClient : StreamingParty {
     StreamClient(const ClientIdentity& client,
                  const typename ClientStream<Record>::Queue::Descriptor& queue,
-                 const Hal::FmqConfig& config)
+                 const Hidl::FmqConfig& config)
         : StreamingParty(client), stream(queue, config) {}
 
     Refusal refusal() const { return stream.refusal(); }
@@ -62,8 +62,8 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
     }
 
     /// Takes the client's queue; the stream is then stopped.
-    Hal::Result prepare(const typename Queue::Descriptor& queue, const ClientIdentity& identity,
-                        const Hal::FmqConfig& config);
+    Hidl::Result prepare(const typename Queue::Descriptor& queue, const ClientIdentity& identity,
+                        const Hidl::FmqConfig& config);
 
     /// Into the queues of all started clients.
     void write(const std::vector<Record>& records) {
@@ -171,18 +171,18 @@ std::string summaryOf(const StreamClients<Record>& clients) {
 }
 
 template <typename Record>
-Hal::Result StreamClients<Record>::prepare(const typename Queue::Descriptor& queue,
+Hidl::Result StreamClients<Record>::prepare(const typename Queue::Descriptor& queue,
                                            const ClientIdentity& identity,
-                                           const Hal::FmqConfig& config) {
+                                           const Hidl::FmqConfig& config) {
     const auto client = std::make_shared<Client>(identity, queue, config);
     if (!this->takeIn(client)) {
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     ALOGI("%s: %s has a queue of %zu records", this->name().c_str(), client->name.c_str(),
           client->stream.capacity());
     const std::lock_guard lock{mutex_};
     ++statistics_.clients;
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
 template <typename Record>

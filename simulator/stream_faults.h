@@ -125,11 +125,11 @@ void StreamFaults<Record>::spoil(const StreamEffects& effects, Record* record) {
             }
         }
     });
-    constexpr bool tells = std::is_same_v<Record, Hal::ImuData> ||
-                           std::is_same_v<Record, Hal::MagData> ||
-                           std::is_same_v<Record, Hal::ControllerImuData>;
+    constexpr bool tells = std::is_same_v<Record, Hidl::ImuData> ||
+                           std::is_same_v<Record, Hidl::MagData> ||
+                           std::is_same_v<Record, Hidl::ControllerImuData>;
     if constexpr (tells) {
-        record->status |= isClipped ? static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED) : 0U;
+        record->status |= isClipped ? static_cast<uint32_t>(Hidl::MotionSampleStatus::CLIPPED) : 0U;
     }
 }
 

@@ -31,7 +31,7 @@ class StreamRegister : public ClientRegister<Client> {
 
     const std::string& name() const { return name_; }
 
-    Hal::Result control(const ClientIdentity& identity, Hal::StreamCommand command);
+    Hidl::Result control(const ClientIdentity& identity, Hidl::StreamCommand command);
 
   protected:
     using typename ClientRegister<Client>::ClientPointer;
@@ -88,35 +88,35 @@ bool StreamRegister<Client>::takeIn(const ClientPointer& client) {
 }
 
 template <typename Client>
-Hal::Result StreamRegister<Client>::control(const ClientIdentity& identity,
-                                            Hal::StreamCommand command) {
+Hidl::Result StreamRegister<Client>::control(const ClientIdentity& identity,
+                                            Hidl::StreamCommand command) {
     if (identity == nullptr) {
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     ClientPointer client;
     {
         const std::lock_guard lock{this->mutex_};
         client = this->findLocked(identity);
         if (client == nullptr) {
-            return Hal::Result::BAD_STATE;
+            return Hidl::Result::BAD_STATE;
         }
-        const bool start = command == Hal::StreamCommand::START;
-        if (start || command == Hal::StreamCommand::STOP) {
+        const bool start = command == Hidl::StreamCommand::START;
+        if (start || command == Hidl::StreamCommand::STOP) {
             if (client->isStarted == start) {
-                return Hal::Result::IGNORED;
+                return Hidl::Result::IGNORED;
             }
             client->isStarted = start;
             this->onChangeLocked();
-            return Hal::Result::SUCCESS;
+            return Hidl::Result::SUCCESS;
         }
-        if (command != Hal::StreamCommand::DISCONNECT) {
-            return Hal::Result::FAILURE;
+        if (command != Hidl::StreamCommand::DISCONNECT) {
+            return Hidl::Result::FAILURE;
         }
         client->isDisconnected = true;
         this->removeLocked(client);
     }
     this->release(client, "disconnected");
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
 }  // namespace Simulator

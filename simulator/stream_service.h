@@ -18,14 +18,14 @@ class StreamService : public Service<Interface> {
 
     explicit StreamService(android::sp<Server> server) : server_(std::move(server)) {}
 
-    Return<Hal::Result> prepareStream(const ClientQueue<Record>& queue,
+    Return<Hidl::Result> prepareStream(const ClientQueue<Record>& queue,
                                       const ClientIdentity& client,
-                                      const Hal::FmqConfig& config) override {
+                                      const Hidl::FmqConfig& config) override {
         return server_->prepare(queue, client, config);
     }
 
-    Return<Hal::Result> controlStream(const ClientIdentity& client,
-                                      Hal::StreamCommand command) override {
+    Return<Hidl::Result> controlStream(const ClientIdentity& client,
+                                      Hidl::StreamCommand command) override {
         return server_->control(client, command);
     }
 

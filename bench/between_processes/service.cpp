@@ -100,7 +100,7 @@ int serve() {
         std::vector<double> times{0};
         switch (order.what) {
             case Order::What::kSamples:
-                writeSamples<Hal::ImuData>(order, imu->samples);
+                writeSamples<Hidl::ImuData>(order, imu->samples);
                 break;
             case Order::What::kBareSamples:
                 writeSamples<decltype(rings.samples)::Record>(order, rings.samples);
@@ -109,7 +109,7 @@ int serve() {
                 writeSamples<decltype(rings.eventSamples)::Record>(order, rings.eventSamples);
                 break;
             case Order::What::kFrameSets:
-                times = exchangeFrameSets<Hal::FrameSet>(
+                times = exchangeFrameSets<Hidl::FrameSet>(
                     order, [&](const auto& frameSet) { cameras->stream->exchange(frameSet); });
                 break;
             case Order::What::kBareFrameSets:

@@ -12,13 +12,13 @@
 
 namespace Bench {
 
-namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
+namespace Hidl = ::vendor::zelvan::hardware::sensors::V1_0;
 using android::sp;
 using android::hardware::EventFlag;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::Void;
-using HalClient = const sp<Hal::ISensorClient>&;
+using HalClient = const sp<Hidl::ISensorClient>&;
 
 template <typename Record>
 using Queue = android::hardware::MessageQueue<Record, android::hardware::kSynchronizedReadWrite>;
@@ -28,7 +28,7 @@ using Queue = android::hardware::MessageQueue<Record, android::hardware::kSynchr
 template <typename Record>
 class StreamEnd {
   public:
-    void take(const typename Queue<Record>::Descriptor& queue, const Hal::FmqConfig& config) {
+    void take(const typename Queue<Record>::Descriptor& queue, const Hidl::FmqConfig& config) {
         queue_.emplace(queue);
         EventFlag::deleteEventFlag(&eventFlag_);
         EventFlag::createEventFlag(config.eventFlag->data[0], 0, &eventFlag_);
@@ -52,7 +52,7 @@ class StreamEnd {
   private:
     std::optional<Queue<Record>> queue_;
     EventFlag* eventFlag_ = nullptr;
-    Hal::FmqConfig config_;
+    Hidl::FmqConfig config_;
 };
 
 /// Serves none of the interface's methods; what the benchmarks call is added.
@@ -69,22 +69,22 @@ class NotServed : public Interface {
 template <typename Interface>
 using PartlyServed = HalTable::EveryMethod<NotServed<Interface>, Interface>;
 
-class Imu : public PartlyServed<Hal::IImu> {
+class Imu : public PartlyServed<Hidl::IImu> {
   public:
-    Return<Hal::Result> prepareStream(const Queue<Hal::ImuData>::Descriptor& queue,
-                                      HalClient /*client*/, const Hal::FmqConfig& config) override {
+    Return<Hidl::Result> prepareStream(const Queue<Hidl::ImuData>::Descriptor& queue,
+                                      HalClient /*client*/, const Hidl::FmqConfig& config) override {
         samples.take(queue, config);
-        return Hal::Result::SUCCESS;
+        return Hidl::Result::SUCCESS;
     }
-    Return<Hal::Result> configureStream(
-        const Hal::MotionStreamProperties& /*properties*/) override {
-        return Hal::Result::SUCCESS;
+    Return<Hidl::Result> configureStream(
+        const Hidl::MotionStreamProperties& /*properties*/) override {
+        return Hidl::Result::SUCCESS;
     }
 
-    StreamEnd<Hal::ImuData> samples;
+    StreamEnd<Hidl::ImuData> samples;
 };
 
-class CameraStream : public PartlyServed<Hal::ICameraStream> {
+class CameraStream : public PartlyServed<Hidl::ICameraStream> {
   public:
     CameraStream() {
         native_handle_t* const handle = native_handle_create(1, 0);
@@ -96,51 +96,51 @@ class CameraStream : public PartlyServed<Hal::ICameraStream> {
     }
 
     /// Hands a frame set out and waits until it is back.
-    void exchange(const Hal::FrameSet& frameSet) {
+    void exchange(const Hidl::FrameSet& frameSet) {
         out_.write(frameSet);
         uint32_t state = 0;
         eventFlag_->wait(config_.dataReadyBit, &state, 0, true);
         recycled_.read(&back_);
     }
 
-    Return<void> prepareStream(HalClient /*client*/, const Queue<Hal::FrameSet>::Descriptor& queue,
-                               const Hal::FmqConfig& config, prepareStream_cb callback) override {
+    Return<void> prepareStream(HalClient /*client*/, const Queue<Hidl::FrameSet>::Descriptor& queue,
+                               const Hidl::FmqConfig& config, prepareStream_cb callback) override {
         out_.take(queue, config);
-        callback(Hal::Result::SUCCESS, *recycled_.getDesc(), config_);
+        callback(Hidl::Result::SUCCESS, *recycled_.getDesc(), config_);
         return Void();
     }
 
   private:
-    StreamEnd<Hal::FrameSet> out_;
-    Queue<Hal::FrameSet> recycled_{1};
-    Hal::FmqConfig config_;
+    StreamEnd<Hidl::FrameSet> out_;
+    Queue<Hidl::FrameSet> recycled_{1};
+    Hidl::FmqConfig config_;
     EventFlag* eventFlag_ = nullptr;
-    Hal::FrameSet back_{};
+    Hidl::FrameSet back_{};
 };
 
-class CameraProvider : public PartlyServed<Hal::ICameraProvider> {
+class CameraProvider : public PartlyServed<Hidl::ICameraProvider> {
   public:
-    Return<sp<Hal::ICameraStream>> getStream(Hal::FrameType /*type*/) override { return stream; }
+    Return<sp<Hidl::ICameraStream>> getStream(Hidl::FrameType /*type*/) override { return stream; }
 
     const sp<CameraStream> stream = new CameraStream;
 };
 
-class Tambril : public PartlyServed<Hal::ITambril> {
+class Tambril : public PartlyServed<Hidl::ITambril> {
   public:
-    Return<Hal::Result> registerClient(Hal::KivraRpcClientId /*client*/,
-                                       const sp<Hal::ITambrilCallback>& /*callback*/) override {
-        return Hal::Result::SUCCESS;
+    Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId /*client*/,
+                                       const sp<Hidl::ITambrilCallback>& /*callback*/) override {
+        return Hidl::Result::SUCCESS;
     }
-    Return<Hal::Result> sendMessage(const sp<Hal::ITambrilCallback>& callback,
-                                    const Hal::ControllerAddr& address, uint32_t procedure,
+    Return<Hidl::Result> sendMessage(const sp<Hidl::ITambrilCallback>& callback,
+                                    const Hidl::ControllerAddr& address, uint32_t procedure,
                                     const hidl_vec<uint8_t>& payload) override {
         if (procedure == kAnsweredProcedure) {
-            Hal::KivraRpcMessage answer{};
+            Hidl::KivraRpcMessage answer{};
             answer.address = address;
             answer.payload = payload;
             callback->onKivraRpcMessage(answer).isOk();
         }
-        return Hal::Result::SUCCESS;
+        return Hidl::Result::SUCCESS;
     }
 };
 

@@ -30,7 +30,7 @@ double processorTime() {
 /// @return in s, for a frame
 double costOf(WorldImages& images, const CameraStreamPlan& stream, const CameraPlan& camera,
               uint32_t frames) {
-    const ImageGeometry geometry = geometryOf(stream, Hal::Resolution::FULL);
+    const ImageGeometry geometry = geometryOf(stream, Hidl::Resolution::FULL);
     std::vector<uint8_t> pixels(size_t{geometry.stride} * geometry.height);
     const PixelPlane plane{pixels.data(), stream.pixelFormat, geometry.width, geometry.height,
                            geometry.stride};

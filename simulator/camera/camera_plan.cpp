@@ -27,9 +27,9 @@ Vector eyePosition(double side) {
 }  // namespace
 
 const std::vector<CameraStreamPlan>& cameraStreamPlans() {
-    using Type = Hal::FrameType;
-    using Rate = Hal::FrameRate;
-    using Format = Hal::PixelFormat;
+    using Type = Hidl::FrameType;
+    using Rate = Hidl::FrameRate;
+    using Format = Hidl::PixelFormat;
     // Each lens is a little different, as lenses are.
     constexpr auto kPinhole = Lens::Model::RADIAL_TANGENTIAL;
     constexpr auto kFisheye = Lens::Model::EQUIDISTANT;
@@ -105,20 +105,20 @@ const std::vector<CameraStreamPlan>& cameraStreamPlans() {
     return plans;
 }
 
-uint32_t bytesPerPixel(Hal::PixelFormat format) {
+uint32_t bytesPerPixel(Hidl::PixelFormat format) {
     switch (format) {
-        case Hal::PixelFormat::GREY_8:
+        case Hidl::PixelFormat::GREY_8:
             return 1;
-        case Hal::PixelFormat::GREY_10:
-        case Hal::PixelFormat::DEPTH_16:
+        case Hidl::PixelFormat::GREY_10:
+        case Hidl::PixelFormat::DEPTH_16:
             return 2;
-        case Hal::PixelFormat::RGBA_8888:
+        case Hidl::PixelFormat::RGBA_8888:
             return 4;
     }
     return 0;
 }
 
-ImageGeometry geometryOf(const CameraStreamPlan& plan, Hal::Resolution resolution) {
+ImageGeometry geometryOf(const CameraStreamPlan& plan, Hidl::Resolution resolution) {
     // Rows begin where the cameras' transfers like them to.
     constexpr uint32_t kRowAlignment = 64;
     const auto halvings = static_cast<uint32_t>(resolution);
@@ -129,7 +129,7 @@ ImageGeometry geometryOf(const CameraStreamPlan& plan, Hal::Resolution resolutio
 }
 
 size_t largestImage(const CameraStreamPlan& plan) {
-    const ImageGeometry full = geometryOf(plan, Hal::Resolution::FULL);
+    const ImageGeometry full = geometryOf(plan, Hidl::Resolution::FULL);
     return size_t{full.stride} * full.height;
 }
 

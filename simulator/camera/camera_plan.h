@@ -23,13 +23,13 @@ struct CameraPlan {
 /// Cameras of one kind, which expose together.
 struct CameraStreamPlan {
     std::string name;
-    Hal::FrameType frameType;
+    Hidl::FrameType frameType;
     /// As mux modes and clients know it.
     std::string purpose;
     std::string sensorModel;
     std::vector<CameraPlan> cameras;
-    Hal::FrameRate frameRate;
-    Hal::PixelFormat pixelFormat;
+    Hidl::FrameRate frameRate;
+    Hidl::PixelFormat pixelFormat;
     // Of the sensors, in pixels.
     uint32_t width;
     uint32_t height;
@@ -50,7 +50,7 @@ struct ExposureLimits {
 };
 
 /// What the automatic control finds right for the usual light, where the mains has 50 Hz.
-constexpr Hal::ExposureGain kAutomaticExposure{10'000'000, 1.2F, 1};
+constexpr Hidl::ExposureGain kAutomaticExposure{10'000'000, 1.2F, 1};
 
 /// From an eye camera to the middle of the eyeball, which is on its axis, in m.
 inline constexpr double kEyeCameraDistance = 0.045;
@@ -63,8 +63,8 @@ struct ImageGeometry {
     uint32_t stride;
 };
 
-uint32_t bytesPerPixel(Hal::PixelFormat format);
-ImageGeometry geometryOf(const CameraStreamPlan& plan, Hal::Resolution resolution);
+uint32_t bytesPerPixel(Hidl::PixelFormat format);
+ImageGeometry geometryOf(const CameraStreamPlan& plan, Hidl::Resolution resolution);
 
 /// In bytes, of any resolution.
 size_t largestImage(const CameraStreamPlan& plan);

@@ -11,7 +11,7 @@ namespace Simulator {
 
 using android::hardware::hidl_handle;
 using android::hardware::hidl_vec;
-using Hal::Result;
+using Hidl::Result;
 
 CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
                                              std::shared_ptr<MuxControl> mux,
@@ -23,7 +23,7 @@ CameraProviderService::CameraProviderService(std::vector<StreamPointer> streams,
 }
 
 Return<void> CameraProviderService::getProperties(getProperties_cb callback) {
-    std::vector<Hal::CameraProperties> cameras;
+    std::vector<Hidl::CameraProperties> cameras;
     for (const StreamPointer& stream : streams_) {
         const CameraStreamPlan& plan = stream->server()->plan();
         for (const CameraPlan& camera : plan.cameras) {
@@ -52,31 +52,31 @@ Return<void> CameraProviderService::getCalibrationData(uint32_t cameraId,
     return Void();
 }
 
-Return<android::sp<Hal::ICameraStream>> CameraProviderService::getStream(Hal::FrameType frameType) {
-    return android::sp<Hal::ICameraStream>(streamOf(frameType));
+Return<android::sp<Hidl::ICameraStream>> CameraProviderService::getStream(Hidl::FrameType frameType) {
+    return android::sp<Hidl::ICameraStream>(streamOf(frameType));
 }
 
-Return<android::sp<Hal::ICameraStream>> CameraProviderService::getStreamByPurpose(
+Return<android::sp<Hidl::ICameraStream>> CameraProviderService::getStreamByPurpose(
     const String& purpose, const String& variant) {
-    return android::sp<Hal::ICameraStream>(streamOf(purpose, variant));
+    return android::sp<Hidl::ICameraStream>(streamOf(purpose, variant));
 }
 
-Return<android::sp<Hal::ICameraStreamController>> CameraProviderService::getStreamController(
+Return<android::sp<Hidl::ICameraStreamController>> CameraProviderService::getStreamController(
     const String& purpose, const String& variant) {
-    android::sp<Hal::ICameraStreamController> controller;
+    android::sp<Hidl::ICameraStreamController> controller;
     if (const StreamPointer stream = streamOf(purpose, variant); stream != nullptr) {
         controller = makeService<CameraStreamController>(faults_, stream->server());
     }
     return controller;
 }
 
-Return<Hal::UtilityFrequency> CameraProviderService::getUtilityFrequency() {
+Return<Hidl::UtilityFrequency> CameraProviderService::getUtilityFrequency() {
     const std::lock_guard lock{mutex_};
     return utilityFrequency_;
 }
 
-Return<Result> CameraProviderService::setUtilityFrequency(Hal::UtilityFrequency frequency) {
-    if (frequency > Hal::UtilityFrequency::FREQUENCY_60_HZ) {
+Return<Result> CameraProviderService::setUtilityFrequency(Hidl::UtilityFrequency frequency) {
+    if (frequency > Hidl::UtilityFrequency::FREQUENCY_60_HZ) {
         return Result::FAILURE;
     }
     const std::lock_guard lock{mutex_};
@@ -88,7 +88,7 @@ Return<Result> CameraProviderService::setUtilityFrequency(Hal::UtilityFrequency 
 }
 
 Return<void> CameraProviderService::getChannels(getChannels_cb callback) {
-    Hal::ChannelSettings settings;
+    Hidl::ChannelSettings settings;
     {
         const std::lock_guard lock{mutex_};
         settings.channels = channels_;
@@ -97,9 +97,9 @@ Return<void> CameraProviderService::getChannels(getChannels_cb callback) {
     return Void();
 }
 
-Return<Result> CameraProviderService::setChannels(const Hal::ChannelSettings& settings) {
-    const std::vector<Hal::FrameType> channels = settings.channels;
-    for (const Hal::FrameType channel : channels) {
+Return<Result> CameraProviderService::setChannels(const Hidl::ChannelSettings& settings) {
+    const std::vector<Hidl::FrameType> channels = settings.channels;
+    for (const Hidl::FrameType channel : channels) {
         if (streamOf(channel) == nullptr) {
             ALOGW("refused channels: no camera gives frames of type %u",
                   static_cast<uint32_t>(channel));
@@ -120,9 +120,9 @@ Return<Result> CameraProviderService::applyMuxMode(const String& name, uint8_t t
     return mux_->apply(name, transition);
 }
 
-Return<Result> CameraProviderService::setFrameRate(const Hal::FrameRateSettings& settings) {
+Return<Result> CameraProviderService::setFrameRate(const Hidl::FrameRateSettings& settings) {
     const auto& types = settings.frameTypes;
-    const bool areThere = std::all_of(types.begin(), types.end(), [this](Hal::FrameType type) {
+    const bool areThere = std::all_of(types.begin(), types.end(), [this](Hidl::FrameType type) {
         return streamOf(type) != nullptr;
     });
     if (!areThere || types.size() != settings.frameRates.size()) {
@@ -140,8 +140,8 @@ Return<Result> CameraProviderService::setFrameRate(const Hal::FrameRateSettings&
 }
 
 Return<Result> CameraProviderService::controlEvery(
-    const hidl_vec<android::sp<Hal::ICameraStreamControlTarget>>& targets,
-    Hal::StreamCommand command) {
+    const hidl_vec<android::sp<Hidl::ICameraStreamControlTarget>>& targets,
+    Hidl::StreamCommand command) {
     bool isAllIgnored = targets.size() > 0;
     for (const auto& target : targets) {
         const Result result = controlTarget(target, command);
@@ -154,23 +154,23 @@ Return<Result> CameraProviderService::controlEvery(
 }
 
 Result CameraProviderService::controlTarget(
-    const android::sp<Hal::ICameraStreamControlTarget>& target, Hal::StreamCommand command) const {
+    const android::sp<Hidl::ICameraStreamControlTarget>& target, Hidl::StreamCommand command) const {
     if (target == nullptr) {
         return Result::FAILURE;
     }
     // Calls of the client: what they fail with is the client's loss. Each status is looked at, or
     // it would end the process.
-    const Return<android::sp<Hal::ICameraStream>> stream = target->getStream();
+    const Return<android::sp<Hidl::ICameraStream>> stream = target->getStream();
     if (!stream.isOk()) {
         return Result::FAILURE;
     }
-    const Return<android::sp<Hal::ISensorClient>> client = target->getClient();
+    const Return<android::sp<Hidl::ISensorClient>> client = target->getClient();
     if (!client.isOk()) {
         return Result::FAILURE;
     }
-    const android::sp<Hal::ICameraStream> named = stream;
+    const android::sp<Hidl::ICameraStream> named = stream;
     for (const StreamPointer& candidate : streams_) {
-        if (android::hardware::interfacesEqual(named, android::sp<Hal::ICameraStream>(candidate))) {
+        if (android::hardware::interfacesEqual(named, android::sp<Hidl::ICameraStream>(candidate))) {
             return candidate->server()->control(client, command);
         }
     }
@@ -179,7 +179,7 @@ Result CameraProviderService::controlTarget(
 }
 
 CameraProviderService::StreamPointer CameraProviderService::streamOf(
-    Hal::FrameType frameType) const {
+    Hidl::FrameType frameType) const {
     const auto found =
         std::find_if(streams_.begin(), streams_.end(), [&](const StreamPointer& stream) {
             return stream->server()->plan().frameType == frameType;

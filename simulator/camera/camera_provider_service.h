@@ -12,7 +12,7 @@
 
 namespace Simulator {
 
-class CameraProviderService : public Service<Hal::ICameraProvider> {
+class CameraProviderService : public Service<Hidl::ICameraProvider> {
   public:
     using String = android::hardware::hidl_string;
 
@@ -22,37 +22,37 @@ class CameraProviderService : public Service<Hal::ICameraProvider> {
 
     Return<void> getProperties(getProperties_cb callback) override;
     Return<void> getCalibrationData(uint32_t cameraId, getCalibrationData_cb callback) override;
-    Return<android::sp<Hal::ICameraStream>> getStream(Hal::FrameType frameType) override;
-    Return<android::sp<Hal::ICameraStream>> getStreamByPurpose(const String& purpose,
+    Return<android::sp<Hidl::ICameraStream>> getStream(Hidl::FrameType frameType) override;
+    Return<android::sp<Hidl::ICameraStream>> getStreamByPurpose(const String& purpose,
                                                                const String& variant) override;
-    Return<android::sp<Hal::ICameraStreamController>> getStreamController(
+    Return<android::sp<Hidl::ICameraStreamController>> getStreamController(
         const String& purpose, const String& variant) override;
-    Return<Hal::UtilityFrequency> getUtilityFrequency() override;
-    Return<Hal::Result> setUtilityFrequency(Hal::UtilityFrequency frequency) override;
+    Return<Hidl::UtilityFrequency> getUtilityFrequency() override;
+    Return<Hidl::Result> setUtilityFrequency(Hidl::UtilityFrequency frequency) override;
     Return<void> getChannels(getChannels_cb callback) override;
-    Return<Hal::Result> setChannels(const Hal::ChannelSettings& settings) override;
-    Return<Hal::Result> applyMuxMode(const String& name, uint8_t transition) override;
-    Return<Hal::Result> setFrameRate(const Hal::FrameRateSettings& settings) override;
+    Return<Hidl::Result> setChannels(const Hidl::ChannelSettings& settings) override;
+    Return<Hidl::Result> applyMuxMode(const String& name, uint8_t transition) override;
+    Return<Hidl::Result> setFrameRate(const Hidl::FrameRateSettings& settings) override;
     Return<bool> getRawImageMode() override { return false; }
-    Return<Hal::Result> controlEvery(
-        const android::hardware::hidl_vec<android::sp<Hal::ICameraStreamControlTarget>>& targets,
-        Hal::StreamCommand command) override;
+    Return<Hidl::Result> controlEvery(
+        const android::hardware::hidl_vec<android::sp<Hidl::ICameraStreamControlTarget>>& targets,
+        Hidl::StreamCommand command) override;
 
   private:
     using StreamPointer = android::sp<CameraStreamService>;
 
     /// Null if there is none.
-    StreamPointer streamOf(Hal::FrameType frameType) const;
+    StreamPointer streamOf(Hidl::FrameType frameType) const;
     StreamPointer streamOf(const String& purpose, const String& variant) const;
-    Hal::Result controlTarget(const android::sp<Hal::ICameraStreamControlTarget>& target,
-                              Hal::StreamCommand command) const;
+    Hidl::Result controlTarget(const android::sp<Hidl::ICameraStreamControlTarget>& target,
+                              Hidl::StreamCommand command) const;
 
     const std::shared_ptr<Faults> faults_;
     const std::vector<StreamPointer> streams_;
     const std::shared_ptr<MuxControl> mux_;
     std::mutex mutex_;
-    Hal::UtilityFrequency utilityFrequency_ = Hal::UtilityFrequency::FREQUENCY_50_HZ;
-    std::vector<Hal::FrameType> channels_;
+    Hidl::UtilityFrequency utilityFrequency_ = Hidl::UtilityFrequency::FREQUENCY_50_HZ;
+    std::vector<Hidl::FrameType> channels_;
 };
 
 }  // namespace Simulator

@@ -8,7 +8,7 @@ namespace Simulator {
 
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
-using Hal::Result;
+using Hidl::Result;
 
 Return<void> CameraStreamService::getMetadata(getMetadata_cb callback) {
     callback(Result::SUCCESS, server_->metadata());
@@ -16,8 +16,8 @@ Return<void> CameraStreamService::getMetadata(getMetadata_cb callback) {
 }
 
 Return<void> CameraStreamService::prepareStream(const ClientIdentity& client,
-                                                const ClientQueue<Hal::FrameSet>& queue,
-                                                const Hal::FmqConfig& config,
+                                                const ClientQueue<Hidl::FrameSet>& queue,
+                                                const Hidl::FmqConfig& config,
                                                 prepareStream_cb callback) {
     const std::shared_ptr<const FrameSetClient> prepared = server_->prepare(client, queue, config);
     if (prepared == nullptr) {
@@ -35,7 +35,7 @@ Return<void> CameraStreamService::getConfiguration(const ClientIdentity& /*clien
 }
 
 Return<Result> CameraStreamService::controlStream(const ClientIdentity& client,
-                                                  Hal::StreamCommand command) {
+                                                  Hidl::StreamCommand command) {
     return server_->control(client, command);
 }
 
@@ -53,16 +53,16 @@ Return<Result> CameraStreamService::stopOverridingExposureSettings(const ClientI
 }
 
 Return<void> CameraStreamService::registerFrameConfigCallback(
-    const ClientIdentity& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
+    const ClientIdentity& client, const android::sp<Hidl::IFrameConfigCallback>& configCallback,
     registerFrameConfigCallback_cb callback) {
-    Hal::MuxState state{};
+    Hidl::MuxState state{};
     const Result result = mux_->addCallback(*server_, client, configCallback, &state);
     callback(result, state);
     return Void();
 }
 
 Return<void> CameraStreamService::setExposureGain(const ClientIdentity& client,
-                                                  const Hal::ExposureGainSettings& settings) {
+                                                  const Hidl::ExposureGainSettings& settings) {
     const Result result =
         server_->overrideExposure(client, [&](ExposureControl::Claimant claimant) {
             return server_->exposure().set(claimant, settings, 0);
@@ -80,7 +80,7 @@ Return<void> CameraStreamService::setPhaseOffset(uint64_t offset) {
     return Void();
 }
 
-Return<Result> CameraStreamService::setCameraSyncMode(Hal::CameraSyncMode mode) {
+Return<Result> CameraStreamService::setCameraSyncMode(Hidl::CameraSyncMode mode) {
     return server_->setSyncMode(mode);
 }
 
@@ -105,7 +105,7 @@ Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name
     return Result::SUCCESS;
 }
 
-Return<Result> CameraStreamService::setResolution(const hidl_vec<Hal::Resolution>& resolutions) {
+Return<Result> CameraStreamService::setResolution(const hidl_vec<Hidl::Resolution>& resolutions) {
     return server_->setResolutions(resolutions);
 }
 
@@ -128,7 +128,7 @@ Return<Result> CameraStreamController::stopOverridingExposureSettings() {
 }
 
 Return<Result> CameraStreamController::setExposureGain(uint8_t slot, uint32_t frameSets,
-                                                       const Hal::ExposureGainSettings& settings) {
+                                                       const Hidl::ExposureGainSettings& settings) {
     // FAILURE would say that the cameras are beyond control.
     const bool isPossible =
         slot < MuxControl::kSlots && settings.numCameras <= server_->plan().cameras.size();

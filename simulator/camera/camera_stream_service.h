@@ -16,33 +16,33 @@
 
 namespace Simulator {
 
-class CameraStreamService : public Service<Hal::ICameraStream> {
+class CameraStreamService : public Service<Hidl::ICameraStream> {
   public:
     CameraStreamService(android::sp<FrameSetServer> server, std::shared_ptr<MuxControl> mux)
         : server_(std::move(server)), mux_(std::move(mux)) {}
 
     Return<void> getMetadata(getMetadata_cb callback) override;
     Return<void> prepareStream(const ClientIdentity& client,
-                               const ClientQueue<Hal::FrameSet>& queue,
-                               const Hal::FmqConfig& config, prepareStream_cb callback) override;
+                               const ClientQueue<Hidl::FrameSet>& queue,
+                               const Hidl::FmqConfig& config, prepareStream_cb callback) override;
     Return<void> getConfiguration(const ClientIdentity& client,
                                   getConfiguration_cb callback) override;
-    Return<Hal::Result> controlStream(const ClientIdentity& client,
-                                      Hal::StreamCommand command) override;
-    Return<Hal::Result> startOverridingExposureSettings(const ClientIdentity& client) override;
-    Return<Hal::Result> stopOverridingExposureSettings(const ClientIdentity& client) override;
+    Return<Hidl::Result> controlStream(const ClientIdentity& client,
+                                      Hidl::StreamCommand command) override;
+    Return<Hidl::Result> startOverridingExposureSettings(const ClientIdentity& client) override;
+    Return<Hidl::Result> stopOverridingExposureSettings(const ClientIdentity& client) override;
     Return<void> registerFrameConfigCallback(
-        const ClientIdentity& client, const android::sp<Hal::IFrameConfigCallback>& configCallback,
+        const ClientIdentity& client, const android::sp<Hidl::IFrameConfigCallback>& configCallback,
         registerFrameConfigCallback_cb callback) override;
     Return<void> setExposureGain(const ClientIdentity& client,
-                                 const Hal::ExposureGainSettings& settings) override;
+                                 const Hidl::ExposureGainSettings& settings) override;
     Return<void> setPhaseOffset(uint64_t offset) override;
-    Return<Hal::Result> setCameraSyncMode(Hal::CameraSyncMode mode) override;
-    Return<Hal::Result> writeSessionOcalData(
+    Return<Hidl::Result> setCameraSyncMode(Hidl::CameraSyncMode mode) override;
+    Return<Hidl::Result> writeSessionOcalData(
         const android::hardware::hidl_string& name,
         const android::hardware::hidl_vec<uint8_t>& data) override;
-    Return<Hal::Result> setResolution(
-        const android::hardware::hidl_vec<Hal::Resolution>& resolutions) override;
+    Return<Hidl::Result> setResolution(
+        const android::hardware::hidl_vec<Hidl::Resolution>& resolutions) override;
 
     const android::sp<FrameSetServer>& server() const { return server_; }
 
@@ -57,16 +57,16 @@ class CameraStreamService : public Service<Hal::ICameraStream> {
 };
 
 /// One for each client that asks. What it overrides ends with it.
-class CameraStreamController : public Service<Hal::ICameraStreamController> {
+class CameraStreamController : public Service<Hidl::ICameraStreamController> {
   public:
     explicit CameraStreamController(android::sp<FrameSetServer> server)
         : server_(std::move(server)) {}
     ~CameraStreamController() override { server_->exposure().stopOverriding(this); }
 
-    Return<Hal::Result> startOverridingExposureSettings() override;
-    Return<Hal::Result> stopOverridingExposureSettings() override;
-    Return<Hal::Result> setExposureGain(uint8_t slot, uint32_t frameSets,
-                                        const Hal::ExposureGainSettings& settings) override;
+    Return<Hidl::Result> startOverridingExposureSettings() override;
+    Return<Hidl::Result> stopOverridingExposureSettings() override;
+    Return<Hidl::Result> setExposureGain(uint8_t slot, uint32_t frameSets,
+                                        const Hidl::ExposureGainSettings& settings) override;
 
   private:
     const android::sp<FrameSetServer> server_;

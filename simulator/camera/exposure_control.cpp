@@ -11,7 +11,7 @@ Value limited(Value value, Value least, Value greatest) {
     return value >= least ? std::min(value, greatest) : least;
 }
 
-Hal::ExposureGain limited(const Hal::ExposureGain& exposure) {
+Hidl::ExposureGain limited(const Hidl::ExposureGain& exposure) {
     constexpr ExposureLimits kLimits;
     return {limited(exposure.exposureTime, kLimits.minExposureTime, kLimits.maxExposureTime),
             limited(exposure.analogGain, kLimits.minGain, kLimits.maxAnalogGain),
@@ -20,11 +20,11 @@ Hal::ExposureGain limited(const Hal::ExposureGain& exposure) {
 
 /// As long as a lamp's period, if that is not too long, so that all exposures get the same light;
 /// gain makes up for the rest.
-Hal::ExposureGain automaticExposure(double brightness, Hal::UtilityFrequency frequency) {
+Hidl::ExposureGain automaticExposure(double brightness, Hidl::UtilityFrequency frequency) {
     constexpr ExposureLimits kLimits;
     constexpr double kUnfit = 4e6;
-    const double period = frequency == Hal::UtilityFrequency::FREQUENCY_50_HZ   ? 1e9 / 100
-                          : frequency == Hal::UtilityFrequency::FREQUENCY_60_HZ ? 1e9 / 120
+    const double period = frequency == Hidl::UtilityFrequency::FREQUENCY_50_HZ   ? 1e9 / 100
+                          : frequency == Hidl::UtilityFrequency::FREQUENCY_60_HZ ? 1e9 / 120
                                                                                 : kUnfit;
     const double wanted = static_cast<double>(kAutomaticExposure.exposureTime) *
                           kAutomaticExposure.analogGain / std::max(brightness, 1e-6);
@@ -43,42 +43,42 @@ void ExposureControl::startOverriding(Claimant claimant) {
     }
 }
 
-Hal::Result ExposureControl::stopOverriding(Claimant claimant) {
+Hidl::Result ExposureControl::stopOverriding(Claimant claimant) {
     const std::lock_guard lock{mutex_};
     const auto claim = findLocked(claimant);
     if (claim == claims_.end()) {
-        return Hal::Result::BAD_STATE;
+        return Hidl::Result::BAD_STATE;
     }
     claims_.erase(claim);
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-Hal::Result ExposureControl::set(Claimant claimant, const Hal::ExposureGainSettings& settings,
+Hidl::Result ExposureControl::set(Claimant claimant, const Hidl::ExposureGainSettings& settings,
                                  uint32_t frameSets) {
     if (settings.numCameras > settings.cameras.size()) {
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     const std::lock_guard lock{mutex_};
     const auto claim = findLocked(claimant);
     if (claim == claims_.end()) {
-        return Hal::Result::BAD_STATE;
+        return Hidl::Result::BAD_STATE;
     }
     claim->exposures.clear();
     for (uint32_t i = 0; i < settings.numCameras; ++i) {
         claim->exposures.push_back(limited(settings.cameras[i]));
     }
     claim->frameSets = frameSets;
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-void ExposureControl::setUtilityFrequency(Hal::UtilityFrequency frequency) {
+void ExposureControl::setUtilityFrequency(Hidl::UtilityFrequency frequency) {
     const std::lock_guard lock{mutex_};
     utilityFrequency_ = frequency;
 }
 
-std::vector<Hal::ExposureGain> ExposureControl::next(size_t cameras, double brightness) {
+std::vector<Hidl::ExposureGain> ExposureControl::next(size_t cameras, double brightness) {
     const std::lock_guard lock{mutex_};
-    std::vector<Hal::ExposureGain> exposures;
+    std::vector<Hidl::ExposureGain> exposures;
     const auto claim = std::find_if(claims_.rbegin(), claims_.rend(),
                                     [](const Claim& c) { return !c.exposures.empty(); });
     if (claim != claims_.rend()) {
@@ -96,7 +96,7 @@ std::vector<ExposureControl::Claim>::iterator ExposureControl::findLocked(Claima
                         [&](const Claim& claim) { return claim.claimant == claimant; });
 }
 
-double brightnessOf(const Hal::ExposureGain& exposure) {
+double brightnessOf(const Hidl::ExposureGain& exposure) {
     return static_cast<double>(exposure.exposureTime) /
            static_cast<double>(kAutomaticExposure.exposureTime) * exposure.analogGain *
            exposure.digitalGain / kAutomaticExposure.analogGain;

@@ -23,28 +23,28 @@ class ExposureControl {
     void startOverriding(Claimant claimant);
 
     /// @return BAD_STATE if the claimant does not override.
-    Hal::Result stopOverriding(Claimant claimant);
+    Hidl::Result stopOverriding(Claimant claimant);
 
     /// Values outside of the sensors' limits are clamped to them.
     /// @param frameSets number of frame sets that the settings apply to; 0: until they are set
     /// again
     /// @return BAD_STATE if the claimant does not override, FAILURE for more cameras than there can
     /// be
-    Hal::Result set(Claimant claimant, const Hal::ExposureGainSettings& settings,
+    Hidl::Result set(Claimant claimant, const Hidl::ExposureGainSettings& settings,
                     uint32_t frameSets);
 
     /// Sets the frequency of the lamps' flicker, which the automatic control avoids.
-    void setUtilityFrequency(Hal::UtilityFrequency frequency);
+    void setUtilityFrequency(Hidl::UtilityFrequency frequency);
 
     /// Exposure of the next frame set; one entry for each camera.
     /// @param brightness of what the cameras see; 1 in the usual light
-    std::vector<Hal::ExposureGain> next(size_t cameras, double brightness);
+    std::vector<Hidl::ExposureGain> next(size_t cameras, double brightness);
 
   private:
     struct Claim {
         Claimant claimant;
         /// Empty: nothing set.
-        std::vector<Hal::ExposureGain> exposures;
+        std::vector<Hidl::ExposureGain> exposures;
         /// Frame sets that are left; 0: without limit.
         uint32_t frameSets;
     };
@@ -52,11 +52,11 @@ class ExposureControl {
     std::vector<Claim>::iterator findLocked(Claimant claimant);
 
     std::mutex mutex_;
-    Hal::UtilityFrequency utilityFrequency_ = Hal::UtilityFrequency::FREQUENCY_50_HZ;
+    Hidl::UtilityFrequency utilityFrequency_ = Hidl::UtilityFrequency::FREQUENCY_50_HZ;
     std::vector<Claim> claims_;  // in the order of their beginning
 };
 
 /// How bright the scene is in the image: 1 for the automatic exposure in the usual light.
-double brightnessOf(const Hal::ExposureGain& exposure);
+double brightnessOf(const Hidl::ExposureGain& exposure);
 
 }  // namespace Simulator

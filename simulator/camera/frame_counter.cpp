@@ -37,15 +37,15 @@ struct Ink {
     Pixel white;
 };
 
-Ink inkOf(Hal::PixelFormat format) {
+Ink inkOf(Hidl::PixelFormat format) {
     switch (format) {
-        case Hal::PixelFormat::GREY_8:
+        case Hidl::PixelFormat::GREY_8:
             break;
-        case Hal::PixelFormat::GREY_10:
+        case Hidl::PixelFormat::GREY_10:
             return {{}, {{0xff, 0x03}}};
-        case Hal::PixelFormat::DEPTH_16:
+        case Hidl::PixelFormat::DEPTH_16:
             return {{}, {{0xff, 0x0f}}};  // about 4 m
-        case Hal::PixelFormat::RGBA_8888:
+        case Hidl::PixelFormat::RGBA_8888:
             return {{{0, 0, 0, 255}}, {{255, 255, 255, 255}}};
     }
     return {{}, {{255}}};

@@ -30,7 +30,7 @@ FrameSetCounts& FrameSetCounts::operator+=(const FrameSetCounts& other) {
 }
 
 FrameSetClient::FrameSetClient(const ClientIdentity& client, const Queue::Descriptor& queue,
-                               const Hal::FmqConfig& config)
+                               const Hidl::FmqConfig& config)
     : StreamingParty(client), stream_(queue, config), recycleQueue_(kRecycleQueueSize) {
     // Nobody waits for it: what came back is only needed when the next frame set is due.
     recycleConfig_.eventFlag = ownedHandle({ashmem_create_region("recycle", sizeof(uint32_t))});
@@ -45,7 +45,7 @@ Refusal FrameSetClient::refusal() const {
     return stream_.refusal();
 }
 
-bool FrameSetClient::offer(const Hal::FrameSet& frameSet) {
+bool FrameSetClient::offer(const Hidl::FrameSet& frameSet) {
     if (ledger_.isFull() || !stream_.write({frameSet})) {
         ++counts_.dropped;
         return false;
@@ -56,7 +56,7 @@ bool FrameSetClient::offer(const Hal::FrameSet& frameSet) {
 }
 
 void FrameSetClient::collect() {
-    Hal::FrameSet returned;
+    Hidl::FrameSet returned;
     // The client could fill the queue as fast as it is emptied.
     for (size_t i = 0; i < kRecycleQueueSize && recycleQueue_.read(&returned); ++i) {
         switch (ledger_.takeBack(returned)) {

@@ -31,25 +31,25 @@ struct FrameSetCounts {
 /// Threading: one thread at a time.
 class FrameSetClient : public StreamingParty {
   public:
-    using Stream = ClientStream<Hal::FrameSet>;
+    using Stream = ClientStream<Hidl::FrameSet>;
     using Queue = Stream::Queue;
 
     FrameSetClient(const ClientIdentity& client, const Queue::Descriptor& queue,
-                   const Hal::FmqConfig& config);
+                   const Hidl::FmqConfig& config);
 
     /// What is wrong with what the client sent, or what there is no memory for.
     Refusal refusal() const;
 
     /// For the client: the way back.
     const Queue::Descriptor& recycleQueue() const { return *recycleQueue_.getDesc(); }
-    const Hal::FmqConfig& recycleConfig() const { return recycleConfig_; }
+    const Hidl::FmqConfig& recycleConfig() const { return recycleConfig_; }
 
     bool hasRoom() const { return !ledger_.isFull() && stream_.hasRoomFor(1); }
     /// Waits for a short while until the client takes a frame set. From any thread.
     void awaitRead() { stream_.awaitRead(); }
 
     /// @return false, and counts a drop, if the client has enough to do
-    bool offer(const Hal::FrameSet& frameSet);
+    bool offer(const Hidl::FrameSet& frameSet);
 
     /// Takes what came back.
     void collect();
@@ -60,14 +60,14 @@ class FrameSetClient : public StreamingParty {
     /// @param isAtFault whether what the client has taken and still has is missed
     FrameSetCounts counts(bool isAtFault) const;
 
-    std::vector<android::sp<Hal::IFrameConfigCallback>> callbacks;
+    std::vector<android::sp<Hidl::IFrameConfigCallback>> callbacks;
 
   private:
     void warn(uint32_t sequence, const char* how);
 
     Stream stream_;
     Queue recycleQueue_;
-    Hal::FmqConfig recycleConfig_;
+    Hidl::FmqConfig recycleConfig_;
     FrameSetLedger ledger_;
     FrameSetCounts counts_;
     /// At how many faults to warn; doubled each time, so that the log stays short.

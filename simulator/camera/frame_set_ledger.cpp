@@ -5,7 +5,7 @@
 
 namespace Simulator {
 
-void FrameSetLedger::handOut(const Hal::FrameSet& frameSet) {
+void FrameSetLedger::handOut(const Hidl::FrameSet& frameSet) {
     if (isFirst_) {
         isFirst_ = false;
         firstSequence_ = frameSet.sequence;
@@ -14,12 +14,12 @@ void FrameSetLedger::handOut(const Hal::FrameSet& frameSet) {
     outstanding_.push_back(frameSet);
 }
 
-FrameSetLedger::Verdict FrameSetLedger::takeBack(const Hal::FrameSet& returned) {
+FrameSetLedger::Verdict FrameSetLedger::takeBack(const Hidl::FrameSet& returned) {
     const auto found =
         std::find_if(outstanding_.begin(), outstanding_.end(),
-                     [&](const Hal::FrameSet& out) { return out.sequence == returned.sequence; });
+                     [&](const Hidl::FrameSet& out) { return out.sequence == returned.sequence; });
     if (found != outstanding_.end()) {
-        static_assert(sizeof(Hal::FrameSet) == 744, "without padding, all bytes count");
+        static_assert(sizeof(Hidl::FrameSet) == 744, "without padding, all bytes count");
         // What was handed out comes back bit for bit.
         // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         const bool isIntact = std::memcmp(&*found, &returned, sizeof(returned)) == 0;
@@ -33,7 +33,7 @@ FrameSetLedger::Verdict FrameSetLedger::takeBack(const Hal::FrameSet& returned) 
 }
 
 bool FrameSetLedger::holds(uint32_t bufferIndex) const {
-    return std::any_of(outstanding_.begin(), outstanding_.end(), [&](const Hal::FrameSet& out) {
+    return std::any_of(outstanding_.begin(), outstanding_.end(), [&](const Hidl::FrameSet& out) {
         return out.frames[0].bufferIndex == bufferIndex;
     });
 }

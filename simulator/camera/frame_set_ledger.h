@@ -25,10 +25,10 @@ class FrameSetLedger {
 
     bool isFull() const { return outstanding_.size() >= kMaxOutstanding; }
 
-    void handOut(const Hal::FrameSet& frameSet);
+    void handOut(const Hidl::FrameSet& frameSet);
 
     /// A frame set is known by its sequence number if it is not the same any more.
-    Verdict takeBack(const Hal::FrameSet& returned);
+    Verdict takeBack(const Hidl::FrameSet& returned);
 
     size_t outstanding() const { return outstanding_.size(); }
 
@@ -36,7 +36,7 @@ class FrameSetLedger {
     bool holds(uint32_t bufferIndex) const;
 
   private:
-    std::vector<Hal::FrameSet> outstanding_;
+    std::vector<Hidl::FrameSet> outstanding_;
     bool isFirst_ = true;
     // Of all that were handed out.
     uint32_t firstSequence_ = 0;

@@ -24,7 +24,7 @@ FrameSetServer::FrameSetServer(const CameraStreamPlan& plan, std::shared_ptr<Ima
       source_(std::move(source)),
       faults_(std::move(faults)),
       clock_(std::move(clock)),
-      resolutions_(plan.cameras.size(), Hal::Resolution::FULL),
+      resolutions_(plan.cameras.size(), Hidl::Resolution::FULL),
       frameRate_(plan.frameRate),
       sampler_(
           {static_cast<uint32_t>(plan.frameRate), 1}, clock_,
@@ -44,7 +44,7 @@ bool FrameSetServer::isValid() const {
 
 std::shared_ptr<const FrameSetClient> FrameSetServer::prepare(
     const ClientIdentity& identity, const FrameSetClient::Queue::Descriptor& queue,
-    const Hal::FmqConfig& config) {
+    const Hidl::FmqConfig& config) {
     const auto client = std::make_shared<FrameSetClient>(identity, queue, config);
     if (!takeIn(client)) {
         return nullptr;
@@ -56,43 +56,43 @@ std::shared_ptr<const FrameSetClient> FrameSetServer::prepare(
     return client;
 }
 
-Hal::Result FrameSetServer::addCallback(const ClientIdentity& identity,
-                                        const android::sp<Hal::IFrameConfigCallback>& callback) {
+Hidl::Result FrameSetServer::addCallback(const ClientIdentity& identity,
+                                        const android::sp<Hidl::IFrameConfigCallback>& callback) {
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
     if (client == nullptr || client->isStarted) {
         ALOGW("%s: refused a callback for the mux state: the stream of %s", plan_.name.c_str(),
               client == nullptr ? "the client is not prepared"
                                 : fmt::format("{} is running", client->name).c_str());
-        return Hal::Result::BAD_STATE;
+        return Hidl::Result::BAD_STATE;
     }
     if (callback == nullptr || client->callbacks.size() >= kMaxCallbacks) {
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     client->callbacks.push_back(callback);
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-std::vector<android::sp<Hal::IFrameConfigCallback>> FrameSetServer::callbacks() const {
+std::vector<android::sp<Hidl::IFrameConfigCallback>> FrameSetServer::callbacks() const {
     const std::lock_guard lock{mutex_};
-    std::vector<android::sp<Hal::IFrameConfigCallback>> all;
+    std::vector<android::sp<Hidl::IFrameConfigCallback>> all;
     for (const ClientPointer& client : clients_) {
         all.insert(all.end(), client->callbacks.begin(), client->callbacks.end());
     }
     return all;
 }
 
-Hal::Result FrameSetServer::overrideExposure(
+Hidl::Result FrameSetServer::overrideExposure(
     const ClientIdentity& identity,
-    const std::function<Hal::Result(ExposureControl::Claimant client)>& action) const {
+    const std::function<Hidl::Result(ExposureControl::Claimant client)>& action) const {
     // Under the lock: the client may be gone otherwise, and its claim with it.
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
-    return client == nullptr ? Hal::Result::BAD_STATE : action(client.get());
+    return client == nullptr ? Hidl::Result::BAD_STATE : action(client.get());
 }
 
-Hal::CameraStreamMetadata FrameSetServer::metadata() const {
-    Hal::CameraStreamMetadata metadata{};
+Hidl::CameraStreamMetadata FrameSetServer::metadata() const {
+    Hidl::CameraStreamMetadata metadata{};
     metadata.cameras.resize(plan_.cameras.size());
     for (size_t i = 0; i < plan_.cameras.size(); ++i) {
         metadata.cameras[i].cameraId = plan_.cameras[i].id;
@@ -101,13 +101,13 @@ Hal::CameraStreamMetadata FrameSetServer::metadata() const {
     return metadata;
 }
 
-Hal::CameraStreamConfiguration FrameSetServer::configuration() const {
+Hidl::CameraStreamConfiguration FrameSetServer::configuration() const {
     constexpr ExposureLimits kLimits;
     const std::lock_guard lock{mutex_};
-    std::vector<Hal::CameraConfiguration> cameras;
+    std::vector<Hidl::CameraConfiguration> cameras;
     for (size_t i = 0; i < plan_.cameras.size(); ++i) {
         const ImageGeometry geometry = geometryOf(plan_, resolutions_[i]);
-        Hal::CameraConfiguration camera{};
+        Hidl::CameraConfiguration camera{};
         camera.cameraId = plan_.cameras[i].id;
         camera.width = geometry.width;
         camera.height = geometry.height;
@@ -131,49 +131,49 @@ Hal::CameraStreamConfiguration FrameSetServer::configuration() const {
     return {cameras, static_cast<uint32_t>(frameRate_)};
 }
 
-Hal::Result FrameSetServer::setResolutions(const std::vector<Hal::Resolution>& resolutions) {
+Hidl::Result FrameSetServer::setResolutions(const std::vector<Hidl::Resolution>& resolutions) {
     const bool areKnown = std::all_of(
         resolutions.begin(), resolutions.end(),
-        [](Hal::Resolution resolution) { return resolution <= Hal::Resolution::QUARTER; });
+        [](Hidl::Resolution resolution) { return resolution <= Hidl::Resolution::QUARTER; });
     if (resolutions.size() != plan_.cameras.size() || !areKnown) {
         ALOGW("%s: refused resolutions for %zu cameras", plan_.name.c_str(), resolutions.size());
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     if (onListened_ && !std::all_of(resolutions.begin(), resolutions.end(), [](auto resolution) {
-            return resolution == Hal::Resolution::FULL;
+            return resolution == Hidl::Resolution::FULL;
         })) {
         ALOGW("%s: the images are played back as they are", plan_.name.c_str());
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     const std::lock_guard lock{mutex_};
     resolutions_ = resolutions;
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-Hal::Result FrameSetServer::setSyncMode(Hal::CameraSyncMode mode) {
-    if (mode > Hal::CameraSyncMode::EXTERNAL) {
-        return Hal::Result::FAILURE;
+Hidl::Result FrameSetServer::setSyncMode(Hidl::CameraSyncMode mode) {
+    if (mode > Hidl::CameraSyncMode::EXTERNAL) {
+        return Hidl::Result::FAILURE;
     }
     const std::lock_guard lock{mutex_};
     syncMode_ = mode;
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-Hal::Result FrameSetServer::setFrameRate(Hal::FrameRate rate) {
-    using Rate = Hal::FrameRate;
+Hidl::Result FrameSetServer::setFrameRate(Hidl::FrameRate rate) {
+    using Rate = Hidl::FrameRate;
     constexpr Rate kRates[] = {Rate::DEFAULT, Rate::FPS_15, Rate::FPS_30, Rate::FPS_60,
                                Rate::FPS_90};
     if (std::find(std::begin(kRates), std::end(kRates), rate) == std::end(kRates)) {
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     if (onListened_ && rate != Rate::DEFAULT && rate != plan_.frameRate) {
         ALOGW("%s: the images are played back as they came", plan_.name.c_str());
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     const std::lock_guard lock{mutex_};
     frameRate_ = rate == Rate::DEFAULT ? plan_.frameRate : rate;
     sampler_.setPlan({static_cast<uint32_t>(frameRate_), 1});
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
 void FrameSetServer::setPhaseOffset(uint64_t offset) {
@@ -224,7 +224,7 @@ std::string FrameSetServer::summary() const {
 }
 
 void FrameSetServer::deliver(const Batch& batch) {
-    Hal::FrameSet frameSet{};
+    Hidl::FrameSet frameSet{};
     if (clock_->isPacedByClients() && !awaitRoom()) {
         return;
     }
@@ -242,7 +242,7 @@ void FrameSetServer::deliver(const Batch& batch) {
     handOut(frameSet);
 }
 
-void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
+void FrameSetServer::handOut(const Hidl::FrameSet& frameSet) {
     std::vector<std::pair<ClientPointer, StreamEffects>> recipients;
     {
         const std::lock_guard lock{mutex_};
@@ -259,7 +259,7 @@ void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
         const bool isLost = effects.isStopped ||
                             (effects.dropShare > 0 &&
                              faults_->chance(plan_.name, frameSet.sequence) < effects.dropShare);
-        Hal::FrameSet seen = frameSet;
+        Hidl::FrameSet seen = frameSet;
         for (uint32_t i = 0; effects.frameType && i < seen.numFrames; ++i) {
             seen.frames[i].frameType = *effects.frameType;
         }
@@ -269,7 +269,7 @@ void FrameSetServer::handOut(const Hal::FrameSet& frameSet) {
     }
 }
 
-void FrameSetServer::play(Hal::FrameSet frameSet) {
+void FrameSetServer::play(Hidl::FrameSet frameSet) {
     if (clock_->isPacedByClients() && !awaitRoom()) {
         return;
     }
@@ -281,10 +281,10 @@ void FrameSetServer::play(Hal::FrameSet frameSet) {
         }
         buffer = takeBufferLocked();
     }
-    const ImageGeometry geometry = geometryOf(plan_, Hal::Resolution::FULL);
+    const ImageGeometry geometry = geometryOf(plan_, Hidl::Resolution::FULL);
     frameSet.numFrames = std::min(frameSet.numFrames, static_cast<uint32_t>(plan_.cameras.size()));
     for (uint32_t i = 0; i < frameSet.numFrames; ++i) {
-        Hal::CameraFrame& frame = frameSet.frames[i];
+        Hidl::CameraFrame& frame = frameSet.frames[i];
         frame.bufferIndex = buffer;
         frame.width = geometry.width;
         frame.height = geometry.height;
@@ -299,7 +299,7 @@ void FrameSetServer::play(Hal::FrameSet frameSet) {
                                {frame.exposureTime, frame.analogGain, frame.digitalGain}},
                               {images_[i]->pixels(buffer), frame.pixelFormat, frame.width,
                                frame.height, frame.stride});
-            frame.frameType = isDrawn ? frame.frameType : Hal::FrameType::INVALID;
+            frame.frameType = isDrawn ? frame.frameType : Hidl::FrameType::INVALID;
         }
     }
     handOut(frameSet);
@@ -361,7 +361,7 @@ int64_t FrameSetServer::worldTimeOf(const Batch& batch) const {
 
 /// All of the frame set but its images.
 /// @return false if there is none to be taken
-bool FrameSetServer::beginLocked(const Batch& batch, Hal::FrameSet* frameSet) {
+bool FrameSetServer::beginLocked(const Batch& batch, Hidl::FrameSet* frameSet) {
     const int64_t timestamp = toNanoseconds(batch.firstSample - exposureToArrival());
     if (timestamp >= nextMux_.since) {
         mux_ = nextMux_;
@@ -370,7 +370,7 @@ bool FrameSetServer::beginLocked(const Batch& batch, Hal::FrameSet* frameSet) {
         return false;
     }
     const auto cameras = static_cast<uint32_t>(plan_.cameras.size());
-    const std::vector<Hal::ExposureGain> exposures =
+    const std::vector<Hidl::ExposureGain> exposures =
         exposure_.next(cameras, source_->brightness(worldTimeOf(batch)));
     const uint32_t buffer = takeBufferLocked();
     frameSet->timestamp = timestamp;
@@ -380,7 +380,7 @@ bool FrameSetServer::beginLocked(const Batch& batch, Hal::FrameSet* frameSet) {
     frameSet->muxState = mux_.header;
     for (uint32_t i = 0; i < cameras; ++i) {
         const ImageGeometry geometry = geometryOf(plan_, resolutions_[i]);
-        Hal::CameraFrame& frame = frameSet->frames[i];
+        Hidl::CameraFrame& frame = frameSet->frames[i];
         frame.timestamp = timestamp;
         frame.exposureTime = exposures[i].exposureTime;
         frame.analogGain = exposures[i].analogGain;
@@ -424,9 +424,9 @@ uint32_t FrameSetServer::freeBufferLocked() const {
     return buffer;
 }
 
-void FrameSetServer::draw(const Batch& batch, Hal::FrameSet* frameSet) {
+void FrameSetServer::draw(const Batch& batch, Hidl::FrameSet* frameSet) {
     for (uint32_t i = 0; i < frameSet->numFrames; ++i) {
-        Hal::CameraFrame& frame = frameSet->frames[i];
+        Hidl::CameraFrame& frame = frameSet->frames[i];
         source_->draw({plan_,
                        plan_.cameras[i],
                        frame.sequence,

@@ -51,7 +51,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     /// Hands out a frame set, its images drawn by the source. On one thread at a time.
     /// @param frameSet as it is but for the images' place in memory; a frame without an image has a
     /// frame type of its own
-    void play(Hal::FrameSet frameSet);
+    void play(Hidl::FrameSet frameSet);
 
     /// Whether there was memory for the images.
     bool isValid() const;
@@ -59,26 +59,26 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     /// Takes the client's queue; the stream is then stopped. @return null if it is refused
     std::shared_ptr<const FrameSetClient> prepare(const ClientIdentity& identity,
                                                   const FrameSetClient::Queue::Descriptor& queue,
-                                                  const Hal::FmqConfig& config);
+                                                  const Hidl::FmqConfig& config);
 
     /// @return BAD_STATE unless the client's stream is prepared and stopped
-    Hal::Result addCallback(const ClientIdentity& identity,
-                            const android::sp<Hal::IFrameConfigCallback>& callback);
-    std::vector<android::sp<Hal::IFrameConfigCallback>> callbacks() const;
+    Hidl::Result addCallback(const ClientIdentity& identity,
+                            const android::sp<Hidl::IFrameConfigCallback>& callback);
+    std::vector<android::sp<Hidl::IFrameConfigCallback>> callbacks() const;
 
     /// Lets a client act on the exposure. @return BAD_STATE if its stream is not prepared
-    Hal::Result overrideExposure(
+    Hidl::Result overrideExposure(
         const ClientIdentity& identity,
-        const std::function<Hal::Result(ExposureControl::Claimant client)>& action) const;
+        const std::function<Hidl::Result(ExposureControl::Claimant client)>& action) const;
     ExposureControl& exposure() { return exposure_; }
 
-    Hal::CameraStreamMetadata metadata() const;
-    Hal::CameraStreamConfiguration configuration() const;
+    Hidl::CameraStreamMetadata metadata() const;
+    Hidl::CameraStreamConfiguration configuration() const;
 
     // What is none of the values is refused with FAILURE.
-    Hal::Result setResolutions(const std::vector<Hal::Resolution>& resolutions);
-    Hal::Result setSyncMode(Hal::CameraSyncMode mode);
-    Hal::Result setFrameRate(Hal::FrameRate rate);
+    Hidl::Result setResolutions(const std::vector<Hidl::Resolution>& resolutions);
+    Hidl::Result setSyncMode(Hidl::CameraSyncMode mode);
+    Hidl::Result setFrameRate(Hidl::FrameRate rate);
     void setPhaseOffset(uint64_t offset);
     /// Whether images are taken at all.
     void setEnabled(bool isEnabled);
@@ -104,14 +104,14 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
 
     void deliver(const Batch& batch);
     bool isTooSoonLocked(const Batch& batch);
-    bool beginLocked(const Batch& batch, Hal::FrameSet* frameSet);
+    bool beginLocked(const Batch& batch, Hidl::FrameSet* frameSet);
     uint32_t takeBufferLocked();
     uint32_t freeBufferLocked() const;
-    void draw(const Batch& batch, Hal::FrameSet* frameSet);
+    void draw(const Batch& batch, Hidl::FrameSet* frameSet);
     std::chrono::nanoseconds exposureToArrival() const;
     int64_t worldTimeOf(const Batch& batch) const;
     bool awaitRoom();
-    void handOut(const Hal::FrameSet& frameSet);
+    void handOut(const Hidl::FrameSet& frameSet);
 
     void onReplaceLocked(FrameSetClient& former, FrameSetClient& successor) override {
         successor.callbacks = former.callbacks;
@@ -130,9 +130,9 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     // The register's lock guards everything below but the sampler.
     uint64_t clientsSoFar_ = 0;
     FrameSetCounts countsOfFormerClients_;
-    std::vector<Hal::Resolution> resolutions_;  // by camera
-    Hal::CameraSyncMode syncMode_ = Hal::CameraSyncMode::FREE_RUNNING;
-    Hal::FrameRate frameRate_;
+    std::vector<Hidl::Resolution> resolutions_;  // by camera
+    Hidl::CameraSyncMode syncMode_ = Hidl::CameraSyncMode::FREE_RUNNING;
+    Hidl::FrameRate frameRate_;
     uint64_t phaseOffset_ = 0;
     bool isEnabled_ = true;
     Mux mux_;

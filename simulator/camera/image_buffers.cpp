@@ -46,8 +46,8 @@ bool ImageBuffers::add(const std::string& name) {
     return true;
 }
 
-std::vector<Hal::ImageBufferDescription> ImageBuffers::descriptions() const {
-    std::vector<Hal::ImageBufferDescription> descriptions(buffers_.size());
+std::vector<Hidl::ImageBufferDescription> ImageBuffers::descriptions() const {
+    std::vector<Hidl::ImageBufferDescription> descriptions(buffers_.size());
     for (size_t i = 0; i < buffers_.size(); ++i) {
         descriptions[i].pixels = buffers_[i].readOnly;
     }

@@ -27,7 +27,7 @@ class ImageBuffers {
     uint8_t* pixels(size_t index) const { return buffers_[index].pixels; }
 
     /// Of all buffers, for the clients.
-    std::vector<Hal::ImageBufferDescription> descriptions() const;
+    std::vector<Hidl::ImageBufferDescription> descriptions() const;
 
   private:
     struct Buffer {

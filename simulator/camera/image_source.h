@@ -13,7 +13,7 @@ namespace Simulator {
 /// Memory of an image, of the size and format that the stream has at some resolution.
 struct PixelPlane {
     uint8_t* pixels;
-    Hal::PixelFormat format;
+    Hidl::PixelFormat format;
     // In pixels.
     uint32_t width;
     uint32_t height;
@@ -29,7 +29,7 @@ struct ImageRequest {
     uint32_t sequence;
     /// Middle of the middle row's exposure, in ns since the world's start.
     int64_t worldTime;
-    Hal::ExposureGain exposure;
+    Hidl::ExposureGain exposure;
 };
 
 struct CalibrationTexts {

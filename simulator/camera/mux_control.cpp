@@ -43,7 +43,7 @@ constexpr uint32_t kSlots = MuxControl::kSlots;
 
 /// Bit i: its cameras are used in slot i.
 uint32_t slotsOf(const CameraStreamPlan& stream) {
-    return stream.frameRate >= Hal::FrameRate::FPS_60 ? 0b11 : 0b01;
+    return stream.frameRate >= Hidl::FrameRate::FPS_60 ? 0b11 : 0b01;
 }
 
 /// From when on a mode holds that is applied now.
@@ -57,8 +57,8 @@ int64_t beginOf(uint8_t transition, WorldClock::Time now) {
 
 using Servers = std::vector<android::sp<FrameSetServer>>;
 
-std::vector<Hal::MuxPurpose> purposeDataOf(const Servers& servers, const MuxModePlan& mode) {
-    std::vector<Hal::MuxPurpose> all;
+std::vector<Hidl::MuxPurpose> purposeDataOf(const Servers& servers, const MuxModePlan& mode) {
+    std::vector<Hidl::MuxPurpose> all;
     for (const auto& server : servers) {
         const CameraStreamPlan& stream = server->plan();
         if (serves(mode, stream.purpose)) {
@@ -72,10 +72,10 @@ std::vector<Hal::MuxPurpose> purposeDataOf(const Servers& servers, const MuxMode
     return all;
 }
 
-Hal::CameraGlobalConfiguration globalConfiguration(const CameraStreamPlan& stream,
+Hidl::CameraGlobalConfiguration globalConfiguration(const CameraStreamPlan& stream,
                                                    const CameraPlan& camera) {
     constexpr ExposureLimits kLimits;
-    Hal::CameraGlobalConfiguration configuration{};
+    Hidl::CameraGlobalConfiguration configuration{};
     configuration.cameraId = camera.id;
     configuration.frameRate = stream.frameRate;
     configuration.minExposureTime = kLimits.minExposureTime;
@@ -89,9 +89,9 @@ Hal::CameraGlobalConfiguration globalConfiguration(const CameraStreamPlan& strea
     return configuration;
 }
 
-Hal::CameraPerSlotConfiguration slotConfiguration(const CameraStreamPlan& stream,
+Hidl::CameraPerSlotConfiguration slotConfiguration(const CameraStreamPlan& stream,
                                                   const CameraPlan& camera) {
-    Hal::CameraPerSlotConfiguration configuration{};
+    Hidl::CameraPerSlotConfiguration configuration{};
     configuration.cameraId = camera.id;
     configuration.frameType = stream.frameType;
     configuration.analogGain = kAutomaticExposure.analogGain;
@@ -101,10 +101,10 @@ Hal::CameraPerSlotConfiguration slotConfiguration(const CameraStreamPlan& stream
     return configuration;
 }
 
-Hal::MuxState stateOf(const Servers& servers, const MuxModePlan& mode, uint32_t header,
+Hidl::MuxState stateOf(const Servers& servers, const MuxModePlan& mode, uint32_t header,
                       int64_t since) {
-    std::vector<Hal::CameraGlobalConfiguration> globals;
-    std::vector<std::vector<Hal::CameraPerSlotConfiguration>> slots(kSlots);
+    std::vector<Hidl::CameraGlobalConfiguration> globals;
+    std::vector<std::vector<Hidl::CameraPerSlotConfiguration>> slots(kSlots);
     for (const auto& server : servers) {
         const CameraStreamPlan& stream = server->plan();
         if (!serves(mode, stream.purpose)) {
@@ -119,7 +119,7 @@ Hal::MuxState stateOf(const Servers& servers, const MuxModePlan& mode, uint32_t 
             }
         }
     }
-    Hal::MuxState state{};
+    Hidl::MuxState state{};
     state.header = header;
     state.value = static_cast<uint64_t>(since);
     state.muxMode.name = mode.name;
@@ -150,19 +150,19 @@ MuxControl::MuxControl(std::vector<android::sp<FrameSetServer>> servers,
     }
 }
 
-Hal::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
+Hidl::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
     const MuxModePlan* const plan = findPlan(mode);
     if (plan == nullptr || transition > 1) {
         ALOGW("refused mux mode '%.64s', transition %u", mode.c_str(), transition);
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     const std::lock_guard applying{applyMutex_};
     const int64_t since = beginOf(transition, clock_->now());
-    Hal::MuxState state;
+    Hidl::MuxState state;
     {
         const std::lock_guard lock{mutex_};
         if (plan->name == state_.muxMode.name.c_str()) {
-            return Hal::Result::SUCCESS;
+            return Hidl::Result::SUCCESS;
         }
         state_ = stateOf(servers_, *plan, state_.header + 1, since);
         state = state_;
@@ -178,13 +178,13 @@ Hal::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
     for (const auto& server : servers_) {
         server->setMux(state.header, since, serves(*plan, server->plan().purpose));
     }
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-Hal::Result MuxControl::addCallback(FrameSetServer& server,
-                                    const android::sp<Hal::ISensorClient>& identity,
-                                    const android::sp<Hal::IFrameConfigCallback>& callback,
-                                    Hal::MuxState* state) {
+Hidl::Result MuxControl::addCallback(FrameSetServer& server,
+                                    const android::sp<Hidl::ISensorClient>& identity,
+                                    const android::sp<Hidl::IFrameConfigCallback>& callback,
+                                    Hidl::MuxState* state) {
     const std::lock_guard lock{mutex_};
     *state = state_;
     return server.addCallback(identity, callback);

@@ -27,19 +27,19 @@ class MuxControl {
 
     /// @param transition 0 switches at the end of the cycle, 1 at once
     /// @return FAILURE for a mode or transition that there is not
-    Hal::Result apply(const std::string& mode, uint8_t transition);
+    Hidl::Result apply(const std::string& mode, uint8_t transition);
 
     /// As FrameSetServer::addCallback. @param state receives the one in force
-    Hal::Result addCallback(FrameSetServer& server, const android::sp<Hal::ISensorClient>& identity,
-                            const android::sp<Hal::IFrameConfigCallback>& callback,
-                            Hal::MuxState* state);
+    Hidl::Result addCallback(FrameSetServer& server, const android::sp<Hidl::ISensorClient>& identity,
+                            const android::sp<Hidl::IFrameConfigCallback>& callback,
+                            Hidl::MuxState* state);
 
   private:
     const std::vector<android::sp<FrameSetServer>> servers_;
     const std::shared_ptr<const WorldClock> clock_;
     std::mutex applyMutex_;  // one change after the other; taken before the other lock
     std::mutex mutex_;
-    Hal::MuxState state_;  // guarded by mutex_
+    Hidl::MuxState state_;  // guarded by mutex_
 };
 
 }  // namespace Simulator

@@ -123,9 +123,9 @@ void Readout::write(const Tile& tile) const {
     const uint32_t width = std::min(kTileWidth, plane_.width - left);
     const uint32_t height = std::min(kTileHeight, plane_.height - top);
     std::array<Values, 3> values;
-    const bool isColored = plane_.format == Hal::PixelFormat::RGBA_8888;
+    const bool isColored = plane_.format == Hidl::PixelFormat::RGBA_8888;
     for (uint32_t channel = 0; channel < (isColored ? 3U : 1U); ++channel) {
-        values[channel] = plane_.format == Hal::PixelFormat::DEPTH_16
+        values[channel] = plane_.format == Hidl::PixelFormat::DEPTH_16
                               ? depthsOf(tile)
                               : valuesOf(tile.light[channel], tile, channel);
     }
@@ -134,16 +134,16 @@ void Readout::write(const Tile& tile) const {
                                 size_t{left} * bytesPerPixel(plane_.format);
         const size_t first = size_t{row} * kTileWidth;
         switch (plane_.format) {
-            case Hal::PixelFormat::GREY_8:
+            case Hidl::PixelFormat::GREY_8:
                 writeGrey8(&values[0][first], width, target);
                 break;
-            case Hal::PixelFormat::GREY_10:
+            case Hidl::PixelFormat::GREY_10:
                 writeWide(&values[0][first], width, 1023 / kWhite, target);
                 break;
-            case Hal::PixelFormat::DEPTH_16:
+            case Hidl::PixelFormat::DEPTH_16:
                 writeWide(&values[0][first], width, 1, target);
                 break;
-            case Hal::PixelFormat::RGBA_8888:
+            case Hidl::PixelFormat::RGBA_8888:
                 for (uint32_t i = 0; i < width; ++i) {
                     for (uint32_t channel = 0; channel < 3; ++channel) {
                         target[4 * i + channel] =

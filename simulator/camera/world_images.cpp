@@ -56,7 +56,7 @@ WorldImages::WorldImages(const CameraSettings& settings, std::shared_ptr<const W
 
 void WorldImages::prepare(const CameraStreamPlan& stream) {
     for (const CameraPlan& camera : stream.cameras) {
-        if (stream.frameType == Hal::FrameType::EYE) {
+        if (stream.frameType == Hidl::FrameType::EYE) {
             eyeRendererOf(stream, camera, stream.width, stream.height);
         } else {
             room();
@@ -67,7 +67,7 @@ void WorldImages::prepare(const CameraStreamPlan& stream) {
 
 bool WorldImages::draw(const ImageRequest& request, const PixelPlane& plane) {
     giveWayToOtherThreads();
-    if (request.stream.frameType == Hal::FrameType::EYE) {
+    if (request.stream.frameType == Hidl::FrameType::EYE) {
         drawEye(request, plane);
     } else {
         drawRoom(request, plane);
@@ -124,7 +124,7 @@ uint32_t WorldImages::momentsOf(const ImageRequest& request) const {
     constexpr double kPixelsApart = 3;
     constexpr double kMostMoments = 3;
     constexpr double kUsualDistance = 1.5;  // in m
-    if (request.stream.frameType == Hal::FrameType::DEPTH) {
+    if (request.stream.frameType == Hidl::FrameType::DEPTH) {
         return 1;
     }
     const Motion motion = world_->trajectory.at(request.worldTime);
@@ -139,7 +139,7 @@ void WorldImages::drawRoom(const ImageRequest& request, const PixelPlane& plane)
     const Renderer& renderer =
         rendererOf(request.stream, request.camera, plane.width, plane.height);
     const Readout readout(request, *lamps_, world_->seed, plane);
-    const bool isColored = plane.format == Hal::PixelFormat::RGBA_8888;
+    const bool isColored = plane.format == Hidl::PixelFormat::RGBA_8888;
     const uint32_t moments = momentsOf(request);
     std::vector<int64_t> times;
     std::vector<Scene> scenes;
@@ -174,8 +174,8 @@ void WorldImages::drawEye(const ImageRequest& request, const PixelPlane& plane) 
     const double exposure = static_cast<double>(request.exposure.exposureTime) / 1000;
     std::array<float, EyeRenderer::kIlluminators> illuminators{};
     for (const LedService::Configuration& led : leds_->shining()) {
-        const auto group = isLeft ? Hal::FaceEyeTrackingLedGroup::LEFT_EYE
-                                  : Hal::FaceEyeTrackingLedGroup::RIGHT_EYE;
+        const auto group = isLeft ? Hidl::FaceEyeTrackingLedGroup::LEFT_EYE
+                                  : Hidl::FaceEyeTrackingLedGroup::RIGHT_EYE;
         if (led.group == group && led.channel < illuminators.size()) {
             const double charge = led.current * std::min<double>(led.pulseWidth, exposure);
             // Light of an exposure is counted as that of lamps is, which shine all the time.

@@ -9,9 +9,9 @@
 namespace Simulator {
 namespace {
 
-using Hal::ControllerConnection;
-using Hal::ControllerFeature;
-using Hal::Result;
+using Hidl::ControllerConnection;
+using Hidl::ControllerFeature;
+using Hidl::Result;
 
 constexpr std::chrono::milliseconds kConnectTime{100};
 constexpr std::chrono::seconds kReportInterval{1};
@@ -90,7 +90,7 @@ Result ControllerDevice::exitDmm() {
     return Result::SUCCESS;
 }
 
-Result ControllerDevice::beginUpdate(Hal::ControllerType type) {
+Result ControllerDevice::beginUpdate(Hidl::ControllerType type) {
     if (type != identity_.type) {
         return Result::FAILURE;
     }
@@ -174,19 +174,19 @@ bool ControllerDevice::takeChange() {
     return std::exchange(isChanged_, false);
 }
 
-void ControllerDevice::setRecorded(const Hal::PairedControllerInfo& info) {
+void ControllerDevice::setRecorded(const Hidl::PairedControllerInfo& info) {
     recorded_ = info;
     connection_ = info.connection;
 }
 
-Hal::PairedControllerInfo ControllerDevice::info() const {
+Hidl::PairedControllerInfo ControllerDevice::info() const {
     if (recorded_) {
-        Hal::PairedControllerInfo info = *recorded_;
+        Hidl::PairedControllerInfo info = *recorded_;
         info.connection = afflicted(info.connection);
         info.batteryLevel = effects_.isFlat ? 0 : info.batteryLevel;
         return info;
     }
-    Hal::PairedControllerInfo info{};
+    Hidl::PairedControllerInfo info{};
     info.type = identity_.type;
     info.address = identity_.address;
     info.hand = identity_.hand;
@@ -209,8 +209,8 @@ Hal::PairedControllerInfo ControllerDevice::info() const {
     return info;
 }
 
-Hal::AdvertisingControllerInfo ControllerDevice::advertisement() const {
-    Hal::AdvertisingControllerInfo info{};
+Hidl::AdvertisingControllerInfo ControllerDevice::advertisement() const {
+    Hidl::AdvertisingControllerInfo info{};
     info.type = identity_.type;
     info.address = identity_.address;
     info.name = textField<16>(identity_.name);
@@ -219,15 +219,15 @@ Hal::AdvertisingControllerInfo ControllerDevice::advertisement() const {
     return info;
 }
 
-bool ControllerDevice::setLed(const Hal::ControllerLedConfig& config) {
-    if (!has(ControllerFeature::LED) || config.pattern > Hal::LedPattern::BREATHE) {
+bool ControllerDevice::setLed(const Hidl::ControllerLedConfig& config) {
+    if (!has(ControllerFeature::LED) || config.pattern > Hidl::LedPattern::BREATHE) {
         return false;
     }
     led_ = config;
     return true;
 }
 
-bool ControllerDevice::setThumbstickRange(const Hal::ThumbstickADCRange& range) {
+bool ControllerDevice::setThumbstickRange(const Hidl::ThumbstickADCRange& range) {
     if (!has(ControllerFeature::THUMBSTICK) || range.minimumX >= range.maximumX ||
         range.minimumY >= range.maximumY) {
         return false;

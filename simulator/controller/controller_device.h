@@ -15,9 +15,9 @@
 namespace Simulator {
 
 struct ControllerIdentity {
-    Hal::ControllerAddr address;
-    Hal::ControllerType type;
-    Hal::ControllerHand hand;
+    Hidl::ControllerAddr address;
+    Hidl::ControllerType type;
+    Hidl::ControllerHand hand;
     std::string name;
     std::string model;
     std::string serialNumber;
@@ -26,7 +26,7 @@ struct ControllerIdentity {
     uint32_t features;
 };
 
-constexpr uint32_t maskOf(Hal::ControllerFeature feature) {
+constexpr uint32_t maskOf(Hidl::ControllerFeature feature) {
     return 1U << static_cast<uint32_t>(feature);
 }
 
@@ -40,21 +40,21 @@ class ControllerDevice {
 
     const ControllerIdentity& identity() const { return identity_; }
     bool isPaired() const { return isPaired_; }
-    bool isConnected() const { return connection_ == Hal::ControllerConnection::CONNECTED; }
+    bool isConnected() const { return connection_ == Hidl::ControllerConnection::CONNECTED; }
     /// A fault keeps its samples from coming in.
     bool isCutOff() const { return effects_.isCutOff(); }
-    Hal::ControllerConnection connection() const { return connection_; }
+    Hidl::ControllerConnection connection() const { return connection_; }
     /// Its samples come in.
     bool isSampled() const { return isConnected() && !isUpdating_ && !isCutOff(); }
-    bool has(Hal::ControllerFeature feature) const {
+    bool has(Hidl::ControllerFeature feature) const {
         return (identity_.features & maskOf(feature)) != 0;
     }
 
-    Hal::Result pair(Time now);
-    Hal::Result unpair(Time now);
-    Hal::Result enterDmm();
-    Hal::Result exitDmm();
-    Hal::Result beginUpdate(Hal::ControllerType type);
+    Hidl::Result pair(Time now);
+    Hidl::Result unpair(Time now);
+    Hidl::Result enterDmm();
+    Hidl::Result exitDmm();
+    Hidl::Result beginUpdate(Hidl::ControllerType type);
     /// @param isComplete whether the controller now runs the next version
     void endUpdate(bool isComplete);
     bool sleep();
@@ -73,15 +73,15 @@ class ControllerDevice {
     double temperature() const { return temperature_; }
 
     /// From now on its state is what was recorded; only faults change it, commands do not.
-    void setRecorded(const Hal::PairedControllerInfo& info);
+    void setRecorded(const Hidl::PairedControllerInfo& info);
 
-    Hal::PairedControllerInfo info() const;
-    Hal::AdvertisingControllerInfo advertisement() const;
+    Hidl::PairedControllerInfo info() const;
+    Hidl::AdvertisingControllerInfo advertisement() const;
 
     /// Keeps it if it can be.
-    bool setLed(const Hal::ControllerLedConfig& config);
-    const Hal::ControllerLedConfig& led() const { return led_; }
-    bool setThumbstickRange(const Hal::ThumbstickADCRange& range);
+    bool setLed(const Hidl::ControllerLedConfig& config);
+    const Hidl::ControllerLedConfig& led() const { return led_; }
+    bool setThumbstickRange(const Hidl::ThumbstickADCRange& range);
     bool setDeadzone(float deadzone);
     const ThumbstickCalibration& thumbstick() const { return thumbstick_; }
 
@@ -101,11 +101,11 @@ class ControllerDevice {
   private:
     void connect(Time now);
     /// What the faults make of a connection.
-    Hal::ControllerConnection afflicted(Hal::ControllerConnection connection) const;
+    Hidl::ControllerConnection afflicted(Hidl::ControllerConnection connection) const;
 
     const ControllerIdentity identity_;
     bool isPaired_;
-    Hal::ControllerConnection connection_;
+    Hidl::ControllerConnection connection_;
     ControllerEffects effects_;
     bool isDmm_ = false;
     bool isUpdating_ = false;
@@ -115,8 +115,8 @@ class ControllerDevice {
     double charge_ = 0.9;  // of 1
     double temperature_ = 25;
     bool isChanged_ = false;
-    std::optional<Hal::PairedControllerInfo> recorded_;
-    Hal::ControllerLedConfig led_{};
+    std::optional<Hidl::PairedControllerInfo> recorded_;
+    Hidl::ControllerLedConfig led_{};
     ThumbstickCalibration thumbstick_;
 };
 

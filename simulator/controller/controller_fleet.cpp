@@ -12,9 +12,9 @@
 namespace Simulator {
 namespace {
 
-using Hal::ControllerFeature;
-using Hal::Result;
-using Hal::WirelessState;
+using Hidl::ControllerFeature;
+using Hidl::Result;
+using Hidl::WirelessState;
 
 constexpr uint32_t kInputRate = 100;  // Hz
 constexpr SamplingPlan kInputPlan{kInputRate, 1};
@@ -49,8 +49,8 @@ ControllerDevice makeHandheld(uint64_t address, Hand hand,
     const bool isLeft = hand == Hand::kLeft;
     const std::string name = isLeft ? "left controller" : "right controller";
     return {{{address},
-             Hal::ControllerType::HANDHELD,
-             isLeft ? Hal::ControllerHand::LEFT : Hal::ControllerHand::RIGHT,
+             Hidl::ControllerType::HANDHELD,
+             isLeft ? Hidl::ControllerHand::LEFT : Hidl::ControllerHand::RIGHT,
              name,
              "Zelvan hand controller",
              fmt::format("SIM-C{}", address & 0xF),
@@ -64,8 +64,8 @@ ControllerDevice makeStylus(uint64_t address, const std::shared_ptr<const World>
     const std::string name = "stylus";
     const Pose betweenFingers{turnBy({-0.6, 0, 0}), {0, 0.06, 0.02}};
     return {{{address},
-             Hal::ControllerType::STYLUS,
-             Hal::ControllerHand::UNSPECIFIED,
+             Hidl::ControllerType::STYLUS,
+             Hidl::ControllerHand::UNSPECIFIED,
              name,
              "Zelvan stylus",
              fmt::format("SIM-C{}", address & 0xF),
@@ -75,33 +75,33 @@ ControllerDevice makeStylus(uint64_t address, const std::shared_ptr<const World>
             false};
 }
 
-Hal::ControllerInputData asInput(const Hal::ButtonData& record) {
-    Hal::ControllerInputData input;
+Hidl::ControllerInputData asInput(const Hidl::ButtonData& record) {
+    Hidl::ControllerInputData input;
     input.buttons(record);
     return input;
 }
-Hal::ControllerInputData asInput(const Hal::CurlData& record) {
-    Hal::ControllerInputData input;
+Hidl::ControllerInputData asInput(const Hidl::CurlData& record) {
+    Hidl::ControllerInputData input;
     input.curl(record);
     return input;
 }
-Hal::ControllerInputData asInput(const Hal::PrecisionPadData& record) {
-    Hal::ControllerInputData input;
+Hidl::ControllerInputData asInput(const Hidl::PrecisionPadData& record) {
+    Hidl::ControllerInputData input;
     input.precisionPad(record);
     return input;
 }
-Hal::ControllerInputData asInput(const Hal::MultiTouchData& record) {
-    Hal::ControllerInputData input;
+Hidl::ControllerInputData asInput(const Hidl::MultiTouchData& record) {
+    Hidl::ControllerInputData input;
     input.multiTouch(record);
     return input;
 }
-Hal::ControllerInputData asInput(const Hal::StylusData& record) {
-    Hal::ControllerInputData input;
+Hidl::ControllerInputData asInput(const Hidl::StylusData& record) {
+    Hidl::ControllerInputData input;
     input.stylus(record);
     return input;
 }
 
-void set(std::set<uint64_t>* switches, Hal::ControllerAddr controller, bool isOn) {
+void set(std::set<uint64_t>* switches, Hidl::ControllerAddr controller, bool isOn) {
     if (isOn) {
         switches->insert(controller.address);
     } else {
@@ -160,20 +160,20 @@ void ControllerFleet::begin() {
     inputSampler_.setBatchLimit(1);
 }
 
-ControllerDevice* ControllerFleet::findLocked(Hal::ControllerAddr address) {
+ControllerDevice* ControllerFleet::findLocked(Hidl::ControllerAddr address) {
     const auto found = std::find_if(devices_.begin(), devices_.end(), [&](const auto& device) {
         return device.identity().address.address == address.address;
     });
     return found == devices_.end() ? nullptr : &*found;
 }
 
-ControllerDevice* ControllerFleet::findPairedLocked(Hal::ControllerAddr address) {
+ControllerDevice* ControllerFleet::findPairedLocked(Hidl::ControllerAddr address) {
     ControllerDevice* const device = findLocked(address);
     return device != nullptr && device->isPaired() ? device : nullptr;
 }
 
-std::vector<Hal::PairedControllerInfo> ControllerFleet::paired() const {
-    std::vector<Hal::PairedControllerInfo> infos;
+std::vector<Hidl::PairedControllerInfo> ControllerFleet::paired() const {
+    std::vector<Hidl::PairedControllerInfo> infos;
     const std::lock_guard lock{mutex_};
     for (const ControllerDevice& device : devices_) {
         if (device.isPaired()) {
@@ -183,8 +183,8 @@ std::vector<Hal::PairedControllerInfo> ControllerFleet::paired() const {
     return infos;
 }
 
-std::vector<Hal::AdvertisingControllerInfo> ControllerFleet::advertising() const {
-    std::vector<Hal::AdvertisingControllerInfo> infos;
+std::vector<Hidl::AdvertisingControllerInfo> ControllerFleet::advertising() const {
+    std::vector<Hidl::AdvertisingControllerInfo> infos;
     const std::lock_guard lock{mutex_};
     for (const ControllerDevice& device : devices_) {
         if (!device.isPaired()) {
@@ -194,7 +194,7 @@ std::vector<Hal::AdvertisingControllerInfo> ControllerFleet::advertising() const
     return infos;
 }
 
-Result ControllerFleet::pair(Hal::ControllerAddr address) {
+Result ControllerFleet::pair(Hidl::ControllerAddr address) {
     const std::lock_guard lock{mutex_};
     ControllerDevice* const device = findLocked(address);
     const Result result = device == nullptr ? Result::FAILURE : device->pair(now());
@@ -202,7 +202,7 @@ Result ControllerFleet::pair(Hal::ControllerAddr address) {
     return result;
 }
 
-Result ControllerFleet::unpair(Hal::ControllerAddr address) {
+Result ControllerFleet::unpair(Hidl::ControllerAddr address) {
     const std::lock_guard lock{mutex_};
     ControllerDevice* const device = findPairedLocked(address);
     const Result result = device == nullptr ? Result::FAILURE : device->unpair(now());
@@ -243,7 +243,7 @@ void ControllerFleet::remove(const std::shared_ptr<StreamingListener>& listener)
     notifySwitch();
 }
 
-bool ControllerFleet::enable(StreamingListener* listener, Hal::ControllerAddr address, bool isOn) {
+bool ControllerFleet::enable(StreamingListener* listener, Hidl::ControllerAddr address, bool isOn) {
     {
         const std::lock_guard lock{mutex_};
         if (findPairedLocked(address) == nullptr) {
@@ -257,7 +257,7 @@ bool ControllerFleet::enable(StreamingListener* listener, Hal::ControllerAddr ad
     return true;
 }
 
-bool ControllerFleet::enableAdc(StreamingListener* listener, Hal::ControllerAddr address,
+bool ControllerFleet::enableAdc(StreamingListener* listener, Hidl::ControllerAddr address,
                                 bool isOn) {
     {
         const std::lock_guard lock{mutex_};
@@ -324,7 +324,7 @@ void ControllerFleet::completePairing() {
     publishLocked();
 }
 
-std::optional<uint32_t> ControllerFleet::nextMessage(Hal::ControllerAddr address) {
+std::optional<uint32_t> ControllerFleet::nextMessage(Hidl::ControllerAddr address) {
     const std::lock_guard lock{mutex_};
     ControllerDevice* const device = findPairedLocked(address);
     return device == nullptr ? std::nullopt : std::optional(device->sequences.messages++);
@@ -336,7 +336,7 @@ void ControllerFleet::setTracked(bool isTracked) {
 }
 
 std::function<bool(int process)> ControllerFleet::listenersOf(
-    Switches switches, Hal::ControllerAddr controller) const {
+    Switches switches, Hidl::ControllerAddr controller) const {
     return [this, switches, controller](int process) {
         return std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& listener) {
             return listener->process == process &&
@@ -345,7 +345,7 @@ std::function<bool(int process)> ControllerFleet::listenersOf(
     };
 }
 
-void ControllerFleet::play(const Hal::PairedControllerInfo& info) {
+void ControllerFleet::play(const Hidl::PairedControllerInfo& info) {
     const std::lock_guard lock{mutex_};
     ControllerDevice* const device = findPairedLocked(info.address);
     if (device != nullptr) {
@@ -354,7 +354,7 @@ void ControllerFleet::play(const Hal::PairedControllerInfo& info) {
     streams_.stateChanges->write({device == nullptr ? info : device->info()});
 }
 
-bool ControllerFleet::isOn(Hal::ControllerAddr controller, Switches switches) const {
+bool ControllerFleet::isOn(Hidl::ControllerAddr controller, Switches switches) const {
     const std::lock_guard lock{mutex_};
     return std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& listener) {
         return ((*listener).*switches).count(controller.address) > 0;
@@ -368,7 +368,7 @@ void ControllerFleet::notifySwitch() const {
     }
 }
 
-bool ControllerFleet::deliverPose(const Hal::PoseOutput& pose) {
+bool ControllerFleet::deliverPose(const Hidl::PoseOutput& pose) {
     const std::lock_guard lock{mutex_};
     ControllerDevice* const device = findPairedLocked(pose.controller);
     if (device == nullptr) {
@@ -379,8 +379,8 @@ bool ControllerFleet::deliverPose(const Hal::PoseOutput& pose) {
 }
 
 /// Numbers the poses anew: they may have come from more than one sender.
-void ControllerFleet::writePoseLocked(ControllerDevice* device, const Hal::PoseOutput& pose) {
-    Hal::PoseInput record = toPoseInput(pose);
+void ControllerFleet::writePoseLocked(ControllerDevice* device, const Hidl::PoseOutput& pose) {
+    Hidl::PoseInput record = toPoseInput(pose);
     record.sequence = device->sequences.poses++;
     streams_.poses->write({record}, listenersOf(&StreamingListener::enabled, record.controller));
 }
@@ -439,7 +439,7 @@ void ControllerFleet::takeInputs(const Batch& batch) {
 }
 
 void ControllerFleet::writeInputsLocked(ControllerDevice* device, SampleInstant instant) {
-    const Hal::ControllerAddr address = device->identity().address;
+    const Hidl::ControllerAddr address = device->identity().address;
     const auto listeners = listenersOf(&StreamingListener::enabled, address);
     const ControllerModel& model = device->model;
     instant.sequence = device->sequences.inputs++;
@@ -479,7 +479,7 @@ void ControllerFleet::writeLinkStatisticsLocked(const ControllerDevice& device, 
     while ((blocklist_ >> channel & 1U) != 0) {
         channel = (channel + 1) % kChannels;
     }
-    Hal::WirelessDeviceStats record{};
+    Hidl::WirelessDeviceStats record{};
     record.controller = device.identity().address;
     record.timestamp = now;
     record.packetsReceived = kInputRate;
@@ -495,18 +495,18 @@ void ControllerFleet::writeLinkStatisticsLocked(const ControllerDevice& device, 
 }
 
 WirelessState ControllerFleet::radioStateLocked(Time now) const {
-    const auto isAny = [this](Hal::ControllerConnection connection) {
+    const auto isAny = [this](Hidl::ControllerConnection connection) {
         return std::any_of(devices_.begin(), devices_.end(), [connection](const auto& device) {
             return device.connection() == connection;
         });
     };
-    if (now < pairingUntil_ || isAny(Hal::ControllerConnection::CONNECTING)) {
+    if (now < pairingUntil_ || isAny(Hidl::ControllerConnection::CONNECTING)) {
         return WirelessState::PAIRING;
     }
-    if (isAny(Hal::ControllerConnection::CONNECTED)) {
+    if (isAny(Hidl::ControllerConnection::CONNECTED)) {
         return WirelessState::CONNECTED;
     }
-    return isAny(Hal::ControllerConnection::ASLEEP) ? WirelessState::LOST : WirelessState::SCANNING;
+    return isAny(Hidl::ControllerConnection::ASLEEP) ? WirelessState::LOST : WirelessState::SCANNING;
 }
 
 void ControllerFleet::publishLocked() {
@@ -515,7 +515,7 @@ void ControllerFleet::publishLocked() {
         if (device.takeChange()) {
             streams_.stateChanges->write({device.info()});
         }
-        Hal::HapticsState haptics{};
+        Hidl::HapticsState haptics{};
         if (device.haptics.takeChange(now, &haptics)) {
             haptics.controller = device.identity().address;
             haptics.timestamp = toNanoseconds(now);

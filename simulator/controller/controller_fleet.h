@@ -46,18 +46,18 @@ class ControllerFleet {
     const ControllerStreams& streams() const { return streams_; }
     Time now() const { return clock_->now(); }
 
-    std::vector<Hal::PairedControllerInfo> paired() const;
-    std::vector<Hal::AdvertisingControllerInfo> advertising() const;
+    std::vector<Hidl::PairedControllerInfo> paired() const;
+    std::vector<Hidl::AdvertisingControllerInfo> advertising() const;
     /// @return FAILURE if no such controller advertises itself
-    Hal::Result pair(Hal::ControllerAddr address);
+    Hidl::Result pair(Hidl::ControllerAddr address);
     /// @return FAILURE if no such controller is paired, BAD_STATE while it is updated
-    Hal::Result unpair(Hal::ControllerAddr address);
+    Hidl::Result unpair(Hidl::ControllerAddr address);
 
     /// Calls `action` with the paired controller of that address, and tells the clients what it
     /// changed.
     /// @return what `action` returned; `otherwise` if there is no such controller
     template <typename Answer, typename Action>
-    Answer with(Hal::ControllerAddr address, Answer otherwise, const Action& action) {
+    Answer with(Hidl::ControllerAddr address, Answer otherwise, const Action& action) {
         const std::lock_guard lock{mutex_};
         ControllerDevice* const device = findPairedLocked(address);
         if (device == nullptr) {
@@ -69,7 +69,7 @@ class ControllerFleet {
     }
     /// As `with`, by the hand that holds it.
     template <typename Action>
-    bool withHand(Hal::ControllerHand hand, const Action& action) {
+    bool withHand(Hidl::ControllerHand hand, const Action& action) {
         const std::lock_guard lock{mutex_};
         for (ControllerDevice& device : devices_) {
             if (device.isPaired() && device.identity().hand == hand) {
@@ -84,8 +84,8 @@ class ControllerFleet {
     /// Ends what it plays, too.
     void remove(const std::shared_ptr<StreamingListener>& listener);
     /// These two: @return false if there is no such controller
-    bool enable(StreamingListener* listener, Hal::ControllerAddr address, bool isOn);
-    bool enableAdc(StreamingListener* listener, Hal::ControllerAddr address, bool isOn);
+    bool enable(StreamingListener* listener, Hidl::ControllerAddr address, bool isOn);
+    bool enableAdc(StreamingListener* listener, Hidl::ControllerAddr address, bool isOn);
 
     /// These two, in dB and dBm: @return false if the radio cannot do it
     bool setTransmitPowerBoost(int8_t boost);
@@ -99,19 +99,19 @@ class ControllerFleet {
     void completePairing();
 
     /// The number of the next message of a controller; none if it is not paired.
-    std::optional<uint32_t> nextMessage(Hal::ControllerAddr address);
+    std::optional<uint32_t> nextMessage(Hidl::ControllerAddr address);
 
     /// Whether the poses come from the owner of the state instead of the simulated hands.
     void setTracked(bool isTracked);
     /// @return false if there is no such controller
-    bool deliverPose(const Hal::PoseOutput& pose);
+    bool deliverPose(const Hidl::PoseOutput& pose);
 
     using Switches = std::set<uint64_t> StreamingListener::*;
 
     /// Writes a record to those who have it on for its controller, unless a fault keeps it back.
     template <typename Record>
     void play(const ControllerStreams::Stream<Record>& stream, const Record& record,
-              Hal::ControllerAddr controller, Switches switches) {
+              Hidl::ControllerAddr controller, Switches switches) {
         const std::lock_guard lock{mutex_};
         const ControllerDevice* const device = findLocked(controller);
         if (device == nullptr || !device->isCutOff()) {
@@ -119,9 +119,9 @@ class ControllerFleet {
         }
     }
     /// Writes a state, which the controller then has.
-    void play(const Hal::PairedControllerInfo& info);
+    void play(const Hidl::PairedControllerInfo& info);
     /// Whether any client has it on for the controller.
-    bool isOn(Hal::ControllerAddr controller, Switches switches) const;
+    bool isOn(Hidl::ControllerAddr controller, Switches switches) const;
     /// Has `function` called whenever that may have changed. To be set once, before there are
     /// clients.
     void onSwitch(std::function<void()> function) { onSwitch_ = std::move(function); }
@@ -141,16 +141,16 @@ class ControllerFleet {
     void takeInputs(const Batch& batch);
     void takeImuSamples(const Batch& batch);
     void writeInputsLocked(ControllerDevice* device, SampleInstant instant);
-    void writePoseLocked(ControllerDevice* device, const Hal::PoseOutput& pose);
+    void writePoseLocked(ControllerDevice* device, const Hidl::PoseOutput& pose);
     void writeLinkStatisticsLocked(const ControllerDevice& device, int64_t now);
     void publishLocked();
-    Hal::WirelessState radioStateLocked(Time now) const;
+    Hidl::WirelessState radioStateLocked(Time now) const;
 
-    ControllerDevice* findLocked(Hal::ControllerAddr address);
-    ControllerDevice* findPairedLocked(Hal::ControllerAddr address);
+    ControllerDevice* findLocked(Hidl::ControllerAddr address);
+    ControllerDevice* findPairedLocked(Hidl::ControllerAddr address);
     /// For the writing of a stream: whether a process has that on for the controller.
     std::function<bool(int process)> listenersOf(Switches switches,
-                                                 Hal::ControllerAddr controller) const;
+                                                 Hidl::ControllerAddr controller) const;
     void notifySwitch() const;
     void updateImuSamplerLocked();
 
@@ -166,7 +166,7 @@ class ControllerFleet {
     uint32_t blocklist_ = 0;
     int32_t transmitPowerBoost_ = 0;
     int32_t maxTransmitPower_ = kMostTransmitPower;
-    Hal::WirelessState radioState_ = Hal::WirelessState::CONNECTED;
+    Hidl::WirelessState radioState_ = Hidl::WirelessState::CONNECTED;
     Time pairingUntil_{};
     bool isTracked_ = false;
     uint64_t ticks_ = 0;

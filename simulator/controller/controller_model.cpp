@@ -13,7 +13,7 @@ namespace {
 constexpr float kPressed = 0.75F;  // of a full pull
 constexpr float kTouched = 0.05F;
 constexpr uint32_t kButtons = 7;
-constexpr auto kClippedBit = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
+constexpr auto kClippedBit = static_cast<uint32_t>(Hidl::MotionSampleStatus::CLIPPED);
 
 // Collisions.
 constexpr int64_t kBlowInterval = 2'000'000'000;  // ns
@@ -55,11 +55,11 @@ float calibrated(uint16_t reading, uint16_t minimum, uint16_t maximum) {
 
 }  // namespace
 
-Hal::ControllerSampleHeader ControllerModel::header(const SampleInstant& instant) const {
+Hidl::ControllerSampleHeader ControllerModel::header(const SampleInstant& instant) const {
     return {address_, instant.timestamp, instant.arrivalTimestamp, instant.sequence};
 }
 
-ControllerModel::ControllerModel(Hal::ControllerAddr address, const std::string& name,
+ControllerModel::ControllerModel(Hidl::ControllerAddr address, const std::string& name,
                                  const Grip& grip, std::shared_ptr<const World> world)
     : address_(address),
       grip_(grip),
@@ -79,9 +79,9 @@ float ControllerModel::pull(const SampleInstant& instant, uint32_t input) const 
     return static_cast<float>(std::max(0.0, wave));
 }
 
-Hal::ButtonData ControllerModel::buttons(const SampleInstant& instant,
+Hidl::ButtonData ControllerModel::buttons(const SampleInstant& instant,
                                          const ThumbstickCalibration& calibration) const {
-    Hal::ButtonData record{};
+    Hidl::ButtonData record{};
     record.header = header(instant);
     for (uint32_t button = 0; button < kButtons; ++button) {
         const float pulled = pull(instant, button);
@@ -89,14 +89,14 @@ Hal::ButtonData ControllerModel::buttons(const SampleInstant& instant,
         record.touched |= (pulled > kTouched ? 1U : 0U) << button;
         record.approached |= (pulled > 0 ? 1U : 0U) << button;
     }
-    record.trigger = pull(instant, static_cast<uint32_t>(Hal::ControllerButton::TRIGGER));
-    record.grip = pull(instant, static_cast<uint32_t>(Hal::ControllerButton::GRIP));
+    record.trigger = pull(instant, static_cast<uint32_t>(Hidl::ControllerButton::TRIGGER));
+    record.grip = pull(instant, static_cast<uint32_t>(Hidl::ControllerButton::GRIP));
     record.thumbstick = thumbstickOf(adc(instant), calibration);
     return record;
 }
 
-Hal::CurlData ControllerModel::curl(const SampleInstant& instant) const {
-    Hal::CurlData record{};
+Hidl::CurlData ControllerModel::curl(const SampleInstant& instant) const {
+    Hidl::CurlData record{};
     record.header = header(instant);
     for (uint32_t finger = 0; finger < 5; ++finger) {
         record.curl[finger] = pull(instant, finger);
@@ -109,10 +109,10 @@ Hal::CurlData ControllerModel::curl(const SampleInstant& instant) const {
     return record;
 }
 
-Hal::PrecisionPadData ControllerModel::precisionPad(const SampleInstant& instant) const {
-    using Phase = Hal::PrecisionPadPhase;
+Hidl::PrecisionPadData ControllerModel::precisionPad(const SampleInstant& instant) const {
+    using Phase = Hidl::PrecisionPadPhase;
     const float pulled = pull(instant, 1);
-    Hal::PrecisionPadData record{};
+    Hidl::PrecisionPadData record{};
     record.header = header(instant);
     record.phase = pulled > kPressed   ? Phase::PRESSED
                    : pulled > kTouched ? Phase::TOUCHING
@@ -125,16 +125,16 @@ Hal::PrecisionPadData ControllerModel::precisionPad(const SampleInstant& instant
     return record;
 }
 
-Hal::MultiTouchData ControllerModel::multiTouch(const SampleInstant& instant) const {
+Hidl::MultiTouchData ControllerModel::multiTouch(const SampleInstant& instant) const {
     constexpr float kFullScale = 65'535;
-    Hal::MultiTouchData record{};
+    Hidl::MultiTouchData record{};
     record.header = header(instant);
     for (uint8_t finger = 0; finger < 3; ++finger) {
         const float pulled = pull(instant, finger);
         if (pulled <= kTouched) {
             continue;
         }
-        Hal::TouchPoint& point = record.points[finger];
+        Hidl::TouchPoint& point = record.points[finger];
         point.touching = 1;
         point.finger = finger;
         point.pressed = pulled > kPressed ? 1 : 0;
@@ -147,11 +147,11 @@ Hal::MultiTouchData ControllerModel::multiTouch(const SampleInstant& instant) co
     return record;
 }
 
-Hal::StylusData ControllerModel::stylus(const SampleInstant& instant) const {
+Hidl::StylusData ControllerModel::stylus(const SampleInstant& instant) const {
     return {header(instant), pull(instant, 2)};
 }
 
-Hal::ControllerInputADCData ControllerModel::adc(const SampleInstant& instant) const {
+Hidl::ControllerInputADCData ControllerModel::adc(const SampleInstant& instant) const {
     const double time = toSeconds(instant.worldTime);
     // The stick goes round, from the middle to the rim and back.
     const double radius = 0.5 + 0.5 * std::sin(0.7 * time + grip_.phase);
@@ -160,10 +160,10 @@ Hal::ControllerInputADCData ControllerModel::adc(const SampleInstant& instant) c
             convert(radius * std::cos(angle)), convert(radius * std::sin(angle))};
 }
 
-Hal::ControllerImuData ControllerModel::imu(const SampleInstant& instant, double temperature) {
+Hidl::ControllerImuData ControllerModel::imu(const SampleInstant& instant, double temperature) {
     const Moment moment{instant.worldTime, rateOf(instant), temperature};
     const InertialSensor::Reading reading = inertial_.measure(motionAt(instant.worldTime), moment);
-    Hal::ControllerImuData record{};
+    Hidl::ControllerImuData record{};
     record.controller = address_;
     record.timestamp = instant.timestamp + inertial_.timestampError(moment);
     record.arrivalTimestamp = instant.arrivalTimestamp;
@@ -176,14 +176,14 @@ Hal::ControllerImuData ControllerModel::imu(const SampleInstant& instant, double
     return record;
 }
 
-Hal::PoseOutput ControllerModel::pose(const SampleInstant& instant) const {
-    using Status = Hal::ControllerPoseStatus;
+Hidl::PoseOutput ControllerModel::pose(const SampleInstant& instant) const {
+    using Status = Hidl::ControllerPoseStatus;
     const Motion motion = motionAt(instant.worldTime);
     const Eigen::Quaternionf orientation = motion.pose.orientation.cast<float>();
     const auto alongWorld = [&](const Vector& vector) {
         return toFloats(motion.pose.orientation * vector);
     };
-    Hal::PoseOutput record{};
+    Hidl::PoseOutput record{};
     record.controller = address_;
     record.timestamp = instant.timestamp;
     record.position = toFloats(motion.pose.position);
@@ -200,26 +200,26 @@ Hal::PoseOutput ControllerModel::pose(const SampleInstant& instant) const {
     return record;
 }
 
-std::optional<Hal::ControllerCollisionEvent> ControllerModel::collision(
+std::optional<Hidl::ControllerCollisionEvent> ControllerModel::collision(
     const SampleInstant& instant) const {
     const int64_t blow = blowBefore(instant.worldTime);
     const int64_t ago = instant.worldTime - blow;
     if (blow == 0 || ago >= instant.period.count()) {
         return std::nullopt;
     }
-    Hal::ControllerCollisionEvent record{};
+    Hidl::ControllerCollisionEvent record{};
     record.controller = address_;
     record.timestamp = instant.timestamp - ago;
     record.direction = toFloats(motionAt(blow).pose.orientation.conjugate() * Vector::UnitZ());
     record.peakAcceleration = static_cast<float>(kBlowAcceleration);
     record.duration = static_cast<float>(1000 * kBlowDuration);
     record.sequence = instant.sequence;
-    record.kind = Hal::CollisionKind::OBJECT;
+    record.kind = Hidl::CollisionKind::OBJECT;
     record.confidence = 0.9F;
     return record;
 }
 
-std::array<float, 2> thumbstickOf(const Hal::ControllerInputADCData& adc,
+std::array<float, 2> thumbstickOf(const Hidl::ControllerInputADCData& adc,
                                   const ThumbstickCalibration& calibration) {
     const auto& range = calibration.range;
     const float x = calibrated(adc.thumbstickX, range.minimumX, range.maximumX);
@@ -228,10 +228,10 @@ std::array<float, 2> thumbstickOf(const Hal::ControllerInputADCData& adc,
                                                     : std::array<float, 2>{x, y};
 }
 
-Hal::PoseInput toPoseInput(const Hal::PoseOutput& pose) {
+Hidl::PoseInput toPoseInput(const Hidl::PoseOutput& pose) {
     const auto& q = pose.orientation;
     const auto g = static_cast<float>(InertialSensor::kGravity);
-    Hal::PoseInput record{};
+    Hidl::PoseInput record{};
     record.controller = pose.controller;
     record.timestamp = pose.timestamp;
     record.position = pose.position;

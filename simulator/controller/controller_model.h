@@ -16,10 +16,10 @@ namespace Simulator {
 /// How the thumbstick's converter is read.
 struct ThumbstickCalibration {
     /// What the converter gives at the ends of the stick's way.
-    static constexpr Hal::ThumbstickADCRange kFactoryRange{200, 3900, 200, 3900};
+    static constexpr Hidl::ThumbstickADCRange kFactoryRange{200, 3900, 200, 3900};
     static constexpr float kFactoryDeadzone = 0.1F;
 
-    Hal::ThumbstickADCRange range = kFactoryRange;
+    Hidl::ThumbstickADCRange range = kFactoryRange;
     float deadzone = kFactoryDeadzone;
 };
 
@@ -38,39 +38,39 @@ struct Grip {
 class ControllerModel {
   public:
     /// @param name of the controller, whose IMU has errors of its own
-    ControllerModel(Hal::ControllerAddr address, const std::string& name, const Grip& grip,
+    ControllerModel(Hidl::ControllerAddr address, const std::string& name, const Grip& grip,
                     std::shared_ptr<const World> world);
 
-    Hal::ButtonData buttons(const SampleInstant& instant,
+    Hidl::ButtonData buttons(const SampleInstant& instant,
                             const ThumbstickCalibration& calibration) const;
-    Hal::CurlData curl(const SampleInstant& instant) const;
-    Hal::PrecisionPadData precisionPad(const SampleInstant& instant) const;
-    Hal::MultiTouchData multiTouch(const SampleInstant& instant) const;
-    Hal::StylusData stylus(const SampleInstant& instant) const;
-    Hal::ControllerInputADCData adc(const SampleInstant& instant) const;
+    Hidl::CurlData curl(const SampleInstant& instant) const;
+    Hidl::PrecisionPadData precisionPad(const SampleInstant& instant) const;
+    Hidl::MultiTouchData multiTouch(const SampleInstant& instant) const;
+    Hidl::StylusData stylus(const SampleInstant& instant) const;
+    Hidl::ControllerInputADCData adc(const SampleInstant& instant) const;
     /// @param temperature of the controller, in degrees Celsius
-    Hal::ControllerImuData imu(const SampleInstant& instant, double temperature);
-    Hal::PoseOutput pose(const SampleInstant& instant) const;
+    Hidl::ControllerImuData imu(const SampleInstant& instant, double temperature);
+    Hidl::PoseOutput pose(const SampleInstant& instant) const;
     /// The blow of the period that ends with the instant, if there was one.
-    std::optional<Hal::ControllerCollisionEvent> collision(const SampleInstant& instant) const;
+    std::optional<Hidl::ControllerCollisionEvent> collision(const SampleInstant& instant) const;
 
   private:
-    Hal::ControllerSampleHeader header(const SampleInstant& instant) const;
+    Hidl::ControllerSampleHeader header(const SampleInstant& instant) const;
     Motion motionAt(int64_t worldTime) const;
     /// Of a finger on the input of that number: 0 (away) to 1.
     float pull(const SampleInstant& instant, uint32_t input) const;
 
-    Hal::ControllerAddr address_;
+    Hidl::ControllerAddr address_;
     Grip grip_;
     std::shared_ptr<const World> world_;
     InertialSensor inertial_;
 };
 
 /// The stick's place, each axis -1 to 1, as the calibration has it.
-std::array<float, 2> thumbstickOf(const Hal::ControllerInputADCData& adc,
+std::array<float, 2> thumbstickOf(const Hidl::ControllerInputADCData& adc,
                                   const ThumbstickCalibration& calibration);
 
 /// A tracked pose, as those who use the controllers get it.
-Hal::PoseInput toPoseInput(const Hal::PoseOutput& pose);
+Hidl::PoseInput toPoseInput(const Hidl::PoseOutput& pose);
 
 }  // namespace Simulator

@@ -4,22 +4,22 @@ namespace Simulator {
 
 ControllerStreams::ControllerStreams(const std::shared_ptr<Faults>& faults)
     : stateChanges(
-          new StreamClients<Hal::PairedControllerInfo>("controller state changes", faults)),
-      curl(new StreamClients<Hal::CurlData>("controller curl", faults)),
-      imu(new StreamClients<Hal::ControllerImuData>("controller IMU", faults)),
-      buttons(new StreamClients<Hal::ButtonData>("controller buttons", faults)),
-      precisionPad(new StreamClients<Hal::PrecisionPadData>("controller precision pad", faults)),
-      multiTouch(new StreamClients<Hal::MultiTouchData>("controller multi touch", faults)),
-      stylus(new StreamClients<Hal::StylusData>("controller stylus", faults)),
+          new StreamClients<Hidl::PairedControllerInfo>("controller state changes", faults)),
+      curl(new StreamClients<Hidl::CurlData>("controller curl", faults)),
+      imu(new StreamClients<Hidl::ControllerImuData>("controller IMU", faults)),
+      buttons(new StreamClients<Hidl::ButtonData>("controller buttons", faults)),
+      precisionPad(new StreamClients<Hidl::PrecisionPadData>("controller precision pad", faults)),
+      multiTouch(new StreamClients<Hidl::MultiTouchData>("controller multi touch", faults)),
+      stylus(new StreamClients<Hidl::StylusData>("controller stylus", faults)),
       wirelessStats(
-          new StreamClients<Hal::WirelessDeviceStats>("controller wireless statistics", faults)),
-      poses(new StreamClients<Hal::PoseInput>("controller poses", faults)),
-      adc(new StreamClients<Hal::ControllerInputADCData>("controller ADC", faults)),
-      collisions(new StreamClients<Hal::ControllerCollisionEvent>("controller collisions", faults)),
-      haptics(new StreamClients<Hal::HapticsState>("haptics states", faults)),
+          new StreamClients<Hidl::WirelessDeviceStats>("controller wireless statistics", faults)),
+      poses(new StreamClients<Hidl::PoseInput>("controller poses", faults)),
+      adc(new StreamClients<Hidl::ControllerInputADCData>("controller ADC", faults)),
+      collisions(new StreamClients<Hidl::ControllerCollisionEvent>("controller collisions", faults)),
+      haptics(new StreamClients<Hidl::HapticsState>("haptics states", faults)),
       wirelessStates(
-          new StreamClients<Hal::WirelessStateTransition>("wireless state transitions", faults)),
-      inputs(new StreamClients<Hal::ControllerInputData>("controller inputs", faults)) {}
+          new StreamClients<Hidl::WirelessStateTransition>("wireless state transitions", faults)),
+      inputs(new StreamClients<Hidl::ControllerInputData>("controller inputs", faults)) {}
 
 bool ControllerStreams::awaitRoom(size_t controllers) const {
     constexpr size_t kInputsOfOne = 5;

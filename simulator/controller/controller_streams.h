@@ -29,21 +29,21 @@ struct ControllerStreams {
     std::vector<std::string> summary() const;
 
     // For the programs that use the controllers.
-    const Stream<Hal::PairedControllerInfo> stateChanges;
-    const Stream<Hal::CurlData> curl;
-    const Stream<Hal::ControllerImuData> imu;
-    const Stream<Hal::ButtonData> buttons;
-    const Stream<Hal::PrecisionPadData> precisionPad;
-    const Stream<Hal::MultiTouchData> multiTouch;
-    const Stream<Hal::StylusData> stylus;
-    const Stream<Hal::WirelessDeviceStats> wirelessStats;
-    const Stream<Hal::PoseInput> poses;
-    const Stream<Hal::ControllerInputADCData> adc;
-    const Stream<Hal::ControllerCollisionEvent> collisions;
+    const Stream<Hidl::PairedControllerInfo> stateChanges;
+    const Stream<Hidl::CurlData> curl;
+    const Stream<Hidl::ControllerImuData> imu;
+    const Stream<Hidl::ButtonData> buttons;
+    const Stream<Hidl::PrecisionPadData> precisionPad;
+    const Stream<Hidl::MultiTouchData> multiTouch;
+    const Stream<Hidl::StylusData> stylus;
+    const Stream<Hidl::WirelessDeviceStats> wirelessStats;
+    const Stream<Hidl::PoseInput> poses;
+    const Stream<Hidl::ControllerInputADCData> adc;
+    const Stream<Hidl::ControllerCollisionEvent> collisions;
     // For the program that owns the controllers' state.
-    const Stream<Hal::HapticsState> haptics;
-    const Stream<Hal::WirelessStateTransition> wirelessStates;
-    const Stream<Hal::ControllerInputData> inputs;
+    const Stream<Hidl::HapticsState> haptics;
+    const Stream<Hidl::WirelessStateTransition> wirelessStates;
+    const Stream<Hidl::ControllerInputData> inputs;
 
   private:
     template <typename Function>

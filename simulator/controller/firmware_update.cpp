@@ -18,7 +18,7 @@ namespace {
 /// The smallest step, also for clients that ask for finer ones.
 constexpr float kFinestStep = 1.0F / 128;
 
-using Callback = android::sp<Hal::IProgressUpdateCallback>;
+using Callback = android::sp<Hidl::IProgressUpdateCallback>;
 
 /// Why reports cannot be made like that; null if they can.
 const char* problemOf(const FirmwareReports& reports) {
@@ -90,7 +90,7 @@ class Reporter {
             const float progress = *calls.progress;
             lock.unlock();
             const auto result = client->handleProgressUpdate(progress);
-            const bool isTaken = result.isOk() && result == Hal::Result::SUCCESS;
+            const bool isTaken = result.isOk() && result == Hidl::Result::SUCCESS;
             lock.lock();
             calls.isTaken = calls.isTaken && isTaken;
             calls.progress.reset();
@@ -127,18 +127,18 @@ bool runUpdate(const ControllerSettings& settings, const FirmwareReports& report
 
 }  // namespace
 
-Hal::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
-                                Hal::ControllerAddr address, Hal::ControllerType type,
+Hidl::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
+                                Hidl::ControllerAddr address, Hidl::ControllerType type,
                                 const FirmwareReports& reports) {
     if (const char* const problem = problemOf(reports)) {
         ALOGW("controller %llx: refused to update it for a client: %s",
               static_cast<unsigned long long>(address.address), problem);
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
-    const Hal::Result result =
-        fleet->with(address, Hal::Result::FAILURE,
+    const Hidl::Result result =
+        fleet->with(address, Hidl::Result::FAILURE,
                     [type](ControllerDevice& device) { return device.beginUpdate(type); });
-    if (result != Hal::Result::SUCCESS) {
+    if (result != Hidl::Result::SUCCESS) {
         return result;
     }
     const auto end = [fleet, address](bool isComplete) {
@@ -162,7 +162,7 @@ Hal::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
         ALOGW("controller %llx: cannot update it: %s",
               static_cast<unsigned long long>(address.address), noThread.what());
         end(false);
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     return result;
 }

@@ -32,10 +32,10 @@ void HapticsPlayer::vibrate(uint8_t intensity, Time now) {
     isCommanded_ = true;
 }
 
-void HapticsPlayer::playPattern(const std::array<Hal::SimpleHapticIntensity, kSteps>& steps,
+void HapticsPlayer::playPattern(const std::array<Hidl::SimpleHapticIntensity, kSteps>& steps,
                                 Time now) {
     restart(Mode::SIMPLE, now);
-    for (const Hal::SimpleHapticIntensity& step : steps) {
+    for (const Hidl::SimpleHapticIntensity& step : steps) {
         segments_.push_back({step.duration * std::chrono::milliseconds{10},
                              static_cast<float>(step.intensity) / kFullScale, 0, false});
     }
@@ -130,8 +130,8 @@ uint32_t HapticsPlayer::bufferedSamples(Time now) const {
     return samples;
 }
 
-bool HapticsPlayer::takeChange(Time now, Hal::HapticsState* state) {
-    using Activity = Hal::HapticsActivity;
+bool HapticsPlayer::takeChange(Time now, Hidl::HapticsState* state) {
+    using Activity = Hidl::HapticsActivity;
     dropPlayed(now);
     const Activity activity = isUnderrun_         ? Activity::UNDERRUN
                               : segments_.empty() ? Activity::IDLE

@@ -34,7 +34,7 @@ class HapticsPlayer {
 
     /// Until the next command; 0 ends what plays.
     void vibrate(uint8_t intensity, Time now);
-    void playPattern(const std::array<Hal::SimpleHapticIntensity, kSteps>& steps, Time now);
+    void playPattern(const std::array<Hidl::SimpleHapticIntensity, kSteps>& steps, Time now);
 
     /// In place of what plays. The next four: @return false if it is refused
     bool playBuffer(double sampleRate, bool repeat, const std::vector<uint8_t>& samples, Time now);
@@ -45,7 +45,7 @@ class HapticsPlayer {
 
     /// The state of now, if it is not the one of the last call. The fields of the controller and of
     /// the time are the caller's.
-    bool takeChange(Time now, Hal::HapticsState* state);
+    bool takeChange(Time now, Hidl::HapticsState* state);
 
     bool isPlaying() const { return !segments_.empty(); }
     const HapticsRecord& record() const { return record_; }
@@ -71,7 +71,7 @@ class HapticsPlayer {
     bool hasSamples_ = false;
     bool isUnderrun_ = false;
     bool isCommanded_ = false;
-    Hal::HapticsActivity lastActivity_ = Hal::HapticsActivity::IDLE;
+    Hidl::HapticsActivity lastActivity_ = Hidl::HapticsActivity::IDLE;
     float lastAmplitude_ = 0;
     HapticsRecord record_;
 };

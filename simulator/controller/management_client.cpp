@@ -6,8 +6,8 @@
 
 namespace Simulator {
 
-using Hal::ControllerAddr;
-using Hal::Result;
+using Hidl::ControllerAddr;
+using Hidl::Result;
 
 template <typename Action>
 Result ManagementClient::command(const char* method, const ControllerAddr& controller,
@@ -49,7 +49,7 @@ Return<Result> ManagementClient::unpairController(const ControllerAddr& controll
 }
 
 Return<Result> ManagementClient::updateFirmware(const ControllerAddr& controller,
-                                                Hal::ControllerType type,
+                                                Hidl::ControllerType type,
                                                 const FWUpdateCallbackConfig& config) {
     return command("updateFirmware", controller,
                    [&] { return beginFirmwareUpdate(fleet_, controller, type, config); });

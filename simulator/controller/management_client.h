@@ -12,24 +12,24 @@
 namespace Simulator {
 
 /// Keeps nothing of its clients, so that they all share it and there is nothing to be released.
-class ManagementClient : public Service<Hal::IControllerManagementClient> {
+class ManagementClient : public Service<Hidl::IControllerManagementClient> {
   public:
     explicit ManagementClient(std::shared_ptr<ControllerFleet> fleet) : fleet_(std::move(fleet)) {}
 
     Return<void> release() override { return Void(); }
     Return<void> getAdvertisingControllers(getAdvertisingControllers_cb callback) override;
-    Return<Hal::Result> enterDMM(const Hal::ControllerAddr& controller) override;
-    Return<Hal::Result> exitDMM(const Hal::ControllerAddr& controller) override;
-    Return<Hal::Result> pairController(const Hal::ControllerAddr& controller) override;
-    Return<Hal::Result> unpairController(const Hal::ControllerAddr& controller) override;
-    Return<Hal::Result> updateFirmware(const Hal::ControllerAddr& controller,
-                                       Hal::ControllerType type,
+    Return<Hidl::Result> enterDMM(const Hidl::ControllerAddr& controller) override;
+    Return<Hidl::Result> exitDMM(const Hidl::ControllerAddr& controller) override;
+    Return<Hidl::Result> pairController(const Hidl::ControllerAddr& controller) override;
+    Return<Hidl::Result> unpairController(const Hidl::ControllerAddr& controller) override;
+    Return<Hidl::Result> updateFirmware(const Hidl::ControllerAddr& controller,
+                                       Hidl::ControllerType type,
                                        const FWUpdateCallbackConfig& config) override;
 
   private:
     /// The answer of `action`, with a log line for what fails.
     template <typename Action>
-    Hal::Result command(const char* method, const Hal::ControllerAddr& controller,
+    Hidl::Result command(const char* method, const Hidl::ControllerAddr& controller,
                         const Action& action);
 
     const std::shared_ptr<ControllerFleet> fleet_;

@@ -13,7 +13,7 @@ PoseCounts& PoseCounts::operator+=(const PoseCounts& other) {
     return *this;
 }
 
-bool isPose(const Hal::PoseOutput& pose) {
+bool isPose(const Hidl::PoseOutput& pose) {
     constexpr float kTolerance = 1e-3F;
     float square = 0;
     for (size_t i = 0; i < 4; ++i) {
@@ -30,7 +30,7 @@ bool isPose(const Hal::PoseOutput& pose) {
            isFinite(pose.angularAcceleration);
 }
 
-void PoseLedger::enter(const Hal::PoseOutput& pose) {
+void PoseLedger::enter(const Hidl::PoseOutput& pose) {
     const auto [entry, isFirst] = last_.emplace(pose.controller.address, pose.sequence);
     if (!isFirst) {
         const uint32_t step = pose.sequence - entry->second;

@@ -21,13 +21,13 @@ struct PoseCounts {
 };
 
 /// Whether its numbers are finite and its quaternion turns.
-bool isPose(const Hal::PoseOutput& pose);
+bool isPose(const Hidl::PoseOutput& pose);
 
 /// Follows the sequence numbers of one sender's poses, for each controller on its own.
 class PoseLedger {
   public:
     /// Enters a pose of a paired controller.
-    void enter(const Hal::PoseOutput& pose);
+    void enter(const Hidl::PoseOutput& pose);
     void enterRefused() { ++counts_.refused; }
 
     const PoseCounts& counts() const { return counts_; }

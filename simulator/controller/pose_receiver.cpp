@@ -16,7 +16,7 @@
 namespace Simulator {
 namespace {
 
-using Hal::Result;
+using Hidl::Result;
 
 constexpr size_t kCapacity = 64;  // poses
 /// What is sent faster waits in the queue: those who take the poses could not keep up.
@@ -69,7 +69,7 @@ void PoseSender::run() {
 }
 
 size_t PoseSender::drain() {
-    std::array<Hal::PoseOutput, kCapacity> poses;
+    std::array<Hidl::PoseOutput, kCapacity> poses;
     const size_t count = std::min(queue_.availableToRead(), kCapacity);
     if (count == 0) {
         return 0;

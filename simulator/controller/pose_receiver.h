@@ -20,7 +20,7 @@ namespace Simulator {
 class PoseSender : public StreamingParty {
   public:
     using Queue =
-        android::hardware::MessageQueue<Hal::PoseOutput, android::hardware::kSynchronizedReadWrite>;
+        android::hardware::MessageQueue<Hidl::PoseOutput, android::hardware::kSynchronizedReadWrite>;
 
     PoseSender(const ClientIdentity& client, std::shared_ptr<ControllerFleet> fleet);
     ~PoseSender();
@@ -31,7 +31,7 @@ class PoseSender : public StreamingParty {
         return queue_.isValid() && eventFlag_ != nullptr ? Refusal::NONE : Refusal::NO_MEMORY;
     }
     const Queue::Descriptor& queue() const { return *queue_.getDesc(); }
-    const Hal::FmqConfig& config() const { return config_; }
+    const Hidl::FmqConfig& config() const { return config_; }
 
     /// @return false if there is no thread to be had
     bool beginReading();
@@ -48,7 +48,7 @@ class PoseSender : public StreamingParty {
 
     const std::shared_ptr<ControllerFleet> fleet_;
     Queue queue_;
-    Hal::FmqConfig config_;
+    Hidl::FmqConfig config_;
     EventFlagPointer eventFlag_;
     std::atomic<bool> isEnding_{false};
     mutable std::mutex mutex_;  // guards the ledger
@@ -65,7 +65,7 @@ class PoseReceiver : public StreamRegister<PoseSender> {
 
     /// @param sender null unless it succeeded
     /// @return BAD_STATE if the client has its queue already
-    Hal::Result prepare(const ClientIdentity& identity, std::shared_ptr<PoseSender>* sender);
+    Hidl::Result prepare(const ClientIdentity& identity, std::shared_ptr<PoseSender>* sender);
 
     /// Reads no more, for good. Senders are still answered: a refusal would end them.
     void stop();

@@ -20,7 +20,7 @@ Return<void> ControllerProviderService::getPairedControllers(getPairedController
 }
 
 Return<bool> ControllerProviderService::setWirelessFreqBlocklist(
-    const Hal::ControllerWirelessFreqBlocklist& blocklist) {
+    const Hidl::ControllerWirelessFreqBlocklist& blocklist) {
     return fleet_->setBlocklist(blocklist.channels);
 }
 
@@ -35,7 +35,7 @@ Return<bool> ControllerProviderService::clearWirelessFreqBlocklist() {
 }
 
 Return<void> ControllerProviderService::getHostInfo(getHostInfo_cb callback) {
-    Hal::SecureHostInfo info{};
+    Hidl::SecureHostInfo info{};
     info.hostId = 0x5A;
     for (size_t i = 0; i < 16; ++i) {
         info.key[i] = static_cast<uint8_t>(0xA0 + i);
@@ -44,7 +44,7 @@ Return<void> ControllerProviderService::getHostInfo(getHostInfo_cb callback) {
     return Void();
 }
 
-Return<bool> ControllerProviderService::allowDevice(const Hal::SecureDeviceInfo& device) {
+Return<bool> ControllerProviderService::allowDevice(const Hidl::SecureDeviceInfo& device) {
     if (device.address.address == 0) {
         return false;
     }
@@ -53,12 +53,12 @@ Return<bool> ControllerProviderService::allowDevice(const Hal::SecureDeviceInfo&
     return true;
 }
 
-Return<android::sp<Hal::IControllerManagementClient>>
+Return<android::sp<Hidl::IControllerManagementClient>>
 ControllerProviderService::getManagementClient() {
-    return android::sp<Hal::IControllerManagementClient>(management_);
+    return android::sp<Hidl::IControllerManagementClient>(management_);
 }
 
-Return<android::sp<Hal::IControllerStreamingClient>>
+Return<android::sp<Hidl::IControllerStreamingClient>>
 ControllerProviderService::getStreamingClient() {
     const int process = callingProcess();
     const auto listener = std::make_shared<StreamingListener>(StreamingListener{process, {}, {}});
@@ -66,83 +66,83 @@ ControllerProviderService::getStreamingClient() {
         ALOGW("controllers: no streaming client for process %d", process);
         return nullptr;
     }
-    return android::sp<Hal::IControllerStreamingClient>(
+    return android::sp<Hidl::IControllerStreamingClient>(
         makeService<StreamingClient>(faults_, listener, fleet_));
 }
 
 template <typename Record>
-Hal::Result ControllerProviderService::prepare(StreamClients<Record>& stream,
+Hidl::Result ControllerProviderService::prepare(StreamClients<Record>& stream,
                                                const ClientQueue<Record>& queue,
                                                const ClientIdentity& client,
-                                               const Hal::FmqConfig& config) {
-    const Hal::Result result = stream.prepare(queue, client, config);
-    return result == Hal::Result::SUCCESS ? stream.control(client, Hal::StreamCommand::START)
+                                               const Hidl::FmqConfig& config) {
+    const Hidl::Result result = stream.prepare(queue, client, config);
+    return result == Hidl::Result::SUCCESS ? stream.control(client, Hidl::StreamCommand::START)
                                           : result;
 }
 
-Return<Hal::Result> ControllerProviderService::prepareStateChangeStream(
-    const ClientQueue<Hal::PairedControllerInfo>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareStateChangeStream(
+    const ClientQueue<Hidl::PairedControllerInfo>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().stateChanges, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareCurlStream(
-    const ClientQueue<Hal::CurlData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareCurlStream(
+    const ClientQueue<Hidl::CurlData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().curl, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareImuStream(
-    const ClientQueue<Hal::ControllerImuData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareImuStream(
+    const ClientQueue<Hidl::ControllerImuData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().imu, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareButtonStream(
-    const ClientQueue<Hal::ButtonData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareButtonStream(
+    const ClientQueue<Hidl::ButtonData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().buttons, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::preparePrecisionPadStream(
-    const ClientQueue<Hal::PrecisionPadData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::preparePrecisionPadStream(
+    const ClientQueue<Hidl::PrecisionPadData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().precisionPad, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareMultiTouchStream(
-    const ClientQueue<Hal::MultiTouchData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareMultiTouchStream(
+    const ClientQueue<Hidl::MultiTouchData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().multiTouch, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareStylusStream(
-    const ClientQueue<Hal::StylusData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareStylusStream(
+    const ClientQueue<Hidl::StylusData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().stylus, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareWirelessDeviceStatsStream(
-    const ClientQueue<Hal::WirelessDeviceStats>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareWirelessDeviceStatsStream(
+    const ClientQueue<Hidl::WirelessDeviceStats>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().wirelessStats, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::preparePoseInputStream(
-    const ClientQueue<Hal::PoseInput>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::preparePoseInputStream(
+    const ClientQueue<Hidl::PoseInput>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().poses, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareInputADCStream(
-    const ClientQueue<Hal::ControllerInputADCData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareInputADCStream(
+    const ClientQueue<Hidl::ControllerInputADCData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().adc, queue, client, config);
 }
 
-Return<Hal::Result> ControllerProviderService::prepareCollisionEventStream(
-    const ClientQueue<Hal::ControllerCollisionEvent>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> ControllerProviderService::prepareCollisionEventStream(
+    const ClientQueue<Hidl::ControllerCollisionEvent>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(*fleet_->streams().collisions, queue, client, config);
 }
 

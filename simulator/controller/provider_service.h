@@ -11,7 +11,7 @@
 
 namespace Simulator {
 
-class ControllerProviderService : public Service<Hal::IControllerProvider> {
+class ControllerProviderService : public Service<Hidl::IControllerProvider> {
   public:
     /// @param faults of the clients that it hands out
     ControllerProviderService(std::shared_ptr<ControllerFleet> fleet,
@@ -19,53 +19,53 @@ class ControllerProviderService : public Service<Hal::IControllerProvider> {
 
     Return<void> getPairedControllers(getPairedControllers_cb callback) override;
     Return<bool> setWirelessFreqBlocklist(
-        const Hal::ControllerWirelessFreqBlocklist& blocklist) override;
+        const Hidl::ControllerWirelessFreqBlocklist& blocklist) override;
     Return<void> getWirelessFreqBlocklist(getWirelessFreqBlocklist_cb callback) override;
     Return<bool> clearWirelessFreqBlocklist() override;
     Return<void> getHostInfo(getHostInfo_cb callback) override;
-    Return<bool> allowDevice(const Hal::SecureDeviceInfo& device) override;
-    Return<android::sp<Hal::IControllerManagementClient>> getManagementClient() override;
-    Return<android::sp<Hal::IControllerStreamingClient>> getStreamingClient() override;
+    Return<bool> allowDevice(const Hidl::SecureDeviceInfo& device) override;
+    Return<android::sp<Hidl::IControllerManagementClient>> getManagementClient() override;
+    Return<android::sp<Hidl::IControllerStreamingClient>> getStreamingClient() override;
 
-    Return<Hal::Result> prepareStateChangeStream(
-        const ClientQueue<Hal::PairedControllerInfo>& queue, const ClientIdentity& client,
-        const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareCurlStream(const ClientQueue<Hal::CurlData>& queue,
+    Return<Hidl::Result> prepareStateChangeStream(
+        const ClientQueue<Hidl::PairedControllerInfo>& queue, const ClientIdentity& client,
+        const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareCurlStream(const ClientQueue<Hidl::CurlData>& queue,
                                           const ClientIdentity& client,
-                                          const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareImuStream(const ClientQueue<Hal::ControllerImuData>& queue,
+                                          const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareImuStream(const ClientQueue<Hidl::ControllerImuData>& queue,
                                          const ClientIdentity& client,
-                                         const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareButtonStream(const ClientQueue<Hal::ButtonData>& queue,
+                                         const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareButtonStream(const ClientQueue<Hidl::ButtonData>& queue,
                                             const ClientIdentity& client,
-                                            const Hal::FmqConfig& config) override;
-    Return<Hal::Result> preparePrecisionPadStream(const ClientQueue<Hal::PrecisionPadData>& queue,
+                                            const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> preparePrecisionPadStream(const ClientQueue<Hidl::PrecisionPadData>& queue,
                                                   const ClientIdentity& client,
-                                                  const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareMultiTouchStream(const ClientQueue<Hal::MultiTouchData>& queue,
+                                                  const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareMultiTouchStream(const ClientQueue<Hidl::MultiTouchData>& queue,
                                                 const ClientIdentity& client,
-                                                const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareStylusStream(const ClientQueue<Hal::StylusData>& queue,
+                                                const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareStylusStream(const ClientQueue<Hidl::StylusData>& queue,
                                             const ClientIdentity& client,
-                                            const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareWirelessDeviceStatsStream(
-        const ClientQueue<Hal::WirelessDeviceStats>& queue, const ClientIdentity& client,
-        const Hal::FmqConfig& config) override;
-    Return<Hal::Result> preparePoseInputStream(const ClientQueue<Hal::PoseInput>& queue,
+                                            const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareWirelessDeviceStatsStream(
+        const ClientQueue<Hidl::WirelessDeviceStats>& queue, const ClientIdentity& client,
+        const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> preparePoseInputStream(const ClientQueue<Hidl::PoseInput>& queue,
                                                const ClientIdentity& client,
-                                               const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareInputADCStream(const ClientQueue<Hal::ControllerInputADCData>& queue,
+                                               const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareInputADCStream(const ClientQueue<Hidl::ControllerInputADCData>& queue,
                                               const ClientIdentity& client,
-                                              const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareCollisionEventStream(
-        const ClientQueue<Hal::ControllerCollisionEvent>& queue, const ClientIdentity& client,
-        const Hal::FmqConfig& config) override;
+                                              const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareCollisionEventStream(
+        const ClientQueue<Hidl::ControllerCollisionEvent>& queue, const ClientIdentity& client,
+        const Hidl::FmqConfig& config) override;
 
   private:
     /// Takes the client's queue and starts its stream.
     template <typename Record>
-    Hal::Result prepare(StreamClients<Record>& stream, const ClientQueue<Record>& queue,
-                        const ClientIdentity& client, const Hal::FmqConfig& config);
+    Hidl::Result prepare(StreamClients<Record>& stream, const ClientQueue<Record>& queue,
+                        const ClientIdentity& client, const Hidl::FmqConfig& config);
 
     const std::shared_ptr<Faults> faults_;
     const std::shared_ptr<ControllerFleet> fleet_;

@@ -6,12 +6,12 @@
 
 namespace Simulator {
 
-using Hal::Result;
+using Hidl::Result;
 
 namespace {
 
 /// What the owner of the state answers to when it is paired as a device.
-constexpr Hal::ControllerAddr kOwner{0x5A'00'00'00'01'00};
+constexpr Hidl::ControllerAddr kOwner{0x5A'00'00'00'01'00};
 constexpr uint32_t kOwnerDevice = 0x0C;
 constexpr size_t kKeySize = 16;
 
@@ -22,20 +22,20 @@ ControllerStateProviderService::ControllerStateProviderService(
     : fleet_(std::move(fleet)), poses_(std::move(poses)) {}
 
 Return<Result> ControllerStateProviderService::prepareHapticsStateStream(
-    const ClientQueue<Hal::HapticsState>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+    const ClientQueue<Hidl::HapticsState>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return fleet_->streams().haptics->prepare(queue, client, config);
 }
 
 Return<Result> ControllerStateProviderService::prepareWirelessStateTransitionStream(
-    const ClientQueue<Hal::WirelessStateTransition>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+    const ClientQueue<Hidl::WirelessStateTransition>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return fleet_->streams().wirelessStates->prepare(queue, client, config);
 }
 
 Return<Result> ControllerStateProviderService::prepareControllerInputStream(
-    const ClientQueue<Hal::ControllerInputData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+    const ClientQueue<Hidl::ControllerInputData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return fleet_->streams().inputs->prepare(queue, client, config);
 }
 
@@ -52,22 +52,22 @@ Return<void> ControllerStateProviderService::preparePoseOutputStream(
 }
 
 Return<Result> ControllerStateProviderService::controlHapticsStateStream(
-    const ClientIdentity& client, Hal::StreamCommand command) {
+    const ClientIdentity& client, Hidl::StreamCommand command) {
     return fleet_->streams().haptics->control(client, command);
 }
 
 Return<Result> ControllerStateProviderService::controlWirelessStateTransitionStream(
-    const ClientIdentity& client, Hal::StreamCommand command) {
+    const ClientIdentity& client, Hidl::StreamCommand command) {
     return fleet_->streams().wirelessStates->control(client, command);
 }
 
 Return<Result> ControllerStateProviderService::controlControllerInputStream(
-    const ClientIdentity& client, Hal::StreamCommand command) {
+    const ClientIdentity& client, Hidl::StreamCommand command) {
     return fleet_->streams().inputs->control(client, command);
 }
 
 Return<Result> ControllerStateProviderService::controlPoseOutputStream(const ClientIdentity& client,
-                                                                       Hal::StreamCommand command) {
+                                                                       Hidl::StreamCommand command) {
     return poses_->control(client, command);
 }
 
@@ -85,7 +85,7 @@ Return<void> ControllerStateProviderService::enterPairingMode(enterPairingMode_c
 }
 
 Return<void> ControllerStateProviderService::getPairingInfo(getPairingInfo_cb callback) {
-    Hal::SecureDeviceInfo info{};
+    Hidl::SecureDeviceInfo info{};
     info.address = kOwner;
     info.deviceId = kOwnerDevice;
     for (size_t i = 0; i < kKeySize; ++i) {
@@ -96,7 +96,7 @@ Return<void> ControllerStateProviderService::getPairingInfo(getPairingInfo_cb ca
 }
 
 Return<bool> ControllerStateProviderService::setPairingInfo(
-    const Hal::SecureHostInfo& host, const android::hardware::hidl_vec<uint8_t>& key) {
+    const Hidl::SecureHostInfo& host, const android::hardware::hidl_vec<uint8_t>& key) {
     if (key.size() != kKeySize) {
         ALOGW("controllers: refused pairing with host %u and a key of %zu bytes", host.hostId,
               key.size());

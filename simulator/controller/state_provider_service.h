@@ -11,34 +11,34 @@
 
 namespace Simulator {
 
-class ControllerStateProviderService : public Service<Hal::IControllerStateProvider> {
+class ControllerStateProviderService : public Service<Hidl::IControllerStateProvider> {
   public:
     ControllerStateProviderService(std::shared_ptr<ControllerFleet> fleet,
                                    android::sp<PoseReceiver> poses);
 
-    Return<Hal::Result> prepareHapticsStateStream(const ClientQueue<Hal::HapticsState>& queue,
+    Return<Hidl::Result> prepareHapticsStateStream(const ClientQueue<Hidl::HapticsState>& queue,
                                                   const ClientIdentity& client,
-                                                  const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareWirelessStateTransitionStream(
-        const ClientQueue<Hal::WirelessStateTransition>& queue, const ClientIdentity& client,
-        const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareControllerInputStream(
-        const ClientQueue<Hal::ControllerInputData>& queue, const ClientIdentity& client,
-        const Hal::FmqConfig& config) override;
+                                                  const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareWirelessStateTransitionStream(
+        const ClientQueue<Hidl::WirelessStateTransition>& queue, const ClientIdentity& client,
+        const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareControllerInputStream(
+        const ClientQueue<Hidl::ControllerInputData>& queue, const ClientIdentity& client,
+        const Hidl::FmqConfig& config) override;
     Return<void> preparePoseOutputStream(const ClientIdentity& client,
                                          preparePoseOutputStream_cb callback) override;
-    Return<Hal::Result> controlHapticsStateStream(const ClientIdentity& client,
-                                                  Hal::StreamCommand command) override;
-    Return<Hal::Result> controlWirelessStateTransitionStream(const ClientIdentity& client,
-                                                             Hal::StreamCommand command) override;
-    Return<Hal::Result> controlControllerInputStream(const ClientIdentity& client,
-                                                     Hal::StreamCommand command) override;
-    Return<Hal::Result> controlPoseOutputStream(const ClientIdentity& client,
-                                                Hal::StreamCommand command) override;
+    Return<Hidl::Result> controlHapticsStateStream(const ClientIdentity& client,
+                                                  Hidl::StreamCommand command) override;
+    Return<Hidl::Result> controlWirelessStateTransitionStream(const ClientIdentity& client,
+                                                             Hidl::StreamCommand command) override;
+    Return<Hidl::Result> controlControllerInputStream(const ClientIdentity& client,
+                                                     Hidl::StreamCommand command) override;
+    Return<Hidl::Result> controlPoseOutputStream(const ClientIdentity& client,
+                                                Hidl::StreamCommand command) override;
     Return<bool> notifyBatteryState(uint8_t level) override;
     Return<void> enterPairingMode(enterPairingMode_cb callback) override;
     Return<void> getPairingInfo(getPairingInfo_cb callback) override;
-    Return<bool> setPairingInfo(const Hal::SecureHostInfo& host,
+    Return<bool> setPairingInfo(const Hidl::SecureHostInfo& host,
                                 const android::hardware::hidl_vec<uint8_t>& key) override;
     Return<bool> setKivrarEnabled(bool enabled) override;
 

@@ -11,8 +11,8 @@ namespace Simulator {
 
 using android::hardware::hidl_array;
 using android::hardware::hidl_vec;
-using Hal::ControllerAddr;
-using Hal::ControllerFeature;
+using Hidl::ControllerAddr;
+using Hidl::ControllerFeature;
 
 StreamingClient::StreamingClient(std::shared_ptr<StreamingListener> listener,
                                  std::shared_ptr<ControllerFleet> fleet)
@@ -87,7 +87,7 @@ Return<bool> StreamingClient::controlInputADCStreaming(const ControllerAddr& con
     return note("controlInputADCStreaming", fleet_->enableAdc(listener_.get(), controller, enable));
 }
 
-Return<bool> StreamingClient::setLedConfig(const Hal::ControllerLedConfig& config) {
+Return<bool> StreamingClient::setLedConfig(const Hidl::ControllerLedConfig& config) {
     return note("setLedConfig", fleet_->withHand(config.hand, [&](ControllerDevice& device) {
         return device.setLed(config);
     }));
@@ -95,7 +95,7 @@ Return<bool> StreamingClient::setLedConfig(const Hal::ControllerLedConfig& confi
 
 Return<void> StreamingClient::getLedConfig(const ControllerAddr& controller,
                                            getLedConfig_cb callback) {
-    return query<Hal::ControllerLedConfig>(
+    return query<Hidl::ControllerLedConfig>(
         controller, [](const ControllerDevice& device) { return device.led(); }, callback);
 }
 
@@ -116,7 +116,7 @@ Return<bool> StreamingClient::setSimpleHaptics(const ControllerAddr& controller,
 }
 
 Return<bool> StreamingClient::setSimpleHapticsPattern(
-    const ControllerAddr& controller, const hidl_array<Hal::SimpleHapticIntensity, 6>& steps) {
+    const ControllerAddr& controller, const hidl_array<Hidl::SimpleHapticIntensity, 6>& steps) {
     return play("setSimpleHapticsPattern", controller, [&](HapticsPlayer& haptics, auto now) {
         haptics.playPattern(steps, now);
         return true;
@@ -145,14 +145,14 @@ Return<bool> StreamingClient::appendPCMHaptics(const ControllerAddr& controller,
 }
 
 Return<bool> StreamingClient::setThumbstickMaxADCRange(const ControllerAddr& controller,
-                                                       const Hal::ThumbstickADCRange& range) {
+                                                       const Hidl::ThumbstickADCRange& range) {
     return command("setThumbstickMaxADCRange", controller,
                    [&](ControllerDevice& device) { return device.setThumbstickRange(range); });
 }
 
 Return<void> StreamingClient::getThumbstickMaxADCRange(const ControllerAddr& controller,
                                                        getThumbstickMaxADCRange_cb callback) {
-    return query<Hal::ThumbstickADCRange>(
+    return query<Hidl::ThumbstickADCRange>(
         controller, [](const ControllerDevice& device) { return device.thumbstick().range; },
         callback);
 }

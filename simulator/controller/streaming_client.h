@@ -12,7 +12,7 @@ namespace Simulator {
 
 /// Switches off what its client has switched on when it is released, or when the last reference to
 /// it goes with the client's process.
-class StreamingClient : public Service<Hal::IControllerStreamingClient> {
+class StreamingClient : public Service<Hidl::IControllerStreamingClient> {
   public:
     /// @param listener one that the fleet knows
     StreamingClient(std::shared_ptr<StreamingListener> listener,
@@ -20,54 +20,54 @@ class StreamingClient : public Service<Hal::IControllerStreamingClient> {
     ~StreamingClient() override;
 
     Return<void> release() override;
-    Return<void> getCalibrationData(const Hal::ControllerAddr& controller,
+    Return<void> getCalibrationData(const Hidl::ControllerAddr& controller,
                                     getCalibrationData_cb callback) override;
-    Return<void> enable(const Hal::ControllerAddr& controller) override;
-    Return<void> disable(const Hal::ControllerAddr& controller) override;
-    Return<bool> controlInputADCStreaming(const Hal::ControllerAddr& controller,
+    Return<void> enable(const Hidl::ControllerAddr& controller) override;
+    Return<void> disable(const Hidl::ControllerAddr& controller) override;
+    Return<bool> controlInputADCStreaming(const Hidl::ControllerAddr& controller,
                                           bool enable) override;
-    Return<bool> setLedConfig(const Hal::ControllerLedConfig& config) override;
-    Return<void> getLedConfig(const Hal::ControllerAddr& controller,
+    Return<bool> setLedConfig(const Hidl::ControllerLedConfig& config) override;
+    Return<void> getLedConfig(const Hidl::ControllerAddr& controller,
                               getLedConfig_cb callback) override;
     Return<bool> setTransmitPowerBoost(int8_t boost) override;
     Return<bool> setMaxHostTransmitPower(int8_t power) override;
-    Return<bool> setSimpleHaptics(const Hal::ControllerAddr& controller,
+    Return<bool> setSimpleHaptics(const Hidl::ControllerAddr& controller,
                                   uint8_t intensity) override;
     Return<bool> setSimpleHapticsPattern(
-        const Hal::ControllerAddr& controller,
-        const android::hardware::hidl_array<Hal::SimpleHapticIntensity, 6>& steps) override;
-    Return<bool> setBufferedHaptics(const Hal::ControllerAddr& controller, double sampleRate,
+        const Hidl::ControllerAddr& controller,
+        const android::hardware::hidl_array<Hidl::SimpleHapticIntensity, 6>& steps) override;
+    Return<bool> setBufferedHaptics(const Hidl::ControllerAddr& controller, double sampleRate,
                                     uint8_t count, bool repeat,
                                     const android::hardware::hidl_vec<uint8_t>& samples) override;
     Return<bool> appendBufferedHaptics(
-        const Hal::ControllerAddr& controller, uint8_t count,
+        const Hidl::ControllerAddr& controller, uint8_t count,
         const android::hardware::hidl_vec<uint8_t>& samples) override;
-    Return<bool> appendPCMHaptics(const Hal::ControllerAddr& controller,
+    Return<bool> appendPCMHaptics(const Hidl::ControllerAddr& controller,
                                   const android::hardware::hidl_vec<int8_t>& samples) override;
-    Return<bool> setThumbstickMaxADCRange(const Hal::ControllerAddr& controller,
-                                          const Hal::ThumbstickADCRange& range) override;
-    Return<void> getThumbstickMaxADCRange(const Hal::ControllerAddr& controller,
+    Return<bool> setThumbstickMaxADCRange(const Hidl::ControllerAddr& controller,
+                                          const Hidl::ThumbstickADCRange& range) override;
+    Return<void> getThumbstickMaxADCRange(const Hidl::ControllerAddr& controller,
                                           getThumbstickMaxADCRange_cb callback) override;
-    Return<bool> resetThumbstickMaxADCRange(const Hal::ControllerAddr& controller) override;
-    Return<bool> setThumbstickDeadzone(const Hal::ControllerAddr& controller,
+    Return<bool> resetThumbstickMaxADCRange(const Hidl::ControllerAddr& controller) override;
+    Return<bool> setThumbstickDeadzone(const Hidl::ControllerAddr& controller,
                                        float deadzone) override;
-    Return<void> getThumbstickDeadzone(const Hal::ControllerAddr& controller,
+    Return<void> getThumbstickDeadzone(const Hidl::ControllerAddr& controller,
                                        getThumbstickDeadzone_cb callback) override;
-    Return<bool> resetThumbstickDeadzone(const Hal::ControllerAddr& controller) override;
-    Return<bool> sleepController(const Hal::ControllerAddr& controller) override;
-    Return<bool> wakeController(const Hal::ControllerAddr& controller) override;
+    Return<bool> resetThumbstickDeadzone(const Hidl::ControllerAddr& controller) override;
+    Return<bool> sleepController(const Hidl::ControllerAddr& controller) override;
+    Return<bool> wakeController(const Hidl::ControllerAddr& controller) override;
 
   private:
     /// Whether `action`, given the paired controller, did what was asked; false, too, if there
     /// is no such controller.
     template <typename Action>
-    bool command(const char* method, const Hal::ControllerAddr& controller, const Action& action);
+    bool command(const char* method, const Hidl::ControllerAddr& controller, const Action& action);
     /// As `command`, for a controller that is connected.
     template <typename Action>
-    bool play(const char* method, const Hal::ControllerAddr& controller, const Action& action);
+    bool play(const char* method, const Hidl::ControllerAddr& controller, const Action& action);
     /// What `get` reads of the controller.
     template <typename Value, typename Get, typename Callback>
-    Return<void> query(const Hal::ControllerAddr& controller, const Get& get,
+    Return<void> query(const Hidl::ControllerAddr& controller, const Get& get,
                        const Callback& callback);
     bool note(const char* method, bool isDone) const;
 

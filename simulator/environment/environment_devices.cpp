@@ -20,16 +20,16 @@ EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
                                        const std::shared_ptr<ControllerFleet>& controllers,
                                        const std::shared_ptr<WorldClock>& clock)
     : lamps_(std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance)),
-      flicker_(new StreamServer<Hal::FlickerData>("flicker sensor", kBlockPlan,
+      flicker_(new StreamServer<Hidl::FlickerData>("flicker sensor", kBlockPlan,
                                                   samplesOf(FlickerModel(lamps_)), faults, clock)),
-      adcFlicker_(new StreamServer<Hal::AdcFlickerData>(
+      adcFlicker_(new StreamServer<Hidl::AdcFlickerData>(
           "flicker sensor's ADC", kBlockPlan, samplesOf(AdcFlickerModel(lamps_)), faults, clock)),
-      ambientLight_(new StreamServer<Hal::AmbientLightData>(
+      ambientLight_(new StreamServer<Hidl::AmbientLightData>(
           "ambient-light sensor", kAmbientLightPlan, samplesOf(AmbientLightModel(lamps_)), faults,
           clock)),
       lightSensor_(makeService<FlickerService>(
           faults, FlickerStreams{flicker_, adcFlicker_, ambientLight_},
-          Hal::FlickerSensorProperties{"flicker sensor", "Zelvan", "SIM-0100"})),
+          Hidl::FlickerSensorProperties{"flicker sensor", "Zelvan", "SIM-0100"})),
       leds_(makeService<LedService>(faults)),
       externalTiming_(makeService<ExternalTimingService>(
           faults,

@@ -20,7 +20,7 @@
 namespace Simulator {
 
 using ExternalTimingService =
-    StreamService<Hal::IExternalTimingProvider, Hal::ExternalTimestampData>;
+    StreamService<Hidl::IExternalTimingProvider, Hidl::ExternalTimestampData>;
 
 class EnvironmentDevices : public DeviceGroup {
   public:
@@ -37,9 +37,9 @@ class EnvironmentDevices : public DeviceGroup {
 
   private:
     const std::shared_ptr<const RoomLight> lamps_;
-    const android::sp<StreamServer<Hal::FlickerData>> flicker_;
-    const android::sp<StreamServer<Hal::AdcFlickerData>> adcFlicker_;
-    const android::sp<StreamServer<Hal::AmbientLightData>> ambientLight_;
+    const android::sp<StreamServer<Hidl::FlickerData>> flicker_;
+    const android::sp<StreamServer<Hidl::AdcFlickerData>> adcFlicker_;
+    const android::sp<StreamServer<Hidl::AmbientLightData>> ambientLight_;
     const android::sp<FlickerService> lightSensor_;
     const android::sp<LedService> leds_;
     const android::sp<ExternalTimingService> externalTiming_;

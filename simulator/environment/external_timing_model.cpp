@@ -5,13 +5,13 @@
 
 namespace Simulator {
 
-Hal::ExternalTimestampData ExternalTimingModel::sample(const SampleInstant& instant) {
+Hidl::ExternalTimestampData ExternalTimingModel::sample(const SampleInstant& instant) {
     constexpr double kFirstRateError = 50e-6;
     const bool isLocked = instant.sequence >= kLockingPulses;
     // Each pulse halves what is wrong with the estimate.
     const int halvings = static_cast<int>(std::min(instant.sequence, kLockingPulses));
     const double rateError = std::ldexp(kFirstRateError, -halvings);
-    Hal::ExternalTimestampData record{};
+    Hidl::ExternalTimestampData record{};
     // Seen neither before it came nor after the service received it.
     record.timestamp = std::min<int64_t>(
         instant.timestamp + std::llround(kJitter * unit_(generator_)), instant.arrivalTimestamp);
@@ -22,7 +22,7 @@ Hal::ExternalTimestampData ExternalTimingModel::sample(const SampleInstant& inst
     record.uncertainty = static_cast<uint32_t>(kJitter);
     record.sequence = instant.sequence;
     record.source = 0;
-    record.status = isLocked ? static_cast<uint32_t>(Hal::ExternalTimestampStatus::LOCKED) : 0;
+    record.status = isLocked ? static_cast<uint32_t>(Hidl::ExternalTimestampStatus::LOCKED) : 0;
     return record;
 }
 

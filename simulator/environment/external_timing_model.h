@@ -18,7 +18,7 @@ class ExternalTimingModel {
     /// Number of pulses until the estimate of the clock's rate has settled.
     static constexpr uint32_t kLockingPulses = 10;
 
-    Hal::ExternalTimestampData sample(const SampleInstant& instant);
+    Hidl::ExternalTimestampData sample(const SampleInstant& instant);
 
   private:
     std::mt19937 generator_;

@@ -7,21 +7,21 @@ namespace Simulator {
 namespace {
 
 template <typename Record>
-Hal::Result prepare(const android::sp<StreamClients<Record>>& clients,
+Hidl::Result prepare(const android::sp<StreamClients<Record>>& clients,
                     const ClientQueue<Record>& queue, const ClientIdentity& client,
-                    const Hal::FmqConfig& config) {
-    return clients == nullptr ? Hal::Result::FAILURE : clients->prepare(queue, client, config);
+                    const Hidl::FmqConfig& config) {
+    return clients == nullptr ? Hidl::Result::FAILURE : clients->prepare(queue, client, config);
 }
 
 template <typename Record>
-Hal::Result control(const android::sp<StreamClients<Record>>& clients, const ClientIdentity& client,
-                    Hal::StreamCommand command) {
-    return clients == nullptr ? Hal::Result::BAD_STATE : clients->control(client, command);
+Hidl::Result control(const android::sp<StreamClients<Record>>& clients, const ClientIdentity& client,
+                    Hidl::StreamCommand command) {
+    return clients == nullptr ? Hidl::Result::BAD_STATE : clients->control(client, command);
 }
 
 }  // namespace
 
-FlickerService::FlickerService(FlickerStreams streams, Hal::FlickerSensorProperties properties)
+FlickerService::FlickerService(FlickerStreams streams, Hidl::FlickerSensorProperties properties)
     : streams_(std::move(streams)), properties_(std::move(properties)) {}
 
 Return<void> FlickerService::getProperties(getProperties_cb callback) {
@@ -29,36 +29,36 @@ Return<void> FlickerService::getProperties(getProperties_cb callback) {
     return Void();
 }
 
-Return<Hal::Result> FlickerService::prepareFlickerStream(const ClientQueue<Hal::FlickerData>& queue,
+Return<Hidl::Result> FlickerService::prepareFlickerStream(const ClientQueue<Hidl::FlickerData>& queue,
                                                          const ClientIdentity& client,
-                                                         const Hal::FmqConfig& config) {
+                                                         const Hidl::FmqConfig& config) {
     return prepare(streams_.flicker, queue, client, config);
 }
 
-Return<Hal::Result> FlickerService::prepareAdcFlickerStream(
-    const ClientQueue<Hal::AdcFlickerData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> FlickerService::prepareAdcFlickerStream(
+    const ClientQueue<Hidl::AdcFlickerData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(streams_.adcFlicker, queue, client, config);
 }
 
-Return<Hal::Result> FlickerService::prepareAmbientLightStream(
-    const ClientQueue<Hal::AmbientLightData>& queue, const ClientIdentity& client,
-    const Hal::FmqConfig& config) {
+Return<Hidl::Result> FlickerService::prepareAmbientLightStream(
+    const ClientQueue<Hidl::AmbientLightData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(streams_.ambientLight, queue, client, config);
 }
 
-Return<Hal::Result> FlickerService::controlFlickerStream(const ClientIdentity& client,
-                                                         Hal::StreamCommand command) {
+Return<Hidl::Result> FlickerService::controlFlickerStream(const ClientIdentity& client,
+                                                         Hidl::StreamCommand command) {
     return control(streams_.flicker, client, command);
 }
 
-Return<Hal::Result> FlickerService::controlAdcFlickerStream(const ClientIdentity& client,
-                                                            Hal::StreamCommand command) {
+Return<Hidl::Result> FlickerService::controlAdcFlickerStream(const ClientIdentity& client,
+                                                            Hidl::StreamCommand command) {
     return control(streams_.adcFlicker, client, command);
 }
 
-Return<Hal::Result> FlickerService::controlAmbientLightStream(const ClientIdentity& client,
-                                                              Hal::StreamCommand command) {
+Return<Hidl::Result> FlickerService::controlAmbientLightStream(const ClientIdentity& client,
+                                                              Hidl::StreamCommand command) {
     return control(streams_.ambientLight, client, command);
 }
 

@@ -10,36 +10,36 @@ namespace Simulator {
 
 /// The clients of the light sensor's streams; null where there is no such stream.
 struct FlickerStreams {
-    android::sp<StreamClients<Hal::FlickerData>> flicker;
-    android::sp<StreamClients<Hal::AdcFlickerData>> adcFlicker;
-    android::sp<StreamClients<Hal::AmbientLightData>> ambientLight;
+    android::sp<StreamClients<Hidl::FlickerData>> flicker;
+    android::sp<StreamClients<Hidl::AdcFlickerData>> adcFlicker;
+    android::sp<StreamClients<Hidl::AmbientLightData>> ambientLight;
 };
 
 /// Refuses streams that do not exist.
-class FlickerService : public Service<Hal::IFlickerSensor> {
+class FlickerService : public Service<Hidl::IFlickerSensor> {
   public:
-    FlickerService(FlickerStreams streams, Hal::FlickerSensorProperties properties);
+    FlickerService(FlickerStreams streams, Hidl::FlickerSensorProperties properties);
 
     Return<void> getProperties(getProperties_cb callback) override;
-    Return<Hal::Result> prepareFlickerStream(const ClientQueue<Hal::FlickerData>& queue,
+    Return<Hidl::Result> prepareFlickerStream(const ClientQueue<Hidl::FlickerData>& queue,
                                              const ClientIdentity& client,
-                                             const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareAdcFlickerStream(const ClientQueue<Hal::AdcFlickerData>& queue,
+                                             const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareAdcFlickerStream(const ClientQueue<Hidl::AdcFlickerData>& queue,
                                                 const ClientIdentity& client,
-                                                const Hal::FmqConfig& config) override;
-    Return<Hal::Result> prepareAmbientLightStream(const ClientQueue<Hal::AmbientLightData>& queue,
+                                                const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareAmbientLightStream(const ClientQueue<Hidl::AmbientLightData>& queue,
                                                   const ClientIdentity& client,
-                                                  const Hal::FmqConfig& config) override;
-    Return<Hal::Result> controlFlickerStream(const ClientIdentity& client,
-                                             Hal::StreamCommand command) override;
-    Return<Hal::Result> controlAdcFlickerStream(const ClientIdentity& client,
-                                                Hal::StreamCommand command) override;
-    Return<Hal::Result> controlAmbientLightStream(const ClientIdentity& client,
-                                                  Hal::StreamCommand command) override;
+                                                  const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> controlFlickerStream(const ClientIdentity& client,
+                                             Hidl::StreamCommand command) override;
+    Return<Hidl::Result> controlAdcFlickerStream(const ClientIdentity& client,
+                                                Hidl::StreamCommand command) override;
+    Return<Hidl::Result> controlAmbientLightStream(const ClientIdentity& client,
+                                                  Hidl::StreamCommand command) override;
 
   private:
     const FlickerStreams streams_;
-    const Hal::FlickerSensorProperties properties_;
+    const Hidl::FlickerSensorProperties properties_;
 };
 
 }  // namespace Simulator

@@ -9,24 +9,24 @@ namespace Simulator {
 namespace {
 
 struct LedGroup {
-    Hal::FaceEyeTrackingLedGroup group;
+    Hidl::FaceEyeTrackingLedGroup group;
     uint8_t channels;
 };
-constexpr LedGroup kGroups[] = {{Hal::FaceEyeTrackingLedGroup::LEFT_EYE, 8},
-                                {Hal::FaceEyeTrackingLedGroup::RIGHT_EYE, 8},
-                                {Hal::FaceEyeTrackingLedGroup::FACE, 4}};
+constexpr LedGroup kGroups[] = {{Hidl::FaceEyeTrackingLedGroup::LEFT_EYE, 8},
+                                {Hidl::FaceEyeTrackingLedGroup::RIGHT_EYE, 8},
+                                {Hidl::FaceEyeTrackingLedGroup::FACE, 4}};
 
 // How the service's own control has every LED.
 constexpr uint32_t kOwnCurrent = 20'000;
 constexpr uint32_t kOwnPulseWidth = 400;
 
-uint8_t channelsOf(Hal::FaceEyeTrackingLedGroup group) {
+uint8_t channelsOf(Hidl::FaceEyeTrackingLedGroup group) {
     const auto* const found = std::find_if(std::begin(kGroups), std::end(kGroups),
                                            [&](const LedGroup& g) { return g.group == group; });
     return found == std::end(kGroups) ? 0 : found->channels;
 }
 
-bool isPossible(const Hal::FaceEyeTrackingLedConfiguration& led) {
+bool isPossible(const Hidl::FaceEyeTrackingLedConfiguration& led) {
     return led.channel < channelsOf(led.group) && led.current <= LedService::kMaxCurrent &&
            led.pulseWidth <= LedService::kMaxPulseWidth;
 }
@@ -36,17 +36,17 @@ bool isPossible(const Hal::FaceEyeTrackingLedConfiguration& led) {
 /// Calls `action`, under the lock, with the record of the client.
 /// @return its answer; FAILURE if the client cannot have a record
 template <typename Action>
-Hal::Result LedService::withClient(const ClientIdentity& identity, const Action& action) {
+Hidl::Result LedService::withClient(const ClientIdentity& identity, const Action& action) {
     if (!admit(identity)) {
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
     // Null if it died just now.
-    return client == nullptr ? Hal::Result::FAILURE : action(client);
+    return client == nullptr ? Hidl::Result::FAILURE : action(client);
 }
 
-Return<Hal::Result> LedService::setConfigurations(
+Return<Hidl::Result> LedService::setConfigurations(
     const ClientIdentity& identity,
     const android::hardware::hidl_vec<Configuration>& configurations) {
     return withClient(identity, [&](const ClientPointer& client) {
@@ -54,61 +54,61 @@ Return<Hal::Result> LedService::setConfigurations(
         if (bad != configurations.end()) {
             ALOGW("LEDs: refused %s %u at %u uA for %u us", toString(bad->group).c_str(),
                   bad->channel, bad->current, bad->pulseWidth);
-            return Hal::Result::FAILURE;
+            return Hidl::Result::FAILURE;
         }
         if (overriddenBy_ != nullptr && overriddenBy_ != client) {
-            return Hal::Result::BAD_STATE;
+            return Hidl::Result::BAD_STATE;
         }
         for (const Configuration& led : configurations) {
             client->configurations[{led.group, led.channel}] = led;
         }
-        return overriddenBy_ == client ? Hal::Result::SUCCESS : Hal::Result::IGNORED;
+        return overriddenBy_ == client ? Hidl::Result::SUCCESS : Hidl::Result::IGNORED;
     });
 }
 
-Return<Hal::Result> LedService::enable(const ClientIdentity& identity) {
+Return<Hidl::Result> LedService::enable(const ClientIdentity& identity) {
     return switchTo(true, identity);
 }
 
-Return<Hal::Result> LedService::disable(const ClientIdentity& identity) {
+Return<Hidl::Result> LedService::disable(const ClientIdentity& identity) {
     return switchTo(false, identity);
 }
 
-Hal::Result LedService::switchTo(bool isOn, const ClientIdentity& identity) {
+Hidl::Result LedService::switchTo(bool isOn, const ClientIdentity& identity) {
     return withClient(identity, [&](const ClientPointer& client) {
         if ((switchedOnBy_ != nullptr) == isOn) {
-            return Hal::Result::IGNORED;
+            return Hidl::Result::IGNORED;
         }
         switchedOnBy_ = isOn ? client : nullptr;
         ALOGI("LEDs: %s switched them %s", client->name.c_str(), isOn ? "on" : "off");
-        return Hal::Result::SUCCESS;
+        return Hidl::Result::SUCCESS;
     });
 }
 
-Return<uint8_t> LedService::getChannelCount(Hal::FaceEyeTrackingLedGroup group) {
+Return<uint8_t> LedService::getChannelCount(Hidl::FaceEyeTrackingLedGroup group) {
     return channelsOf(group);
 }
 
-Return<Hal::Result> LedService::startOverridingLedSettings(const ClientIdentity& identity) {
+Return<Hidl::Result> LedService::startOverridingLedSettings(const ClientIdentity& identity) {
     return withClient(identity, [&](const ClientPointer& client) {
         if (overriddenBy_ != nullptr) {
-            return overriddenBy_ == client ? Hal::Result::IGNORED : Hal::Result::BAD_STATE;
+            return overriddenBy_ == client ? Hidl::Result::IGNORED : Hidl::Result::BAD_STATE;
         }
         overriddenBy_ = client;
         ALOGI("LEDs: %s overrides them", client->name.c_str());
-        return Hal::Result::SUCCESS;
+        return Hidl::Result::SUCCESS;
     });
 }
 
-Return<Hal::Result> LedService::stopOverridingLedSettings(const ClientIdentity& identity) {
+Return<Hidl::Result> LedService::stopOverridingLedSettings(const ClientIdentity& identity) {
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
     if (client == nullptr || overriddenBy_ != client) {
-        return Hal::Result::BAD_STATE;
+        return Hidl::Result::BAD_STATE;
     }
     overriddenBy_ = nullptr;
     ALOGI("LEDs: %s no longer overrides them", client->name.c_str());
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
 std::vector<LedService::Configuration> LedService::shining() const {

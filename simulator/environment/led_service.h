@@ -18,8 +18,8 @@ struct LedClient : RegisteredClient {
     using RegisteredClient::RegisteredClient;
 
     /// By group and channel.
-    std::map<std::pair<Hal::FaceEyeTrackingLedGroup, uint32_t>,
-             Hal::FaceEyeTrackingLedConfiguration>
+    std::map<std::pair<Hidl::FaceEyeTrackingLedGroup, uint32_t>,
+             Hidl::FaceEyeTrackingLedConfiguration>
         configurations;
 };
 
@@ -27,21 +27,21 @@ struct LedClient : RegisteredClient {
 /// or overridden ends with its process.
 ///
 /// Threading: every method may be called from any thread.
-class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegister<LedClient> {
+class LedService : public Service<Hidl::IFaceEyeTrackingLed>, public ClientRegister<LedClient> {
   public:
-    using Configuration = Hal::FaceEyeTrackingLedConfiguration;
+    using Configuration = Hidl::FaceEyeTrackingLedConfiguration;
 
     static constexpr uint32_t kMaxCurrent = 100'000;   // in uA
     static constexpr uint32_t kMaxPulseWidth = 2'000;  // in us
 
-    Return<Hal::Result> setConfigurations(
+    Return<Hidl::Result> setConfigurations(
         const ClientIdentity& identity,
         const android::hardware::hidl_vec<Configuration>& configurations) override;
-    Return<Hal::Result> enable(const ClientIdentity& identity) override;
-    Return<Hal::Result> disable(const ClientIdentity& identity) override;
-    Return<uint8_t> getChannelCount(Hal::FaceEyeTrackingLedGroup group) override;
-    Return<Hal::Result> startOverridingLedSettings(const ClientIdentity& identity) override;
-    Return<Hal::Result> stopOverridingLedSettings(const ClientIdentity& identity) override;
+    Return<Hidl::Result> enable(const ClientIdentity& identity) override;
+    Return<Hidl::Result> disable(const ClientIdentity& identity) override;
+    Return<uint8_t> getChannelCount(Hidl::FaceEyeTrackingLedGroup group) override;
+    Return<Hidl::Result> startOverridingLedSettings(const ClientIdentity& identity) override;
+    Return<Hidl::Result> stopOverridingLedSettings(const ClientIdentity& identity) override;
 
     /// The current settings of the LEDs; none while they are off.
     std::vector<Configuration> shining() const;
@@ -53,8 +53,8 @@ class LedService : public Service<Hal::IFaceEyeTrackingLed>, public ClientRegist
     bool admit(const ClientIdentity& identity);
     ClientPointer takeIdleLocked(int process);
     template <typename Action>
-    Hal::Result withClient(const ClientIdentity& identity, const Action& action);
-    Hal::Result switchTo(bool isOn, const ClientIdentity& identity);
+    Hidl::Result withClient(const ClientIdentity& identity, const Action& action);
+    Hidl::Result switchTo(bool isOn, const ClientIdentity& identity);
     void onRemovedLocked(LedClient& client) override;
 
     // Guarded by the register's lock.

@@ -27,7 +27,7 @@ constexpr double kChannelCountsPerLux = 40;
 constexpr double kInfraredPerLux = 0.0021;  // in W/m^2
 constexpr double kDarkness = 1;             // in lx: below, no colour can be told
 
-constexpr auto kSaturated = static_cast<uint32_t>(Hal::LightSampleStatus::SATURATED);
+constexpr auto kSaturated = static_cast<uint32_t>(Hidl::LightSampleStatus::SATURATED);
 
 /// The shape of one period of the light's level.
 struct Period {
@@ -56,8 +56,8 @@ Period periodOf(const RoomLight& room, double time) {
 
 }  // namespace
 
-Hal::AdcFlickerData AdcFlickerModel::sample(const SampleInstant& instant) {
-    Hal::AdcFlickerData record{};
+Hidl::AdcFlickerData AdcFlickerModel::sample(const SampleInstant& instant) {
+    Hidl::AdcFlickerData record{};
     record.timestamp = instant.timestamp - kBlockNanoseconds;
     record.arrivalTimestamp = instant.arrivalTimestamp;
     record.sequence = instant.sequence;
@@ -73,11 +73,11 @@ Hal::AdcFlickerData AdcFlickerModel::sample(const SampleInstant& instant) {
     return record;
 }
 
-Hal::FlickerData FlickerModel::sample(const SampleInstant& instant) const {
+Hidl::FlickerData FlickerModel::sample(const SampleInstant& instant) const {
     const double time = toSeconds(instant.worldTime - kBlockNanoseconds / 2);
     const Period period = periodOf(*room_, time);
     const bool isSaturated = period.most > kIlluminanceRange;
-    Hal::FlickerData record{};
+    Hidl::FlickerData record{};
     record.timestamp = instant.timestamp;
     record.arrivalTimestamp = instant.arrivalTimestamp;
     record.sequence = instant.sequence;
@@ -101,13 +101,13 @@ Hal::FlickerData FlickerModel::sample(const SampleInstant& instant) const {
     return record;
 }
 
-Hal::AmbientLightData AmbientLightModel::sample(const SampleInstant& instant) const {
+Hidl::AmbientLightData AmbientLightModel::sample(const SampleInstant& instant) const {
     const double begin = toSeconds(instant.worldTime) - kExposure;
     double illuminance = 0;
     for (int step = 0; step < kExposureSteps; ++step) {
         illuminance += room_->at(begin + kExposure * step / kExposureSteps) / kExposureSteps;
     }
-    Hal::AmbientLightData record{};
+    Hidl::AmbientLightData record{};
     record.timestamp = instant.timestamp - static_cast<int64_t>(kExposure / 2 * 1e9);
     record.arrivalTimestamp = instant.arrivalTimestamp;
     record.sequence = instant.sequence;

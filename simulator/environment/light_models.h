@@ -24,7 +24,7 @@ inline constexpr uint32_t kBlockRate = 5;  // in Hz
 class AdcFlickerModel {
   public:
     explicit AdcFlickerModel(std::shared_ptr<const RoomLight> room) : room_(std::move(room)) {}
-    Hal::AdcFlickerData sample(const SampleInstant& instant);
+    Hidl::AdcFlickerData sample(const SampleInstant& instant);
 
   private:
     const std::shared_ptr<const RoomLight> room_;
@@ -36,7 +36,7 @@ class AdcFlickerModel {
 class FlickerModel {
   public:
     explicit FlickerModel(std::shared_ptr<const RoomLight> room) : room_(std::move(room)) {}
-    Hal::FlickerData sample(const SampleInstant& instant) const;
+    Hidl::FlickerData sample(const SampleInstant& instant) const;
 
   private:
     const std::shared_ptr<const RoomLight> room_;
@@ -45,7 +45,7 @@ class FlickerModel {
 class AmbientLightModel {
   public:
     explicit AmbientLightModel(std::shared_ptr<const RoomLight> room) : room_(std::move(room)) {}
-    Hal::AmbientLightData sample(const SampleInstant& instant) const;
+    Hidl::AmbientLightData sample(const SampleInstant& instant) const;
 
   private:
     const std::shared_ptr<const RoomLight> room_;

@@ -32,13 +32,13 @@ TambrilService::~TambrilService() {
     clients_.clear();
 }
 
-Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
+Return<Hidl::Result> TambrilService::registerClient(Hidl::KivraRpcClientId id,
                                                    const Callback& callback) {
     if (callback == nullptr ||
-        (id != Hal::KivraRpcClientId::CMS && id != Hal::KivraRpcClientId::TRACKING)) {
+        (id != Hidl::KivraRpcClientId::CMS && id != Hidl::KivraRpcClientId::TRACKING)) {
         ALOGW("KivraRpc: refused client %s of process %d: %s", toString(id).c_str(),
               callingProcess(), callback == nullptr ? "it has no callback" : "it has no such id");
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     ClientPointer client;
     try {
@@ -48,14 +48,14 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
     } catch (const std::system_error& noThread) {
         ALOGW("KivraRpc: refused client %s of process %d: %s", toString(id).c_str(),
               callingProcess(), noThread.what());
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     client->name = fmt::format("{}, {}", toString(id), client->name);
     const Refusal refusal = enrol(
         client, [&] { return findLocked(id) == nullptr ? Refusal::NONE : Refusal::ID_IS_TAKEN; });
     if (refusal != Refusal::NONE) {
         ALOGW("KivraRpc: refused %s: %s", client->name.c_str(), textOf(refusal).c_str());
-        return refusal == Refusal::ID_IS_TAKEN ? Hal::Result::BAD_STATE : Hal::Result::FAILURE;
+        return refusal == Refusal::ID_IS_TAKEN ? Hidl::Result::BAD_STATE : Hidl::Result::FAILURE;
     }
     {
         const std::lock_guard lock{mutex_};
@@ -63,30 +63,30 @@ Return<Hal::Result> TambrilService::registerClient(Hal::KivraRpcClientId id,
         client->notifier.setBatchLimit(isNotified ? 1 : 0);
     }
     ALOGI("KivraRpc: %s is registered", client->name.c_str());
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-Return<Hal::Result> TambrilService::unregisterClient(Hal::KivraRpcClientId id) {
+Return<Hidl::Result> TambrilService::unregisterClient(Hidl::KivraRpcClientId id) {
     ClientPointer client;
     {
         const std::lock_guard lock{mutex_};
         client = findLocked(id);
         if (client == nullptr) {
-            return Hal::Result::BAD_STATE;
+            return Hidl::Result::BAD_STATE;
         }
         if (client->process != callingProcess()) {
             ALOGW("KivraRpc: refused process %d, which is not %s, to unregister it",
                   callingProcess(), client->name.c_str());
-            return Hal::Result::FAILURE;
+            return Hidl::Result::FAILURE;
         }
         removeLocked(client);
     }
     release(client, "unregistered");
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-Return<Hal::Result> TambrilService::sendMessage(
-    const Callback& callback, const Hal::ControllerAddr& address, uint32_t procedure,
+Return<Hidl::Result> TambrilService::sendMessage(
+    const Callback& callback, const Hidl::ControllerAddr& address, uint32_t procedure,
     const android::hardware::hidl_vec<uint8_t>& payload) {
     ClientPointer client;
     {
@@ -94,40 +94,40 @@ Return<Hal::Result> TambrilService::sendMessage(
         client = ClientRegister::findLocked(callback);
     }
     if (client == nullptr) {
-        return Hal::Result::BAD_STATE;
+        return Hidl::Result::BAD_STATE;
     }
     if (payload.size() > kMaxPayloadSize) {
         ALOGW("KivraRpc: refused %zu bytes from %s", payload.size(), client->name.c_str());
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     if (!deliver(*client, answerTo(address, procedure, payload))) {
         ALOGW("KivraRpc: refused a message from %s: no controller %#llx is paired",
               client->name.c_str(), static_cast<unsigned long long>(address.address));
-        return Hal::Result::FAILURE;
+        return Hidl::Result::FAILURE;
     }
     ++requests_;
-    return Hal::Result::SUCCESS;
+    return Hidl::Result::SUCCESS;
 }
 
-Hal::KivraRpcMessage TambrilService::answerTo(
-    const Hal::ControllerAddr& address, uint32_t procedure,
+Hidl::KivraRpcMessage TambrilService::answerTo(
+    const Hidl::ControllerAddr& address, uint32_t procedure,
     const android::hardware::hidl_vec<uint8_t>& payload) const {
-    Hal::KivraRpcMessage answer{};
+    Hidl::KivraRpcMessage answer{};
     answer.address = address;
     answer.header.procedure = procedure;
     const auto& refused = settings_.refusedProcedures;
     if (std::find(refused.begin(), refused.end(), procedure) != refused.end()) {
-        answer.kind = Hal::KivraRpcMessageKind::ERROR;
+        answer.kind = Hidl::KivraRpcMessageKind::ERROR;
         answer.payload = bytesOf(fmt::format("procedure {} refused", procedure));
     } else {
-        answer.kind = Hal::KivraRpcMessageKind::RESPONSE;
+        answer.kind = Hidl::KivraRpcMessageKind::RESPONSE;
         answer.payload = payload;
     }
     return answer;
 }
 
-Return<int64_t> TambrilService::translateTime(int64_t time, Hal::TimeDomain from,
-                                              Hal::TimeDomain to) {
+Return<int64_t> TambrilService::translateTime(int64_t time, Hidl::TimeDomain from,
+                                              Hidl::TimeDomain to) {
     const std::optional<int64_t> translated = translate(time, from, to);
     if (!translated) {
         // The call has no result to say so with.
@@ -151,7 +151,7 @@ std::string TambrilService::summary() const {
                        requests_.load(), messages_.load());
 }
 
-TambrilService::ClientPointer TambrilService::findLocked(Hal::KivraRpcClientId id) const {
+TambrilService::ClientPointer TambrilService::findLocked(Hidl::KivraRpcClientId id) const {
     const auto found = std::find_if(clients_.begin(), clients_.end(),
                                     [id](const ClientPointer& client) { return client->id == id; });
     return found == clients_.end() ? nullptr : *found;
@@ -162,7 +162,7 @@ void TambrilService::onRelease(RpcClient& client, const char* reason) {
     ALOGI("KivraRpc: %s %s", client.name.c_str(), reason);
 }
 
-bool TambrilService::deliver(RpcClient& client, Hal::KivraRpcMessage message) {
+bool TambrilService::deliver(RpcClient& client, Hidl::KivraRpcMessage message) {
     const std::lock_guard lock{client.deliveryMutex};
     const std::optional<uint32_t> sequence = controllers_->nextMessage(message.address);
     if (!sequence) {
@@ -180,11 +180,11 @@ bool TambrilService::deliver(RpcClient& client, Hal::KivraRpcMessage message) {
 }
 
 void TambrilService::notify(RpcClient& client, uint32_t number) {
-    for (const Hal::PairedControllerInfo& controller : controllers_->paired()) {
-        Hal::KivraRpcMessage message{};
+    for (const Hidl::PairedControllerInfo& controller : controllers_->paired()) {
+        Hidl::KivraRpcMessage message{};
         message.address = controller.address;
         message.header.procedure = kStatusProcedure;
-        message.kind = Hal::KivraRpcMessageKind::NOTIFICATION;
+        message.kind = Hidl::KivraRpcMessageKind::NOTIFICATION;
         message.payload = bytesOf(fmt::format("status {}", number));
         deliver(client, std::move(message));
     }

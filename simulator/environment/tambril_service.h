@@ -23,7 +23,7 @@ struct RpcClient : RegisteredClient {
     /// @param notify called with the numbers of the messages that are due, which are none before
     /// the notifier's batch limit is set
     /// @throws std::system_error if there is no thread for the notifier
-    RpcClient(Hal::KivraRpcClientId clientId, const android::sp<Hal::ITambrilCallback>& function,
+    RpcClient(Hidl::KivraRpcClientId clientId, const android::sp<Hidl::ITambrilCallback>& function,
               uint32_t notificationRate, const std::shared_ptr<WorldClock>& clock,
               const std::function<void(RpcClient& client, uint32_t number)>& notify)
         : RegisteredClient(function),
@@ -34,8 +34,8 @@ struct RpcClient : RegisteredClient {
               [this, notify](const Batch& batch) { notify(*this, batch.firstSequence); },
               WorldClock::Role::FOLLOWS) {}
 
-    const Hal::KivraRpcClientId id;
-    const android::sp<Hal::ITambrilCallback> callback;
+    const Hidl::KivraRpcClientId id;
+    const android::sp<Hidl::ITambrilCallback> callback;
     std::mutex deliveryMutex;  // keeps its messages in order
     // Its own: one that takes no messages holds up the thread that has some for it. The last: its
     // thread uses all of the others.
@@ -46,9 +46,9 @@ struct RpcClient : RegisteredClient {
 /// it, and send messages of their own accord. A client is registered until it unregisters or dies.
 ///
 /// Threading: every method may be called from any thread.
-class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcClient> {
+class TambrilService : public Service<Hidl::ITambril>, public ClientRegister<RpcClient> {
   public:
-    using Callback = android::sp<Hal::ITambrilCallback>;
+    using Callback = android::sp<Hidl::ITambrilCallback>;
 
     static constexpr uint32_t kProtocolVersion = 1;
     static constexpr uint32_t kMaxPayloadSize = 8192;  // in bytes
@@ -62,12 +62,12 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
 
     Return<uint32_t> getProtocolVersion() override { return kProtocolVersion; }
     Return<uint32_t> getMaxPayloadSize() override { return kMaxPayloadSize; }
-    Return<Hal::Result> registerClient(Hal::KivraRpcClientId id, const Callback& callback) override;
-    Return<Hal::Result> unregisterClient(Hal::KivraRpcClientId id) override;
-    Return<Hal::Result> sendMessage(const Callback& callback, const Hal::ControllerAddr& address,
+    Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId id, const Callback& callback) override;
+    Return<Hidl::Result> unregisterClient(Hidl::KivraRpcClientId id) override;
+    Return<Hidl::Result> sendMessage(const Callback& callback, const Hidl::ControllerAddr& address,
                                     uint32_t procedure,
                                     const android::hardware::hidl_vec<uint8_t>& payload) override;
-    Return<int64_t> translateTime(int64_t time, Hal::TimeDomain from, Hal::TimeDomain to) override;
+    Return<int64_t> translateTime(int64_t time, Hidl::TimeDomain from, Hidl::TimeDomain to) override;
 
     /// Stops the notifications.
     void stop();
@@ -77,12 +77,12 @@ class TambrilService : public Service<Hal::ITambril>, public ClientRegister<RpcC
 
   private:
     /// @return null if none has the id
-    ClientPointer findLocked(Hal::KivraRpcClientId id) const;
+    ClientPointer findLocked(Hidl::KivraRpcClientId id) const;
     void onRelease(RpcClient& client, const char* reason) override;
-    Hal::KivraRpcMessage answerTo(const Hal::ControllerAddr& address, uint32_t procedure,
+    Hidl::KivraRpcMessage answerTo(const Hidl::ControllerAddr& address, uint32_t procedure,
                                   const android::hardware::hidl_vec<uint8_t>& payload) const;
     /// @return false if its controller is not paired
-    bool deliver(RpcClient& client, Hal::KivraRpcMessage message);
+    bool deliver(RpcClient& client, Hidl::KivraRpcMessage message);
     void notify(RpcClient& client, uint32_t number);
 
     const EnvironmentSettings settings_;

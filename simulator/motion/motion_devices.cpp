@@ -22,7 +22,7 @@ constexpr SensorCapabilities kImuCapabilities{{1000, 1}, 2000};
 constexpr SensorCapabilities kMagCapabilities{{100, 1}, 200};
 constexpr SamplingPlan kIadPlan{10, 1};
 
-Hal::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
+Hidl::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
                                          const SensorCapabilities& capabilities) {
     return {name, "Zelvan", fmt::format("SIM-{:04}", sensor), "1.0",
             static_cast<float>(capabilities.maxSampleRate)};
@@ -73,28 +73,28 @@ android::sp<IadService> makeIad(const std::shared_ptr<Faults>& faults,
         new IadService::Server("IAD sensor", kIadPlan, samplesOf(IadModel(seed)), faults, clock));
 }
 
-class MotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
+class MotionSensorProvider : public Service<Hidl::IMotionSensorProvider> {
   public:
     MotionSensorProvider(std::vector<android::sp<ImuService>> imus, android::sp<MagService> mag)
         : imus_(std::move(imus)), mag_(std::move(mag)) {}
 
     Return<void> getSensorInfo(getSensorInfo_cb callback) override {
-        using Kind = Hal::MotionSensorKind;
-        using Mount = Hal::MotionSensorMount;
-        Hal::MotionSensorMetadata metadata;
+        using Kind = Hidl::MotionSensorKind;
+        using Mount = Hidl::MotionSensorMount;
+        Hidl::MotionSensorMetadata metadata;
         metadata.sensors = {{kHeadsetImu, Kind::IMU, Mount::HEADSET, 0},
                             {kBoardImu, Kind::IMU, Mount::BOARD, 0},
                             {kHeadsetMag, Kind::MAGNETOMETER, Mount::HEADSET, 0}};
-        callback(Hal::Result::SUCCESS, metadata);
+        callback(Hidl::Result::SUCCESS, metadata);
         return Void();
     }
 
-    Return<android::sp<Hal::IImu>> getImu(uint32_t sensor) override {
-        return sensor < imus_.size() ? android::sp<Hal::IImu>(imus_[sensor]) : nullptr;
+    Return<android::sp<Hidl::IImu>> getImu(uint32_t sensor) override {
+        return sensor < imus_.size() ? android::sp<Hidl::IImu>(imus_[sensor]) : nullptr;
     }
 
-    Return<android::sp<Hal::IMag>> getMag(uint32_t sensor) override {
-        return sensor == kHeadsetMag ? android::sp<Hal::IMag>(mag_) : nullptr;
+    Return<android::sp<Hidl::IMag>> getMag(uint32_t sensor) override {
+        return sensor == kHeadsetMag ? android::sp<Hidl::IMag>(mag_) : nullptr;
     }
 
   private:

@@ -14,7 +14,7 @@ Moment momentOf(const SampleInstant& instant, const ImuSettings& warming) {
     return {instant.worldTime, rateOf(instant), temperatureAt(instant.worldTime, warming)};
 }
 
-constexpr auto kClipped = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
+constexpr auto kClipped = static_cast<uint32_t>(Hidl::MotionSampleStatus::CLIPPED);
 
 }  // namespace
 
@@ -28,14 +28,14 @@ ImuModel::ImuModel(uint32_t sensor, const std::string& name, const Pose& place,
       groundTruth_(std::move(groundTruth)),
       inertial_(settings, world_->seed, name) {}
 
-Hal::ImuData ImuModel::sample(const SampleInstant& instant) {
+Hidl::ImuData ImuModel::sample(const SampleInstant& instant) {
     const Moment moment = momentOf(instant, settings_);
     const int64_t stampError = inertial_.timestampError(moment);
     const auto motionAt = [this](int64_t worldTime) {
         return carriedBy(world_->trajectory.at(worldTime), place_);
     };
     const InertialSensor::Reading reading = inertial_.measure(motionAt(instant.worldTime), moment);
-    Hal::ImuData record{};
+    Hidl::ImuData record{};
     record.timestamp = instant.timestamp + stampError;
     record.arrivalTimestamp = instant.arrivalTimestamp;
     record.acceleration = toFloats(reading.acceleration);
@@ -58,13 +58,13 @@ MagModel::MagModel(uint32_t sensor, std::shared_ptr<const World> world)
       world_(std::move(world)),
       field_(world_->sensors.magnetometer, world_->seed, "magnetometer") {}
 
-Hal::MagData MagModel::sample(const SampleInstant& instant) {
+Hidl::MagData MagModel::sample(const SampleInstant& instant) {
     // It warms up with the board that the IMU is on as well.
     const Moment moment = momentOf(instant, world_->sensors.headsetImu);
     const Pose headset = world_->trajectory.at(instant.worldTime).pose;
     const Vector reading =
         field_.measure(headset.orientation.conjugate() * kMagneticField, Vector::Zero(), moment);
-    Hal::MagData record{};
+    Hidl::MagData record{};
     record.timestamp = instant.timestamp;
     record.field = toFloats(reading);
     record.temperature = static_cast<float>(moment.temperature);
@@ -75,7 +75,7 @@ Hal::MagData MagModel::sample(const SampleInstant& instant) {
     return record;
 }
 
-Hal::IadData IadModel::sample(const SampleInstant& instant) const {
+Hidl::IadData IadModel::sample(const SampleInstant& instant) const {
     // The wearer set it once; what changes is the frame, with its warmth.
     const double warmth = 0.02 * std::sin(toSeconds(instant.worldTime) / 100);
     const double noise = 0.005 * noise_.normal(static_cast<uint64_t>(instant.worldTime));

@@ -23,7 +23,7 @@ class ImuModel {
              const ImuSettings& settings, std::shared_ptr<const World> world,
              std::shared_ptr<GroundTruth> groundTruth);
 
-    Hal::ImuData sample(const SampleInstant& instant);
+    Hidl::ImuData sample(const SampleInstant& instant);
 
   private:
     uint32_t sensor_;
@@ -39,7 +39,7 @@ class MagModel {
   public:
     MagModel(uint32_t sensor, std::shared_ptr<const World> world);
 
-    Hal::MagData sample(const SampleInstant& instant);
+    Hidl::MagData sample(const SampleInstant& instant);
 
   private:
     uint32_t sensor_;
@@ -51,7 +51,7 @@ class IadModel {
   public:
     explicit IadModel(uint64_t seed) : noise_(seed, "IAD sensor") {}
 
-    Hal::IadData sample(const SampleInstant& instant) const;
+    Hidl::IadData sample(const SampleInstant& instant) const;
 
   private:
     Random noise_;

@@ -4,7 +4,7 @@
 
 namespace Simulator {
 
-std::optional<SamplingPlan> planFor(const Hal::MotionStreamProperties& properties,
+std::optional<SamplingPlan> planFor(const Hidl::MotionStreamProperties& properties,
                                     const SensorCapabilities& capabilities) {
     constexpr uint32_t kMaxBatchSize = 256;
     const auto [defaultRate, defaultBatchSize] = capabilities.defaultPlan;

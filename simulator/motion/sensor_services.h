@@ -19,7 +19,7 @@ struct SensorCapabilities {
 };
 
 /// None if the sensor cannot do it. A batch may take a second and 256 samples at most.
-std::optional<SamplingPlan> planFor(const Hal::MotionStreamProperties& properties,
+std::optional<SamplingPlan> planFor(const Hidl::MotionStreamProperties& properties,
                                     const SensorCapabilities& capabilities);
 
 /// What the motion sensors have besides.
@@ -28,35 +28,35 @@ class MotionSensorService : public StreamService<Interface, Record> {
   public:
     using typename StreamService<Interface, Record>::Server;
 
-    MotionSensorService(android::sp<Server> server, Hal::MotionSensorProperties properties,
+    MotionSensorService(android::sp<Server> server, Hidl::MotionSensorProperties properties,
                         SensorCapabilities capabilities)
         : StreamService<Interface, Record>(std::move(server)),
           properties_(std::move(properties)),
           capabilities_(capabilities) {}
 
     Return<void> getProperties(typename Interface::getProperties_cb callback) override {
-        callback(Hal::Result::SUCCESS, properties_);
+        callback(Hidl::Result::SUCCESS, properties_);
         return Void();
     }
 
-    Return<Hal::Result> configureStream(const Hal::MotionStreamProperties& properties) override {
+    Return<Hidl::Result> configureStream(const Hidl::MotionStreamProperties& properties) override {
         const std::optional<SamplingPlan> plan = planFor(properties, capabilities_);
         if (!plan) {
             ALOGW("%s: refused %u Hz, %u samples a batch", this->server().name().c_str(),
                   properties.sampleRate, properties.batchSize);
-            return Hal::Result::FAILURE;
+            return Hidl::Result::FAILURE;
         }
         this->server().configure(*plan);
-        return Hal::Result::SUCCESS;
+        return Hidl::Result::SUCCESS;
     }
 
   private:
-    const Hal::MotionSensorProperties properties_;
+    const Hidl::MotionSensorProperties properties_;
     const SensorCapabilities capabilities_;
 };
 
-using ImuService = MotionSensorService<Hal::IImu, Hal::ImuData>;
-using MagService = MotionSensorService<Hal::IMag, Hal::MagData>;
-using IadService = StreamService<Hal::IIad, Hal::IadData>;
+using ImuService = MotionSensorService<Hidl::IImu, Hidl::ImuData>;
+using MagService = MotionSensorService<Hidl::IMag, Hidl::MagData>;
+using IadService = StreamService<Hidl::IIad, Hidl::IadData>;
 
 }  // namespace Simulator

@@ -58,18 +58,18 @@ void EurocFrames::rewind() {
 }
 
 void EurocFrames::deliver(int64_t shift, bool /*isFirst*/) {
-    Hal::FrameSet frameSet{};
+    Hidl::FrameSet frameSet{};
     frameSet.timestamp = *time_ + shift;
     frameSet.sequence = sequence_++;
-    frameSet.frameType = Hal::FrameType::HEADSET;
+    frameSet.frameType = Hidl::FrameType::HEADSET;
     frameSet.numFrames = static_cast<uint32_t>(cameras_.size());
     for (size_t i = 0; i < cameras_.size(); ++i) {
-        Hal::CameraFrame& frame = frameSet.frames[i];
+        Hidl::CameraFrame& frame = frameSet.frames[i];
         frame.timestamp = frame.arrivalTimestamp = frameSet.timestamp;
         frame.analogGain = frame.digitalGain = 1;
         frame.cameraId = cameras_[i].info.cameraId;
         frame.sequence = frameSet.sequence;
-        frame.frameType = files_[i].empty() ? Hal::FrameType::NOT_RECEIVED : frameSet.frameType;
+        frame.frameType = files_[i].empty() ? Hidl::FrameType::NOT_RECEIVED : frameSet.frameType;
     }
     deliver_(frameSet, files_);
 }

@@ -16,7 +16,7 @@ namespace Simulator {
 class EurocFrames final : public PlayedRecords {
   public:
     /// @param files of the frames, by camera; empty where none was received
-    using Deliver = std::function<void(const Hal::FrameSet& frameSet,
+    using Deliver = std::function<void(const Hidl::FrameSet& frameSet,
                                        const std::vector<std::filesystem::path>& files)>;
 
     /// Throws Recording::Error.

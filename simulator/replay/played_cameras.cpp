@@ -20,16 +20,16 @@ using Recording::CameraInfo;
 /// A stream of cameras as recordings and as the HAL know it.
 struct Kind {
     const char* stream;
-    Hal::FrameType frameType;
+    Hidl::FrameType frameType;
     const char* purpose;
 };
 
 constexpr Kind kFrameKinds[] = {
-    {"camera-headset", Hal::FrameType::HEADSET, "head-tracking"},
-    {"camera-hand", Hal::FrameType::HAND, "hand-tracking"},
-    {"camera-eye", Hal::FrameType::EYE, "eye-tracking"},
-    {"camera-depth", Hal::FrameType::DEPTH, "depth"},
-    {"camera-color", Hal::FrameType::COLOR, "passthrough"},
+    {"camera-headset", Hidl::FrameType::HEADSET, "head-tracking"},
+    {"camera-hand", Hidl::FrameType::HAND, "hand-tracking"},
+    {"camera-eye", Hidl::FrameType::EYE, "eye-tracking"},
+    {"camera-depth", Hidl::FrameType::DEPTH, "depth"},
+    {"camera-color", Hidl::FrameType::COLOR, "passthrough"},
 };
 
 CameraPlan planOf(const CameraInfo& info) {
@@ -63,9 +63,9 @@ CameraStreamPlan planOf(const Kind& kind, const std::vector<CameraInfo>& cameras
         plan.cameras.push_back(planOf(camera));
     }
     const double rate = cameras.front().rate;
-    plan.frameRate = static_cast<Hal::FrameRate>(
+    plan.frameRate = static_cast<Hidl::FrameRate>(
         rate >= 1 && rate < 1000 ? static_cast<uint32_t>(std::lround(rate)) : 30);
-    plan.pixelFormat = static_cast<Hal::PixelFormat>(image.format);
+    plan.pixelFormat = static_cast<Hidl::PixelFormat>(image.format);
     plan.width = image.width;
     plan.height = image.height;
     return plan;
@@ -75,7 +75,7 @@ CameraStreamPlan planOf(const Kind& kind, const std::vector<CameraInfo>& cameras
 std::vector<CameraInfo> camerasOf(const Recording::Reader& recording, const Kind& kind) {
     std::vector<CameraInfo> cameras;
     for (const CameraInfo& camera : recording.cameras()) {
-        const bool isOfStream = recording.isPlainEuroc() ? kind.frameType == Hal::FrameType::HEADSET
+        const bool isOfStream = recording.isPlainEuroc() ? kind.frameType == Hidl::FrameType::HEADSET
                                                          : camera.stream == kind.stream;
         if (isOfStream) {
             cameras.push_back(camera);
@@ -84,7 +84,7 @@ std::vector<CameraInfo> camerasOf(const Recording::Reader& recording, const Kind
     std::stable_sort(cameras.begin(), cameras.end(), [](const CameraInfo& a, const CameraInfo& b) {
         return a.position < b.position;
     });
-    constexpr size_t kMostCameras = decltype(Hal::FrameSet::frames)::size();
+    constexpr size_t kMostCameras = decltype(Hidl::FrameSet::frames)::size();
     cameras.resize(std::min(cameras.size(), kMostCameras));
     return cameras;
 }
@@ -133,7 +133,7 @@ PlayedCameras::PlayedCameras(const Playback& playback)
         if (recording.isPlainEuroc()) {
             stream.records = std::make_unique<EurocFrames>(
                 recording, cameras[i],
-                [this, server, infos = cameras[i]](const Hal::FrameSet& frameSet,
+                [this, server, infos = cameras[i]](const Hidl::FrameSet& frameSet,
                                                    const auto& files) {
                     for (size_t camera = 0; camera < files.size(); ++camera) {
                         images_->setNext(infos[camera].cameraId, files[camera]);
@@ -141,10 +141,10 @@ PlayedCameras::PlayedCameras(const Playback& playback)
                     server->play(frameSet);
                 });
         } else {
-            stream.records = std::make_unique<RecordedStream<Hal::FrameSet>>(
+            stream.records = std::make_unique<RecordedStream<Hidl::FrameSet>>(
                 recording, *playback_.find(plans[i].name),
-                [this, server, infos = cameras[i]](const Hal::FrameSet& frameSet,
-                                                   const Hal::FrameSet& recorded) {
+                [this, server, infos = cameras[i]](const Hidl::FrameSet& frameSet,
+                                                   const Hidl::FrameSet& recorded) {
                     for (const CameraInfo& camera : infos) {
                         images_->setNext(camera.cameraId, playback_.recording->imageFile(
                                                               camera, recorded.timestamp));

@@ -33,24 +33,24 @@ void forEachRecord(const Playback& playback, const char* name, const Visit& visi
 std::vector<uint64_t> addressesIn(const Playback& playback) {
     std::set<uint64_t> addresses;
     const auto note = [&addresses](const auto& record) { addresses.insert(counterOf(record)); };
-    forEachRecord<Hal::PairedControllerInfo>(
+    forEachRecord<Hidl::PairedControllerInfo>(
         playback, "controller-state",
         [&addresses](const auto& record) { addresses.insert(record.address.address); });
-    forEachRecord<Hal::ControllerImuData>(playback, "controller-imu", note);
-    forEachRecord<Hal::ButtonData>(playback, "controller-buttons", note);
-    forEachRecord<Hal::CurlData>(playback, "controller-curl", note);
-    forEachRecord<Hal::PrecisionPadData>(playback, "controller-pad", note);
-    forEachRecord<Hal::MultiTouchData>(playback, "controller-touch", note);
-    forEachRecord<Hal::StylusData>(playback, "controller-stylus", note);
-    forEachRecord<Hal::ControllerInputADCData>(playback, "controller-adc", note);
-    forEachRecord<Hal::PoseInput>(playback, "controller-pose", note);
-    forEachRecord<Hal::ControllerCollisionEvent>(playback, "controller-collision", note);
-    forEachRecord<Hal::WirelessDeviceStats>(playback, "controller-link", note);
+    forEachRecord<Hidl::ControllerImuData>(playback, "controller-imu", note);
+    forEachRecord<Hidl::ButtonData>(playback, "controller-buttons", note);
+    forEachRecord<Hidl::CurlData>(playback, "controller-curl", note);
+    forEachRecord<Hidl::PrecisionPadData>(playback, "controller-pad", note);
+    forEachRecord<Hidl::MultiTouchData>(playback, "controller-touch", note);
+    forEachRecord<Hidl::StylusData>(playback, "controller-stylus", note);
+    forEachRecord<Hidl::ControllerInputADCData>(playback, "controller-adc", note);
+    forEachRecord<Hidl::PoseInput>(playback, "controller-pose", note);
+    forEachRecord<Hidl::ControllerCollisionEvent>(playback, "controller-collision", note);
+    forEachRecord<Hidl::WirelessDeviceStats>(playback, "controller-link", note);
     return {addresses.begin(), addresses.end()};
 }
 
 /// As faults know it.
-std::string nameOf(const Hal::PairedControllerInfo& info) {
+std::string nameOf(const Hidl::PairedControllerInfo& info) {
     const auto* const begin = info.name.data();
     const std::string name(begin, std::find(begin, begin + info.name.size(), 0));
     return name.empty() ? fmt::format("controller-{:x}", info.address.address) : name;
@@ -59,8 +59,8 @@ std::string nameOf(const Hal::PairedControllerInfo& info) {
 /// Each in its first recorded state, or connected if none was recorded.
 std::vector<ControllerDevice> devicesOf(const Playback& playback,
                                         const std::vector<uint64_t>& addresses) {
-    std::map<uint64_t, Hal::PairedControllerInfo> states;
-    forEachRecord<Hal::PairedControllerInfo>(
+    std::map<uint64_t, Hidl::PairedControllerInfo> states;
+    forEachRecord<Hidl::PairedControllerInfo>(
         playback, "controller-state",
         [&states](const auto& record) { states.emplace(record.address.address, record); });
     std::vector<ControllerDevice> devices;
@@ -70,11 +70,11 @@ std::vector<ControllerDevice> devicesOf(const Playback& playback,
     // The models want one, and are not asked for anything.
     const auto world = std::make_shared<World>(WorldSettings{});
     for (const uint64_t address : addresses) {
-        Hal::PairedControllerInfo unknown{};
+        Hidl::PairedControllerInfo unknown{};
         unknown.address.address = address;
-        unknown.connection = Hal::ControllerConnection::CONNECTED;
-        unknown.features = maskOf(Hal::ControllerFeature::INPUT_ADC);
-        const Hal::PairedControllerInfo& info = states.emplace(address, unknown).first->second;
+        unknown.connection = Hidl::ControllerConnection::CONNECTED;
+        unknown.features = maskOf(Hidl::ControllerFeature::INPUT_ADC);
+        const Hidl::PairedControllerInfo& info = states.emplace(address, unknown).first->second;
         devices.emplace_back(
             ControllerIdentity{
                 info.address, info.type, info.hand, nameOf(info), "", "", {}, info.features},
@@ -95,16 +95,16 @@ PlayedControllers::PlayedControllers(const Playback& playback)
     using Streams = ControllerStreams;
     constexpr auto kEnabled = &StreamingListener::enabled;
     playStates();
-    play<Hal::ControllerImuData>("controller-imu", &Streams::imu, kEnabled);
-    play<Hal::ButtonData>("controller-buttons", &Streams::buttons, kEnabled);
-    play<Hal::CurlData>("controller-curl", &Streams::curl, kEnabled);
-    play<Hal::PrecisionPadData>("controller-pad", &Streams::precisionPad, kEnabled);
-    play<Hal::MultiTouchData>("controller-touch", &Streams::multiTouch, kEnabled);
-    play<Hal::StylusData>("controller-stylus", &Streams::stylus, kEnabled);
-    play<Hal::ControllerInputADCData>("controller-adc", &Streams::adc, &StreamingListener::adcs);
-    play<Hal::PoseInput>("controller-pose", &Streams::poses, kEnabled);
-    play<Hal::ControllerCollisionEvent>("controller-collision", &Streams::collisions, kEnabled);
-    play<Hal::WirelessDeviceStats>("controller-link", &Streams::wirelessStats, kEnabled);
+    play<Hidl::ControllerImuData>("controller-imu", &Streams::imu, kEnabled);
+    play<Hidl::ButtonData>("controller-buttons", &Streams::buttons, kEnabled);
+    play<Hidl::CurlData>("controller-curl", &Streams::curl, kEnabled);
+    play<Hidl::PrecisionPadData>("controller-pad", &Streams::precisionPad, kEnabled);
+    play<Hidl::MultiTouchData>("controller-touch", &Streams::multiTouch, kEnabled);
+    play<Hidl::StylusData>("controller-stylus", &Streams::stylus, kEnabled);
+    play<Hidl::ControllerInputADCData>("controller-adc", &Streams::adc, &StreamingListener::adcs);
+    play<Hidl::PoseInput>("controller-pose", &Streams::poses, kEnabled);
+    play<Hidl::ControllerCollisionEvent>("controller-collision", &Streams::collisions, kEnabled);
+    play<Hidl::WirelessDeviceStats>("controller-link", &Streams::wirelessStats, kEnabled);
     fleet_->onSwitch([this] { followSwitches(); });
 }
 
@@ -119,7 +119,7 @@ void PlayedControllers::play(const char* name,
     const ControllerStreams::Stream<Record>& clients = fleet_->streams().*stream;
     std::vector<std::shared_ptr<PlayedPart>> parts;
     for (const uint64_t address : addresses_) {
-        const Hal::ControllerAddr controller{address};
+        const Hidl::ControllerAddr controller{address};
         parts.push_back(std::make_shared<PlayedStream<Record>>(
             *playback_.recording, *recorded, playback_.timeline, clients,
             [this, clients, controller, switches](const Record& record) {
@@ -140,9 +140,9 @@ void PlayedControllers::playStates() {
     if (recorded == nullptr) {
         return;
     }
-    const auto states = std::make_shared<PlayedStream<Hal::PairedControllerInfo>>(
+    const auto states = std::make_shared<PlayedStream<Hidl::PairedControllerInfo>>(
         *playback_.recording, *recorded, playback_.timeline, fleet_->streams().stateChanges,
-        [this](const Hal::PairedControllerInfo& info) { fleet_->play(info); });
+        [this](const Hidl::PairedControllerInfo& info) { fleet_->play(info); });
     fleet_->streams().stateChanges->onBatchLimit(
         [states](size_t limit) { states->setStarted(limit > 0); });
     states_ = states;

@@ -35,7 +35,7 @@ class PlayedControllers : public DeviceGroup {
     /// What one controller sent in one stream: on while a client has it on for the controller.
     struct Part {
         std::shared_ptr<PlayedPart> records;
-        Hal::ControllerAddr controller;
+        Hidl::ControllerAddr controller;
         ControllerFleet::Switches switches;
     };
 

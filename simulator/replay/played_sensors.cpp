@@ -23,38 +23,38 @@ template <typename Interface, typename Record>
 class PlayedMotionSensor : public StreamService<Interface, Record, StreamClients<Record>> {
   public:
     PlayedMotionSensor(android::sp<StreamClients<Record>> clients,
-                       Hal::MotionSensorProperties properties)
+                       Hidl::MotionSensorProperties properties)
         : StreamService<Interface, Record, StreamClients<Record>>(std::move(clients)),
           properties_(std::move(properties)) {}
 
     Return<void> getProperties(typename Interface::getProperties_cb callback) override {
-        callback(Hal::Result::SUCCESS, properties_);
+        callback(Hidl::Result::SUCCESS, properties_);
         return Void();
     }
 
     /// The default is what was recorded.
-    Return<Hal::Result> configureStream(const Hal::MotionStreamProperties& asked) override {
+    Return<Hidl::Result> configureStream(const Hidl::MotionStreamProperties& asked) override {
         if (asked.sampleRate != 0 || asked.batchSize > 1) {
             ALOGW("%s: is played back as it was recorded, not with %u Hz and batches of %u",
                   this->server().name().c_str(), asked.sampleRate, asked.batchSize);
         }
-        return Hal::Result::SUCCESS;
+        return Hidl::Result::SUCCESS;
     }
 
   private:
-    const Hal::MotionSensorProperties properties_;
+    const Hidl::MotionSensorProperties properties_;
 };
 
-using PlayedImu = PlayedMotionSensor<Hal::IImu, Hal::ImuData>;
-using PlayedMag = PlayedMotionSensor<Hal::IMag, Hal::MagData>;
-using PlayedIad = StreamService<Hal::IIad, Hal::IadData, StreamClients<Hal::IadData>>;
-using PlayedExternalTiming = StreamService<Hal::IExternalTimingProvider, Hal::ExternalTimestampData,
-                                           StreamClients<Hal::ExternalTimestampData>>;
+using PlayedImu = PlayedMotionSensor<Hidl::IImu, Hidl::ImuData>;
+using PlayedMag = PlayedMotionSensor<Hidl::IMag, Hidl::MagData>;
+using PlayedIad = StreamService<Hidl::IIad, Hidl::IadData, StreamClients<Hidl::IadData>>;
+using PlayedExternalTiming = StreamService<Hidl::IExternalTimingProvider, Hidl::ExternalTimestampData,
+                                           StreamClients<Hidl::ExternalTimestampData>>;
 
 /// Of the sensor of that number in the recording's inventory; by default one that says what it is.
-Hal::MotionSensorProperties propertiesOf(const nlohmann::json& description, uint32_t sensor,
+Hidl::MotionSensorProperties propertiesOf(const nlohmann::json& description, uint32_t sensor,
                                          const char* name) {
-    Hal::MotionSensorProperties properties{name, "recorded", "", "", 0};
+    Hidl::MotionSensorProperties properties{name, "recorded", "", "", 0};
     const auto inventory = description.find("inventory");
     if (inventory == description.end() || !inventory->is_object()) {
         return properties;
@@ -73,31 +73,31 @@ Hal::MotionSensorProperties propertiesOf(const nlohmann::json& description, uint
     return properties;
 }
 
-class PlayedMotionSensorProvider : public Service<Hal::IMotionSensorProvider> {
+class PlayedMotionSensorProvider : public Service<Hidl::IMotionSensorProvider> {
   public:
     PlayedMotionSensorProvider(android::sp<PlayedImu> imu, android::sp<PlayedMag> mag)
         : imu_(std::move(imu)), mag_(std::move(mag)) {}
 
     Return<void> getSensorInfo(getSensorInfo_cb callback) override {
-        using Kind = Hal::MotionSensorKind;
-        using Mount = Hal::MotionSensorMount;
-        std::vector<Hal::MotionSensorInfo> sensors;
+        using Kind = Hidl::MotionSensorKind;
+        using Mount = Hidl::MotionSensorMount;
+        std::vector<Hidl::MotionSensorInfo> sensors;
         if (imu_ != nullptr) {
             sensors.push_back({kImu, Kind::IMU, Mount::HEADSET, 0});
         }
         if (mag_ != nullptr) {
             sensors.push_back({kMag, Kind::MAGNETOMETER, Mount::HEADSET, 0});
         }
-        callback(Hal::Result::SUCCESS, {sensors});
+        callback(Hidl::Result::SUCCESS, {sensors});
         return Void();
     }
 
-    Return<android::sp<Hal::IImu>> getImu(uint32_t sensor) override {
-        return sensor == kImu ? android::sp<Hal::IImu>(imu_) : nullptr;
+    Return<android::sp<Hidl::IImu>> getImu(uint32_t sensor) override {
+        return sensor == kImu ? android::sp<Hidl::IImu>(imu_) : nullptr;
     }
 
-    Return<android::sp<Hal::IMag>> getMag(uint32_t sensor) override {
-        return sensor == kMag ? android::sp<Hal::IMag>(mag_) : nullptr;
+    Return<android::sp<Hidl::IMag>> getMag(uint32_t sensor) override {
+        return sensor == kMag ? android::sp<Hidl::IMag>(mag_) : nullptr;
     }
 
   private:
@@ -136,12 +136,12 @@ std::string PlayedSensors::registerServices() {
     const auto& faults = playback_.faults;
     const nlohmann::json& description = playback_.recording->description();
     android::sp<PlayedImu> imu;
-    if (const auto clients = play<Hal::ImuData>("imu"); clients != nullptr) {
+    if (const auto clients = play<Hidl::ImuData>("imu"); clients != nullptr) {
         imu = makeService<PlayedImu>(faults, clients,
                                      propertiesOf(description, kImu, "recorded IMU"));
     }
     android::sp<PlayedMag> mag;
-    if (const auto clients = play<Hal::MagData>("mag"); clients != nullptr) {
+    if (const auto clients = play<Hidl::MagData>("mag"); clients != nullptr) {
         mag = makeService<PlayedMag>(faults, clients,
                                      propertiesOf(description, kMag, "recorded magnetometer"));
     }
@@ -150,20 +150,20 @@ std::string PlayedSensors::registerServices() {
         provider = makeService<PlayedMotionSensorProvider>(faults, imu, mag);
     }
     android::sp<PlayedIad> iad;
-    if (const auto clients = play<Hal::IadData>("iad"); clients != nullptr) {
+    if (const auto clients = play<Hidl::IadData>("iad"); clients != nullptr) {
         iad = makeService<PlayedIad>(faults, clients);
     }
-    const FlickerStreams lights{play<Hal::FlickerData>("flicker"),
-                                play<Hal::AdcFlickerData>("adc-flicker"),
-                                play<Hal::AmbientLightData>("ambient-light")};
+    const FlickerStreams lights{play<Hidl::FlickerData>("flicker"),
+                                play<Hidl::AdcFlickerData>("adc-flicker"),
+                                play<Hidl::AmbientLightData>("ambient-light")};
     android::sp<FlickerService> lightSensor;
     if (lights.flicker != nullptr || lights.adcFlicker != nullptr ||
         lights.ambientLight != nullptr) {
         lightSensor = makeService<FlickerService>(
-            faults, lights, Hal::FlickerSensorProperties{"recorded light sensor", "recorded", ""});
+            faults, lights, Hidl::FlickerSensorProperties{"recorded light sensor", "recorded", ""});
     }
     android::sp<PlayedExternalTiming> externalTiming;
-    if (const auto clients = play<Hal::ExternalTimestampData>("external-timing");
+    if (const auto clients = play<Hidl::ExternalTimestampData>("external-timing");
         clients != nullptr) {
         externalTiming = makeService<PlayedExternalTiming>(faults, clients);
     }

@@ -30,13 +30,13 @@ Field<Record> address(Reach reach) {
 template <typename Record>
 Field<Record> controller() {
     return address<Record>(
-        [](Record& record) -> Hal::ControllerAddr& { return record.controller; });
+        [](Record& record) -> Hidl::ControllerAddr& { return record.controller; });
 }
 
 template <typename Record>
 Field<Record> headerController() {
     return address<Record>(
-        [](Record& record) -> Hal::ControllerAddr& { return record.header.controller; });
+        [](Record& record) -> Hidl::ControllerAddr& { return record.header.controller; });
 }
 
 template <typename Record>
@@ -47,8 +47,8 @@ std::vector<Field<Record>> times() {
 
 }  // namespace
 
-FieldList<Hal::ImuData> Fields<Hal::ImuData>::list() {
-    using R = Hal::ImuData;
+FieldList<Hidl::ImuData> Fields<Hidl::ImuData>::list() {
+    using R = Hidl::ImuData;
     return FieldList<R>(joined<R>(
         {times<R>(),
          {array("acceleration", kXyz, "m/s^2", &R::acceleration),
@@ -59,8 +59,8 @@ FieldList<Hal::ImuData> Fields<Hal::ImuData>::list() {
           number("angular_rate_range", "rad/s", &R::angularRateRange)}}));
 }
 
-FieldList<Hal::MagData> Fields<Hal::MagData>::list() {
-    using R = Hal::MagData;
+FieldList<Hidl::MagData> Fields<Hidl::MagData>::list() {
+    using R = Hidl::MagData;
     return {number("timestamp", "ns", &R::timestamp),
             array("field", kXyz, "ut", &R::field),
             number("temperature", "c", &R::temperature),
@@ -70,17 +70,17 @@ FieldList<Hal::MagData> Fields<Hal::MagData>::list() {
             number("range", "ut", &R::range)};
 }
 
-FieldList<Hal::IadData> Fields<Hal::IadData>::list() {
-    return {number("distance", "mm", &Hal::IadData::distance)};
+FieldList<Hidl::IadData> Fields<Hidl::IadData>::list() {
+    return {number("distance", "mm", &Hidl::IadData::distance)};
 }
 
-FieldList<Hal::FlickerPeak> Fields<Hal::FlickerPeak>::list() {
-    using R = Hal::FlickerPeak;
+FieldList<Hidl::FlickerPeak> Fields<Hidl::FlickerPeak>::list() {
+    using R = Hidl::FlickerPeak;
     return {number("hz", "", &R::frequency), number("amplitude", "", &R::amplitude)};
 }
 
-FieldList<Hal::FlickerData> Fields<Hal::FlickerData>::list() {
-    using R = Hal::FlickerData;
+FieldList<Hidl::FlickerData> Fields<Hidl::FlickerData>::list() {
+    using R = Hidl::FlickerData;
     return FieldList<R>(joined<R>(
         {times<R>(),
          {number("sequence", "", &R::sequence), number("status", "", &R::status),
@@ -92,8 +92,8 @@ FieldList<Hal::FlickerData> Fields<Hal::FlickerData>::list() {
          each("peak_{i}_{name}", &R::peaks)}));
 }
 
-FieldList<Hal::AdcFlickerData> Fields<Hal::AdcFlickerData>::list() {
-    using R = Hal::AdcFlickerData;
+FieldList<Hidl::AdcFlickerData> Fields<Hidl::AdcFlickerData>::list() {
+    using R = Hidl::AdcFlickerData;
     return FieldList<R>(joined<R>(
         {times<R>(),
          {number("sequence", "", &R::sequence), number("status", "", &R::status),
@@ -101,8 +101,8 @@ FieldList<Hal::AdcFlickerData> Fields<Hal::AdcFlickerData>::list() {
           Recording::list("samples", "", &R::samples, &R::sampleCount)}}));
 }
 
-FieldList<Hal::AmbientLightData> Fields<Hal::AmbientLightData>::list() {
-    using R = Hal::AmbientLightData;
+FieldList<Hidl::AmbientLightData> Fields<Hidl::AmbientLightData>::list() {
+    using R = Hidl::AmbientLightData;
     return FieldList<R>(joined<R>(
         {times<R>(),
          {number("sequence", "", &R::sequence), number("status", "", &R::status),
@@ -117,8 +117,8 @@ FieldList<Hal::AmbientLightData> Fields<Hal::AmbientLightData>::list() {
           array("channel", kNumbers, "", &R::channels)}}));
 }
 
-FieldList<Hal::ExternalTimestampData> Fields<Hal::ExternalTimestampData>::list() {
-    using R = Hal::ExternalTimestampData;
+FieldList<Hidl::ExternalTimestampData> Fields<Hidl::ExternalTimestampData>::list() {
+    using R = Hidl::ExternalTimestampData;
     return FieldList<R>(joined<R>(
         {times<R>(),
          {number("external_timestamp", "ns", &R::externalTimestamp),
@@ -127,9 +127,9 @@ FieldList<Hal::ExternalTimestampData> Fields<Hal::ExternalTimestampData>::list()
           number("status", "", &R::status)}}));
 }
 
-FieldList<Hal::PairedControllerInfo> Fields<Hal::PairedControllerInfo>::list() {
-    using R = Hal::PairedControllerInfo;
-    return {address<R>([](R& record) -> Hal::ControllerAddr& { return record.address; }),
+FieldList<Hidl::PairedControllerInfo> Fields<Hidl::PairedControllerInfo>::list() {
+    using R = Hidl::PairedControllerInfo;
+    return {address<R>([](R& record) -> Hidl::ControllerAddr& { return record.address; }),
             number("type", "", &R::type),
             number("hand", "", &R::hand),
             number("connection", "", &R::connection),
@@ -145,8 +145,8 @@ FieldList<Hal::PairedControllerInfo> Fields<Hal::PairedControllerInfo>::list() {
             bytes("factory_calibration", &R::factoryCalibration)};
 }
 
-FieldList<Hal::ControllerImuData> Fields<Hal::ControllerImuData>::list() {
-    using R = Hal::ControllerImuData;
+FieldList<Hidl::ControllerImuData> Fields<Hidl::ControllerImuData>::list() {
+    using R = Hidl::ControllerImuData;
     return FieldList<R>(
         joined<R>({times<R>(),
                    {controller<R>(), number("temperature", "c", &R::temperature),
@@ -156,9 +156,9 @@ FieldList<Hal::ControllerImuData> Fields<Hal::ControllerImuData>::list() {
                     array("angular_rate", kXyz, "rad/s", &R::angularRate)}}));
 }
 
-FieldList<Hal::ButtonData> Fields<Hal::ButtonData>::list() {
-    using R = Hal::ButtonData;
-    using Header = Hal::ControllerSampleHeader;
+FieldList<Hidl::ButtonData> Fields<Hidl::ButtonData>::list() {
+    using R = Hidl::ButtonData;
+    using Header = Hidl::ControllerSampleHeader;
     const FieldList<Header> header{number("timestamp", "ns", &Header::timestamp),
                                    number("arrival_timestamp", "ns", &Header::arrivalTimestamp),
                                    number("sequence", "", &Header::sequence)};
@@ -170,16 +170,16 @@ FieldList<Hal::ButtonData> Fields<Hal::ButtonData>::list() {
                     number("grip", "", &R::grip), array("thumbstick", kXy, "", &R::thumbstick)}}));
 }
 
-FieldList<Hal::CurlData> Fields<Hal::CurlData>::list() {
-    using R = Hal::CurlData;
+FieldList<Hidl::CurlData> Fields<Hidl::CurlData>::list() {
+    using R = Hidl::CurlData;
     return {headerController<R>(), number("sample_time", "s", &R::sampleTime),
             number("confidence", "", &R::confidence),
             array("", {"thumb", "index", "middle", "ring", "little"}, "", &R::curl),
             array("splay", {"index_middle", "middle_ring", "ring_little"}, "", &R::splay)};
 }
 
-FieldList<Hal::PrecisionPadData> Fields<Hal::PrecisionPadData>::list() {
-    using R = Hal::PrecisionPadData;
+FieldList<Hidl::PrecisionPadData> Fields<Hidl::PrecisionPadData>::list() {
+    using R = Hidl::PrecisionPadData;
     return {headerController<R>(),
             number("phase", "", &R::phase),
             array("", kXy, "", &R::position),
@@ -188,8 +188,8 @@ FieldList<Hal::PrecisionPadData> Fields<Hal::PrecisionPadData>::list() {
             number("proximity", "mm", &R::proximity)};
 }
 
-FieldList<Hal::TouchPoint> Fields<Hal::TouchPoint>::list() {
-    using R = Hal::TouchPoint;
+FieldList<Hidl::TouchPoint> Fields<Hidl::TouchPoint>::list() {
+    using R = Hidl::TouchPoint;
     return {number("touching", "", &R::touching),
             number("finger", "", &R::finger),
             number("pressed", "", &R::pressed),
@@ -200,25 +200,25 @@ FieldList<Hal::TouchPoint> Fields<Hal::TouchPoint>::list() {
             number("minor_axis", "", &R::minorAxis)};
 }
 
-FieldList<Hal::MultiTouchData> Fields<Hal::MultiTouchData>::list() {
-    using R = Hal::MultiTouchData;
+FieldList<Hidl::MultiTouchData> Fields<Hidl::MultiTouchData>::list() {
+    using R = Hidl::MultiTouchData;
     return FieldList<R>(joined<R>({{headerController<R>()}, each("{name}_{i}", &R::points)}));
 }
 
-FieldList<Hal::StylusData> Fields<Hal::StylusData>::list() {
-    using R = Hal::StylusData;
+FieldList<Hidl::StylusData> Fields<Hidl::StylusData>::list() {
+    using R = Hidl::StylusData;
     return {headerController<R>(), number("pressure", "", &R::pressure)};
 }
 
-FieldList<Hal::ControllerInputADCData> Fields<Hal::ControllerInputADCData>::list() {
-    using R = Hal::ControllerInputADCData;
+FieldList<Hidl::ControllerInputADCData> Fields<Hidl::ControllerInputADCData>::list() {
+    using R = Hidl::ControllerInputADCData;
     return {controller<R>(), number("trigger", "", &R::trigger), number("grip", "", &R::grip),
             number("thumbstick_x", "", &R::thumbstickX),
             number("thumbstick_y", "", &R::thumbstickY)};
 }
 
-FieldList<Hal::PoseInput> Fields<Hal::PoseInput>::list() {
-    using R = Hal::PoseInput;
+FieldList<Hidl::PoseInput> Fields<Hidl::PoseInput>::list() {
+    using R = Hidl::PoseInput;
     return {controller<R>(),
             number("timestamp", "ns", &R::timestamp),
             number("status", "", &R::status),
@@ -237,8 +237,8 @@ FieldList<Hal::PoseInput> Fields<Hal::PoseInput>::list() {
             array("gravity", kXyz, "m/s^2", &R::gravity)};
 }
 
-FieldList<Hal::ControllerCollisionEvent> Fields<Hal::ControllerCollisionEvent>::list() {
-    using R = Hal::ControllerCollisionEvent;
+FieldList<Hidl::ControllerCollisionEvent> Fields<Hidl::ControllerCollisionEvent>::list() {
+    using R = Hidl::ControllerCollisionEvent;
     return {controller<R>(),
             number("timestamp", "ns", &R::timestamp),
             number("peak_acceleration", "m/s^2", &R::peakAcceleration),
@@ -249,8 +249,8 @@ FieldList<Hal::ControllerCollisionEvent> Fields<Hal::ControllerCollisionEvent>::
             array("direction", kXyz, "", &R::direction)};
 }
 
-FieldList<Hal::WirelessDeviceStats> Fields<Hal::WirelessDeviceStats>::list() {
-    using R = Hal::WirelessDeviceStats;
+FieldList<Hidl::WirelessDeviceStats> Fields<Hidl::WirelessDeviceStats>::list() {
+    using R = Hidl::WirelessDeviceStats;
     return {controller<R>(),
             number("timestamp", "ns", &R::timestamp),
             number("packets_received", "", &R::packetsReceived),
@@ -263,8 +263,8 @@ FieldList<Hal::WirelessDeviceStats> Fields<Hal::WirelessDeviceStats>::list() {
             number("data_rate", "bit/s", &R::dataRate)};
 }
 
-FieldList<Hal::CameraFrame> Fields<Hal::CameraFrame>::list() {
-    using R = Hal::CameraFrame;
+FieldList<Hidl::CameraFrame> Fields<Hidl::CameraFrame>::list() {
+    using R = Hidl::CameraFrame;
     return {number("timestamp", "ns", &R::timestamp),
             number("arrival_timestamp", "ns", &R::arrivalTimestamp),
             number("exposure_time", "ns", &R::exposureTime),
@@ -282,8 +282,8 @@ FieldList<Hal::CameraFrame> Fields<Hal::CameraFrame>::list() {
             number("temperature", "c", &R::temperature)};
 }
 
-FieldList<Hal::FrameSet> Fields<Hal::FrameSet>::list() {
-    using R = Hal::FrameSet;
+FieldList<Hidl::FrameSet> Fields<Hidl::FrameSet>::list() {
+    using R = Hidl::FrameSet;
     return FieldList<R>(joined<R>(
         {{number("timestamp", "ns", &R::timestamp), number("sequence", "", &R::sequence),
           number("frame_type", "", &R::frameType), number("frames", "", &R::numFrames),

@@ -9,95 +9,95 @@
 
 namespace Recording {
 
-namespace Hal = Simulator::Hal;
+namespace Hidl = Simulator::Hidl;
 
 template <>
-struct Fields<Hal::ImuData> {
-    static FieldList<Hal::ImuData> list();
+struct Fields<Hidl::ImuData> {
+    static FieldList<Hidl::ImuData> list();
 };
 template <>
-struct Fields<Hal::MagData> {
-    static FieldList<Hal::MagData> list();
+struct Fields<Hidl::MagData> {
+    static FieldList<Hidl::MagData> list();
 };
 template <>
-struct Fields<Hal::IadData> {
-    static FieldList<Hal::IadData> list();
+struct Fields<Hidl::IadData> {
+    static FieldList<Hidl::IadData> list();
 };
 template <>
-struct Fields<Hal::FlickerPeak> {
-    static FieldList<Hal::FlickerPeak> list();
+struct Fields<Hidl::FlickerPeak> {
+    static FieldList<Hidl::FlickerPeak> list();
 };
 template <>
-struct Fields<Hal::FlickerData> {
-    static FieldList<Hal::FlickerData> list();
+struct Fields<Hidl::FlickerData> {
+    static FieldList<Hidl::FlickerData> list();
 };
 template <>
-struct Fields<Hal::AdcFlickerData> {
-    static FieldList<Hal::AdcFlickerData> list();
+struct Fields<Hidl::AdcFlickerData> {
+    static FieldList<Hidl::AdcFlickerData> list();
 };
 template <>
-struct Fields<Hal::AmbientLightData> {
-    static FieldList<Hal::AmbientLightData> list();
+struct Fields<Hidl::AmbientLightData> {
+    static FieldList<Hidl::AmbientLightData> list();
 };
 template <>
-struct Fields<Hal::ExternalTimestampData> {
-    static FieldList<Hal::ExternalTimestampData> list();
+struct Fields<Hidl::ExternalTimestampData> {
+    static FieldList<Hidl::ExternalTimestampData> list();
 };
 template <>
-struct Fields<Hal::PairedControllerInfo> {
-    static FieldList<Hal::PairedControllerInfo> list();
+struct Fields<Hidl::PairedControllerInfo> {
+    static FieldList<Hidl::PairedControllerInfo> list();
 };
 template <>
-struct Fields<Hal::ControllerImuData> {
-    static FieldList<Hal::ControllerImuData> list();
+struct Fields<Hidl::ControllerImuData> {
+    static FieldList<Hidl::ControllerImuData> list();
 };
 template <>
-struct Fields<Hal::ButtonData> {
-    static FieldList<Hal::ButtonData> list();
+struct Fields<Hidl::ButtonData> {
+    static FieldList<Hidl::ButtonData> list();
 };
 template <>
-struct Fields<Hal::CurlData> {
-    static FieldList<Hal::CurlData> list();
+struct Fields<Hidl::CurlData> {
+    static FieldList<Hidl::CurlData> list();
 };
 template <>
-struct Fields<Hal::PrecisionPadData> {
-    static FieldList<Hal::PrecisionPadData> list();
+struct Fields<Hidl::PrecisionPadData> {
+    static FieldList<Hidl::PrecisionPadData> list();
 };
 template <>
-struct Fields<Hal::TouchPoint> {
-    static FieldList<Hal::TouchPoint> list();
+struct Fields<Hidl::TouchPoint> {
+    static FieldList<Hidl::TouchPoint> list();
 };
 template <>
-struct Fields<Hal::MultiTouchData> {
-    static FieldList<Hal::MultiTouchData> list();
+struct Fields<Hidl::MultiTouchData> {
+    static FieldList<Hidl::MultiTouchData> list();
 };
 template <>
-struct Fields<Hal::StylusData> {
-    static FieldList<Hal::StylusData> list();
+struct Fields<Hidl::StylusData> {
+    static FieldList<Hidl::StylusData> list();
 };
 template <>
-struct Fields<Hal::ControllerInputADCData> {
-    static FieldList<Hal::ControllerInputADCData> list();
+struct Fields<Hidl::ControllerInputADCData> {
+    static FieldList<Hidl::ControllerInputADCData> list();
 };
 template <>
-struct Fields<Hal::PoseInput> {
-    static FieldList<Hal::PoseInput> list();
+struct Fields<Hidl::PoseInput> {
+    static FieldList<Hidl::PoseInput> list();
 };
 template <>
-struct Fields<Hal::ControllerCollisionEvent> {
-    static FieldList<Hal::ControllerCollisionEvent> list();
+struct Fields<Hidl::ControllerCollisionEvent> {
+    static FieldList<Hidl::ControllerCollisionEvent> list();
 };
 template <>
-struct Fields<Hal::WirelessDeviceStats> {
-    static FieldList<Hal::WirelessDeviceStats> list();
+struct Fields<Hidl::WirelessDeviceStats> {
+    static FieldList<Hidl::WirelessDeviceStats> list();
 };
 template <>
-struct Fields<Hal::CameraFrame> {
-    static FieldList<Hal::CameraFrame> list();
+struct Fields<Hidl::CameraFrame> {
+    static FieldList<Hidl::CameraFrame> list();
 };
 template <>
-struct Fields<Hal::FrameSet> {
-    static FieldList<Hal::FrameSet> list();
+struct Fields<Hidl::FrameSet> {
+    static FieldList<Hidl::FrameSet> list();
 };
 
 }  // namespace Recording

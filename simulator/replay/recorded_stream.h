@@ -84,7 +84,7 @@ class RecordedStream final : public PlayedRecords {
     void deliver(int64_t shift, bool isFirst) override {
         Record record = record_;
         forEachTime(record, [shift](int64_t& time) { time += time == 0 ? 0 : shift; });
-        if constexpr (std::is_same_v<Record, Hal::CurlData>) {
+        if constexpr (std::is_same_v<Record, Hidl::CurlData>) {
             record.sampleTime += static_cast<double>(shift) * 1e-9;
         }
         if (auto* const sequence = sequenceOf(record)) {

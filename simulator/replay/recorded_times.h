@@ -39,7 +39,7 @@ struct HasController<Record, std::void_t<decltype(Record::controller)>> : std::t
 }  // namespace RecordedTimes
 
 /// How many frames the set has; a file may say anything.
-inline size_t framesOf(const Hal::FrameSet& frameSet) {
+inline size_t framesOf(const Hidl::FrameSet& frameSet) {
     return std::min<size_t>(frameSet.numFrames, decltype(frameSet.frames)::size());
 }
 
@@ -57,7 +57,7 @@ void forEachTime(Record& record, const Action& action) {
     if constexpr (HasArrival<Record>::value) {
         action(record.arrivalTimestamp);
     }
-    if constexpr (std::is_same_v<Record, Hal::FrameSet>) {
+    if constexpr (std::is_same_v<Record, Hidl::FrameSet>) {
         for (size_t i = 0; i < framesOf(record); ++i) {
             forEachTime(record.frames[i], action);
         }
@@ -72,7 +72,7 @@ int64_t arrivalOf(const Record& record) {
         return arrivalOf(record.header);
     } else if constexpr (HasArrival<Record>::value) {
         return record.arrivalTimestamp != 0 ? record.arrivalTimestamp : record.timestamp;
-    } else if constexpr (std::is_same_v<Record, Hal::FrameSet>) {
+    } else if constexpr (std::is_same_v<Record, Hidl::FrameSet>) {
         int64_t arrival = record.timestamp;
         for (size_t i = 0; i < framesOf(record); ++i) {
             arrival = std::max(arrival, record.frames[i].arrivalTimestamp);

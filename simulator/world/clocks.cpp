@@ -35,29 +35,29 @@ int64_t timeAsleep() {
     return now(CLOCK_BOOTTIME) - now(CLOCK_MONOTONIC);
 }
 
-std::optional<int64_t> toMonotonic(int64_t time, Hal::TimeDomain from) {
+std::optional<int64_t> toMonotonic(int64_t time, Hidl::TimeDomain from) {
     switch (from) {
-        case Hal::TimeDomain::MONOTONIC:
+        case Hidl::TimeDomain::MONOTONIC:
             return time;
-        case Hal::TimeDomain::BOOTTIME:
+        case Hidl::TimeDomain::BOOTTIME:
             return difference(time, timeAsleep());
-        case Hal::TimeDomain::CONTROLLER:
+        case Hidl::TimeDomain::CONTROLLER:
             return kControllerClock.toMonotonic(time);
-        case Hal::TimeDomain::EXTERNAL:
+        case Hidl::TimeDomain::EXTERNAL:
             return kExternalClock.toMonotonic(time);
     }
     return std::nullopt;
 }
 
-std::optional<int64_t> fromMonotonic(int64_t monotonic, Hal::TimeDomain to) {
+std::optional<int64_t> fromMonotonic(int64_t monotonic, Hidl::TimeDomain to) {
     switch (to) {
-        case Hal::TimeDomain::MONOTONIC:
+        case Hidl::TimeDomain::MONOTONIC:
             return monotonic;
-        case Hal::TimeDomain::BOOTTIME:
+        case Hidl::TimeDomain::BOOTTIME:
             return sum(monotonic, timeAsleep());
-        case Hal::TimeDomain::CONTROLLER:
+        case Hidl::TimeDomain::CONTROLLER:
             return kControllerClock.at(monotonic);
-        case Hal::TimeDomain::EXTERNAL:
+        case Hidl::TimeDomain::EXTERNAL:
             return kExternalClock.at(monotonic);
     }
     return std::nullopt;
@@ -86,7 +86,7 @@ double DriftingClock::rateAt(int64_t monotonic) const {
     return 1 + rateError + wander * std::sin(2 * M_PI * seconds / wanderPeriod);
 }
 
-std::optional<int64_t> translate(int64_t time, Hal::TimeDomain from, Hal::TimeDomain to) {
+std::optional<int64_t> translate(int64_t time, Hidl::TimeDomain from, Hidl::TimeDomain to) {
     const std::optional<int64_t> monotonic = toMonotonic(time, from);
     return monotonic ? fromMonotonic(*monotonic, to) : std::nullopt;
 }

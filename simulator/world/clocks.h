@@ -35,6 +35,6 @@ inline constexpr DriftingClock kControllerClock{-5'000'000'000, -8e-6, 0.2e-6, 5
 inline constexpr DriftingClock kExternalClock{1'234'567'890'123, 12e-6, 0.5e-6, 300};
 
 /// @return none if one of the domains does not exist
-std::optional<int64_t> translate(int64_t time, Hal::TimeDomain from, Hal::TimeDomain to);
+std::optional<int64_t> translate(int64_t time, Hidl::TimeDomain from, Hidl::TimeDomain to);
 
 }  // namespace Simulator

@@ -17,54 +17,54 @@ namespace {
 using namespace TestSupport;
 using android::sp;
 using android::hardware::EventFlag;
-using Hal::Result;
-using Hal::StreamCommand;
+using Hidl::Result;
+using Hidl::StreamCommand;
 
-void expectStarted(const sp<Hal::ISensorClient>& client, const Hal::FmqConfig& config,
-                   const android::hardware::MQDescriptorSync<Hal::ImuData>& queue) {
-    const auto imu = Hal::IImu::getService();
+void expectStarted(const sp<Hidl::ISensorClient>& client, const Hidl::FmqConfig& config,
+                   const android::hardware::MQDescriptorSync<Hidl::ImuData>& queue) {
+    const auto imu = Hidl::IImu::getService();
     EXPECT_EQ(Result(imu->prepareStream(queue, client, config)), Result::SUCCESS);
     EXPECT_EQ(Result(imu->controlStream(client, StreamCommand::START)), Result::SUCCESS);
 }
 
 void corruptSampleQueue() {
-    const ClientEnd<Hal::ImuData> end(64);
+    const ClientEnd<Hidl::ImuData> end(64);
     expectStarted(end.identity, end.config, *end.queue.getDesc());
-    corruptForever<Hal::ImuData>(end.queue, end.eventFlag);
+    corruptForever<Hidl::ImuData>(end.queue, end.eventFlag);
     hold();
 }
 
 void overlapQueues() {
     // The counters lie in the ring, or are one.
-    const ClientEnd<Hal::ImuData> ends[2] = {ClientEnd<Hal::ImuData>{1},
-                                             ClientEnd<Hal::ImuData>{1}};
-    QueueParts parts = queueParts<Hal::ImuData>(64);
+    const ClientEnd<Hidl::ImuData> ends[2] = {ClientEnd<Hidl::ImuData>{1},
+                                             ClientEnd<Hidl::ImuData>{1}};
+    QueueParts parts = queueParts<Hidl::ImuData>(64);
     parts.grantors[2].offset = 0;
-    expectStarted(ends[0].identity, ends[0].config, descriptorOf<Hal::ImuData>(parts));
-    parts = queueParts<Hal::ImuData>(64);
+    expectStarted(ends[0].identity, ends[0].config, descriptorOf<Hidl::ImuData>(parts));
+    parts = queueParts<Hidl::ImuData>(64);
     parts.grantors[1].offset = parts.grantors[0].offset;
-    expectStarted(ends[1].identity, ends[1].config, descriptorOf<Hal::ImuData>(parts));
+    expectStarted(ends[1].identity, ends[1].config, descriptorOf<Hidl::ImuData>(parts));
     hold();
 }
 
 void corruptRecycleQueue() {
-    CameraClientEnd end(Hal::ICameraProvider::getService()->getStream(Hal::FrameType::HEADSET));
+    CameraClientEnd end(Hidl::ICameraProvider::getService()->getStream(Hidl::FrameType::HEADSET));
     EXPECT_EQ(end.prepare(), Result::SUCCESS);
     EXPECT_EQ(end.control(StreamCommand::START), Result::SUCCESS);
-    corruptForever<Hal::FrameSet>(*end.wayBack, end.eventFlag);
+    corruptForever<Hidl::FrameSet>(*end.wayBack, end.eventFlag);
     hold();
 }
 
 /// The way to the service of one who owns the controllers' state.
 struct PoseOutput {
-    using Queue = ClientEnd<Hal::PoseOutput>::Queue;
+    using Queue = ClientEnd<Hidl::PoseOutput>::Queue;
 
     PoseOutput() {
-        const auto owner = Hal::IControllerStateProvider::getService();
+        const auto owner = Hidl::IControllerStateProvider::getService();
         owner
             ->preparePoseOutputStream(
                 client,
-                [this](Result result, const auto& descriptor, const Hal::FmqConfig& config) {
+                [this](Result result, const auto& descriptor, const Hidl::FmqConfig& config) {
                     EXPECT_EQ(result, Result::SUCCESS);
                     queue = std::make_unique<Queue>(descriptor, false);
                     EventFlag::createEventFlag(config.eventFlag->data[0], 0, &flag);
@@ -83,7 +83,7 @@ struct PoseOutput {
 
 void corruptPoseQueue() {
     const PoseOutput output;
-    corruptForever<Hal::PoseOutput>(*output.queue, output.flag);
+    corruptForever<Hidl::PoseOutput>(*output.queue, output.flag);
     hold();
 }
 
@@ -91,7 +91,7 @@ void corruptPoseQueue() {
 void floodPoses() {
     using Clock = std::chrono::steady_clock;
     PoseOutput output;
-    Hal::PoseOutput pose{};
+    Hidl::PoseOutput pose{};
     pose.controller = {0x5A'00'00'00'00'01};
     pose.orientation[3] = 1;
     const auto send = [&] {

@@ -13,8 +13,8 @@ using android::sp;
 using android::hardware::hidl_handle;
 using android::hardware::MQDescriptorSync;
 using android::hardware::Return;
-using Hal::Result;
-using Hal::StreamCommand;
+using Hidl::Result;
+using Hidl::StreamCommand;
 
 /// @param prepare (queue, config) asks for the stream
 template <typename Record, typename Prepare>
@@ -31,7 +31,7 @@ void expectRefused(const Prepare& prepare) {
         expectFailure(prepare(descriptorOf<Record>(parts), good.config), broken.name);
     }
     const auto expectFlagRefused = [&](const hidl_handle& handle, const std::string& what) {
-        Hal::FmqConfig config = good.config;
+        Hidl::FmqConfig config = good.config;
         config.eventFlag = handle;
         expectFailure(prepare(*good.queue.getDesc(), config), "flag in " + what);
     };
@@ -50,23 +50,23 @@ void expectRefused(const Prepare& prepare) {
     };
     // None, the same for both, and several for one.
     for (const Bits bits : {Bits{0, 1}, Bits{2, 0}, Bits{2, 2}, Bits{4, 3}, Bits{~0U, 2}}) {
-        const Hal::FmqConfig config{good.config.eventFlag, bits.readNotify, bits.dataReady};
+        const Hidl::FmqConfig config{good.config.eventFlag, bits.readNotify, bits.dataReady};
         expectFailure(prepare(*good.queue.getDesc(), config), std::to_string(bits.dataReady));
     }
 }
 
-sp<Hal::ICameraStream> headsetCameras() {
-    return Hal::ICameraProvider::getService()->getStream(Hal::FrameType::HEADSET);
+sp<Hidl::ICameraStream> headsetCameras() {
+    return Hidl::ICameraProvider::getService()->getStream(Hidl::FrameType::HEADSET);
 }
 
 void sendBrokenQueues() {
     const sp<FakeSensorClient> client = new FakeSensorClient;
-    const sp<Hal::IImu> imu = Hal::IImu::getService();
-    expectRefused<Hal::ImuData>([&](const auto& queue, const Hal::FmqConfig& config) -> Result {
+    const sp<Hidl::IImu> imu = Hidl::IImu::getService();
+    expectRefused<Hidl::ImuData>([&](const auto& queue, const Hidl::FmqConfig& config) -> Result {
         return imu->prepareStream(queue, client, config);
     });
-    const sp<Hal::ICameraStream> camera = headsetCameras();
-    expectRefused<Hal::FrameSet>([&](const auto& queue, const auto& config) {
+    const sp<Hidl::ICameraStream> camera = headsetCameras();
+    expectRefused<Hidl::FrameSet>([&](const auto& queue, const auto& config) {
         Result answer{};
         EXPECT_TRUE(camera
                         ->prepareStream(client, queue, config,
@@ -83,19 +83,19 @@ void sendBrokenQueues() {
 }
 
 /// Names a stream and a client that are not the service's.
-struct StrangeTarget : Hal::ICameraStreamControlTarget {
-    explicit StrangeTarget(sp<Hal::ICameraStream> s) : stream(std::move(s)) {}
-    Return<sp<Hal::ICameraStream>> getStream() override { return stream; }
-    Return<sp<Hal::ISensorClient>> getClient() override { return nullptr; }
-    sp<Hal::ICameraStream> stream;
+struct StrangeTarget : Hidl::ICameraStreamControlTarget {
+    explicit StrangeTarget(sp<Hidl::ICameraStream> s) : stream(std::move(s)) {}
+    Return<sp<Hidl::ICameraStream>> getStream() override { return stream; }
+    Return<sp<Hidl::ISensorClient>> getClient() override { return nullptr; }
+    sp<Hidl::ICameraStream> stream;
 };
 
 void sendStrangeValues() {
     const std::string everything(100'000, '%');
     const auto unknown = static_cast<StreamCommand>(-1);
-    const ClientEnd<Hal::ImuData> end(4);
-    const auto imu = Hal::IImu::getService();
-    const auto prepareFor = [&](const sp<Hal::ISensorClient>& client) -> Result {
+    const ClientEnd<Hidl::ImuData> end(4);
+    const auto imu = Hidl::IImu::getService();
+    const auto prepareFor = [&](const sp<Hidl::ISensorClient>& client) -> Result {
         return imu->prepareStream(*end.queue.getDesc(), client, end.config);
     };
     EXPECT_EQ(prepareFor(nullptr), Result::FAILURE);
@@ -103,17 +103,17 @@ void sendStrangeValues() {
     EXPECT_EQ(Result(imu->controlStream(end.identity, unknown)), Result::FAILURE);
     EXPECT_EQ(Result(imu->controlStream(nullptr, StreamCommand::START)), Result::FAILURE);
 
-    const auto provider = Hal::ICameraProvider::getService();
+    const auto provider = Hidl::ICameraProvider::getService();
     const auto camera = headsetCameras();
-    Hal::ExposureGainSettings settings{};
+    Hidl::ExposureGainSettings settings{};
     settings.numCameras = 4'000'000'000;
     EXPECT_TRUE(camera->setExposureGain(end.identity, settings).isOk());
     EXPECT_TRUE(camera->setExposureGain(nullptr, settings).isOk());
     EXPECT_EQ(Result(provider->applyMuxMode(everything, 0)), Result::FAILURE);
     EXPECT_EQ(Result(provider->setChannels(
-                  {std::vector<Hal::FrameType>(100'000, static_cast<Hal::FrameType>(-1))})),
+                  {std::vector<Hidl::FrameType>(100'000, static_cast<Hidl::FrameType>(-1))})),
               Result::FAILURE);
-    const auto control = [&](const sp<Hal::ICameraStreamControlTarget>& target) -> Result {
+    const auto control = [&](const sp<Hidl::ICameraStreamControlTarget>& target) -> Result {
         return provider->controlEvery({target}, StreamCommand::START);
     };
     EXPECT_EQ(control(nullptr), Result::FAILURE);

@@ -19,10 +19,10 @@ using namespace TestSupport;
 using android::sp;
 using android::hardware::Return;
 using android::hardware::Void;
-using Hal::Result;
-using Hal::StreamCommand;
+using Hidl::Result;
+using Hidl::StreamCommand;
 
-constexpr Hal::ControllerAddr kLeft{0x5A'00'00'00'00'01};
+constexpr Hidl::ControllerAddr kLeft{0x5A'00'00'00'00'01};
 
 [[noreturn]] void die() {
     raise(SIGKILL);
@@ -33,30 +33,30 @@ constexpr Hal::ControllerAddr kLeft{0x5A'00'00'00'00'01};
 using Reaction = void (*)();
 
 template <Reaction react>
-struct Identity : Hal::ISensorClient {
+struct Identity : Hidl::ISensorClient {
     Return<void> getSensorClientInfo(getSensorClientInfo_cb /*callback*/) override {
         react();
         return Void();
     }
 };
 template <Reaction react>
-struct Target : Hal::ICameraStreamControlTarget {
-    Return<sp<Hal::ICameraStream>> getStream() override {
+struct Target : Hidl::ICameraStreamControlTarget {
+    Return<sp<Hidl::ICameraStream>> getStream() override {
         react();
         return nullptr;
     }
-    Return<sp<Hal::ISensorClient>> getClient() override { return nullptr; }
+    Return<sp<Hidl::ISensorClient>> getClient() override { return nullptr; }
 };
 template <Reaction react>
-struct Progress : Hal::IProgressUpdateCallback {
+struct Progress : Hidl::IProgressUpdateCallback {
     Return<Result> handleProgressUpdate(float /*progress*/) override {
         react();
         return Result::SUCCESS;
     }
 };
 template <Reaction react>
-struct Messages : FakeClient<Hal::ITambrilCallback> {
-    Return<void> onKivraRpcMessage(const Hal::KivraRpcMessage& /*message*/) override {
+struct Messages : FakeClient<Hidl::ITambrilCallback> {
+    Return<void> onKivraRpcMessage(const Hidl::KivraRpcMessage& /*message*/) override {
         react();
         return Void();
     }
@@ -68,35 +68,35 @@ void ignore(const Status& status) {
     static_cast<void>(status.isOk());
 }
 
-sp<Hal::ICameraStream> headsetCameras() {
-    return Hal::ICameraProvider::getService()->getStream(Hal::FrameType::HEADSET);
+sp<Hidl::ICameraStream> headsetCameras() {
+    return Hidl::ICameraProvider::getService()->getStream(Hidl::FrameType::HEADSET);
 }
 
 // Each has the service call.
 
 template <Reaction react>
 void beAskedForName() {
-    const ClientEnd<Hal::ImuData> end(4);
-    ignore(Hal::IImu::getService()->prepareStream(*end.queue.getDesc(), new Identity<react>,
+    const ClientEnd<Hidl::ImuData> end(4);
+    ignore(Hidl::IImu::getService()->prepareStream(*end.queue.getDesc(), new Identity<react>,
                                                   end.config));
 }
 template <Reaction react>
 void beAskedForStream() {
-    ignore(Hal::ICameraProvider::getService()->controlEvery({new Target<react>},
+    ignore(Hidl::ICameraProvider::getService()->controlEvery({new Target<react>},
                                                             StreamCommand::START));
 }
 template <Reaction react>
 void beToldOfProgress() {
-    const sp<Hal::IControllerManagementClient> management =
-        Hal::IControllerProvider::getService()->getManagementClient();
-    EXPECT_EQ(Result(management->updateFirmware(kLeft, Hal::ControllerType::HANDHELD,
+    const sp<Hidl::IControllerManagementClient> management =
+        Hidl::IControllerProvider::getService()->getManagementClient();
+    EXPECT_EQ(Result(management->updateFirmware(kLeft, Hidl::ControllerType::HANDHELD,
                                                 {new Progress<react>, 0, 0})),
               Result::SUCCESS);
     pause();
 }
 template <Reaction react>
 void beSentMessages() {
-    ignore(Hal::ITambril::getService()->registerClient(Hal::KivraRpcClientId::CMS,
+    ignore(Hidl::ITambril::getService()->registerClient(Hidl::KivraRpcClientId::CMS,
                                                        new Messages<react>));
     pause();
 }
@@ -113,9 +113,9 @@ void doNothing() {}
 /// With frame sets and messages on their way to it, more than the socket takes.
 void stop() {
     const auto camera = startedCamera();
-    const auto tambril = Hal::ITambril::getService();
+    const auto tambril = Hidl::ITambril::getService();
     const sp<Messages<doNothing>> messages = new Messages<doNothing>;
-    EXPECT_EQ(Result(tambril->registerClient(Hal::KivraRpcClientId::CMS, messages)),
+    EXPECT_EQ(Result(tambril->registerClient(Hidl::KivraRpcClientId::CMS, messages)),
               Result::SUCCESS);
     std::atomic<size_t> sent{0};
     for (int i = 0; i < 64; ++i) {
@@ -133,12 +133,12 @@ void stop() {
 
 /// Takes all of the service's places that it gets.
 void takeEverything() {
-    const auto imu = Hal::IImu::getService();
-    const auto leds = Hal::IFaceEyeTrackingLed::getService();
-    const auto owner = Hal::IControllerStateProvider::getService();
-    const auto controllers = Hal::IControllerProvider::getService();
-    const ClientEnd<Hal::ImuData> end(1);
-    std::vector<sp<Hal::IControllerStreamingClient>> streaming;
+    const auto imu = Hidl::IImu::getService();
+    const auto leds = Hidl::IFaceEyeTrackingLed::getService();
+    const auto owner = Hidl::IControllerStateProvider::getService();
+    const auto controllers = Hidl::IControllerProvider::getService();
+    const ClientEnd<Hidl::ImuData> end(1);
+    std::vector<sp<Hidl::IControllerStreamingClient>> streaming;
     std::vector<std::unique_ptr<CameraClientEnd>> cameras;
     for (int i = 0; i < 200; ++i) {
         const sp<FakeSensorClient> client = new FakeSensorClient;
@@ -194,8 +194,8 @@ TEST_F(UnresponsiveClientsTest, DoNotHoldUpTheEndOfTheService) {
 // Each ends its process.
 
 void dieWithSamples() {
-    const ClientEnd<Hal::ImuData> end(4);
-    const auto imu = Hal::IImu::getService();
+    const ClientEnd<Hidl::ImuData> end(4);
+    const auto imu = Hidl::IImu::getService();
     ignore(imu->prepareStream(*end.queue.getDesc(), end.identity, end.config));
     ignore(imu->controlStream(end.identity, StreamCommand::START));
     EXPECT_TRUE(end.awaitData());
@@ -205,7 +205,7 @@ void dieWithAFrameSet() {
 }
 void dieWhileItHandsOneBack() {
     const auto camera = startedCamera();
-    const Hal::FrameSet frameSet = camera->take();
+    const Hidl::FrameSet frameSet = camera->take();
     CameraClientEnd::Queue::MemTransaction transaction;
     EXPECT_TRUE(camera->wayBack->beginWrite(1, &transaction));
     transaction.copyTo(&frameSet, 0);

@@ -16,8 +16,8 @@
 namespace {
 
 using namespace Simulator;
-using Hal::Result;
-using Hal::StreamCommand;
+using Hidl::Result;
+using Hidl::StreamCommand;
 using TestSupport::CameraClientEnd;
 using Verdict = FrameSetLedger::Verdict;
 
@@ -33,8 +33,8 @@ class NoImages : public ImageSource {
     }
 };
 
-Hal::FrameSet frameSetOf(uint32_t sequence, uint32_t buffer) {
-    Hal::FrameSet frameSet{};
+Hidl::FrameSet frameSetOf(uint32_t sequence, uint32_t buffer) {
+    Hidl::FrameSet frameSet{};
     frameSet.sequence = sequence;
     frameSet.frames[0].bufferIndex = buffer;
     return frameSet;
@@ -60,7 +60,7 @@ TEST(ExposureControlTest, LastOverrideCountsWithinTheLimits) {
     ExposureControl control;
     const int first = 0;
     const int second = 0;
-    Hal::ExposureGainSettings settings{};
+    Hidl::ExposureGainSettings settings{};
     settings.numCameras = 1;
     settings.cameras[0] = {1'000'000, 2, 2};
     EXPECT_EQ(control.set(&first, settings, 0), Result::BAD_STATE);
@@ -70,7 +70,7 @@ TEST(ExposureControlTest, LastOverrideCountsWithinTheLimits) {
     EXPECT_EQ(control.next(1, 1)[0].exposureTime, 1'000'000U);
     settings.cameras[0] = {UINT64_MAX, NAN, INFINITY};
     EXPECT_EQ(control.set(&second, settings, 1), Result::SUCCESS);
-    const Hal::ExposureGain limited = control.next(2, 1)[0];
+    const Hidl::ExposureGain limited = control.next(2, 1)[0];
     EXPECT_EQ(limited.exposureTime, ExposureLimits{}.maxExposureTime);
     EXPECT_EQ(limited.analogGain, 1);  // what is no number becomes the least
     EXPECT_EQ(limited.digitalGain, 4);
@@ -82,11 +82,11 @@ TEST(ExposureControlTest, LastOverrideCountsWithinTheLimits) {
 TEST(ExposureControlTest, AutomaticExposureFitsTheLampsAndGainDoesTheRest) {
     ExposureControl control;
     for (const double brightness : {0.05, 0.2, 1.0, 1.15}) {
-        const Hal::ExposureGain exposure = control.next(1, brightness)[0];
+        const Hidl::ExposureGain exposure = control.next(1, brightness)[0];
         EXPECT_EQ(exposure.exposureTime, 10'000'000U);
         EXPECT_NEAR(brightnessOf(exposure) * brightness, 1, 1e-3);
     }
-    control.setUtilityFrequency(Hal::UtilityFrequency::FREQUENCY_60_HZ);
+    control.setUtilityFrequency(Hidl::UtilityFrequency::FREQUENCY_60_HZ);
     EXPECT_EQ(control.next(1, 1)[0].exposureTime, 8'333'333U);
     // In the sun, a period is too long.
     EXPECT_NEAR(brightnessOf(control.next(1, 20)[0]) * 20, 1, 1e-3);
@@ -113,15 +113,15 @@ TEST_F(FrameSetServerTest, BuffersAreReusedOnlyAfterTheirReturnAndFaultsAreCount
         EXPECT_EQ(each->prepare(), Result::SUCCESS);
         EXPECT_EQ(each->control(StreamCommand::START), Result::SUCCESS);
     }
-    const Hal::FrameSet first = client.take();
+    const Hidl::FrameSet first = client.take();
     // Not before the last row of any image has been exposed.
     EXPECT_GE(first.frames[0].arrivalTimestamp,
               first.timestamp + static_cast<int64_t>(first.frames[0].exposureTime) / 2);
-    const Hal::FrameSet second = client.take();
+    const Hidl::FrameSet second = client.take();
     EXPECT_NE(first.frames[0].bufferIndex, second.frames[0].bufferIndex);
     // With two in its hands there is nothing more for it, and for the others all there is.
     for (int i = 0; i < 5; ++i) {
-        const Hal::FrameSet frameSet = honest.take();
+        const Hidl::FrameSet frameSet = honest.take();
         if (frameSet.sequence > second.sequence) {
             EXPECT_NE(frameSet.frames[0].bufferIndex, first.frames[0].bufferIndex);
             EXPECT_NE(frameSet.frames[0].bufferIndex, second.frames[0].bufferIndex);
@@ -130,9 +130,9 @@ TEST_F(FrameSetServerTest, BuffersAreReusedOnlyAfterTheirReturnAndFaultsAreCount
     }
     EXPECT_EQ(client.queue.availableToRead(), 0U);
 
-    Hal::FrameSet altered = second;
+    Hidl::FrameSet altered = second;
     ++altered.frames[0].width;
-    for (const Hal::FrameSet& frameSet : {first, first, altered}) {
+    for (const Hidl::FrameSet& frameSet : {first, first, altered}) {
         client.giveBack(frameSet);
     }
     client.take();
@@ -163,7 +163,7 @@ TEST_F(FrameSetServerTest, StoppedStreamsOfAProcessGiveWayToItsNewOnes) {
 }
 
 TEST_F(FrameSetServerTest, ImagesCannotBeWrittenByThoseWhoGetThem) {
-    const Hal::CameraStreamMetadata metadata = server_->metadata();
+    const Hidl::CameraStreamMetadata metadata = server_->metadata();
     const int shared = metadata.cameras[0].buffers[0].pixels->data[0];
     const android::base::unique_fd writable(
         open(("/proc/self/fd/" + std::to_string(shared)).c_str(), O_RDWR | O_CLOEXEC));
@@ -173,8 +173,8 @@ TEST_F(FrameSetServerTest, ImagesCannotBeWrittenByThoseWhoGetThem) {
 }
 
 /// Does not return from its call before it is told to.
-struct StuckCallback : Hal::IFrameConfigCallback {
-    Return<void> handleCameraConfigUpdate(const Hal::MuxState& /*state*/) override {
+struct StuckCallback : Hidl::IFrameConfigCallback {
+    Return<void> handleCameraConfigUpdate(const Hidl::MuxState& /*state*/) override {
         called.set_value();
         released.get_future().wait();
         return Void();
@@ -189,7 +189,7 @@ TEST_F(FrameSetServerTest, ClientThatIsStuckHoldsUpNoRegistrationOfAnother) {
     EXPECT_EQ(stuck.prepare(), Result::SUCCESS);
     EXPECT_EQ(other.prepare(), Result::SUCCESS);
     const android::sp<StuckCallback> callback = new StuckCallback;
-    Hal::MuxState state;
+    Hidl::MuxState state;
     EXPECT_EQ(mux_->addCallback(*server_, stuck.identity, callback, &state), Result::SUCCESS);
     const auto change = std::async(std::launch::async, [&] { mux_->apply("tracking", 1); });
     callback->called.get_future().wait();
@@ -205,12 +205,12 @@ TEST_F(FrameSetServerTest, WhatCannotBeUsedIsRefused) {
     EXPECT_EQ(dead.prepare(), Result::FAILURE);
     EXPECT_EQ(dead.control(StreamCommand::START), Result::BAD_STATE);
 
-    using Resolution = Hal::Resolution;
+    using Resolution = Hidl::Resolution;
     EXPECT_EQ(server_->setResolutions({Resolution::HALF}), Result::FAILURE);
     EXPECT_EQ(server_->setResolutions({Resolution::HALF, static_cast<Resolution>(3)}),
               Result::FAILURE);
-    EXPECT_EQ(server_->setSyncMode(static_cast<Hal::CameraSyncMode>(3)), Result::FAILURE);
-    EXPECT_EQ(server_->setFrameRate(static_cast<Hal::FrameRate>(61)), Result::FAILURE);
+    EXPECT_EQ(server_->setSyncMode(static_cast<Hidl::CameraSyncMode>(3)), Result::FAILURE);
+    EXPECT_EQ(server_->setFrameRate(static_cast<Hidl::FrameRate>(61)), Result::FAILURE);
     for (const char* const name : {"", "a\"b", "../../etc"}) {
         EXPECT_EQ(service_->writeSessionOcalData(name, {}), Result::FAILURE) << name;
     }

@@ -17,17 +17,17 @@ namespace {
 
 using namespace Simulator;
 using namespace std::chrono_literals;
-using Hal::ControllerConnection;
-using Hal::HapticsActivity;
-using Hal::Result;
+using Hidl::ControllerConnection;
+using Hidl::HapticsActivity;
+using Hidl::Result;
 using ::testing::ElementsAre;
 using TestSupport::ClientEnd;
 
-constexpr Hal::ControllerAddr kLeft{0x5A'00'00'00'00'01};
-constexpr Hal::ControllerAddr kStylus{0x5A'00'00'00'00'03};
-constexpr Hal::ControllerAddr kNobody{1};
+constexpr Hidl::ControllerAddr kLeft{0x5A'00'00'00'00'01};
+constexpr Hidl::ControllerAddr kStylus{0x5A'00'00'00'00'03};
+constexpr Hidl::ControllerAddr kNobody{1};
 
-class FakeProgressCallback : public Hal::IProgressUpdateCallback {
+class FakeProgressCallback : public Hidl::IProgressUpdateCallback {
   public:
     android::hardware::Return<Result> handleProgressUpdate(float /*progress*/) override {
         goesOn.wait();
@@ -62,7 +62,7 @@ class ControllerTest : public ::testing::Test {
         } while (end.awaitData());
         return {};
     }
-    Hal::PairedControllerInfo awaitConnection(ControllerConnection connection) {
+    Hidl::PairedControllerInfo awaitConnection(ControllerConnection connection) {
         return await(states_, [&](const auto& info) {
             return info.address == kStylus && info.connection == connection;
         });
@@ -79,13 +79,13 @@ class ControllerTest : public ::testing::Test {
         ControllerSettings{0, {}}, faults_, std::make_shared<WorldClock>(),
         std::make_shared<World>(WorldSettings{}));
     android::sp<PoseReceiver> poses_ = new PoseReceiver(fleet_);
-    android::sp<Hal::IControllerProvider> provider_ =
+    android::sp<Hidl::IControllerProvider> provider_ =
         makeService<ControllerProviderService>(faults_, fleet_, faults_);
-    android::sp<Hal::IControllerStateProvider> owner_ =
+    android::sp<Hidl::IControllerStateProvider> owner_ =
         makeService<ControllerStateProviderService>(faults_, fleet_, poses_);
-    android::sp<Hal::IControllerManagementClient> management_ = provider_->getManagementClient();
-    android::sp<Hal::IControllerStreamingClient> streaming_ = provider_->getStreamingClient();
-    ClientEnd<Hal::PairedControllerInfo> states_{1000};
+    android::sp<Hidl::IControllerManagementClient> management_ = provider_->getManagementClient();
+    android::sp<Hidl::IControllerStreamingClient> streaming_ = provider_->getStreamingClient();
+    ClientEnd<Hidl::PairedControllerInfo> states_{1000};
 };
 
 TEST_F(ControllerTest, PairedControllerConnectsAndNoLongerAdvertisesItself) {
@@ -106,7 +106,7 @@ TEST_F(ControllerTest, PairedControllerConnectsAndNoLongerAdvertisesItself) {
     EXPECT_EQ(management_->unpairController(kStylus), Result::SUCCESS);
     EXPECT_EQ(awaitConnection(ControllerConnection::DISCONNECTED).address, kStylus);
     EXPECT_EQ(countAdvertising(), 1U);
-    Hal::SecureDeviceInfo device{};
+    Hidl::SecureDeviceInfo device{};
     device.address = kStylus;
     EXPECT_TRUE(provider_->allowDevice(device));
     EXPECT_EQ(countAdvertising(), 0U);
@@ -120,7 +120,7 @@ TEST_F(ControllerTest, ImpossibleSettingsAreRefused) {
     streaming_->getThumbstickDeadzone(kLeft, [](float kept, bool) { EXPECT_EQ(kept, 0.25F); });
     EXPECT_FALSE(streaming_->setThumbstickMaxADCRange(kLeft, {4000, 100, 0, 1}));
     EXPECT_FALSE(streaming_->setLedConfig(
-        {Hal::ControllerHand::LEFT, static_cast<Hal::LedPattern>(9), 1, 2, 3, 4, 500}));
+        {Hidl::ControllerHand::LEFT, static_cast<Hidl::LedPattern>(9), 1, 2, 3, 4, 500}));
     streaming_->getLedConfig(kNobody, [&](const auto&, bool success) { EXPECT_FALSE(success); });
     EXPECT_FALSE(provider_->setWirelessFreqBlocklist({UINT32_MAX}));
     EXPECT_FALSE(owner_->setPairingInfo({}, std::vector<uint8_t>(15)));
@@ -130,7 +130,7 @@ TEST_F(ControllerTest, FirmwareUpdateRefusesWhatItCannotReportAndASecondOne) {
     const android::sp<FakeProgressCallback> callback = new FakeProgressCallback;
     std::promise<void> go;
     callback->goesOn = go.get_future();
-    using Type = Hal::ControllerType;
+    using Type = Hidl::ControllerType;
     const auto update = [&](Type type, const FirmwareReports& reports) -> Result {
         return management_->updateFirmware(kLeft, type, reports);
     };
@@ -151,7 +151,7 @@ TEST_F(ControllerTest, WhatNeedsAThreadFailsAloneWhereNoneCanBeStarted) {
     callback->goesOn = go.get_future();
     const android::sp<TestSupport::FakeSensorClient> identity = new TestSupport::FakeSensorClient;
     const auto update = [&]() -> Result {
-        return management_->updateFirmware(kLeft, Hal::ControllerType::HANDHELD,
+        return management_->updateFirmware(kLeft, Hidl::ControllerType::HANDHELD,
                                            {callback, 0, 0.25F});
     };
     const auto sendPoses = [&] {
@@ -172,7 +172,7 @@ TEST(HapticsPlayerTest, PlaysWhatWasSentForAsLongAsItLasts) {
     using Samples = std::vector<uint8_t>;
     const HapticsPlayer::Time begin{};
     HapticsPlayer player;
-    Hal::HapticsState state{};
+    Hidl::HapticsState state{};
     const auto expect = [&](std::chrono::milliseconds time, HapticsActivity activity,
                             float amplitude, uint32_t buffered) {
         EXPECT_TRUE(player.takeChange(begin + time, &state)) << time.count();
@@ -214,8 +214,8 @@ TEST(HapticsPlayerTest, PlaysWhatWasSentForAsLongAsItLasts) {
     EXPECT_FALSE(player.appendBuffer(Samples(1), begin + 12s));  // the buffer is full
 }
 
-Hal::PoseOutput poseOf(uint32_t sequence) {
-    Hal::PoseOutput pose{};
+Hidl::PoseOutput poseOf(uint32_t sequence) {
+    Hidl::PoseOutput pose{};
     pose.controller = kLeft;
     pose.orientation[3] = 1;
     pose.sequence = sequence;
@@ -233,14 +233,14 @@ TEST(PoseLedgerTest, CountsWhatIsMissingAndWhatIsOutOfOrder) {
 }
 
 TEST_F(ControllerTest, PosesOfTheOwnerAreHandedOnAndNonsenseIsNot) {
-    ClientEnd<Hal::PoseInput> consumer{1000};
+    ClientEnd<Hidl::PoseInput> consumer{1000};
     ASSERT_EQ(provider_->preparePoseInputStream(*consumer.queue.getDesc(), consumer.identity,
                                                 consumer.config),
               Result::SUCCESS);
     streaming_->enable(kLeft);
     const android::sp<TestSupport::FakeSensorClient> identity = new TestSupport::FakeSensorClient;
     std::unique_ptr<PoseSender::Queue> queue;
-    Hal::FmqConfig config;
+    Hidl::FmqConfig config;
     owner_->preparePoseOutputStream(
         identity, [&](Result result, const auto& descriptor, const auto& got) {
             ASSERT_EQ(result, Result::SUCCESS);
@@ -253,10 +253,10 @@ TEST_F(ControllerTest, PosesOfTheOwnerAreHandedOnAndNonsenseIsNot) {
     owner_->preparePoseOutputStream(nullptr, [](Result result, const auto&, const auto&) {
         EXPECT_EQ(result, Result::FAILURE);
     });
-    EXPECT_EQ(owner_->controlPoseOutputStream(identity, Hal::StreamCommand::START),
+    EXPECT_EQ(owner_->controlPoseOutputStream(identity, Hidl::StreamCommand::START),
               Result::SUCCESS);
 
-    Hal::PoseOutput poses[] = {poseOf(1), poseOf(2), poseOf(3), poseOf(4)};
+    Hidl::PoseOutput poses[] = {poseOf(1), poseOf(2), poseOf(3), poseOf(4)};
     poses[0].position[0] = std::nanf("");
     poses[1].orientation[3] = 2;
     poses[2].controller = kNobody;
@@ -285,7 +285,7 @@ TEST_F(ControllerTest, OwnerIsStillAnsweredWhenNoMorePosesAreRead) {
         EXPECT_EQ(result, Result::SUCCESS);
     });
     poses_->stop();
-    EXPECT_EQ(owner_->controlPoseOutputStream(identity, Hal::StreamCommand::START),
+    EXPECT_EQ(owner_->controlPoseOutputStream(identity, Hidl::StreamCommand::START),
               Result::SUCCESS);
 }
 

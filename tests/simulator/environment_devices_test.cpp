@@ -16,20 +16,20 @@
 namespace {
 
 using namespace Simulator;
-using Hal::Result;
-using Hal::TimeDomain;
+using Hidl::Result;
+using Hidl::TimeDomain;
 using TestSupport::FakeClient;
 using TestSupport::FakeSensorClient;
 
 constexpr int64_t kSecond = 1'000'000'000;
-constexpr auto kSaturated = static_cast<uint32_t>(Hal::LightSampleStatus::SATURATED);
+constexpr auto kSaturated = static_cast<uint32_t>(Hidl::LightSampleStatus::SATURATED);
 
 SampleInstant instantAt(int64_t time) {
     return {time, time + 1000, 0, time, std::chrono::milliseconds{1}};
 }
 
 /// The share that flicker of a frequency has in a block, relative to the mean level.
-double amplitudeOf(const Hal::AdcFlickerData& block, double frequency) {
+double amplitudeOf(const Hidl::AdcFlickerData& block, double frequency) {
     std::complex<double> sum = 0;
     double mean = 0;
     for (uint32_t i = 0; i < block.sampleCount; ++i) {
@@ -44,9 +44,9 @@ TEST(LightModelsTest, AllThreeStreamsFollowOneSignal) {
         const auto room = std::make_shared<RoomLight>(flicker, 300);
         AdcFlickerModel adcModel{room};
         for (int64_t time = 1000 * kSecond; time < 1100 * kSecond; time += 7 * kSecond) {
-            const Hal::AdcFlickerData block = adcModel.sample(instantAt(time));
-            const Hal::FlickerData analysis = FlickerModel{room}.sample(instantAt(time));
-            const Hal::AmbientLightData light = AmbientLightModel{room}.sample(instantAt(time));
+            const Hidl::AdcFlickerData block = adcModel.sample(instantAt(time));
+            const Hidl::FlickerData analysis = FlickerModel{room}.sample(instantAt(time));
+            const Hidl::AmbientLightData light = AmbientLightModel{room}.sample(instantAt(time));
             ASSERT_EQ(block.sampleCount, 4096U);
             EXPECT_NEAR(analysis.frequency, flicker, 0.03);
             EXPECT_NEAR(amplitudeOf(block, 100), flicker == 100 ? 0.3 : 0, 0.01);
@@ -63,7 +63,7 @@ TEST(LightModelsTest, AllThreeStreamsFollowOneSignal) {
 
 TEST(LightModelsTest, TooMuchLightSaturatesAndDarknessHasNoColour) {
     const auto glare = std::make_shared<RoomLight>(100, 50'000);
-    const Hal::AmbientLightData light = AmbientLightModel{glare}.sample(instantAt(kSecond));
+    const Hidl::AmbientLightData light = AmbientLightModel{glare}.sample(instantAt(kSecond));
     EXPECT_EQ(light.illuminance, light.illuminanceRange);
     EXPECT_EQ(light.saturatedChannels, (1U << light.channelCount) - 1);
     EXPECT_EQ(light.status & FlickerModel{glare}.sample(instantAt(kSecond)).status &
@@ -97,8 +97,8 @@ TEST(ClocksTest, TranslationsLeadBackAndKeepTheOrderOfTimes) {
 }
 
 TEST(LedServiceTest, SettingsTakeEffectAllOrNoneAndEndWithTheirClient) {
-    using Led = Hal::FaceEyeTrackingLedConfiguration;
-    using Group = Hal::FaceEyeTrackingLedGroup;
+    using Led = Hidl::FaceEyeTrackingLedConfiguration;
+    using Group = Hidl::FaceEyeTrackingLedGroup;
     const android::sp<LedService> leds = new LedService;
     const android::sp<FakeSensorClient> client = new FakeSensorClient;
     // Of one LED as it shines; 0 if it does not.
@@ -136,9 +136,9 @@ TEST(LedServiceTest, SettingsTakeEffectAllOrNoneAndEndWithTheirClient) {
     EXPECT_EQ(leds->enable(nullptr), Result::FAILURE);
 }
 
-class Callback : public FakeClient<Hal::ITambrilCallback> {
+class Callback : public FakeClient<Hidl::ITambrilCallback> {
   public:
-    android::hardware::Return<void> onKivraRpcMessage(const Hal::KivraRpcMessage&) override {
+    android::hardware::Return<void> onKivraRpcMessage(const Hidl::KivraRpcMessage&) override {
         ++messages;
         return android::hardware::Void();
     }
@@ -146,7 +146,7 @@ class Callback : public FakeClient<Hal::ITambrilCallback> {
 };
 
 TEST(TambrilServiceTest, InvalidCallsAreRefused) {
-    constexpr auto kId = Hal::KivraRpcClientId::TRACKING;
+    constexpr auto kId = Hidl::KivraRpcClientId::TRACKING;
     constexpr uint64_t kLeft = 0x5A'00'00'00'00'01;
     constexpr uint64_t kStylus = 0x5A'00'00'00'00'03;
     const auto clock = std::make_shared<WorldClock>();
@@ -163,7 +163,7 @@ TEST(TambrilServiceTest, InvalidCallsAreRefused) {
     EXPECT_EQ(send(client, kLeft, 0), Result::BAD_STATE);
     EXPECT_EQ(service->unregisterClient(kId), Result::BAD_STATE);
     EXPECT_EQ(service->registerClient(kId, nullptr), Result::FAILURE);
-    EXPECT_EQ(service->registerClient(static_cast<Hal::KivraRpcClientId>(2), client),
+    EXPECT_EQ(service->registerClient(static_cast<Hidl::KivraRpcClientId>(2), client),
               Result::FAILURE);
     other->isDead = true;
     EXPECT_EQ(service->registerClient(kId, other), Result::FAILURE);

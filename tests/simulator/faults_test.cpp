@@ -69,7 +69,7 @@ class FaultsTest : public Test {
     std::vector<bool> calls(int count, int process = 1) {
         std::vector<bool> refused(static_cast<size_t>(count));
         for (auto&& call : refused) {
-            call = faults.beginCall("IImu.controlStream", process) != Hal::Result::SUCCESS;
+            call = faults.beginCall("IImu.controlStream", process) != Hidl::Result::SUCCESS;
         }
         return refused;
     }
@@ -86,7 +86,7 @@ TEST_F(FaultsTest, OccurForTheirClientAndAtTheirTime) {
     const uint32_t mine = set(refuse + "client=7");
     EXPECT_THAT(calls(1, 8), ElementsAre(false));
     EXPECT_THAT(calls(1, 7), ElementsAre(true));
-    EXPECT_EQ(faults.beginCall("IMag.controlStream", 7), Hal::Result::SUCCESS);
+    EXPECT_EQ(faults.beginCall("IMag.controlStream", 7), Hidl::Result::SUCCESS);
     EXPECT_THAT(faults.active(), ElementsAre("3: " + refuse + "client=7: came 1 times"));
     EXPECT_TRUE(faults.clear(mine));
     EXPECT_FALSE(faults.clear(mine));
@@ -100,7 +100,7 @@ TEST_F(FaultsTest, OccurForTheirClientAndAtTheirTime) {
     std::string error;
     again.set(faultOf(refuse + "probability=0.5"), &error);
     for (const bool refused : chances) {
-        EXPECT_EQ(again.beginCall("IImu.controlStream", 1) != Hal::Result::SUCCESS, refused);
+        EXPECT_EQ(again.beginCall("IImu.controlStream", 1) != Hidl::Result::SUCCESS, refused);
     }
     EXPECT_THAT(std::count(chances.begin(), chances.end(), true), AllOf(Gt(25), Lt(75)));
 }
@@ -139,7 +139,7 @@ TEST_F(FaultsTest, CallHangsUntilItsFaultIsClearedOrTheServiceEnds) {
 
 class StreamFaultsTest : public Test {
   protected:
-    using Record = Hal::ImuData;
+    using Record = Hidl::ImuData;
 
     Record record(uint32_t sequence) const {
         Record imu{};
@@ -201,7 +201,7 @@ TEST_F(StreamFaultsTest, EachDoesWhatItSaysAndLeavesNothingBehind) {
     const Record clipped = pass(effects, 1).at(0);
     EXPECT_EQ(clipped.acceleration[2], 2);
     EXPECT_EQ(clipped.accelerationRange, 80);
-    EXPECT_EQ(clipped.status, static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED));
+    EXPECT_EQ(clipped.status, static_cast<uint32_t>(Hidl::MotionSampleStatus::CLIPPED));
     EXPECT_EQ(clipped.timestamp, 5'000'001'000);
     effects = {};
     effects.isNotANumber = true;

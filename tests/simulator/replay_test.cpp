@@ -63,10 +63,10 @@ TEST_F(ReplayTest, SecondPassCountsOnAndSaysThatItIsDiscontinuous) {
     directory_.write("mav0/imu0/data.csv",
                      std::string(kImuTitles) + "5,1,1,1,1,1,1\n8,2,2,2,2,2,2\n");
     const Playback playback = open();
-    std::vector<Hal::ImuData> played;
-    RecordedStream<Hal::ImuData> records(
+    std::vector<Hidl::ImuData> played;
+    RecordedStream<Hidl::ImuData> records(
         *playback.recording, *playback.find("imu"),
-        [&](const Hal::ImuData& record, const Hal::ImuData&) { played.push_back(record); });
+        [&](const Hidl::ImuData& record, const Hidl::ImuData&) { played.push_back(record); });
     playback.timeline->start();
     for (uint32_t pass = 0; pass < 2; ++pass) {
         for (bool isFirst = true; records.time(); records.advance(), isFirst = false) {
@@ -92,8 +92,8 @@ TEST_F(ReplayTest, CamerasWithoutAnyImageAreAbsent) {
 }
 
 TEST_F(ReplayTest, FaultsOfAControllerActOnWhatWasRecorded) {
-    Hal::PairedControllerInfo recorded{};
-    recorded.connection = Hal::ControllerConnection::CONNECTED;
+    Hidl::PairedControllerInfo recorded{};
+    recorded.connection = Hidl::ControllerConnection::CONNECTED;
     recorded.batteryLevel = 70;
     ControllerDevice device(
         {}, ControllerModel({}, "", {}, std::make_shared<World>(WorldSettings{})), true);
@@ -103,7 +103,7 @@ TEST_F(ReplayTest, FaultsOfAControllerActOnWhatWasRecorded) {
         EXPECT_EQ(device.isCutOff(), effects.isCutOff());
         return device.info();
     };
-    using Connection = Hal::ControllerConnection;
+    using Connection = Hidl::ControllerConnection;
     EXPECT_EQ(suffer({true, false, false, false}).connection, Connection::DISCONNECTED);
     EXPECT_TRUE(device.takeChange());
     // It lasts, whatever was recorded meanwhile.
@@ -128,7 +128,7 @@ TEST_F(ReplayTest, WrongImageIsNone) {
     const auto draw = [&](const std::string& content, uint32_t width) {
         images.setNext(0, directory_.write("mav0/cam0/data/a.png", content));
         return images.draw({stream, stream.cameras[0], 0, 0, {}},
-                           {pixels.data(), Hal::PixelFormat::GREY_8, width, 1, 2});
+                           {pixels.data(), Hidl::PixelFormat::GREY_8, width, 1, 2});
     };
     EXPECT_TRUE(draw(small, 1));
     EXPECT_EQ(pixels[0], 200);

@@ -134,7 +134,7 @@ TEST(PacedClockTest, SamplersTakeTurnsInTheOrderOfTimeAndALateOneBeginsWithTheWo
 TEST(PlanTest, ZeroAsksForTheDefaultAndWhatTheSensorCannotDoIsRefused) {
     constexpr SensorCapabilities kSensor{{1000, 4}, 2000};
     struct Case {
-        Hal::MotionStreamProperties asked;
+        Hidl::MotionStreamProperties asked;
         std::optional<SamplingPlan> plan;
     };
     const Case cases[] = {

@@ -24,7 +24,7 @@ using namespace Simulator;
 using ::testing::HasSubstr;
 
 constexpr int64_t kSecond = 1'000'000'000;
-constexpr auto kClipped = static_cast<uint32_t>(Hal::MotionSampleStatus::CLIPPED);
+constexpr auto kClipped = static_cast<uint32_t>(Hidl::MotionSampleStatus::CLIPPED);
 
 SampleInstant instantAt(int64_t time, uint32_t rate) {
     return {time, time + 1000, 0, time, std::chrono::nanoseconds{kSecond / rate}};
@@ -122,7 +122,7 @@ Motion integrate(ImuModel& imu, const Trajectory& trajectory, int64_t begin) {
     for (int64_t i = 0; i < kRate; ++i) {
         // Each sample stands for the time around it.
         const int64_t time = begin + (2 * i + 1) * kSecond / (2 * kRate);
-        const Hal::ImuData record = imu.sample(instantAt(time, kRate));
+        const Hidl::ImuData record = imu.sample(instantAt(time, kRate));
         const Vector turn = toVector(record.angularRate) * kPeriod;
         const Vector force = toVector(record.acceleration);
         const Vector acceleration =
@@ -200,7 +200,7 @@ TEST(ImuModelTest, AxisBeyondItsRangeIsClippedAndMarked) {
     SensorSettings sensors = withoutErrors(defaultSensors());
     sensors.headsetImu.accelerometer.range = 2;
     const auto world = makeWorld(sensors);
-    const Hal::ImuData record = makeImu(world).sample(instantAt(kSecond, 1000));
+    const Hidl::ImuData record = makeImu(world).sample(instantAt(kSecond, 1000));
     EXPECT_EQ(record.acceleration[2], 2.0F);
     EXPECT_EQ(record.accelerationRange, 2.0F);
     EXPECT_EQ(record.status, kClipped);
@@ -310,8 +310,8 @@ TEST(ControllerModelTest, ImuFeelsACollisionWhenItsEventSaysSoAndShowsTheControl
     EXPECT_NEAR(felt.norm(), blow->peakAcceleration, 1);
     EXPECT_LT((accelerationAt(blow->timestamp + 5'000'000) - before).norm(), 1);
 
-    using Domain = Hal::TimeDomain;
-    const Hal::ControllerImuData record = model.imu(instantAt(10 * kSecond, 500), 25);
+    using Domain = Hidl::TimeDomain;
+    const Hidl::ControllerImuData record = model.imu(instantAt(10 * kSecond, 500), 25);
     EXPECT_EQ(record.controllerTime,
               static_cast<uint32_t>(
                   *translate(record.timestamp, Domain::MONOTONIC, Domain::CONTROLLER) / 1000));

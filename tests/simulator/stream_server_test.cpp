@@ -11,16 +11,16 @@
 namespace {
 
 using namespace Simulator;
-using Hal::Result;
-using Hal::StreamCommand;
+using Hidl::Result;
+using Hidl::StreamCommand;
 
-using Client = TestSupport::ClientEnd<Hal::MagData>;
+using Client = TestSupport::ClientEnd<Hidl::MagData>;
 
-constexpr auto kDiscontinuity = static_cast<uint32_t>(Hal::MotionSampleStatus::DISCONTINUITY);
+constexpr auto kDiscontinuity = static_cast<uint32_t>(Hidl::MotionSampleStatus::DISCONTINUITY);
 
-std::vector<Hal::MagData> batchFrom(uint32_t sequence, size_t size) {
-    std::vector<Hal::MagData> batch(size);
-    for (Hal::MagData& record : batch) {
+std::vector<Hidl::MagData> batchFrom(uint32_t sequence, size_t size) {
+    std::vector<Hidl::MagData> batch(size);
+    for (Hidl::MagData& record : batch) {
         record.sequence = sequence++;
     }
     return batch;
@@ -28,13 +28,13 @@ std::vector<Hal::MagData> batchFrom(uint32_t sequence, size_t size) {
 
 TEST(ClientStreamTest, BatchThatDoesNotFitIsDroppedWholeAndTheNextRecordSaysSo) {
     Client client{6};
-    ClientStream<Hal::MagData> stream{*client.queue.getDesc(), client.config};
+    ClientStream<Hidl::MagData> stream{*client.queue.getDesc(), client.config};
     ASSERT_EQ(stream.refusal(), Refusal::NONE);
     EXPECT_TRUE(stream.write(batchFrom(0, 4)));
     EXPECT_FALSE(stream.write(batchFrom(4, 4)));
     EXPECT_TRUE(client.awaitData());
 
-    Hal::MagData records[6];
+    Hidl::MagData records[6];
     ASSERT_EQ(client.queue.availableToRead(), 4U);
     ASSERT_TRUE(client.queue.read(records, 4));
     EXPECT_EQ(records[3].sequence, 3U);
@@ -63,7 +63,7 @@ class StreamServerTest : public ::testing::Test {
     }
 
     std::shared_ptr<Faults> faults_ = std::make_shared<Faults>(FaultSettings{});
-    android::sp<StreamServer<Hal::MagData>> server_ = new StreamServer<Hal::MagData>(
+    android::sp<StreamServer<Hidl::MagData>> server_ = new StreamServer<Hidl::MagData>(
         "mag", SamplingPlan{1000, 4},
         [](const SampleInstant& instant) { return batchFrom(instant.sequence, 1).front(); },
         faults_, std::make_shared<WorldClock>());
@@ -137,7 +137,7 @@ TEST_F(StreamServerTest, ConfigurationEndsWithTheLastStreamOfThoseWhoAskedForIt)
 }
 
 TEST(PacedStreamServerTest, WaitsForTheSlowestClientAndDropsNothing) {
-    android::sp<StreamServer<Hal::MagData>> server = new StreamServer<Hal::MagData>(
+    android::sp<StreamServer<Hidl::MagData>> server = new StreamServer<Hidl::MagData>(
         "mag", SamplingPlan{1000, 2},
         [](const SampleInstant& instant) { return batchFrom(instant.sequence, 1).front(); },
         std::make_shared<Faults>(FaultSettings{}), std::make_shared<WorldClock>(0));
@@ -150,7 +150,7 @@ TEST(PacedStreamServerTest, WaitsForTheSlowestClientAndDropsNothing) {
     uint32_t next = 0;
     for (int round = 0; round < 50; ++round) {
         EXPECT_TRUE(slow.awaitData());
-        Hal::MagData record{};
+        Hidl::MagData record{};
         while (slow.queue.read(&record)) {
             EXPECT_EQ(record.sequence, next++);
         }

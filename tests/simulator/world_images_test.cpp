@@ -19,8 +19,8 @@ using namespace Simulator;
 using Eigen::Vector2d;
 
 constexpr int64_t kStanding = 1'000'000'000;
-constexpr Hal::ExposureGain kShort{4'000'000, 3, 1};
-constexpr Hal::ExposureGain kPeriod{10'000'000, 1.2F, 1};
+constexpr Hidl::ExposureGain kShort{4'000'000, 3, 1};
+constexpr Hidl::ExposureGain kPeriod{10'000'000, 1.2F, 1};
 
 const std::shared_ptr<const World>& world() {
     static const std::shared_ptr<const World> world = std::make_shared<World>(WorldSettings{});
@@ -59,9 +59,9 @@ Camera cameraOf(uint32_t id) {
 class Image {
   public:
     Image(WorldImages& source, const Camera& camera, int64_t worldTime,
-          const Hal::ExposureGain& exposure, uint32_t sequence = 0)
+          const Hidl::ExposureGain& exposure, uint32_t sequence = 0)
         : format_(camera.stream.pixelFormat),
-          geometry_(geometryOf(camera.stream, Hal::Resolution::FULL)),
+          geometry_(geometryOf(camera.stream, Hidl::Resolution::FULL)),
           bytes(size_t{geometry_.stride} * geometry_.height) {
         source.draw({camera.stream, camera.plan, sequence, worldTime, exposure},
                     {bytes.data(), format_, geometry_.width, geometry_.height, geometry_.stride});
@@ -75,12 +75,12 @@ class Image {
         const uint8_t* const pixel =
             bytes.data() + size_t{y} * geometry_.stride + size_t{x} * bytesPerPixel(format_);
         switch (format_) {
-            case Hal::PixelFormat::GREY_8:
+            case Hidl::PixelFormat::GREY_8:
                 return pixel[0];
-            case Hal::PixelFormat::RGBA_8888:
+            case Hidl::PixelFormat::RGBA_8888:
                 return pixel[1];
-            case Hal::PixelFormat::GREY_10:
-            case Hal::PixelFormat::DEPTH_16:
+            case Hidl::PixelFormat::GREY_10:
+            case Hidl::PixelFormat::DEPTH_16:
                 break;
         }
         return pixel[0] + 256.0 * pixel[1];
@@ -118,7 +118,7 @@ class Image {
     }
 
   private:
-    Hal::PixelFormat format_;
+    Hidl::PixelFormat format_;
     ImageGeometry geometry_;
 
   public:
@@ -308,10 +308,10 @@ TEST(WorldImagesTest, StereoPairSeesTheDistancesThatTheDepthCameraMeasures) {
 
 TEST(WorldImagesTest, BrightnessGoesWithTimeAndGainAndNoiseWithGain) {
     const Camera camera = cameraOf(0);
-    const auto imageWith = [&](const Hal::ExposureGain& exposure, uint32_t sequence) {
+    const auto imageWith = [&](const Hidl::ExposureGain& exposure, uint32_t sequence) {
         return Image(imagesUnder(0), camera, kStanding, exposure, sequence);
     };
-    const auto noiseWith = [&](const Hal::ExposureGain& exposure) {
+    const auto noiseWith = [&](const Hidl::ExposureGain& exposure) {
         const Image first = imageWith(exposure, 1);
         const Image second = imageWith(exposure, 2);
         double sum = 0;
@@ -335,7 +335,7 @@ TEST(WorldImagesTest, LampsFlickerUnlessTheExposureFitsTheirPeriod) {
         return *most / *least - 1;
     };
     // From frame to frame, where all rows are exposed together.
-    const auto beat = [&](const Hal::ExposureGain& exposure) {
+    const auto beat = [&](const Hidl::ExposureGain& exposure) {
         std::vector<double> means;
         for (uint32_t i = 0; i < 3; ++i) {
             means.push_back(
@@ -347,7 +347,7 @@ TEST(WorldImagesTest, LampsFlickerUnlessTheExposureFitsTheirPeriod) {
     EXPECT_GT(beat(kShort), 0.2);
     EXPECT_LT(beat(kPeriod), 0.02);
     // From row to row, where they are exposed one after the other.
-    const auto banding = [&](const Hal::ExposureGain& exposure) {
+    const auto banding = [&](const Hidl::ExposureGain& exposure) {
         const Image banded(imagesUnder(100), cameraOf(6), kStanding, exposure);
         const Image plain(imagesUnder(0), cameraOf(6), kStanding, exposure);
         std::vector<double> ratios;
@@ -386,7 +386,7 @@ TEST(WorldImagesTest, EyesAreDarkUntilTheirIlluminatorsShine) {
     constexpr int64_t kOpen = 1'500'000'000;  // between blinks
     EXPECT_LT(Image(images, cameraOf(3), kOpen, kPeriod).mean(), 2);
     const android::sp<TestSupport::FakeSensorClient> client = new TestSupport::FakeSensorClient;
-    EXPECT_EQ(leds->enable(client), Hal::Result::SUCCESS);
+    EXPECT_EQ(leds->enable(client), Hidl::Result::SUCCESS);
     for (const uint32_t id : {3U, 4U}) {
         const Camera camera = cameraOf(id);
         const Image image(images, camera, kOpen, kPeriod);

@@ -11,38 +11,38 @@
 namespace TestSupport {
 
 /// Reads frame sets and hands them back on request.
-class CameraClientEnd : public ClientEnd<Hal::FrameSet> {
+class CameraClientEnd : public ClientEnd<Hidl::FrameSet> {
   public:
-    explicit CameraClientEnd(const android::sp<Hal::ICameraStream>& stream)
-        : ClientEnd<Hal::FrameSet>(1), stream_(stream) {}
+    explicit CameraClientEnd(const android::sp<Hidl::ICameraStream>& stream)
+        : ClientEnd<Hidl::FrameSet>(1), stream_(stream) {}
 
-    Hal::Result prepare() {
-        Hal::Result prepared{};
+    Hidl::Result prepare() {
+        Hidl::Result prepared{};
         stream_->prepareStream(
             identity, *queue.getDesc(), config,
-            [&](Hal::Result result, const Queue::Descriptor& recycle, const Hal::FmqConfig&) {
+            [&](Hidl::Result result, const Queue::Descriptor& recycle, const Hidl::FmqConfig&) {
                 prepared = result;
                 wayBack =
-                    result == Hal::Result::SUCCESS ? std::make_unique<Queue>(recycle) : nullptr;
+                    result == Hidl::Result::SUCCESS ? std::make_unique<Queue>(recycle) : nullptr;
             });
         return prepared;
     }
-    Hal::Result control(Hal::StreamCommand command) {
+    Hidl::Result control(Hidl::StreamCommand command) {
         return stream_->controlStream(identity, command);
     }
 
-    Hal::FrameSet take() {
-        Hal::FrameSet frameSet{};
+    Hidl::FrameSet take() {
+        Hidl::FrameSet frameSet{};
         EXPECT_TRUE(awaitData());
         EXPECT_TRUE(queue.read(&frameSet));
         return frameSet;
     }
-    void giveBack(const Hal::FrameSet& frameSet) { EXPECT_TRUE(wayBack->write(&frameSet)); }
+    void giveBack(const Hidl::FrameSet& frameSet) { EXPECT_TRUE(wayBack->write(&frameSet)); }
 
     std::unique_ptr<Queue> wayBack;
 
   private:
-    const android::sp<Hal::ICameraStream> stream_;
+    const android::sp<Hidl::ICameraStream> stream_;
 };
 
 }  // namespace TestSupport

@@ -13,7 +13,7 @@
 
 namespace TestSupport {
 
-namespace Hal = ::vendor::zelvan::hardware::sensors::V1_0;
+namespace Hidl = ::vendor::zelvan::hardware::sensors::V1_0;
 
 constexpr uint32_t kDataReady = 1U << 0;
 constexpr uint32_t kReadDone = 1U << 15;
@@ -22,12 +22,12 @@ template <typename Interface>
 class FakeClient : public MortalObject<Interface> {
   public:
     android::hardware::Return<void> getSensorClientInfo(
-        Hal::ISensorClient::getSensorClientInfo_cb callback) override {
-        callback(Hal::Result::SUCCESS, {"test"});
+        Hidl::ISensorClient::getSensorClientInfo_cb callback) override {
+        callback(Hidl::Result::SUCCESS, {"test"});
         return android::hardware::Void();
     }
 };
-using FakeSensorClient = FakeClient<Hal::ISensorClient>;
+using FakeSensorClient = FakeClient<Hidl::ISensorClient>;
 
 /// The client's queue and event flag.
 template <typename Record>
@@ -54,7 +54,7 @@ class ClientEnd {
     }
 
     Queue queue;
-    Hal::FmqConfig config;
+    Hidl::FmqConfig config;
     android::hardware::EventFlag* eventFlag = nullptr;
     android::sp<FakeSensorClient> identity = new FakeSensorClient;
 };
