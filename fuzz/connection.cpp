@@ -12,9 +12,14 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
+#include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "target.h"
 #include "transport/Endpoint.h"

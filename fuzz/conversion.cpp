@@ -2,6 +2,12 @@
 // shall, and nothing else.
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "camera/camera_provider.h"
 #include "camera/convert.h"

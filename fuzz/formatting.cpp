@@ -1,6 +1,11 @@
 // Records of any content, as sensorctl writes them: rows that are read back as what they were, JSON
 // that is JSON, and words for people.
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <cstring>
 #include <nlohmann/json.hpp>
+#include <string>
 
 #include <algorithm>
 

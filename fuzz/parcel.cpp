@@ -10,8 +10,10 @@
 #include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "camera/frame_set_config_update_callback.h"

@@ -3,6 +3,8 @@
 
 #include <fmq/MessageQueue.h>
 
+#include <cstdint>
+
 #include "target.h"
 
 namespace Fuzz {

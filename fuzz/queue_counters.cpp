@@ -7,6 +7,9 @@
 #include <vek/sensors/motion.h>
 
 #include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <optional>
 #include <thread>
 #include <vector>
 

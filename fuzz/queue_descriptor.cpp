@@ -4,6 +4,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/types.h>
 
 #include <array>
+#include <cstdint>
 
 #include "descriptor.h"
 #include "queue.h"

@@ -1,5 +1,6 @@
 // Runs a target once for each file of the directories that are named: the seeds as a test, where
 // libFuzzer is not at hand.
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>

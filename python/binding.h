@@ -2,6 +2,7 @@
 // the headers, in the spelling of Python.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>

@@ -1,4 +1,11 @@
 // Cameras: their streams, their exposure and the settings that all of them share.
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 #include "areas.h"
 #include "binding.h"
 #include "callback.h"

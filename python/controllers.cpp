@@ -1,4 +1,11 @@
 // Both sides of the controllers: of those who use them, and of the one who owns their state.
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "areas.h"
 #include "binding.h"
 #include "callback.h"

@@ -2,6 +2,10 @@
 // process for are refused here.
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include "areas.h"
 #include "binding.h"
 #include "callback.h"

@@ -1,9 +1,15 @@
 // All that a frame set says is another process's word: nothing may be read outside of its buffers.
 #include "frame_stream.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <deque>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 using namespace Vek::Sensors;
 

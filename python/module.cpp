@@ -1,4 +1,7 @@
 // The Python module moriak_sensors.
+#include <tuple>
+#include <type_traits>
+
 #include "areas.h"
 #include "callback.h"
 #include "service.h"

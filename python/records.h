@@ -1,8 +1,15 @@
 // Records in NumPy: their dtypes, and their bytes without the gaps that C++ leaves.
 #pragma once
 
+#include <array>
+#include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "values.h"

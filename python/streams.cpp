@@ -7,6 +7,7 @@
 #include <chrono>
 #include <iterator>
 #include <set>
+#include <stdexcept>
 #include <string>
 
 namespace {

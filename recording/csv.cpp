@@ -1,6 +1,8 @@
 // Rows and cells of CSV files.
 #include "recording/csv.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <system_error>

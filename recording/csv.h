@@ -1,6 +1,8 @@
 // CSV files with named columns, written and read row by row.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>

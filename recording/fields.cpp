@@ -1,6 +1,8 @@
 // The parts of the fields' texts that do not depend on the record.
 #include "recording/fields.h"
 
+#include <fmt/format.h>
+
 #include <cctype>
 #include <cmath>
 

@@ -16,7 +16,10 @@
 // A unit is written as people read it; columns carry it as a suffix of letters, digits and `_`.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <charconv>
 #include <functional>
 #include <initializer_list>
 #include <iterator>

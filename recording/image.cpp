@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 #include "recording/error.h"
 

@@ -1,10 +1,13 @@
 // Finds what there is in a recording.
 #include "recording/reader.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "recording/layout.h"
 

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
+#include <filesystem>
 #include <utility>
 
 #include "recording/error.h"

@@ -15,8 +15,8 @@ std::string describeCaller(const ClientIdentity& client) {
     constexpr size_t kMaxNameLength = 64;
     std::string name = "nameless client";
     if (client != nullptr) {
-        const auto asked =
-            client->getSensorClientInfo([&](Hidl::Result result, const Hidl::SensorClientInfo& info) {
+        const auto asked = client->getSensorClientInfo(
+            [&](Hidl::Result result, const Hidl::SensorClientInfo& info) {
                 if (result == Hidl::Result::SUCCESS) {
                     name.assign(info.name.c_str(), std::min(info.name.size(), kMaxNameLength));
                 }

@@ -4,6 +4,7 @@
 #include <hidl/HidlSupport.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ISensorClient.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <utility>

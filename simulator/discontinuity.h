@@ -37,6 +37,7 @@ struct Discontinuity<Hidl::ImuData> : StatusBit<Hidl::MotionSampleStatus::DISCON
 template <>
 struct Discontinuity<Hidl::MagData> : StatusBit<Hidl::MotionSampleStatus::DISCONTINUITY> {};
 template <>
-struct Discontinuity<Hidl::ControllerImuData> : StatusBit<Hidl::MotionSampleStatus::DISCONTINUITY> {};
+struct Discontinuity<Hidl::ControllerImuData> : StatusBit<Hidl::MotionSampleStatus::DISCONTINUITY> {
+};
 
 }  // namespace Simulator

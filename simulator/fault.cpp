@@ -6,6 +6,7 @@
 #include <array>
 #include <cctype>
 #include <cmath>
+#include <exception>
 #include <utility>
 
 #include "calls.h"
@@ -64,7 +65,7 @@ const KindRow& rowOf(FaultKind kind) {
 }
 
 constexpr Hidl::Result kErrors[] = {Hidl::Result::FAILURE, Hidl::Result::BAD_STATE,
-                                   Hidl::Result::IGNORED};
+                                    Hidl::Result::IGNORED};
 
 constexpr Recording::Named<FaultTarget> kTargets[] = {{FaultTarget::CALL, "CALL"},
                                                       {FaultTarget::STREAM, "STREAM"},

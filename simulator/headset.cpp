@@ -1,5 +1,7 @@
 #include "headset.h"
 
+#include <utility>
+
 #include "camera/camera_devices.h"
 #include "camera/world_images.h"
 #include "controller/controller_devices.h"

@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -63,7 +66,7 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
 
     /// Takes the client's queue; the stream is then stopped.
     Hidl::Result prepare(const typename Queue::Descriptor& queue, const ClientIdentity& identity,
-                        const Hidl::FmqConfig& config);
+                         const Hidl::FmqConfig& config);
 
     /// Into the queues of all started clients.
     void write(const std::vector<Record>& records) {
@@ -172,8 +175,8 @@ std::string summaryOf(const StreamClients<Record>& clients) {
 
 template <typename Record>
 Hidl::Result StreamClients<Record>::prepare(const typename Queue::Descriptor& queue,
-                                           const ClientIdentity& identity,
-                                           const Hidl::FmqConfig& config) {
+                                            const ClientIdentity& identity,
+                                            const Hidl::FmqConfig& config) {
     const auto client = std::make_shared<Client>(identity, queue, config);
     if (!this->takeIn(client)) {
         return Hidl::Result::FAILURE;

@@ -4,6 +4,7 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -89,7 +90,7 @@ bool StreamRegister<Client>::takeIn(const ClientPointer& client) {
 
 template <typename Client>
 Hidl::Result StreamRegister<Client>::control(const ClientIdentity& identity,
-                                            Hidl::StreamCommand command) {
+                                             Hidl::StreamCommand command) {
     if (identity == nullptr) {
         return Hidl::Result::FAILURE;
     }

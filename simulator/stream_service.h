@@ -19,13 +19,13 @@ class StreamService : public Service<Interface> {
     explicit StreamService(android::sp<Server> server) : server_(std::move(server)) {}
 
     Return<Hidl::Result> prepareStream(const ClientQueue<Record>& queue,
-                                      const ClientIdentity& client,
-                                      const Hidl::FmqConfig& config) override {
+                                       const ClientIdentity& client,
+                                       const Hidl::FmqConfig& config) override {
         return server_->prepare(queue, client, config);
     }
 
     Return<Hidl::Result> controlStream(const ClientIdentity& client,
-                                      Hidl::StreamCommand command) override {
+                                       Hidl::StreamCommand command) override {
         return server_->control(client, command);
     }
 

@@ -3,6 +3,8 @@
 
 #include <vek/sensors/factories.h>
 
+#include <chrono>
+
 Receiver::Receiver()
     : composite_(Vek::Sensors::createStreamCompositor()->createCompositeStream("sensorctl")) {}
 

@@ -1,5 +1,14 @@
 // sensorctl record
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "camera/mux_state_log.h"
 #include "commands.h"

@@ -1,5 +1,11 @@
 // sensorctl recording info, check, plot
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
 
 #include "commands.h"
 #include "display.h"

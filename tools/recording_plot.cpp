@@ -8,11 +8,13 @@
 #include <cctype>
 #include <cmath>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <regex>
 
 #include "failure.h"

@@ -4,7 +4,14 @@
 #include <semaphore.h>
 #include <vek/sensors/factories.h>
 
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "between_processes/benchmarks.h"
 #include "between_processes/service.h"

@@ -3,7 +3,15 @@
 #include <fmt/format.h>
 #include <vek/sensors/factories.h>
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 #include "between_processes/benchmarks.h"
 #include "between_processes/service.h"

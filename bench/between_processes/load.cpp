@@ -2,12 +2,18 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <regex>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "between_processes/benchmarks.h"
 #include "between_processes/load_client.h"

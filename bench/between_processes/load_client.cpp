@@ -5,10 +5,13 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "between_processes/benchmarks.h"

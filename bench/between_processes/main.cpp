@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <string>
+#include <vector>
 
 #include "between_processes/benchmarks.h"
 #include "between_processes/load_client.h"

@@ -3,8 +3,11 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <string>
+#include <vector>
 
 #include "between_processes/benchmarks.h"
 #include "between_processes/service_interfaces.h"

@@ -6,7 +6,9 @@
 #include <fmq/MessageQueue.h>
 #include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
+#include <cstdint>
 #include <optional>
+#include <type_traits>
 
 #include "between_processes/service.h"
 
@@ -72,7 +74,8 @@ using PartlyServed = HalTable::EveryMethod<NotServed<Interface>, Interface>;
 class Imu : public PartlyServed<Hidl::IImu> {
   public:
     Return<Hidl::Result> prepareStream(const Queue<Hidl::ImuData>::Descriptor& queue,
-                                      HalClient /*client*/, const Hidl::FmqConfig& config) override {
+                                       HalClient /*client*/,
+                                       const Hidl::FmqConfig& config) override {
         samples.take(queue, config);
         return Hidl::Result::SUCCESS;
     }
@@ -128,12 +131,12 @@ class CameraProvider : public PartlyServed<Hidl::ICameraProvider> {
 class Tambril : public PartlyServed<Hidl::ITambril> {
   public:
     Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId /*client*/,
-                                       const sp<Hidl::ITambrilCallback>& /*callback*/) override {
+                                        const sp<Hidl::ITambrilCallback>& /*callback*/) override {
         return Hidl::Result::SUCCESS;
     }
     Return<Hidl::Result> sendMessage(const sp<Hidl::ITambrilCallback>& callback,
-                                    const Hidl::ControllerAddr& address, uint32_t procedure,
-                                    const hidl_vec<uint8_t>& payload) override {
+                                     const Hidl::ControllerAddr& address, uint32_t procedure,
+                                     const hidl_vec<uint8_t>& payload) override {
         if (procedure == kAnsweredProcedure) {
             Hidl::KivraRpcMessage answer{};
             answer.address = address;

@@ -1,8 +1,12 @@
 // What the library adds to a program before the first sample: bytes, relocations, time, memory.
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "between_processes/benchmarks.h"
 #include "between_processes/peer.h"

@@ -3,6 +3,7 @@
 // usage: bench-images [--quick]
 #include <time.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <vector>

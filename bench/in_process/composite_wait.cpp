@@ -2,7 +2,12 @@
 #include <fmt/format.h>
 #include <vek/sensors/motion.h>
 
+#include <atomic>
+#include <cstdint>
 #include <deque>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "foundation/hal.h"
 #include "in_process/data_path.h"

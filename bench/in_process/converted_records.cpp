@@ -4,7 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "controller/convert.h"
 #include "in_process/data_path.h"

@@ -5,6 +5,7 @@
 #include <valgrind/callgrind.h>
 
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

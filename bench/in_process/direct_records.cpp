@@ -4,6 +4,10 @@
 #include <vek/sensors/flicker.h>
 #include <vek/sensors/motion.h>
 
+#include <cstring>
+#include <string>
+#include <vector>
+
 #include "foundation/hal.h"
 #include "in_process/data_path.h"
 #include "in_process/played_stream.h"

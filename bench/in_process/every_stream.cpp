@@ -4,6 +4,9 @@
 #include <vek/sensors/flicker.h>
 #include <vek/sensors/motion.h>
 
+#include <string>
+#include <vector>
+
 #include "controller/convert.h"
 #include "in_process/data_path.h"
 #include "in_process/played_stream.h"

@@ -9,6 +9,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "in_process/counts.h"
 #include "in_process/data_path.h"

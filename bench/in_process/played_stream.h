@@ -4,6 +4,7 @@
 #include <fmq/SharedMapping.h>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 
 #include "in_process/data_path.h"

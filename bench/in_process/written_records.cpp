@@ -2,6 +2,10 @@
 #include <vek/sensors/controller_state.h>
 #include <vek/sensors/frame_set.h>
 
+#include <atomic>
+#include <memory>
+#include <vector>
+
 #include "camera/dual_stream_handle.h"
 #include "controller/output_stream_handle.h"
 #include "in_process/data_path.h"

@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cstdint>
+
 #include "owned_handle.h"
 
 namespace Simulator {

@@ -4,6 +4,8 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
 #include "camera/calibration.h"
 
@@ -52,7 +54,8 @@ Return<void> CameraProviderService::getCalibrationData(uint32_t cameraId,
     return Void();
 }
 
-Return<android::sp<Hidl::ICameraStream>> CameraProviderService::getStream(Hidl::FrameType frameType) {
+Return<android::sp<Hidl::ICameraStream>> CameraProviderService::getStream(
+    Hidl::FrameType frameType) {
     return android::sp<Hidl::ICameraStream>(streamOf(frameType));
 }
 
@@ -154,7 +157,8 @@ Return<Result> CameraProviderService::controlEvery(
 }
 
 Result CameraProviderService::controlTarget(
-    const android::sp<Hidl::ICameraStreamControlTarget>& target, Hidl::StreamCommand command) const {
+    const android::sp<Hidl::ICameraStreamControlTarget>& target,
+    Hidl::StreamCommand command) const {
     if (target == nullptr) {
         return Result::FAILURE;
     }
@@ -170,7 +174,8 @@ Result CameraProviderService::controlTarget(
     }
     const android::sp<Hidl::ICameraStream> named = stream;
     for (const StreamPointer& candidate : streams_) {
-        if (android::hardware::interfacesEqual(named, android::sp<Hidl::ICameraStream>(candidate))) {
+        if (android::hardware::interfacesEqual(named,
+                                               android::sp<Hidl::ICameraStream>(candidate))) {
             return candidate->server()->control(client, command);
         }
     }

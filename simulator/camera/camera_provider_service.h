@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -24,7 +25,7 @@ class CameraProviderService : public Service<Hidl::ICameraProvider> {
     Return<void> getCalibrationData(uint32_t cameraId, getCalibrationData_cb callback) override;
     Return<android::sp<Hidl::ICameraStream>> getStream(Hidl::FrameType frameType) override;
     Return<android::sp<Hidl::ICameraStream>> getStreamByPurpose(const String& purpose,
-                                                               const String& variant) override;
+                                                                const String& variant) override;
     Return<android::sp<Hidl::ICameraStreamController>> getStreamController(
         const String& purpose, const String& variant) override;
     Return<Hidl::UtilityFrequency> getUtilityFrequency() override;
@@ -45,7 +46,7 @@ class CameraProviderService : public Service<Hidl::ICameraProvider> {
     StreamPointer streamOf(Hidl::FrameType frameType) const;
     StreamPointer streamOf(const String& purpose, const String& variant) const;
     Hidl::Result controlTarget(const android::sp<Hidl::ICameraStreamControlTarget>& target,
-                              Hidl::StreamCommand command) const;
+                               Hidl::StreamCommand command) const;
 
     const std::shared_ptr<Faults> faults_;
     const std::vector<StreamPointer> streams_;

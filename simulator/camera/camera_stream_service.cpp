@@ -3,6 +3,8 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstdint>
 
 namespace Simulator {
 

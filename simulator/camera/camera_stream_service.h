@@ -4,6 +4,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraStream.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraStreamController.h>
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -28,7 +29,7 @@ class CameraStreamService : public Service<Hidl::ICameraStream> {
     Return<void> getConfiguration(const ClientIdentity& client,
                                   getConfiguration_cb callback) override;
     Return<Hidl::Result> controlStream(const ClientIdentity& client,
-                                      Hidl::StreamCommand command) override;
+                                       Hidl::StreamCommand command) override;
     Return<Hidl::Result> startOverridingExposureSettings(const ClientIdentity& client) override;
     Return<Hidl::Result> stopOverridingExposureSettings(const ClientIdentity& client) override;
     Return<void> registerFrameConfigCallback(
@@ -66,7 +67,7 @@ class CameraStreamController : public Service<Hidl::ICameraStreamController> {
     Return<Hidl::Result> startOverridingExposureSettings() override;
     Return<Hidl::Result> stopOverridingExposureSettings() override;
     Return<Hidl::Result> setExposureGain(uint8_t slot, uint32_t frameSets,
-                                        const Hidl::ExposureGainSettings& settings) override;
+                                         const Hidl::ExposureGainSettings& settings) override;
 
   private:
     const android::sp<FrameSetServer> server_;

@@ -25,7 +25,7 @@ Hidl::ExposureGain automaticExposure(double brightness, Hidl::UtilityFrequency f
     constexpr double kUnfit = 4e6;
     const double period = frequency == Hidl::UtilityFrequency::FREQUENCY_50_HZ   ? 1e9 / 100
                           : frequency == Hidl::UtilityFrequency::FREQUENCY_60_HZ ? 1e9 / 120
-                                                                                : kUnfit;
+                                                                                 : kUnfit;
     const double wanted = static_cast<double>(kAutomaticExposure.exposureTime) *
                           kAutomaticExposure.analogGain / std::max(brightness, 1e-6);
     const double time = std::min(period, wanted);
@@ -54,7 +54,7 @@ Hidl::Result ExposureControl::stopOverriding(Claimant claimant) {
 }
 
 Hidl::Result ExposureControl::set(Claimant claimant, const Hidl::ExposureGainSettings& settings,
-                                 uint32_t frameSets) {
+                                  uint32_t frameSets) {
     if (settings.numCameras > settings.cameras.size()) {
         return Hidl::Result::FAILURE;
     }

@@ -31,7 +31,7 @@ class ExposureControl {
     /// @return BAD_STATE if the claimant does not override, FAILURE for more cameras than there can
     /// be
     Hidl::Result set(Claimant claimant, const Hidl::ExposureGainSettings& settings,
-                    uint32_t frameSets);
+                     uint32_t frameSets);
 
     /// Sets the frequency of the lamps' flicker, which the automatic control avoids.
     void setUtilityFrequency(Hidl::UtilityFrequency frequency);

@@ -4,6 +4,7 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <cstdint>
 
 #include "owned_handle.h"
 

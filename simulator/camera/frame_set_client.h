@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
 
+#include <cstdint>
 #include <vector>
 
 #include "camera/frame_set_ledger.h"

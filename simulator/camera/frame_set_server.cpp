@@ -4,6 +4,7 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <thread>
 #include <utility>
 
@@ -57,7 +58,7 @@ std::shared_ptr<const FrameSetClient> FrameSetServer::prepare(
 }
 
 Hidl::Result FrameSetServer::addCallback(const ClientIdentity& identity,
-                                        const android::sp<Hidl::IFrameConfigCallback>& callback) {
+                                         const android::sp<Hidl::IFrameConfigCallback>& callback) {
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
     if (client == nullptr || client->isStarted) {

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -63,7 +64,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
 
     /// @return BAD_STATE unless the client's stream is prepared and stopped
     Hidl::Result addCallback(const ClientIdentity& identity,
-                            const android::sp<Hidl::IFrameConfigCallback>& callback);
+                             const android::sp<Hidl::IFrameConfigCallback>& callback);
     std::vector<android::sp<Hidl::IFrameConfigCallback>> callbacks() const;
 
     /// Lets a client act on the exposure. @return BAD_STATE if its stream is not prepared

@@ -6,6 +6,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "owned_handle.h"
 
 namespace Simulator {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <utility>
 
 namespace Simulator {
 namespace {
@@ -73,7 +75,7 @@ std::vector<Hidl::MuxPurpose> purposeDataOf(const Servers& servers, const MuxMod
 }
 
 Hidl::CameraGlobalConfiguration globalConfiguration(const CameraStreamPlan& stream,
-                                                   const CameraPlan& camera) {
+                                                    const CameraPlan& camera) {
     constexpr ExposureLimits kLimits;
     Hidl::CameraGlobalConfiguration configuration{};
     configuration.cameraId = camera.id;
@@ -90,7 +92,7 @@ Hidl::CameraGlobalConfiguration globalConfiguration(const CameraStreamPlan& stre
 }
 
 Hidl::CameraPerSlotConfiguration slotConfiguration(const CameraStreamPlan& stream,
-                                                  const CameraPlan& camera) {
+                                                   const CameraPlan& camera) {
     Hidl::CameraPerSlotConfiguration configuration{};
     configuration.cameraId = camera.id;
     configuration.frameType = stream.frameType;
@@ -102,7 +104,7 @@ Hidl::CameraPerSlotConfiguration slotConfiguration(const CameraStreamPlan& strea
 }
 
 Hidl::MuxState stateOf(const Servers& servers, const MuxModePlan& mode, uint32_t header,
-                      int64_t since) {
+                       int64_t since) {
     std::vector<Hidl::CameraGlobalConfiguration> globals;
     std::vector<std::vector<Hidl::CameraPerSlotConfiguration>> slots(kSlots);
     for (const auto& server : servers) {
@@ -182,9 +184,9 @@ Hidl::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
 }
 
 Hidl::Result MuxControl::addCallback(FrameSetServer& server,
-                                    const android::sp<Hidl::ISensorClient>& identity,
-                                    const android::sp<Hidl::IFrameConfigCallback>& callback,
-                                    Hidl::MuxState* state) {
+                                     const android::sp<Hidl::ISensorClient>& identity,
+                                     const android::sp<Hidl::IFrameConfigCallback>& callback,
+                                     Hidl::MuxState* state) {
     const std::lock_guard lock{mutex_};
     *state = state_;
     return server.addCallback(identity, callback);

@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -30,9 +31,10 @@ class MuxControl {
     Hidl::Result apply(const std::string& mode, uint8_t transition);
 
     /// As FrameSetServer::addCallback. @param state receives the one in force
-    Hidl::Result addCallback(FrameSetServer& server, const android::sp<Hidl::ISensorClient>& identity,
-                            const android::sp<Hidl::IFrameConfigCallback>& callback,
-                            Hidl::MuxState* state);
+    Hidl::Result addCallback(FrameSetServer& server,
+                             const android::sp<Hidl::ISensorClient>& identity,
+                             const android::sp<Hidl::IFrameConfigCallback>& callback,
+                             Hidl::MuxState* state);
 
   private:
     const std::vector<android::sp<FrameSetServer>> servers_;

@@ -2,6 +2,7 @@
 #include "camera/readout.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 

@@ -1,11 +1,14 @@
 // The images of the simulated world.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "camera/camera_settings.h"
 #include "camera/image_source.h"

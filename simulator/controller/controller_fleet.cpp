@@ -4,6 +4,7 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "client_register.h"
@@ -506,7 +507,8 @@ WirelessState ControllerFleet::radioStateLocked(Time now) const {
     if (isAny(Hidl::ControllerConnection::CONNECTED)) {
         return WirelessState::CONNECTED;
     }
-    return isAny(Hidl::ControllerConnection::ASLEEP) ? WirelessState::LOST : WirelessState::SCANNING;
+    return isAny(Hidl::ControllerConnection::ASLEEP) ? WirelessState::LOST
+                                                     : WirelessState::SCANNING;
 }
 
 void ControllerFleet::publishLocked() {

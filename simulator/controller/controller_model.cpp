@@ -1,6 +1,7 @@
 #include "controller/controller_model.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -80,7 +81,7 @@ float ControllerModel::pull(const SampleInstant& instant, uint32_t input) const 
 }
 
 Hidl::ButtonData ControllerModel::buttons(const SampleInstant& instant,
-                                         const ThumbstickCalibration& calibration) const {
+                                          const ThumbstickCalibration& calibration) const {
     Hidl::ButtonData record{};
     record.header = header(instant);
     for (uint32_t button = 0; button < kButtons; ++button) {

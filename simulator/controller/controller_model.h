@@ -1,6 +1,7 @@
 // What the sensors and inputs of one simulated controller report at a moment.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -42,7 +43,7 @@ class ControllerModel {
                     std::shared_ptr<const World> world);
 
     Hidl::ButtonData buttons(const SampleInstant& instant,
-                            const ThumbstickCalibration& calibration) const;
+                             const ThumbstickCalibration& calibration) const;
     Hidl::CurlData curl(const SampleInstant& instant) const;
     Hidl::PrecisionPadData precisionPad(const SampleInstant& instant) const;
     Hidl::MultiTouchData multiTouch(const SampleInstant& instant) const;

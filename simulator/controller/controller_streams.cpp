@@ -15,7 +15,8 @@ ControllerStreams::ControllerStreams(const std::shared_ptr<Faults>& faults)
           new StreamClients<Hidl::WirelessDeviceStats>("controller wireless statistics", faults)),
       poses(new StreamClients<Hidl::PoseInput>("controller poses", faults)),
       adc(new StreamClients<Hidl::ControllerInputADCData>("controller ADC", faults)),
-      collisions(new StreamClients<Hidl::ControllerCollisionEvent>("controller collisions", faults)),
+      collisions(
+          new StreamClients<Hidl::ControllerCollisionEvent>("controller collisions", faults)),
       haptics(new StreamClients<Hidl::HapticsState>("haptics states", faults)),
       wirelessStates(
           new StreamClients<Hidl::WirelessStateTransition>("wireless state transitions", faults)),

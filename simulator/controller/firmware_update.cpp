@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -128,8 +129,8 @@ bool runUpdate(const ControllerSettings& settings, const FirmwareReports& report
 }  // namespace
 
 Hidl::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
-                                Hidl::ControllerAddr address, Hidl::ControllerType type,
-                                const FirmwareReports& reports) {
+                                 Hidl::ControllerAddr address, Hidl::ControllerType type,
+                                 const FirmwareReports& reports) {
     if (const char* const problem = problemOf(reports)) {
         ALOGW("controller %llx: refused to update it for a client: %s",
               static_cast<unsigned long long>(address.address), problem);

@@ -18,7 +18,7 @@ using FirmwareReports = Hidl::IControllerManagementClient::FWUpdateCallbackConfi
 /// succeeds; the controller leaves its updating state after that. A client that takes seconds for
 /// one gets no more of them.
 Hidl::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
-                                Hidl::ControllerAddr address, Hidl::ControllerType type,
-                                const FirmwareReports& reports);
+                                 Hidl::ControllerAddr address, Hidl::ControllerType type,
+                                 const FirmwareReports& reports);
 
 }  // namespace Simulator

@@ -23,14 +23,14 @@ class ManagementClient : public Service<Hidl::IControllerManagementClient> {
     Return<Hidl::Result> pairController(const Hidl::ControllerAddr& controller) override;
     Return<Hidl::Result> unpairController(const Hidl::ControllerAddr& controller) override;
     Return<Hidl::Result> updateFirmware(const Hidl::ControllerAddr& controller,
-                                       Hidl::ControllerType type,
-                                       const FWUpdateCallbackConfig& config) override;
+                                        Hidl::ControllerType type,
+                                        const FWUpdateCallbackConfig& config) override;
 
   private:
     /// The answer of `action`, with a log line for what fails.
     template <typename Action>
     Hidl::Result command(const char* method, const Hidl::ControllerAddr& controller,
-                        const Action& action);
+                         const Action& action);
 
     const std::shared_ptr<ControllerFleet> fleet_;
 };

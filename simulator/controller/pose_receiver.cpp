@@ -8,8 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdint>
+#include <mutex>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "owned_handle.h"
 

@@ -4,9 +4,12 @@
 #include <fmq/MessageQueue.h>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "controller/controller_fleet.h"
 #include "controller/pose_ledger.h"
@@ -19,8 +22,8 @@ namespace Simulator {
 /// A sender with its queue, which this side has made, and the thread that reads it.
 class PoseSender : public StreamingParty {
   public:
-    using Queue =
-        android::hardware::MessageQueue<Hidl::PoseOutput, android::hardware::kSynchronizedReadWrite>;
+    using Queue = android::hardware::MessageQueue<Hidl::PoseOutput,
+                                                  android::hardware::kSynchronizedReadWrite>;
 
     PoseSender(const ClientIdentity& client, std::shared_ptr<ControllerFleet> fleet);
     ~PoseSender();

@@ -2,6 +2,7 @@
 
 #include <log/log.h>
 
+#include <cstdint>
 #include <utility>
 
 #include "controller/streaming_client.h"
@@ -72,12 +73,12 @@ ControllerProviderService::getStreamingClient() {
 
 template <typename Record>
 Hidl::Result ControllerProviderService::prepare(StreamClients<Record>& stream,
-                                               const ClientQueue<Record>& queue,
-                                               const ClientIdentity& client,
-                                               const Hidl::FmqConfig& config) {
+                                                const ClientQueue<Record>& queue,
+                                                const ClientIdentity& client,
+                                                const Hidl::FmqConfig& config) {
     const Hidl::Result result = stream.prepare(queue, client, config);
     return result == Hidl::Result::SUCCESS ? stream.control(client, Hidl::StreamCommand::START)
-                                          : result;
+                                           : result;
 }
 
 Return<Hidl::Result> ControllerProviderService::prepareStateChangeStream(

@@ -31,32 +31,32 @@ class ControllerProviderService : public Service<Hidl::IControllerProvider> {
         const ClientQueue<Hidl::PairedControllerInfo>& queue, const ClientIdentity& client,
         const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareCurlStream(const ClientQueue<Hidl::CurlData>& queue,
+                                           const ClientIdentity& client,
+                                           const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareImuStream(const ClientQueue<Hidl::ControllerImuData>& queue,
                                           const ClientIdentity& client,
                                           const Hidl::FmqConfig& config) override;
-    Return<Hidl::Result> prepareImuStream(const ClientQueue<Hidl::ControllerImuData>& queue,
-                                         const ClientIdentity& client,
-                                         const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareButtonStream(const ClientQueue<Hidl::ButtonData>& queue,
-                                            const ClientIdentity& client,
-                                            const Hidl::FmqConfig& config) override;
+                                             const ClientIdentity& client,
+                                             const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> preparePrecisionPadStream(const ClientQueue<Hidl::PrecisionPadData>& queue,
-                                                  const ClientIdentity& client,
-                                                  const Hidl::FmqConfig& config) override;
+                                                   const ClientIdentity& client,
+                                                   const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareMultiTouchStream(const ClientQueue<Hidl::MultiTouchData>& queue,
-                                                const ClientIdentity& client,
-                                                const Hidl::FmqConfig& config) override;
+                                                 const ClientIdentity& client,
+                                                 const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareStylusStream(const ClientQueue<Hidl::StylusData>& queue,
-                                            const ClientIdentity& client,
-                                            const Hidl::FmqConfig& config) override;
+                                             const ClientIdentity& client,
+                                             const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareWirelessDeviceStatsStream(
         const ClientQueue<Hidl::WirelessDeviceStats>& queue, const ClientIdentity& client,
         const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> preparePoseInputStream(const ClientQueue<Hidl::PoseInput>& queue,
-                                               const ClientIdentity& client,
-                                               const Hidl::FmqConfig& config) override;
-    Return<Hidl::Result> prepareInputADCStream(const ClientQueue<Hidl::ControllerInputADCData>& queue,
-                                              const ClientIdentity& client,
-                                              const Hidl::FmqConfig& config) override;
+                                                const ClientIdentity& client,
+                                                const Hidl::FmqConfig& config) override;
+    Return<Hidl::Result> prepareInputADCStream(
+        const ClientQueue<Hidl::ControllerInputADCData>& queue, const ClientIdentity& client,
+        const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareCollisionEventStream(
         const ClientQueue<Hidl::ControllerCollisionEvent>& queue, const ClientIdentity& client,
         const Hidl::FmqConfig& config) override;
@@ -65,7 +65,7 @@ class ControllerProviderService : public Service<Hidl::IControllerProvider> {
     /// Takes the client's queue and starts its stream.
     template <typename Record>
     Hidl::Result prepare(StreamClients<Record>& stream, const ClientQueue<Record>& queue,
-                        const ClientIdentity& client, const Hidl::FmqConfig& config);
+                         const ClientIdentity& client, const Hidl::FmqConfig& config);
 
     const std::shared_ptr<Faults> faults_;
     const std::shared_ptr<ControllerFleet> fleet_;

@@ -2,6 +2,7 @@
 
 #include <log/log.h>
 
+#include <cstdint>
 #include <utility>
 
 namespace Simulator {
@@ -66,8 +67,8 @@ Return<Result> ControllerStateProviderService::controlControllerInputStream(
     return fleet_->streams().inputs->control(client, command);
 }
 
-Return<Result> ControllerStateProviderService::controlPoseOutputStream(const ClientIdentity& client,
-                                                                       Hidl::StreamCommand command) {
+Return<Result> ControllerStateProviderService::controlPoseOutputStream(
+    const ClientIdentity& client, Hidl::StreamCommand command) {
     return poses_->control(client, command);
 }
 

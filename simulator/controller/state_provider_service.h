@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerStateProvider.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "controller/controller_fleet.h"
@@ -17,8 +18,8 @@ class ControllerStateProviderService : public Service<Hidl::IControllerStateProv
                                    android::sp<PoseReceiver> poses);
 
     Return<Hidl::Result> prepareHapticsStateStream(const ClientQueue<Hidl::HapticsState>& queue,
-                                                  const ClientIdentity& client,
-                                                  const Hidl::FmqConfig& config) override;
+                                                   const ClientIdentity& client,
+                                                   const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareWirelessStateTransitionStream(
         const ClientQueue<Hidl::WirelessStateTransition>& queue, const ClientIdentity& client,
         const Hidl::FmqConfig& config) override;
@@ -28,13 +29,13 @@ class ControllerStateProviderService : public Service<Hidl::IControllerStateProv
     Return<void> preparePoseOutputStream(const ClientIdentity& client,
                                          preparePoseOutputStream_cb callback) override;
     Return<Hidl::Result> controlHapticsStateStream(const ClientIdentity& client,
-                                                  Hidl::StreamCommand command) override;
+                                                   Hidl::StreamCommand command) override;
     Return<Hidl::Result> controlWirelessStateTransitionStream(const ClientIdentity& client,
-                                                             Hidl::StreamCommand command) override;
+                                                              Hidl::StreamCommand command) override;
     Return<Hidl::Result> controlControllerInputStream(const ClientIdentity& client,
-                                                     Hidl::StreamCommand command) override;
+                                                      Hidl::StreamCommand command) override;
     Return<Hidl::Result> controlPoseOutputStream(const ClientIdentity& client,
-                                                Hidl::StreamCommand command) override;
+                                                 Hidl::StreamCommand command) override;
     Return<bool> notifyBatteryState(uint8_t level) override;
     Return<void> enterPairingMode(enterPairingMode_cb callback) override;
     Return<void> getPairingInfo(getPairingInfo_cb callback) override;

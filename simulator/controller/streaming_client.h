@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerStreamingClient.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "controller/controller_fleet.h"

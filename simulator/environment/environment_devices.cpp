@@ -21,7 +21,7 @@ EnvironmentDevices::EnvironmentDevices(const EnvironmentSettings& settings,
                                        const std::shared_ptr<WorldClock>& clock)
     : lamps_(std::make_shared<RoomLight>(settings.flickerFrequency, settings.illuminance)),
       flicker_(new StreamServer<Hidl::FlickerData>("flicker sensor", kBlockPlan,
-                                                  samplesOf(FlickerModel(lamps_)), faults, clock)),
+                                                   samplesOf(FlickerModel(lamps_)), faults, clock)),
       adcFlicker_(new StreamServer<Hidl::AdcFlickerData>(
           "flicker sensor's ADC", kBlockPlan, samplesOf(AdcFlickerModel(lamps_)), faults, clock)),
       ambientLight_(new StreamServer<Hidl::AmbientLightData>(

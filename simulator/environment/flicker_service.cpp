@@ -8,14 +8,14 @@ namespace {
 
 template <typename Record>
 Hidl::Result prepare(const android::sp<StreamClients<Record>>& clients,
-                    const ClientQueue<Record>& queue, const ClientIdentity& client,
-                    const Hidl::FmqConfig& config) {
+                     const ClientQueue<Record>& queue, const ClientIdentity& client,
+                     const Hidl::FmqConfig& config) {
     return clients == nullptr ? Hidl::Result::FAILURE : clients->prepare(queue, client, config);
 }
 
 template <typename Record>
-Hidl::Result control(const android::sp<StreamClients<Record>>& clients, const ClientIdentity& client,
-                    Hidl::StreamCommand command) {
+Hidl::Result control(const android::sp<StreamClients<Record>>& clients,
+                     const ClientIdentity& client, Hidl::StreamCommand command) {
     return clients == nullptr ? Hidl::Result::BAD_STATE : clients->control(client, command);
 }
 
@@ -29,9 +29,9 @@ Return<void> FlickerService::getProperties(getProperties_cb callback) {
     return Void();
 }
 
-Return<Hidl::Result> FlickerService::prepareFlickerStream(const ClientQueue<Hidl::FlickerData>& queue,
-                                                         const ClientIdentity& client,
-                                                         const Hidl::FmqConfig& config) {
+Return<Hidl::Result> FlickerService::prepareFlickerStream(
+    const ClientQueue<Hidl::FlickerData>& queue, const ClientIdentity& client,
+    const Hidl::FmqConfig& config) {
     return prepare(streams_.flicker, queue, client, config);
 }
 
@@ -48,17 +48,17 @@ Return<Hidl::Result> FlickerService::prepareAmbientLightStream(
 }
 
 Return<Hidl::Result> FlickerService::controlFlickerStream(const ClientIdentity& client,
-                                                         Hidl::StreamCommand command) {
+                                                          Hidl::StreamCommand command) {
     return control(streams_.flicker, client, command);
 }
 
 Return<Hidl::Result> FlickerService::controlAdcFlickerStream(const ClientIdentity& client,
-                                                            Hidl::StreamCommand command) {
+                                                             Hidl::StreamCommand command) {
     return control(streams_.adcFlicker, client, command);
 }
 
 Return<Hidl::Result> FlickerService::controlAmbientLightStream(const ClientIdentity& client,
-                                                              Hidl::StreamCommand command) {
+                                                               Hidl::StreamCommand command) {
     return control(streams_.ambientLight, client, command);
 }
 

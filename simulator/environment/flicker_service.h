@@ -22,20 +22,20 @@ class FlickerService : public Service<Hidl::IFlickerSensor> {
 
     Return<void> getProperties(getProperties_cb callback) override;
     Return<Hidl::Result> prepareFlickerStream(const ClientQueue<Hidl::FlickerData>& queue,
-                                             const ClientIdentity& client,
-                                             const Hidl::FmqConfig& config) override;
+                                              const ClientIdentity& client,
+                                              const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareAdcFlickerStream(const ClientQueue<Hidl::AdcFlickerData>& queue,
-                                                const ClientIdentity& client,
-                                                const Hidl::FmqConfig& config) override;
+                                                 const ClientIdentity& client,
+                                                 const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> prepareAmbientLightStream(const ClientQueue<Hidl::AmbientLightData>& queue,
-                                                  const ClientIdentity& client,
-                                                  const Hidl::FmqConfig& config) override;
+                                                   const ClientIdentity& client,
+                                                   const Hidl::FmqConfig& config) override;
     Return<Hidl::Result> controlFlickerStream(const ClientIdentity& client,
-                                             Hidl::StreamCommand command) override;
+                                              Hidl::StreamCommand command) override;
     Return<Hidl::Result> controlAdcFlickerStream(const ClientIdentity& client,
-                                                Hidl::StreamCommand command) override;
+                                                 Hidl::StreamCommand command) override;
     Return<Hidl::Result> controlAmbientLightStream(const ClientIdentity& client,
-                                                  Hidl::StreamCommand command) override;
+                                                   Hidl::StreamCommand command) override;
 
   private:
     const FlickerStreams streams_;

@@ -4,6 +4,8 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <mutex>
 
 namespace Simulator {
 namespace {

@@ -3,6 +3,7 @@
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFaceEyeTrackingLed.h>
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>

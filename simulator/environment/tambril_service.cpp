@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <optional>
 #include <system_error>
 
 #include "time_units.h"
@@ -33,7 +35,7 @@ TambrilService::~TambrilService() {
 }
 
 Return<Hidl::Result> TambrilService::registerClient(Hidl::KivraRpcClientId id,
-                                                   const Callback& callback) {
+                                                    const Callback& callback) {
     if (callback == nullptr ||
         (id != Hidl::KivraRpcClientId::CMS && id != Hidl::KivraRpcClientId::TRACKING)) {
         ALOGW("KivraRpc: refused client %s of process %d: %s", toString(id).c_str(),

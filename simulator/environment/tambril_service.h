@@ -4,6 +4,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -62,12 +63,14 @@ class TambrilService : public Service<Hidl::ITambril>, public ClientRegister<Rpc
 
     Return<uint32_t> getProtocolVersion() override { return kProtocolVersion; }
     Return<uint32_t> getMaxPayloadSize() override { return kMaxPayloadSize; }
-    Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId id, const Callback& callback) override;
+    Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId id,
+                                        const Callback& callback) override;
     Return<Hidl::Result> unregisterClient(Hidl::KivraRpcClientId id) override;
     Return<Hidl::Result> sendMessage(const Callback& callback, const Hidl::ControllerAddr& address,
-                                    uint32_t procedure,
-                                    const android::hardware::hidl_vec<uint8_t>& payload) override;
-    Return<int64_t> translateTime(int64_t time, Hidl::TimeDomain from, Hidl::TimeDomain to) override;
+                                     uint32_t procedure,
+                                     const android::hardware::hidl_vec<uint8_t>& payload) override;
+    Return<int64_t> translateTime(int64_t time, Hidl::TimeDomain from,
+                                  Hidl::TimeDomain to) override;
 
     /// Stops the notifications.
     void stop();
@@ -80,7 +83,7 @@ class TambrilService : public Service<Hidl::ITambril>, public ClientRegister<Rpc
     ClientPointer findLocked(Hidl::KivraRpcClientId id) const;
     void onRelease(RpcClient& client, const char* reason) override;
     Hidl::KivraRpcMessage answerTo(const Hidl::ControllerAddr& address, uint32_t procedure,
-                                  const android::hardware::hidl_vec<uint8_t>& payload) const;
+                                   const android::hardware::hidl_vec<uint8_t>& payload) const;
     /// @return false if its controller is not paired
     bool deliver(RpcClient& client, Hidl::KivraRpcMessage message);
     void notify(RpcClient& client, uint32_t number);

@@ -4,6 +4,8 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IMotionSensorProvider.h>
 
 #include <cmath>
+#include <cstdint>
+#include <utility>
 
 #include "motion/sensor_models.h"
 #include "registration.h"
@@ -23,7 +25,7 @@ constexpr SensorCapabilities kMagCapabilities{{100, 1}, 200};
 constexpr SamplingPlan kIadPlan{10, 1};
 
 Hidl::MotionSensorProperties propertiesOf(const char* name, uint32_t sensor,
-                                         const SensorCapabilities& capabilities) {
+                                          const SensorCapabilities& capabilities) {
     return {name, "Zelvan", fmt::format("SIM-{:04}", sensor), "1.0",
             static_cast<float>(capabilities.maxSampleRate)};
 }

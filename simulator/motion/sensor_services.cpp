@@ -1,6 +1,7 @@
 #include "motion/sensor_services.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace Simulator {
 

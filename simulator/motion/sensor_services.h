@@ -5,6 +5,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IMag.h>
 
+#include <cstdint>
 #include <optional>
 #include <utility>
 

@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <utility>
 
 namespace Simulator {

@@ -1,6 +1,8 @@
 // Frame sets out of the cameras of a EuRoC data set, which has none.
 #pragma once
 
+#include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>

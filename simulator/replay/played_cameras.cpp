@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -75,8 +76,9 @@ CameraStreamPlan planOf(const Kind& kind, const std::vector<CameraInfo>& cameras
 std::vector<CameraInfo> camerasOf(const Recording::Reader& recording, const Kind& kind) {
     std::vector<CameraInfo> cameras;
     for (const CameraInfo& camera : recording.cameras()) {
-        const bool isOfStream = recording.isPlainEuroc() ? kind.frameType == Hidl::FrameType::HEADSET
-                                                         : camera.stream == kind.stream;
+        const bool isOfStream = recording.isPlainEuroc()
+                                    ? kind.frameType == Hidl::FrameType::HEADSET
+                                    : camera.stream == kind.stream;
         if (isOfStream) {
             cameras.push_back(camera);
         }

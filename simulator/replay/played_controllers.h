@@ -1,6 +1,7 @@
 // The hand controllers of a recording, and the service that offers them.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>

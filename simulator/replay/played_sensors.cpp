@@ -4,6 +4,7 @@
 #include <log/log.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IMotionSensorProvider.h>
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -48,12 +49,13 @@ class PlayedMotionSensor : public StreamService<Interface, Record, StreamClients
 using PlayedImu = PlayedMotionSensor<Hidl::IImu, Hidl::ImuData>;
 using PlayedMag = PlayedMotionSensor<Hidl::IMag, Hidl::MagData>;
 using PlayedIad = StreamService<Hidl::IIad, Hidl::IadData, StreamClients<Hidl::IadData>>;
-using PlayedExternalTiming = StreamService<Hidl::IExternalTimingProvider, Hidl::ExternalTimestampData,
-                                           StreamClients<Hidl::ExternalTimestampData>>;
+using PlayedExternalTiming =
+    StreamService<Hidl::IExternalTimingProvider, Hidl::ExternalTimestampData,
+                  StreamClients<Hidl::ExternalTimestampData>>;
 
 /// Of the sensor of that number in the recording's inventory; by default one that says what it is.
 Hidl::MotionSensorProperties propertiesOf(const nlohmann::json& description, uint32_t sensor,
-                                         const char* name) {
+                                          const char* name) {
     Hidl::MotionSensorProperties properties{name, "recorded", "", "", 0};
     const auto inventory = description.find("inventory");
     if (inventory == description.end() || !inventory->is_object()) {

@@ -1,6 +1,7 @@
 // One stream of a recording with its clients.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>

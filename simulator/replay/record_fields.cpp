@@ -1,8 +1,12 @@
 // One list for each kind of record, in the order of the recording's columns.
 #include "replay/record_fields.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace Recording {
 namespace {

@@ -1,6 +1,8 @@
 // The records of one stream of a recording, read one after the other.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>

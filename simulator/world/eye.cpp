@@ -1,6 +1,7 @@
 #include "world/eye.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace Simulator {

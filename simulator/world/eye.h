@@ -1,6 +1,7 @@
 // An eye as the camera on the rim of the headset's optics sees it.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <vector>

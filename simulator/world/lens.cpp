@@ -2,6 +2,7 @@
 
 #include <Eigen/Dense>
 #include <cmath>
+#include <utility>
 
 namespace Simulator {
 namespace {

@@ -1,5 +1,7 @@
 #include "world/trajectory.h"
 
+#include <utility>
+
 #include "world/trajectory_file.h"
 #include "world/wearer.h"
 

@@ -1,6 +1,7 @@
 // The world that all simulated devices are in.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "world/ground_truth.h"

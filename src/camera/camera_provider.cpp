@@ -5,6 +5,7 @@
 #include <hwbinder/IPCThreadState.h>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 

@@ -5,6 +5,7 @@
 #include <vek/sensors/camera.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>

@@ -2,6 +2,8 @@
 // camera/dual_stream_handle.h.
 #include "camera/camera_stream.h"
 
+#include <cstdint>
+#include <functional>
 #include <utility>
 
 #include "camera/convert.h"

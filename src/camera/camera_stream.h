@@ -5,6 +5,8 @@
 #include <vek/sensors/camera.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraStream.h>
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,7 @@
 // Unlike a stream, a controller tells a service that is beyond hope from one that merely refuses.
 #include "camera/camera_stream_controller.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "camera/convert.h"

@@ -5,6 +5,8 @@
 #include <vek/sensors/camera.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraStreamController.h>
 
+#include <cstdint>
+
 #include "foundation/hal.h"
 
 namespace Vek::Sensors::HidlWrapper {

@@ -3,10 +3,14 @@
 #include "camera/convert.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <string>
 #include <type_traits>
+#include <unordered_map>
+#include <utility>
 
 #include "foundation/log.h"
 #include "foundation/same_layout.h"

@@ -5,6 +5,7 @@
 #include <fmq/MessageQueue.h>
 #include <vek/sensors/stream.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>

@@ -1,6 +1,8 @@
 // The entry point of the cameras.
 #include <vek/sensors/factories.h>
 
+#include <memory>
+
 #include "camera/camera_provider.h"
 #include "foundation/bind_service.h"
 

@@ -1,6 +1,9 @@
 // One HAL call for each method.
 #include "controller/controller_management_client.h"
 
+#include <utility>
+#include <vector>
+
 #include "controller/convert.h"
 #include "foundation/hal_call.h"
 

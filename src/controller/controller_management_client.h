@@ -6,6 +6,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerManagementClient.h>
 
 #include <memory>
+#include <vector>
 
 #include "foundation/hal.h"
 #include "foundation/hal_death_recipient.h"

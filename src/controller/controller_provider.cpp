@@ -6,6 +6,11 @@
 #include <vek/sensors/controller_provider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerProvider.h>
 
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "controller/controller_management_client.h"
 #include "controller/controller_streaming_client.h"
 #include "controller/convert.h"

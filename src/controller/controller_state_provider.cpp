@@ -1,6 +1,9 @@
 // The commands of the controllers' state owner.
 #include "controller/controller_state_provider.h"
 
+#include <cstdint>
+#include <utility>
+
 #include "os/bind_receiver.h"
 
 namespace Vek::Sensors::HidlWrapper {

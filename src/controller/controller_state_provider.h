@@ -5,6 +5,7 @@
 #include <vek/sensors/controller_state.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerStateProvider.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "controller/convert.h"

@@ -5,6 +5,11 @@
 // object that is simply converted ends the process by its own check.
 #include "controller/controller_streaming_client.h"
 
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
 #include "controller/convert.h"
 #include "foundation/hal_call.h"
 

@@ -5,7 +5,10 @@
 #include <vek/sensors/controller.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerStreamingClient.h>
 
+#include <array>
+#include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "foundation/hal.h"
 #include "foundation/hal_death_recipient.h"

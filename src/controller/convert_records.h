@@ -9,7 +9,9 @@
 #include <vek/sensors/controller_records.h>
 
 #include <array>
+#include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "foundation/hal.h"

@@ -1,6 +1,8 @@
 // The entry point of the controllers' state owner. The users' provider is constructed by them.
 #include <vek/sensors/factories.h>
 
+#include <memory>
+
 #include "controller/controller_state_provider.h"
 #include "foundation/bind_service.h"
 

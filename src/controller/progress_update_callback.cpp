@@ -1,4 +1,5 @@
 // Passes the progress of a firmware update to the client's function.
+#include <functional>
 #include <utility>
 
 #include "controller/convert.h"

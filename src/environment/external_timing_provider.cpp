@@ -1,6 +1,8 @@
 // The control calls of the external time stamps. Records take the way of stream/stream_handle.h.
 #include "environment/external_timing_provider.h"
 
+#include <utility>
+
 #include "os/bind_receiver.h"
 
 namespace Vek::Sensors::HidlWrapper {

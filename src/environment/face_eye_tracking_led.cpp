@@ -2,6 +2,9 @@
 #include "environment/face_eye_tracking_led.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "foundation/hal_call.h"
 #include "foundation/same_layout.h"

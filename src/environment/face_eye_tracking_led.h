@@ -5,7 +5,9 @@
 #include <vek/sensors/face_eye_tracking_led.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IFaceEyeTrackingLed.h>
 
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "foundation/hal_death_recipient.h"
 #include "foundation/sensor_client.h"

@@ -1,6 +1,9 @@
 // The entry points of the light sensor, the LEDs, external timing and KivraRpc.
 #include <vek/sensors/factories.h>
 
+#include <memory>
+#include <string>
+
 #include "environment/external_timing_provider.h"
 #include "environment/face_eye_tracking_led.h"
 #include "environment/flicker_sensor_provider.h"

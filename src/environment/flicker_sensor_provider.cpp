@@ -1,6 +1,8 @@
 // The control calls of the light sensor. Records take the way of stream/stream_handle.h.
 #include "environment/flicker_sensor_provider.h"
 
+#include <utility>
+
 #include "os/bind_receiver.h"
 
 namespace Vek::Sensors::HidlWrapper {

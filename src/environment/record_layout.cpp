@@ -5,6 +5,8 @@
 #include <vek/sensors/flicker.h>
 #include <vek/sensors/tamb_stream.h>
 
+#include <cstddef>
+
 #include "foundation/same_layout.h"
 
 namespace Vek::Sensors {

@@ -2,8 +2,12 @@
 #include "environment/tamb_stream.h"
 
 #include <array>
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "foundation/hal_call.h"
 #include "foundation/sensor_client.h"

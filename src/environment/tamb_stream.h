@@ -5,7 +5,10 @@
 #include <vek/sensors/tamb_stream.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
 
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "foundation/hal.h"
 #include "foundation/hal_death_recipient.h"

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <string>
 #include <utility>
 #include <vector>
 

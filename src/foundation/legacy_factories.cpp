@@ -1,6 +1,8 @@
 // Entry points of the past, kept so that old programs link. None of them returns.
 #include <vek/sensors/factories.h>
 
+#include <memory>
+
 #include "foundation/log.h"
 
 namespace Vek::Sensors {

@@ -4,6 +4,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/ISensorClient.h>
 
 #include <string>
+#include <utility>
 
 #include "foundation/hal.h"
 

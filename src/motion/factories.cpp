@@ -1,6 +1,8 @@
 // The entry points of the motion sensors.
 #include <vek/sensors/factories.h>
 
+#include <memory>
+
 #include "foundation/bind_service.h"
 #include "motion/motion_sensor_provider.h"
 #include "motion/motion_sensors.h"

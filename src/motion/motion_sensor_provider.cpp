@@ -1,6 +1,7 @@
 // The provider's calls, alive and dead.
 #include "motion/motion_sensor_provider.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "foundation/hal_call.h"

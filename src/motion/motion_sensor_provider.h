@@ -5,6 +5,7 @@
 #include <vek/sensors/motion.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IMotionSensorProvider.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "foundation/hal.h"

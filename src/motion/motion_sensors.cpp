@@ -1,6 +1,8 @@
 // The control calls of the motion sensors. Samples take the way of stream/stream_handle.h.
 #include "motion/motion_sensors.h"
 
+#include <utility>
+
 #include "motion/convert.h"
 #include "os/bind_receiver.h"
 

@@ -4,6 +4,8 @@
 #include <utils/Errors.h>
 
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <utility>
 
 #include "foundation/log.h"

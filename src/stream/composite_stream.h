@@ -5,6 +5,8 @@
 #include <hidl/HidlSupport.h>
 #include <vek/sensors/stream.h>
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 

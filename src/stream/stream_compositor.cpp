@@ -1,6 +1,9 @@
 // Makes composite streams for clients.
 #include <vek/sensors/factories.h>
 
+#include <memory>
+#include <string>
+
 #include "stream/composite_stream.h"
 
 namespace Vek::Sensors {

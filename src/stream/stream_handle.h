@@ -6,6 +6,7 @@
 #include <vek/sensors/stream.h>
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <type_traits>

@@ -6,6 +6,13 @@
 #include <hwbinder/IPCThreadState.h>
 #include <sys/mman.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "camera/camera_stream_control_target.h"
 #include "support/captured_log.h"
 #include "support/fake_camera_hal.h"

@@ -5,7 +5,15 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "camera/camera_stream_controller.h"
 #include "support/captured_log.h"

@@ -1,4 +1,11 @@
 // Frame sets on their way from the service to the client and back.
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "camera/camera_stream.h"
 #include "support/allocation_count.h"
 #include "support/broken_queue.h"

@@ -1,6 +1,12 @@
 // The streaming and the management client: what goes out, what comes back, and what a failed
 // transport leads to, which differs from call to call.
+#include <array>
+#include <cstdint>
+#include <memory>
 #include <numeric>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "controller/controller_management_client.h"
 #include "controller/controller_streaming_client.h"

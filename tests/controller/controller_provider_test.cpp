@@ -1,6 +1,8 @@
 // The users' provider, found through the registry as clients find it.
 #include <vek/sensors/controller_provider.h>
 
+#include <array>
+#include <cstdint>
 #include <optional>
 
 #include "foundation/hal.h"

@@ -1,7 +1,13 @@
 // The state owner's provider and the queue that it writes poses to.
 #include "controller/controller_state_provider.h"
 
+#include <array>
+#include <cstdint>
 #include <filesystem>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "os/bind_receiver.h"
 #include "support/allocation_count.h"

@@ -1,10 +1,15 @@
 // The bytes of controller records on their way from the service to the client.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <random>
+#include <string>
 #include <tuple>
+#include <vector>
 
 #include "controller/conversion_tables.h"
 #include "controller/convert.h"

@@ -5,7 +5,16 @@
 #include <vek/sensors/service.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
 #include <future>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "end_to_end/camera_account.h"
 #include "end_to_end/environment.h"

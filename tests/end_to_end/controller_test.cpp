@@ -3,9 +3,14 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
 #include <mutex>
 #include <set>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"

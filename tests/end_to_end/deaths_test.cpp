@@ -6,7 +6,12 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
 #include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"

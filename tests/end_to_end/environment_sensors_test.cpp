@@ -6,11 +6,17 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
+#include <cmath>
 #include <condition_variable>
+#include <cstdint>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"

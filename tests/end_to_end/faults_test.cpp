@@ -3,13 +3,22 @@
 #include <unistd.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <future>
+#include <memory>
 #include <optional>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"

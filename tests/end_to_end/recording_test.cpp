@@ -4,13 +4,19 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
+#include <string>
+#include <system_error>
 #include <thread>
+#include <vector>
 
 #include "end_to_end/environment.h"
 #include "recording/layout.h"

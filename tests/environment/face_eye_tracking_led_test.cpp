@@ -3,6 +3,12 @@
 
 #include <vek/sensors/factories.h>
 
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "support/captured_log.h"
 #include "support/fake_service.h"
 #include "support/fatal_calls.h"

@@ -1,6 +1,9 @@
 // The light sensor and external timing against services of this process.
 #include <vek/sensors/factories.h>
 
+#include <memory>
+#include <string>
+
 #include "environment/external_timing_provider.h"
 #include "support/fake_service.h"
 #include "support/fatal_calls.h"

@@ -2,7 +2,13 @@
 #include "environment/tamb_stream.h"
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
 #include <future>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "support/captured_log.h"
 #include "support/fake_service.h"

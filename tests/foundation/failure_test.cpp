@@ -5,6 +5,9 @@
 #include <vek/sensors/service.h>
 
 #include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "foundation/hal_call.h"
 #include "foundation/hal_death_recipient.h"

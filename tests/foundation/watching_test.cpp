@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 #include <vek/sensors/controller_provider.h>
 
+#include <memory>
+#include <string>
+
 #include "camera/camera_provider.h"
 #include "controller/controller_management_client.h"
 #include "controller/controller_state_provider.h"

@@ -4,6 +4,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <thread>
 
@@ -37,7 +38,7 @@ void corruptSampleQueue() {
 void overlapQueues() {
     // The counters lie in the ring, or are one.
     const ClientEnd<Hidl::ImuData> ends[2] = {ClientEnd<Hidl::ImuData>{1},
-                                             ClientEnd<Hidl::ImuData>{1}};
+                                              ClientEnd<Hidl::ImuData>{1}};
     QueueParts parts = queueParts<Hidl::ImuData>(64);
     parts.grantors[2].offset = 0;
     expectStarted(ends[0].identity, ends[0].config, descriptorOf<Hidl::ImuData>(parts));

@@ -3,9 +3,15 @@
 #include <vek/sensors/controller_provider.h>
 #include <vek/sensors/service.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "end_to_end/environment.h"
 #include "end_to_end/inbox.h"

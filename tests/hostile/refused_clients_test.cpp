@@ -2,6 +2,11 @@
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
 
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "hostile/attack.h"
 #include "support/broken_queue.h"
 #include "support/client_end.h"

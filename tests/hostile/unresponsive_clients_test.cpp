@@ -7,7 +7,12 @@
 #include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ITambril.h>
 
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include "end_to_end/camera_account.h"
 #include "hostile/attack.h"
@@ -78,12 +83,12 @@ template <Reaction react>
 void beAskedForName() {
     const ClientEnd<Hidl::ImuData> end(4);
     ignore(Hidl::IImu::getService()->prepareStream(*end.queue.getDesc(), new Identity<react>,
-                                                  end.config));
+                                                   end.config));
 }
 template <Reaction react>
 void beAskedForStream() {
     ignore(Hidl::ICameraProvider::getService()->controlEvery({new Target<react>},
-                                                            StreamCommand::START));
+                                                             StreamCommand::START));
 }
 template <Reaction react>
 void beToldOfProgress() {
@@ -97,7 +102,7 @@ void beToldOfProgress() {
 template <Reaction react>
 void beSentMessages() {
     ignore(Hidl::ITambril::getService()->registerClient(Hidl::KivraRpcClientId::CMS,
-                                                       new Messages<react>));
+                                                        new Messages<react>));
     pause();
 }
 

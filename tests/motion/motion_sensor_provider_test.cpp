@@ -4,7 +4,11 @@
 #include <log/log.h>
 
 #include <chrono>
+#include <cstdint>
+#include <functional>
 #include <future>
+#include <memory>
+#include <string>
 #include <thread>
 
 #include "support/captured_log.h"

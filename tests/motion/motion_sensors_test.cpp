@@ -3,6 +3,10 @@
 
 #include <vek/sensors/factories.h>
 
+#include <array>
+#include <string>
+#include <vector>
+
 #include "support/captured_log.h"
 #include "support/fake_service.h"
 #include "support/fatal_calls.h"

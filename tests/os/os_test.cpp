@@ -6,6 +6,7 @@
 #include <utils/RefBase.h>
 
 #include <atomic>
+#include <cstdint>
 #include <future>
 #include <string>
 #include <thread>

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <bitset>
+#include <cstdint>
 #include <functional>
 #include <memory>
 

@@ -4,9 +4,15 @@
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <utility>
 
 #include "platform/echo_service.h"
 

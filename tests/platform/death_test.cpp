@@ -3,8 +3,14 @@
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
 
+#include <cstdint>
+#include <functional>
 #include <future>
+#include <mutex>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "platform/echo_service.h"
 

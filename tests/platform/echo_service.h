@@ -4,9 +4,12 @@
 #include <moriak/test/calls/1.0/IEcho.h>
 #include <moriak/test/calls/1.0/IListener.h>
 
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/roles.h"

@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <future>
+#include <memory>
 #include <thread>
 
 #include "support/child_process.h"

@@ -8,7 +8,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "platform/echo_service.h"
 #include "platform/peer.h"

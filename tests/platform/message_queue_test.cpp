@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdint>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "support/broken_queue.h"

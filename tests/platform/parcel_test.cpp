@@ -4,8 +4,11 @@
 #include <hwbinder/Parcel.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 namespace moriak_test {
 namespace {

@@ -8,7 +8,10 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <cstdint>
 #include <cstring>
+#include <optional>
+#include <utility>
 
 namespace moriak_test {
 

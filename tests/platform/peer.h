@@ -4,9 +4,11 @@
 #include <hwbinder/Parcel.h>
 #include <moriak/test/calls/1.0/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "transport/Frame.h"

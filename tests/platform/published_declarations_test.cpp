@@ -17,8 +17,13 @@
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
+#include <atomic>
 #include <cerrno>
+#include <cstdint>
+#include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace {
 

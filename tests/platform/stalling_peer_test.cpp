@@ -7,9 +7,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <cstring>
 #include <future>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/echo_service.h"
 #include "platform/peer.h"

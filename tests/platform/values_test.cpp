@@ -8,8 +8,12 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "platform/echo_service.h"
 

@@ -1,11 +1,15 @@
 // Records through CSV and back.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bitset>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <string>
 
 #include "recording/csv.h"
 #include "temporary_directory.h"

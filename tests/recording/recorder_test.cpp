@@ -1,13 +1,21 @@
 // Recordings written by threads, by processes that are killed, and over other recordings.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <numeric>
+#include <string>
+#include <vector>
 
 #include "recording/recorder.h"
 #include "temporary_directory.h"

@@ -7,7 +7,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <future>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "camera/camera_devices.h"
 #include "camera/mux_control.h"

@@ -2,9 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <future>
 #include <limits>
+#include <memory>
+#include <vector>
 
 #include "controller/firmware_update.h"
 #include "controller/pose_receiver.h"

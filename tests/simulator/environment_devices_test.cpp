@@ -1,10 +1,15 @@
 // The light, the clocks, the LEDs and the controllers around the simulated headset.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <limits>
+#include <memory>
 #include <numeric>
+#include <optional>
+#include <vector>
 
 #include "environment/led_service.h"
 #include "environment/light_models.h"

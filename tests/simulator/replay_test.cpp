@@ -2,6 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "controller/controller_device.h"

@@ -5,6 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <vector>
 
 #include "support/client_end.h"
 

@@ -4,11 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <optional>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "support/client_end.h"

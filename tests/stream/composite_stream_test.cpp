@@ -1,9 +1,12 @@
 // Waiting on many streams: time-outs, wakes, order, capacity.
 #include "stream/composite_stream.h"
 
+#include <chrono>
 #include <deque>
 #include <filesystem>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "stream/fake_stream.h"
 #include "support/event_flag_peer.h"

@@ -3,6 +3,7 @@
 
 #include <vek/sensors/stream.h>
 
+#include <cstdint>
 #include <vector>
 
 #include "stream/composite_stream.h"

@@ -1,6 +1,11 @@
 // Reading batches from the shared queue, whole, wrapped, converted and corrupted.
+#include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "stream/fake_stream.h"
 #include "stream/received_queue.h"

@@ -4,6 +4,7 @@
 #include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
 #include <any>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>

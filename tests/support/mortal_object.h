@@ -4,6 +4,8 @@
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/Status.h>
 
+#include <cstdint>
+
 namespace TestSupport {
 
 template <typename Interface>

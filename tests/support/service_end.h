@@ -5,6 +5,7 @@
 #include <fmq/MessageQueue.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ISensorClient.h>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <random>
+#include <vector>
 
 #include "environment/flicker_estimate.h"
 

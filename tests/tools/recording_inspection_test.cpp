@@ -1,11 +1,17 @@
 // What sensorctl finds in recordings, whole and damaged.
 #include "recording_inspection.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "recording/recorder.h"
 #include "recording/temporary_directory.h"

@@ -3,6 +3,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <utility>
 
 #include "camera/picture.h"
 #include "failure.h"

@@ -3,9 +3,11 @@
 
 #include <vek/sensors/camera.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "camera/camera_fields.h"

@@ -5,7 +5,9 @@
 #include <vek/sensors/factories.h>
 
 #include <chrono>
+#include <cstdint>
 #include <mutex>
+#include <utility>
 
 #include "camera/camera_names.h"
 #include "recording/fields.h"

@@ -3,6 +3,7 @@
 
 #include <vek/sensors/motion.h>
 
+#include <charconv>
 #include <cstdint>
 #include <string>
 #include <vector>

@@ -5,6 +5,7 @@
 #include <vek/sensors/export.h>
 
 #include <memory>
+#include <vector>
 
 namespace Vek::Sensors::HidlWrapper {
 

@@ -11,6 +11,8 @@
 #include <hwbinder/IInterface.h>
 #include <hwbinder/Parcel.h>
 
+#include <cstdint>
+
 namespace android::hardware {
 
 /** Passes a proxy's death on to the recipient that a program linked. */

@@ -5,6 +5,7 @@
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
 
+#include <cstdint>
 #include <string>
 #include <type_traits>
 #include <utility>

@@ -3,6 +3,9 @@
 
 #include <hwbinder/IBinder.h>
 
+#include <cstdint>
+#include <utility>
+
 namespace android::hardware {
 
 /**

@@ -3,6 +3,7 @@
 
 #include <hwbinder/IBinder.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>

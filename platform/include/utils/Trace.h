@@ -3,6 +3,8 @@
 
 #include <cutils/trace.h>
 
+#include <cstdint>
+
 #define MORIAK_PASTE_TOKENS(a, b) a##b
 #define PASTE(a, b) MORIAK_PASTE_TOKENS(a, b)
 

@@ -5,6 +5,7 @@
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <log/log.h>
 
+#include <cstdint>
 #include <string>
 
 #include "transport/PeerLog.h"

@@ -1,5 +1,8 @@
 #include <hidl/Static.h>
 
+#include <functional>
+#include <mutex>
+
 namespace android::hardware::details {
 
 ConstructorMap<IBinder>& getBnConstructorMap() {

@@ -3,6 +3,10 @@
 #include <hwbinder/Parcel.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <utility>
 
 #include "transport/Connection.h"
 

@@ -1,7 +1,11 @@
 // Items of a parcel: written one after the other, checked one by one when they are read.
 #include <hwbinder/Parcel.h>
 
+#include <cstdint>
+#include <cstring>
+#include <functional>
 #include <utility>
+#include <vector>
 
 #include "transport/Frame.h"
 #include "transport/PeerLog.h"

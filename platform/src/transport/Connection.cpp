@@ -8,7 +8,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
+#include <deque>
 #include <utility>
+#include <vector>
 
 #include "transport/BrokenPeer.h"
 #include "transport/PeerLog.h"

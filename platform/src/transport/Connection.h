@@ -9,9 +9,11 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "Mutex.h"
 #include "transport/Backlog.h"

@@ -4,6 +4,7 @@
 #include <hwbinder/Binder.h>
 
 #include <condition_variable>
+#include <cstdint>
 #include <list>
 #include <map>
 #include <memory>

@@ -18,6 +18,7 @@
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 namespace android::hardware::details {
 

@@ -5,7 +5,9 @@
 #include <log/log.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <string>
 
 namespace android::hardware {
 

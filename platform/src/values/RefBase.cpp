@@ -1,6 +1,8 @@
 // The ends of objects and of their counts.
 #include <utils/RefBase.h>
 
+#include <atomic>
+
 namespace android {
 
 void RefBase::weakref_type::decWeak(const void* /*id*/) {

@@ -5,7 +5,10 @@
 #include <log/log.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <string>
+#include <utility>
 
 namespace android {
 
