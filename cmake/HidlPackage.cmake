@@ -20,12 +20,12 @@ function(moriak_hidl_package out_var)
 endfunction()
 
 function(moriak_hidl_headers out_var)
-    moriak_hidl_generate(headers headers ${ARGN} INLINE_VALUES)
+    moriak_hidl_generate(headers headers ${ARGN})
     set(${out_var} ${headers} PARENT_SCOPE)
 endfunction()
 
 function(moriak_hidl_generate language out_var)
-    cmake_parse_arguments(ARG "INLINE_VALUES" "PACKAGE;DIRECTORY" "ROOTS;IMPORTS" ${ARGN})
+    cmake_parse_arguments(ARG "" "PACKAGE;DIRECTORY" "ROOTS;IMPORTS" ${ARGN})
     set(out_root ${CMAKE_BINARY_DIR}/hidl)
     string(REGEX REPLACE "[.@]" "/" package_path "${ARG_PACKAGE}")
     # The version keeps its point: android.hidl.base@1.0 lies in android/hidl/base/1.0.
@@ -58,16 +58,18 @@ function(moriak_hidl_generate language out_var)
     foreach(root IN LISTS ARG_ROOTS)
         list(APPEND root_arguments -r ${root})
     endforeach()
-    set(repair)
-    if(ARG_INLINE_VALUES)
-        # The values of each enumeration would be defined again by every object, for clang 14 gives
-        # external linkage to what hidl-gen 10 means to be internal. Later ones write "inline".
-        set(repair COMMAND sed -i "s/^template<> constexpr /template<> inline constexpr /" ${outputs})
-    endif()
+    # The values of each enumeration would be defined again by every object, for clang 14 gives
+    # external linkage to what hidl-gen 10 means to be internal. Later ones write "inline".
+    set(inline "s/^template<> constexpr /template<> inline constexpr /")
+    # IBase is the device's but for its comments, so it answers with the hash that is published.
+    set(own_hash "{108,76,50,10,67,[0-9,]*} /[*] 6c4c320a43[0-9a-f]*")
+    string(CONCAT published_hash "{236,127,215,158,208,45,250,133,188,73,148,38,173,174,62,190,35,239,"
+        "5,36,243,205,105,87,19,147,36,184,59,24,202,76} /* "
+        "ec7fd79ed02dfa85bc499426adae3ebe23ef0524f3cd6957139324b83b18ca4c")
     add_custom_command(
         OUTPUT ${outputs}
         COMMAND ${HIDL_GEN} -o ${out_root} -L c++-${language} ${root_arguments} ${ARG_PACKAGE}
-        ${repair}
+        COMMAND sed -i -e ${inline} -e "s|${own_hash}|${published_hash}|" ${outputs}
         DEPENDS ${depends}
         COMMENT "Generating ${language} of ${ARG_PACKAGE}"
         VERBATIM)

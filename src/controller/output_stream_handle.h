@@ -95,7 +95,10 @@ class OutputStreamHandle {
                         name_);
         MORIAK_FATAL_IF(!running_.load(std::memory_order_acquire),
                         "Attempting to send when %s output stream is not started", name_);
-        const size_t count = std::min({records.size(), stream_->availableToWrite(), N});
+        const size_t room = stream_->availableToWrite();
+        // With impossible counters, the runtime's count has wrapped around.
+        const size_t count =
+            room > stream_->getQuantumCount() ? 0 : std::min({records.size(), room, N});
         if (count == 0) {
             return false;
         }

@@ -107,17 +107,9 @@ if(NOT DEVICE)
     return()
 endif()
 set(device ${work}/device)
-# As published, the values of enumerations have external linkage.
-file(COPY ${prefix}/include/moriak-host/ DESTINATION ${work}/published)
-file(READ ${work}/published/hidl/HidlSupport.h header)
-string(REPLACE "inline namespace {\n" "inline namespace published {\n" published "${header}")
-if(published STREQUAL header)
-    message(FATAL_ERROR "hidl/HidlSupport.h declares no values of enumerations that differ")
-endif()
-file(WRITE ${work}/published/hidl/HidlSupport.h "${published}")
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} --preset device-host -B ${device} ${compiler}
     -DCMAKE_BUILD_TYPE=None
-    -DMORIAK_DEVICE_INCLUDE_DIRS=${work}/published
+    -DMORIAK_DEVICE_INCLUDE_DIRS=${prefix}/include/moriak-host
     -DMORIAK_DEVICE_LIBRARY_DIRS=${prefix}/lib
     "-DMORIAK_DEVICE_LIBRARIES=vendor.zelvan.hardware.sensors@1.0\;moriak-hostplatform")
 run(${CMAKE_COMMAND} --build ${device})

@@ -66,6 +66,8 @@ TEST_F(DeathTest, EveryRecipientIsToldOnceOnAnotherThread) {
     ASSERT_TRUE(echo_->linkToDeath(unlinked, 0));
     const sp<IEcho> again = IEcho::getService();
     ASSERT_TRUE(again->linkToDeath(second, 8));
+    const sp<Recipient> forgotten = new Recipient;
+    ASSERT_TRUE(IEcho::getService()->linkToDeath(forgotten, 0)) << "of a proxy that goes at once";
     EXPECT_TRUE(echo_->unlinkToDeath(unlinked));
     EXPECT_FALSE(echo_->unlinkToDeath(unlinked)) << "it is not linked any more";
     process_.kill();
@@ -80,6 +82,7 @@ TEST_F(DeathTest, EveryRecipientIsToldOnceOnAnotherThread) {
     EXPECT_EQ(first->cookies(), std::vector<uint64_t>{7});
     EXPECT_EQ(second->cookies(), std::vector<uint64_t>{8});
     EXPECT_TRUE(unlinked->cookies().empty());
+    EXPECT_TRUE(forgotten->cookies().empty());
 }
 
 TEST_F(DeathTest, CallsInFlightAndLaterOnesFailWithDeadObject) {

@@ -58,6 +58,7 @@ static_assert(
     is<bool (android::hardware::details::return_status::*)() const>(&Return<int>::isDeadObject));
 static_assert(is<std::string (android::hardware::details::return_status::*)() const>(
     &Return<int>::description));
+static_assert(is<int (Return<int>::*)(int)>(&Return<int>::withDefault));
 static_assert(!std::is_copy_constructible_v<Return<void>> &&
               !std::is_copy_assignable_v<Return<int>>);
 static_assert(std::is_nothrow_move_constructible_v<Return<void>>);
@@ -65,6 +66,8 @@ static_assert(std::is_convertible_v<Status, Return<int>> &&
               std::is_convertible_v<int, Return<int>>);
 static_assert(is<Status (*)(status_t)>(&Status::fromStatusT));
 static_assert(is<status_t (Status::*)() const>(&Status::transactionError));
+static_assert(is<Status (*)(int32_t, const char*)>(
+    static_cast<Status (*)(int32_t, const char*)>(&Status::fromExceptionCode)));
 static_assert(android::OK == 0 && android::NO_ERROR == 0 && android::DEAD_OBJECT == -EPIPE);
 
 // Values
@@ -96,13 +99,14 @@ static_assert(is<void (IPCThreadState::*)()>(&IPCThreadState::flushCommands));
 static_assert(is<void (*)(size_t, bool)>(&android::hardware::configureRpcThreadpool));
 
 // Queues
-static_assert(std::is_constructible_v<Descriptor, const Descriptor&>);
+static_assert(std::is_constructible_v<Descriptor, const Descriptor&> &&
+              !std::is_convertible_v<const Descriptor&, Descriptor>);
 static_assert(std::is_copy_assignable_v<Descriptor>);
 static_assert(std::is_constructible_v<Descriptor, const std::vector<GrantorDescriptor>&,
                                       native_handle_t*, size_t>);
 static_assert(is<size_t (Descriptor::*)() const>(&Descriptor::getSize));
 static_assert(is<size_t (Descriptor::*)() const>(&Descriptor::getQuantum));
-static_assert(is<uint32_t (Descriptor::*)() const>(&Descriptor::getFlags));
+static_assert(is<int32_t (Descriptor::*)() const>(&Descriptor::getFlags));
 static_assert(
     std::is_same_v<decltype(std::declval<const Descriptor&>().handle()), const native_handle_t*>);
 static_assert(std::is_same_v<decltype(std::declval<const Descriptor&>().grantors()),

@@ -97,6 +97,16 @@ TEST(HidlVecTest, TextsSurviveCopiesResizingAndReplacement) {
     EXPECT_EQ(copy, (hidl_vec<hidl_string>{withZero, "two", "three"}));
     first = {};
     EXPECT_EQ(toString(first), "[]");
+    const std::vector<bool> flags{true, false, true};
+    EXPECT_EQ(std::vector<bool>(hidl_vec<bool>(flags)), flags);
+}
+
+TEST(InterfaceTest, TheLastOfItsChainHasTheHashThatIsPublished) {
+    const sp<IEcho> echo = new EchoService;
+    echo->getHashChain([](const auto& chain) {
+        ASSERT_EQ(chain.size(), 2u);
+        EXPECT_EQ(toString(chain[1]).substr(0, 16), "[236, 127, 215, ");
+    });
 }
 
 TEST(AshmemTest, OnlyARegionThatCannotShrinkIsValid) {
@@ -121,13 +131,32 @@ TEST(AshmemTest, OnlyARegionThatCannotShrinkIsValid) {
 
 TEST(StatusTest, TextsAreThePublishedOnes) {
     EXPECT_EQ(Status::ok().description(), "No error");
-    EXPECT_EQ(Status::fromExceptionCode(-5, "why").description(),
+    EXPECT_EQ(Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, "why").description(),
               "Status(EX_ILLEGAL_STATE): 'why'");
     EXPECT_EQ(Status::fromExceptionCode(-77).description(), "Status(-77): ''");
-    EXPECT_EQ(Status::fromStatusT(-ENODATA).description(),
+    EXPECT_EQ(Status::fromStatusT(android::NOT_ENOUGH_DATA).description(),
               "Status(EX_TRANSACTION_FAILED): 'NOT_ENOUGH_DATA: '");
     EXPECT_EQ(Status::fromStatusT(-EXDEV).description(),
               "Status(EX_TRANSACTION_FAILED): '-18 (Invalid cross-device link): '");
+}
+
+TEST(ReferencesTest, AnObjectThatNobodyHoldsYetIsPromotedAndADeadOneIsNot) {
+    std::atomic<int> alive{0};
+    wp<Counted> weak;
+    {
+        Counted* const object = new Counted(alive);
+        weak = object;
+        const sp<Counted> first = weak.promote();
+        EXPECT_EQ(first.get(), object);
+        EXPECT_EQ(object->getStrongCount(), 1);
+    }
+    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(weak.promote(), nullptr);
+    {
+        Counted onStack(alive);
+        weak = &onStack;
+    }
+    EXPECT_EQ(weak.promote(), nullptr);
 }
 
 TEST(ReturnDeathTest, UncheckedFailureEndsTheProcess) {
@@ -137,7 +166,10 @@ TEST(ReturnDeathTest, UncheckedFailureEndsTheProcess) {
         "Status\\(EX_TRANSACTION_FAILED\\): 'DEAD_OBJECT: '\n$";
     const Status dead = Status::fromStatusT(android::DEAD_OBJECT);
     EXPECT_EXIT({ const Return<void> forgotten = dead; }, aborted, unchecked);
-    EXPECT_EXIT({ Return<sp<RefBase>>(dead).isDeadObject(); }, aborted, unchecked);
+    EXPECT_FALSE(Return<int>(5).isDeadObject());
+    EXPECT_TRUE(Return<int>(dead).isDeadObject()) << "a death that was asked for is no surprise";
+    EXPECT_EXIT({ Return<int>(Status::fromStatusT(android::BAD_VALUE)).isDeadObject(); }, aborted,
+                "'BAD_VALUE: '\n$");
     EXPECT_EXIT(
         {
             Return<void> overwritten = dead;

@@ -106,7 +106,7 @@ BrokenDescriptor<Record> descriptorOf(const QueueParts& parts) {
     return BrokenDescriptor<Record>(parts);
 }
 
-/// What makes a queue none.
+/// What makes a queue none, or one of no records.
 struct BrokenQueue {
     const char* name;
     void (*spoil)(QueueParts&);

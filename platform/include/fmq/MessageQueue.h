@@ -93,7 +93,8 @@ class MessageQueue {
     };
 
     /**
-     * Makes a queue. Ask isValid() whether there was memory for it.
+     * Makes a queue. Ask isValid() whether there was memory for it. One of no records is valid, and
+     * always both empty and full.
      * @param configureEventFlagWord adds a word for an event flag
      */
     explicit MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord = false);
@@ -110,7 +111,7 @@ class MessageQueue {
     MessageQueue(const MessageQueue&) = delete;
     MessageQueue& operator=(const MessageQueue&) = delete;
 
-    bool isValid() const { return ring_ != nullptr; }
+    bool isValid() const { return isValid_; }
     /** @return null without memory; owned by the queue */
     const Descriptor* getDesc() const { return descriptor_.get(); }
     size_t getQuantumCount() const { return ringSize_ / sizeof(T); }
@@ -118,19 +119,15 @@ class MessageQueue {
     std::atomic<uint32_t>* getEventFlagWord() const { return eventFlagWord_; }
 
     /**
-     * As the counters have it: with a broken peer that may be more than the queue holds, so check
-     * before relying on it.
+     * As the counters have it, as on the device: with a broken peer these two may be more than the
+     * queue holds, so check before relying on them.
      */
     size_t availableToRead() const {
         return (writePosition_->load(std::memory_order_acquire) -
                 readPosition_->load(std::memory_order_relaxed)) /
                sizeof(T);
     }
-    size_t availableToWrite() const {
-        const uint64_t used = writePosition_->load(std::memory_order_relaxed) -
-                              readPosition_->load(std::memory_order_acquire);
-        return used > ringSize_ ? 0 : (ringSize_ - used) / sizeof(T);
-    }
+    size_t availableToWrite() const { return (ringSize_ - countUsed()) / sizeof(T); }
 
     /** All or nothing. */
     bool write(const T* records, size_t count = 1) {
@@ -147,11 +144,11 @@ class MessageQueue {
 
     /** Room for records, to be filled in place. @return false if there is less */
     bool beginWrite(size_t count, MemTransaction* transaction) const {
-        if (count > availableToWrite()) return false;
+        if (!hasRoomFor(count)) return false;
         return locate(writePosition_->load(std::memory_order_relaxed), count, transaction);
     }
     bool commitWrite(size_t count) {
-        if (count > availableToWrite()) return false;
+        if (!hasRoomFor(count)) return false;
         writePosition_->store(writePosition_->load(std::memory_order_relaxed) + count * sizeof(T),
                               std::memory_order_release);
         return true;
@@ -178,6 +175,16 @@ class MessageQueue {
   private:
     using Counter = std::atomic<uint64_t>;
 
+    /** In bytes, as the writer sees it. */
+    uint64_t countUsed() const {
+        return writePosition_->load(std::memory_order_relaxed) -
+               readPosition_->load(std::memory_order_acquire);
+    }
+    bool hasRoomFor(size_t count) const {
+        const uint64_t used = countUsed();
+        return used <= ringSize_ && count <= (ringSize_ - used) / sizeof(T);
+    }
+
     /** In bytes. @return false, after skipping all there is, if the counters are impossible */
     bool countUnread(uint64_t* unread) const {
         const uint64_t written = writePosition_->load(std::memory_order_acquire);
@@ -188,6 +195,7 @@ class MessageQueue {
     }
 
     bool locate(uint64_t position, size_t count, MemTransaction* transaction) const {
+        if (ringSize_ == 0) return false;
         const auto offset = static_cast<size_t>(position % ringSize_);
         if (offset % sizeof(T) != 0) return false;
         const size_t start = offset / sizeof(T);
@@ -202,7 +210,8 @@ class MessageQueue {
     Part* mapGrantor(size_t index);
 
     std::unique_ptr<Descriptor> descriptor_;
-    T* ring_ = nullptr;
+    bool isValid_ = false;
+    T* ring_ = nullptr;  // null if it has no room for a record
     size_t ringSize_ = 0;
     Counter* readPosition_ = nullptr;
     Counter* writePosition_ = nullptr;
@@ -214,7 +223,7 @@ template <typename T, MQFlavor flavor>
 MessageQueue<T, flavor>::MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord) {
     // Regions of shared memory are below 2 GiB.
     constexpr size_t kMaxElements = (size_t{1} << 30) / sizeof(T);
-    if (numElementsInQueue == 0 || numElementsInQueue > kMaxElements) return;
+    if (numElementsInQueue > kMaxElements) return;
     const size_t dataSize = numElementsInQueue * sizeof(T);
     // Each part on a cache line of its own: the two sides would otherwise fight over one.
     constexpr size_t kLine = 64;
@@ -235,7 +244,8 @@ template <typename T, MQFlavor flavor>
 void MessageQueue<T, flavor>::map(bool resetPointers) {
     ringSize_ = descriptor_->getSize();
     if (descriptor_->getQuantum() != sizeof(T) || descriptor_->getFlags() != flavor ||
-        ringSize_ % sizeof(T) != 0) {
+        ringSize_ % sizeof(T) != 0 ||
+        descriptor_->grantors().size() < Descriptor::kMinGrantorCount) {
         return;
     }
     readPosition_ = mapGrantor<Counter>(Descriptor::READPTRPOS);
@@ -243,7 +253,8 @@ void MessageQueue<T, flavor>::map(bool resetPointers) {
     eventFlagWord_ = mapGrantor<std::atomic<uint32_t>>(Descriptor::EVFLAGWORDPOS);
     if (readPosition_ == nullptr || writePosition_ == nullptr) return;
     ring_ = mapGrantor<T>(Descriptor::DATAPTRPOS);
-    if (ring_ == nullptr || !resetPointers) return;
+    isValid_ = ring_ != nullptr || ringSize_ == 0;
+    if (!isValid_ || !resetPointers) return;
     readPosition_->store(0, std::memory_order_release);
     writePosition_->store(0, std::memory_order_release);
 }

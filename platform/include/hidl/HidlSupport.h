@@ -178,7 +178,7 @@ struct hidl_vec {
         swap(other);
         return *this;
     }
-    operator std::vector<T>() const { return {begin(), end()}; }  // NOLINT: as published
+    operator std::vector<T>() const { return std::vector<T>(begin(), end()); }  // NOLINT
 
     void setToExternal(T* elements, size_t size, bool shouldOwn = false) {
         *this = hidl_vec();
@@ -295,15 +295,9 @@ using hidl_bitfield = std::underlying_type_t<T>;
 
 namespace details {
 
-// Of internal linkage, which the specialisations in generated headers take over: otherwise every
-// file that includes one defines the same symbol. The outer namespace keeps the unnamed one apart
-// from those of source files.
-inline namespace enum_values {
-inline namespace {
+/** Of an enumeration; generated headers have them. */
 template <typename T>
-constexpr std::array<T, 0> hidl_enum_values = {};
-}  // namespace
-}  // namespace enum_values
+inline constexpr std::array<T, 0> hidl_enum_values = {};
 
 template <typename T>
 std::string toHexString(T value) {

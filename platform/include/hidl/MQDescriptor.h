@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace android::hardware {
 
@@ -33,21 +34,24 @@ struct MQDescriptor {
 
     MQDescriptor() = default;
     /** Takes the handle over. */
-    MQDescriptor(hidl_vec<GrantorDescriptor> grantors, native_handle_t* handle, size_t quantum)
-        : mGrantors(std::move(grantors)),
+    MQDescriptor(const std::vector<GrantorDescriptor>& grantors, native_handle_t* handle,
+                 size_t quantum)
+        : mGrantors(grantors),
           mHandle(handle),
           mQuantum(static_cast<uint32_t>(quantum)),
           mFlags(flavor) {}
-    MQDescriptor(const MQDescriptor& other)
+    /** Clones the handle, which programs are to ask for. */
+    explicit MQDescriptor(const MQDescriptor& other)
         : mGrantors(other.mGrantors),
           mHandle(native_handle_clone(other.mHandle)),
           mQuantum(other.mQuantum),
           mFlags(other.mFlags) {}
-    MQDescriptor& operator=(MQDescriptor other) noexcept {
-        std::swap(mGrantors, other.mGrantors);
-        std::swap(mHandle, other.mHandle);
-        std::swap(mQuantum, other.mQuantum);
-        std::swap(mFlags, other.mFlags);
+    MQDescriptor& operator=(const MQDescriptor& other) {
+        MQDescriptor copy(other);
+        std::swap(mGrantors, copy.mGrantors);
+        std::swap(mHandle, copy.mHandle);
+        std::swap(mQuantum, copy.mQuantum);
+        std::swap(mFlags, copy.mFlags);
         return *this;
     }
     ~MQDescriptor() { details::closeAndDelete(mHandle); }
@@ -58,7 +62,7 @@ struct MQDescriptor {
     }
     /** Of one record, in bytes. */
     size_t getQuantum() const { return mQuantum; }
-    uint32_t getFlags() const { return mFlags; }
+    int32_t getFlags() const { return static_cast<int32_t>(mFlags); }
     const native_handle_t* handle() const { return mHandle; }
     const hidl_vec<GrantorDescriptor>& grantors() const { return mGrantors; }
 

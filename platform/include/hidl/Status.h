@@ -17,18 +17,25 @@ class Status final {
   public:
     enum Exception : int32_t {
         EX_NONE = 0,
+        EX_SECURITY = -1,
+        EX_BAD_PARCELABLE = -2,
         EX_ILLEGAL_ARGUMENT = -3,
         EX_NULL_POINTER = -4,
+        EX_ILLEGAL_STATE = -5,
+        EX_NETWORK_MAIN_THREAD = -6,
+        EX_UNSUPPORTED_OPERATION = -7,
+        EX_HAS_REPLY_HEADER = -128,
         EX_TRANSACTION_FAILED = -129,
     };
 
     Status() = default;
     static Status ok() { return {}; }
-    static Status fromExceptionCode(int32_t exception, const std::string& message = {}) {
+    static Status fromExceptionCode(int32_t exception) { return fromExceptionCode(exception, ""); }
+    static Status fromExceptionCode(int32_t exception, const char* message) {
         return {exception, FAILED_TRANSACTION, message};
     }
     static Status fromStatusT(status_t error) {
-        return {error == OK ? EX_NONE : EX_TRANSACTION_FAILED, error, {}};
+        return {error == OK ? EX_NONE : EX_TRANSACTION_FAILED, error, ""};
     }
     void setFromStatusT(status_t error) { *this = fromStatusT(error); }
 
@@ -36,11 +43,11 @@ class Status final {
     const char* exceptionMessage() const { return message_.c_str(); }
     status_t transactionError() const { return exception_ == EX_TRANSACTION_FAILED ? error_ : OK; }
     bool isOk() const { return exception_ == EX_NONE; }
-    bool isDeadObject() const { return transactionError() == DEAD_OBJECT; }
+    /** For log lines. */
     std::string description() const;
 
   private:
-    Status(int32_t exception, status_t error, const std::string& message)
+    Status(int32_t exception, status_t error, const char* message)
         : exception_(exception), error_(error), message_(message) {}
 
     int32_t exception_ = EX_NONE;
@@ -74,11 +81,17 @@ class return_status {
         checked_ = true;
         return status_.isOk();
     }
-    /** Ends the process unless the call came through. */
-    void assertOk() const;
-    // These two do not count as looking at the status.
-    bool isDeadObject() const { return status_.isDeadObject(); }
+    /** Counts as a look if the answer is yes: who asks only this is ended by other failures. */
+    bool isDeadObject() const {
+        const bool isDead = status_.transactionError() == DEAD_OBJECT;
+        checked_ = checked_ || isDead;
+        return isDead;
+    }
+    /** Does not count as a look. */
     std::string description() const { return status_.description(); }
+
+    /** Ends the process unless the call came through. Generated code calls it. */
+    void assertOk() const;
 
   private:
     template <typename T, typename U>
@@ -108,7 +121,7 @@ class Return : public details::return_status {
         assertOk();
         return value_;
     }
-    T withDefault(T fallback) const { return isOk() ? value_ : fallback; }
+    T withDefault(T fallback) { return isOk() ? value_ : fallback; }
 
   private:
     T value_{};

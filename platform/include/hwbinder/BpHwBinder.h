@@ -43,7 +43,8 @@ class BpHwBinder final : public IBinder {
 
     std::mutex mutex_;
     bool obituarySent_ = false;
-    std::vector<sp<DeathRecipient>> recipients_;
+    /** Each is held by the interface's proxy that it was linked through, and goes with it. */
+    std::vector<wp<DeathRecipient>> recipients_;
 };
 
 }  // namespace android::hardware

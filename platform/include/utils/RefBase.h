@@ -13,7 +13,8 @@ namespace android {
 
 /**
  * Base of all objects that sp and wp refer to. Counting is thread-safe. The object is deleted with
- * its last strong reference; one that never had any may also live on the stack.
+ * its last strong reference, even if that was promoted before the constructor was done; one that
+ * never has any may also live on the stack.
  */
 class RefBase {
   public:
@@ -29,18 +30,24 @@ class RefBase {
                    !strong_.compare_exchange_weak(count, count + 1, std::memory_order_acquire,
                                                   std::memory_order_relaxed)) {
             }
+            if (count == kNeverHeld) strong_.fetch_sub(kNeverHeld, std::memory_order_relaxed);
             return count > 0;
         }
 
       private:
         friend class RefBase;
-        std::atomic<int32_t> strong_{0};
+        /** As long as there has been no strong reference; the first one takes it off. */
+        static constexpr int32_t kNeverHeld = 1 << 28;
+        std::atomic<int32_t> strong_{kNeverHeld};
         /** One of these is the object's own. */
         std::atomic<int32_t> weak_{1};
     };
 
     void incStrong(const void* /*id*/) const {
-        refs_->strong_.fetch_add(1, std::memory_order_relaxed);
+        const int32_t before = refs_->strong_.fetch_add(1, std::memory_order_relaxed);
+        if (before == weakref_type::kNeverHeld) {
+            refs_->strong_.fetch_sub(weakref_type::kNeverHeld, std::memory_order_relaxed);
+        }
     }
     void decStrong(const void* id) const;
     int32_t getStrongCount() const { return refs_->strong_.load(std::memory_order_relaxed); }

@@ -59,7 +59,7 @@ status_t readFromParcel(Status* status, const Parcel& parcel) {
     const char* message = parcel.readCString();
     if (message == nullptr) return BAD_VALUE;
     // Programs log it.
-    *status = Status::fromExceptionCode(exception, details::printable(message));
+    *status = Status::fromExceptionCode(exception, details::printable(message).c_str());
     return OK;
 }
 

@@ -34,9 +34,8 @@ status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient) {
 }
 
 status_t BpHwBinder::unlinkToDeath(const wp<DeathRecipient>& recipient) {
-    const sp<DeathRecipient> linked = recipient.promote();
     const std::lock_guard lock(mutex_);
-    const auto found = std::find(recipients_.begin(), recipients_.end(), linked);
+    const auto found = std::find(recipients_.begin(), recipients_.end(), recipient);
     if (found == recipients_.end()) return obituarySent_ ? DEAD_OBJECT : NAME_NOT_FOUND;
     recipients_.erase(found);
     return OK;
@@ -51,10 +50,10 @@ void BpHwBinder::sendObituary() {
             const std::lock_guard lock(mutex_);
             obituarySent_ = true;
             if (recipients_.empty()) return;
-            recipient = recipients_.front();
+            recipient = recipients_.front().promote();
             recipients_.erase(recipients_.begin());
         }
-        recipient->binderDied(who);
+        if (recipient != nullptr) recipient->binderDied(who);
     }
 }
 

@@ -10,6 +10,8 @@ void RefBase::weakref_type::decWeak(const void* /*id*/) {
 }
 
 RefBase::~RefBase() {
+    // One that nobody ever held is not promoted from now on.
+    refs_->strong_.store(0, std::memory_order_relaxed);
     refs_->decWeak(this);
 }
 

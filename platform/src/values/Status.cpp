@@ -25,16 +25,16 @@ std::string statusToString(status_t status) {
         {BAD_TYPE, "BAD_TYPE"},
         {NAME_NOT_FOUND, "NAME_NOT_FOUND"},
         {PERMISSION_DENIED, "PERMISSION_DENIED"},
-        {-ENODEV, "NO_INIT"},
+        {NO_INIT, "NO_INIT"},
         {ALREADY_EXISTS, "ALREADY_EXISTS"},
         {DEAD_OBJECT, "DEAD_OBJECT"},
         {FAILED_TRANSACTION, "FAILED_TRANSACTION"},
-        {-EOVERFLOW, "BAD_INDEX"},
-        {-ENODATA, "NOT_ENOUGH_DATA"},
-        {-EWOULDBLOCK, "WOULD_BLOCK"},
+        {BAD_INDEX, "BAD_INDEX"},
+        {NOT_ENOUGH_DATA, "NOT_ENOUGH_DATA"},
+        {WOULD_BLOCK, "WOULD_BLOCK"},
         {TIMED_OUT, "TIMED_OUT"},
         {UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
-        {UNKNOWN_ERROR + 7, "FDS_NOT_ALLOWED"},
+        {FDS_NOT_ALLOWED, "FDS_NOT_ALLOWED"},
         {UNEXPECTED_NULL, "UNEXPECTED_NULL"},
     };
     for (const auto& known : kNames) {
@@ -49,17 +49,17 @@ namespace {
 
 std::string exceptionToString(int32_t exception) {
     constexpr struct {
-        int32_t exception;
+        Status::Exception exception;
         const char* name;
     } kNames[] = {
-        {-1, "EX_SECURITY"},
-        {-2, "EX_BAD_PARCELABLE"},
+        {Status::EX_SECURITY, "EX_SECURITY"},
+        {Status::EX_BAD_PARCELABLE, "EX_BAD_PARCELABLE"},
         {Status::EX_ILLEGAL_ARGUMENT, "EX_ILLEGAL_ARGUMENT"},
         {Status::EX_NULL_POINTER, "EX_NULL_POINTER"},
-        {-5, "EX_ILLEGAL_STATE"},
-        {-6, "EX_NETWORK_MAIN_THREAD"},
-        {-7, "EX_UNSUPPORTED_OPERATION"},
-        {-128, "EX_HAS_REPLY_HEADER"},
+        {Status::EX_ILLEGAL_STATE, "EX_ILLEGAL_STATE"},
+        {Status::EX_NETWORK_MAIN_THREAD, "EX_NETWORK_MAIN_THREAD"},
+        {Status::EX_UNSUPPORTED_OPERATION, "EX_UNSUPPORTED_OPERATION"},
+        {Status::EX_HAS_REPLY_HEADER, "EX_HAS_REPLY_HEADER"},
         {Status::EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
     };
     for (const auto& known : kNames) {
