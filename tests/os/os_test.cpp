@@ -29,7 +29,7 @@ TEST(EventFlagHandle, MappingsShareTheWordThatAHandleHas) {
     ASSERT_TRUE(first != nullptr && second != nullptr);
     first->wake(4);
     uint32_t state = 0;
-    EXPECT_EQ(second->wait(6, &state, 1, true), android::NO_ERROR);
+    EXPECT_EQ(second->wait(6, &state, 1), android::NO_ERROR);
     EXPECT_EQ(state, 4U);
     Vek::OS::deleteEventFlag(&first);
     Vek::OS::deleteEventFlag(&second);

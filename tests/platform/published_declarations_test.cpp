@@ -1,6 +1,7 @@
-// The stand-in declares what the library uses as the device's runtime publishes it, in Android 10
-// to 13: to the letter where it is called, so that what compiles here compiles there. Each
-// assertion is one that the published headers pass, too.
+// The stand-in declares what src/ and tools/ use as the device's runtime publishes it, so that what
+// compiles here compiles there. Where Android 10 to 13 differ, the strictest of them is held: a
+// member that is const in some releases only is not const here. Generated headers need no check:
+// hidl-gen is the device's own.
 #include <android/hidl/base/1.0/IBase.h>
 #include <android/log.h>
 #include <cutils/ashmem.h>
@@ -17,8 +18,10 @@
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <type_traits>
@@ -39,9 +42,11 @@ using android::hardware::hidl_handle;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::IPCThreadState;
+using android::hardware::MQFlavor;
 using android::hardware::Return;
 using android::hardware::Status;
 using android::hidl::base::V1_0::IBase;
+using Triple = hidl_array<int, 3>;
 using Descriptor = android::hardware::MQDescriptorSync<int>;
 using Queue = android::hardware::MessageQueue<int, android::hardware::kSynchronizedReadWrite>;
 using Region = Queue::MemRegion;
@@ -59,6 +64,9 @@ static_assert(
 static_assert(is<std::string (android::hardware::details::return_status::*)() const>(
     &Return<int>::description));
 static_assert(is<int (Return<int>::*)(int)>(&Return<int>::withDefault));
+static_assert(is<Return<void> (*)()>(&android::hardware::Void));
+static_assert(std::is_convertible_v<const Return<int>&, int> &&
+              std::is_convertible_v<const Return<sp<IBase>>&, sp<IBase>>);
 static_assert(!std::is_copy_constructible_v<Return<void>> &&
               !std::is_copy_assignable_v<Return<int>>);
 static_assert(std::is_nothrow_move_constructible_v<Return<void>>);
@@ -68,27 +76,55 @@ static_assert(is<Status (*)(status_t)>(&Status::fromStatusT));
 static_assert(is<status_t (Status::*)() const>(&Status::transactionError));
 static_assert(is<Status (*)(int32_t, const char*)>(
     static_cast<Status (*)(int32_t, const char*)>(&Status::fromExceptionCode)));
+static_assert(std::is_same_v<status_t, int32_t>);
 static_assert(android::OK == 0 && android::NO_ERROR == 0 && android::DEAD_OBJECT == -EPIPE);
 
 // Values
 static_assert(is<void (hidl_handle::*)(native_handle_t*, bool)>(&hidl_handle::setTo));
 static_assert(is<const native_handle_t* (hidl_handle::*)() const>(&hidl_handle::getNativeHandle));
-static_assert(std::is_convertible_v<const native_handle_t*, hidl_handle>);
+static_assert(std::is_convertible_v<const native_handle_t*, hidl_handle> &&
+              std::is_convertible_v<const hidl_handle&, const native_handle_t*>);
+static_assert(std::is_copy_constructible_v<hidl_handle> &&
+              std::is_nothrow_move_constructible_v<hidl_handle>);
 static_assert(is<const char* (hidl_string::*)() const>(&hidl_string::c_str));
 static_assert(is<size_t (hidl_string::*)() const>(&hidl_string::size));
-static_assert(std::is_convertible_v<const char*, hidl_string>);
-static_assert(std::is_convertible_v<hidl_string, std::string>);
+static_assert(std::is_convertible_v<const char*, hidl_string> &&
+              std::is_convertible_v<const std::string&, hidl_string>);
+static_assert(std::is_convertible_v<const hidl_string&, std::string>);
 static_assert(is<size_t (hidl_vec<int>::*)() const>(&hidl_vec<int>::size));
 static_assert(is<void (hidl_vec<int>::*)(int*, size_t, bool)>(&hidl_vec<int>::setToExternal));
-static_assert(std::is_convertible_v<const std::vector<int>&, hidl_vec<int>>);
-static_assert(std::is_trivially_copyable_v<hidl_array<int, 3>>);
+static_assert(is<void (hidl_vec<int>::*)(size_t)>(&hidl_vec<int>::resize));
+static_assert(std::is_same_v<decltype(*std::declval<hidl_vec<int>&>().begin()), int&> &&
+              std::is_same_v<decltype(*std::declval<const hidl_vec<int>&>().end()), const int&>);
+static_assert(std::is_constructible_v<hidl_vec<int>, const int*, const int*>);
+static_assert(std::is_convertible_v<const std::vector<int>&, hidl_vec<int>> &&
+              std::is_convertible_v<const hidl_vec<int>&, std::vector<int>>);
+static_assert(std::is_trivially_copyable_v<Triple>);
+static_assert(std::is_convertible_v<const std::array<int, 3>&, Triple> &&
+              std::is_convertible_v<const Triple&, std::array<int, 3>>);
+static_assert(std::is_same_v<decltype(std::declval<const Triple&>().data()), const int*> &&
+              std::is_same_v<decltype(std::declval<const Triple&>()[size_t{}]), const int&>);
+static_assert(std::is_same_v<native_handle_t, native_handle> &&
+              std::is_same_v<decltype(native_handle::numFds), int> &&
+              std::is_same_v<decltype(std::declval<const native_handle&>().data[0]), const int&>);
 static_assert(is<native_handle_t* (*)(int, int)>(&native_handle_create));
 static_assert(is<int (*)(const char*, size_t)>(&ashmem_create_region));
 static_assert(is<int (*)(int)>(&ashmem_valid) && is<int (*)(int)>(&ashmem_get_size_region));
 
 // References and deaths
 static_assert(is<sp<RefBase> (wp<RefBase>::*)() const>(&wp<RefBase>::promote));
+static_assert(std::is_convertible_v<const sp<IBase>&, wp<RefBase>>);
 static_assert(is<RefBase* (sp<RefBase>::*)() const>(&sp<RefBase>::get));
+static_assert(is<RefBase* (sp<RefBase>::*)() const>(&sp<RefBase>::operator->));
+static_assert(is<void (sp<RefBase>::*)()>(&sp<RefBase>::clear));
+static_assert(std::is_convertible_v<const sp<IBase>&, sp<RefBase>> &&
+              std::is_convertible_v<IBase*, sp<RefBase>> &&
+              std::is_convertible_v<std::nullptr_t, sp<RefBase>>);
+static_assert(std::is_constructible_v<bool, const sp<RefBase>&> &&
+              !std::is_convertible_v<const sp<RefBase>&, bool>);
+static_assert(std::is_assignable_v<sp<RefBase>&, IBase*>);
+static_assert(std::is_same_v<decltype(std::declval<const sp<RefBase>&>() == nullptr), bool>);
+static_assert(!std::is_copy_constructible_v<RefBase> && !std::is_copy_assignable_v<RefBase>);
 static_assert(is<void (hidl_death_recipient::*)(uint64_t, const wp<IBase>&)>(
     &hidl_death_recipient::serviceDied));
 static_assert(
@@ -104,6 +140,11 @@ static_assert(std::is_constructible_v<Descriptor, const Descriptor&> &&
 static_assert(std::is_copy_assignable_v<Descriptor>);
 static_assert(std::is_constructible_v<Descriptor, const std::vector<GrantorDescriptor>&,
                                       native_handle_t*, size_t>);
+static_assert(Descriptor::READPTRPOS == 0 && Descriptor::WRITEPTRPOS == 1 &&
+              Descriptor::DATAPTRPOS == 2 && Descriptor::EVFLAGWORDPOS == 3);
+static_assert(std::is_same_v<std::underlying_type_t<MQFlavor>, uint32_t> &&
+              android::hardware::kSynchronizedReadWrite == 1);
+static_assert(std::is_same_v<Queue::Descriptor, Descriptor>);
 static_assert(is<size_t (Descriptor::*)() const>(&Descriptor::getSize));
 static_assert(is<size_t (Descriptor::*)() const>(&Descriptor::getQuantum));
 static_assert(is<int32_t (Descriptor::*)() const>(&Descriptor::getFlags));
@@ -122,6 +163,9 @@ static_assert(is<const Descriptor* (Queue::*)() const>(&Queue::getDesc));
 static_assert(is<size_t (Queue::*)() const>(&Queue::availableToRead));
 static_assert(is<size_t (Queue::*)() const>(&Queue::availableToWrite));
 static_assert(is<size_t (Queue::*)() const>(&Queue::getQuantumCount));
+static_assert(
+    std::is_same_v<decltype(std::declval<Queue&>().read(std::declval<int*>())), bool> &&
+    std::is_same_v<decltype(std::declval<Queue&>().write(std::declval<const int*>(), 1)), bool>);
 static_assert(is<bool (Queue::*)(size_t, Transaction*) const>(&Queue::beginRead));
 static_assert(is<bool (Queue::*)(size_t, Transaction*) const>(&Queue::beginWrite));
 static_assert(is<bool (Queue::*)(size_t)>(&Queue::commitRead));
@@ -142,6 +186,15 @@ static_assert(is<status_t (EventFlag::*)(uint32_t, uint32_t*, int64_t, bool)>(&E
 // The log, but for the fatal assertion, which no published header declares.
 static_assert(is<int (*)(int, const char*, const char*)>(&__android_log_write));
 static_assert(is<int (*)(int, int, const char*, const char*, ...)>(&__android_log_buf_print));
-static_assert(ANDROID_LOG_INFO == 4 && ANDROID_LOG_WARN == 5 && ANDROID_LOG_ERROR == 6);
+static_assert(ANDROID_LOG_INFO == 4 && ANDROID_LOG_WARN == 5 && ANDROID_LOG_ERROR == 6 &&
+              ANDROID_LOG_FATAL == 7);
+
+// What sensorctl uses of it: there since Android 11.
+static_assert(std::is_same_v<__android_logger_function, void (*)(const __android_log_message*)>);
+static_assert(is<void (*)(__android_logger_function)>(&__android_log_set_logger));
+static_assert(is<void (*)(const __android_log_message*)>(&__android_log_stderr_logger));
+static_assert(std::is_same_v<decltype(__android_log_message::priority), int32_t> &&
+              std::is_same_v<decltype(__android_log_message::tag), const char*> &&
+              std::is_same_v<decltype(__android_log_message::message), const char*>);
 
 }  // namespace

@@ -41,7 +41,12 @@ VEK_SENSORS_EXPORT std::unique_ptr<IMotionSensorProvider> createMotionSensorProv
 VEK_SENSORS_EXPORT std::unique_ptr<IImuSensor> createImuSensor();
 VEK_SENSORS_EXPORT std::unique_ptr<IMagSensor> createMagSensor();
 VEK_SENSORS_EXPORT std::unique_ptr<IIadSensor> createIadSensor();
+
+/// Looks the service up twice: for whether there is one, and for the object. If the service ends in
+/// between, the second look-up ends the process, since the object cannot be without one; on the
+/// device, it waits for the next service instead.
 VEK_SENSORS_EXPORT std::unique_ptr<IFaceEyeTrackingLed> createFaceEyeTrackingLed();
+
 VEK_SENSORS_EXPORT std::unique_ptr<IExternalTimingProvider> createExternalTimingProvider();
 VEK_SENSORS_EXPORT std::unique_ptr<ITambStream> createTambStream();
 
