@@ -45,6 +45,23 @@ class TouchedBatches : Setup<ImuData, Hidl::ImuData> {
     const size_t batch_;
 };
 
+/// What is the benchmark's own of a read(): the writer's counter, and a client behind a function.
+class CalledClient : Setup<ImuData, Hidl::ImuData> {
+  public:
+    explicit CalledClient(size_t batch) : batch_(batch) {}
+
+    const void* pass() {
+        stream_.publish(batch_);
+        const gsl::span<const ImuData> span(reinterpret_cast<const ImuData*>(stream_.records()),
+                                            batch_);
+        stream_.touchAll({&span, 1});
+        return stream_.seen;
+    }
+
+  private:
+    const size_t batch_;
+};
+
 /// For a client that does nothing with them, so that the way to it is all that counts.
 class StreamedBlocks : Setup<AdcFlickerData, Hidl::AdcFlickerData> {
   public:
@@ -87,6 +104,11 @@ std::vector<DataPath> directRecordPaths() {
         paths.push_back({fmt::format("read() of {} ImuData", batch), baseline, differenceOf(30),
                          bytes, passesOf<PlayedBatches<ImuData, Hidl::ImuData>>(batch)});
     }
+    paths.push_back({"the benchmark's own part of a read() of 1 ImuData",
+                     "read() of 1 ImuData",
+                     {},
+                     sizeof(ImuData),
+                     passesOf<CalledClient>(size_t{1})});
     const std::string baseline = "memcpy of an AdcFlickerData";
     constexpr size_t kBytes = sizeof(AdcFlickerData);
     constexpr auto kRate = DataPath::Figure::kRate;

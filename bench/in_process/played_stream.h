@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "in_process/data_path.h"
@@ -33,12 +34,7 @@ class PlayedStream {
                   Vek::Sensors::Hidl::Result::SUCCESS);
           }),
           written_(start * sizeof(HidlData)) {
-        handle.setCallbackv([this](typename Vek::Sensors::IDataStream<Data>::Batch spans) {
-            for (const auto& span : spans) {
-                touch(span.data(), span.size());
-            }
-            seen = spans[0].data();
-        });
+        handle.setCallbackv(touchAll);
         handle.setQueueSize(queueSize);
         handle.addTo(composite);
         memory_ = std::make_unique<TestSupport::QueueCounters>(*end_.queue);
@@ -63,6 +59,13 @@ class PlayedStream {
 
     Handle handle;
     const Data* seen = nullptr;
+    const std::function<void(typename Vek::Sensors::IDataStream<Data>::Batch)> touchAll =
+        [this](typename Vek::Sensors::IDataStream<Data>::Batch spans) {
+            for (const auto& span : spans) {
+                touch(span.data(), span.size());
+            }
+            seen = spans[0].data();
+        };
 
   private:
     TestSupport::ServiceEnd<HidlData> end_;

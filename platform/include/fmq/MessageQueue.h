@@ -195,8 +195,7 @@ class MessageQueue {
     }
 
     bool locate(uint64_t position, size_t count, MemTransaction* transaction) const {
-        if (ringSize_ == 0) return false;
-        const auto offset = static_cast<size_t>(position % ringSize_);
+        const auto offset = static_cast<size_t>(position % positions_);
         if (offset % sizeof(T) != 0) return false;
         const size_t start = offset / sizeof(T);
         const size_t inFirst = std::min(count, getQuantumCount() - start);
@@ -213,6 +212,7 @@ class MessageQueue {
     bool isValid_ = false;
     T* ring_ = nullptr;  // null if it has no room for a record
     size_t ringSize_ = 0;
+    size_t positions_ = 1;  // in the ring, which a queue of no records does not have
     Counter* readPosition_ = nullptr;
     Counter* writePosition_ = nullptr;
     std::atomic<uint32_t>* eventFlagWord_ = nullptr;
@@ -254,6 +254,7 @@ void MessageQueue<T, flavor>::map(bool resetPointers) {
     if (readPosition_ == nullptr || writePosition_ == nullptr) return;
     ring_ = mapGrantor<T>(Descriptor::DATAPTRPOS);
     isValid_ = ring_ != nullptr || ringSize_ == 0;
+    if (ringSize_ != 0) positions_ = ringSize_;
     if (!isValid_ || !resetPointers) return;
     readPosition_->store(0, std::memory_order_release);
     writePosition_->store(0, std::memory_order_release);
