@@ -1,7 +1,10 @@
-// What all adapters do alike: watch the service that they wrap, start and stop their streams.
+// What all adapters do alike: factories make them if there is a service, and they watch the service
+// that they wrap, start and stop their streams.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <vek/sensors/controller_provider.h>
+#include <vek/sensors/factories.h>
+#include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
 #include <memory>
 #include <string>
@@ -16,13 +19,34 @@
 #include "environment/tamb_stream.h"
 #include "motion/motion_sensor_provider.h"
 #include "motion/motion_sensors.h"
+#include "support/captured_log.h"
 #include "support/fake_service.h"
 #include "support/runtime_directory.h"
 
 namespace {
 
+using namespace ::testing;
 using namespace TestSupport;
+using namespace Vek::Sensors;
 using namespace Vek::Sensors::HidlWrapper;
+
+TEST(Factories, ReturnEmptyAtOnceWithoutAServiceAndOnlyTheLightSensorsLogs) {
+    const RuntimeDirectory withoutServices;
+    CapturedLog log;
+    EXPECT_EQ(createCameraProvider(), nullptr);
+    EXPECT_EQ(createMotionSensorProvider(), nullptr);
+    EXPECT_EQ(createImuSensor(), nullptr);
+    EXPECT_EQ(createMagSensor(), nullptr);
+    EXPECT_EQ(createIadSensor(), nullptr);
+    EXPECT_EQ(createExternalTimingProvider(), nullptr);
+    EXPECT_EQ(createFaceEyeTrackingLed(), nullptr);
+    EXPECT_EQ(createTambStream(), nullptr);
+    EXPECT_EQ(createControllerStateProvider(), nullptr);
+    EXPECT_NE(createStreamCompositor(), nullptr);
+    EXPECT_THAT(log.take(), IsEmpty());
+    EXPECT_EQ(createFlickerSensor(nullptr), nullptr);
+    EXPECT_THAT(log.take(), ElementsAre(errorLine("IFlickerSensor HAL service not running")));
+}
 
 template <typename Interface, typename Make>
 void expectWatched(const char* name, Make make) {
@@ -84,9 +108,8 @@ void expectCommands(const std::string& command, Stream& (Adapter::*stream)(),
             (adapter.*call)();
         }
     }
-    EXPECT_THAT(service->calls,
-                testing::ElementsAre(command + " true START", command + " true STOP",
-                                     command + " true START"))
+    EXPECT_THAT(service->calls, ElementsAre(command + " true START", command + " true STOP",
+                                            command + " true START"))
         << "the last of which ends with no adapter";
 }
 
