@@ -2,8 +2,8 @@
 #
 # usage: awk -v package=<name@version> -v table=methods|fields -f hal-tables.awk HEADER...
 #
-# methods: every interface's methods, as types and names, and a class that hands all calls of an
-# interface to one function. fields: the fields of every record, as macros and for visitors.
+# methods: every interface's methods, as types and names, a class that hands all calls of an
+# interface to one function, and the records that the service writes into queues. fields: the fields of every record, as macros and for visitors.
 
 BEGIN {
     path = namespace = package
@@ -32,6 +32,13 @@ table == "methods" && /^    virtual .*\) = 0;$/ {
     parameters = substr($0, RSTART + RLENGTH)
     sub(/\) = 0;$/, "", parameters)
     returned = substr($0, 13, RSTART - 12)
+    queues = parameters
+    while (match(queues, /MQDescriptorSync<[^>]*>/)) {
+        record = substr(queues, RSTART, RLENGTH - 1)
+        queues = substr(queues, RSTART + RLENGTH)
+        sub(/.*::/, "", record)
+        queued = queued " X(" record ")"
+    }
     sub(method "_cb _hidl_cb", interface "::&", parameters)
     names = parameters
     while (gsub(/<[^<>]*>/, "", names)) {}
@@ -104,4 +111,5 @@ END {
         all = all (i == 1 ? "" : ", ") interface
     }
     print "\nusing Interfaces = TypeList<" all ">;\n\n}"
+    print "\n#define HAL_QUEUED_RECORDS(X)" queued
 }

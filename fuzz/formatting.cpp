@@ -2,29 +2,21 @@
 // that is JSON, and words for people.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <type_traits>
+#include <vector>
 
-#include <algorithm>
-
-#include "camera/camera_fields.h"
-#include "controller/controller_fields.h"
-#include "environment/environment_fields.h"
-#include "motion/motion_fields.h"
+#include "support/shown_records.h"
 #include "target.h"
 
 namespace {
 
 using namespace Vek::Sensors;
-
-template <typename Record>
-std::string rowOf(const Record& record) {
-    fmt::memory_buffer row;
-    Recording::fieldsOf<Record>().appendRow(row, record);
-    return fmt::to_string(row);
-}
+using TestSupport::rowOf;
 
 /// Sets of bits hold no more than their bits: the library makes them of numbers.
 template <typename... Sets>
@@ -69,32 +61,20 @@ void check(FuzzedDataProvider& input) {
     }));
 }
 
-constexpr void (*kChecks[])(FuzzedDataProvider&){
-    check<ImuData>,
-    check<MagData>,
-    check<IadData>,
-    check<FrameSet>,
-    check<PairedControllerInfo>,
-    check<ControllerImuData>,
-    check<ButtonData>,
-    check<CurlData>,
-    check<PrecisionPadData>,
-    check<MultiTouchData>,
-    check<StylusData>,
-    check<ControllerInputADCData>,
-    check<PoseInput>,
-    check<ControllerCollisionEvent>,
-    check<WirelessDeviceStats>,
-    check<FlickerData>,
-    check<AdcFlickerData>,
-    check<AmbientLightData>,
-    check<ExternalTimestampData>,
-};
+using Check = void (*)(FuzzedDataProvider&);
+
+std::vector<Check> checks() {
+    std::vector<Check> checks;
+    TestSupport::forEachShownRecord(
+        [&checks](const auto& record) { checks.push_back(check<std::decay_t<decltype(record)>>); });
+    return checks;
+}
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider input{data, size};
-    input.PickValueInArray(kChecks)(input);
+    static const std::vector<Check> all = checks();
+    all[input.ConsumeIntegralInRange<size_t>(0, all.size() - 1)](input);
     return 0;
 }

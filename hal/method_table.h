@@ -1,5 +1,7 @@
 // What the table of a HAL package's methods consists of. The table itself, `methods.h` in the
-// package's directory, is made out of the interface definitions when the package is built.
+// package's directory, is made out of the interface definitions when the package is built. It also
+// has a macro HAL_QUEUED_RECORDS(X): X(Record) for each kind of record that clients hand a queue over
+// for.
 #pragma once
 
 #include <hidl/Status.h>

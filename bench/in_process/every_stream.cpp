@@ -2,7 +2,9 @@
 #include <fmt/format.h>
 #include <vek/sensors/external_timing.h>
 #include <vek/sensors/flicker.h>
+#include <vek/sensors/frame_set.h>
 #include <vek/sensors/motion.h>
+#include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
 #include <string>
 #include <vector>
@@ -41,33 +43,18 @@ void addPaths(const std::string& record, std::vector<DataPath>* paths) {
     }
 }
 
+/// Frame sets take a way of their own.
+template <>
+void addPaths<Vek::Sensors::FrameSet, Vek::Sensors::Hidl::FrameSet>(const std::string& /*record*/,
+                                                                    std::vector<DataPath>*) {}
+
 }  // namespace
 
 std::vector<DataPath> everyStreamPaths() {
     std::vector<DataPath> paths;
 #define ADD_PATHS(Record) \
-    addPaths<Vek::Sensors::Record, Vek::Sensors::Hidl::Record>(#Record, &paths)
-    ADD_PATHS(ImuData);
-    ADD_PATHS(MagData);
-    ADD_PATHS(IadData);
-    ADD_PATHS(ControllerImuData);
-    ADD_PATHS(ControllerInputADCData);
-    ADD_PATHS(ControllerCollisionEvent);
-    ADD_PATHS(WirelessDeviceStats);
-    ADD_PATHS(PoseInput);
-    ADD_PATHS(HapticsState);
-    ADD_PATHS(WirelessStateTransition);
-    ADD_PATHS(ExternalTimestampData);
-    ADD_PATHS(FlickerData);
-    ADD_PATHS(AdcFlickerData);
-    ADD_PATHS(AmbientLightData);
-    ADD_PATHS(ButtonData);
-    ADD_PATHS(StylusData);
-    ADD_PATHS(MultiTouchData);
-    ADD_PATHS(PrecisionPadData);
-    ADD_PATHS(CurlData);
-    ADD_PATHS(ControllerInputData);
-    ADD_PATHS(PairedControllerInfo);
+    addPaths<Vek::Sensors::Record, Vek::Sensors::Hidl::Record>(#Record, &paths);
+    HAL_QUEUED_RECORDS(ADD_PATHS)
 #undef ADD_PATHS
     return paths;
 }

@@ -10,27 +10,19 @@
 #include <iterator>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "camera/camera_fields.h"
-#include "controller/controller_fields.h"
 #include "controller/controller_text.h"
-#include "environment/environment_fields.h"
 #include "environment/flicker_estimate.h"
 #include "failure.h"
-#include "motion/motion_fields.h"
 #include "record_printer.h"
+#include "support/shown_records.h"
 
 namespace {
 
+using namespace TestSupport;
 using namespace Vek::Sensors;
-
-template <typename Data>
-std::string csv(const Data& record) {
-    fmt::memory_buffer out;
-    Recording::fieldsOf<Data>().appendRow(out, record);
-    return fmt::to_string(out);
-}
 
 template <typename Data>
 std::string describe(const Data& record) {
@@ -53,30 +45,13 @@ void expectAMemberForEachColumn() {
         // A frame that the set does not have holds nothing.
         cells.push_back(read == std::end(candidates) ? "" : *read);
     }
-    EXPECT_EQ(csv(record), fmt::format("{}", fmt::join(cells, ",")))
+    EXPECT_EQ(rowOf(record), fmt::format("{}", fmt::join(cells, ",")))
         << Recording::fieldsOf<Data>().titles();
 }
 
 TEST(RecordTest, EveryColumnHasAMemberOfItsOwn) {
-    expectAMemberForEachColumn<ImuData>();
-    expectAMemberForEachColumn<MagData>();
-    expectAMemberForEachColumn<IadData>();
-    expectAMemberForEachColumn<FrameSet>();
-    expectAMemberForEachColumn<PairedControllerInfo>();
-    expectAMemberForEachColumn<ControllerImuData>();
-    expectAMemberForEachColumn<ButtonData>();
-    expectAMemberForEachColumn<CurlData>();
-    expectAMemberForEachColumn<PrecisionPadData>();
-    expectAMemberForEachColumn<MultiTouchData>();
-    expectAMemberForEachColumn<StylusData>();
-    expectAMemberForEachColumn<ControllerInputADCData>();
-    expectAMemberForEachColumn<PoseInput>();
-    expectAMemberForEachColumn<ControllerCollisionEvent>();
-    expectAMemberForEachColumn<WirelessDeviceStats>();
-    expectAMemberForEachColumn<FlickerData>();
-    expectAMemberForEachColumn<AdcFlickerData>();
-    expectAMemberForEachColumn<AmbientLightData>();
-    expectAMemberForEachColumn<ExternalTimestampData>();
+    forEachShownRecord(
+        [](const auto& record) { expectAMemberForEachColumn<std::decay_t<decltype(record)>>(); });
 }
 
 constexpr ImuData kImu{
@@ -92,20 +67,20 @@ constexpr ImuData kImu{
     34.9F};
 
 TEST(RecordTest, RowsHoldEveryFieldExactly) {
-    EXPECT_EQ(csv(kImu),
+    EXPECT_EQ(rowOf(kImu),
               "-1,1700000000000000002,0.1,-2.5,9.81,1e-07,0,-0.5,31.25,4294967295,3,3,156.9064,"
               "34.9");
-    EXPECT_EQ(csv(MagData{5, {20.5F, -3, 41}, 30, 6, 7, 0, 4900}), "5,20.5,-3,41,30,6,7,0,4900");
-    EXPECT_EQ(csv(IadData{63.5F}), "63.5");
+    EXPECT_EQ(rowOf(MagData{5, {20.5F, -3, 41}, 30, 6, 7, 0, 4900}), "5,20.5,-3,41,30,6,7,0,4900");
+    EXPECT_EQ(rowOf(IadData{63.5F}), "63.5");
     MultiTouchData touch{};
     touch.header.controller = ControllerAddr{0x5A};
     touch.points[1] = {1, 2, 1, 0, 0, 65535, 7, 200, 30, 20, 0};
-    EXPECT_EQ(csv(touch),
+    EXPECT_EQ(rowOf(touch),
               "0x5a,0,0,0,0,0,0,0,0,1,2,1,65535,7,200,30,20,0,0,0,0,0,0,0,0,0,0,0,0,0,0,"
               "0,0");
     ButtonData buttons{
         {ControllerAddr{0x5A}, 1, 2, 1ULL << 40}, 0b1000001, 127, 3, 0.1F, 1, {-1, 0.5F}};
-    EXPECT_EQ(csv(buttons), "0x5a,1,2,1099511627776,65,127,3,0.1,1,-1,0.5");
+    EXPECT_EQ(rowOf(buttons), "0x5a,1,2,1099511627776,65,127,3,0.1,1,-1,0.5");
 }
 
 TEST(RecordTest, ValuesAndStatusAreTakenFromTheirFields) {
@@ -125,9 +100,9 @@ TEST(RecordTest, FrameSetsRowHasAColumnForEveryTitleWhateverTheServiceCounts) {
     frameSet.frameType = FrameType::COLOR;
     for (const uint32_t frames : {0U, 2U, 10U, UINT32_MAX}) {
         frameSet.numFrames = frames;
-        EXPECT_THAT(csv(frameSet), ::testing::StartsWith(fmt::format(
-                                       "1700000000000000001,4294967295,9,{},0", frames)));
-        const std::string row = csv(frameSet);
+        EXPECT_THAT(rowOf(frameSet), ::testing::StartsWith(fmt::format(
+                                         "1700000000000000001,4294967295,9,{},0", frames)));
+        const std::string row = rowOf(frameSet);
         const std::string titles = Recording::fieldsOf<FrameSet>().titles();
         EXPECT_EQ(std::count(row.begin(), row.end(), ','),
                   std::count(titles.begin(), titles.end(), ','));
@@ -176,7 +151,7 @@ TEST(RecordPrinterTest, PrintsTheChosenColumnsOfSoManyRecords) {
 TEST(RecordTest, TextOfTheServiceStaysInItsColumn) {
     PairedControllerInfo info{};
     std::memcpy(info.name.data(), "sixteen \"chars\";", 16);  // fills its field
-    const std::string row = csv(info);
+    const std::string row = rowOf(info);
     EXPECT_THAT(row, ::testing::HasSubstr(",\"sixteen \"\"chars\"\";\",,,,,"));
     std::memcpy(info.name.data(), "left\x1b\0old name", 14);
     EXPECT_EQ(text(info.name), "left?");
