@@ -18,33 +18,41 @@ namespace {
 /// All cameras of a EuRoC data set are one stream.
 constexpr char kEurocCameras[] = "camera-headset";
 
-struct Extent {
+/// What there is in the streams that are played.
+struct Content {
     int64_t begin = std::numeric_limits<int64_t>::max();
     int64_t end = std::numeric_limits<int64_t>::min();
+    std::set<uint64_t> controllers;
+
+    void addTime(int64_t time) {
+        begin = std::min(begin, time);
+        end = std::max(end, time);
+    }
 };
 
 /// Reads all records.
 template <typename Record>
 void survey(const Recording::Reader& recording, const Recording::StreamInfo& stream,
-            Extent* extent) {
+            Content* content) {
     RecordedStream<Record> records(recording, stream, [](const Record&, const Record&) {});
     for (; records.time(); records.advance()) {
-        extent->begin = std::min(extent->begin, *records.time());
-        extent->end = std::max(extent->end, *records.time());
-    }
-}
-
-/// Of a data set that has images and no frame sets.
-void surveyImages(const Recording::Reader& recording, Extent* extent) {
-    for (const Recording::CameraInfo& camera : recording.cameras()) {
-        for (Recording::ImageCursor images = recording.images(camera); images.next();) {
-            extent->begin = std::min(extent->begin, images.timestamp());
-            extent->end = std::max(extent->end, images.timestamp());
+        content->addTime(*records.time());
+        if (const auto controller = controllerOf(records.record())) {
+            content->controllers.insert(*controller);
         }
     }
 }
 
-using Survey = void (*)(const Recording::Reader&, const Recording::StreamInfo&, Extent*);
+/// Of a data set that has images and no frame sets.
+void surveyImages(const Recording::Reader& recording, Content* content) {
+    for (const Recording::CameraInfo& camera : recording.cameras()) {
+        for (Recording::ImageCursor images = recording.images(camera); images.next();) {
+            content->addTime(images.timestamp());
+        }
+    }
+}
+
+using Survey = void (*)(const Recording::Reader&, const Recording::StreamInfo&, Content*);
 
 /// What kind of records the streams have that can be played.
 const std::map<std::string, Survey>& surveys() {
@@ -102,10 +110,10 @@ Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldC
             names.emplace_back(kEurocCameras);
         }
     }
-    Extent extent;
+    Content content;
     for (const std::string& name : names) {
         if (playback.recording->isPlainEuroc() && name == kEurocCameras) {
-            surveyImages(*playback.recording, &extent);
+            surveyImages(*playback.recording, &content);
             playback.areEurocCamerasPlayed = true;
             continue;
         }
@@ -116,16 +124,17 @@ Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldC
                 "{}: {} stream '{}'", playback.recording->directory().string(),
                 stream == nullptr ? "there is no" : "this program cannot play the", name));
         }
-        survey->second(*playback.recording, *stream, &extent);
+        survey->second(*playback.recording, *stream, &content);
         playback.streams.push_back(*stream);
     }
-    const auto begin = extent.begin + static_cast<int64_t>(options.start * 1e9);
-    if (extent.begin > extent.end || begin > extent.end) {
+    const auto begin = content.begin + static_cast<int64_t>(options.start * 1e9);
+    if (content.begin > content.end || begin > content.end) {
         throw std::runtime_error(
             fmt::format("{}: there is nothing to play", playback.recording->directory().string()));
     }
+    playback.controllers = content.controllers;
     playback.timeline = std::make_shared<PlaybackTimeline>(
-        clock, begin, extent.end, options.isLooped, options.areTimestampsKept);
+        clock, begin, content.end, options.isLooped, options.areTimestampsKept);
     return playback;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,8 @@ struct Playback {
     std::shared_ptr<const Recording::Reader> recording;
     /// The streams that are played.
     std::vector<Recording::StreamInfo> streams;
+    /// The controllers that have records in these streams, by address.
+    std::set<uint64_t> controllers;
     /// The cameras of a EuRoC data set, which has no streams of frame sets.
     bool areEurocCamerasPlayed = false;
     std::shared_ptr<PlaybackTimeline> timeline;

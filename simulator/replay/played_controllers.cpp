@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <set>
 #include <utility>
 
 #include "controller/provider_service.h"
@@ -18,38 +17,6 @@
 namespace Simulator {
 namespace {
 
-/// Calls `visit` with each record of a stream of controllers, if it is played.
-template <typename Record, typename Visit>
-void forEachRecord(const Playback& playback, const char* name, const Visit& visit) {
-    if (const Recording::StreamInfo* const stream = playback.find(name)) {
-        RecordedStream<Record> records(*playback.recording, *stream,
-                                       [](const Record&, const Record&) {});
-        for (; records.time(); records.advance()) {
-            visit(records.record());
-        }
-    }
-}
-
-/// In rising order.
-std::vector<uint64_t> addressesIn(const Playback& playback) {
-    std::set<uint64_t> addresses;
-    const auto note = [&addresses](const auto& record) { addresses.insert(counterOf(record)); };
-    forEachRecord<Hidl::PairedControllerInfo>(
-        playback, "controller-state",
-        [&addresses](const auto& record) { addresses.insert(record.address.address); });
-    forEachRecord<Hidl::ControllerImuData>(playback, "controller-imu", note);
-    forEachRecord<Hidl::ButtonData>(playback, "controller-buttons", note);
-    forEachRecord<Hidl::CurlData>(playback, "controller-curl", note);
-    forEachRecord<Hidl::PrecisionPadData>(playback, "controller-pad", note);
-    forEachRecord<Hidl::MultiTouchData>(playback, "controller-touch", note);
-    forEachRecord<Hidl::StylusData>(playback, "controller-stylus", note);
-    forEachRecord<Hidl::ControllerInputADCData>(playback, "controller-adc", note);
-    forEachRecord<Hidl::PoseInput>(playback, "controller-pose", note);
-    forEachRecord<Hidl::ControllerCollisionEvent>(playback, "controller-collision", note);
-    forEachRecord<Hidl::WirelessDeviceStats>(playback, "controller-link", note);
-    return {addresses.begin(), addresses.end()};
-}
-
 /// As faults know it.
 std::string nameOf(const Hidl::PairedControllerInfo& info) {
     const auto* const begin = info.name.data();
@@ -58,19 +25,22 @@ std::string nameOf(const Hidl::PairedControllerInfo& info) {
 }
 
 /// Each in its first recorded state, or connected if none was recorded.
-std::vector<ControllerDevice> devicesOf(const Playback& playback,
-                                        const std::vector<uint64_t>& addresses) {
+std::vector<ControllerDevice> devicesOf(const Playback& playback) {
     std::map<uint64_t, Hidl::PairedControllerInfo> states;
-    forEachRecord<Hidl::PairedControllerInfo>(
-        playback, "controller-state",
-        [&states](const auto& record) { states.emplace(record.address.address, record); });
+    if (const Recording::StreamInfo* const stream = playback.find("controller-state")) {
+        RecordedStream<Hidl::PairedControllerInfo> records(*playback.recording, *stream,
+                                                           [](const auto&, const auto&) {});
+        for (; records.time(); records.advance()) {
+            states.emplace(records.record().address.address, records.record());
+        }
+    }
     std::vector<ControllerDevice> devices;
-    if (addresses.empty()) {
+    if (playback.controllers.empty()) {
         return devices;
     }
     // The models want one, and are not asked for anything.
     const auto world = std::make_shared<World>(WorldSettings{});
-    for (const uint64_t address : addresses) {
+    for (const uint64_t address : playback.controllers) {
         Hidl::PairedControllerInfo unknown{};
         unknown.address.address = address;
         unknown.connection = Hidl::ControllerConnection::CONNECTED;
@@ -89,9 +59,8 @@ std::vector<ControllerDevice> devicesOf(const Playback& playback,
 
 PlayedControllers::PlayedControllers(const Playback& playback)
     : playback_(playback),
-      addresses_(addressesIn(playback)),
       fleet_(std::make_shared<ControllerFleet>(playback.faults, playback.timeline->sharedClock(),
-                                               devicesOf(playback, addresses_))),
+                                               devicesOf(playback))),
       poses_(new PoseReceiver(fleet_)) {
     using Streams = ControllerStreams;
     constexpr auto kEnabled = &StreamingListener::enabled;
@@ -119,7 +88,7 @@ void PlayedControllers::play(const char* name,
     }
     const ControllerStreams::Stream<Record>& clients = fleet_->streams().*stream;
     std::vector<std::shared_ptr<PlayedPart>> parts;
-    for (const uint64_t address : addresses_) {
+    for (const uint64_t address : playback_.controllers) {
         const Hidl::ControllerAddr controller{address};
         parts.push_back(std::make_shared<PlayedStream<Record>>(
             *playback_.recording, *recorded, playback_.timeline, clients,
@@ -156,7 +125,7 @@ void PlayedControllers::followSwitches() const {
 }
 
 std::string PlayedControllers::registerServices() {
-    if (addresses_.empty()) {
+    if (playback_.controllers.empty()) {
         return "";
     }
     const auto& faults = playback_.faults;
@@ -176,7 +145,7 @@ void PlayedControllers::stop() {
 }
 
 std::vector<std::string> PlayedControllers::summary() const {
-    return addresses_.empty() ? std::vector<std::string>{} : fleet_->summary();
+    return playback_.controllers.empty() ? std::vector<std::string>{} : fleet_->summary();
 }
 
 }  // namespace Simulator

@@ -41,7 +41,6 @@ class PlayedControllers : public DeviceGroup {
     };
 
     const Playback playback_;
-    const std::vector<uint64_t> addresses_;
     const std::shared_ptr<ControllerFleet> fleet_;
     const android::sp<PoseReceiver> poses_;
     std::vector<Part> parts_;

@@ -51,7 +51,7 @@ class RecordedStream final : public PlayedRecords {
             }
             record_ = Record{};
             reader_.read(record_);
-        } while (controller_ && counterOf(record_) != *controller_);
+        } while (controller_ && controllerOf(record_) != controller_);
         const int64_t received = receivedColumn_ < 0 ? 0 : csv_.number<int64_t>(receivedColumn_);
         fillInTimes(received);
         const int64_t arrival = arrivalOf(record_);
@@ -61,7 +61,7 @@ class RecordedStream final : public PlayedRecords {
         }
         time_ = time;
         if (auto* const sequence = sequenceOf(record_)) {
-            Counter& counter = counters_[counterOf(record_)];
+            Counter& counter = counters_[controllerOf(record_)];
             if (!isNumbered_) {
                 *sequence = static_cast<std::decay_t<decltype(*sequence)>>(
                     counter.isKnown ? counter.last + 1 : 0);
@@ -90,8 +90,8 @@ class RecordedStream final : public PlayedRecords {
             record.sampleTime += static_cast<double>(shift) * 1e-9;
         }
         if (auto* const sequence = sequenceOf(record)) {
-            *sequence +=
-                static_cast<std::decay_t<decltype(*sequence)>>(counters_[counterOf(record)].offset);
+            *sequence += static_cast<std::decay_t<decltype(*sequence)>>(
+                counters_[controllerOf(record)].offset);
         }
         if (isFirst) {
             Discontinuity<Record>::mark(&record);
@@ -131,7 +131,7 @@ class RecordedStream final : public PlayedRecords {
     const Deliver deliver_;
     Record record_{};
     std::optional<int64_t> time_;
-    std::map<uint64_t, Counter> counters_;
+    std::map<std::optional<uint64_t>, Counter> counters_;  // by controller
 };
 
 }  // namespace Simulator

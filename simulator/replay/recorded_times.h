@@ -1,9 +1,11 @@
-// The times of a record of any kind, to be moved from the recording's clock to the world's.
+// The times of a record of any kind, to be moved from the recording's clock to the world's, and
+// whose it is.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <type_traits>
 
 #include "hal.h"
@@ -84,16 +86,18 @@ int64_t arrivalOf(const Record& record) {
     return 0;
 }
 
-/// Whose samples the record's sequence number counts: a controller's, or 0.
+/// The address of the controller that the record is of.
 template <typename Record>
-uint64_t counterOf(const Record& record) {
+std::optional<uint64_t> controllerOf(const Record& record) {
     using namespace RecordedTimes;
-    if constexpr (HasHeader<Record>::value) {
+    if constexpr (std::is_same_v<Record, Hidl::PairedControllerInfo>) {
+        return record.address.address;
+    } else if constexpr (HasHeader<Record>::value) {
         return record.header.controller.address;
     } else if constexpr (HasController<Record>::value) {
         return record.controller.address;
     }
-    return 0;
+    return std::nullopt;
 }
 
 /// @return null if the record is not numbered
