@@ -77,15 +77,6 @@ Return<void> CameraStreamService::setExposureGain(const ClientIdentity& client,
     return Void();
 }
 
-Return<void> CameraStreamService::setPhaseOffset(uint64_t offset) {
-    server_->setPhaseOffset(offset);
-    return Void();
-}
-
-Return<Result> CameraStreamService::setCameraSyncMode(Hidl::CameraSyncMode mode) {
-    return server_->setSyncMode(mode);
-}
-
 Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name,
                                                          const hidl_vec<uint8_t>& data) {
     constexpr size_t kMaxNames = 16;
@@ -105,10 +96,6 @@ Return<Result> CameraStreamService::writeSessionOcalData(const hidl_string& name
     }
     sessionData_[text] = data;
     return Result::SUCCESS;
-}
-
-Return<Result> CameraStreamService::setResolution(const hidl_vec<Hidl::Resolution>& resolutions) {
-    return server_->setResolutions(resolutions);
 }
 
 std::vector<std::string> CameraStreamService::sessionData() const {

@@ -37,13 +37,20 @@ class CameraStreamService : public Service<Hidl::ICameraStream> {
         registerFrameConfigCallback_cb callback) override;
     Return<void> setExposureGain(const ClientIdentity& client,
                                  const Hidl::ExposureGainSettings& settings) override;
-    Return<void> setPhaseOffset(uint64_t offset) override;
-    Return<Hidl::Result> setCameraSyncMode(Hidl::CameraSyncMode mode) override;
+    Return<void> setPhaseOffset(uint64_t offset) override {
+        server_->setPhaseOffset(offset);
+        return Void();
+    }
+    Return<Hidl::Result> setCameraSyncMode(Hidl::CameraSyncMode mode) override {
+        return server_->setSyncMode(mode);
+    }
     Return<Hidl::Result> writeSessionOcalData(
         const android::hardware::hidl_string& name,
         const android::hardware::hidl_vec<uint8_t>& data) override;
     Return<Hidl::Result> setResolution(
-        const android::hardware::hidl_vec<Hidl::Resolution>& resolutions) override;
+        const android::hardware::hidl_vec<Hidl::Resolution>& resolutions) override {
+        return server_->setResolutions(resolutions);
+    }
 
     const android::sp<FrameSetServer>& server() const { return server_; }
 

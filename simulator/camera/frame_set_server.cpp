@@ -140,7 +140,7 @@ Hidl::Result FrameSetServer::setResolutions(const std::vector<Hidl::Resolution>&
         ALOGW("%s: refused resolutions for %zu cameras", plan_.name.c_str(), resolutions.size());
         return Hidl::Result::FAILURE;
     }
-    if (onListened_ && !std::all_of(resolutions.begin(), resolutions.end(), [](auto resolution) {
+    if (isPlayedBack() && !std::all_of(resolutions.begin(), resolutions.end(), [](auto resolution) {
             return resolution == Hidl::Resolution::FULL;
         })) {
         ALOGW("%s: the images are played back as they are", plan_.name.c_str());
@@ -167,7 +167,7 @@ Hidl::Result FrameSetServer::setFrameRate(Hidl::FrameRate rate) {
     if (std::find(std::begin(kRates), std::end(kRates), rate) == std::end(kRates)) {
         return Hidl::Result::FAILURE;
     }
-    if (onListened_ && rate != Rate::DEFAULT && rate != plan_.frameRate) {
+    if (isPlayedBack() && rate != Rate::DEFAULT && rate != plan_.frameRate) {
         ALOGW("%s: the images are played back as they came", plan_.name.c_str());
         return Hidl::Result::FAILURE;
     }
@@ -308,7 +308,7 @@ void FrameSetServer::play(Hidl::FrameSet frameSet) {
 
 void FrameSetServer::onChangeLocked() {
     const bool isListened = isAnyStartedLocked();
-    if (onListened_) {
+    if (isPlayedBack()) {
         onListened_(isListened);
     } else {
         sampler_.setBatchLimit(isListened ? 1 : 0);

@@ -103,6 +103,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
         bool isServed = true;
     };
 
+    bool isPlayedBack() const { return onListened_ != nullptr; }
     void deliver(const Batch& batch);
     bool isTooSoonLocked(const Batch& batch);
     bool beginLocked(const Batch& batch, Hidl::FrameSet* frameSet);
