@@ -11,7 +11,9 @@
 
 #include "recording/cell.h"
 
-/// Turns a cell into words; for Recording::Field::shownAs.
+namespace Recording {
+
+/// Turns a cell into words; for Field::shownAs.
 using Words = std::function<std::string(std::string_view cell)>;
 
 /// Of an enumeration: its name.
@@ -19,7 +21,7 @@ template <typename Enum, typename Name>
 Words wordOf(Name name) {
     return [name](std::string_view cell) {
         Enum value{};
-        return Recording::readCell(cell, value) ? name(value) : std::string();
+        return readCell(cell, value) ? name(value) : std::string();
     };
 }
 
@@ -28,7 +30,7 @@ inline Words wordsOfBits(std::initializer_list<std::pair<unsigned, const char*>>
     return [bits = std::vector(names)](std::string_view cell) {
         uint64_t set = 0;
         std::string words;
-        if (Recording::readCell(cell, set)) {
+        if (readCell(cell, set)) {
             for (const auto& [bit, name] : bits) {
                 words +=
                     (set >> bit & 1) == 0 ? "" : (words.empty() ? "" : "+") + std::string(name);
@@ -37,3 +39,5 @@ inline Words wordsOfBits(std::initializer_list<std::pair<unsigned, const char*>>
         return words;
     };
 }
+
+}  // namespace Recording

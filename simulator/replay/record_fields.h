@@ -52,6 +52,10 @@ struct Fields<Hidl::ControllerImuData> {
     static FieldList<Hidl::ControllerImuData> list();
 };
 template <>
+struct Fields<Hidl::ControllerSampleHeader> {
+    static FieldList<Hidl::ControllerSampleHeader> list();
+};
+template <>
 struct Fields<Hidl::ButtonData> {
     static FieldList<Hidl::ButtonData> list();
 };
