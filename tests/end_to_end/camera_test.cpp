@@ -255,15 +255,6 @@ TEST_F(EndToEndTest, OverriddenExposureChangesTheBrightnessUntilTheOverrideEnds)
     client.camera().stopOverridingExposureSettings();
     EXPECT_NEAR(brightnessAt(automaticTime), automatic, tolerance);
 
-    const auto controller = client.provider->getStreamController("head-tracking", "");
-    EXPECT_FALSE(controller->setExposureGain(0, 0, settings));  // It does not override.
-    EXPECT_TRUE(controller->startOverridingExposureSettings());
-    settings.cameras.fill({automaticTime / 2, 4 * automaticGain, 1});
-    EXPECT_TRUE(controller->setExposureGain(0, 0, settings));
-    EXPECT_GT(brightnessAt(automaticTime / 2), 1.5 * automatic);
-    EXPECT_TRUE(controller->stopOverridingExposureSettings());
-    EXPECT_NEAR(brightnessAt(automaticTime), automatic, tolerance);
-
     EXPECT_TRUE(client.camera().setResolution({Resolution::FULL, Resolution::HALF}));
     EXPECT_TRUE(client.waitUntil([&] { return client.first().last.frames[1].width == 320; }));
     EXPECT_EQ(client.camera().getConfiguration().cameras.at(1).height, 240U);

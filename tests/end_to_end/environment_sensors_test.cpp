@@ -220,44 +220,14 @@ TEST_F(EnvironmentSensorsTest, RegistrationsRaceWithSendsAndEveryAcceptedMessage
     EXPECT_TRUE(ask(5));
 }
 
-TEST_F(EnvironmentSensorsTest, ControllersAndServiceRefuseWhatTheyWereToldTo) {
-    {
-        const Simulator simulator({"--rpc-refuse", "9"});
-        const auto answer = ask(9, ControllerAddr{kLeftNumber + 1});
-        ASSERT_TRUE(answer);
-        EXPECT_EQ(answer->kind, Kind::ERROR);
-        EXPECT_EQ(answer->address, ControllerAddr{kLeftNumber + 1});
-        EXPECT_EQ(ask(8)->kind, Kind::RESPONSE);
-        EXPECT_FALSE(ask(8, ControllerAddr{77})) << "there is no such controller";
-    }
-    const Simulator simulator({"--refuse", "ITambril.sendMessage=FAILURE", "--refuse",
-                               "IFaceEyeTrackingLed.enable=BAD_STATE", "--getter-error",
-                               "IFlickerSensor.getProperties=FAILURE"});
-    EXPECT_FALSE(ask(8));
-    EXPECT_FALSE(createFaceEyeTrackingLed()->enable());
-    EXPECT_EQ(createFlickerSensor(nullptr)->properties().name, "");
-}
-
-TEST_F(EnvironmentSensorsTest, LedsAreSetSwitchedAndOverriddenByOneClientAtATime) {
-    using Group = FaceEyeTrackingLedGroup;
-    const Simulator simulator;
-    const TestSupport::CapturedLog log;
-    const auto leds = createFaceEyeTrackingLed();
-    const auto other = createFaceEyeTrackingLed();
-    EXPECT_EQ(leds->getNumChannels(Group::RIGHT_EYE), 8);
-    EXPECT_EQ(leds->getNumChannels(static_cast<Group>(9)), 0);
-    const FaceEyeTrackingLedConfiguration good{Group::FACE, 3, 30'000, 500};
-    const FaceEyeTrackingLedConfiguration bad{Group::FACE, 4, 30'000, 500};
-    EXPECT_TRUE(leds->setConfigs({good}));
-    EXPECT_TRUE(leds->startOverridingLedSettings());
-    EXPECT_FALSE(other->startOverridingLedSettings());
-    EXPECT_FALSE(other->setConfigs({good}));
-    EXPECT_TRUE(leds->setConfigs({good, good}));
-    EXPECT_FALSE(leds->setConfigs({good, bad}));
-    EXPECT_TRUE(leds->enable());
-    EXPECT_TRUE(other->disable());
-    EXPECT_TRUE(leds->stopOverridingLedSettings());
-    EXPECT_FALSE(leds->stopOverridingLedSettings());
+TEST_F(EnvironmentSensorsTest, ControllersRefuseWhatTheyWereToldTo) {
+    const Simulator simulator({"--rpc-refuse", "9"});
+    const auto answer = ask(9, ControllerAddr{kLeftNumber + 1});
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->kind, Kind::ERROR);
+    EXPECT_EQ(answer->address, ControllerAddr{kLeftNumber + 1});
+    EXPECT_EQ(ask(8)->kind, Kind::RESPONSE);
+    EXPECT_FALSE(ask(8, ControllerAddr{77})) << "there is no such controller";
 }
 
 }  // namespace

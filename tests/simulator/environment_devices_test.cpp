@@ -27,7 +27,6 @@ using TestSupport::FakeClient;
 using TestSupport::FakeSensorClient;
 
 constexpr int64_t kSecond = 1'000'000'000;
-constexpr auto kSaturated = static_cast<uint32_t>(Hidl::LightSampleStatus::SATURATED);
 
 SampleInstant instantAt(int64_t time) {
     return {time, time + 1000, 0, time, std::chrono::milliseconds{1}};
@@ -64,19 +63,6 @@ TEST(LightModelsTest, AllThreeStreamsFollowOneSignal) {
             EXPECT_EQ(block.status | analysis.status | light.status, 0U);
         }
     }
-}
-
-TEST(LightModelsTest, TooMuchLightSaturatesAndDarknessHasNoColour) {
-    const auto glare = std::make_shared<RoomLight>(100, 50'000);
-    const Hidl::AmbientLightData light = AmbientLightModel{glare}.sample(instantAt(kSecond));
-    EXPECT_EQ(light.illuminance, light.illuminanceRange);
-    EXPECT_EQ(light.saturatedChannels, (1U << light.channelCount) - 1);
-    EXPECT_EQ(light.status & FlickerModel{glare}.sample(instantAt(kSecond)).status &
-                  AdcFlickerModel{glare}.sample(instantAt(kSecond)).status,
-              kSaturated);
-    const auto night = std::make_shared<RoomLight>(100, 0);
-    EXPECT_EQ(AmbientLightModel{night}.sample(instantAt(kSecond)).colorTemperature, 0);
-    EXPECT_EQ(FlickerModel{night}.sample(instantAt(kSecond)).modulationDepth, 0);
 }
 
 TEST(ClocksTest, TranslationsLeadBackAndKeepTheOrderOfTimes) {
