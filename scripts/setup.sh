@@ -23,6 +23,7 @@ packages=(
     pybind11-dev          # the Python module
     python3-dev python3-numpy python3-pytest
     libgtest-dev libgmock-dev
+    android-libutils-dev  # published headers that the host layer is held to
     libbenchmark-dev      # timing of the data paths in bench
     valgrind              # instruction counts of the data paths in bench
     strace                # records the fuzz targets' seeds

@@ -1,8 +1,8 @@
 # Installs the project and uses what was installed as its users would: builds the examples, and the
 # README's snippets as they stand there, builds with pkg-config, and builds the library again as for
-# a device, whose runtime is the host layer here.
+# a device, whose runtime is the host layer here, with those published headers that Debian has.
 #
-# cmake -DBUILD_DIR=… -DSOURCE_DIR=… -DCOMPILER=… -DCXX_FLAGS=… -DLAUNCHER=… -DDEVICE=… -DPYTHON=… -P client_build.cmake
+# cmake -DBUILD_DIR=… -DSOURCE_DIR=… -DCOMPILER=… -DCXX_FLAGS=… -DLAUNCHER=… -DDEVICE=… -DPYTHON=… -DPUBLISHED_HEADERS=… -P client_build.cmake
 set(work ${BUILD_DIR}/install-test)
 set(prefix ${work}/prefix)
 file(REMOVE_RECURSE ${work})
@@ -107,9 +107,11 @@ if(NOT DEVICE)
     return()
 endif()
 set(device ${work}/device)
+set(headers ${PUBLISHED_HEADERS} ${prefix}/include/moriak-host)
+list(JOIN headers "\\;" headers)
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} --preset device-host -B ${device} ${compiler}
     -DCMAKE_BUILD_TYPE=None
-    -DMORIAK_DEVICE_INCLUDE_DIRS=${prefix}/include/moriak-host
+    "-DMORIAK_DEVICE_INCLUDE_DIRS=${headers}"
     -DMORIAK_DEVICE_LIBRARY_DIRS=${prefix}/lib
     "-DMORIAK_DEVICE_LIBRARIES=vendor.zelvan.hardware.sensors@1.0\;moriak-hostplatform")
 run(${CMAKE_COMMAND} --build ${device})

@@ -189,6 +189,7 @@ static_assert(is<int (*)(int, int, const char*, const char*, ...)>(&__android_lo
 static_assert(ANDROID_LOG_INFO == 4 && ANDROID_LOG_WARN == 5 && ANDROID_LOG_ERROR == 6 &&
               ANDROID_LOG_FATAL == 7);
 
+#ifndef MORIAK_HEADERS_OF_ANDROID_10
 // What sensorctl uses of it: there since Android 11.
 static_assert(std::is_same_v<__android_logger_function, void (*)(const __android_log_message*)>);
 static_assert(is<void (*)(__android_logger_function)>(&__android_log_set_logger));
@@ -196,5 +197,6 @@ static_assert(is<void (*)(const __android_log_message*)>(&__android_log_stderr_l
 static_assert(std::is_same_v<decltype(__android_log_message::priority), int32_t> &&
               std::is_same_v<decltype(__android_log_message::tag), const char*> &&
               std::is_same_v<decltype(__android_log_message::message), const char*>);
+#endif
 
 }  // namespace
