@@ -2,7 +2,7 @@
 #pragma once
 
 #include <fmt/format.h>
-#include <vek/sensors/controller_state.h>
+#include <vek/sensors/controller_records.h>
 #include <vendor/zelvan/hardware/sensors/1.0/methods.h>
 
 #include <string>
