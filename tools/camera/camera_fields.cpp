@@ -1,4 +1,4 @@
-// In the order of the columns.
+// The columns are in recording/camera_records.h; here is where a record comes from.
 #include "camera/camera_fields.h"
 
 #include <algorithm>

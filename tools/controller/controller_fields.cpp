@@ -1,4 +1,4 @@
-// In the order of the columns.
+// The columns are in recording/controller_records.h; here is where a record comes from.
 #include "controller/controller_fields.h"
 
 #include <vek/sensors/motion.h>

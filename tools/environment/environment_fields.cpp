@@ -1,4 +1,4 @@
-// In the order of the columns.
+// The columns are in recording/environment_records.h; here is where a record comes from.
 #include "environment/environment_fields.h"
 
 #include <cstdint>

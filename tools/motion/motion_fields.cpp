@@ -1,4 +1,4 @@
-// The origins of the records.
+// The columns are in recording/motion_records.h; here is where a record comes from.
 #include "motion/motion_fields.h"
 
 #include "recording/motion_records.h"
