@@ -6,10 +6,12 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "client_identity.h"
+#include "descriptor_share.h"
 #include "refusal.h"
 
 namespace Simulator {
@@ -25,6 +27,10 @@ struct RegisteredClient {
     /// For log lines.
     std::string name;
     android::sp<ClientDeathRecipient> deathRecipient;
+    /// None for a client that takes no descriptors, or is in the list no longer.
+    std::optional<DescriptorShare> descriptors;
+
+    bool hasTooManyDescriptors() const { return descriptors && descriptors->isExceeded(); }
 };
 
 /// Whether there is no place for one more client of the process. No process gets more than half of
@@ -87,6 +93,7 @@ class ClientRegister : public virtual android::RefBase {
             return false;
         }
         clients_.erase(found);
+        client->descriptors.reset();
         onRemovedLocked(*client);
         onChangeLocked();
         return true;
@@ -135,6 +142,9 @@ Refusal ClientRegister<Client>::enrol(const ClientPointer& client, const Admit& 
         }
         if (isFullLocked(client->process)) {
             return Refusal::TOO_MANY_CLIENTS;
+        }
+        if (client->hasTooManyDescriptors()) {
+            return Refusal::TOO_MANY_DESCRIPTORS;
         }
         clients_.push_back(client);
     }

@@ -16,6 +16,12 @@
 
 namespace Simulator {
 
+/// How many descriptors a queue is made of, which are kept as long as the queue.
+template <typename Descriptor>
+size_t descriptorsOf(const Descriptor& queue) {
+    return queue.handle() == nullptr ? 0 : static_cast<size_t>(queue.handle()->numFds);
+}
+
 /// Writes batches into the queue and signals them. Never blocks, whatever the client does.
 ///
 /// Threading: one thread at a time.

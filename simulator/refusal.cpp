@@ -10,6 +10,7 @@ std::string textOf(Refusal refusal) {
         {Refusal::NO_IDENTITY, "it does not say which client it is"},
         {Refusal::DEAD, "it is dead"},
         {Refusal::TOO_MANY_CLIENTS, "there are too many clients"},
+        {Refusal::TOO_MANY_DESCRIPTORS, "its process has too many descriptors here"},
         {Refusal::IS_KNOWN, "it has a place already"},
         {Refusal::ID_IS_TAKEN, "another client has its id"},
         {Refusal::NO_MEMORY, "there is no memory for its queue"},

@@ -10,6 +10,7 @@ enum class Refusal {
     NO_IDENTITY,
     DEAD,
     TOO_MANY_CLIENTS,
+    TOO_MANY_DESCRIPTORS,
     IS_KNOWN,
     ID_IS_TAKEN,
     NO_MEMORY,

@@ -56,12 +56,14 @@ class WithFaults : public Implementation {
     }
 
   private:
-    static void setResult(Hidl::Result fault, Hidl::Result* result) {
-        *result = *result == Hidl::Result::SUCCESS ? fault : *result;
+    static Hidl::Result withFault(Hidl::Result fault, Hidl::Result result) {
+        return result == Hidl::Result::SUCCESS ? fault : result;
     }
-    static void setResult(Hidl::Result /*fault*/, bool* success) { *success = false; }
+    static bool withFault(Hidl::Result /*fault*/, bool /*success*/) { return false; }
     template <typename Other>
-    static void setResult(Hidl::Result /*fault*/, Other* /*value*/) {}
+    static const Other& withFault(Hidl::Result /*fault*/, const Other& value) {
+        return value;
+    }
 
     template <typename Value>
     static constexpr bool kIsResult =
@@ -75,22 +77,19 @@ class WithFaults : public Implementation {
     template <CallKind kind, typename Answer, typename Proceed, typename... Arguments>
     static auto answer(Hidl::Result fault, const Proceed& proceed, Arguments&... arguments)
         -> decltype(proceed(arguments...)) {
-        const auto withFault = [&](Answer values) {
-            std::apply([&](auto&... value) { (setResult(fault, &value), ...); }, values);
-            return values;
-        };
         if constexpr (!std::is_same_v<decltype(proceed(arguments...)), Return<void>>) {
-            return std::get<0>(withFault({}));
+            return withFault(fault, std::tuple_element_t<0, Answer>{});
         } else {
             const auto& callback = std::get<sizeof...(arguments) - 1>(std::tie(arguments...));
             if constexpr (kind == CallKind::GETTER && kHasResult<Answer>) {
                 std::decay_t<decltype(callback)> wrapped = [&](const auto&... values) {
-                    std::apply(callback, withFault({values...}));
+                    callback(withFault(fault, values)...);
                 };
                 return std::apply(
                     proceed, std::tuple_cat(allButLast(std::tie(arguments...)), std::tie(wrapped)));
             } else {
-                std::apply(callback, withFault({}));
+                std::apply([&](const auto&... none) { callback(withFault(fault, none)...); },
+                           Answer{});
                 return Void();
             }
         }

@@ -37,7 +37,7 @@ struct StreamClient : StreamingParty {
     StreamClient(const ClientIdentity& client,
                  const typename ClientStream<Record>::Queue::Descriptor& queue,
                  const Hidl::FmqConfig& config)
-        : StreamingParty(client), stream(queue, config) {}
+        : StreamingParty(client, descriptorsOf(queue)), stream(queue, config) {}
 
     Refusal refusal() const { return stream.refusal(); }
 

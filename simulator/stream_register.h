@@ -15,7 +15,10 @@ namespace Simulator {
 /// What every server of a stream keeps of a client. Those that derive from it have a `refusal()`
 /// of the stream.
 struct StreamingParty : RegisteredClient {
-    using RegisteredClient::RegisteredClient;
+    /// @param kept how many descriptors the service keeps for it
+    StreamingParty(const ClientIdentity& client, size_t kept) : RegisteredClient(client) {
+        descriptors.emplace(process, kept);
+    }
 
     // Guarded by the register's lock.
     bool isStarted = false;
@@ -41,15 +44,17 @@ class StreamRegister : public ClientRegister<Client> {
     /// @return whether it was possible, with a log line if it was not
     bool takeIn(const ClientPointer& client);
 
-    /// If the process has had all of its places, those of its streams that are stopped give way: it
-    /// may have forgotten them without a word. To be followed by release(), without the lock.
+    /// If the process has had all of its places or descriptors, the oldest of its streams here that
+    /// is stopped gives way: it may have forgotten it without a word. To be followed by release(),
+    /// without the lock.
     /// @return null if none gave way
-    ClientPointer makeRoomLocked(int process) {
-        return !this->isFullLocked(process)
-                   ? nullptr
-                   : this->takeOldestLocked([process](const Client& client) {
-                         return client.process == process && !client.isStarted;
-                     });
+    ClientPointer makeRoomLocked(const Client& newcomer) {
+        if (!this->isFullLocked(newcomer.process) && !newcomer.hasTooManyDescriptors()) {
+            return nullptr;
+        }
+        return this->takeOldestLocked([&newcomer](const Client& client) {
+            return client.process == newcomer.process && !client.isStarted;
+        });
     }
 
     /// A client had a stream before.
@@ -74,7 +79,7 @@ bool StreamRegister<Client>::takeIn(const ClientPointer& client) {
             if (this->removeLocked(former)) {
                 onReplaceLocked(*former, *client);
             } else {
-                former = makeRoomLocked(client->process);
+                former = makeRoomLocked(*client);
             }
             return Refusal::NONE;
         });

@@ -32,7 +32,9 @@ FrameSetCounts& FrameSetCounts::operator+=(const FrameSetCounts& other) {
 
 FrameSetClient::FrameSetClient(const ClientIdentity& client, const Queue::Descriptor& queue,
                                const Hidl::FmqConfig& config)
-    : StreamingParty(client), stream_(queue, config), recycleQueue_(kRecycleQueueSize) {
+    : StreamingParty(client, descriptorsOf(queue) + 2),
+      stream_(queue, config),
+      recycleQueue_(kRecycleQueueSize) {
     // Nobody waits for it: what came back is only needed when the next frame set is due.
     recycleConfig_.eventFlag = ownedHandle({ashmem_create_region("recycle", sizeof(uint32_t))});
     recycleConfig_.readNotifyBit = kTakenBackBit;

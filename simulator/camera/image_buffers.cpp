@@ -51,7 +51,7 @@ bool ImageBuffers::add(const std::string& name) {
 std::vector<Hidl::ImageBufferDescription> ImageBuffers::descriptions() const {
     std::vector<Hidl::ImageBufferDescription> descriptions(buffers_.size());
     for (size_t i = 0; i < buffers_.size(); ++i) {
-        descriptions[i].pixels = buffers_[i].readOnly;
+        descriptions[i].pixels = buffers_[i].readOnly.getNativeHandle();
     }
     return descriptions;
 }

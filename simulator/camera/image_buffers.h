@@ -26,7 +26,8 @@ class ImageBuffers {
 
     uint8_t* pixels(size_t index) const { return buffers_[index].pixels; }
 
-    /// Of all buffers, for the clients.
+    /// Of all buffers, for the clients. Their handles are this object's: copies of so many could
+    /// take all descriptors that the process may have.
     std::vector<Hidl::ImageBufferDescription> descriptions() const;
 
   private:

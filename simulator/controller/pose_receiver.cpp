@@ -30,7 +30,7 @@ constexpr uint32_t kReadDoneBit = 1U << 1;
 }  // namespace
 
 PoseSender::PoseSender(const ClientIdentity& client, std::shared_ptr<ControllerFleet> fleet)
-    : StreamingParty(client), fleet_(std::move(fleet)), queue_(kCapacity) {
+    : StreamingParty(client, 2), fleet_(std::move(fleet)), queue_(kCapacity) {
     config_.eventFlag = ownedHandle({ashmem_create_region("pose event flag", sizeof(uint32_t))});
     config_.readNotifyBit = kReadDoneBit;
     config_.dataReadyBit = kDataReadyBit;
@@ -117,7 +117,7 @@ Result PoseReceiver::prepare(const ClientIdentity& identity, std::shared_ptr<Pos
     if (refusal == Refusal::NONE) {
         refusal = enrol(made, [&] {
             const bool hasOne = findLocked(identity) != nullptr;
-            former = hasOne ? nullptr : makeRoomLocked(made->process);
+            former = hasOne ? nullptr : makeRoomLocked(*made);
             return hasOne ? Refusal::IS_KNOWN : Refusal::NONE;
         });
     }

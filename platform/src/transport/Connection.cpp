@@ -221,7 +221,7 @@ void Connection::stopReading(PendingCall* call) {
 
 void Connection::postServing(size_t threads) {
     for (; threads > 0; --threads) {
-        ThreadPool::self().post([self = shared_from_this()] { self->serve(); });
+        ThreadPool::self().post([self = shared_from_this()] { self->serve(); }, peer_.pid);
     }
 }
 

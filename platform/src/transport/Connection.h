@@ -84,6 +84,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     size_t descriptorsWaiting() const { return *account_; }
 
     void onReadable(bool isAtEnd, bool mayServe) override;
+    int process() const override { return peer_.pid; }
 
   private:
     struct PendingCall : ReaderRole::Caller {

@@ -127,6 +127,7 @@ status_t Endpoint::listenLocked(Registry& registry) {
         if (auto own = Registry::open(Registry::Mode::kLookUp)) own->removeSocket(socket);
     });
     ThreadPool::self().watchOnce(listener_.get(), watchName_);
+    ThreadPool::self().keepReserve();
     return OK;
 }
 

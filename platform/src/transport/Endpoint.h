@@ -87,6 +87,7 @@ class Endpoint final : public Readable,
 
     /** Accepts a connection. */
     void onReadable(bool isAtEnd, bool mayServe) override;
+    int process() const override { return kNoProcess; }
 
     void onEnd(const Connection* connection) override;
     /** Ends the connection with the most descriptors, of the process that has sent most. */

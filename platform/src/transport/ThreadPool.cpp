@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <iterator>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -61,7 +60,7 @@ uint64_t ThreadPool::add(int fd, const std::weak_ptr<Readable>& readable) {
     const MutexLock lock(mutex_);
     if (!control(EPOLL_CTL_ADD, fd, EPOLLONESHOT, lastName_ + 1)) return 0;
     readables_[++lastName_] = readable;
-    if (threads_ > 0 || startThreadIfNoneWaits()) return lastName_;
+    if (threads_ > 0 || fillReserve()) return lastName_;
     control(EPOLL_CTL_DEL, fd, 0, 0);
     readables_.erase(lastName_);
     return 0;
@@ -87,24 +86,23 @@ void ThreadPool::remove(int fd, uint64_t name) {
 
 // Tasks
 
-void ThreadPool::post(std::function<void()> task) {
+void ThreadPool::post(std::function<void()> task, int process) {
     const MutexLock lock(mutex_);
-    tasks_.push_back(std::move(task));
-    startThreadIfNoneWaits();
+    tasks_.push_back({std::move(task), process});
+    fillReserve();
     eventfd_write(taskPosted_.get(), 1);
 }
 
 void ThreadPool::postLater(std::function<void()> task) {
     const MutexLock lock(mutex_);
     laterTasks_.push_back(std::move(task));
-    startThreadIfNoneWaits();
+    fillReserve();
     if (laterTasks_.size() == 1) timerfd_settime(timer_.get(), 0, &kLater, nullptr);
 }
 
 // Threads
 
-bool ThreadPool::startThreadIfNoneWaits() {
-    if (waitingThreads_ > 0) return true;
+bool ThreadPool::startThread() {
     if (threads_ >= maxThreads_) return false;
     try {
         std::thread([this] {
@@ -119,6 +117,19 @@ bool ThreadPool::startThreadIfNoneWaits() {
     return true;
 }
 
+bool ThreadPool::fillReserve() {
+    isShort_ = false;
+    while (waitingThreads_ < reserve_ && !isShort_) isShort_ = !startThread();
+    return waitingThreads_ > 0;
+}
+
+void ThreadPool::keepReserve() {
+    if (isAsOnDevice()) return;
+    const MutexLock lock(mutex_);
+    reserve_ = kReserve;
+    fillReserve();
+}
+
 void ThreadPool::setMaxBusyThreads(size_t count) {
     const MutexLock lock(mutex_);
     maxThreads_ = std::min(count, kMaxThreads) + 1;
@@ -126,7 +137,24 @@ void ThreadPool::setMaxBusyThreads(size_t count) {
 
 bool ThreadPool::mayGoOn() {
     // The only one has nobody to leave it to.
-    return startThreadIfNoneWaits() || threads_ == 1;
+    return fillReserve() || threads_ == 1;
+}
+
+bool ThreadPool::mayOccupyThread(int process) const {
+    const auto occupied = threadsOfProcesses_.find(process);
+    return occupied == threadsOfProcesses_.end() ||
+           occupied->second < (isShort_ ? 1 : kMaxThreadsOfProcess);
+}
+
+void ThreadPool::occupy(int process) {
+    if (process != kNoProcess) ++threadsOfProcesses_[process];
+}
+
+void ThreadPool::vacate(int process) {
+    const auto occupied = threadsOfProcesses_.find(process);
+    if (occupied != threadsOfProcesses_.end() && --occupied->second == 0) {
+        threadsOfProcesses_.erase(occupied);
+    }
 }
 
 void ThreadPool::join() {
@@ -135,14 +163,15 @@ void ThreadPool::join() {
         ++maxThreads_;
         ++threads_;
         ++waitingThreads_;
-        reserve_ = 2;
     }
+    keepReserve();
     while (true) run(false);
 }
 
 void ThreadPool::run(bool mayEnd) {
     const MutexLock lock(mutex_);
     while (true) {
+        if (isShort_) fillReserve();
         runTasks();
         // With tasks that no thread can be started for, another attempt is due.
         const int timeoutMs = mayEnd || !tasks_.empty() ? kIdleTimeMs : -1;
@@ -157,45 +186,54 @@ void ThreadPool::run(bool mayEnd) {
         }
         if (count <= 0) continue;
         if (event.data.u64 == kTimer) {
-            std::move(laterTasks_.begin(), laterTasks_.end(), std::back_inserter(tasks_));
+            for (auto& task : laterTasks_) tasks_.push_back({std::move(task), kNoProcess});
             laterTasks_.clear();
         } else if (event.data.u64 != kTaskPosted) {
             --waitingThreads_;
-            const bool mayServe = mayGoOn();
-            handle(event.data.u64, event.events, mayServe);
+            handle(event.data.u64, event.events);
             ++waitingThreads_;
         }
     }
 }
 
 void ThreadPool::runTasks() {
-    while (!tasks_.empty()) {
+    while (true) {
+        const auto next = std::find_if(
+            tasks_.begin(), tasks_.end(),
+            [this](const Task& task) REQUIRES(mutex_) { return mayOccupyThread(task.process); });
+        if (next == tasks_.end()) return;
         --waitingThreads_;
-        if (mayGoOn()) {
-            std::function<void()> task = std::move(tasks_.front());
-            tasks_.pop_front();
-            // Writes that nobody had seen yet came as one event.
-            if (!tasks_.empty()) eventfd_write(taskPosted_.get(), 1);
-            mutex_.unlock();
-            task();
-            task = nullptr;
-            mutex_.lock();
-            ++waitingThreads_;
-        } else {
+        if (!mayGoOn()) {
             ++waitingThreads_;
             return;
         }
+        Task task = std::move(*next);
+        tasks_.erase(next);
+        occupy(task.process);
+        // Writes that nobody had seen yet came as one event.
+        if (!tasks_.empty()) eventfd_write(taskPosted_.get(), 1);
+        mutex_.unlock();
+        task.run();
+        task.run = nullptr;
+        mutex_.lock();
+        vacate(task.process);
+        ++waitingThreads_;
     }
 }
 
-void ThreadPool::handle(uint64_t name, uint32_t events, bool mayServe) {
+void ThreadPool::handle(uint64_t name, uint32_t events) {
     const auto found = readables_.find(name);
     std::shared_ptr<Readable> readable = found == readables_.end() ? nullptr : found->second.lock();
+    if (readable == nullptr) return;
+    const int process = readable->process();
+    const bool mayServe = mayGoOn() && mayOccupyThread(process);
+    if (mayServe) occupy(process);
     mutex_.unlock();
     const bool isAtEnd = (events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
-    if (readable != nullptr) readable->onReadable(isAtEnd, mayServe);
+    readable->onReadable(isAtEnd, mayServe);
     readable = nullptr;
     mutex_.lock();
+    if (mayServe) vacate(process);
 }
 
 }  // namespace android::hardware::details

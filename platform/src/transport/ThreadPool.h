@@ -27,13 +27,21 @@ class Readable {
      * @param mayServe whether the thread may go on to work that can take long
      */
     virtual void onReadable(bool isAtEnd, bool mayServe) = 0;
+    /** The process at the other end, whose calls are served; kNoProcess if there is none. */
+    virtual int process() const = 0;
 };
+
+constexpr int kNoProcess = -1;
 
 /**
  * All threads wait in one place for descriptors and tasks. At least one thread always waits: as
  * soon as the last one gets work, another is started, because the work may itself wait for the next
  * message. If no thread can be started (the limit is reached, or the system refuses), the last one
- * only reads and leaves tasks to threads that finish theirs. Threads that are idle for a while end.
+ * only reads and leaves tasks to threads that finish theirs. Threads that are idle for a while end,
+ * but for a reserve.
+ *
+ * No process occupies more than a part of the threads, however many connections it has; only one,
+ * while the reserve cannot be made up: what it does not answer holds nobody else up.
  *
  * Threading: every method may be called from any thread.
  */
@@ -48,7 +56,8 @@ class ThreadPool {
      */
     static bool isInherited() { return isInherited_; }
 
-    void post(std::function<void()> task);
+    /** @param process on whose behalf the task runs */
+    void post(std::function<void()> task, int process = kNoProcess);
     /** Runs the task in about 10 ms, together with others posted in the meantime. */
     void postLater(std::function<void()> task);
 
@@ -57,6 +66,12 @@ class ThreadPool {
      * as on the device.
      */
     void setMaxBusyThreads(size_t count);
+
+    /**
+     * From now on a few threads wait, as far as they can be started: later that may not be
+     * possible. On the device there is no such reserve.
+     */
+    void keepReserve();
 
     /** Makes the calling thread one of the pool's, for ever. */
     [[noreturn]] void join();
@@ -72,22 +87,34 @@ class ThreadPool {
     void remove(int fd, uint64_t name);
 
   private:
-    // For all peers together; one connection occupies a few.
     static constexpr size_t kMaxThreads = 256;
+    static constexpr size_t kMaxThreadsOfProcess = kMaxThreads / 4;
+    /** One reads, the others serve a process each. */
+    static constexpr size_t kReserve = 4;
+
+    struct Task {
+        std::function<void()> run;
+        int process;
+    };
 
     ThreadPool();
     bool control(int operation, int fd, uint32_t events, uint64_t name);
     bool isIdle() const REQUIRES(mutex_) {
         return readables_.empty() && tasks_.empty() && laterTasks_.empty();
     }
-    /** @return false if still none waits */
-    bool startThreadIfNoneWaits() REQUIRES(mutex_);
+    bool startThread() REQUIRES(mutex_);
+    /** Starts what is missing of the reserve. @return false if still no thread waits */
+    bool fillReserve() REQUIRES(mutex_);
     /** Whether a thread that has left the wait may do work that can take long. */
     bool mayGoOn() REQUIRES(mutex_);
+    bool mayOccupyThread(int process) const REQUIRES(mutex_);
+    /** Counts the thread as occupied by the process, or no longer. */
+    void occupy(int process) REQUIRES(mutex_);
+    void vacate(int process) REQUIRES(mutex_);
     void run(bool mayEnd);
     /** Runs tasks as long as another thread waits. */
     void runTasks() REQUIRES(mutex_);
-    void handle(uint64_t name, uint32_t events, bool mayServe) REQUIRES(mutex_);
+    void handle(uint64_t name, uint32_t events) REQUIRES(mutex_);
 
     static inline std::atomic<bool> isInherited_{false};
 
@@ -100,12 +127,12 @@ class ThreadPool {
     size_t maxThreads_ GUARDED_BY(mutex_);
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t waitingThreads_ GUARDED_BY(mutex_) = 0;
-    /**
-     * While no more than these wait, no thread ends. One more if the program joins the pool,
-     * because another may not be startable later.
-     */
+    /** So many wait, if they can be started. */
     size_t reserve_ GUARDED_BY(mutex_) = 1;
-    std::deque<std::function<void()>> tasks_ GUARDED_BY(mutex_);
+    /** They cannot. */
+    bool isShort_ GUARDED_BY(mutex_) = false;
+    std::map<int, size_t> threadsOfProcesses_ GUARDED_BY(mutex_);
+    std::deque<Task> tasks_ GUARDED_BY(mutex_);
     std::vector<std::function<void()>> laterTasks_ GUARDED_BY(mutex_);
     uint64_t lastName_ GUARDED_BY(mutex_);
     std::map<uint64_t, std::weak_ptr<Readable>> readables_ GUARDED_BY(mutex_);
