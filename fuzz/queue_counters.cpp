@@ -201,9 +201,14 @@ class AttackedPoses {
     }
 
     void attack(const std::vector<Step>& steps) {
-        const std::vector<PoseOutput> poses(2);
-        poses_.attacked.attack(steps, {"failed writing to pose stream"},
-                               [&] { handle_.send(poses); });
+        const std::vector<PoseOutput> poses(3);  // one more than is sent at once
+        const auto send = [&] { handle_.send(poses); };
+        // A service that does nothing only leaves no room.
+        if (steps.empty()) {
+            poses_.attacked.attack(steps, {}, send);
+        } else {
+            poses_.attacked.attack(steps, {"failed writing to pose stream"}, send);
+        }
     }
 
   private:

@@ -1,5 +1,6 @@
 // Clients that do not answer what they are asked, take no messages, take all there is, or die in
 // the middle of things.
+#include <sys/resource.h>
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerProvider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerStateProvider.h>
@@ -182,6 +183,10 @@ const ClientRole kNewcomer{"newcomer", [] {
                            }};
 
 TEST_F(UnresponsiveClientsTest, LeaveRoomForOthers) {
+    // Of descriptors, too, where there are few: all places of one client take more than these.
+    const rlim_t few = resourcesOf(simulator_.pid()).descriptors + 160;
+    const rlimit limit{few, few};
+    ASSERT_EQ(prlimit(simulator_.pid(), RLIMIT_NOFILE, &limit, nullptr), 0);
     const auto attacker = startClient("unresponsive client", "takes everything");
     EXPECT_EQ(attacker->awaitNotice(), "under way");
     EXPECT_EQ(startClient("newcomer")->awaitNotice(), "served");
