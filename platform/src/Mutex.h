@@ -1,12 +1,12 @@
-// A mutex whose use the compiler checks: -Wthread-safety refuses the use of a guarded member, and
-// the call of a function that requires the mutex, without holding it.
+// A mutex whose use the compiler checks: -Wthread-safety rejects code that uses a guarded member,
+// or calls a function that requires the mutex, without holding it.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 
-// The attributes' usual names.
+// The usual macro names of the attributes.
 #define CAPABILITY(name) __attribute__((capability(name)))
 #define SCOPED_CAPABILITY __attribute__((scoped_lockable))
 #define GUARDED_BY(mutex) __attribute__((guarded_by(mutex)))
@@ -26,7 +26,7 @@ class CAPABILITY("mutex") Mutex {
     bool tryLock() TRY_ACQUIRE(true) { return mutex_.try_lock(); }
     void unlock() RELEASE() { mutex_.unlock(); }
 
-    /** Gives the mutex up while waiting. @param deadline Deadline::max() if there is none */
+    /** Releases the mutex while it waits. @param deadline Deadline::max() for no limit */
     void wait(std::condition_variable& changed, Deadline deadline = Deadline::max())
         REQUIRES(this) {
         std::unique_lock lock(mutex_, std::adopt_lock);
@@ -42,7 +42,7 @@ class CAPABILITY("mutex") Mutex {
     std::mutex mutex_;
 };
 
-/** Holds a mutex for its scope. */
+/** Locks a mutex for its scope. */
 class SCOPED_CAPABILITY MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }

@@ -1,2 +1,2 @@
-// Generated code includes this by name, for a kind of build that does not exist here.
+// Empty: generated code includes this header for builds that do not exist on a workstation.
 #pragma once

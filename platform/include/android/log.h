@@ -28,14 +28,14 @@ struct __android_log_message {
     const char* message;
 };
 
-/** Receives every line; called on the thread that logs, possibly on several at once. */
+/** Receives every log line. Called on the thread that logs, so possibly on several at once. */
 typedef void (*__android_logger_function)(const struct __android_log_message* message);
 
-/** The one in force at first: writes "E/Tag: text" to standard error. */
+/** The default logger: writes "E/Tag: text" to standard error. */
 void __android_log_stderr_logger(const struct __android_log_message* message);
 void __android_log_set_logger(__android_logger_function logger);
 
-/** The buffers of the platform's log; here all lines go the same way. */
+/** The buffers of the platform's log. The host layer does not distinguish them. */
 typedef enum log_id { LOG_ID_MAIN = 0 } log_id_t;
 
 int __android_log_write(int priority, const char* tag, const char* text);
@@ -44,9 +44,9 @@ int __android_log_buf_print(int buffer, int priority, const char* tag, const cha
 
 /**
  * Logs at priority FATAL and aborts.
- * @param condition the expression that was found true, or null. It gets a line of its own,
+ * @param condition the expression that was true, or null. It is logged on a line of its own,
  *        "Assertion failed: <condition>", before the message.
- * @param format of the message, or null.
+ * @param format of the message, or null
  */
 [[noreturn]] void __android_log_assert(const char* condition, const char* tag, const char* format,
                                        ...) __attribute__((__format__(printf, 3, 4)));

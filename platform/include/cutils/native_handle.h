@@ -18,13 +18,13 @@ typedef struct native_handle {
 #pragma clang diagnostic pop
 } native_handle_t;
 
-/** @return null if there is no memory or a count is out of range; delete it when done */
+/** @return null if memory is exhausted or a count is out of range; the caller deletes the handle */
 native_handle_t* native_handle_create(int numFds, int numInts);
 /** @return a deep copy with descriptors of its own; null, with errno set, if that fails */
 native_handle_t* native_handle_clone(const native_handle_t* handle);
-/** Closes the descriptors. @return 0, or -EINVAL for a handle that is none */
+/** Closes the descriptors. @return 0, or -EINVAL for an invalid handle */
 int native_handle_close(const native_handle_t* handle);
-/** Frees the memory. @return 0, or -EINVAL for a handle that is none */
+/** Frees the memory. @return 0, or -EINVAL for an invalid handle */
 int native_handle_delete(native_handle_t* handle);
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// The system trace, of which a workstation has none.
+// The system trace. A workstation has none, so these functions do nothing.
 #pragma once
 
 #include <cstdint>

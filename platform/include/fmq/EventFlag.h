@@ -1,4 +1,4 @@
-// 32 bits in shared memory that processes set and wait for.
+// An event flag: 32 bits in shared memory that processes set and wait for.
 #pragma once
 
 #include <fmq/SharedMapping.h>
@@ -18,19 +18,20 @@ class EventFlag {
      * @return BAD_VALUE unless the region cannot shrink and holds the word
      */
     static status_t createEventFlag(int fd, off_t offset, EventFlag** flag);
-    /** Uses a word that stays the caller's. */
+    /** Uses a word that the caller owns, and that must outlive the event flag. */
     static status_t createEventFlag(std::atomic<uint32_t>* word, EventFlag** flag);
-    /** Sets the pointer to null; a null pointer is left alone. */
+    /** Deletes the event flag and sets the pointer to null. A null pointer has no effect. */
     static status_t deleteEventFlag(EventFlag** flag);
 
-    /** Sets bits, and wakes those who wait for one of them if it was not set yet. */
+    /** Sets bits, and wakes the threads that wait for a bit that was not set before. */
     status_t wake(uint32_t bitmask);
 
     /**
-     * Waits for one of the bits, and takes all that are set off the word.
+     * Waits until at least one bit of the mask is set, and clears those that are.
      * @param state receives the bits of the mask that were set
      * @param timeOutNanoSeconds 0 waits without limit
-     * @param retry goes on after a wake-up that brought no bit; otherwise that is -EAGAIN
+     * @param retry if true, a wake-up without a bit of the mask continues the wait; else it returns
+     * -EAGAIN
      * @return -ETIMEDOUT when the time ran out
      */
     status_t wait(uint32_t bitmask, uint32_t* state, int64_t timeOutNanoSeconds = 0,
@@ -44,7 +45,7 @@ class EventFlag {
     ~EventFlag() = default;
 
     std::atomic<uint32_t>* const word_;
-    /** Null for a word of the caller's. */
+    /** Null if the caller owns the word. */
     details::SharedMapping mapping_;
 };
 

@@ -38,7 +38,7 @@ class MessageQueue {
         MemRegion() = default;
         MemRegion(T* address, size_t length) : address_(address), length_(length) {}
         T* getAddress() const { return address_; }
-        /** In records. */
+        /** Number of records. */
         size_t getLength() const { return length_; }
 
       private:
@@ -93,15 +93,15 @@ class MessageQueue {
     };
 
     /**
-     * Makes a queue. Ask isValid() whether there was memory for it. One of no records is valid, and
-     * always both empty and full.
+     * Makes a queue; isValid() is false if memory was exhausted. A queue of zero records is valid,
+     * and always both empty and full.
      * @param configureEventFlagWord adds a word for an event flag
      */
     explicit MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord = false);
 
     /**
-     * The other end of a queue. Ask isValid() whether the descriptor described one.
-     * @param resetPointers empties it
+     * Opens the other end of a queue; isValid() is false if the descriptor does not describe one.
+     * @param resetPointers empties the queue
      */
     explicit MessageQueue(const Descriptor& descriptor, bool resetPointers = true)
         : descriptor_(new Descriptor(descriptor)) {
@@ -112,15 +112,15 @@ class MessageQueue {
     MessageQueue& operator=(const MessageQueue&) = delete;
 
     bool isValid() const { return isValid_; }
-    /** @return null without memory; owned by the queue */
+    /** @return null if memory was exhausted; owned by the queue */
     const Descriptor* getDesc() const { return descriptor_.get(); }
     size_t getQuantumCount() const { return ringSize_ / sizeof(T); }
-    /** @return null unless the queue was made with one */
+    /** @return null if the queue was made without an event-flag word */
     std::atomic<uint32_t>* getEventFlagWord() const { return eventFlagWord_; }
 
     /**
-     * As the counters have it, as on the device: with a broken peer these two may be more than the
-     * queue holds, so check before relying on them.
+     * The two results follow from the counters without a check, as on the device: if the peer is
+     * broken they may exceed the queue's capacity, so callers check them.
      */
     size_t availableToRead() const {
         return (writePosition_->load(std::memory_order_acquire) -
@@ -142,7 +142,10 @@ class MessageQueue {
                commitRead(count);
     }
 
-    /** Room for records, to be filled in place. @return false if there is less */
+    /**
+     * Gives access to free space, to be filled in place. @return false if there is less than
+     * `count`
+     */
     bool beginWrite(size_t count, MemTransaction* transaction) const {
         if (!hasRoomFor(count)) return false;
         return locate(writePosition_->load(std::memory_order_relaxed), count, transaction);
@@ -155,15 +158,15 @@ class MessageQueue {
     }
 
     /**
-     * Records, to be looked at in place. @return false if there are not so many; if the counters
-     * are impossible, after skipping all there is
+     * Gives access to records in place. @return false if there are fewer than `count`, or if the
+     * counters are impossible; then all records are skipped
      */
     bool beginRead(size_t count, MemTransaction* transaction) const {
         uint64_t unread = 0;
         return countUnread(&unread) && count <= unread / sizeof(T) &&
                locate(readPosition_->load(std::memory_order_relaxed), count, transaction);
     }
-    /** @return false, after skipping all there is, if the counters have become impossible */
+    /** @return false if the counters have become impossible; then all records are skipped */
     bool commitRead(size_t count) {
         uint64_t unread = 0;
         if (!countUnread(&unread)) return false;
@@ -175,7 +178,7 @@ class MessageQueue {
   private:
     using Counter = std::atomic<uint64_t>;
 
-    /** In bytes, as the writer sees it. */
+    /** Bytes in use, as seen by the writer. */
     uint64_t countUsed() const {
         return writePosition_->load(std::memory_order_relaxed) -
                readPosition_->load(std::memory_order_acquire);
@@ -185,7 +188,10 @@ class MessageQueue {
         return used <= ringSize_ && count <= (ringSize_ - used) / sizeof(T);
     }
 
-    /** In bytes. @return false, after skipping all there is, if the counters are impossible */
+    /**
+     * Counts unread bytes. @return false if the counters are impossible; then all records are
+     * skipped
+     */
     bool countUnread(uint64_t* unread) const {
         const uint64_t written = writePosition_->load(std::memory_order_acquire);
         *unread = written - readPosition_->load(std::memory_order_relaxed);
@@ -210,7 +216,7 @@ class MessageQueue {
 
     std::unique_ptr<Descriptor> descriptor_;
     bool isValid_ = false;
-    T* ring_ = nullptr;  // null if it has no room for a record
+    T* ring_ = nullptr;  // null if the capacity is zero
     size_t ringSize_ = 0;
     size_t positions_ = 1;  // in the ring, which a queue of no records does not have
     Counter* readPosition_ = nullptr;
@@ -225,7 +231,7 @@ MessageQueue<T, flavor>::MessageQueue(size_t numElementsInQueue, bool configureE
     constexpr size_t kMaxElements = (size_t{1} << 30) / sizeof(T);
     if (numElementsInQueue > kMaxElements) return;
     const size_t dataSize = numElementsInQueue * sizeof(T);
-    // Each part on a cache line of its own: the two sides would otherwise fight over one.
+    // Each part has a cache line of its own, so that writer and reader do not share one.
     constexpr size_t kLine = 64;
     const uint32_t dataOffset = 3 * kLine;
     base::unique_fd fd(ashmem_create_region("MessageQueue", dataOffset + dataSize));

@@ -12,7 +12,7 @@ struct Unmap {
     void operator()(void* address) const;
 };
 
-/** Where the part is, until it is destroyed. */
+/** The mapped part; valid until this object is destroyed. */
 using SharedMapping = std::unique_ptr<void, Unmap>;
 
 /** Null unless the region cannot shrink and holds all of the part. */

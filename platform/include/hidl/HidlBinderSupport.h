@@ -15,7 +15,7 @@
 
 namespace android::hardware {
 
-/** Passes a proxy's death on to the recipient that a program linked. */
+/** Forwards the death of a proxy's process to the recipient that the program linked. */
 struct hidl_binder_death_recipient : IBinder::DeathRecipient {
     hidl_binder_death_recipient(const sp<hidl_death_recipient>& recipient, uint64_t cookie,
                                 const sp<hidl::base::V1_0::IBase>& base)
@@ -44,7 +44,9 @@ status_t readEmbeddedFromParcel(const hidl_handle& handle, const Parcel& parcel,
 status_t writeEmbeddedToParcel(const hidl_handle& handle, Parcel* parcel, size_t parentHandle,
                                size_t parentOffset);
 
-/** @param handle receives the name of the elements' buffer for what is embedded in them */
+/**
+ * @param handle receives the name of the elements' buffer, by which embedded buffers refer to it
+ */
 template <typename T>
 status_t readEmbeddedFromParcel(const hidl_vec<T>& vec, const Parcel& parcel, size_t parentHandle,
                                 size_t parentOffset, size_t* handle) {
@@ -92,11 +94,11 @@ status_t writeEmbeddedToParcel(const MQDescriptor<T, flavor>& descriptor, Parcel
 status_t readFromParcel(Status* status, const Parcel& parcel);
 status_t writeToParcel(const Status& status, Parcel* parcel);
 
-/** The binder of a proxy or of a local object, of which each has one at a time. */
+/** The binder of a proxy or of a local object. Each has at most one at a time. */
 sp<IBinder> getOrCreateCachedBinder(hidl::base::V1_0::IBase* interface);
 
 namespace details {
-/** The object behind a local binder; null for a proxy. */
+/** The local object of a binder; null if the binder is a proxy. */
 sp<hidl::base::V1_0::IBase> localImplementation(const sp<IBinder>& binder);
 }  // namespace details
 

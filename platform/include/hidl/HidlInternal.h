@@ -1,4 +1,4 @@
-// What generated classes are made of beside their interfaces.
+// Base classes of generated code, apart from its interfaces.
 #pragma once
 
 #include <android-base/macros.h>
@@ -15,7 +15,7 @@ struct bphw_tag {};
 struct bnhw_tag {};
 struct bs_tag {};
 
-/** A workstation has no instrumentation. */
+/** Does nothing: a workstation has no instrumentation. */
 struct HidlInstrumentor {
     HidlInstrumentor(const std::string& /*package*/, const std::string& /*interface*/) {}
     void configureInstrumentation() {}

@@ -1,11 +1,11 @@
-// What generated passthrough wrappers call.
+// Support for generated passthrough wrappers.
 #pragma once
 
 #include <utils/StrongPointer.h>
 
 namespace android::hardware::details {
 
-/** A service of this process is used as it is. */
+/** Returns a local service itself: it needs no wrapper. */
 template <typename IType>
 sp<IType> wrapPassthrough(const sp<IType>& interface) {
     return interface;

@@ -28,7 +28,7 @@ struct IBase;
 
 namespace android::hardware {
 
-/** Told when the process of a service that it was linked to has died. */
+/** Notified when the process of a service to which it is linked dies. */
 struct hidl_death_recipient : public virtual RefBase {
     /** Called on a HIDL thread, once. */
     virtual void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) = 0;
@@ -44,19 +44,19 @@ struct ReceivedValue {
     }
 };
 
-/** A null handle is left alone. */
+/** A null handle has no effect. */
 void closeAndDelete(native_handle_t* handle);
 
 [[noreturn]] void dieOfSize(const char* type, size_t size);
 
-/** No message has room for more, even if all are null. */
+/** The most interfaces that fit in one message, even if all are null. */
 constexpr size_t kMaxInterfaces = size_t{1} << 18;
 template <typename T>
 constexpr bool isInterface = false;
 template <typename T>
 constexpr bool isInterface<sp<T>> = true;
 
-// What generated code makes safe unions of.
+// Helpers of generated safe unions.
 [[noreturn]] void logAlwaysFatal(const char* message);
 template <typename T>
 void destructElement(T* element) {
@@ -69,7 +69,7 @@ class hidl_handle {
   public:
     hidl_handle() = default;
     hidl_handle(const native_handle_t* handle) : mHandle(handle) {}  // NOLINT: as published
-    /** Aborts if there are no descriptors left for the clone. */
+    /** Aborts if the process has no free descriptors for the clone. */
     hidl_handle(const hidl_handle& other);
     hidl_handle(hidl_handle&& other) noexcept { swap(other); }
     ~hidl_handle() {
@@ -102,7 +102,7 @@ class hidl_handle {
     [[maybe_unused]] uint8_t mPadding[7] = {};
 };
 
-/** A text that ends in a zero byte; never null. */
+/** A zero-terminated text; never null. */
 class hidl_string {
   public:
     hidl_string() = default;
@@ -187,8 +187,9 @@ struct hidl_vec {
         mOwns = shouldOwn;
     }
     /**
-     * Generated code makes room for as many interfaces as a peer says that it sends, before it
-     * reads them. There is room for those that a message can hold; to read one more fails.
+     * Generated code resizes the vector to the number of interfaces that the peer announces, before
+     * it reads them. That number is limited to what one message can hold: reading more fails
+     * anyway.
      */
     void resize(size_t size) {
         if constexpr (details::isInterface<T>) size = std::min(size, details::kMaxInterfaces);
@@ -295,7 +296,7 @@ using hidl_bitfield = std::underlying_type_t<T>;
 
 namespace details {
 
-/** Of an enumeration; generated headers have them. */
+/** Specialised by generated headers for each enumeration. */
 template <typename T>
 inline constexpr std::array<T, 0> hidl_enum_values = {};
 

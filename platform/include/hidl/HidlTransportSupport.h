@@ -1,4 +1,4 @@
-// Serving calls: the thread pool, and what programs and generated code need around it.
+// Serving calls: configuration of the thread pool, and helpers of generated code.
 #pragma once
 
 #include <hidl/HidlBinderSupport.h>
@@ -12,15 +12,18 @@
 namespace android::hardware {
 
 /**
- * Says how many HIDL threads the process may have. That counts as on the device (see
- * details::isAsOnDevice) only; otherwise the pool grows as calls need it, for a fixed number of
- * threads would deadlock on calls that nest deeper.
- * @param maxThreads from 1
- * @param callerWillJoin whether one of them will be the caller's
+ * Sets the maximum number of HIDL threads of the process. It takes effect only if
+ * details::isAsOnDevice(). Otherwise the pool grows on demand, because with a fixed number of
+ * threads deeply nested calls would deadlock.
+ * @param maxThreads at least 1
+ * @param callerWillJoin whether the caller's thread becomes one of them
  */
 void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
 
-/** Serves calls on this thread; never returns. Ends a process that has configured no threads. */
+/**
+ * Serves calls on this thread; never returns. Ends the process if configureRpcThreadpool() was not
+ * called.
+ */
 [[noreturn]] void joinRpcThreadpool();
 
 /** Whether both are the same object, be they proxies or not. Null equals null. */

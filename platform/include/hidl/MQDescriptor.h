@@ -22,25 +22,25 @@ struct GrantorDescriptor {
 static_assert(sizeof(GrantorDescriptor) == 24, "wire format");
 
 enum MQFlavor : uint32_t {
-    /** One writer, one reader; a full queue refuses to be written. */
+    /** One writer, one reader; a write to a full queue fails. */
     kSynchronizedReadWrite = 0x01,
 };
 
-/** Names the memory of a queue of T; owns the handle. */
+/** Describes the memory of a queue of T; owns the handle. */
 template <typename T, MQFlavor flavor>
 struct MQDescriptor {
     enum GrantorType : int { READPTRPOS = 0, WRITEPTRPOS, DATAPTRPOS, EVFLAGWORDPOS };
     static constexpr int32_t kMinGrantorCount = DATAPTRPOS + 1;
 
     MQDescriptor() = default;
-    /** Takes the handle over. */
+    /** Takes ownership of the handle. */
     MQDescriptor(const std::vector<GrantorDescriptor>& grantors, native_handle_t* handle,
                  size_t quantum)
         : mGrantors(grantors),
           mHandle(handle),
           mQuantum(static_cast<uint32_t>(quantum)),
           mFlags(flavor) {}
-    /** Clones the handle, which programs are to ask for. */
+    /** Clones the handle; explicit, because that duplicates descriptors. */
     explicit MQDescriptor(const MQDescriptor& other)
         : mGrantors(other.mGrantors),
           mHandle(native_handle_clone(other.mHandle)),
@@ -56,11 +56,11 @@ struct MQDescriptor {
     }
     ~MQDescriptor() { details::closeAndDelete(mHandle); }
 
-    /** In bytes, of the ring alone. */
+    /** Size of the ring in bytes, without the counters. */
     size_t getSize() const {
         return mGrantors.size() > DATAPTRPOS ? mGrantors[DATAPTRPOS].extent : 0;
     }
-    /** Of one record, in bytes. */
+    /** Size of one record in bytes. */
     size_t getQuantum() const { return mQuantum; }
     int32_t getFlags() const { return static_cast<int32_t>(mFlags); }
     const native_handle_t* handle() const { return mHandle; }

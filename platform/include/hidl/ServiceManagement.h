@@ -12,7 +12,9 @@ struct IServiceManager;
 
 namespace android::hardware {
 
-/** Null: services are found without a process that manages them, and nothing watches for them. */
+/**
+ * Always null: the host layer has no service manager, so programs cannot watch for registrations.
+ */
 sp<hidl::manager::V1_0::IServiceManager> defaultServiceManager();
 
 namespace details {
@@ -23,30 +25,29 @@ Return<bool> canCastInterface(hidl::base::V1_0::IBase* interface, const char* in
 
 /**
  * Whether the environment variable MORIAK_HIDL_AS_ON_DEVICE is set and not "0". Then a process has
- * one HIDL thread unless it configures more, and `getService` waits for a service that is not
- * there, as a device does for each service that its manifest declares, with a line in the log each
- * second.
+ * one HIDL thread unless it configures more, and `getService` waits for a service that does not run
+ * yet, with a log line each second, as a device does for each service of its manifest.
  */
 bool isAsOnDevice();
 
 /**
- * The registered service, as itself if it is of this process.
- * @param mayWait as on the device, waits for it
- * @return null, else at once, if there is none
+ * Looks up a registered service. A service of this process is returned itself, not as a proxy.
+ * @param mayWait whether to wait for the service if isAsOnDevice()
+ * @return null if no such service runs
  */
 sp<hidl::base::V1_0::IBase> getRawService(const std::string& interfaceName,
                                           const std::string& instance, bool mayWait = false);
 
 /**
- * Offers the service under `instance`, for each interface that it implements, for as
- * long as the process lives. A service registered before under the name is replaced.
+ * Registers the service as `instance` of each interface that it implements, until the process ends.
+ * It replaces a service that was registered under that name before.
  *
- * @return OK, BAD_VALUE for a name that cannot be a file's, or an error of the system
+ * @return OK, BAD_VALUE for a name that is not a valid file name, or an error of the system
  */
 status_t registerAsServiceInternal(const sp<hidl::base::V1_0::IBase>& service,
                                    const std::string& instance);
 
-/** The object seen as another interface that it implements, else null. */
+/** Casts the object to another interface; null if it does not implement that. */
 template <typename IChild, typename IParent, typename BpChild>
 Return<sp<IChild>> castInterface(const sp<IParent>& parent, const char* childName, bool emitError) {
     if (parent == nullptr) return sp<IChild>(nullptr);

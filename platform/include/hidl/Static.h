@@ -1,4 +1,4 @@
-// The tables that generated code fills and asks.
+// Tables in which generated code registers and looks up its constructors.
 #pragma once
 
 #include <hwbinder/Binder.h>
@@ -10,7 +10,7 @@
 #include <mutex>
 #include <string>
 
-// Linux calls it so; the C library does not.
+// The kernel's name, which the C library does not define.
 #ifndef SCHED_NORMAL
 #define SCHED_NORMAL SCHED_OTHER
 #endif
@@ -38,9 +38,9 @@ class ConstructorMap {
         return found == constructors_.end() ? Constructor() : found->second;
     }
     /**
-     * Called by the destructors of generated code, which run at the process's end, while HIDL
-     * threads still serve calls. Leaves the entry: the code that it refers to is there until then,
-     * since libraries with generated code are linked not to be unloaded.
+     * Does nothing. Destructors of generated code call it at the process's end, while HIDL threads
+     * still serve calls. The entry's code stays valid until then, because libraries with generated
+     * code are never unloaded (they are linked with -z nodelete).
      */
     void erase(const std::string& /*interfaceName*/) {}
 
@@ -49,14 +49,14 @@ class ConstructorMap {
     std::map<std::string, Constructor> constructors_;
 };
 
-// Never destroyed: libraries with generated code still ask to take their entries out, in any order.
+// Never destroyed: at the process's end, libraries with generated code call erase() in any order.
 ConstructorMap<IBinder>& getBnConstructorMap();
 ConstructorMap<hidl::base::V1_0::IBase>& getBsConstructorMap();
 
-/** The one binder of each local object that has been sent to another process. */
+/** Maps each local object that was sent to another process to its binder. */
 class BnMap {
   public:
-    /** The object's binder, made by `create` if there is none. */
+    /** Returns the object's binder; calls `create` if it has none yet. */
     sp<BHwBinder> getOrCreate(const hidl::base::V1_0::IBase* object,
                               const std::function<sp<IBinder>()>& create);
     void eraseIfEqual(const hidl::base::V1_0::IBase* object, const BHwBinder* binder);
@@ -75,7 +75,7 @@ struct SchedPrio {
     int prio;
 };
 
-/** What could be set for each service on a device; every service has the default here. */
+/** Per-service settings of the device's runtime. Here every service has the defaults. */
 template <typename Setting>
 struct DefaultForAll {
     Setting get(const sp<hidl::base::V1_0::IBase>&, Setting standard) const { return standard; }

@@ -1,4 +1,4 @@
-// What became of a call: the transport's status, and the value that came back.
+// Result of a call: the transport's status, and the returned value.
 #pragma once
 
 #include <hidl/HidlInternal.h>
@@ -51,7 +51,7 @@ class Status final {
         : exception_(exception), error_(error), message_(message) {}
 
     int32_t exception_ = EX_NONE;
-    status_t error_ = OK;  // of a transaction that failed
+    status_t error_ = OK;  // of a failed transaction
     std::string message_;
 };
 
@@ -64,7 +64,7 @@ template <typename T, typename U>
 Return<U> StatusOf(const Return<T>& other);
 
 /**
- * A status that must be looked at: destroying or overwriting one that is not ok and was never asked
+ * A status that must be checked: destroying or overwriting a failed status that was never checked
  * ends the process.
  */
 class return_status {
@@ -81,16 +81,19 @@ class return_status {
         checked_ = true;
         return status_.isOk();
     }
-    /** Counts as a look if the answer is yes: who asks only this is ended by other failures. */
+    /**
+     * Counts as a check only if it returns true, so that other failures still end a process that
+     * checks nothing else.
+     */
     bool isDeadObject() const {
         const bool isDead = status_.transactionError() == DEAD_OBJECT;
         checked_ = checked_ || isDead;
         return isDead;
     }
-    /** Does not count as a look. */
+    /** Does not count as a check. */
     std::string description() const { return status_.description(); }
 
-    /** Ends the process unless the call came through. Generated code calls it. */
+    /** Ends the process if the call failed. Called by generated code. */
     void assertOk() const;
 
   private:
@@ -105,13 +108,13 @@ class return_status {
 
 }  // namespace details
 
-/** The value of a call. Reading it ends the process if the call did not come through. */
+/** The value that a call returned. Reading it ends the process if the call failed. */
 template <typename T>
 class Return : public details::return_status {
   public:
     Return(T value) : value_(std::move(value)) {}            // NOLINT: implicit as published
     Return(const Status& status) : return_status(status) {}  // NOLINT: implicit as published
-    /** From null, or from what points to a derived interface, for a value that points to one. */
+    /** For values that are pointers: accepts null and pointers to derived interfaces. */
     template <typename U,
               typename = std::enable_if_t<!std::is_base_of_v<return_status, std::decay_t<U>> &&
                                           std::is_class_v<T> && std::is_convertible_v<U, T>>>
@@ -138,7 +141,7 @@ inline Return<void> Void() {
     return {};
 }
 
-/** A failed call's status, as the result of another. */
+/** Converts the status of a failed call to the result of another call. */
 template <typename T, typename U>
 Return<U> details::StatusOf(const Return<T>& other) {
     other.checked_ = true;

@@ -7,8 +7,8 @@
 namespace android::hardware::details {
 
 /**
- * Passthrough wrappers are generated but never handed out here, so a task has no
- * queue to wait in: it runs at once, on the calling thread.
+ * The host layer never hands out passthrough wrappers, so there is no queue: a task runs at once,
+ * on the calling thread.
  */
 class TaskRunner {
   public:

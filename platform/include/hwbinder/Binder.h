@@ -21,17 +21,17 @@ class BHwBinder : public IBinder {
 
   protected:
     /**
-     * Serves one call. Calls `callback` with the reply while everything that the
-     * reply refers to is alive; when it returns without having done so, the runtime
-     * sends the returned status (and, if that is OK, the reply).
+     * Serves one call. Calls `callback` with the reply while everything that the reply refers to is
+     * alive. If it returns without that, the runtime sends the returned status and, if that is OK,
+     * the reply.
      */
     virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                 uint32_t flags = 0, TransactCallback callback = nullptr) = 0;
 
-    /** Security identifiers do not exist here. */
+    /** Does nothing: the host layer has no security identifiers. */
     void setRequestingSid(bool /* requesting */) {}
 
-    // Set by generated code; threads here all run with the priority of their process.
+    // Set by generated code and ignored: all threads run with their process's priority.
     int mSchedPolicy = 0;
     int mSchedPriority = 0;
 };

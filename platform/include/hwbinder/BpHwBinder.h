@@ -15,8 +15,8 @@ class Connection;
 }
 
 /**
- * Made by the connection to the other process; holds a count of references there,
- * which it gives back when it is destroyed.
+ * Made by the connection to the other process. Holds a number of references to the remote object,
+ * which it releases when it is destroyed.
  */
 class BpHwBinder final : public IBinder {
   public:
@@ -34,7 +34,7 @@ class BpHwBinder final : public IBinder {
     const std::shared_ptr<details::Connection>& connection() const { return connection_; }
     uint64_t objectId() const { return objectId_; }
 
-    /** Tells the linked recipients, each once. Called by the connection after its end. */
+    /** Notifies each linked recipient once. Called by the connection when it has ended. */
     void sendObituary();
 
   private:
@@ -43,7 +43,7 @@ class BpHwBinder final : public IBinder {
 
     std::mutex mutex_;
     bool obituarySent_ = false;
-    /** Each is held by the interface's proxy that it was linked through, and goes with it. */
+    /** Owned by the interface proxies through which they were linked; destroyed with them. */
     std::vector<wp<DeathRecipient>> recipients_;
 };
 

@@ -1,4 +1,4 @@
-// An object that can be called from another process: what local objects and proxies share.
+// An object that can be called from another process: common base of local objects and proxies.
 #pragma once
 
 #include <utils/Errors.h>
@@ -23,7 +23,7 @@ class IBinder : public virtual RefBase {
 
     enum : uint32_t { FLAG_ONEWAY = 1 };
 
-    /** Told once when the process of a proxy's object is gone. */
+    /** Notified once when the process of a proxy's object has died. */
     class DeathRecipient : public virtual RefBase {
       public:
         /** Called on a HIDL thread with no lock of the runtime held. */
@@ -35,7 +35,7 @@ class IBinder : public virtual RefBase {
      *
      * @param reply receives the answer; may be null for a one-way call
      * @param callback called with the reply, before this returns
-     * @return OK, DEAD_OBJECT when the other process is gone, or what the callee returned
+     * @return OK, DEAD_OBJECT if the other process has died, or the callee's status
      */
     virtual status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
                               TransactCallback callback = nullptr) = 0;

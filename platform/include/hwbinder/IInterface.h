@@ -1,4 +1,4 @@
-// What generated proxies are made of.
+// Base classes of generated proxies.
 #pragma once
 
 #include <hwbinder/IBinder.h>

@@ -1,4 +1,4 @@
-// The calling thread's part in calls between processes.
+// The calling thread's state in calls between processes.
 #pragma once
 
 #include <sys/types.h>
@@ -9,10 +9,14 @@ class IPCThreadState {
   public:
     static IPCThreadState* self();
 
-    /** The peer whose call this thread is serving; this process if it serves none. */
+    /**
+     * Process number of the peer whose call this thread serves; this process's if it serves none.
+     */
     pid_t getCallingPid() const;
 
-    /** Sends releases of references now, which otherwise wait for the next message or some 10 ms.
+    /**
+     * Sends queued releases of references now; they would otherwise wait for the next message or
+     * about 10 ms.
      */
     void flushCommands();
 };

@@ -62,14 +62,16 @@ class Parcel {
     status_t readFloat(float* value) const { return readScalar(value); }
     status_t readDouble(double* value) const { return readScalar(value); }
     status_t readBool(bool* value) const;
-    /** The text lives in the parcel. Null if it is missing or not terminated. */
+    /** The parcel owns the text. Null if it is missing or not terminated. */
     const char* readCString() const;
 
-    /** @param handle receives the name of the buffer for what is embedded in it */
+    /** @param handle receives the name of the buffer, by which embedded buffers refer to it */
     status_t writeBuffer(const void* buffer, size_t size, size_t* handle) {
         return writeEmbeddedBuffer(buffer, size, handle, kNoParent, 0);
     }
-    /** A buffer whose pointer stands at `parentOffset` of `parent`; null if `buffer` is. */
+    /**
+     * Writes a buffer whose pointer is stored at `parentOffset` of `parent`. `buffer` may be null.
+     */
     status_t writeEmbeddedBuffer(const void* buffer, size_t size, size_t* handle, size_t parent,
                                  size_t parentOffset);
 
@@ -77,7 +79,7 @@ class Parcel {
         return readNullableEmbeddedBuffer(size, handle, kNoParent, 0, buffer);
     }
     /**
-     * Reads the buffer and stores its address in the parent, as the pointer that stood there. The
+     * Reads the buffer and stores its address in the parent, in place of the sender's pointer. A
      * buffer of size 0 is null.
      */
     status_t readNullableEmbeddedBuffer(size_t size, size_t* handle, size_t parent,
@@ -87,7 +89,7 @@ class Parcel {
     status_t readNullableStrongBinder(sp<IBinder>* binder) const;
 
     status_t writeNativeHandleNoDup(const native_handle_t* handle);
-    /** The reader knows where the handle's pointer belongs from what it is reading. */
+    /** Ignores the place: the reader knows from the type where the handle's pointer belongs. */
     status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t /*parent*/,
                                        size_t /*parentOffset*/) {
         return writeNativeHandleNoDup(handle);
@@ -96,7 +98,7 @@ class Parcel {
     status_t readNullableEmbeddedNativeHandle(size_t parent, size_t parentOffset,
                                               const native_handle_t** handle) const;
 
-    /** Fails the parcel: what was received makes no sense. Returns BAD_VALUE. */
+    /** Marks the received parcel as malformed. @return BAD_VALUE */
     status_t reject() const;
 
     // For the transport.
@@ -140,11 +142,11 @@ class Parcel {
     status_t failWrite();
     bool storePointer(size_t parent, size_t parentOffset, const void* pointer) const;
 
-    // What is read is patched and consumed: reading changes a parcel but not its value.
+    // Reading patches pointers and takes objects out, but does not change the parcel's value.
     mutable std::vector<uint8_t> items_;
     mutable std::vector<Buffer> buffers_;
     mutable std::vector<sp<IBinder>> objects_;
-    std::vector<int> descriptors_;  // to be sent: the writer's
+    std::vector<int> descriptors_;  // to be sent; owned by the writer
     mutable std::vector<base::unique_fd> receivedDescriptors_;
     mutable std::vector<hidl_handle> handles_;
     mutable size_t position_ = 0;

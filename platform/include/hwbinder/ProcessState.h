@@ -1,4 +1,4 @@
-// The process as a whole, under the name that generated code calls.
+// Process-wide state, under the name that generated code uses.
 #pragma once
 
 namespace android::hardware {
@@ -7,7 +7,7 @@ class ProcessState {
   public:
     static ProcessState* self();
 
-    /** The pool of HIDL threads starts by itself and grows as calls need it. */
+    /** Does nothing: the pool of HIDL threads starts by itself and grows on demand. */
     void startThreadPool() {}
 };
 

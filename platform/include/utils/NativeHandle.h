@@ -1,4 +1,4 @@
-// Generated code includes this by name; the handle itself is cutils/native_handle.h.
+// Generated code includes this header; the handle is declared in cutils/native_handle.h.
 #pragma once
 
 #include <cutils/native_handle.h>

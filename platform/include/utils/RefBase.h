@@ -13,17 +13,17 @@ namespace android {
 
 /**
  * Base of all objects that sp and wp refer to. Counting is thread-safe. The object is deleted with
- * its last strong reference, even if that was promoted before the constructor was done; one that
- * never has any may also live on the stack.
+ * its last strong reference, even if that was promoted from a weak one inside the constructor. An
+ * object that never has a strong reference may live on the stack.
  */
 class RefBase {
   public:
-    /** Outlives the object as long as there are weak references. */
+    /** The counts. They outlive the object while weak references exist. */
     class weakref_type {
       public:
         void incWeak(const void* /*id*/) { weak_.fetch_add(1, std::memory_order_relaxed); }
         void decWeak(const void* id);
-        /** @return whether a strong reference was added, which a dead object refuses */
+        /** @return whether a strong reference was added; false if the object is dead */
         bool attemptIncStrong(const void* /*id*/) {
             int32_t count = strong_.load(std::memory_order_relaxed);
             while (count > 0 &&
@@ -36,10 +36,10 @@ class RefBase {
 
       private:
         friend class RefBase;
-        /** As long as there has been no strong reference; the first one takes it off. */
+        /** Added to the count until the first strong reference exists. */
         static constexpr int32_t kNeverHeld = 1 << 28;
         std::atomic<int32_t> strong_{kNeverHeld};
-        /** One of these is the object's own. */
+        /** The object itself holds one of these. */
         std::atomic<int32_t> weak_{1};
     };
 

@@ -50,7 +50,7 @@ class sp {
 
   private:
     friend class wp<T>;
-    /** Takes over a reference that was counted already. */
+    /** Takes over a reference that is already counted. */
     void adopt(T* object) { pointer_ = object; }
 
     T* pointer_ = nullptr;

@@ -1,4 +1,4 @@
-// Scopes in the system trace, of which a workstation has none.
+// Scopes in the system trace. A workstation has none, so they do nothing.
 #pragma once
 
 #include <cutils/trace.h>
@@ -12,7 +12,7 @@ namespace android {
 
 struct ScopedTrace {
     ScopedTrace(uint64_t /*tag*/, const char* /*name*/) {}
-    ~ScopedTrace() {}  // user-provided, so that an unused scope is no unused variable
+    ~ScopedTrace() {}  // user-provided, so that the compiler does not warn of an unused variable
 };
 
 }  // namespace android

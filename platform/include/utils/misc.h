@@ -1,4 +1,4 @@
-// System properties do not exist on a workstation, so nobody needs to hear of their change.
+// Callbacks for changes of system properties. A workstation has none, so this does nothing.
 #pragma once
 
 namespace android {

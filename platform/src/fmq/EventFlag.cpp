@@ -16,7 +16,7 @@
 namespace android::hardware {
 namespace {
 
-// Not process-private: the other side is another process.
+// A shared futex, not a private one: the other side is another process.
 long futex(std::atomic<uint32_t>* word, int operation, uint32_t value, const timespec* deadline,
            uint32_t bitset) {
     return syscall(SYS_futex, word, operation, value, deadline, nullptr, bitset);
@@ -86,10 +86,11 @@ status_t EventFlag::wait(uint32_t bitmask, uint32_t* state, int64_t timeOutNanoS
         const uint32_t before = word_->fetch_and(~bitmask, std::memory_order_acquire);
         *state = before & bitmask;
         if (*state != 0) return NO_ERROR;
-        // The clock is read only by those who have to wait.
+        // Reads the clock only if it has to wait.
         if (timeOutNanoSeconds != 0 && !deadline) deadline = deadlineAfter(timeOutNanoSeconds);
         const timespec* limit = deadline ? &*deadline : nullptr;
-        // A word that has changed ends the system's wait at once, without a look at the time.
+        // If the word has changed, FUTEX_WAIT returns at once without checking the deadline, so
+        // check it here.
         const bool isTimedOut =
             futex(word_, FUTEX_WAIT_BITSET, before & ~bitmask, limit, bitmask) != 0 &&
             (errno == ETIMEDOUT || (deadline && isOver(*deadline)));

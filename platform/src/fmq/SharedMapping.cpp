@@ -11,7 +11,7 @@
 namespace android::hardware::details {
 
 namespace {
-// Only whole pages can be mapped: the page that a part begins in is mapped from its start.
+// Only whole pages can be mapped, so the mapping starts at the beginning of the part's first page.
 uint64_t offsetInPage(uint64_t position) {
     return position % static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
 }

@@ -58,13 +58,13 @@ status_t readFromParcel(Status* status, const Parcel& parcel) {
     }
     const char* message = parcel.readCString();
     if (message == nullptr) return BAD_VALUE;
-    // Programs log it.
+    // Programs log the message, so control characters are replaced.
     *status = Status::fromExceptionCode(exception, details::printable(message).c_str());
     return OK;
 }
 
 status_t writeToParcel(const Status& status, Parcel* parcel) {
-    // What goes wrong in the transport is the call's own status, not part of its reply.
+    // A transport error is the status of the call, not part of the reply.
     if (status.exceptionCode() == Status::EX_TRANSACTION_FAILED) return status.transactionError();
     const status_t error = parcel->writeInt32(status.exceptionCode());
     if (error != OK || status.isOk()) return error;

@@ -63,8 +63,8 @@ namespace {
 sp<IBase> lookUp(const std::string& interfaceName, const std::string& instance) {
     using namespace details;
     const std::string name = serviceName(interfaceName, instance);
-    // Twice, for a connection may turn out to be to a process that has just died while a
-    // new one has taken its place.
+    // Tries twice: the connection may lead to a process that has just died and has been replaced by
+    // a new one.
     for (int attempt = 0; attempt < 2; ++attempt) {
         const std::optional<Registry> registry = Registry::open(Registry::Mode::kLookUp);
         if (!registry) return nullptr;

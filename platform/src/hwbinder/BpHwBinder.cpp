@@ -46,7 +46,7 @@ void BpHwBinder::sendObituary() {
     while (true) {
         sp<DeathRecipient> recipient;
         {
-            // One at a time: a recipient may unlink those that come after it.
+            // Takes out one recipient at a time: it may unlink those that follow.
             const std::lock_guard lock(mutex_);
             obituarySent_ = true;
             if (recipients_.empty()) return;

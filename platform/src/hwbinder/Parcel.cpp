@@ -1,4 +1,4 @@
-// Items of a parcel: written one after the other, checked one by one when they are read.
+// Writes the items of a parcel in sequence, and checks each one when it is read.
 #include <hwbinder/Parcel.h>
 
 #include <cstdint>
@@ -25,9 +25,10 @@ static_assert(details::kMaxItemBytes / sizeof(uint32_t) <= details::kMaxInterfac
 namespace {
 
 constexpr size_t kBufferAlignment = 8;
-// As many as a queue has parts: who receives a handle keeps all of it, whatever it needs of it.
+// As many as a queue has parts. Limited, because a receiver keeps all descriptors of a handle even
+// if it needs few.
 constexpr uint32_t kMaxDescriptorsOfHandle = 4;
-// Of the items of most calls: they are written without a second allocation.
+// Enough for the items of most calls, which then need a single allocation.
 constexpr size_t kUsualSize = 256;
 
 struct BufferHeader {

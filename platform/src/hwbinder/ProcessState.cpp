@@ -1,4 +1,4 @@
-// The process and the calling thread, as programs ask about them.
+// Queries about the process and the calling thread.
 #include <hwbinder/IPCThreadState.h>
 #include <hwbinder/ProcessState.h>
 #include <unistd.h>

@@ -18,20 +18,23 @@
 namespace android::hardware::details {
 
 /**
- * How much room the calls of one process may take in another, counted by both in the same way: a
- * caller waits while its call does not fit, so a peer that sends it nevertheless has broken the
- * protocol.
+ * Flow control: limits what the calls of one process may occupy in another. Both sides count the
+ * same costs. A caller waits while its call does not fit; a peer that sends it nevertheless breaks
+ * the protocol.
  */
 class CallWindow {
   public:
     static constexpr size_t kSize = size_t{2} << 20;
     /**
-     * The smallest part that is given back at once. A call that does not fit at all is let through
-     * while less than this is taken.
+     * The smallest cost for which a receiver sends a notice that one-way calls were served. While
+     * at most this much is taken, any call fits, however large.
      */
     static constexpr size_t kSmallestPart = kSize / 4;
 
-    /** Room that a call and each descriptor take beside their bytes, for memory and a thread. */
+    /**
+     * Cost of a call: its bytes, plus fixed amounts for the call itself and for each descriptor,
+     * which stand for memory and a thread.
+     */
     static size_t costOf(const FrameHeader& header) {
         const bool isOneWay = (header.flags & IBinder::FLAG_ONEWAY) != 0;
         return kSize / (isOneWay ? 2048 : 128) + header.itemBytes +
@@ -44,7 +47,7 @@ class CallWindow {
         taken_ += cost;
         return true;
     }
-    /** @return false if so much was not taken */
+    /** @return false if `cost` exceeds what was taken */
     bool giveBack(size_t cost) {
         if (cost > taken_) return false;
         taken_ -= cost;
@@ -55,7 +58,7 @@ class CallWindow {
     size_t taken_ = 0;
 };
 
-/** A call that was received. */
+/** A received call. */
 struct Transaction {
     explicit Transaction(std::shared_ptr<DescriptorAccount> account) : claim(std::move(account)) {}
 
@@ -72,14 +75,14 @@ struct Transaction {
 using TransactionPointer = std::unique_ptr<Transaction>;
 
 /**
- * Decides what is served next: one-way calls of one object one after the other, everything else at
- * once, by as many threads as the peer may occupy.
+ * Decides which call is served next. One-way calls to the same object are served one after the
+ * other; all other calls are served concurrently, by up to kMaxThreads threads for each peer.
  *
  * Threading: guarded by the connection's mutex.
  */
 class Backlog {
   public:
-    /** @return whether one more thread is needed, to call next() until nothing is left */
+    /** @return whether one more thread should call next() until that returns null */
     bool add(TransactionPointer transaction) {
         if (transaction->isOneWay()) {
             const auto [object, isFirst] = oneWayCalls_.try_emplace(transaction->target.get());
@@ -114,7 +117,7 @@ class Backlog {
         return next;
     }
 
-    /** Takes out all calls that are not being served. */
+    /** Removes and returns all calls that are not being served. */
     std::deque<TransactionPointer> clear() {
         std::deque<TransactionPointer> all = std::move(ready_);
         ready_.clear();

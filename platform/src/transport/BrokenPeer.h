@@ -1,11 +1,11 @@
-// Thrown where a peer's message breaks the protocol; its connection catches it.
+// Thrown when a peer's message breaks the protocol; the connection catches it.
 #pragma once
 
 #include <stdexcept>
 
 namespace android::hardware::details {
 
-/** The text says what the peer did; the log line is "dropped process …: " and the text. */
+/** The text says what the peer did. It is logged after "dropped process …: ". */
 struct BrokenPeer : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -21,9 +21,10 @@ namespace android::hardware::details {
 
 namespace {
 
-// How long a message may wait for a peer that does not read, and a one-way call for room.
+// How long a message waits for a peer that does not read, and how long a one-way call waits for
+// room in the window.
 constexpr std::chrono::seconds kPatience{10};
-// Each level is on the stack of one thread, in both processes.
+// Each nested call occupies stack of one thread in both processes.
 constexpr size_t kMaxNestedCalls = 128;
 
 void awaitReadable(int socket, Connection::Clock::time_point deadline) {
@@ -33,7 +34,7 @@ void awaitReadable(int socket, Connection::Clock::time_point deadline) {
     poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
 }
 
-/** A header alone. */
+/** A message that consists of a header only. */
 FrameHeader headerOf(FrameKind kind) {
     FrameHeader header;
     header.kind = kind;
@@ -83,7 +84,7 @@ status_t Connection::call(uint64_t objectId, uint32_t code, const Parcel& data, 
         if (status != OK) return status;
         header.callId = ++lastCallId_;
         pendingCalls_[header.callId] = &call;
-        // Before the call is sent: its reply is not to wake a thread of the pool.
+        // Taken before the call is sent, so that its reply does not wake a thread of the pool.
         role_.take(call);
     }
     status_t status = send(header, data, &call);
@@ -182,7 +183,8 @@ status_t Connection::sendNow(const FrameHeader& header, const Parcel& parcel,
                              const std::vector<ObjectReference>& objects,
                              const std::vector<FrameHeader>& releases, PendingCall* call) {
     if (!sendMutex_.tryLock()) {
-        // The peer may wait for us to read before it reads.
+        // While this thread waits, another must read: the peer may not read before its own messages
+        // are read.
         stopReading(call);
         sendMutex_.lock();
     }
@@ -296,7 +298,7 @@ void Connection::releaseProxy(const BpHwBinder* proxy) {
 }
 
 void Connection::releaseLater() {
-    // One at a time: it may have to wait for the peer.
+    // Only one task at a time, because it may have to wait for the peer.
     if (isReleasingLater_.exchange(true)) return;
     ThreadPool::self().postLater([weak = weak_from_this()] {
         const auto self = weak.lock();
@@ -328,7 +330,7 @@ void Connection::onReadable(bool isAtEnd, bool mayServe) {
         const MutexLock lock(mutex_);
         role_.passFromPool(isAtEnd || !reader_.isDrained());
     }
-    // This thread can be one of them, which saves the time to wake another.
+    // This thread serves too, which saves waking another one.
     const bool serves = *threads > 0 && mayServe;
     postServing(serves ? *threads - 1 : *threads);
     if (serves) serve();
@@ -348,7 +350,7 @@ std::optional<size_t> Connection::readMessages(int flags) {
                 Frame frame;
                 if (!reader_.next(&frame)) break;
                 isAnyWhole = true;
-                // What was taken out is claimed by whoever has it now.
+                // The message's descriptors are now claimed by its transaction or reply.
                 readersClaim_.set(reader_.descriptorCount());
                 threads += dispatch(&frame);
             }
@@ -373,7 +375,7 @@ size_t Connection::dispatch(Frame* frame) {
             break;
         case FrameKind::kRelease:
             if (sp<BHwBinder> object = objects_.takeBack(header.objectId, header.givenBack)) {
-                // Its destructor is a program's code: it runs on a thread of the pool.
+                // The object's destructor is a program's code, so it runs on a thread of the pool.
                 ThreadPool::self().post([object = std::move(object)] {});
             }
             break;
@@ -458,7 +460,7 @@ Parcel Connection::parcelOf(Frame* frame) {
 // The end
 
 void Connection::drop(const char* reason) {
-    // The log before the socket: it may be full, but then nobody waits for it with a lock.
+    // Logs first and without a lock: writing to the log may block.
     if (alive_.exchange(false)) logOfPeer("dropped process %d: %s", peer_.pid, reason);
     close();
 }
@@ -472,7 +474,7 @@ void Connection::close() {
 
 void Connection::end() {
     owner_.onEnd(this);
-    // Proxies may keep this object for long.
+    // Frees memory now: proxies may keep this object alive for long.
     reader_ = {};
     readersClaim_.set(0);
 
@@ -494,7 +496,7 @@ void Connection::end() {
             role_.wake(*call);
         }
     }
-    // Both the destructors and the recipients are code of programs.
+    // Runs on the pool: destructors and death recipients are code of programs.
     ThreadPool::self().post([remains] {
         remains->calls.clear();
         remains->objects.objects.clear();

@@ -45,7 +45,9 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
         virtual ~Owner() = default;
         /** Called once, by the thread that notices the end. */
         virtual void onEnd(const Connection* connection) = 0;
-        /** Peers have sent so many descriptors that this process may run out of them. */
+        /**
+         * Called when peers have sent so many descriptors that this process may run out of them.
+         */
         virtual void onTooManyDescriptors() = 0;
     };
 
@@ -65,12 +67,9 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     status_t call(uint64_t objectId, uint32_t code, const Parcel& data, Parcel* reply,
                   uint32_t flags, Clock::time_point deadline = Clock::time_point::max());
 
-    /**
-     * Queues the references of a proxy that is being destroyed, to be given back soon. Does not
-     * write.
-     */
+    /** Queues the release of the references of a proxy that is being destroyed. Does not write. */
     void releaseProxy(const BpHwBinder* proxy);
-    /** Gives back the queued references now. */
+    /** Sends the queued releases now. */
     void sendReleases();
 
     /** Ends the connection and logs why. */
@@ -80,7 +79,7 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
 
     bool isAlive() const { return alive_; }
     const ucred& peer() const { return peer_; }
-    /** How many descriptors of the peer wait here. */
+    /** Number of received descriptors that no program has taken yet. */
     size_t descriptorsWaiting() const { return *account_; }
 
     void onReadable(bool isAtEnd, bool mayServe) override;
@@ -89,15 +88,15 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
   private:
     struct PendingCall : ReaderRole::Caller {
         /**
-         * A call that the peer makes while it serves this one: one at a time, because the peer
-         * waits for it.
+         * A call that the peer makes while it serves this one. There is at most one, because the
+         * peer waits for its reply.
          */
         TransactionPointer nested;
         bool isDone = false;
         status_t status = OK;
-        /** The reply, which the caller owns; null if it wants none. */
+        /** Receives the reply; owned by the caller. May be null. */
         Parcel* reply = nullptr;
-        /** The room that the call takes of the window; none if it is nested itself. */
+        /** The call's cost in the window; 0 for a nested call. */
         size_t cost = 0;
     };
 
@@ -110,10 +109,10 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     void giveBack(CallWindow& window, size_t cost) REQUIRES(mutex_);
 
     /**
-     * Receives until there are whole messages, and dispatches them. Called by the thread that has
-     * the reader's role.
+     * Receives at least one whole message and dispatches what has arrived. Called by the thread
+     * that has the reader's role.
      * @param flags of recvmsg
-     * @return how many threads are needed to serve(); none if the connection has ended
+     * @return how many threads must call serve(); empty if the connection has ended
      */
     std::optional<size_t> readMessages(int flags);
     // These throw BrokenPeer.
@@ -124,14 +123,14 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     Parcel parcelOf(Frame* frame);
 
     void postServing(size_t threads);
-    /** Serves calls of the peer until none is left. */
+    /** Serves the peer's calls until none is ready. */
     void serve();
     void serveOne(const Transaction& transaction);
-    /** Called before the peer can know that the call is over. */
+    /** Called before the peer learns that the call is over. */
     void accountAsServed(const Transaction& transaction);
     void answer(uint64_t callId, status_t status, const Parcel& reply);
 
-    /** @param call passes its reader's role on before it waits for room in the socket */
+    /** @param call gives up the reader's role before this waits for room in the socket */
     status_t send(FrameHeader header, const Parcel& parcel, PendingCall* call = nullptr);
     status_t sendNow(const FrameHeader& header, const Parcel& parcel,
                      const std::vector<ObjectReference>& objects,
@@ -148,24 +147,24 @@ class Connection final : public Readable, public std::enable_shared_from_this<Co
     ObjectTable objects_;
     std::atomic<bool> alive_{true};
     std::atomic<bool> isReleasingLater_{false};
-    // Used by the thread that reads.
+    // Used only by the thread that has the reader's role.
     FrameReader reader_;
     DescriptorClaim readersClaim_{account_};
 
     Mutex sendMutex_ ACQUIRED_BEFORE(mutex_);
     Mutex mutex_;
-    unique_fd socket_;  // closed with both mutexes held, by the reader
+    unique_fd socket_;  // the reader closes it, with both mutexes held
     ReaderRole role_ GUARDED_BY(mutex_);
     uint64_t lastCallId_ GUARDED_BY(mutex_) = 0;
     std::map<uint64_t, PendingCall*> pendingCalls_ GUARDED_BY(mutex_);
-    /** Calls that await their replies, and the room that they take of the window. */
+    /** Calls that timed out and whose replies may still arrive, with their cost in the window. */
     std::map<uint64_t, size_t> abandonedCalls_ GUARDED_BY(mutex_);
     CallWindow sentCalls_ GUARDED_BY(mutex_);
     CallWindow sentOneWayCalls_ GUARDED_BY(mutex_);
     std::condition_variable roomMade_;
     CallWindow receivedCalls_ GUARDED_BY(mutex_);
     CallWindow receivedOneWayCalls_ GUARDED_BY(mutex_);
-    size_t servedOneWay_ GUARDED_BY(mutex_) = 0;  // and not told to the peer yet
+    size_t servedOneWay_ GUARDED_BY(mutex_) = 0;  // cost that the peer has not been told of yet
     Backlog backlog_ GUARDED_BY(mutex_);
 };
 

@@ -1,4 +1,4 @@
-// The limit of the descriptors that peers have sent and nobody has taken yet.
+// Counts and limits the received descriptors that no program has taken yet.
 #pragma once
 
 #include <sys/resource.h>
@@ -11,10 +11,13 @@
 
 namespace android::hardware::details {
 
-/** The claims of one connection together. */
+/** Sum of the claims of one connection. */
 using DescriptorAccount = std::atomic<size_t>;
 
-/** Descriptors that one connection has received and nobody has taken yet. */
+/**
+ * A number of received descriptors that no program has taken yet. Counted for its connection and
+ * for the process.
+ */
 class DescriptorClaim {
   public:
     explicit DescriptorClaim(std::shared_ptr<DescriptorAccount> account)
@@ -24,15 +27,15 @@ class DescriptorClaim {
     DescriptorClaim& operator=(const DescriptorClaim&) = delete;
 
     void set(size_t count) {
-        const size_t added = count - std::exchange(count_, count);  // wraps for fewer
+        const size_t added = count - std::exchange(count_, count);  // wraps if the count falls
         if (added == 0) return;
         *account_ += added;
         all_ += added;
     }
 
-    /** Whether all claims together exceed the limit. */
+    /** Whether the claims of the whole process exceed the limit. */
     static bool areTooMany() { return areTooMany(all_); }
-    /** Whether so many are more than half of what the process may have open, or more than 512. */
+    /** Whether `count` exceeds 512 or half of the descriptors that the process may have open. */
     static bool areTooMany(size_t count) {
         constexpr rlim_t kMost = 512;  // half of the usual limit
         rlimit limit{};

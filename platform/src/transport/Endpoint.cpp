@@ -28,7 +28,7 @@ namespace android::hardware::details {
 namespace {
 
 constexpr size_t kMaxConnections = 256;
-// Two processes that find each other at the same time have two.
+// Two processes that connect to each other at the same time have two connections.
 constexpr size_t kMaxConnectionsOfOneProcess = 8;
 // How long a process may take to accept a connection, and to say whether it has a service.
 constexpr std::chrono::seconds kConnectPatience{5};
@@ -122,7 +122,7 @@ status_t Endpoint::listenLocked(Registry& registry) {
     watchName_ = watchName;
     std::atexit([] {
         const std::string socket = self().socketName();
-        // A child process that was forked off must not remove its parent's.
+        // A forked child must not remove its parent's socket.
         if (Registry::processOf(socket) != getpid()) return;
         if (auto own = Registry::open(Registry::Mode::kLookUp)) own->removeSocket(socket);
     });
@@ -145,7 +145,7 @@ void Endpoint::onReadable(bool /* isAtEnd */, bool /* mayServe */) {
         !socket.ok() && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM);
     if (socket.ok()) start(std::move(socket), "");
     if (isShort) {
-        // Gives the connections some time to end.
+        // Accepts again later, when connections may have ended and freed descriptors.
         ThreadPool::self().postLater(watchOn);
     } else {
         watchOn();
@@ -187,7 +187,8 @@ std::shared_ptr<Connection> Endpoint::start(unique_fd socket, const std::string&
         const MutexLock lock(mutex_);
         hasRoom = hasRoomForLocked(peer.pid);
         if (!hasRoom) {
-            // Who has inherited a socket or was sent it may keep it when its process is gone.
+            // A process that inherited or received a peer's socket keeps it open after the peer's
+            // death, so close connections whose peer does not exist any more.
             for (const auto& [connection, name, isSpare] : connections_) {
                 if (kill(connection->peer().pid, 0) != 0 && errno == ESRCH) connection->close();
             }
@@ -202,7 +203,7 @@ std::shared_ptr<Connection> Endpoint::start(unique_fd socket, const std::string&
                 return connection;
             }
         }
-        // Once for all that one process tries in a row.
+        // Logs only the first of successive attempts of one process.
         isNews = std::exchange(lastRefused_, peer.pid) != peer.pid;
     }
     if (isNews) {
@@ -245,7 +246,7 @@ std::shared_ptr<Connection> Endpoint::findGreediest() const {
     size_t all = 0;
     std::map<pid_t, size_t> ofProcesses;
     for (const auto& [connection, name, isSpare] : connections_) {
-        // Those of one that has been dropped are being closed.
+        // The descriptors of a dropped connection are being closed already.
         if (!connection->isAlive()) continue;
         all += connection->descriptorsWaiting();
         ofProcesses[connection->peer().pid] += connection->descriptorsWaiting();
@@ -285,7 +286,7 @@ status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
     std::shared_ptr<Connection> known;
     {
         const MutexLock lock(mutex_);
-        // One thread at a time connects to a process.
+        // Only one thread at a time connects to the same process.
         while (connecting_.count(*process) != 0) {
             if (Connection::Clock::now() >= deadline) return TIMED_OUT;
             mutex_.wait(changed_, deadline);
@@ -302,8 +303,8 @@ status_t Endpoint::ask(const Registry& registry, const std::string& socketName,
         const MutexLock lock(mutex_);
         connecting_.erase(*process);
         changed_.notify_all();
-        // The other process may connect to this one, too: that is what ALREADY_EXISTS says, and
-        // if it has been accepted meanwhile, the other one uses it.
+        // ALREADY_EXISTS says that the other process is connecting to this one, too; then wait for
+        // its connection. If that has been accepted already, it is the one to use.
         while ((known = findLocked(socketName, *process)) == nullptr && status == ALREADY_EXISTS &&
                Connection::Clock::now() < deadline) {
             mutex_.wait(changed_, deadline);

@@ -22,8 +22,8 @@ struct IBase;
 namespace android::hardware::details {
 
 /**
- * The services of one process by name; the root object of its connections, where
- * other processes ask for them.
+ * The services of one process, by name. It is the root object of the process's connections, which
+ * other processes ask for services.
  */
 class ServiceTable final : public BHwBinder {
   public:
@@ -31,9 +31,9 @@ class ServiceTable final : public BHwBinder {
     sp<hidl::base::V1_0::IBase> get(const std::string& name) const;
 
     /**
-     * Asks the table of a peer. @param service receives null if there is none
-     * @return TIMED_OUT if the peer's process does not answer, ALREADY_EXISTS if it must be asked
-     * over the connection that the peer has made
+     * Asks a peer's table for a service. @param service receives null if there is none
+     * @return TIMED_OUT if the peer does not answer, ALREADY_EXISTS if the caller must ask over the
+     * connection that the peer has made
      */
     static status_t ask(Connection& peer, const std::string& name, sp<IBinder>* service);
 
@@ -64,15 +64,15 @@ class Endpoint final : public Readable,
     /** Opens the process's socket unless it is open. @return OK or -errno */
     status_t listen();
 
-    /** Name of this process's socket; empty before listen(). */
+    /** Name of this process's socket; empty if listen() was not called yet. */
     std::string socketName() const;
 
     /**
-     * Asks the process with that socket for a service, after connecting to it if there is no
+     * Asks the process that owns the socket for a service. Connects to it first if there is no
      * connection.
      * @param service receives null if there is none
-     * @return NAME_NOT_FOUND if there is no such process or it takes no more connections, TIMED_OUT
-     * if it does not answer, DEAD_OBJECT if it has died meanwhile
+     * @return NAME_NOT_FOUND if there is no such process or it accepts no more connections,
+     * TIMED_OUT if it does not answer, DEAD_OBJECT if it dies during the call
      */
     status_t ask(const Registry& registry, const std::string& socketName, const std::string& name,
                  sp<IBinder>* service);
@@ -82,7 +82,7 @@ class Endpoint final : public Readable,
     /** Whether the peer must use another connection than this one. */
     bool isSpare(const Connection* connection) const;
 
-    /** Gives back the queued references of all connections. */
+    /** Sends the queued releases of all connections. */
     void sendReleases();
 
     /** Accepts a connection. */
@@ -90,15 +90,18 @@ class Endpoint final : public Readable,
     int process() const override { return kNoProcess; }
 
     void onEnd(const Connection* connection) override;
-    /** Ends the connection with the most descriptors, of the process that has sent most. */
+    /**
+     * Drops connections until the limit is kept: the one with the most waiting descriptors, of the
+     * process that has sent most.
+     */
     void onTooManyDescriptors() override;
 
   private:
     struct Entry {
         std::shared_ptr<Connection> connection;
-        /** What this process connected to; empty if the other one did. */
+        /** Socket to which this process connected; empty if the peer made the connection. */
         std::string socketName;
-        /** Not, or not yet, the connection by which this process calls the peer. */
+        /** The connection is not, or not yet, the one over which this process calls the peer. */
         bool isSpare = false;
     };
 
@@ -108,22 +111,23 @@ class Endpoint final : public Readable,
         REQUIRES(mutex_);
     std::shared_ptr<Connection> connect(const Registry& registry, const std::string& socketName);
     /**
-     * @param socketName of the process that this one has connected to; empty if it was the other
-     * @return null if it is refused
+     * @param socketName socket to which this process connected; empty if the peer made the
+     * connection
+     * @return null if the connection is refused
      */
     std::shared_ptr<Connection> start(unique_fd socket, const std::string& socketName);
     bool hasRoomForLocked(int process) REQUIRES(mutex_);
-    /** The connection to end because of its descriptors; null if they are not too many. */
+    /** The connection to drop because too many descriptors wait; null if the limit is kept. */
     std::shared_ptr<Connection> findGreediest() const;
 
     const sp<ServiceTable> services_;
     mutable Mutex mutex_;
     std::condition_variable changed_;
     std::string socketName_ GUARDED_BY(mutex_);
-    unique_fd listener_ GUARDED_BY(mutex_);  // stays open once it is
+    unique_fd listener_ GUARDED_BY(mutex_);  // never closed once it is open
     uint64_t watchName_ GUARDED_BY(mutex_) = 0;
     std::list<Entry> connections_ GUARDED_BY(mutex_);
-    std::set<int> connecting_ GUARDED_BY(mutex_);  // the processes
+    std::set<int> connecting_ GUARDED_BY(mutex_);  // processes to which a thread is connecting
     pid_t lastRefused_ GUARDED_BY(mutex_) = 0;
 };
 

@@ -1,4 +1,4 @@
-// Messages to and from a socket, descriptors included.
+// Writes messages to a socket and reads them from it, including descriptors.
 #include "transport/Frame.h"
 
 #include <poll.h>
@@ -31,14 +31,17 @@ void check(const FrameHeader& header) {
     }
 }
 
-/** So many descriptors are the program's own, which cannot live without. */
+/**
+ * Whether the descriptor lies in the last eighth of the limit, which is reserved for the program
+ * itself.
+ */
 bool isReserved(int fd) {
     rlimit limit{};
     return getrlimit(RLIMIT_NOFILE, &limit) == 0 &&
            static_cast<rlim_t>(fd) >= limit.rlim_cur - limit.rlim_cur / 8;
 }
 
-/** Whether closing it can wait for somebody; here it does not. */
+/** Whether close() could block, as on a network socket with SO_LINGER. Turns that off, too. */
 bool mayLinger(int fd) {
     int domain = AF_UNIX;
     socklen_t size = sizeof(domain);
@@ -61,7 +64,7 @@ bool Frame::isComplete() const {
 FrameWriter::FrameWriter(const FrameHeader& header, const std::vector<uint8_t>& items,
                          const std::vector<ObjectReference>& objects,
                          const std::vector<int>& descriptors, const std::vector<FrameHeader>& more)
-    // The kernel's interface does not know that these are only read.
+    // iovec has no const, although sendmsg only reads these.
     : parts_{
           {const_cast<FrameHeader*>(&header), sizeof(header)},
           {const_cast<uint8_t*>(items.data()), items.size()},
@@ -86,7 +89,7 @@ int FrameWriter::writeSome(int socket) {
         const ssize_t count = sendmsg(socket, &message_, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) return errno;
-        // The descriptors went with the first byte.
+        // The descriptors were sent with the first byte.
         message_.msg_control = nullptr;
         message_.msg_controllen = 0;
         auto written = static_cast<size_t>(count);
@@ -110,7 +113,8 @@ int FrameWriter::writeRest(int socket, int timeoutMs) {
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
         pollfd waiting{socket, POLLOUT, 0};
-        // Only a quarter of the buffer counts as room: one that never has it is not being read.
+        // POLLOUT needs a quarter of the send buffer free. A time-out means that the peer hardly
+        // reads.
         if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) == 0) {
             return ETIMEDOUT;
         }
@@ -124,7 +128,7 @@ int FrameWriter::writeRest(int socket, int timeoutMs) {
 void FrameReader::makeRoom() {
     if (unread() == 0) {
         begin_ = end_ = 0;
-        // What has grown for a large message is not kept for the small ones.
+        // A buffer that has grown for a large message is freed.
         if (capacity_ > kSmallestBuffer) capacity_ = 0;
     }
     if (capacity_ - end_ >= kSmallestBuffer / 2) return;
@@ -150,7 +154,7 @@ void FrameReader::takeDescriptors(msghdr* message) {
         }
     }
     if ((message->msg_flags & MSG_CTRUNC) != 0) isTruncated_ = true;
-    // Those of a message that is not whole yet, and those of the next one.
+    // At most those of an incomplete message and those of the next one.
     if (descriptors_.size() > 2 * kMaxDescriptors) {
         throw BrokenPeer("a message has too many descriptors");
     }
@@ -174,7 +178,7 @@ FrameReader::Outcome FrameReader::receive(int socket, int flags) {
     }
     takeDescriptors(&message);
     end_ += static_cast<size_t>(count);
-    // The kernel stops after descriptors, too.
+    // recvmsg also stops early after a message with descriptors; then there may be more.
     isDrained_ = static_cast<size_t>(count) < room.iov_len && message.msg_controllen == 0 &&
                  (message.msg_flags & MSG_CTRUNC) == 0;
     return Outcome::kDone;
@@ -194,7 +198,7 @@ bool FrameReader::next(Frame* frame) {
     frame->objects.resize(header.objectCount);
     if (objectBytes > 0) std::memcpy(frame->objects.data(), items + header.itemBytes, objectBytes);
     begin_ += size;
-    // A message's descriptors come with its first byte, so that what is left belongs to the next.
+    // A message's descriptors arrive with its first byte, so any others belong to the next message.
     if (header.descriptorCount > descriptors_.size() && std::exchange(isTruncated_, false)) {
         descriptors_.resize(header.descriptorCount);
     }

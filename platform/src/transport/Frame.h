@@ -18,7 +18,7 @@ using base::unique_fd;
 // Limits of one message; a peer that exceeds them has broken the protocol.
 constexpr size_t kMaxItemBytes = size_t{1} << 20;
 constexpr size_t kMaxObjects = 256;
-constexpr size_t kMaxDescriptors = 253;  // what the kernel passes with one message
+constexpr size_t kMaxDescriptors = 253;  // the kernel's limit for one message
 
 constexpr uint32_t kFrameMagic = 0x4d48464c;
 
@@ -27,16 +27,18 @@ enum class FrameKind : uint32_t { kTransaction = 1, kReply = 2, kRelease = 3, kS
 struct FrameHeader {
     uint32_t magic = kFrameMagic;
     FrameKind kind = FrameKind::kTransaction;
-    /** Transaction: the caller's number of the call, 0 if one-way. Reply: the same number. */
+    /**
+     * Transaction: the call's number, given by the caller; 0 if one-way. Reply: the same number.
+     */
     uint64_t callId = 0;
     /**
-     * Transaction: the receiver's call that the sender is serving; this one runs on the thread that
-     * waits for it.
+     * Transaction: number of the receiver's call that the sender is serving; 0 if none. The
+     * receiver serves this one on the thread that waits for that call.
      */
     uint64_t parentCallId = 0;
-    /** Transaction, release: the receiver's object. */
+    /** Transaction, release: number of the receiver's object. */
     uint64_t objectId = 0;
-    /** Release: how many references; served: how much of the window for one-way calls. */
+    /** Release: number of references. Served: cost that the window for one-way calls gets back. */
     uint64_t givenBack = 0;
     uint32_t code = 0;
     uint32_t flags = 0;
@@ -50,7 +52,7 @@ static_assert(sizeof(FrameHeader) == 64);
 
 enum class ObjectOwner : uint64_t { kSender = 0, kReceiver = 1 };
 
-/** An object in a message, by the number that its owner has given it. */
+/** An object in a message, identified by the number that its owner has given it. */
 struct ObjectReference {
     uint64_t objectId = 0;
     ObjectOwner owner = ObjectOwner::kSender;
@@ -60,20 +62,20 @@ struct Frame {
     FrameHeader header;
     std::vector<uint8_t> items;
     std::vector<ObjectReference> objects;
-    /** One that could not be received is not open. */
+    /** A descriptor that could not be received is not ok(). */
     std::vector<unique_fd> descriptors;
 
     bool isComplete() const;
 };
 
-/** Room for the descriptors of one message, as the kernel passes them. */
+/** Control buffer for the descriptors of one message. */
 struct DescriptorMessage {
     alignas(cmsghdr) char bytes[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
 };
 
 /**
- * Writes a message, in as many steps as the socket needs. The parts belong to the caller and must
- * not move.
+ * Writes a message, in as many steps as the socket needs. The caller owns the parts and must not
+ * move them.
  *
  * Threading: one thread at a time.
  */
@@ -83,21 +85,20 @@ class FrameWriter {
     FrameWriter(const FrameHeader& header, const std::vector<uint8_t>& items,
                 const std::vector<ObjectReference>& objects, const std::vector<int>& descriptors,
                 const std::vector<FrameHeader>& more);
-    // The message header points to the parts.
+    // Not movable: msghdr points to the members.
     FrameWriter(const FrameWriter&) = delete;
     FrameWriter& operator=(const FrameWriter&) = delete;
 
     /**
      * Writes as much as the socket takes without waiting.
-     * @return 0 when all is written, EAGAIN when the socket has no room, or the error number of the
-     * socket, which cannot be used any more
+     * @return 0 if everything is written, EAGAIN if the socket has no room, or another errno; then
+     * the socket is unusable
      */
     int writeSome(int socket);
 
     /**
      * Writes the rest, waiting for room.
-     * @return 0, ETIMEDOUT if the peer has hardly read anything in the time, or the error number of
-     * the socket
+     * @return 0, ETIMEDOUT if the peer has read hardly anything in that time, or another errno
      */
     int writeRest(int socket, int timeoutMs);
 
@@ -108,11 +109,11 @@ class FrameWriter {
 };
 
 /**
- * Assembles messages from the bytes of a socket, however they are cut up. Memory grows with the
- * bytes received, not with those that a header announces.
+ * Assembles messages from the bytes of a socket, in whatever pieces they arrive. Memory grows with
+ * the received bytes, not with the size that a header announces.
  *
- * Descriptors are closed at once, not kept, when the process is about to run out of them, and if
- * they are network sockets: closing those can take as long as the sender likes.
+ * Closes a descriptor at once if the process is about to run out of them, or if it is a network
+ * socket: closing that later could block for as long as the sender likes.
  *
  * Threading: one thread at a time.
  */
@@ -121,24 +122,26 @@ class FrameReader {
     enum class Outcome { kDone, kNotYet, kEnd };
 
     /**
-     * Receives once what is there.
+     * Calls recvmsg once.
      * @param flags of recvmsg
-     * @return kNotYet if nothing is there yet
+     * @return kNotYet if there was nothing to receive
      * @throw BrokenPeer
      */
     Outcome receive(int socket, int flags);
 
     /**
-     * Takes the next message out of what was received.
-     * @return false if no whole message is there
+     * Takes the next message out of the received bytes.
+     * @return false if no message is complete
      * @throw BrokenPeer if the message is malformed
      */
     bool next(Frame* frame);
 
-    /** Whether the last receive has left the socket empty; its end may follow. */
+    /**
+     * Whether the last receive() has emptied the socket. The end of the stream may still follow.
+     */
     bool isDrained() const { return isDrained_; }
 
-    /** How many descriptors have come with incomplete messages. */
+    /** Number of descriptors that belong to incomplete messages. */
     size_t descriptorCount() const { return descriptors_.size(); }
 
   private:
@@ -152,7 +155,7 @@ class FrameReader {
     size_t end_ = 0;
     std::deque<unique_fd> descriptors_;
     bool isDrained_ = false;
-    /** The kernel could not pass all descriptors of the last message that has any. */
+    /** The kernel could not pass all descriptors of the last message with descriptors. */
     bool isTruncated_ = false;
 };
 

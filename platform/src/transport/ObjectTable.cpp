@@ -26,7 +26,7 @@ status_t ObjectTable::send(const Parcel& parcel, const Connection& self,
     }
     const MutexLock lock(mutex_);
     if (isCleared_) return DEAD_OBJECT;
-    // Before anything is counted: what is not sent must not be.
+    // Checks the limit before counting anything: objects that are not sent must not be counted.
     const auto isNew = [this](const sp<IBinder>& object) REQUIRES(mutex_) {
         return object->localBinder() != nullptr && exportIds_.count(object->localBinder()) == 0;
     };
@@ -59,7 +59,7 @@ std::vector<FrameHeader> ObjectTable::takeReleasesLocked() {
     for (const uint64_t objectId : std::exchange(releases_, {})) {
         const auto import = imports_.find(objectId);
         import->second.isInReleases = false;
-        if (import->second.address != nullptr) continue;  // it has come again
+        if (import->second.address != nullptr) continue;  // the object was received again
         FrameHeader& header = headers.emplace_back();
         header.kind = FrameKind::kRelease;
         header.objectId = objectId;
@@ -73,7 +73,7 @@ std::vector<sp<IBinder>> ObjectTable::receive(const std::vector<ObjectReference>
                                               const std::shared_ptr<Connection>& self) {
     std::vector<sp<IBinder>> objects;
     if (references.empty()) return objects;
-    // Destroyed before the objects: proxies take the lock when they go.
+    // Declared after `objects`, so that it is unlocked first: destructors of proxies take the lock.
     const MutexLock lock(mutex_);
     for (const ObjectReference& reference : references) {
         const auto exported = exports_.find(reference.objectId);
@@ -94,7 +94,7 @@ sp<BpHwBinder> ObjectTable::proxyOf(uint64_t objectId, const std::shared_ptr<Con
     ++import.referencesReceived;
     sp<BpHwBinder> proxy = import.proxy.promote();
     if (proxy == nullptr) {
-        // One that is just being destroyed leaves its references to this one.
+        // If the old proxy is just being destroyed, the new one takes over its references.
         proxy = new BpHwBinder(self, objectId);
         import.address = proxy.get();
         import.proxy = proxy;

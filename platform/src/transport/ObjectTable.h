@@ -17,9 +17,9 @@
 namespace android::hardware::details {
 
 /**
- * A reference to an object is counted each time it is sent. The receiver gives all counts back when
- * it drops its proxy, so that a reference in flight at that moment is not lost. Releases wait for
- * the next message, or for sendReleases() of the connection.
+ * Each time an object is sent, its owner counts a reference. When the receiver destroys its proxy,
+ * it releases as many references as it has received, so a reference that is in flight at that
+ * moment stays counted. Releases are sent with the next message, or by Connection::sendReleases().
  *
  * Each side keeps at most kMaxObjectsHeld objects of the other: an owner sends no more, so a peer
  * that does has broken the protocol.
@@ -29,17 +29,17 @@ namespace android::hardware::details {
 class ObjectTable {
   public:
     static constexpr size_t kMaxObjectsHeld = 4096;
-    /** The object that every process offers to its peers without being asked. */
+    /** Number of the root object, which a peer can call without having received it. */
     static constexpr uint64_t kRootId = 0;
 
     explicit ObjectTable(const sp<BHwBinder>& root) { exports_[kRootId].object = root; }
 
     /**
      * Counts the parcel's objects as sent.
-     * @param self the connection, whose objects and this process's can be sent
-     * @param releases receives the queued releases, to be sent with the parcel
-     * @return INVALID_OPERATION for an object of a third process, NO_MEMORY beyond the limit,
-     * DEAD_OBJECT after clear()
+     * @param self the connection; only its objects and those of this process can be sent
+     * @param releases receives the queued releases, which the caller sends with the parcel
+     * @return INVALID_OPERATION for an object of a third process, NO_MEMORY if the peer would hold
+     * too many objects, DEAD_OBJECT after clear()
      */
     status_t send(const Parcel& parcel, const Connection& self,
                   std::vector<ObjectReference>* references, std::vector<FrameHeader>* releases);
@@ -52,19 +52,22 @@ class ObjectTable {
     sp<BHwBinder> find(uint64_t objectId);
 
     /**
-     * Takes back references from the peer.
+     * Subtracts references that the peer has released.
      * @return the object if these were its last references; its destructor is a program's code
      * @throw BrokenPeer if the peer does not hold them
      */
     sp<BHwBinder> takeBack(uint64_t objectId, uint64_t references);
     /**
      * Queues the release of a proxy that is being destroyed.
-     * @return whether a release is queued
+     * @return whether any release is queued
      */
     bool release(const BpHwBinder* proxy);
     bool hasReleases() const { return hasReleases_; }
 
-    /** Drops the references of and to the peer, which is dead. No new ones are accepted. */
+    /**
+     * Called after the peer's death: drops all references to and from the peer, and accepts no new
+     * ones.
+     */
     struct Remains {
         std::vector<sp<BHwBinder>> objects;
         std::vector<sp<BpHwBinder>> proxies;
@@ -93,8 +96,8 @@ class ObjectTable {
     std::map<uint64_t, Export> exports_ GUARDED_BY(mutex_);
     std::map<const BHwBinder*, uint64_t> exportIds_ GUARDED_BY(mutex_);
     std::map<uint64_t, Import> imports_ GUARDED_BY(mutex_);
-    std::vector<uint64_t> releases_ GUARDED_BY(mutex_);  // of imports
-    std::atomic<bool> hasReleases_{false};               // most messages have nothing to do here
+    std::vector<uint64_t> releases_ GUARDED_BY(mutex_);  // object numbers of imports
+    std::atomic<bool> hasReleases_{false};               // lets most messages skip the lock
     bool isCleared_ GUARDED_BY(mutex_) = false;
 };
 

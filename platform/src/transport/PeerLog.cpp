@@ -19,10 +19,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** What may be written: lines are earned as time goes by, and kept for a burst. */
+/** A token bucket: a line becomes available every kTimeOfLine, up to kBurst lines. */
 class Budget {
   public:
-    /** @param leftOut receives how many lines had no part in it since the last one that had */
+    /**
+     * @param leftOut if this returns true, receives how many lines were refused since the last
+     * accepted one
+     */
     bool take(size_t* leftOut) {
         const MutexLock lock(mutex_);
         const Clock::time_point now = Clock::now();

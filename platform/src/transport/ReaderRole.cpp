@@ -52,7 +52,7 @@ void ReaderRole::pass() {
         return;
     }
     isTaken_ = false;
-    // Rarely after a thread of the pool has read: to watch takes a system call.
+    // Avoids the system call in the usual case that a thread of the pool has read everything.
     if (isMoreToRead_ || !isWatched_) ThreadPool::self().watch(socket_, watchName_);
     isMoreToRead_ = false;
     isWatched_ = true;

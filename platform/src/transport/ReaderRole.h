@@ -1,4 +1,5 @@
-// Who reads a connection's socket: one thread at a time, and one is always able to.
+// Decides which thread reads a connection's socket. Only one does at a time, and while the
+// connection lives there is always one that can.
 #pragma once
 
 #include <condition_variable>
@@ -10,8 +11,8 @@
 namespace android::hardware::details {
 
 /**
- * The role belongs to a caller that waits for its reply, or to the thread pool. The thread that has
- * it runs no code of programs and does not write: before it does, it passes the role on.
+ * The role belongs to a caller that waits for its reply, or to the thread pool. Before a thread
+ * with the role runs code of programs or waits for room to write, it passes the role on.
  *
  * Threading: guarded by the connection's mutex.
  */
@@ -23,23 +24,27 @@ class ReaderRole {
         bool isReading = false;
     };
 
-    /** Gives the role to the pool. @param watchName of the socket, in the pool */
+    /** Gives the role to the pool. @param watchName the socket's name in the pool */
     void begin(int socket, uint64_t watchName);
-    /** From now on nobody gets the role. */
+    /** After this, no thread gets the role. */
     void end();
 
     /** Takes the role if it is free. @return whether the caller has it now */
     bool take(Caller& caller);
     /**
      * Takes the role for a thread of the pool.
-     * @return false if a caller has it; then the pool's notification is remembered
+     * @return false if a caller has the role; then the pool watches the socket again when the role
+     * returns to it
      */
     bool takeForPool();
-    /** If the caller has the role, passes it to another caller that sleeps, else to the pool. */
+    /**
+     * If the caller has the role, passes it to another sleeping caller, or to the pool if there is
+     * none.
+     */
     void pass(Caller& caller);
     /**
      * Passes the role on from a thread of the pool.
-     * @param isMoreToRead the socket was not seen empty, and will not notify the pool again
+     * @param isMoreToRead the socket may not be empty, so the pool must be notified again
      */
     void passFromPool(bool isMoreToRead);
 
@@ -48,7 +53,7 @@ class ReaderRole {
      * @param mutex the connection's
      */
     void sleep(Caller& caller, Mutex& mutex, Mutex::Deadline deadline) REQUIRES(mutex);
-    /** Wakes a caller that has something to do: it does not get the role before it sleeps again. */
+    /** Wakes a caller that has something to do. It does not get the role until it sleeps again. */
     void wake(Caller& caller);
 
   private:
@@ -60,7 +65,7 @@ class ReaderRole {
     bool isTaken_ = true;
     /** The pool watches the socket. */
     bool isWatched_ = false;
-    /** The pool was notified of data that it may not have read. */
+    /** The pool was notified, and may not have read everything. */
     bool isMoreToRead_ = false;
     std::vector<Caller*> sleepers_;
 };

@@ -1,4 +1,4 @@
-// The directory of services: made safe, read and cleaned up.
+// Creates, checks, reads and cleans up the directory of services.
 #define LOG_TAG "HidlRegistry"
 
 #include "transport/Registry.h"
@@ -28,7 +28,7 @@ constexpr char kSocketPrefix[] = "process-";
 constexpr char kSeparator = '=';
 
 std::string directoryPath() {
-    // Those of a program that has more rights than its user do not come from the user.
+    // secure_getenv: a program with more rights than its user ignores the user's environment.
     const char* named = secure_getenv("MORIAK_HIDL_RUNTIME_DIR");
     if (named != nullptr && *named != '\0') return named;
     const char* runtime = secure_getenv("XDG_RUNTIME_DIR");
@@ -36,13 +36,13 @@ std::string directoryPath() {
     return "/tmp/moriak-hidl-" + std::to_string(geteuid());
 }
 
-/** That of the process numbers here: containers have their own. */
+/** Identifies the PID namespace: process numbers of a container are not ours. */
 ino_t pidNamespace() {
     struct stat status {};
     return stat("/proc/self/ns/pid", &status) == 0 ? status.st_ino : 0;
 }
 
-/** @return false, and `text` as it was, unless it begins with a number and a hyphen */
+/** @return false, leaving `text` unchanged, unless it begins with a number and a hyphen */
 template <typename Number>
 bool takeNumber(std::string_view* text, Number* number) {
     const char* const end = text->data() + text->size();
@@ -76,7 +76,7 @@ std::optional<Registry> Registry::open(Mode mode) {
         ALOGE("%s belongs to user %u, not to this one", path.c_str(), status.st_uid);
         return std::nullopt;
     }
-    // One that was there before may be meant for more than this, so it is left as it is.
+    // Does not change the mode: an existing directory may have other uses.
     if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         ALOGE("%s is open to other users (mode %o, not 700)", path.c_str(), status.st_mode & 07777);
         return std::nullopt;
@@ -87,7 +87,8 @@ std::optional<Registry> Registry::open(Mode mode) {
 int Registry::publish(const std::string& interfaceName, const std::string& instance,
                       const std::string& socketName) {
     const std::string name = linkName(interfaceName, instance);
-    // Made under a name of our own first, so that it replaces an older link in one step.
+    // Creates the link under a temporary name and renames it, so that it replaces an older link
+    // atomically.
     static std::atomic<unsigned> count{0};
     const std::string newName = "new" + (kSeparator + socketName) + "-" + std::to_string(++count);
     if (symlinkat(socketName.c_str(), directory_.get(), newName.c_str()) != 0 ||
@@ -109,7 +110,7 @@ std::optional<std::string> Registry::find(const std::string& interfaceName,
 }
 
 std::string Registry::newSocketName() {
-    // Process numbers come round again; together with the time they do not.
+    // Process numbers are reused, but not together with the time.
     const auto now = std::chrono::system_clock::now().time_since_epoch().count();
     return kSocketPrefix + std::to_string(getpid()) + "-" + std::to_string(pidNamespace()) + "-" +
            std::to_string(now);
@@ -131,7 +132,8 @@ std::optional<int> Registry::processOf(const std::string& socketName) {
 }
 
 int Registry::bind(const unique_fd& socket, const std::string& socketName) {
-    // It gets its name when it has begun to live: one that does not is taken for dead.
+    // Bound under a temporary name: removeDeadSockets() would remove a socket that does not listen
+    // yet.
     const std::string newName = "new" + (kSeparator + socketName);
     const std::optional<sockaddr_un> address = addressOf(newName);
     if (!address) return -ENAMETOOLONG;
@@ -143,10 +145,12 @@ int Registry::bind(const unique_fd& socket, const std::string& socketName) {
 }
 
 void Registry::removeDeadSockets() {
-    // A directory stream of its own: it takes the descriptor over and moves its position.
+    // Opens the directory again: closedir() closes the descriptor, and readdir() moves its
+    // position.
     const int fd = openat(directory_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(fd < 0 ? nullptr : fdopendir(fd), closedir);
-    // The wrong kind of socket, so that one that lives refuses it unnoticed.
+    // A socket of the wrong type: a live listener refuses it without noticing, and not with
+    // ECONNREFUSED.
     const unique_fd probe(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (stream == nullptr || !probe.ok()) return;
     while (const dirent* entry = readdir(stream.get())) {

@@ -13,12 +13,11 @@ namespace android::hardware::details {
 using base::unique_fd;
 
 /**
- * A service is a symbolic link from "<interface>=<instance>" to its process's socket beside it. A
- * link whose socket is gone or does not accept connections is no service.
+ * A service is a symbolic link "<interface>=<instance>" to its process's socket in the same
+ * directory. If the socket does not exist or does not accept connections, there is no such service.
  *
- * The directory is named by MORIAK_HIDL_RUNTIME_DIR, else it is moriak-hidl in XDG_RUNTIME_DIR,
- * else /tmp/moriak-hidl-<uid>. It is used only if it belongs to this user and is closed to all
- * others.
+ * The directory is $MORIAK_HIDL_RUNTIME_DIR, else $XDG_RUNTIME_DIR/moriak-hidl, else
+ * /tmp/moriak-hidl-<uid>. It is used only if it belongs to this user and no other user has access.
  *
  * Threading: an object is used by one thread at a time; any number of objects and
  * processes may use one directory at once.
@@ -27,7 +26,7 @@ class Registry {
   public:
     enum class Mode { kLookUp, kCreate };
 
-    /** Opens the directory; none if it does not exist or is not safe to use. */
+    /** Opens the directory. Empty if it does not exist or is not safe to use. */
     static std::optional<Registry> open(Mode mode);
 
     /** @return OK or -errno */
@@ -40,21 +39,26 @@ class Registry {
 
     /** A name for this process's socket that no other process has used. */
     static std::string newSocketName();
-    /** A process whose number is one of another PID namespace. */
+    /** Result of processOf() for a process of another PID namespace. */
     static constexpr int kForeignProcess = 0;
-    /** Number of the process that a socket's name belongs to; empty for another name. */
+    /**
+     * Number of the process that owns a socket of that name; empty if it is not the name of a
+     * socket.
+     */
     static std::optional<int> processOf(const std::string& socketName);
 
-    /** Gives the socket its name. @return OK or -errno */
+    /** Binds the socket to its name. @return OK or -errno */
     int bind(const unique_fd& socket, const std::string& socketName);
-    /** None if it does not fit. */
+    /** Address of a socket in the directory; empty if the path is too long. */
     std::optional<sockaddr_un> addressOf(const std::string& socketName) const;
 
     /** Removes the sockets of processes that ended without removing them. */
     void removeDeadSockets();
     void removeSocket(const std::string& socketName);
 
-    /** A path to a file of the directory that is short enough for a socket's address. */
+    /**
+     * Path to a file of the directory through /proc/self/fd, short enough for a socket's address.
+     */
     std::string shortPath(const std::string& name) const;
 
     static bool isValidInstance(const std::string& instance);

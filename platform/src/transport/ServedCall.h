@@ -1,4 +1,5 @@
-// The call that a thread is serving, which the calls that it makes meanwhile name as their parent.
+// The call that a thread is serving. Calls that the thread makes in the meantime name it as their
+// parent.
 #pragma once
 
 #include <sys/socket.h>
@@ -10,7 +11,7 @@ namespace android::hardware::details {
 
 class Connection;
 
-/** Marks the current thread as serving a call for as long as the object lives. */
+/** Marks the current thread as serving a call, for the lifetime of this object. */
 class ServedCall {
   public:
     ServedCall(const Connection* connection, uint64_t callId, const ucred& peer)
@@ -22,14 +23,16 @@ class ServedCall {
         current_ = this;
     }
     ~ServedCall() { current_ = outer_; }
-    // Linked from the thread by its address.
+    // Not movable: a thread-local pointer refers to it.
     ServedCall(const ServedCall&) = delete;
     ServedCall& operator=(const ServedCall&) = delete;
 
     /** The innermost call that this thread is serving; null if none. */
     static const ServedCall* current() { return current_; }
 
-    /** Number of the call whose caller waits for this thread on the connection; 0 if none does. */
+    /**
+     * Number of the call on this connection whose caller waits for this thread; 0 if there is none.
+     */
     static uint64_t waitingCallOn(const Connection* connection) {
         return current_ != nullptr && current_->connection_ == connection ? current_->callId_ : 0;
     }
@@ -40,7 +43,7 @@ class ServedCall {
     const ucred& peer() const { return peer_; }
     const Connection* connection() const { return connection_; }
 
-    /** Called once the caller has its answer and waits no longer. */
+    /** Called before the reply is sent. From then on the caller does not count as waiting. */
     void answered() { callId_ = 0; }
 
   private:

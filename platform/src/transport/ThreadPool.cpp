@@ -1,4 +1,5 @@
-// The pool on one epoll instance: descriptors, an eventfd for tasks and a timer for later ones.
+// Implements the pool with one epoll instance: the watched descriptors, an eventfd for tasks and a
+// timer for delayed tasks.
 #define LOG_TAG "HidlTransport"
 
 #include "transport/ThreadPool.h"
@@ -42,7 +43,7 @@ ThreadPool::ThreadPool()
     LOG_ALWAYS_FATAL_IF(!events_.ok() || !taskPosted_.ok() || !timer_.ok(),
                         "no descriptors for the HIDL threads");
     pthread_atfork(nullptr, nullptr, [] { isInherited_ = true; });
-    // Edge-triggered: each event wakes one thread, and nobody has to read.
+    // Edge-triggered: each event wakes one thread, and the descriptors need not be read.
     control(EPOLL_CTL_ADD, taskPosted_.get(), EPOLLIN | EPOLLET, kTaskPosted);
     control(EPOLL_CTL_ADD, timer_.get(), EPOLLIN | EPOLLET, kTimer);
 }
@@ -173,7 +174,7 @@ void ThreadPool::run(bool mayEnd) {
     while (true) {
         if (isShort_) fillReserve();
         runTasks();
-        // With tasks that no thread can be started for, another attempt is due.
+        // If tasks are left because no thread could be started, wake up to try again.
         const int timeoutMs = mayEnd || !tasks_.empty() ? kIdleTimeMs : -1;
         mutex_.unlock();
         epoll_event event{};

@@ -23,8 +23,8 @@ class Readable {
     virtual ~Readable() = default;
     /**
      * Called on a thread of the pool when there is something to read.
-     * @param isAtEnd whether nothing will follow
-     * @param mayServe whether the thread may go on to work that can take long
+     * @param isAtEnd whether the stream has ended
+     * @param mayServe whether the thread may continue with work that can take long
      */
     virtual void onReadable(bool isAtEnd, bool mayServe) = 0;
     /** The process at the other end, whose calls are served; kNoProcess if there is none. */
@@ -51,8 +51,8 @@ class ThreadPool {
     static ThreadPool& self();
 
     /**
-     * Whether this process was forked off one that has a pool. Then it has none of the pool's
-     * threads and shares the descriptors with its parent: it must not use the sockets.
+     * Whether this process is a forked child of one that has a pool. It then has none of the pool's
+     * threads and shares the descriptors with its parent, so it must not use the sockets.
      */
     static bool isInherited() { return isInherited_; }
 
@@ -62,8 +62,8 @@ class ThreadPool {
     void postLater(std::function<void()> task);
 
     /**
-     * How many threads may be busy at once, beside those that join. Until this is called it is one,
-     * as on the device.
+     * Sets how many threads may be busy at once, besides those that call join(). The initial value
+     * is one, as on the device.
      */
     void setMaxBusyThreads(size_t count);
 
@@ -76,7 +76,7 @@ class ThreadPool {
     /** Makes the calling thread one of the pool's, for ever. */
     [[noreturn]] void join();
 
-    /** @return a name for the descriptor, which the pool does not watch yet; 0 if it cannot */
+    /** @return a name for the descriptor, which is not watched yet; 0 if it cannot be added */
     uint64_t add(int fd, const std::weak_ptr<Readable>& readable);
     /** Arms one notification of the owner, for when the descriptor is or becomes readable. */
     void watchOnce(int fd, uint64_t name);
@@ -123,7 +123,7 @@ class ThreadPool {
     const unique_fd timer_;
 
     Mutex mutex_;
-    /** One more than may be busy, because one reads. */
+    /** One more than the threads that may be busy, because one always waits. */
     size_t maxThreads_ GUARDED_BY(mutex_);
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t waitingThreads_ GUARDED_BY(mutex_) = 0;

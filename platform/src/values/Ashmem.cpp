@@ -30,7 +30,7 @@ int ashmem_create_region(const char* name, size_t size) {
 int ashmem_valid(int fd) {
     const int seals = fcntl(fd, F_GET_SEALS);
     if (seals < 0 || (seals & F_SEAL_SHRINK) == 0) return 0;
-    // Huge pages can only be mapped, and unmapped, whole.
+    // Huge pages can only be mapped as a whole.
     struct statfs system {};
     return fstatfs(fd, &system) == 0 && system.f_type != HUGETLBFS_MAGIC ? 1 : 0;
 }

@@ -19,7 +19,7 @@ void writeLine(int buffer, int priority, const char* tag, const char* text) {
 }
 
 void writeLine(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
-    char text[4096];  // as long as a line of the platform's log at the most
+    char text[4096];  // maximum length of a line in the platform's log
     vsnprintf(text, sizeof(text), format, arguments);
     writeLine(buffer, priority, tag, text);
 }
@@ -34,11 +34,14 @@ void writeLine(int buffer, int priority, const char* tag, const char* format, va
     abort();
 }
 
-/** Appends the text as one line that a terminal shows and does not obey: it may be a peer's. */
+/**
+ * Appends the text as one line, without control characters that a terminal would obey: the text may
+ * come from a peer.
+ */
 void appendPrintable(std::string& line, const char* text) {
     for (; *text != '\0'; ++text) {
         const auto byte = static_cast<unsigned char>(*text);
-        // Of what follows byte 0xc2 in UTF-8, the first 32 are control characters, too.
+        // In UTF-8, 0xc2 followed by 0x80 to 0x9f is a control character, too.
         const bool isSecondOfTwo = byte == 0xc2 && static_cast<unsigned char>(text[1]) >= 0x80 &&
                                    static_cast<unsigned char>(text[1]) < 0xa0;
         if ((byte >= 0x20 && byte != 0x7f && !isSecondOfTwo) || byte == '\t') {
@@ -62,7 +65,7 @@ void __android_log_stderr_logger(const __android_log_message* message) {
     line.append(": ");
     appendPrintable(line, message->message);
     line.push_back('\n');
-    // One write, so that the lines of several threads and processes do not mix.
+    // A single write, so that lines of several threads and processes are not mixed.
     static_cast<void>(!write(STDERR_FILENO, line.data(), line.size()));
 }
 

@@ -1,4 +1,4 @@
-// The ends of objects and of their counts.
+// Destroys objects and their counts.
 #include <utils/RefBase.h>
 
 #include <atomic>
@@ -10,7 +10,7 @@ void RefBase::weakref_type::decWeak(const void* /*id*/) {
 }
 
 RefBase::~RefBase() {
-    // One that nobody ever held is not promoted from now on.
+    // If the object never had a strong reference, this prevents its promotion from now on.
     refs_->strong_.store(0, std::memory_order_relaxed);
     refs_->decWeak(this);
 }
