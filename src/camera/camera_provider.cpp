@@ -57,14 +57,14 @@ void logInvalidCalibration() {
     MORIAK_LOG_ERROR("Invalid handle or file descriptors for calibration data");
 }
 
-/// Leaves the text as it is if the region cannot be mapped.
+/// Leaves `text` unchanged if the region cannot be mapped.
 void readText(int fd, std::string& text) {
     const OS::SharedBytes region = OS::mapSharedBytes(fd);
     if (region == nullptr) {
         logInvalidCalibration();
         return;
     }
-    // The service is not trusted to have ended its text with a zero byte.
+    // The service may have left out the terminating zero byte.
     const char* const bytes = reinterpret_cast<const char*>(region->data());
     text.assign(bytes, strnlen(bytes, region->size()));
 }
@@ -79,7 +79,7 @@ void readCalibration(const native_handle_t* handle, CameraProperties& camera) {
     readText(handle->data[1], camera.calibrationData2);
 }
 
-/// Sends the reference counts of the call that answered with an interface at once.
+/// Sends queued releases now, so that the service learns at once that its object is not held.
 void flushReferenceCounts() {
     android::hardware::IPCThreadState::self()->flushCommands();
 }

@@ -15,8 +15,8 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// Keeps nothing but the proxy, so it needs no lock. Has no dead state of its own: after the
-/// service's death, calls fail in the transport.
+/// Its only state is the proxy, so it needs no lock. It has no dead state: after the service's
+/// death, calls fail in the transport.
 class CameraProvider : public ICameraProvider {
   public:
     explicit CameraProvider(gsl::not_null<android::sp<Hidl::ICameraProvider>> hal);

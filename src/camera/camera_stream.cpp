@@ -1,4 +1,4 @@
-// The control calls and queries of a camera stream. Frame sets take the way of
+// The control calls and queries of a camera stream. Frame sets go through
 // camera/dual_stream_handle.h.
 #include "camera/camera_stream.h"
 

@@ -1,4 +1,5 @@
-// Unlike a stream, a controller tells a service that is beyond hope from one that merely refuses.
+// Unlike a stream's calls, a controller's return false for a refusal and end the process only for
+// FAILURE or a failed transport.
 #include "camera/camera_stream_controller.h"
 
 #include <cstdint>

@@ -21,7 +21,7 @@ namespace {
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 
-/// Of plain records and of enumerations.
+/// Copies lists of plain records or of enumerations.
 template <typename To, typename From>
 std::vector<To> copyList(const From& from) {
     std::vector<To> to;
@@ -75,7 +75,7 @@ Hidl::FrameRateSettings intoHidl(const FrameRateSettings& settings) {
 Hidl::ExposureGainSettings intoHidl(const ExposureGainSettings& input) {
     MORIAK_FATAL_IF(input.numCameras > kMaxFrameSetSize, nullptr);
     Hidl::ExposureGainSettings settings;
-    // Padding too: all of it is seen by the other process.
+    // Zeroes the padding too: the other process sees all bytes.
     std::memset(&settings, 0, sizeof(settings));
     settings.numCameras = input.numCameras;
     for (uint32_t i = 0; i < input.numCameras; ++i) {

@@ -9,7 +9,7 @@
 
 namespace Vek::Sensors::Convert {
 
-/// Without calibration, which the service gives separately.
+/// Leaves the calibration empty: the service returns it separately.
 CameraProperties fromHidl(const Hidl::CameraProperties& properties);
 
 ChannelSettings fromHidl(const Hidl::ChannelSettings& settings);
@@ -17,7 +17,7 @@ Hidl::ChannelSettings intoHidl(const ChannelSettings& settings);
 
 Hidl::FrameRateSettings intoHidl(const FrameRateSettings& settings);
 
-/// Entries beyond numCameras become zero. Ends the process if there are more than
+/// Sets the entries beyond numCameras to zero. Ends the process if there are more than
 /// kMaxFrameSetSize.
 Hidl::ExposureGainSettings intoHidl(const ExposureGainSettings& input);
 

@@ -1,5 +1,5 @@
-// The client's end of a stream whose records are handed back: one queue that the HAL service
-// writes, and one that it reads.
+// The client's end of a stream whose records are handed back: a queue that the HAL service writes,
+// and a recycle queue that it reads.
 #pragma once
 
 #include <fmq/MessageQueue.h>
@@ -23,9 +23,9 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// Takes one record at a time, shows it to the client's callback and writes the same record into
-/// the recycle queue, which the service owns. So the client never holds more than one, and the
-/// service knows when it may use again what the record names.
+/// Takes one record at a time, passes it to the client's callback and then writes it into the
+/// recycle queue, which the service owns. So the client never holds more than one record, and the
+/// service knows when it may reuse the buffers that the record names.
 ///
 /// @tparam Data the client API's record.
 /// @tparam HidlData the HAL's record, the element of both queues; of the same layout.
@@ -68,7 +68,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
                                     openRecycleQueue(res, recycleQueue, recycleConfig);
                                 }),
                        __PRETTY_FUNCTION__);
-        // Also if the service has returned without an answer.
+        // Also fails if the service returned without calling the callback.
         if (recycle_.fmq == nullptr || !recycle_.fmq->isValid()) {
             MORIAK_FATAL_FOR("!recycle_.fmq->isValid()", "Failed to create FMQ");
         }
@@ -110,7 +110,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
         static_cast<CompositeStream&>(composite).addStream(*this);
     }
 
-    /// The object that the service knows this stream's client by.
+    /// The object by which the service identifies this stream's client.
     const android::sp<SensorClient>& client() const { return client_; }
 
   private:
@@ -136,7 +136,7 @@ class DualStreamHandle : public StreamHandleBase, public IDataStream<Data> {
 
     struct Recycle {
         std::unique_ptr<Queue> fmq;
-        /// Never deleted: it stays mapped until the process ends, on purpose.
+        /// Deliberately never deleted: it stays mapped until the process ends.
         android::hardware::EventFlag* ef = nullptr;
         uint32_t readNotifyBit = 0;
         uint32_t dataReadyBit = 0;

@@ -1,4 +1,4 @@
-// Brings changes of the mux state to the client.
+// Forwards changes of the mux state to the client.
 #pragma once
 
 #include <vek/sensors/camera_configuration.h>
@@ -11,8 +11,8 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// Kept alive by the service, which calls it on HIDL threads. Immutable; takes no lock, so the
-/// client's function must be fit for that.
+/// The service keeps it alive and calls it on HIDL threads. Immutable and without a lock: the
+/// client's function must be thread-safe.
 class FrameSetConfigUpdateCallback : public Hidl::IFrameConfigCallback {
   public:
     using Callback = std::function<void(const FrameSetConfigurationUpdate&)>;

@@ -1,5 +1,5 @@
-// The proof that camera records that are carried bit for bit have one layout in the HAL's form and
-// in the API's. Nothing here is executed.
+// Proves at compile time that camera records that are copied bit for bit have the same layout in
+// the HAL and in the API.
 #include <vek/sensors/camera_configuration.h>
 #include <vek/sensors/frame_set.h>
 
@@ -15,7 +15,7 @@ MORIAK_SAME_LAYOUT(CameraConfiguration, 112);
 MORIAK_SAME_LAYOUT(CameraGlobalConfiguration, 64);
 MORIAK_SAME_LAYOUT(CameraPerSlotConfiguration, 56);
 
-// The service's side of the records that are converted field by field.
+// HAL records that are converted field by field.
 static_assert(sizeof(Hidl::CameraProperties) == 40);
 static_assert(sizeof(Hidl::ImageBufferDescription) == 32);
 static_assert(sizeof(Hidl::MuxPurpose) == 32);

@@ -12,8 +12,8 @@ namespace {
 
 using Convert::intoHidl;
 
-/// The service's result as it is. A command that could not be delivered is a bad state, not a
-/// failure: clients tell the two apart.
+/// The service's result, unchanged. A command that could not be delivered counts as BAD_STATE, not
+/// as FAILURE: clients distinguish the two.
 ControllerResult resultOf(android::hardware::Return<Hidl::Result> hidlReturn) {
     return static_cast<ControllerResult>(hidlReturn.withDefault(Hidl::Result::BAD_STATE));
 }

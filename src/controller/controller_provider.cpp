@@ -1,7 +1,7 @@
 // The provider's streams, clients and settings.
 //
-// What a failed transport leads to differs on purpose: queries end the process (`checkTransport`),
-// settings answer as a refusal would (`withDefault(false)`).
+// A failed transport ends the process for queries (`checkTransport`), but counts as a refusal for
+// settings (`withDefault(false)`). The difference is intended.
 #include <vek/gsl.h>
 #include <vek/sensors/controller_provider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerProvider.h>
@@ -22,7 +22,7 @@
 namespace Vek::Sensors::HidlWrapper {
 namespace {
 
-/// The HAL's record follows from the method that takes its queue.
+/// The HAL's record type is deduced from the method that takes its queue.
 template <typename Data, typename HidlData>
 std::unique_ptr<IDataStream<Data>> openStream(
     const android::sp<Hidl::IControllerProvider>& hal,
@@ -34,7 +34,7 @@ std::unique_ptr<IDataStream<Data>> openStream(
 
 }  // namespace
 
-/// What the provider is made of, kept out of the header that clients include.
+/// The provider's members, kept out of the public header.
 struct ControllerService {
     explicit ControllerService(gsl::not_null<android::sp<Hidl::IControllerProvider>> provider)
         : hal(std::move(provider)),
@@ -121,7 +121,7 @@ std::unique_ptr<IControllerStreamingClient> ControllerProvider::getStreamingClie
     const android::hardware::Return<android::sp<Hidl::IControllerStreamingClient>> hidlReturn =
         hal->getStreamingClient();
     checkTransport(hidlReturn, __PRETTY_FUNCTION__);
-    // Unlike a management client, a streaming client that is missing ends the process: clients rely
+    // A missing streaming client ends the process, unlike a missing management client: callers rely
     // on getting one.
     return std::make_unique<ControllerStreamingClient>(unwrap(hidlReturn));
 }

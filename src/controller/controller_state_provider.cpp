@@ -121,7 +121,7 @@ SecureDeviceInfo ControllerStateProvider::getPairingInfo() {
         hal->getPairingInfo([&info](const Hidl::SecureDeviceInfo& answer) {
             info.address = ControllerAddr{answer.address.address};
             info.deviceId = answer.deviceId;
-            // The key stays behind, whatever the service sends.
+            // The key is never passed to the client, whatever the service sends.
         });
     checkTransport(hidlReturn, __PRETTY_FUNCTION__);
     return info;

@@ -1,4 +1,4 @@
-// The controllers' state owner's link, over the HAL's provider interface.
+// The provider for the owner of the controllers' state, over its HAL interface.
 #pragma once
 
 #include <vek/gsl.h>

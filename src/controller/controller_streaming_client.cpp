@@ -1,8 +1,8 @@
 // One HAL call for each method.
 //
-// What a failed transport leads to is part of the system's behaviour and differs on purpose:
-// `checkTransport` ends the process, `withDefault(false)` answers as a refusal would, and a return
-// object that is simply converted ends the process by its own check.
+// The reaction to a failed transport is part of the interface and differs from call to call:
+// `checkTransport` ends the process, `withDefault(false)` counts it as a refusal, and a return
+// object that is converted without a check ends the process itself.
 #include "controller/controller_streaming_client.h"
 
 #include <array>

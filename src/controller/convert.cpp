@@ -33,8 +33,8 @@ PairedControllerInfo fromHidl(const Hidl::PairedControllerInfo& info) {
 ControllerInputData fromHidl(const Hidl::ControllerInputData& record) {
     using Input = Hidl::ControllerInputData;
     using Discriminator = Input::hidl_discriminator;
-    // The service may change the record meanwhile, and the accessors end the process if the
-    // discriminator is not the one that was looked at.
+    // The service may change the record in the meantime, and the accessors end the process if the
+    // discriminator is not the one that was read before. So convert a copy.
     alignas(Input) std::array<std::byte, sizeof(Input)> copy;
     std::memcpy(copy.data(), &record, sizeof(record));
     const Input& data = *reinterpret_cast<const Input*>(copy.data());

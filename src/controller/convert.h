@@ -26,7 +26,7 @@ Hidl::SecureHostInfo intoHidl(const SecureHostInfo& info);
 Hidl::SecureDeviceInfo intoHidl(const SecureDeviceInfo& info);
 Hidl::PoseOutput intoHidl(const PoseOutput& pose);
 
-/// The callback object that it makes lives as long as the service holds it.
+/// The service owns the callback object that this makes.
 Hidl::IControllerManagementClient::FWUpdateCallbackConfig intoHidl(
     const IControllerManagementClient::FWUpdateCallbackConfig& config);
 

@@ -1,9 +1,8 @@
-// Converts the records of the controllers' streams, field by field. The small ones in the header,
-// so that the loop over a batch writes the fields where they are to be, without a call for each
-// record.
+// Converts the records of the controllers' streams, field by field. The small conversions are
+// inline, so that the loop over a batch makes no call per record.
 //
-// An API record starts as `Record()`: that, unlike `Record{}`, zeroes the bytes between the fields
-// too, so that what a client gets depends on nothing but what the service wrote.
+// An API record starts as `Record()`, which, unlike `Record{}`, also zeroes the padding. So the
+// bytes that a client gets depend only on what the service wrote.
 #pragma once
 
 #include <vek/sensors/controller_records.h>
@@ -20,8 +19,8 @@
 namespace Vek::Sensors {
 namespace Convert {
 
-/// A bounded copy: stops at the first zero, fills up with zeros, and leaves a text that fills its
-/// field without one.
+/// A bounded copy: stops at the first zero byte and fills the rest with zeros. A text that fills
+/// its field has no terminating zero.
 template <size_t Size>
 void copyText(ControllerText<Size>& to, const android::hardware::hidl_array<uint8_t, Size>& from) {
     std::strncpy(to.data(), reinterpret_cast<const char*>(from.data()), Size);
@@ -31,7 +30,7 @@ inline ControllerAddr fromHidl(Hidl::ControllerAddr controller) {
     return ControllerAddr{controller.address};
 }
 
-/// Bits above the set's are dropped, not reported.
+/// Silently drops bits beyond the size of the set.
 template <size_t Flags>
 void copyFlags(std::bitset<Flags>& to, uint32_t from) {
     to = std::bitset<Flags>{from};
@@ -52,7 +51,7 @@ inline TouchPoint fromHidl(const Hidl::TouchPoint& point) {
 
 PairedControllerInfo fromHidl(const Hidl::PairedControllerInfo& info);
 
-/// Of all that a header holds, only the buttons' conversion keeps more than the first word.
+/// The only conversion that keeps more than the first word of the header.
 inline ButtonData fromHidl(const Hidl::ButtonData& data) {
     auto result = ButtonData();
     result.header = {fromHidl(data.header.controller), data.header.timestamp,
@@ -104,7 +103,7 @@ inline StylusData fromHidl(const Hidl::StylusData& data) {
     return result;
 }
 
-/// Ends the process if the service has written a discriminator that there is not.
+/// Ends the process if the service has written an unknown discriminator.
 ControllerInputData fromHidl(const Hidl::ControllerInputData& record);
 
 }  // namespace Convert
@@ -117,7 +116,7 @@ struct ConvertedRecord {
     static Data convert(const HidlData& record) { return Convert::fromHidl(record); }
 };
 
-// Changes of state are rare, and large.
+// State changes are rare and their records are large.
 template <>
 struct RecordConversion<PairedControllerInfo>
     : ConvertedRecord<PairedControllerInfo, Hidl::PairedControllerInfo, 2> {};

@@ -1,4 +1,5 @@
-// The entry point of the controllers' state owner. The users' provider is constructed by them.
+// The entry point for the owner of the controllers' state. Users of controllers construct their
+// provider themselves.
 #include <vek/sensors/factories.h>
 
 #include <memory>

@@ -22,8 +22,8 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// Prepared once, then started and stopped at will; a call out of order ends the process, and so
-/// does everything that the service refuses. Destruction sends no command.
+/// Prepared once, then started and stopped any number of times. A call out of order ends the
+/// process, as does a refusal by the service. Destruction sends no command.
 ///
 /// @tparam Data the client API's record.
 /// @tparam HidlData the HAL's record, the queue's element.
@@ -59,13 +59,13 @@ class OutputStreamHandle {
 
     void prepareStream() {
         MORIAK_FATAL_IF(stream_.has_value(), "%s output stream already prepared", name_);
-        // The status that is returned dies unexamined in this statement: a failed transport ends
-        // the process there, by the status's own check.
+        // The returned status is destroyed unchecked at the end of this statement, so a failed
+        // transport ends the process there.
         prepare_(client_,
                  [this](Result res, const typename Queue::Descriptor& descriptor,
                         const Hidl::FmqConfig& config) { adopt(res, descriptor, config); });
-        // Also if the service has returned without an answer. The word "pose" is fixed, unlike in
-        // all other messages: the system's tools look for it.
+        // Also fails if the service returned without calling the callback. Unlike in the other
+        // messages, the word "pose" does not depend on `name_`: the system's tools look for it.
         if (!stream_ || !stream_->isValid()) {
             MORIAK_FATAL_FOR("!stream_->isValid()", "pose output stream is not valid");
         }
@@ -88,15 +88,15 @@ class OutputStreamHandle {
         MORIAK_FATAL_IF(res != Result::SUCCESS, "Failed to stop %s output stream", name_);
     }
 
-    /// Writes the first records, as many as there is room for but no more than N.
-    /// @return false if that is none.
+    /// Writes the first records: as many as fit in the queue, at most N.
+    /// @return false if none fits.
     bool send(gsl::span<const Data> records) {
         MORIAK_FATAL_IF(!stream_, "Attempting to send when %s output stream is not prepared",
                         name_);
         MORIAK_FATAL_IF(!running_.load(std::memory_order_acquire),
                         "Attempting to send when %s output stream is not started", name_);
         const size_t room = stream_->availableToWrite();
-        // With impossible counters, the runtime's count has wrapped around.
+        // If the counters are impossible, the runtime's count has wrapped around.
         const size_t count =
             room > stream_->getQuantumCount() ? 0 : std::min({records.size(), room, N});
         if (count == 0) {
@@ -108,13 +108,13 @@ class OutputStreamHandle {
                        [](const Data& record) { return Convert::intoHidl(record); });
         const bool status = stream_->write(converted.data(), converted.size());
         MORIAK_FATAL_IF(!status, "failed writing to %s stream", name_);
-        // A reader that cannot be woken is its own affair.
+        // A failure to wake the reader is ignored.
         evFlag_->wake(config_->dataReadyBit);
         return true;
     }
 
   private:
-    /// Takes the queue that the service has made. Its positions are the service's to set.
+    /// Maps the queue that the service made, without resetting its counters.
     void adopt(Result res, const typename Queue::Descriptor& descriptor,
                const Hidl::FmqConfig& config) {
         MORIAK_FATAL_IF(res == Result::FAILURE, "HAL failed to prepare %s output stream", name_);

@@ -13,7 +13,7 @@ class ProgressUpdateCallback : public Hidl::IProgressUpdateCallback {
     explicit ProgressUpdateCallback(std::function<void(float)> progress)
         : progress_(std::move(progress)) {}
 
-    /// An empty function throws: clients are told to give one.
+    /// Throws if the function is empty; the API requires one.
     android::hardware::Return<Hidl::Result> handleProgressUpdate(float progress) override {
         progress_(progress);
         return Hidl::Result::SUCCESS;

@@ -1,5 +1,5 @@
-// Proof that the controller records are laid out as the service, this library and its clients have
-// agreed. Nothing here is executed.
+// Proves at compile time that the controller records have the layout on which the service, this
+// library and its clients have agreed.
 #include <cstddef>
 #include <type_traits>
 
@@ -28,14 +28,14 @@ MORIAK_SAME_LAYOUT(ControllerWirelessFreqBlocklist, 4);
 MORIAK_SAME_LAYOUT(SecureHostInfo, 20);
 MORIAK_SAME_LAYOUT(SecureDeviceInfo, 32);
 
-// The others differ: sizes and offsets are in bytes, the HAL's before the API's.
+// These layouts differ. Sizes and offsets are in bytes, first the HAL's, then the API's.
 #define RECORD(record, hidlSize, apiSize) \
     static_assert(sizeof(Hidl::record) == (hidlSize) && sizeof(record) == (apiSize))
 #define FIELD(record, field, hidlOffset, hidlWidth, apiOffset, apiWidth) \
     static_assert(offsetof(Hidl::record, field) == (hidlOffset) &&       \
                   sizeof(Hidl::record::field) == (hidlWidth) &&          \
                   offsetof(record, field) == (apiOffset) && sizeof(record::field) == (apiWidth))
-// The same in both.
+// A field with the same offset and width in both.
 #define SAME(record, field, offset, width) FIELD(record, field, offset, width, offset, width)
 
 SAME(ButtonData, header, 0, 32);
@@ -56,7 +56,7 @@ SAME(PrecisionPadData, contactArea, 48, 4);
 SAME(PrecisionPadData, proximity, 52, 1);
 RECORD(PrecisionPadData, 56, 56);
 
-// The bits before `reserved` fill the API's first byte.
+// Bit fields have no offset: the ones before `reserved` fill the API's first byte.
 static_assert(offsetof(Hidl::TouchPoint, touching) == 0 && offsetof(Hidl::TouchPoint, finger) == 1);
 static_assert(offsetof(Hidl::TouchPoint, pressed) == 2 && offsetof(TouchPoint, reserved) == 1);
 FIELD(TouchPoint, x, 4, 2, 2, 2);
@@ -101,7 +101,7 @@ static_assert(sizeof(ControllerAddr) == 8 && sizeof(Hidl::ControllerAddr) == 8);
 #undef FIELD
 #undef RECORD
 
-// Which storage a batch's fixed part has follows from the element's type alone.
+// Trivial elements are stored in TrivialStorage (os/static_vector.h).
 static_assert(std::is_trivial_v<CurlData> && std::is_trivial_v<MultiTouchData> &&
               std::is_trivial_v<StylusData> && std::is_trivial_v<Hidl::PoseOutput>);
 static_assert(!std::is_trivial_v<PairedControllerInfo> && !std::is_trivial_v<ButtonData> &&

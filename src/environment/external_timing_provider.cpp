@@ -1,4 +1,4 @@
-// The control calls of the external time stamps. Records take the way of stream/stream_handle.h.
+// The control calls of the external time stamps. Records go through stream/stream_handle.h.
 #include "environment/external_timing_provider.h"
 
 #include <utility>

@@ -1,4 +1,5 @@
-// The LEDs' calls. Unlike the sensors', a refusal is an answer here and not the process's end.
+// The LEDs' calls. Unlike with the sensors, a refusal is returned to the client and does not end
+// the process.
 #include "environment/face_eye_tracking_led.h"
 
 #include <algorithm>
@@ -37,7 +38,7 @@ bool FaceEyeTrackingLed::setConfigs(std::vector<FaceEyeTrackingLedConfiguration>
         return true;
     }
     if (result != Hidl::Result::SUCCESS) {
-        // The text ends in a letter l: tools look for it.
+        // The letter l at the end of the text is intended: the system's tools look for it.
         MORIAK_LOG_ERROR("Failed to update face eye tracking LED configurations with error %ul",
                          static_cast<unsigned>(result));
         return false;
@@ -75,7 +76,7 @@ uint8_t FaceEyeTrackingLed::getNumChannels(FaceEyeTrackingLedGroup group) {
     return unwrap(hidlReturn);
 }
 
-// An override that the service ignores is none: unlike above, IGNORED is a refusal.
+// Unlike above, IGNORED is a refusal: the override did not take effect.
 bool FaceEyeTrackingLed::startOverridingLedSettings() {
     const android::sp<Hidl::IFaceEyeTrackingLed> hal = hal_.get();
     const HidlResult hidlReturn = hal->startOverridingLedSettings(sensorClient_);

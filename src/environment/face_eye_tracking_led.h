@@ -16,7 +16,7 @@ namespace Vek::Sensors::HidlWrapper {
 
 class FaceEyeTrackingLed : public IFaceEyeTrackingLed {
   public:
-    /// Binds to the running service; a contract failure if there is none.
+    /// Binds to the running service. Ends the process with a contract failure if there is none.
     FaceEyeTrackingLed();
 
     bool setConfigs(std::vector<FaceEyeTrackingLedConfiguration> configurations) override;
@@ -29,7 +29,7 @@ class FaceEyeTrackingLed : public IFaceEyeTrackingLed {
   private:
     gsl::not_null<android::sp<Hidl::IFaceEyeTrackingLed>> hal_;
     std::unique_ptr<HalDeathRecipient> deathRecipient_;
-    /// Who the service knows this object's override by.
+    /// Identifies this object's override to the service.
     android::sp<SensorClient> sensorClient_;
 };
 

@@ -15,7 +15,7 @@ namespace Vek::Sensors {
 std::unique_ptr<IFlickerSensorProvider> createFlickerSensor(
     android::sp<Hidl::IFlickerSensor> service) {
     if (service == nullptr) {
-        // Not every device has one, so this look-up must not wait for it.
+        // Not every device has a light sensor, so the look-up must not wait for its service.
         service = Hidl::IFlickerSensor::tryGetService(std::string{"default"}, false);
     }
     if (service == nullptr) {
@@ -26,7 +26,7 @@ std::unique_ptr<IFlickerSensorProvider> createFlickerSensor(
 }
 
 std::unique_ptr<IFaceEyeTrackingLed> createFaceEyeTrackingLed() {
-    // The object looks its service up by itself: here it only matters that there is one.
+    // The constructor looks the service up again; this only checks that it runs.
     if (Hidl::IFaceEyeTrackingLed::getService(std::string{"default"}, false) == nullptr) {
         return nullptr;
     }

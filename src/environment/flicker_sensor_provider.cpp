@@ -1,4 +1,4 @@
-// The control calls of the light sensor. Records take the way of stream/stream_handle.h.
+// The control calls of the light sensor. Records go through stream/stream_handle.h.
 #include "environment/flicker_sensor_provider.h"
 
 #include <utility>

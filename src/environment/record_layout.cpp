@@ -1,5 +1,5 @@
-// The proof that the records of this folder that are not converted have one layout in the HAL's
-// form and the API's. Nothing here is executed.
+// Proves at compile time that the records of this folder that are not converted have the same
+// layout in the HAL and in the API.
 #include <vek/sensors/external_timing.h>
 #include <vek/sensors/face_eye_tracking_led.h>
 #include <vek/sensors/flicker.h>
@@ -19,7 +19,7 @@ MORIAK_SAME_LAYOUT(ExternalTimestampData, 48);
 MORIAK_SAME_LAYOUT(FaceEyeTrackingLedConfiguration, 16);
 MORIAK_SAME_LAYOUT(KivraRpcHeader, 16);
 
-// Ends in a vector, of which only the HAL's has a fixed size.
+// The record ends in a vector; only the HAL's vector has a fixed size.
 static_assert(sizeof(Hidl::KivraRpcMessage) == 56);
 static_assert(sizeof(ControllerAddr) == 8 && offsetof(KivraRpcMessage, header) == 8);
 static_assert(offsetof(Hidl::KivraRpcMessage, payload) == 40 &&

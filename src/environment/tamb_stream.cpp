@@ -63,7 +63,8 @@ class TambrilCallback : public Hidl::ITambrilCallback {
     const std::string name_ = "clientId";
 };
 
-/// Gives the registered callback the name that it has in the text of a fatal condition.
+/// Makes the condition of a fatal assertion read "callback.value()": tests and tools know that
+/// text.
 struct RegisteredCallback {
     android::sp<Hidl::ITambrilCallback>& value() const { return callback; }
 
@@ -97,7 +98,7 @@ void TambStream::unregisterKivraRpcClient(std::string clientId) {
     callback_.clear();
     const std::optional<Hidl::KivraRpcClientId> id = declaredId(clientId);
     if (!id) {
-        // Intended: in spite of what it says, the call goes out, for the first declared client.
+        // Intended: in spite of this text, the call is made, for the first declared client.
         MORIAK_LOG_WARN("KivraRpc clientId %s not declared in TambStream, ignoring unregister",
                         clientId.c_str());
     }

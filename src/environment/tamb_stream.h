@@ -16,7 +16,7 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// The lock is held for the whole of a call, the HAL's part included: exclusively to register and
+/// The lock is held for a whole call, including the HAL call: exclusively to register and
 /// unregister, shared to send. Incoming messages do not take it.
 class TambStream : public ITambStream {
   public:

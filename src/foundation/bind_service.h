@@ -8,8 +8,8 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// @return a new `Object` around the running instance "default" of `Interface`, or an empty pointer
-/// when there is none.
+/// @return a new `Object` for the running instance "default" of `Interface`; an empty pointer if
+/// there is none.
 template <typename Object, typename Interface>
 std::unique_ptr<Object> createForDefaultService() {
     const android::sp<Interface> service = Interface::getService(std::string{"default"}, false);

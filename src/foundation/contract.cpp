@@ -19,8 +19,9 @@ struct CheckSite {
     int systemLine;
 };
 
-// Left: GSL 4.0.0 as Debian 12 has it. A test fails when an update moves these lines. The system's
-// lines of other checks are not known: they are reported as the installed GSL has them.
+// The first number is the line in GSL 4.0.0 of Debian 12, the second the line to report. A test
+// fails when an update moves these lines. Other checks are reported with the line of the installed
+// GSL, because the line that the system's tools expect is not known.
 constexpr std::array kCheckSites{
     CheckSite{"gsl/pointers", 92, 77},   // not_null, converting constructor
     CheckSite{"gsl/pointers", 98, 83},   // not_null, by-value constructor

@@ -6,8 +6,8 @@ namespace Vek::Sensors::HidlWrapper {
 
 /// Prints the failure to standard error, logs it at priority FATAL and ends in std::terminate().
 /// @param type "Precondition" or "Postcondition".
-/// @param file, line where the installed GSL has the check; reported as the system's GSL has it, if
-/// that is known.
+/// @param file, line position of the check in the installed GSL; if the position in the system's
+/// GSL is known, that is reported instead.
 /// @param condition the text of the expression that was false.
 [[noreturn]] void contractFailure(const char* type, const char* file, int line,
                                   const char* condition);

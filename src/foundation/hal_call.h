@@ -28,7 +28,7 @@ T unwrap(const android::hardware::Return<T>& hidlReturn) {
 /// Ends the process in the way that was chosen with suppressTransportCrashDumps().
 [[noreturn]] void handleTransportFailure(const char* function, const std::string& description);
 
-/// Returns if the call reached the service and came back.
+/// Ends the process unless the call reached the service and returned.
 inline void checkTransport(const android::hardware::details::return_status& hidlReturn,
                            const char* function) {
     if (__builtin_expect(!hidlReturn.isOk(), false)) {
@@ -38,8 +38,8 @@ inline void checkTransport(const android::hardware::details::return_status& hidl
 
 }  // namespace Vek::Sensors::HidlWrapper
 
-/// Makes a control call and ends the process unless its Result is SUCCESS. To be used in the
-/// method itself, whose signature text a transport failure reports.
+/// Makes a control call and ends the process unless its Result is SUCCESS. Use it in the API method
+/// itself: a transport failure reports the signature of the enclosing function.
 /// @param message names the operation and ends in "%d" for the Result.
 #define MORIAK_CONTROL_CALL(call, message)                                 \
     do {                                                                   \

@@ -1,4 +1,4 @@
-// The reaction of a process to the death of a service.
+// Reacts to the death of a service: runs the handlers, then ends the process or not.
 #include "foundation/hal_death_recipient.h"
 
 #include <unistd.h>
@@ -55,8 +55,8 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
   private:
     void runHandlers(const std::string& process) {
         const OS::LockGuard lock{mutex_};
-        // A copy: a handler may destroy the recipient, or register another handler. All that were
-        // registered before the death run.
+        // Runs a copy of the list, because a handler may destroy the recipient or register another
+        // handler. Every handler that was registered before the death runs.
         const std::vector<ServiceDisconnectHandler> handlers = handlers_;
         if (handlers.empty()) {
             return;
@@ -86,8 +86,8 @@ class HalDeathRecipient::HalDeathRecipientImpl : public android::hardware::hidl_
     }
 
     const DeathReaction reaction_;
-    /// Held while the handlers run, too, so that who removes them waits. Recursive, because a
-    /// handler may destroy the recipient or register another handler.
+    /// Also held while the handlers run, so that removeHandlers() waits for them. Recursive,
+    /// because a handler may destroy the recipient or register another handler.
     OS::RecursiveMutex mutex_;
     std::vector<ServiceDisconnectHandler> handlers_ VEK_GUARDED_BY(mutex_);
 };

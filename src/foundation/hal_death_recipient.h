@@ -15,17 +15,17 @@ namespace Vek::Sensors::HidlWrapper {
 /// Linked to the death of a service from construction to destruction.
 ///
 /// When the service dies, the disconnect handlers run in the order of registration on a HIDL
-/// thread, then the process meets the death as suppressTransportCrashDumps() had chosen when this
-/// object was made. Both happen for the first death in the process only: later deaths, of whatever
-/// service, pass unnoticed.
+/// thread. Then the process reacts as suppressTransportCrashDumps() had chosen when this object was
+/// made. Both happen only for the first death in the process: later deaths, of any service, are
+/// ignored.
 class HalDeathRecipient {
   public:
-    /// A failure to link is not noticed: the object then has no reaction to the death.
+    /// A failure to link is ignored: the object then never reacts to the death.
     explicit HalDeathRecipient(
         const gsl::not_null<android::sp<android::hidl::base::V1_0::IBase>>& service);
-    /// Waits for handlers that are running; none runs later. A handler that destroys the recipient
-    /// does not wait, and the handlers that were registered after it still run: the contexts of all
-    /// must live until the last has returned.
+    /// Waits for running handlers; no handler runs afterwards. If a handler destroys the recipient,
+    /// the destructor does not wait and the handlers that were registered after it still run, so
+    /// the contexts of all must live until the last handler has returned.
     ~HalDeathRecipient();
 
     HalDeathRecipient(const HalDeathRecipient&) = delete;
@@ -37,7 +37,7 @@ class HalDeathRecipient {
 
     static void setSuppressCrashDumps(bool suppress);
 
-    /// False until it was chosen.
+    /// False until suppressTransportCrashDumps() was called.
     static bool suppressesCrashDumps() { return suppressHidlCrashDumps_.value_or(false); }
 
   private:

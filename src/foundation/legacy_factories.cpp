@@ -1,4 +1,4 @@
-// Entry points of the past, kept so that old programs link. None of them returns.
+// Obsolete entry points, kept so that old programs link. Each of them aborts.
 #include <vek/sensors/factories.h>
 
 #include <memory>

@@ -3,7 +3,7 @@
 
 #include <log/log.h>
 
-/// The log library exports it, but no published header declares it.
+/// Exported by the log library, but declared in no published header.
 extern "C" [[noreturn]] void __android_log_buf_assert(int buffer, const char* condition,
                                                       const char* tag, const char* format, ...)
     __attribute__((__format__(printf, 4, 5)));

@@ -1,5 +1,5 @@
-// Records that have one layout in the HAL's form and in the API's: the proof of it, and the copy
-// from one form to the other.
+// Records that have the same layout in the HAL and in the API: the compile-time proof, and the copy
+// from one to the other.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/fields.h>
@@ -12,7 +12,7 @@
 
 namespace Vek::Sensors::Convert {
 
-/// Of plain records and of enumerations; values that have no name are kept.
+/// Copies a plain record or an enumeration. Enumeration values without a name are kept.
 template <typename To, typename From>
 To copyBits(const From& from) {
     static_assert(sizeof(To) == sizeof(From));
@@ -24,8 +24,8 @@ To copyBits(const From& from) {
 
 }  // namespace Vek::Sensors::Convert
 
-/// For records that are carried bit for bit: each field that the HAL's record has is in one place
-/// and has one size in both. `size` is in bytes.
+/// For records that are copied bit for bit: asserts that each field of the HAL's record has the
+/// same offset and size in both. `size` is in bytes.
 #define MORIAK_SAME_LAYOUT(record, size)                                                \
     HAL_FIELDS_OF_##record(MORIAK_SAME_PLACE) static_assert(sizeof(record) == (size) && \
                                                             sizeof(Hidl::record) == (size))

@@ -10,7 +10,7 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// The answer of any object that tells the service who a client is.
+/// Implements getSensorClientInfo() for every object that identifies a client to the service.
 inline android::hardware::Return<void> answerSensorClientInfo(
     const std::string& name, const Hidl::ISensorClient::getSensorClientInfo_cb& callback) {
     Hidl::SensorClientInfo info;
@@ -19,7 +19,7 @@ inline android::hardware::Return<void> answerSensorClientInfo(
     return android::hardware::Void();
 }
 
-/// One object for each stream, passed with all of the stream's calls, so that the service can match
+/// Each stream has one of these and passes it with all of its calls, so that the service can match
 /// them. Immutable; the service calls it on HIDL threads.
 class SensorClient : public Hidl::ISensorClient {
   public:

@@ -4,7 +4,7 @@
 namespace Vek::Sensors::Convert {
 
 MotionSensorInfo fromHidl(const Hidl::MotionSensorInfo& info) {
-    // The service's values are kept even if they have no name here.
+    // Keeps values of the service that have no name here.
     return {info.sensor, static_cast<MotionSensorKind>(info.kind),
             static_cast<MotionSensorMount>(info.mount), info.index};
 }

@@ -1,4 +1,4 @@
-// The provider's calls, alive and dead.
+// The provider's calls, before and after its service's death.
 #include "motion/motion_sensor_provider.h"
 
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace {
 
 void onServiceDeath(const void* context) {
     MORIAK_LOG_ERROR("MotionSensorProvider death callback");
-    // The handler type carries const for all; the object registered itself and is not const.
+    // The handler type takes a const context; the object registered itself and is not const.
     static_cast<MotionSensorProvider*>(const_cast<void*>(context))->onDisconnect();
 }
 
@@ -35,7 +35,7 @@ MotionSensorProvider::~MotionSensorProvider() {
         const OS::LockGuard lock{mutex_};
         deathRecipient = std::move(deathRecipient_);
     }
-    // Its end waits for the handler, which waits for the lock.
+    // Destroyed without the lock: its destructor waits for the handler, which takes the lock.
 }
 
 void MotionSensorProvider::onDisconnect() {

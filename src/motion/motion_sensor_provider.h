@@ -14,8 +14,8 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// Turns dead with its service. The mutex keeps the death, which comes on a HIDL thread, and the
-/// client's calls apart; it is held for the whole of a call.
+/// Becomes dead when its service dies. The mutex separates the death, which arrives on a HIDL
+/// thread, from the client's calls; it is held for a whole call.
 class MotionSensorProvider : public IMotionSensorProvider {
   public:
     explicit MotionSensorProvider(gsl::not_null<android::sp<Hidl::IMotionSensorProvider>> hal);

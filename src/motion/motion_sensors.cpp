@@ -1,4 +1,4 @@
-// The control calls of the motion sensors. Samples take the way of stream/stream_handle.h.
+// The control calls of the motion sensors. Samples go through stream/stream_handle.h.
 #include "motion/motion_sensors.h"
 
 #include <utility>
@@ -9,8 +9,8 @@
 namespace Vek::Sensors::HidlWrapper {
 namespace {
 
-/// Receives the properties of an IMU or a magnetometer. Both log as "imu": tools look for that
-/// text.
+/// Stores the properties of an IMU or a magnetometer. The log text says "imu" for both: the
+/// system's tools look for it.
 auto storeProperties(MotionSensorProperties& properties) {
     return [&properties](Hidl::Result result, const Hidl::MotionSensorProperties& answer) {
         if (result != Hidl::Result::SUCCESS) {
@@ -54,7 +54,7 @@ void ImuSensor::stop() {
 
 void ImuSensor::configureStream(const MotionStreamProperties& properties) {
     const android::sp<Hidl::IImu> hal = hal_.get();
-    // "Stop" is what the system's tools look for, here and for the magnetometer.
+    // The word "Stop" is intended, here and for the magnetometer: the system's tools look for it.
     MORIAK_CONTROL_CALL(hal->configureStream(Convert::intoHidl(properties)),
                         "Stop imu stream could not configure stream with result: %d");
 }

@@ -1,5 +1,4 @@
-// Proof that the motion records have one layout in the HAL's form and in the API's. Nothing here is
-// executed.
+// Proves at compile time that the motion records have the same layout in the HAL and in the API.
 #include <vek/sensors/motion.h>
 
 #include "foundation/same_layout.h"

@@ -1,4 +1,4 @@
-// assert() that stays on when NDEBUG is defined.
+// An assert() that is checked even if NDEBUG is defined.
 #pragma once
 
 #include <cassert>

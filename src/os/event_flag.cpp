@@ -1,4 +1,4 @@
-// An event-flag word is the start of a page of ashmem.
+// An event-flag word lies at the start of a page of ashmem.
 #include "os/event_flag.h"
 
 #include <cutils/ashmem.h>
@@ -20,11 +20,11 @@ namespace {
 using android::hardware::EventFlag;
 using Word = std::atomic<uint32_t>;
 
-/// The kernel refuses longer names of memory.
+/// The kernel refuses longer names of shared memory.
 constexpr size_t kLongestLabel = 249;
 
-/// Where the words are that were mapped here. The runtime's own mapping of a descriptor is not to
-/// be had in all of its releases, and its event flags do not tell their words.
+/// The words that this file has mapped, by event flag. Needed because not all releases of the
+/// runtime can map a descriptor, and an event flag does not expose its word.
 class MappedWords {
   public:
     static MappedWords& self() {
@@ -55,7 +55,7 @@ class MappedWords {
     std::map<const EventFlag*, Word*> words_ VEK_GUARDED_BY(mutex_);
 };
 
-/// Null unless the descriptor is of ashmem that holds a word.
+/// Null unless the descriptor is ashmem that is large enough for a word.
 Word* mapWord(int fd) {
     if (ashmem_valid(fd) == 0 || ashmem_get_size_region(fd) < static_cast<int>(sizeof(Word))) {
         return nullptr;

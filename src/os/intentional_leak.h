@@ -1,4 +1,4 @@
-// What stays allocated on purpose, so that leak checkers report the rest.
+// Marks intentional leaks, so that leak checkers report only the others.
 #pragma once
 
 #if defined(__has_feature)

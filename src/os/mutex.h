@@ -1,5 +1,5 @@
-// Mutexes that the compiler's thread-safety analysis knows: what is guarded by one is used under
-// it. The standard library's are not annotated.
+// Mutexes with annotations for the compiler's thread-safety analysis, which checks that guarded
+// members are only used under their mutex. The standard library's are not annotated.
 #pragma once
 
 #include <mutex>
@@ -9,8 +9,8 @@
 
 namespace Vek::OS {
 
-/// @tparam StandardMutex std::mutex, std::shared_mutex or std::recursive_mutex. A function that
-/// takes the recursive one a second time does so out of the analysis' sight, in another function.
+/// @tparam StandardMutex std::mutex, std::shared_mutex or std::recursive_mutex. The analysis sees
+/// one function at a time, so a recursive mutex must be taken again in another function.
 template <typename StandardMutex>
 class __attribute__((capability("mutex"))) AnnotatedMutex {
   public:
@@ -27,7 +27,7 @@ using Mutex = AnnotatedMutex<std::mutex>;
 using SharedMutex = AnnotatedMutex<std::shared_mutex>;
 using RecursiveMutex = AnnotatedMutex<std::recursive_mutex>;
 
-/// Holds the mutex as long as it lives.
+/// Locks the mutex for its scope.
 template <typename Lockable>
 class __attribute__((scoped_lockable)) LockGuard {
   public:
@@ -43,7 +43,7 @@ class __attribute__((scoped_lockable)) LockGuard {
     Lockable& mutex_;
 };
 
-/// Holds the mutex together with other readers.
+/// Locks the mutex for its scope, shared with other readers.
 class __attribute__((scoped_lockable)) SharedLockGuard {
   public:
     explicit SharedLockGuard(SharedMutex& mutex) __attribute__((acquire_shared_capability(mutex)))

@@ -8,12 +8,12 @@
 
 namespace Vek::OS {
 
-/// The bytes stay mapped until the last owner goes.
+/// The bytes stay mapped until the last owner is destroyed.
 using SharedBytes = std::shared_ptr<const gsl::span<const std::byte>>;
 
-/// @param fd stays the caller's; may be closed at once.
-/// @return all of the region, or null if the descriptor is no shared memory of a fixed size, is
-/// empty or cannot be mapped.
+/// @param fd not taken over; the caller may close it at once.
+/// @return the whole region; null if the descriptor is not shared memory of a fixed size, or the
+/// region is empty or cannot be mapped.
 SharedBytes mapSharedBytes(int fd);
 
 }  // namespace Vek::OS

@@ -35,7 +35,7 @@ template <typename T, size_t Capacity>
 class NonTrivialStorage {
   public:
     NonTrivialStorage() = default;
-    // Its elements are constructed where they are.
+    // Elements are constructed in place.
     NonTrivialStorage(const NonTrivialStorage&) = delete;
     NonTrivialStorage& operator=(const NonTrivialStorage&) = delete;
 
@@ -62,7 +62,7 @@ class NonTrivialStorage {
 
 }  // namespace storage
 
-/// Its checks hold in every build; a failed one ends the process as a failed assert() does.
+/// Checks are active in every build; a failed check ends the process like a failed assert().
 template <typename T, size_t Capacity>
 class StaticVector {
   public:
@@ -79,7 +79,7 @@ class StaticVector {
     void push_back(const T& value) { emplace_back(value); }
     void push_back(T&& value) { emplace_back(std::move(value)); }
 
-    /// Appends what `convert`, which must not throw, makes of each of the sources.
+    /// Appends the result of `convert` for each source. `convert` must not throw.
     template <typename Source, typename Convert>
     void append(const Source* sources, size_t count, Convert convert) {
         T* const end = data() + size();
@@ -96,15 +96,15 @@ class StaticVector {
     T* data() { return storage_.data(); }
     const T* data() const { return storage_.data(); }
 
-    /// The position after the last element passes the check, too: the caller keeps below size().
+    /// The check also accepts `pos == size()`; callers must stay below size().
     T& at(size_t pos) {
         VEK_ALWAYS_ASSERT(pos <= size() && "invalid storage index");
         return data()[pos];
     }
 
   private:
-    // std::is_trivial, not std::is_trivially_copyable: an element of the first kind of storage is
-    // never constructed.
+    // std::is_trivial, not std::is_trivially_copyable: TrivialStorage never constructs its
+    // elements.
     using Storage = std::conditional_t<std::is_trivial_v<T>, storage::TrivialStorage<T, Capacity>,
                                        storage::NonTrivialStorage<T, Capacity>>;
 

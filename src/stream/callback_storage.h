@@ -17,9 +17,9 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// The delivery function of a stream whose records are converted. A batch of up to
-/// RecordConversion<Data>::kFixedRecords records is converted on the stack; of a larger one, the
-/// rest goes to the heap.
+/// Delivers batches of a stream whose records are converted. The first
+/// RecordConversion<Data>::kFixedRecords records of a batch are converted on the stack, the rest on
+/// the heap.
 template <typename Data, typename HidlData>
 class CallbackStorage {
   public:
@@ -28,8 +28,8 @@ class CallbackStorage {
     CallbackStorage() = default;
     explicit CallbackStorage(Callback callback) : callback_(std::move(callback)) {}
 
-    /// @param transaction a queue's read transaction; its two regions, in this order, are the
-    /// batch.
+    /// @param transaction a queue's read transaction; the batch is its first region followed by its
+    /// second.
     template <typename MemTransaction>
     void deliver(const MemTransaction& transaction) const {
         TempStorage records;
@@ -54,8 +54,7 @@ class CallbackStorage {
         return {region.getAddress(), region.getLength()};
     }
 
-    /// Appends to `fixed` while there is room. Not through the span's iterators, which check each
-    /// step.
+    /// Appends to `fixed` while there is room. Avoids the span's iterators, which check each step.
     static void convert(TempStorage& records, gsl::span<const HidlData> region) {
         const size_t room = records.fixed.capacity() - records.fixed.size();
         const size_t fitting = std::min(room, region.size());
@@ -65,12 +64,12 @@ class CallbackStorage {
         }
     }
 
-    /// Appends the rest to `overflow`, which allocates once. A function apart, for it is rare.
+    /// Appends the rest to `overflow`, which allocates once. Not inline, because it is rare.
     [[gnu::noinline]] static void spill(std::vector<Data>& overflow,
                                         gsl::span<const HidlData> region, size_t fitting) {
         overflow.reserve(overflow.size() + region.size() - fitting);
         for (size_t i = fitting; i < region.size(); ++i) {
-            // Tells the compiler, too, that no record has to wait elsewhere for the vector to grow.
+            // Also tells the compiler that push_back never reallocates.
             VEK_ALWAYS_ASSERT(overflow.size() != overflow.capacity() && "no room to spill into");
             overflow.push_back(RecordConversion<Data>::convert(region.data()[i]));
         }

@@ -51,7 +51,7 @@ WaitResult CompositeStream::waitUntil(TimePoint deadline) {
     if (bits != 0) {
         return readStreams(bits);
     }
-    int64_t timeout = 0;  // to the event flag, that means no limit
+    int64_t timeout = 0;  // 0 means no limit to the event flag
     if (deadline != TimePoint::max()) {
         const TimePoint now = std::chrono::steady_clock::now();
         if (deadline <= now) {
@@ -67,7 +67,7 @@ WaitResult CompositeStream::waitUntil(TimePoint deadline) {
     MORIAK_FATAL_IF(status != android::NO_ERROR,
                     "Unexpected error code from EventFlag::wait: status %d", status);
     if ((state & kWakeBit) != 0) {
-        // The wait has taken the data-ready bits off the word: they must not be lost.
+        // The wait has cleared the data-ready bits of the word, so keep them for the next wait.
         pending_ |= state & ~kWakeBit;
         return WaitResult::WOKEN;
     }
@@ -79,7 +79,7 @@ void CompositeStream::wake() {
 }
 
 WaitResult CompositeStream::readStreams(uint32_t bits) {
-    // A bit of no stream is not to be looked up.
+    // Bits that belong to no stream are ignored.
     bits &= waitMask_;
     bool delivered = false;
     for (; bits != 0; bits &= bits - 1) {

@@ -17,7 +17,7 @@ namespace Vek::Sensors::HidlWrapper {
 
 /// Owns the event-flag word that all of its streams share with the service. Stream `i` has the
 /// data-ready bit `i`, set by the service, and the read-done bit `i + 15`, set by the stream after
-/// a read. Bit 31 ends a wait; bit 30 is not in use.
+/// a read. Bit 31 ends a wait; bit 30 is unused.
 class CompositeStream : public ICompositeStream {
   public:
     /// Ends the process if there is no memory for the event flag.
@@ -27,7 +27,8 @@ class CompositeStream : public ICompositeStream {
     CompositeStream(const CompositeStream&) = delete;
     CompositeStream& operator=(const CompositeStream&) = delete;
 
-    /// Takes the next place and prepares the stream for it. Ends the process if there is none.
+    /// Gives the stream the next free pair of bits and prepares it. Ends the process if the
+    /// composite is full.
     /// @param stream not owned; must outlive the last wait.
     void addStream(StreamHandleBase& stream);
 
@@ -40,15 +41,15 @@ class CompositeStream : public ICompositeStream {
     static constexpr size_t kMaxStreams = 15;
     static constexpr uint32_t kWakeBit = 1U << 31;
 
-    /// Reads the streams whose data-ready bits are set, in the order of addition. The event flag
-    /// may hold any bits: those of no stream are ignored.
+    /// Reads the streams whose data-ready bits are set, in the order in which they were added. Bits
+    /// that belong to no stream are ignored.
     /// @param bits without the wake bit.
     WaitResult readStreams(uint32_t bits);
 
     android::hardware::hidl_handle evFlagHandle_;
     android::hardware::EventFlag* evFlag_;
     uint32_t waitMask_ = kWakeBit;
-    /// Data-ready bits that arrived together with a wake and are still to be served.
+    /// Data-ready bits that arrived together with a wake; the next wait serves them.
     uint32_t pending_ = 0;
     OS::StaticVector<std::reference_wrapper<StreamHandleBase>, kMaxStreams> streams_;
 };

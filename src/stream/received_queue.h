@@ -10,7 +10,7 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// Whether all of a queue's part lies in shared memory that the handle holds.
+/// Whether a queue's part lies entirely inside shared memory of the handle.
 inline bool liesInMemory(const android::hardware::GrantorDescriptor& part,
                          const native_handle_t& handle, size_t alignment) {
     if (part.fdIndex >= static_cast<uint32_t>(std::max(handle.numFds, 0)) ||
@@ -23,8 +23,8 @@ inline bool liesInMemory(const android::hardware::GrantorDescriptor& part,
 }
 
 /// Whether the descriptor describes a queue of `Record`s whose parts lie inside shared memory of a
-/// fixed size. To be asked before a queue is made of what the service has sent: not every release
-/// of the runtime checks what it maps.
+/// fixed size. Check this before mapping a queue that the service has sent: not every release of
+/// the runtime checks what it maps.
 template <typename Record>
 bool describesQueue(const android::hardware::MQDescriptorSync<Record>& descriptor) {
     using Descriptor = android::hardware::MQDescriptorSync<Record>;
@@ -39,7 +39,7 @@ bool describesQueue(const android::hardware::MQDescriptorSync<Record>& descripto
     const auto isCounter = [handle](const android::hardware::GrantorDescriptor& part) {
         return part.extent == sizeof(Counter) && liesInMemory(part, *handle, alignof(Counter));
     };
-    // The runtime maps the word of an event flag, too, if there is one.
+    // The runtime also maps the event-flag word, if there is one.
     if (parts.size() > Descriptor::EVFLAGWORDPOS &&
         !liesInMemory(parts[Descriptor::EVFLAGWORDPOS], *handle, alignof(uint32_t))) {
         return false;

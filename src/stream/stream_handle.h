@@ -24,8 +24,8 @@ namespace Vek::Sensors::HidlWrapper {
 /// Owns the queue and drains it, a batch at a time, into the client's callback.
 ///
 /// @tparam Data the client API's record.
-/// @tparam HidlData the HAL's record, the queue's element. If RecordConversion leaves the records
-/// as they are, the client sees the queue's own memory.
+/// @tparam HidlData the HAL's record, the queue's element. If RecordConversion does not convert the
+/// records, the client sees the queue's own memory.
 ///
 /// Threading: all calls on the thread that waits on the composite. A handle must outlive the last
 /// wait on the composites that it was added to.
@@ -63,8 +63,7 @@ class StreamHandle : public StreamHandleBase, public IDataStream<Data> {
     }
 
     bool read() override {
-        // Counters that the other process moves: nothing but this thread may rely on `avail`, and
-        // only after these checks.
+        // The service moves one of the counters, so `avail` must be checked before use.
         const size_t avail = fmq_->availableToRead();
         if (avail == 0) {
             return false;
@@ -105,7 +104,7 @@ class StreamHandle : public StreamHandleBase, public IDataStream<Data> {
         static_cast<CompositeStream&>(composite).addStream(*this);
     }
 
-    /// The object that the service knows this stream's client by.
+    /// The object by which the service identifies this stream's client.
     const android::sp<SensorClient>& client() const { return client_; }
 
   private:

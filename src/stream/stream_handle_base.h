@@ -1,4 +1,4 @@
-// What a composite stream needs of the streams that it drives.
+// Interface between a composite stream and its streams.
 #pragma once
 
 #include <fmq/EventFlag.h>
@@ -8,20 +8,20 @@
 
 namespace Vek::Sensors::HidlWrapper {
 
-/// Driven by the thread that waits on the composite.
+/// Called by the thread that waits on the composite.
 class StreamHandleBase {
   public:
     virtual ~StreamHandleBase() = default;
 
-    /// Hands the stream's queue to the service, together with how the two ends signal each other.
-    /// Called once each time the stream is added to a composite.
+    /// Sends the stream's queue, the event flag and the signal bits to the service. Called once
+    /// each time the stream is added to a composite.
     /// @param eventFlag stays owned by the composite.
     virtual void prepareStream(android::hardware::hidl_handle eventFlagHandle,
                                android::hardware::EventFlag* eventFlag, uint32_t readNotifyBit,
                                uint32_t dataReadyBit) = 0;
 
     /// Drains the queue into the client's callback.
-    /// @return true if there were records.
+    /// @return whether there were records.
     virtual bool read() = 0;
 };
 
