@@ -3,7 +3,7 @@
 namespace Simulator {
 namespace {
 
-/// The service calls these; it does not answer them.
+/// Interfaces that clients implement: the service calls them and does not serve them.
 using ServedByClients =
     HalTable::TypeList<Hidl::ICameraStreamControlTarget, Hidl::IFrameConfigCallback,
                        Hidl::IProgressUpdateCallback, Hidl::ISensorClient, Hidl::ITambrilCallback>;

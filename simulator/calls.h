@@ -1,4 +1,4 @@
-// The calls that the service answers, out of the HAL's table of methods, and how each can fail.
+// The calls that the service serves, taken from the HAL's table of methods, and how each can fail.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/methods.h>
@@ -13,12 +13,12 @@
 namespace Simulator {
 
 enum class CallKind {
-    /// Can be refused: does nothing then, and says so.
+    /// Can be refused: it then does nothing and returns an error.
     CONTROL,
-    /// Can answer with an error and with its data all the same, or with nothing if it has no
-    /// result.
+    /// Can return an error together with its data. A getter without a Result returns no data
+    /// instead.
     GETTER,
-    /// Has no answer.
+    /// Cannot fail, because it returns nothing.
     INFALLIBLE,
 };
 
@@ -28,7 +28,7 @@ constexpr bool isOneOf(HalTable::MethodList<methods...> /*list*/) {
     return ((name == HalTable::kMethodName<methods>) || ...);
 }
 
-/// Nobody can be told that one of these failed. A new method without an answer is added here.
+/// Methods that cannot report a failure. A new method without a result must be added here.
 using CallsWithoutAnswer = HalTable::MethodList<
     &Hidl::ICameraStream::setExposureGain, &Hidl::ICameraStream::setPhaseOffset,
     &Hidl::IControllerManagementClient::release, &Hidl::IControllerStreamingClient::release,
@@ -56,7 +56,7 @@ struct Call {
     CallKind kind;
 };
 
-/// In the order of their names' interfaces and of the methods of each.
+/// Ordered by interface name, then by declaration.
 const std::vector<Call>& allCalls();
 
 /// The names of the calls of one kind.

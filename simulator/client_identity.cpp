@@ -21,7 +21,8 @@ std::string describeCaller(const ClientIdentity& client) {
                     name.assign(info.name.c_str(), std::min(info.name.size(), kMaxNameLength));
                 }
             });
-        // Without an answer it stays nameless; whether it lives is found out by linking to it.
+        // A client that does not answer stays nameless. Whether it is alive is checked later, by
+        // linking to its death.
         static_cast<void>(asked.isOk());
     }
     std::replace_if(

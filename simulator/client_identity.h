@@ -1,4 +1,4 @@
-// Who a client is, and word of its death.
+// Identity of a client, and notification of its death.
 #pragma once
 
 #include <hidl/HidlSupport.h>
@@ -13,17 +13,17 @@
 
 namespace Simulator {
 
-/// The object that a client is known by.
+/// The object that identifies a client.
 using ClientIdentity = android::sp<Hidl::ISensorClient>;
 
-/// The process whose call this thread serves.
+/// Number of the process whose call this thread serves.
 int callingProcess();
 
-/// The client's name and its process, for log lines. Calls the client: on the thread that serves a
-/// call of it, without a lock.
+/// The client's name and process number, for log lines. Calls the client, so use it on a thread
+/// that serves a call of that client, and without a lock.
 std::string describeCaller(const ClientIdentity& client);
 
-/// Calls a function, on a HIDL thread, when the object that it is linked to has died.
+/// Calls a function on a HIDL thread when the object to which it is linked dies.
 class ClientDeathRecipient : public android::hardware::hidl_death_recipient {
   public:
     explicit ClientDeathRecipient(std::function<void()> onDeath) : onDeath_(std::move(onDeath)) {}

@@ -16,8 +16,8 @@
 
 namespace Simulator {
 
-/// What every server keeps of a client; servers derive their own from it. Made on the thread that
-/// serves a call of the client, without a lock.
+/// A server's data of one client; servers derive their own from it. The constructor calls the
+/// client, so use it on a thread that serves a call of that client, and without a lock.
 struct RegisteredClient {
     explicit RegisteredClient(const ClientIdentity& client)
         : identity(client), process(callingProcess()), name(describeCaller(client)) {}
@@ -33,8 +33,8 @@ struct RegisteredClient {
     bool hasTooManyDescriptors() const { return descriptors && descriptors->isExceeded(); }
 };
 
-/// Whether there is no place for one more client of the process. No process gets more than half of
-/// the places, so that one cannot lock out the others.
+/// Whether the process may not register one more client. A process gets at most half of the places,
+/// so that it cannot lock out others.
 template <typename Clients>
 bool isFull(const Clients& clients, size_t maxClients, int process) {
     const auto ofProcess =
@@ -43,8 +43,8 @@ bool isFull(const Clients& clients, size_t maxClients, int process) {
     return clients.size() >= maxClients || static_cast<size_t>(ofProcess) >= maxClients / 2;
 }
 
-/// A client is known by its identity. Servers derive from this and guard all they have with its
-/// lock. Deaths hold them weakly.
+/// Registers clients by their identity. Servers derive from this and guard their data with its
+/// mutex. Death recipients hold the server weakly.
 ///
 /// Threading: calls and deaths come on HIDL threads.
 template <typename Client>
@@ -57,13 +57,13 @@ class ClientRegister : public virtual android::RefBase {
 
     explicit ClientRegister(size_t maxClients = kMaxClients) : maxClients_(maxClients) {}
 
-    /// Makes the client known, its death linked.
-    /// @param admit called under the lock before that; returns whether and why it refuses the
-    /// client
+    /// Adds the client to the list and links to its death.
+    /// @param admit called under the lock before that; returns the reason to refuse the client, or
+    /// NONE
     template <typename Admit>
     Refusal enrol(const ClientPointer& client, const Admit& admit);
 
-    /// @return null if it is not known
+    /// @return null if the client is not registered
     ClientPointer findLocked(const ClientIdentity& identity) const {
         const auto found =
             std::find_if(clients_.begin(), clients_.end(), [&](const ClientPointer& client) {
@@ -74,8 +74,8 @@ class ClientRegister : public virtual android::RefBase {
 
     bool isFullLocked(int process) const { return isFull(clients_, maxClients_, process); }
 
-    /// Takes the oldest client that can be done without out of the list. To be followed by
-    /// release(), without the lock. @return null if there is none
+    /// Removes the oldest dispensable client from the list. Call release() afterwards, without the
+    /// lock. @return null if there is none
     template <typename Predicate>
     ClientPointer takeOldestLocked(const Predicate& isDispensable) {
         const auto found =
@@ -86,7 +86,8 @@ class ClientRegister : public virtual android::RefBase {
         return taken;
     }
 
-    /// To be followed by release(), without the lock. @return false if it was not there
+    /// Removes a client from the list. Call release() afterwards, without the lock. @return false
+    /// if it was not there
     bool removeLocked(const ClientPointer& client) {
         const auto found = std::find(clients_.begin(), clients_.end(), client);
         if (found == clients_.end()) {
@@ -99,19 +100,19 @@ class ClientRegister : public virtual android::RefBase {
         return true;
     }
 
-    /// Cuts the link to a client that was removed. Not under the lock: its process is told when the
-    /// last reference to its object goes.
+    /// Unlinks from the death of a removed client. Call it without the lock: dropping the last
+    /// reference to the client's object sends a message to its process.
     void release(const ClientPointer& client, const char* reason) {
         onRelease(*client, reason);
-        // False for a dead client: there is no link any more.
+        // Fails if the client is dead; then there is no link any more.
         static_cast<void>(client->identity->unlinkToDeath(client->deathRecipient).isOk());
     }
 
-    /// The client is no longer in the list.
+    /// Called under the lock after the client was removed from the list.
     virtual void onRemovedLocked(Client& /*client*/) {}
-    /// The list, or whether a client in it is started, has changed.
+    /// Called under the lock when the list, or a client's isStarted, has changed.
     virtual void onChangeLocked() {}
-    /// The client was removed; not under the lock.
+    /// Called without the lock after the client was removed.
     virtual void onRelease(Client& /*client*/, const char* /*reason*/) {}
 
     mutable std::mutex mutex_;
@@ -148,7 +149,7 @@ Refusal ClientRegister<Client>::enrol(const ClientPointer& client, const Admit& 
         }
         clients_.push_back(client);
     }
-    // Only now that the client is in the list does its death find it there.
+    // Links only after the client is in the list, because its death removes it from there.
     if (!client->identity->linkToDeath(client->deathRecipient, 0).withDefault(false)) {
         const std::lock_guard lock{mutex_};
         removeLocked(client);

@@ -33,14 +33,14 @@ class ClientStream {
 
     static constexpr size_t kMaxCapacity = 65'536;
 
-    /// Maps what the client sent. Ask refusal() before anything else.
+    /// Maps the client's queue and event flag. Check refusal() before using any other method.
     ClientStream(const typename Queue::Descriptor& queue, const Hidl::FmqConfig& config)
         : queue_(queue),
           eventFlag_(mapEventFlag(config.eventFlag)),
           readNotifyBit_(config.readNotifyBit),
           dataReadyBit_(config.dataReadyBit) {}
 
-    /// What is wrong with what the client sent.
+    /// Why the queue is refused; NONE if it is usable.
     Refusal refusal() const {
         if (!queue_.isValid()) {
             return Refusal::QUEUE_NOT_MAPPED;
@@ -72,7 +72,7 @@ class ClientStream {
         if (isDiscontinuous_) {
             Discontinuity<Record>::mark(transaction.getSlot(0));
         }
-        // Fails only if the client moved the writer's counter, which is not its own.
+        // Fails only if the client has moved the writer's counter.
         isDiscontinuous_ = !queue_.commitWrite(batch.size());
         if (!isDiscontinuous_) {
             unreadAfterWrite_ = unread();
@@ -81,24 +81,24 @@ class ClientStream {
         return !isDiscontinuous_;
     }
 
-    /// Whether a batch of so many records fits into the queue now; of more than its capacity,
+    /// Whether the queue has room for a batch of this size. For batches larger than the capacity:
     /// whether the queue is empty.
     bool hasRoomFor(size_t records) const {
         return unread() + std::min(records, capacity()) <= capacity();
     }
 
-    /// Waits for a short while until the client consumes records.
+    /// Waits until the client reads records, but at most 2 ms.
     void awaitRead() {
         constexpr int64_t kWhile = 2'000'000;  // ns
         uint32_t state = 0;
         eventFlag_->wait(readNotifyBit_, &state, kWhile);
     }
 
-    /// Records that the client has not taken yet.
+    /// Number of records that the client has not read yet.
     size_t unread() const { return std::min(queue_.availableToRead(), capacity()); }
 
-    /// Whether the client has consumed records since the last write. Told by the queue alone: a
-    /// look at the event flag would be a system call.
+    /// Whether the client has read records since the last write. Uses the counters only, because
+    /// checking the event flag would take a system call.
     bool hasReadSinceWrite() const { return unread() < unreadAfterWrite_; }
 
     /// Notes that records for the client have been lost.

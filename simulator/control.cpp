@@ -25,7 +25,7 @@ namespace Simulator {
 namespace {
 
 constexpr size_t kLongestCommand = 4096;  // in bytes
-/// A command comes whole, at once; whoever sends it slowly does not keep the others waiting.
+/// A command arrives whole; a sender that is slow must not block the others.
 constexpr timeval kPatience{1, 0};
 
 constexpr char kHelp[] =
@@ -40,7 +40,7 @@ constexpr char kHelp[] =
     "  die [TIME]      ends the service as a crash would; with a TIME, it is back after that\n\n"
     "TIME is a number with a unit, as in 1.5s, 20ms, 3us, 4ns. Kinds of faults:\n\n";
 
-/// Where the host layer keeps the services of this user (see the README on trouble).
+/// The directory where the host layer registers the services of this user (docs/host-layer.md).
 std::string socketDirectory() {
     const char* const named = std::getenv("MORIAK_HIDL_RUNTIME_DIR");
     const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
@@ -49,7 +49,8 @@ std::string socketDirectory() {
                                                     : fmt::format("/tmp/moriak-hidl-{}", geteuid());
 }
 
-/// However long the directory's name is. @param directory a descriptor of it
+/// Address of the socket, independent of the length of the directory's path. @param directory a
+/// descriptor of it
 sockaddr_un addressIn(int directory) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -95,7 +96,7 @@ bool isSameUser(int descriptor) {
            peer.uid == geteuid();
 }
 
-/// Takes the path from a service that is no more. @return whether it is free
+/// Removes the socket of a dead service. @return whether the path is free
 bool isFree(const sockaddr_un& address) {
     const int probe = openSocket();
     const bool isServed =
@@ -216,7 +217,7 @@ std::string Control::listen() {
     return "";
 }
 
-/// One command after the other.
+/// Serves one command at a time.
 void Control::serve() {
     while (true) {
         pollfd events[] = {{wake_, POLLIN, 0}, {socket_, POLLIN, 0}};
@@ -291,7 +292,7 @@ int runControlClient(const std::vector<std::string>& words) {
     const ssize_t size = recv(service, answer.data(), answer.size(), 0);
     close(service);
     if (size <= 0) {
-        // Which it does without an answer.
+        // After "die" the simulator ends without an answer.
         const bool isDead = words[0] == "die";
         fmt::print(stderr, "{}", isDead ? "" : "error: the simulator ended\n");
         return isDead ? kSuccess : kFailure;

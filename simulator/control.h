@@ -1,4 +1,4 @@
-// Faults at run time: the commands that set and clear them, from a socket or out of a script.
+// Commands that set and clear faults at run time, from a socket or a script.
 #pragma once
 
 #include <chrono>
@@ -19,7 +19,7 @@ struct Answer {
     std::string text;
 };
 
-/// @param returnOptions of the process that takes this one's place after "die TIME"
+/// @param returnOptions options of the process that replaces this one after "die TIME"
 Answer execute(Faults* faults, const std::vector<std::string>& words,
                const std::vector<std::string>& returnOptions = {});
 
@@ -29,13 +29,13 @@ struct ScriptLine {
     std::vector<std::string> words;
 };
 
-/// Lines in any order; those that begin with # are not read.
-/// @param error receives the number of the first wrong line, and what is wrong with it
+/// Reads a script. Its lines may be in any order; lines that begin with # are comments.
+/// @param error receives the number of the first wrong line and the reason
 std::optional<std::vector<ScriptLine>> readScript(const std::string& file, std::string* error);
 
 /// Accepts commands from programs of the same user, and from a script, until it is destroyed.
 ///
-/// Threading: its threads use the faults; the object is one thread's.
+/// Threading: one thread at a time. Its own threads use the faults.
 class Control {
   public:
     explicit Control(std::shared_ptr<Faults> faults);
@@ -43,11 +43,12 @@ class Control {
     Control(const Control&) = delete;
     Control& operator=(const Control&) = delete;
 
-    /// Opens the socket, in the directory where the services are found. @return what went wrong
+    /// Opens the socket in the directory of the services. @return an error message; empty on
+    /// success
     std::string listen();
 
-    /// Begins to accept commands; to be called once, after listen(). @param from the script goes on
-    /// there, in s after its beginning
+    /// Begins to accept commands and to run the script. Call it once, after listen(). @param from
+    /// seconds of the script that were already run before a restart
     void start(std::vector<ScriptLine> script, std::chrono::duration<double> from);
 
   private:
@@ -56,9 +57,9 @@ class Control {
     std::vector<std::string> returnOptions() const;
 
     const std::shared_ptr<Faults> faults_;
-    /// Of the script.
+    /// When the script began.
     std::chrono::steady_clock::time_point begin_;
-    const int wake_;  // tells the threads of the end
+    const int wake_;  // eventfd that ends the threads
     int directory_ = -1;
     int socket_ = -1;
     std::thread server_;

@@ -14,13 +14,13 @@ class DeviceGroup {
     DeviceGroup& operator=(const DeviceGroup&) = delete;
 
     /// Registers the "default" service of each interface.
-    /// @return what went wrong; empty if nothing did
+    /// @return an error message; empty on success
     virtual std::string registerServices() = 0;
 
-    /// Ends all sampling; it cannot be started again.
+    /// Ends all sampling, permanently.
     virtual void stop() = 0;
 
-    /// Lines for the user about what the devices have done so far.
+    /// Summary for the user of what the devices have done so far, in lines.
     virtual std::vector<std::string> summary() const = 0;
 };
 

@@ -7,14 +7,14 @@
 
 namespace Simulator {
 
-/// How a record tells the client that records before it are missing. Specialised for records that
-/// can; the others stand for themselves.
+/// Marks a record to say that records before it are missing. Does nothing unless specialised for
+/// the record.
 template <typename Record>
 struct Discontinuity {
     static void mark(Record* /*record*/) {}
 };
 
-/// Of records that have a bit in their status for it.
+/// For records with a discontinuity bit in their status.
 template <auto bit>
 struct StatusBit {
     template <typename Record>

@@ -15,7 +15,7 @@ struct EventFlagDeleter {
 };
 using EventFlagPointer = std::unique_ptr<android::hardware::EventFlag, EventFlagDeleter>;
 
-/// Null if the handle has no memory that can be mapped.
+/// Maps an event flag. Null if the handle has no memory that can be mapped.
 inline EventFlagPointer mapEventFlag(const android::hardware::hidl_handle& handle) {
     android::hardware::EventFlag* flag = nullptr;
     const native_handle_t* const native = handle.getNativeHandle();

@@ -78,7 +78,7 @@ constexpr Recording::Named<Value> kValues[] = {{Value::NONE, ""},
                                                {Value::NUMBER, "NUMBER"},
                                                {Value::SHARE, "SHARE"}};
 
-/// @return none if it is not all of a finite number
+/// @return empty unless the whole text is a finite number
 std::optional<double> parseNumber(const std::string& text) {
     try {
         size_t end = 0;

@@ -1,4 +1,4 @@
-// One fault, as a user asks for it: what kind, of what, and when.
+// One fault, as requested by a user: its kind, target and conditions.
 #pragma once
 
 #include <chrono>
@@ -40,41 +40,41 @@ enum class FaultKind {
 
 struct Fault {
     FaultKind kind{};
-    /// As in the list of targets.
+    /// A name from the list of targets.
     std::string target;
-    // What the kind has of these.
+    // The value; each kind uses at most one of these.
     Hidl::Result result{};
     std::chrono::nanoseconds time{0};
     double number = 0;
 
-    /// Whose calls and streams it is for; none: everybody's.
+    /// Process whose calls and streams are affected; empty: all processes.
     std::optional<int> process;
-    /// It comes at that one only, counted from 1; 0: at all of them.
+    /// The only call or batch that is affected, counted from 1; 0: all of them.
     uint64_t nth = 0;
     bool isOnce = false;
     double probability = 1;
 };
 
-/// A name as it is written in the text of a fault: without spaces, in small letters. Names of calls
-/// stay as they are.
+/// A name as it is written in the text of a fault: in lower case, with hyphens for spaces. Names of
+/// calls are unchanged.
 std::string targetName(const std::string& name);
 
 /// "KIND TARGET [VALUE] [client=PROCESS] [nth=N] [once] [probability=P]".
-/// @param words each may hold spaces, which count as hyphens
-/// @param error receives what is wrong with it
-/// @return none if anything is
+/// @param words a word may contain spaces, which count as hyphens
+/// @param error receives an error message
+/// @return empty if the fault is wrong
 std::optional<Fault> parseFault(const std::vector<std::string>& words, std::string* error);
 
-/// What parseFault reads.
+/// The text of a fault, which parseFault can read.
 std::string toText(const Fault& fault);
 
-/// "1.5s", "20ms", "3us", "4ns". @return none if it is no time from 0 to an hour
+/// Parses "1.5s", "20ms", "3us", "4ns". @return empty if it is not a time from 0 to an hour
 std::optional<std::chrono::nanoseconds> parseTime(const std::string& text);
 
-/// A line for each kind: its name, what it is for, its value, what it does.
+/// A line for each kind: its name, targets, value and effect.
 std::vector<std::string> describeFaultKinds();
 
-/// Whether the target of that kind is a call, a stream or a controller.
+/// Targets of faults. STREAM: a stream of samples or of frame sets.
 enum class FaultTarget { CALL, STREAM, SAMPLES, FRAME_SETS, CONTROLLER };
 FaultTarget targetOf(FaultKind kind);
 

@@ -121,7 +121,7 @@ std::vector<std::string> Faults::account() const {
     return lines;
 }
 
-/// Whether the fault comes now.
+/// Whether the fault takes effect now. Counts the call or batch.
 bool Faults::takeLocked(Active* active, int process) {
     const Fault& fault = active->fault;
     if (active->isOver || active->isSpent || (fault.process && *fault.process != process)) {
@@ -141,7 +141,7 @@ bool Faults::takeLocked(Active* active, int process) {
         ALOGW("fault %s, now for process %d", describe(*active).c_str(), process);
     }
     active->isSpent = fault.isOnce || fault.nth > 0;
-    // A call that hangs does so until the fault is cleared.
+    // HANG stays active until it is cleared.
     active->isOver = active->isSpent && fault.kind != FaultKind::HANG;
     return true;
 }
@@ -278,8 +278,8 @@ void Faults::stop() {
 
 void die(std::optional<std::chrono::nanoseconds> back, const std::vector<std::string>& options) {
     if (back) {
-        // Its sockets and its memory go with the program, as in a death; its number stays, so that
-        // whoever started it can end it.
+        // Replaces the program: its sockets and memory are gone, as after a death, but the process
+        // number stays, so that the parent can end it.
         std::ifstream file{"/proc/self/cmdline"};
         std::vector<std::string> arguments;
         for (std::string argument; std::getline(file, argument, '\0');) {

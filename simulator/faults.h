@@ -1,5 +1,4 @@
-// The faults that the service has at the moment, and what they do to its calls, streams and
-// controllers.
+// The current faults of the service, and their effects on calls, streams and controllers.
 #pragma once
 
 #include <atomic>
@@ -18,13 +17,13 @@
 namespace Simulator {
 
 struct FaultSettings {
-    /// Of all that depends on chance.
+    /// Seed for everything that depends on chance.
     uint64_t seed = 1;
-    /// After how many records, written into any queue, the process dies.
+    /// The process dies after this many records were written, in all queues together.
     std::optional<uint64_t> dieAfterRecords;
 };
 
-/// What happens to one batch of records for one client.
+/// Effects of faults on one batch of records for one client.
 struct StreamEffects {
     bool isAny = false;
     bool isStopped = false;
@@ -36,9 +35,9 @@ struct StreamEffects {
     std::chrono::nanoseconds delay{0};
     std::optional<double> limit;
     std::chrono::nanoseconds jump{0};
-    /// Of the images of a frame set, in place of their own.
+    /// Frame type that replaces that of the images.
     std::optional<Hidl::FrameType> frameType;
-    /// Its images are drawn over those of the last frame set.
+    /// Whether its images are drawn over those of the last frame set.
     bool isBufferReused = false;
 };
 
@@ -54,41 +53,42 @@ struct ControllerEffects {
 /// Threading: every method may be called from any thread.
 class Faults {
   public:
-    /// As many at once, so that a client's calls stay cheap.
+    /// Maximum number of active faults, so that calls stay cheap.
     static constexpr size_t kMaxFaults = 100;
     static constexpr std::chrono::seconds kMaxDelay{10};
 
     explicit Faults(FaultSettings settings);
 
-    /// Makes a name known that faults can be for.
+    /// Adds a name that faults can have as their target.
     void addTarget(FaultTarget kind, const std::string& name);
-    /// By kinds: the calls, the streams of samples, those of frame sets, the controllers.
+    /// All targets, ordered by kind: calls, streams of samples, streams of frame sets, controllers.
     std::vector<std::string> targets() const;
 
-    /// @param error receives what is wrong
-    /// @return the number that it can be cleared by; 0 if there is no such target, or no room
+    /// @param error receives an error message
+    /// @return the number by which it can be cleared; 0 if there is no such target, or too many
+    /// faults
     uint32_t set(const Fault& fault, std::string* error);
-    /// @return whether it was there
+    /// @return whether there was such a fault
     bool clear(uint32_t number);
     void clearAll();
 
-    /// A line for each: number, text, how often it came.
+    /// A line for each active fault: number, text, how often it took effect.
     std::vector<std::string> active() const;
-    /// The same of all that there were, for the end.
+    /// The same for all faults since the start, for the summary.
     std::vector<std::string> account() const;
 
-    /// Waits if a fault has the call do so. @param call "Interface.method"
-    /// @return what the call is to answer; SUCCESS: as it would
+    /// Applies faults to a call; waits if one delays it. @param call "Interface.method"
+    /// @return the error that the call must return; SUCCESS if it must proceed normally
     Hidl::Result beginCall(const std::string& call, int process);
     StreamEffects onBatch(const std::string& stream, int process);
     ControllerEffects onController(const std::string& controller);
-    /// From 0 to 1; the same for the same record of a stream in every run with the seed.
+    /// A random number from 0 to 1 that depends only on the seed, the stream and the record.
     double chance(const std::string& stream, uint64_t record) const;
 
-    /// Kills the process when the records are enough.
+    /// Counts records, and kills the process when dieAfterRecords is reached.
     void countWritten(uint64_t records);
 
-    /// Lets calls that hang go on, for good.
+    /// Releases calls that hang, permanently.
     void stop();
 
   private:
@@ -97,9 +97,9 @@ class Faults {
         Fault fault;
         uint64_t seen = 0;
         uint64_t taken = 0;
-        /// At how many times to log; doubled each time, so that the log stays short.
+        /// Number of times at which to log next; doubled each time, so that the log stays short.
         uint64_t nextLine = 1;
-        /// It comes no more.
+        /// Takes effect no more, but is not over for a call that hangs.
         bool isSpent = false;
         bool isOver = false;
     };
@@ -113,7 +113,7 @@ class Faults {
 
     const FaultSettings settings_;
     std::atomic<uint64_t> recordsWritten_{0};
-    /// Whether there are any: streams ask for each batch.
+    /// Whether there is any fault; lets streams skip the lock for each batch.
     std::atomic<bool> isAny_{false};
     mutable std::mutex mutex_;  // guards all below
     std::condition_variable changed_;
@@ -123,8 +123,8 @@ class Faults {
     bool isStopped_ = false;
 };
 
-/// Ends the process as a crash would, without any clean-up. With a time, another process of the
-/// same number and the same options takes its place after that.
+/// Ends the process like a crash, without clean-up. If `back` is given, the service returns after
+/// that time, with the same process number and options.
 [[noreturn]] void die(std::optional<std::chrono::nanoseconds> back = std::nullopt,
                       const std::vector<std::string>& options = {});
 

@@ -28,7 +28,7 @@ namespace {
 
 using namespace Simulator;
 
-/// SIGINT and SIGTERM, which every thread leaves to waitForEnd.
+/// SIGINT and SIGTERM. All threads block them; waitForEnd waits for them.
 sigset_t endSignals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -37,7 +37,8 @@ sigset_t endSignals() {
     return signals;
 }
 
-/// Each client takes several descriptors: the soft limit is for fewer clients than there may be.
+/// Raises the soft limit: each client takes several descriptors, and the default is too low for
+/// many clients.
 void allowManyDescriptors() {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
@@ -46,7 +47,8 @@ void allowManyDescriptors() {
     }
 }
 
-/// @return false, with a message, if the one who waits for it cannot be told
+/// Announces that the service is ready. @return false, with a message, if --ready-fd cannot be
+/// written
 bool announce(const Options& options) {
     if (!options.isQuiet) {
         fmt::print("ready\n");
@@ -67,7 +69,7 @@ bool failToWriteSummary(const std::string& file) {
     return false;
 }
 
-/// Before the run, which may be long. Leaves what is in the file.
+/// Checks before the run, which may be long. Does not change the file's content.
 /// @return false, with a message, if the file cannot be written
 bool canWriteSummary(const std::string& file) {
     return file.empty() || std::ofstream(file, std::ios::app) || failToWriteSummary(file);
@@ -83,7 +85,7 @@ bool report(const std::vector<std::string>& summary, const Options& options) {
            failToWriteSummary(options.summaryFile);
 }
 
-/// Until a signal asks for the end, or until the process is to die.
+/// Waits for a signal to end; kills the process when --die-after is over.
 void waitForEnd(const std::optional<double>& dieAfterSeconds) {
     using Clock = std::chrono::steady_clock;
     using std::chrono::duration_cast;
@@ -143,7 +145,7 @@ int main(int argc, char** argv) try {
     if (!canWriteSummary(options.summaryFile)) {
         return kFailure;
     }
-    // Whoever waited for --ready-fd or reads our output may be gone.
+    // The reader of --ready-fd or of standard output may have ended.
     std::signal(SIGPIPE, SIG_IGN);
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);

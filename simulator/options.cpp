@@ -23,7 +23,7 @@ namespace {
 constexpr double kLongestTime = 1e6;  // in s
 constexpr char kErrorNames[] = "FAILURE, BAD_STATE, IGNORED";
 
-/// Adds the fault to the options; throws if it is none.
+/// Adds the fault to the options; throws if it is wrong.
 void addFault(const std::string& option, const std::vector<std::string>& words, Options* options) {
     std::string error;
     const std::optional<Fault> fault = parseFault(words, &error);
@@ -33,7 +33,7 @@ void addFault(const std::string& option, const std::vector<std::string>& words, 
     options->initialFaults.push_back(*fault);
 }
 
-/// Adds "METHOD=RESULT"; throws if METHOD is none of the calls of the kind.
+/// Adds "METHOD=RESULT"; throws if METHOD is not a call of this kind.
 void addRefusal(const std::string& option, const std::string& value, CallKind kind,
                 Options* options) {
     const size_t equals = value.find('=');
@@ -89,7 +89,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
                    "slowest client reads, without a drop, from the same instant in every run")
         ->type_name("X")
         ->check(CLI::Range(0.0, 1000.0));
-    // One value each, or an option that follows without its own name would be swallowed.
+    // Each takes one value; otherwise it would also take the positional words that follow.
     app.add_option("--refuse", refusals,
                    fmt::format("Have a call answer with an error and do nothing; may be repeated.\n"
                                "METHOD: {}\nRESULT: {}",
@@ -120,7 +120,7 @@ std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, 
            "service\ncan be found, e.g. \"2.5 set stop headset-imu\"")
         ->type_name("FILE")
         ->group("Faults");
-    // What a process is told that takes the place of one that died.
+    // Hidden options for the process that replaces one that died.
     app.add_option("--return-after", options.returnAfter)
         ->check(CLI::Range(0.0, kLongestTime))
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)

@@ -20,32 +20,32 @@ namespace Simulator {
 struct Options {
     FaultSettings faults;
     CameraSettings cameras;
-    /// Those that there are from the beginning.
+    /// Faults that are set at the start.
     std::vector<Fault> initialFaults;
     std::vector<ScriptLine> script;
-    /// In s: where the script goes on, and how long the service stays away, after a death that it
-    /// is to come back from.
+    /// Set for a process that replaces one that died, in s: how much of the script is over, and how
+    /// long to wait before the service returns.
     double scriptFrom = 0;
     double returnAfter = 0;
     ControllerSettings controllers;
     EnvironmentSettings environment;
     WorldSettings world;
     ReplayOptions replay;
-    /// Of the world's clock; 0 if the clients pace it.
+    /// Speed of the world's clock; 0 if the clients pace it.
     double speed = 1;
-    /// Counted from when the service can be found.
+    /// Time until the process dies, from when the service can be found.
     std::optional<double> dieAfterSeconds;
-    /// Told when the service can be found.
+    /// Descriptor that receives "ready" when the service can be found.
     std::optional<int> readyDescriptor;
-    /// Gets the summary as well; empty: no file does.
+    /// File for the summary; empty: none.
     std::string summaryFile;
     bool isQuiet = false;
 };
 
 enum ExitCode { kSuccess = 0, kFailure = 1, kWrongUsage = 2 };
 
-/// @return the exit code if there is nothing to run: help was asked for and printed on `out`, or
-/// what is wrong was printed on `err`.
+/// @return the exit code if there is nothing to run: help was printed on `out`, or an error on
+/// `err`.
 std::variant<Options, ExitCode> parseOptions(int argc, const char* const* argv, std::ostream& out,
                                              std::ostream& err);
 

@@ -9,7 +9,7 @@
 
 namespace Simulator {
 
-/// Takes the descriptors over. Null, and nothing left open, if one of them is none.
+/// Takes over the descriptors. If one of them is invalid, closes the others and returns null.
 inline android::hardware::hidl_handle ownedHandle(std::initializer_list<int> descriptors) {
     native_handle_t* const native = native_handle_create(static_cast<int>(descriptors.size()), 0);
     std::copy(descriptors.begin(), descriptors.end(), native->data);

@@ -10,7 +10,8 @@
 
 namespace Simulator {
 
-/// @return what went wrong; empty if nothing did
+/// Registers the service as "default" unless one runs already. @return an error message; empty on
+/// success
 template <typename Service>
 std::string registerAlone(const android::sp<Service>& service) {
     if (Service::tryGetService("default") != nullptr) {

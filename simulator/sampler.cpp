@@ -14,8 +14,8 @@ namespace {
 
 using Time = WorldClock::Time;
 
-/// What a thread that did not get to run may make up for at once. More than that would overrun the
-/// queues of clients that did nothing wrong, so it is made up for at twice the pace.
+/// A thread that runs late delivers up to this much missed time at once. More would overrun the
+/// queues of well-behaved clients, so the rest is delivered at twice the pace.
 constexpr std::chrono::milliseconds kMaxBurst{15};
 
 /// The last instant on the grid of whole periods since `start` that is not after `time`.
@@ -83,7 +83,7 @@ void Sampler::interrupt() {
 
 void Sampler::run() {
     pthread_setname_np(pthread_self(), "sampler");
-    // The default slack of 50 us would be most of a sample's latency.
+    // The default timer slack of 50 us would be most of a sample's latency.
     prctl(PR_SET_TIMERSLACK, 1UL);
     uint32_t sequence = 0;
     Time lastSample = clock_->start() - std::chrono::nanoseconds{1};

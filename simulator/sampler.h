@@ -24,23 +24,22 @@ struct SamplingPlan {
     }
 };
 
-/// Samples that were taken one period after the other; the last one just now.
+/// Consecutive samples, one period apart. The last one was taken just now.
 struct Batch {
     WorldClock::Time firstSample;
-    /// In ns since the world's start.
+    /// World time of the first sample: ns since the world's start.
     int64_t firstWorldTime;
     std::chrono::nanoseconds period;
     uint32_t firstSequence;
     uint32_t size;
     /// When the service received it.
     WorldClock::Time arrival;
-    /// Samples before it were not taken, because the machine was too busy.
+    /// Whether samples before the batch were missed because the machine was too busy.
     bool isAfterGap;
 };
 
 struct SampleInstant {
-    /// When the sample was taken: CLOCK_MONOTONIC unless the world's clock has a pace of its own,
-    /// in ns.
+    /// When the sample was taken, in ns. CLOCK_MONOTONIC if the world runs in real time.
     int64_t timestamp;
     /// When the service received it.
     int64_t arrivalTimestamp;
@@ -58,8 +57,8 @@ inline double rateOf(const SampleInstant& instant) {
 
 SampleInstant instantOf(const Batch& batch, uint32_t index);
 
-/// Runs only while a client listens. Samples stand on a grid of whole periods since the world's
-/// start, so that those of several sensors fall together and the thread's delays do not add up.
+/// Runs only while a client listens. Samples lie on a grid of whole periods since the world's
+/// start, so that samples of different sensors coincide and delays of the thread do not add up.
 ///
 /// Threading: every method may be called from any thread but its own. `deliver` is called on the
 /// sampler's thread, without a lock.
@@ -67,11 +66,11 @@ class Sampler {
   public:
     using Role = WorldClock::Role;
 
-    /// How far behind a sensor that keeps its samples until they are fetched can be.
+    /// Default capacity of a sensor's FIFO, as a time.
     static constexpr std::chrono::milliseconds kFifo{2000};
 
     /// @throws std::system_error if no thread can be started
-    /// @param fifo what lies further behind when the thread gets to run is lost
+    /// @param fifo samples older than this are lost if the thread runs late
     Sampler(SamplingPlan plan, std::shared_ptr<WorldClock> clock,
             std::function<void(const Batch&)> deliver, Role role = Role::LEADS,
             std::chrono::milliseconds fifo = kFifo);
@@ -82,13 +81,13 @@ class Sampler {
     /// Takes effect with the next batch.
     void setPlan(SamplingPlan plan);
 
-    /// Limits the batches that begin from now on. 0: no client listens.
+    /// Limits the size of the following batches. 0: no client listens.
     void setBatchLimit(size_t limit);
 
-    /// Ends the thread; it cannot be started again.
+    /// Ends the thread, permanently.
     void stop();
 
-    /// Number of samples that were not taken because the machine was too busy.
+    /// Number of samples that were missed because the machine was too busy.
     uint64_t missedSamples() const;
 
   private:

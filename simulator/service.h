@@ -18,19 +18,19 @@ namespace Simulator {
 using android::hardware::Return;
 using android::hardware::Void;
 
-/// A queue that a client has made.
+/// Descriptor of a queue that a client has made.
 template <typename Record>
 using ClientQueue = android::hardware::MQDescriptorSync<Record>;
 
-/// A service of a HAL interface, which knows nothing of faults. Made by makeService.
+/// Base of services of a HAL interface. Faults are added by makeService.
 template <typename HalInterface>
 class Service : public HalInterface {
   public:
     using Interface = HalInterface;
 };
 
-/// A service whose calls meet the faults that were asked for before they reach it. No call fails in
-/// the transport's sense: generated code would end the process.
+/// Applies faults to the calls of a service. A fault never fails the transport, because generated
+/// code of the client would end its process.
 template <typename Implementation>
 class WithFaults : public Implementation {
   public:
@@ -39,7 +39,7 @@ class WithFaults : public Implementation {
         : Implementation(std::forward<Arguments>(arguments)...), callFaults_(std::move(faults)) {}
 
   protected:
-    /// @param proceed called with the call's arguments, makes the call
+    /// @param proceed makes the call, given its arguments
     template <auto method, typename Proceed, typename... Arguments>
     auto onCall(const Proceed& proceed, Arguments&... arguments) const
         -> decltype(proceed(arguments...)) {
@@ -68,7 +68,7 @@ class WithFaults : public Implementation {
     template <typename Value>
     static constexpr bool kIsResult =
         std::is_same_v<Value, Hidl::Result> || std::is_same_v<Value, bool>;
-    /// Whether there is a result, before the data or after it.
+    /// Whether the callback has a Result, as its first or its last argument.
     template <typename Answer>
     static constexpr bool kHasResult =
         kIsResult<std::tuple_element_t<0, Answer>> ||
@@ -107,7 +107,7 @@ class WithFaults : public Implementation {
     const std::shared_ptr<Faults> callFaults_;
 };
 
-/// @param arguments those of `Implementation`
+/// @param arguments of the constructor of `Implementation`
 template <typename Implementation, typename... Arguments>
 android::sp<Implementation> makeService(std::shared_ptr<Faults> faults, Arguments&&... arguments) {
     using Interface = typename Implementation::Interface;

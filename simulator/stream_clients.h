@@ -45,7 +45,8 @@ struct StreamClient : StreamingParty {
     StreamFaults<Record> faults;
     uint64_t recordsWritten = 0;
     uint64_t recordsDropped = 0;
-    /// At how many dropped records to warn; doubled each time, so that the log stays short.
+    /// Number of dropped records at which to warn next; doubled each time, so that the log stays
+    /// short.
     uint64_t nextWarning = 1;
     uint64_t reads = 0;
 };
@@ -68,18 +69,18 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
     Hidl::Result prepare(const typename Queue::Descriptor& queue, const ClientIdentity& identity,
                          const Hidl::FmqConfig& config);
 
-    /// Into the queues of all started clients.
+    /// Writes records into the queues of all started clients.
     void write(const std::vector<Record>& records) {
         write(records, [](int /*process*/) { return true; });
     }
 
-    /// @param accepts whether the records are for the clients of a process
+    /// @param accepts predicate: whether clients of a process get the records
     template <typename Accepts>
     void write(const std::vector<Record>& records, const Accepts& accepts) {
         const std::lock_guard lock{mutex_};
         for (const ClientPointer& client : clients_) {
-            // A client that has just started is spared a batch that was begun before and is larger
-            // than its queue.
+            // Skips a client that has just started if the batch, begun before, is larger than its
+            // queue.
             if (client->isStarted && client->stream.capacity() >= records.size() &&
                 accepts(client->process)) {
                 const StreamEffects effects = faults_->onBatch(this->name(), client->process);
@@ -92,9 +93,9 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
         }
     }
 
-    /// For a world that its clients pace: waits until all started clients have room for so many
-    /// records, or until endWaits(): false then. Not under a lock that control calls take: a client
-    /// may want to stop its stream instead of reading.
+    /// If the clients pace the world: waits until all started clients have room for this many
+    /// records. Call it without a lock that control calls take, because a client may stop its
+    /// stream instead of reading. @return false after endWaits()
     bool awaitRoom(size_t records) {
         while (!isEnding_) {
             ClientPointer busy;
@@ -120,9 +121,9 @@ class StreamClients : public StreamRegister<StreamClient<Record>> {
         return statistics_;
     }
 
-    /// Has `function` called whenever the largest batch changes that all started clients have room
-    /// for, with its size; 0: nobody listens. Under the clients' lock. To be set once, before there
-    /// are clients.
+    /// Sets a function that is called, under the clients' lock, when the largest batch size that
+    /// fits the queues of all started clients changes; 0: no client is started. Call this once,
+    /// before there are clients.
     void onBatchLimit(std::function<void(size_t limit)> function) {
         onBatchLimit_ = std::move(function);
     }

@@ -1,4 +1,4 @@
-// What the faults of a stream do to its records on their way to one client.
+// Applies the faults of a stream to its records for one client.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/fields.h>
@@ -19,8 +19,8 @@
 
 namespace Simulator {
 
-/// Calls `action` with the name and the value of each number in the record, those of arrays and of
-/// records within it as well.
+/// Calls `action` with the name and value of each number in the record, including nested arrays and
+/// records.
 template <typename Value, typename Action>
 void eachNumber(std::string_view name, Value& value, const Action& action) {
     if constexpr (std::is_arithmetic_v<Value>) {
@@ -43,11 +43,11 @@ class StreamFaults {
     using Records = std::vector<Record>;
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Whether delayed records are left, or one is being repeated.
+    /// Whether records are delayed, one is repeated, or numbers are shifted.
     bool isBusy() const { return !delayed_.empty() || stuck_ || sequenceOffset_; }
 
-    /// @param isKept asked for each record, counted from 1
-    /// @return the batches that are to be written now, none of them empty
+    /// @param isKept predicate for each record, by its number from 1; false drops it
+    /// @return the batches to write now, none of them empty
     template <typename IsKept>
     std::vector<Records> apply(const StreamEffects& effects, Records records, Time now,
                                const IsKept& isKept);
@@ -58,7 +58,7 @@ class StreamFaults {
 
     std::deque<std::pair<Time, Records>> delayed_;
     std::optional<Record> stuck_;
-    // Added to numbers that wrap.
+    // Offsets that make sequence numbers and clocks wrap soon.
     std::optional<uint64_t> sequenceOffset_;
     std::optional<uint64_t> clockOffset_;
     uint64_t records_ = 0;
@@ -110,7 +110,7 @@ void StreamFaults<Record>::spoil(const StreamEffects& effects, Record* record) {
     eachNumber("", *record, [&](std::string_view name, auto& value) {
         using Number = std::decay_t<decltype(value)>;
         if constexpr (std::is_floating_point_v<Number>) {
-            // Ranges say what a sensor can do, not what it reads.
+            // Does not clip fields for ranges: those are properties, not readings.
             if (effects.limit && name.find("Range") == std::string_view::npos) {
                 const auto limit = static_cast<Number>(*effects.limit);
                 isClipped = isClipped || value > limit || value < -limit;

@@ -1,4 +1,4 @@
-// The clients of a server that have a stream there, and the commands for it.
+// The clients of a server that have a stream, and their stream commands.
 #pragma once
 
 #include <log/log.h>
@@ -12,8 +12,8 @@
 
 namespace Simulator {
 
-/// What every server of a stream keeps of a client. Those that derive from it have a `refusal()`
-/// of the stream.
+/// A stream server's data of one client. Derived classes have a method `refusal()`, which checks
+/// the stream.
 struct StreamingParty : RegisteredClient {
     /// @param kept how many descriptors the service keeps for it
     StreamingParty(const ClientIdentity& client, size_t kept) : RegisteredClient(client) {
@@ -22,7 +22,7 @@ struct StreamingParty : RegisteredClient {
 
     // Guarded by the register's lock.
     bool isStarted = false;
-    /// The stream was ended by its own client.
+    /// Whether the client itself ended the stream.
     bool isDisconnected = false;
 };
 
@@ -40,8 +40,8 @@ class StreamRegister : public ClientRegister<Client> {
   protected:
     using typename ClientRegister<Client>::ClientPointer;
 
-    /// Takes the client in, its stream stopped, in place of what it had before.
-    /// @return whether it was possible, with a log line if it was not
+    /// Adds the client with its stream stopped. Replaces an earlier stream of the same client.
+    /// @return false, with a log line, if the client is refused
     bool takeIn(const ClientPointer& client);
 
     /// If the process has had all of its places or descriptors, the oldest of its streams here that
@@ -57,7 +57,7 @@ class StreamRegister : public ClientRegister<Client> {
         });
     }
 
-    /// A client had a stream before.
+    /// Called when a client's stream replaces an earlier one.
     virtual void onReplaceLocked(Client& /*former*/, Client& /*successor*/) {}
 
     bool isAnyStartedLocked() const {

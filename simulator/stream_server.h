@@ -1,4 +1,4 @@
-// The stream of one sensor: takes its samples and writes them into the queues of its clients.
+// The stream of one sensor: samples it and writes the samples into the queues of its clients.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 
 namespace Simulator {
 
-/// What a StreamServer asks for a sample: the model, which it keeps.
+/// The sampling function of a StreamServer, made from a model, which it owns.
 template <typename Model>
 auto samplesOf(Model model) {
     return [model = std::move(model)](const SampleInstant& instant) mutable {
@@ -41,7 +41,8 @@ class StreamServer final : public StreamClients<Record> {
         this->onBatchLimit([this](size_t limit) { sampler_.setBatchLimit(limit); });
     }
 
-    /// Holds for all clients until the last process that asked for something has none any more.
+    /// Applies to all clients, until none of the processes that configured the sensor has a stream
+    /// any more.
     void configure(SamplingPlan plan) {
         {
             const std::lock_guard lock{this->mutex_};
@@ -51,7 +52,7 @@ class StreamServer final : public StreamClients<Record> {
         sampler_.setPlan(plan);
     }
 
-    /// No more samples, for good.
+    /// Stops sampling, permanently.
     void stop() {
         this->endWaits();
         sampler_.stop();

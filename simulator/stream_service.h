@@ -1,4 +1,4 @@
-// The part of the HAL interfaces that gives clients their streams.
+// The methods of HAL interfaces that prepare and control streams.
 #pragma once
 
 #include <utility>
@@ -8,8 +8,8 @@
 
 namespace Simulator {
 
-/// What all sensors with one stream have.
-/// @tparam StreamServer has the clients: a StreamClients
+/// Implements those methods for sensors with one stream.
+/// @tparam StreamServer the clients of the stream: a StreamClients or derived from it
 template <typename Interface, typename Record,
           typename StreamServer = Simulator::StreamServer<Record>>
 class StreamService : public Service<Interface> {

@@ -9,7 +9,7 @@ namespace {
 
 using Time = WorldClock::Time;
 
-/// Of a world that the clients pace. Not 0, which stands for "no time" in some records.
+/// Start of a world that the clients pace. Not 0, which means "no time" in some records.
 constexpr Time kPacedStart{std::chrono::hours{1}};
 
 std::chrono::nanoseconds scaled(std::chrono::nanoseconds span, double factor) {

@@ -14,20 +14,20 @@ namespace Simulator {
 /// The world begins when the clock is made. At speed 1 its time is CLOCK_MONOTONIC. At any other
 /// speed above 0 it runs that much faster or slower from there on.
 ///
-/// At speed 0 the clients set the pace: time stands still while anything of what was sampled so far
-/// waits for room in a queue, and jumps from one sample to the next otherwise. The world then
-/// begins at the same instant in every run. Each sampler takes its turn: none samples an instant
-/// while another that has listeners is behind it. One that is started after others begins where
-/// they began all the same, and they wait until it has caught up, so that what a stream holds does
-/// not depend on when it was started. Where several streams have one sampler, that is not enough:
-/// whenever a client begins to listen, time stands still for kSettling of real time.
+/// At speed 0 the clients set the pace: time stands still while any sampled record waits for room
+/// in a queue, and otherwise jumps from one sample to the next. The world then begins at the same
+/// instant in every run. Samplers take turns: none samples an instant while another that has
+/// listeners is behind it. A sampler that starts after others begins where they began, and they
+/// wait until it has caught up, so that the content of a stream does not depend on when it was
+/// started. For streams that share a sampler this is not enough: so whenever a client begins to
+/// listen, time stands still for kSettling of real time.
 ///
 /// Threading: every method may be called from any thread.
 class WorldClock {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// In which a program starts the next of its streams, also on a busy machine.
+    /// Long enough for a program to start its next stream, even on a busy machine.
     static constexpr std::chrono::milliseconds kSettling{500};
 
     /// @param speed 0, or a finite number above
@@ -39,46 +39,46 @@ class WorldClock {
     /// In ns since the start.
     int64_t worldTime(Time time) const { return std::chrono::nanoseconds(time - start_).count(); }
 
-    /// Of samplers that are due at the same instant, those that lead come first.
+    /// If several samplers are due at the same instant, those that lead come first.
     enum class Role {
         /// A client listens.
         LEADS,
-        /// A sampler that may have no clients: time does not go on for its sake.
+        /// A sampler that also runs without clients: time does not advance for it alone.
         FOLLOWS,
     };
 
-    /// Makes a sampler known. Of those that are due at the same instant, and alike otherwise, the
-    /// one that came first is the first.
+    /// Registers a sampler. Among samplers of the same role that are due at the same instant, the
+    /// one that was registered first comes first.
     using SamplerId = uint64_t;
     SamplerId enrol();
 
-    /// Waits until `due`; in real time not before `notBefore`. `lock` is held, but not while
-    /// waiting.
-    /// @param changed notified, and interrupt() called, whenever isCancelled may have changed
-    /// @param isCancelled asked under the lock
+    /// Waits until `due`, and in real time at least until `notBefore`. Releases `lock` while it
+    /// waits.
+    /// @param changed the caller notifies it, and calls interrupt(), whenever isCancelled may have
+    /// changed
+    /// @param isCancelled called under `lock`
     /// @return false if it was cancelled
     bool await(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                SamplerId sampler, Time due, Time notBefore, Role role,
                const std::function<bool()>& isCancelled);
 
-    // For samplers, if clients set the pace.
+    // The following methods are for samplers, if clients set the pace.
 
-    /// Where those begin that are listened to now: where time stood when the last of those before
-    /// them left.
+    /// Where a sampler begins that is started now: the time at which the last earlier sampler left.
     Time beginning() const;
 
-    /// Somebody begins to listen.
+    /// Called when a client begins to listen; starts kSettling.
     void settle();
 
-    /// No longer waits for the sampler. Does nothing if it has left before.
+    /// Removes the sampler from the turns. Does nothing if it has left before.
     void leave(SamplerId sampler);
-    /// Has all who wait ask whether they are cancelled.
+    /// Makes all waiting samplers check whether they are cancelled.
     void interrupt();
 
   private:
-    /// Waits until all others have sampled what comes before `due`. From then on time stands at
-    /// `due` until the sampler asks for its next turn or leaves.
-    /// @param isCancelled asked whenever interrupt() was called; called under the clock's lock
+    /// Waits until all other samplers have sampled everything before `due`. Then time stands at
+    /// `due` until the sampler requests its next turn or leaves.
+    /// @param isCancelled checked after each interrupt(), under the clock's lock
     /// @return false if it was cancelled; the sampler has left then
     bool awaitTurn(SamplerId sampler, Time due, Role role,
                    const std::function<bool()>& isCancelled);
@@ -95,15 +95,15 @@ class WorldClock {
 
     const double speed_;
     const Time start_;
-    // Written under the lock, and read without it: those who ask may hold locks that are taken
-    // under it.
+    // Written under the lock but read without it: readers may hold locks that are taken under this
+    // one.
     std::atomic<Time> now_;
     std::atomic<Time> beginning_;
     mutable std::mutex mutex_;  // guards everything below
     std::condition_variable changed_;
     SamplerId lastId_ = 0;
     std::map<SamplerId, Turn> turns_;
-    /// In real time.
+    /// Real time until which time stands still (kSettling).
     Time settled_{};
 };
 

@@ -28,8 +28,8 @@ std::string factoryCalibration(const CameraStreamPlan& stream, const CameraPlan&
     Eigen::Matrix4d bodyFromCamera = Eigen::Matrix4d::Identity();
     bodyFromCamera.topLeftCorner<3, 3>() = camera.mount.orientation.toRotationMatrix();
     bodyFromCamera.topRightCorner<3, 1>() = camera.mount.position;
-    const Eigen::Matrix4d columns = bodyFromCamera.transpose();  // in memory: the rows of the other
-    // fmt writes doubles with as many digits as it takes to read the same ones back.
+    const Eigen::Matrix4d columns = bodyFromCamera.transpose();  // bodyFromCamera, row by row
+    // fmt writes doubles with enough digits to read back exactly.
     return fmt::format(
         R"({{"camera": {}, "name": "{}", "width": {}, "height": {}, "rate": {}, "rowTime": {}, )"
         R"("model": "pinhole", "intrinsics": [{}], "distortionModel": "{}", )"

@@ -1,4 +1,4 @@
-// The calibration that the service hands out of each camera.
+// The calibration texts that the service returns for each camera.
 #pragma once
 
 #include <hidl/HidlSupport.h>
@@ -16,12 +16,13 @@ namespace Simulator {
 /// four numbers, and "T_BS", the matrix body from camera (translation in m), row by row.
 std::string factoryCalibration(const CameraStreamPlan& stream, const CameraPlan& camera);
 
-/// JSON: noise of the IMU that the cameras' places refer to, and the names of the session data that
-/// clients have written.
+/// JSON: noise of the IMU to which the cameras' mounts refer, and the names of the session data
+/// that clients have written.
 std::string deviceCalibration(const CameraPlan& camera, const ImuSettings& imu,
                               const std::vector<std::string>& sessionData);
 
-/// Both as zero-terminated texts, each in a region of its own. Null if there is no memory.
+/// A handle of two shared-memory regions, each with one zero-terminated text. Null if memory is
+/// exhausted.
 android::hardware::hidl_handle calibrationHandle(const std::string& factory,
                                                  const std::string& device);
 

@@ -6,12 +6,12 @@ namespace {
 
 using Eigen::AngleAxisd;
 
-/// Of a camera that looks ahead, its image upright, or turned down from there by `down` rad.
+/// Mount of a camera that looks ahead with an upright image, pitched down by `down` rad.
 Pose ahead(const Vector& position, double down = 0) {
     return {AngleAxisd(-M_PI_2 - down, Vector::UnitX()) * Eigen::Quaterniond::Identity(), position};
 }
 
-/// Of a camera on the rim of the headset's optics that looks back and up at an eye.
+/// Mount of a camera on the rim of the headset's optics that looks back and up at an eye.
 Pose atEye(const Vector& eye) {
     constexpr double kUp = 0.45;  // in rad
     const Eigen::Quaterniond back{AngleAxisd(M_PI, Vector::UnitZ()) *
@@ -19,7 +19,7 @@ Pose atEye(const Vector& eye) {
     return {back, eye - kEyeCameraDistance * (back * Vector::UnitZ())};
 }
 
-/// In front of the axes' origin are the optics, behind it the eyes.
+/// The optics are in front of the headset's origin, the eyes behind it.
 Vector eyePosition(double side) {
     return {side * 0.032, -0.015, -0.01};
 }
@@ -30,7 +30,7 @@ const std::vector<CameraStreamPlan>& cameraStreamPlans() {
     using Type = Hidl::FrameType;
     using Rate = Hidl::FrameRate;
     using Format = Hidl::PixelFormat;
-    // Each lens is a little different, as lenses are.
+    // Real lenses differ a little, so these do, too.
     constexpr auto kPinhole = Lens::Model::RADIAL_TANGENTIAL;
     constexpr auto kFisheye = Lens::Model::EQUIDISTANT;
     static const std::vector<CameraStreamPlan> plans{
@@ -119,7 +119,7 @@ uint32_t bytesPerPixel(Hidl::PixelFormat format) {
 }
 
 ImageGeometry geometryOf(const CameraStreamPlan& plan, Hidl::Resolution resolution) {
-    // Rows begin where the cameras' transfers like them to.
+    // Alignment of rows, as image DMA requires it.
     constexpr uint32_t kRowAlignment = 64;
     const auto halvings = static_cast<uint32_t>(resolution);
     const uint32_t width = plan.width >> halvings;

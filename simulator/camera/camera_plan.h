@@ -1,4 +1,4 @@
-// The simulated cameras, as data: which there are and what each of them can do.
+// The simulated cameras as data: their sensors, lenses, mounts and rates.
 #pragma once
 
 #include <cstdint>
@@ -24,13 +24,13 @@ struct CameraPlan {
 struct CameraStreamPlan {
     std::string name;
     Hidl::FrameType frameType;
-    /// As mux modes and clients know it.
+    /// Its name in mux modes and in calls of clients.
     std::string purpose;
     std::string sensorModel;
     std::vector<CameraPlan> cameras;
     Hidl::FrameRate frameRate;
     Hidl::PixelFormat pixelFormat;
-    // Of the sensors, in pixels.
+    // Size of the sensors in pixels.
     uint32_t width;
     uint32_t height;
     /// From the exposure of one row to that of the next, in ns, at any resolution; 0 for a global
@@ -40,7 +40,7 @@ struct CameraStreamPlan {
 
 const std::vector<CameraStreamPlan>& cameraStreamPlans();
 
-/// What all sensors can do. Times in ns.
+/// Limits of all sensors. Times in ns.
 struct ExposureLimits {
     uint64_t minExposureTime = 50'000;
     uint64_t maxExposureTime = 12'000'000;
@@ -49,10 +49,10 @@ struct ExposureLimits {
     float maxDigitalGain = 4;
 };
 
-/// What the automatic control finds right for the usual light, where the mains has 50 Hz.
+/// Result of the automatic exposure in the usual light with a 50 Hz mains.
 constexpr Hidl::ExposureGain kAutomaticExposure{10'000'000, 1.2F, 1};
 
-/// From an eye camera to the middle of the eyeball, which is on its axis, in m.
+/// Distance in m from an eye camera to the middle of the eyeball, which lies on its axis.
 inline constexpr double kEyeCameraDistance = 0.045;
 
 /// The images of a sensor at a resolution.
@@ -66,7 +66,7 @@ struct ImageGeometry {
 uint32_t bytesPerPixel(Hidl::PixelFormat format);
 ImageGeometry geometryOf(const CameraStreamPlan& plan, Hidl::Resolution resolution);
 
-/// In bytes, of any resolution.
+/// Size in bytes of an image at full resolution, the largest.
 size_t largestImage(const CameraStreamPlan& plan);
 
 }  // namespace Simulator

@@ -162,8 +162,8 @@ Result CameraProviderService::controlTarget(
     if (target == nullptr) {
         return Result::FAILURE;
     }
-    // Calls of the client: what they fail with is the client's loss. Each status is looked at, or
-    // it would end the process.
+    // These calls go to the client, and a failure concerns only the client. Each status must be
+    // checked, because an unchecked failure would end the process.
     const Return<android::sp<Hidl::ICameraStream>> stream = target->getStream();
     if (!stream.isOk()) {
         return Result::FAILURE;
@@ -192,7 +192,7 @@ CameraProviderService::StreamPointer CameraProviderService::streamOf(
     return found == streams_.end() ? nullptr : *found;
 }
 
-/// The streams have no variants.
+/// Streams have no variants, so only an empty `variant` matches.
 CameraProviderService::StreamPointer CameraProviderService::streamOf(const String& purpose,
                                                                      const String& variant) const {
     const auto found =

@@ -17,7 +17,7 @@ class CameraProviderService : public Service<Hidl::ICameraProvider> {
   public:
     using String = android::hardware::hidl_string;
 
-    /// @param faults of the controllers that it hands out
+    /// @param faults for the stream controllers that it hands out
     CameraProviderService(std::vector<android::sp<CameraStreamService>> streams,
                           std::shared_ptr<MuxControl> mux, std::shared_ptr<Faults> faults);
 

@@ -1,4 +1,4 @@
-// What a user chooses of the cameras.
+// The user's settings of the cameras.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace Simulator {
 struct CameraSettings {
     /// Whether camera and frame are printed in the corner of the images.
     bool hasFrameCounter = true;
-    /// File for where the markers on the walls are; empty: none.
+    /// File to which the positions of the markers on the walls are written; empty: none.
     std::string markers;
 };
 

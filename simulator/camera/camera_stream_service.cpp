@@ -70,7 +70,7 @@ Return<void> CameraStreamService::setExposureGain(const ClientIdentity& client,
             return server_->exposure().set(claimant, settings, 0);
         });
     if (result != Result::SUCCESS) {
-        // Nobody is told: the call has no result.
+        // Logged, because the call has no result.
         ALOGW("%s: ignored exposures for %u cameras, result %d", server_->plan().name.c_str(),
               settings.numCameras, static_cast<int>(result));
     }
@@ -118,7 +118,8 @@ Return<Result> CameraStreamController::stopOverridingExposureSettings() {
 
 Return<Result> CameraStreamController::setExposureGain(uint8_t slot, uint32_t frameSets,
                                                        const Hidl::ExposureGainSettings& settings) {
-    // FAILURE would say that the cameras are beyond control.
+    // Returns BAD_STATE for wrong arguments: FAILURE would mean that the cameras cannot be
+    // controlled any more.
     const bool isPossible =
         slot < MuxControl::kSlots && settings.numCameras <= server_->plan().cameras.size();
     return isPossible ? server_->exposure().set(this, settings, frameSets) : Result::BAD_STATE;

@@ -54,7 +54,7 @@ class CameraStreamService : public Service<Hidl::ICameraStream> {
 
     const android::sp<FrameSetServer>& server() const { return server_; }
 
-    /// The names of what clients have written.
+    /// The names under which clients have written calibration data.
     std::vector<std::string> sessionData() const;
 
   private:
@@ -64,7 +64,7 @@ class CameraStreamService : public Service<Hidl::ICameraStream> {
     std::map<std::string, std::vector<uint8_t>> sessionData_;
 };
 
-/// One for each client that asks. What it overrides ends with it.
+/// Each client that asks gets one of its own. Its overrides end with it.
 class CameraStreamController : public Service<Hidl::ICameraStreamController> {
   public:
     explicit CameraStreamController(android::sp<FrameSetServer> server)

@@ -5,7 +5,7 @@
 namespace Simulator {
 namespace {
 
-/// What is no number becomes the least.
+/// Clamps a value; NaN becomes the minimum.
 template <typename Value>
 Value limited(Value value, Value least, Value greatest) {
     return value >= least ? std::min(value, greatest) : least;
@@ -18,8 +18,8 @@ Hidl::ExposureGain limited(const Hidl::ExposureGain& exposure) {
             limited(exposure.digitalGain, kLimits.minGain, kLimits.maxDigitalGain)};
 }
 
-/// As long as a lamp's period, if that is not too long, so that all exposures get the same light;
-/// gain makes up for the rest.
+/// An exposure of one period of the lamps, unless that is too bright, so that flicker has no
+/// effect; the gain compensates for the rest.
 Hidl::ExposureGain automaticExposure(double brightness, Hidl::UtilityFrequency frequency) {
     constexpr ExposureLimits kLimits;
     constexpr double kUnfit = 4e6;

@@ -11,13 +11,13 @@
 
 namespace Simulator {
 
-/// The automatic control decides until a client overrides it. If several do, the settings of the
-/// one that began last count, of those that have set any.
+/// The automatic control is active until a client overrides it. If several clients override, the
+/// latest one that has set an exposure wins.
 ///
 /// Threading: any thread.
 class ExposureControl {
   public:
-    /// A client or controller that overrides, identified by an address.
+    /// Identifies a client or stream controller that overrides, by its address.
     using Claimant = const void*;
 
     void startOverriding(Claimant claimant);
@@ -26,10 +26,8 @@ class ExposureControl {
     Hidl::Result stopOverriding(Claimant claimant);
 
     /// Values outside of the sensors' limits are clamped to them.
-    /// @param frameSets number of frame sets that the settings apply to; 0: until they are set
-    /// again
-    /// @return BAD_STATE if the claimant does not override, FAILURE for more cameras than there can
-    /// be
+    /// @param frameSets number of frame sets to which the settings apply; 0: until the next call
+    /// @return BAD_STATE if the claimant does not override, FAILURE if numCameras is too large
     Hidl::Result set(Claimant claimant, const Hidl::ExposureGainSettings& settings,
                      uint32_t frameSets);
 
@@ -43,7 +41,7 @@ class ExposureControl {
   private:
     struct Claim {
         Claimant claimant;
-        /// Empty: nothing set.
+        /// Empty if nothing is set.
         std::vector<Hidl::ExposureGain> exposures;
         /// Frame sets that are left; 0: without limit.
         uint32_t frameSets;
@@ -56,7 +54,7 @@ class ExposureControl {
     std::vector<Claim> claims_;  // in the order of their beginning
 };
 
-/// How bright the scene is in the image: 1 for the automatic exposure in the usual light.
+/// Brightness of an image with this exposure: 1 for the automatic exposure in the usual light.
 double brightnessOf(const Hidl::ExposureGain& exposure);
 
 }  // namespace Simulator

@@ -51,7 +51,7 @@ Ink inkOf(Hidl::PixelFormat format) {
     return {{}, {{255}}};
 }
 
-/// What of it lies outside of the plane is left out.
+/// Fills an area, clipped to the plane.
 void fill(const PixelPlane& plane, const Area& area, const Pixel& pixel) {
     const uint32_t size = bytesPerPixel(plane.format);
     const uint32_t right = std::min(area.x + area.width, plane.width);

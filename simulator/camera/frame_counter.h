@@ -1,4 +1,4 @@
-// The print by which one can tell frames and cameras apart.
+// Prints the camera and the frame number into an image.
 #pragma once
 
 #include <cstdint>

@@ -11,7 +11,8 @@
 namespace Simulator {
 namespace {
 
-/// More than can be out, so that a client that gives back too much is found out.
+/// Larger than the number of frame sets that a client can hold, so that returning too many is
+/// detected.
 constexpr size_t kRecycleQueueSize = 2 * FrameSetLedger::kMaxOutstanding;
 
 constexpr uint32_t kTakenBackBit = 1U << 0;
@@ -60,7 +61,7 @@ bool FrameSetClient::offer(const Hidl::FrameSet& frameSet) {
 
 void FrameSetClient::collect() {
     Hidl::FrameSet returned;
-    // The client could fill the queue as fast as it is emptied.
+    // Bounded, because a client could fill the queue as fast as it is emptied.
     for (size_t i = 0; i < kRecycleQueueSize && recycleQueue_.read(&returned); ++i) {
         switch (ledger_.takeBack(returned)) {
             case FrameSetLedger::Verdict::INTACT:

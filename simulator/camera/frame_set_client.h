@@ -1,4 +1,5 @@
-// The service's end of one client's frame-set stream: both of its queues and its account.
+// The service's end of one client's frame-set stream: both queues, and the account of the frame
+// sets handed out.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
@@ -12,18 +13,19 @@
 
 namespace Simulator {
 
-/// What became of frame sets.
+/// Counts of frame sets by their outcome.
 struct FrameSetCounts {
     uint64_t handedOut = 0;
-    /// As they were, once each.
+    /// Returned unchanged, for the first time.
     uint64_t cameBack = 0;
     uint64_t cameTwice = 0;
     uint64_t cameAltered = 0;
-    /// The client took them and ended its stream, or still had them when the service ended.
+    /// Not returned although the client ended its stream properly, or still held when the service
+    /// ended.
     uint64_t neverCameBack = 0;
-    /// Left unread, or taken from clients that died or prepared their stream anew.
+    /// Never read, or held by clients that died or prepared their stream again.
     uint64_t reclaimed = 0;
-    /// Not handed out because the client still had others.
+    /// Not handed out because the client still held others.
     uint64_t dropped = 0;
 
     FrameSetCounts& operator+=(const FrameSetCounts& other);
@@ -38,10 +40,10 @@ class FrameSetClient : public StreamingParty {
     FrameSetClient(const ClientIdentity& client, const Queue::Descriptor& queue,
                    const Hidl::FmqConfig& config);
 
-    /// What is wrong with what the client sent, or what there is no memory for.
+    /// Why the stream is refused: a fault in what the client sent, or a lack of memory.
     Refusal refusal() const;
 
-    /// For the client: the way back.
+    /// The recycle queue, to be passed to the client.
     const Queue::Descriptor& recycleQueue() const { return *recycleQueue_.getDesc(); }
     const Hidl::FmqConfig& recycleConfig() const { return recycleConfig_; }
 
@@ -49,16 +51,16 @@ class FrameSetClient : public StreamingParty {
     /// Waits for a short while until the client takes a frame set. From any thread.
     void awaitRead() { stream_.awaitRead(); }
 
-    /// @return false, and counts a drop, if the client has enough to do
+    /// @return false, and counts a drop, if the client has no room
     bool offer(const Hidl::FrameSet& frameSet);
 
-    /// Takes what came back.
+    /// Reads the recycle queue and updates the account.
     void collect();
 
     const FrameSetLedger& ledger() const { return ledger_; }
 
-    /// As if the client's stream ended now.
-    /// @param isAtFault whether what the client has taken and still has is missed
+    /// The counts that would result if the client's stream ended now.
+    /// @param isAtFault whether frame sets that the client still holds count as never returned
     FrameSetCounts counts(bool isAtFault) const;
 
     std::vector<android::sp<Hidl::IFrameConfigCallback>> callbacks;
@@ -71,7 +73,7 @@ class FrameSetClient : public StreamingParty {
     Hidl::FmqConfig recycleConfig_;
     FrameSetLedger ledger_;
     FrameSetCounts counts_;
-    /// At how many faults to warn; doubled each time, so that the log stays short.
+    /// Number of faults at which to warn next; doubled each time, so that the log stays short.
     uint64_t nextWarning_ = 1;
 };
 

@@ -20,7 +20,7 @@ FrameSetLedger::Verdict FrameSetLedger::takeBack(const Hidl::FrameSet& returned)
                      [&](const Hidl::FrameSet& out) { return out.sequence == returned.sequence; });
     if (found != outstanding_.end()) {
         static_assert(sizeof(Hidl::FrameSet) == 744, "without padding, all bytes count");
-        // What was handed out comes back bit for bit.
+        // A frame set must be returned bit for bit.
         // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         const bool isIntact = std::memcmp(&*found, &returned, sizeof(returned)) == 0;
         outstanding_.erase(found);

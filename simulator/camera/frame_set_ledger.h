@@ -1,4 +1,4 @@
-// The account of the frame sets that one client was given and has to give back.
+// The account of the frame sets that one client has received and must return.
 #pragma once
 
 #include <cstddef>
@@ -17,9 +17,9 @@ class FrameSetLedger {
 
     enum class Verdict {
         INTACT,
-        /// It is not what was handed out, or never was.
+        /// It differs from what was handed out, or was never handed out.
         ALTERED,
-        /// It had come back before.
+        /// It was returned before.
         TWICE,
     };
 
@@ -27,18 +27,18 @@ class FrameSetLedger {
 
     void handOut(const Hidl::FrameSet& frameSet);
 
-    /// A frame set is known by its sequence number if it is not the same any more.
+    /// Identifies an altered frame set by its sequence number.
     Verdict takeBack(const Hidl::FrameSet& returned);
 
     size_t outstanding() const { return outstanding_.size(); }
 
-    /// Whether a frame set that is out has its images in the buffers of that index.
+    /// Whether the client holds a frame set with this buffer index.
     bool holds(uint32_t bufferIndex) const;
 
   private:
     std::vector<Hidl::FrameSet> outstanding_;
     bool isFirst_ = true;
-    // Of all that were handed out.
+    // Range of all frame sets that were handed out.
     uint32_t firstSequence_ = 0;
     uint32_t lastSequence_ = 0;
 };

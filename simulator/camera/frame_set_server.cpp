@@ -13,7 +13,7 @@
 namespace Simulator {
 namespace {
 
-/// Cameras keep no images.
+/// Cameras do not buffer images.
 constexpr std::chrono::milliseconds kNoFifo{0};
 
 }  // namespace
@@ -86,7 +86,8 @@ std::vector<android::sp<Hidl::IFrameConfigCallback>> FrameSetServer::callbacks()
 Hidl::Result FrameSetServer::overrideExposure(
     const ClientIdentity& identity,
     const std::function<Hidl::Result(ExposureControl::Claimant client)>& action) const {
-    // Under the lock: the client may be gone otherwise, and its claim with it.
+    // Runs under the lock: otherwise the client could be removed in between, and its claim would
+    // stay.
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
     return client == nullptr ? Hidl::Result::BAD_STATE : action(client.get());
@@ -238,7 +239,8 @@ void FrameSetServer::deliver(const Batch& batch) {
             return;
         }
     }
-    // Not under the lock: it takes its time, and the buffers are this thread's until they are out.
+    // Draws without the lock, because it takes long. Only this thread uses the buffers until they
+    // are handed out.
     draw(batch, &frameSet);
     handOut(frameSet);
 }
@@ -253,7 +255,7 @@ void FrameSetServer::handOut(const Hidl::FrameSet& frameSet) {
     for (const auto& [client, effects] : recipients) {
         delay = std::max(delay, effects.delay);
     }
-    // Of one, of all: there is one set of images.
+    // A delay for one client delays all: they share one set of images.
     std::this_thread::sleep_for(delay);
     const std::lock_guard lock{mutex_};
     for (const auto& [client, effects] : recipients) {
@@ -315,8 +317,8 @@ void FrameSetServer::onChangeLocked() {
     }
 }
 
-/// For a world that its clients pace: until each of them can take a frame set.
-/// @return false at the service's end
+/// If the clients pace the world: waits until each of them has room for a frame set.
+/// @return false if the service ends
 bool FrameSetServer::awaitRoom() {
     while (!isEnding_) {
         ClientPointer busy;
@@ -337,8 +339,8 @@ bool FrameSetServer::awaitRoom() {
     return false;
 }
 
-/// The sampler makes up for a thread that got to run late. A camera does not: clients whose queues
-/// hold one frame set could not keep up, through no fault of theirs.
+/// After a delay the sampler delivers missed batches at once. A camera skips them: a client's queue
+/// holds only one frame set, so it could not keep up.
 bool FrameSetServer::isTooSoonLocked(const Batch& batch) {
     if (batch.arrival - lastFrameSet_ < batch.period / 2) {
         ++tooSoon_;
@@ -348,20 +350,22 @@ bool FrameSetServer::isTooSoonLocked(const Batch& batch) {
     return false;
 }
 
-/// From the middle of the exposures until the last row has been read, however long they are.
+/// Time from the middle of the exposures until the last row has been read, for the longest possible
+/// exposure.
 std::chrono::nanoseconds FrameSetServer::exposureToArrival() const {
     constexpr ExposureLimits kLimits;
     return std::chrono::nanoseconds{kLimits.maxExposureTime / 2 +
                                     uint64_t{plan_.rowTime} * plan_.height / 2};
 }
 
-/// Of the middle of the exposures.
+/// World time of the middle of the exposures.
 int64_t FrameSetServer::worldTimeOf(const Batch& batch) const {
     return batch.firstWorldTime - exposureToArrival().count();
 }
 
-/// All of the frame set but its images.
-/// @return false if there is none to be taken
+/// Fills in the frame set except for its images.
+/// @return false if no frame set is due, because the stream is disabled or its mux mode does not
+/// serve it
 bool FrameSetServer::beginLocked(const Batch& batch, Hidl::FrameSet* frameSet) {
     const int64_t timestamp = toNanoseconds(batch.firstSample - exposureToArrival());
     if (timestamp >= nextMux_.since) {
@@ -400,7 +404,7 @@ bool FrameSetServer::beginLocked(const Batch& batch, Hidl::FrameSet* frameSet) {
     return true;
 }
 
-/// Where the images of the next frame set are drawn, and for whom.
+/// Chooses the buffer for the images of the next frame set, and collects its recipients.
 uint32_t FrameSetServer::takeBufferLocked() {
     bool isReused = false;
     recipients_.clear();
@@ -414,7 +418,7 @@ uint32_t FrameSetServer::takeBufferLocked() {
     return lastBuffer_;
 }
 
-/// The lowest, so that the others' memory is not used before it has to be.
+/// The lowest free buffer, so that memory of the others is not touched unless needed.
 uint32_t FrameSetServer::freeBufferLocked() const {
     uint32_t buffer = 0;
     while (std::any_of(clients_.begin(), clients_.end(), [&](const ClientPointer& client) {
@@ -441,7 +445,8 @@ void FrameSetServer::draw(const Batch& batch, Hidl::FrameSet* frameSet) {
 }
 
 void FrameSetServer::onRemovedLocked(FrameSetClient& client) {
-    // Its account is closed: a frame set that is being drawn for it is not handed out any more.
+    // Closes the client's account: a frame set that is being drawn is not handed out to it any
+    // more.
     client.isStarted = false;
     client.collect();
     countsOfFormerClients_ += client.counts(client.isDisconnected);

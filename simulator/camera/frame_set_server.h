@@ -1,4 +1,4 @@
-// The stream of one kind of cameras: draws their images and hands them out to the clients.
+// The stream of one kind of cameras: draws images and hands frame sets out to the clients.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
@@ -23,17 +23,17 @@
 
 namespace Simulator {
 
-/// Clients come and go as those of a StreamServer. All of them see the same images: a buffer is
-/// drawn into again when no client has a frame set that names it any more.
+/// Registers clients like a StreamServer. All clients see the same images. A buffer is reused when
+/// no client holds a frame set that names it.
 ///
 /// Threading: frame sets on the sampler's thread, everything else on HIDL threads.
 class FrameSetServer : public StreamRegister<FrameSetClient> {
   public:
-    /// Fewer than of other streams: each takes image memory, and all of it is passed to every
-    /// client.
+    /// Fewer than for other streams: each client needs image memory, and all of that is shared with
+    /// every client.
     static constexpr size_t kMaxClients = 8;
     static constexpr size_t kMaxCallbacks = 16;
-    /// Every client can have all that it may, and one is free.
+    /// Enough for every client to hold its maximum, plus one to draw into.
     static constexpr size_t kBuffers = kMaxClients * FrameSetLedger::kMaxOutstanding + 1;
 
     /// @param source draws the images
@@ -43,15 +43,16 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     const CameraStreamPlan& plan() const { return plan_; }
     const ImageSource& source() const { return *source_; }
 
-    /// For frame sets that come by play() instead of being taken at the stream's rate: has
-    /// `function` called, under the server's lock, whenever somebody begins to listen or nobody
-    /// does any more. To be set once, before there are clients.
+    /// Sets a function that is called, under the server's lock, when the first client starts and
+    /// when the last one stops. With it, frame sets come from play() instead of from the sampler.
+    /// Call this once, before there are clients.
     void onListened(std::function<void(bool isListened)> function) {
         onListened_ = std::move(function);
     }
-    /// Hands out a frame set, its images drawn by the source. On one thread at a time.
-    /// @param frameSet as it is but for the images' place in memory; a frame without an image has a
-    /// frame type of its own
+    /// Has the source draw the images of a frame set and hands it out. Call it from one thread at a
+    /// time.
+    /// @param frameSet complete except for the buffer, size and format of its images; a frame
+    /// without an image has frame type NOT_RECEIVED or INVALID
     void play(Hidl::FrameSet frameSet);
 
     /// Whether there was memory for the images.
@@ -67,7 +68,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
                              const android::sp<Hidl::IFrameConfigCallback>& callback);
     std::vector<android::sp<Hidl::IFrameConfigCallback>> callbacks() const;
 
-    /// Lets a client act on the exposure. @return BAD_STATE if its stream is not prepared
+    /// Calls `action` for a client, under the lock. @return BAD_STATE if its stream is not prepared
     Hidl::Result overrideExposure(
         const ClientIdentity& identity,
         const std::function<Hidl::Result(ExposureControl::Claimant client)>& action) const;
@@ -76,20 +77,20 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     Hidl::CameraStreamMetadata metadata() const;
     Hidl::CameraStreamConfiguration configuration() const;
 
-    // What is none of the values is refused with FAILURE.
+    // These return FAILURE for unknown enumeration values.
     Hidl::Result setResolutions(const std::vector<Hidl::Resolution>& resolutions);
     Hidl::Result setSyncMode(Hidl::CameraSyncMode mode);
     Hidl::Result setFrameRate(Hidl::FrameRate rate);
     void setPhaseOffset(uint64_t offset);
-    /// Whether images are taken at all.
+    /// Switches all frame sets of the stream on or off.
     void setEnabled(bool isEnabled);
 
     /// @param header of the mux state
-    /// @param since when it holds: CLOCK_MONOTONIC, in ns
-    /// @param isServed whether the mode has the stream's purpose
+    /// @param since when the state takes effect: CLOCK_MONOTONIC, in ns
+    /// @param isServed whether the mode serves the stream's purpose
     void setMux(uint32_t header, int64_t since, bool isServed);
 
-    /// No more frame sets, for good. Takes back what the clients have given back.
+    /// Stops handing out frame sets, permanently, and collects those that clients have returned.
     void stop();
 
     FrameSetCounts counts() const;
@@ -142,7 +143,7 @@ class FrameSetServer : public StreamRegister<FrameSetClient> {
     uint32_t nextSequence_ = 0;
     WorldClock::Time lastFrameSet_;
     uint32_t lastBuffer_ = 0;
-    /// Whom the frame set in the making is for, and which faults it has for each of them.
+    /// Recipients of the frame set that is being drawn, with the faults for each.
     std::vector<std::pair<ClientPointer, StreamEffects>> recipients_;
     uint64_t tooSoon_ = 0;
     std::atomic<bool> isEnding_{false};

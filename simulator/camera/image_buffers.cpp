@@ -25,7 +25,7 @@ ImageBuffers::~ImageBuffers() {
 }
 
 bool ImageBuffers::add(const std::string& name) {
-    // Not ashmem: its seals are complete, and there is one more to set.
+    // Not ashmem, because that already has its final seals, and F_SEAL_FUTURE_WRITE is needed too.
     const android::base::unique_fd region(
         memfd_create(name.c_str(), MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (ftruncate(region.get(), static_cast<off_t>(size_)) != 0) {
@@ -41,7 +41,8 @@ bool ImageBuffers::add(const std::string& name) {
     if (pixels == MAP_FAILED) {
         return false;
     }
-    // Whoever has a descriptor of it can open it for writing, and then cannot write all the same.
+    // A process with a descriptor could open the memory for writing through /proc; the seal
+    // prevents writing all the same.
     fcntl(region.get(), F_ADD_SEALS,
           F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_FUTURE_WRITE | F_SEAL_SEAL);
     buffers_.push_back({std::move(readOnly), static_cast<uint8_t*>(pixels)});

@@ -21,7 +21,7 @@ class ImageBuffers {
     ImageBuffers(const ImageBuffers&) = delete;
     ImageBuffers& operator=(const ImageBuffers&) = delete;
 
-    /// Whether there was memory for them; they are not to be used otherwise.
+    /// False if memory was exhausted; then the buffers must not be used.
     bool isValid() const { return isValid_; }
 
     uint8_t* pixels(size_t index) const { return buffers_[index].pixels; }

@@ -10,7 +10,7 @@
 
 namespace Simulator {
 
-/// Memory of an image, of the size and format that the stream has at some resolution.
+/// Memory of one image, in the stream's format and one of its sizes.
 struct PixelPlane {
     uint8_t* pixels;
     Hidl::PixelFormat format;
@@ -25,7 +25,7 @@ struct PixelPlane {
 struct ImageRequest {
     const CameraStreamPlan& stream;
     const CameraPlan& camera;
-    /// Of the frame, as clients get it.
+    /// The frame's sequence number, as clients get it.
     uint32_t sequence;
     /// Middle of the middle row's exposure, in ns since the world's start.
     int64_t worldTime;
@@ -37,8 +37,8 @@ struct CalibrationTexts {
     std::string device;
 };
 
-/// Threading: draw is called on one thread for each stream, at the same time for several of them;
-/// the rest on any thread.
+/// Threading: draw is called concurrently for different streams, but on one thread for each; the
+/// others on any thread.
 class ImageSource {
   public:
     ImageSource() = default;
@@ -46,19 +46,19 @@ class ImageSource {
     ImageSource(const ImageSource&) = delete;
     ImageSource& operator=(const ImageSource&) = delete;
 
-    /// Makes what draw needs at full resolution, so that the first image is not late.
+    /// Prepares what draw needs at full resolution, so that the first image is not late.
     virtual void prepare(const CameraStreamPlan& /*stream*/) {}
 
-    /// Fills the plane; the bytes between its rows stay as they are.
+    /// Draws into the plane; leaves the bytes between its rows unchanged.
     /// @return false if there is no such image
     virtual bool draw(const ImageRequest& request, const PixelPlane& plane) = 0;
 
-    /// The calibration of the camera that draw has at full resolution, for clients.
-    /// @param sessionData names of what clients have written of online calibration
+    /// The calibration texts for clients, which describe draw at full resolution.
+    /// @param sessionData names under which clients have written online calibration
     virtual CalibrationTexts calibration(const CameraStreamPlan& stream, const CameraPlan& camera,
                                          const std::vector<std::string>& sessionData) const = 0;
 
-    /// How bright what the cameras see is, for the automatic exposure; 1 in the usual light.
+    /// Brightness of the scene, for the automatic exposure; 1 in the usual light.
     virtual double brightness(int64_t /*worldTime*/) const { return 1; }
 };
 

@@ -28,7 +28,7 @@ const std::vector<MuxModePlan>& muxModePlans() {
     return plans;
 }
 
-/// Null if there is none of that name.
+/// Null if there is no mode of that name.
 const MuxModePlan* findPlan(const std::string& name) {
     const auto& plans = muxModePlans();
     const auto found = std::find_if(plans.begin(), plans.end(),
@@ -43,14 +43,14 @@ bool serves(const MuxModePlan& mode, const std::string& purpose) {
 constexpr std::chrono::nanoseconds kSlot = std::chrono::nanoseconds(std::chrono::seconds(1)) / 60;
 constexpr uint32_t kSlots = MuxControl::kSlots;
 
-/// Bit i: its cameras are used in slot i.
+/// Bit i is set if the stream's cameras are used in slot i.
 uint32_t slotsOf(const CameraStreamPlan& stream) {
     return stream.frameRate >= Hidl::FrameRate::FPS_60 ? 0b11 : 0b01;
 }
 
-/// From when on a mode holds that is applied now.
+/// When a mode takes effect that is applied now.
 int64_t beginOf(uint8_t transition, WorldClock::Time now) {
-    // Enough for the clients to be told before.
+    // Long enough to notify clients before.
     constexpr std::chrono::milliseconds kNotice{2};
     const std::chrono::nanoseconds soonest = now.time_since_epoch() + kNotice;
     const std::chrono::nanoseconds cycle = kSlots * kSlot;
@@ -170,10 +170,10 @@ Hidl::Result MuxControl::apply(const std::string& mode, uint8_t transition) {
         state = state_;
     }
     ALOGI("mux mode %s", plan->name.c_str());
-    // The clients first: they are told before the first frame set that it applies to.
+    // Notifies clients first, so that they know the state before its first frame set.
     for (const auto& server : servers_) {
         for (const auto& callback : server->callbacks()) {
-            // Of a client that has just died, there is nobody to tell.
+            // A failure means that the client has just died.
             static_cast<void>(callback->handleCameraConfigUpdate(state).isOk());
         }
     }

@@ -1,4 +1,4 @@
-// How the cameras are shared among their purposes, and which clients are told of changes.
+// Shares the cameras among their purposes, and notifies clients of changes.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/IFrameConfigCallback.h>
@@ -13,8 +13,8 @@
 
 namespace Simulator {
 
-/// A mode's cycle has two slots, of a frame set at 60 Hz each; cameras of lower rates are used in
-/// the first of them only. A stream whose purpose is not served has no frame sets.
+/// A mode's cycle has two slots, each of one frame set at 60 Hz; cameras with lower rates are used
+/// in the first slot only. A stream whose purpose the mode does not serve has no frame sets.
 ///
 /// Threading: any thread. A client that does not listen delays changes of the mode, but no frame
 /// set and no registration of another client.
@@ -26,11 +26,11 @@ class MuxControl {
     MuxControl(std::vector<android::sp<FrameSetServer>> servers,
                std::shared_ptr<const WorldClock> clock);
 
-    /// @param transition 0 switches at the end of the cycle, 1 at once
-    /// @return FAILURE for a mode or transition that there is not
+    /// @param transition 0: switches at the end of the cycle, 1: at once
+    /// @return FAILURE for an unknown mode or transition
     Hidl::Result apply(const std::string& mode, uint8_t transition);
 
-    /// As FrameSetServer::addCallback. @param state receives the one in force
+    /// Like FrameSetServer::addCallback. @param state receives the current state
     Hidl::Result addCallback(FrameSetServer& server,
                              const android::sp<Hidl::ISensorClient>& identity,
                              const android::sp<Hidl::IFrameConfigCallback>& callback,
@@ -39,7 +39,7 @@ class MuxControl {
   private:
     const std::vector<android::sp<FrameSetServer>> servers_;
     const std::shared_ptr<const WorldClock> clock_;
-    std::mutex applyMutex_;  // one change after the other; taken before the other lock
+    std::mutex applyMutex_;  // serialises changes; locked before mutex_
     std::mutex mutex_;
     Hidl::MuxState state_;  // guarded by mutex_
 };

@@ -1,4 +1,4 @@
-// Values are counted as those of 8 bits until they are written.
+// Computes with pixel values of 8 bits (0 to 255), and converts them when it writes.
 #include "camera/readout.h"
 
 #include <algorithm>
@@ -17,13 +17,13 @@ constexpr float kWhite = 255;
 constexpr float kFullWell = 9'000;  // electrons of a white pixel at gain 1
 constexpr float kReadNoise = 0.6F;  // at gain 1
 
-// Of depths, in mm.
+// Depths in mm.
 constexpr float kLeastDepth = 150;
 constexpr float kGreatestDepth = 8'000;
-constexpr float kDepthNoise = 1;           // at the camera
-constexpr float kDepthNoisePerMetre2 = 1;  // further off
+constexpr float kDepthNoise = 1;           // at a distance of 0
+constexpr float kDepthNoisePerMetre2 = 1;  // times the squared distance
 
-/// Normal numbers; each tile begins somewhere in them.
+/// A table of normally distributed numbers; each tile starts at a random place in it.
 const std::vector<float>& noiseTable() {
     constexpr size_t kStarts = 1U << 14;
     static const std::vector<float> table = [] {

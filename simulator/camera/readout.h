@@ -1,4 +1,4 @@
-// What an image sensor makes of the light that falls on it.
+// Converts the light on an image sensor to pixel values.
 #pragma once
 
 #include <cstdint>
@@ -13,17 +13,17 @@ namespace Simulator {
 /// Middle of a row's exposure, in ns from that of the middle row.
 int64_t exposureOfRow(const ImageRequest& request, const PixelPlane& plane, double row);
 
-/// One exposure: values go with time, gain and the lamps' light during each row's exposure, and are
-/// blurred by the noise of photons and of the electronics, both of which the gain multiplies.
-/// The noise of a pixel is a function of seed, camera, frame and place.
+/// Reads out one exposure. Values are proportional to exposure time, gain and the lamps' light
+/// during each row's exposure, plus photon and read noise, which the gain multiplies. The noise of
+/// a pixel is a function of seed, camera, frame and position.
 ///
-/// Threading: constant, for any thread; distinct tiles at the same time.
+/// Threading: immutable. Any thread may use it; different threads must write different tiles.
 class Readout {
   public:
     Readout(const ImageRequest& request, const RoomLight& lamps, uint64_t seed,
             const PixelPlane& plane);
 
-    /// Writes what of the tile lies in the plane.
+    /// Writes the part of the tile that lies in the plane.
     void write(const Tile& tile) const;
 
   private:
@@ -35,10 +35,11 @@ class Readout {
 
     const PixelPlane plane_;
     uint64_t noiseKey_;
-    /// By row, up to whole tiles: value for light, at the usual light of the room.
+    /// Pixel value per unit of light for each row, at the usual light of the room. Padded to whole
+    /// tiles.
     std::vector<float> lampGain_;
     float ledGain_;
-    // Variance of a value: for each unit of it, and always.
+    // Variance of a value: the part proportional to it, and the constant part.
     float photonNoise_;
     float readNoise_;
 };

@@ -35,8 +35,8 @@ Vector eyeBefore(const CameraPlan& camera) {
     return camera.mount * Vector(0, 0, kEyeCameraDistance);
 }
 
-/// Drawing is nearly all of the service's work. On a busy machine, images may be missed rather than
-/// samples of the other sensors, which take next to no time.
+/// Lowers the priority of the drawing thread. Drawing is nearly all of the service's work, and on a
+/// busy machine it is better to miss images than samples of other sensors.
 void giveWayToOtherThreads() {
     constexpr int kNice = 10;
     thread_local const int done = setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNice);
@@ -122,8 +122,8 @@ const EyeRenderer& WorldImages::eyeRendererOf(const CameraStreamPlan& stream,
     return *made;
 }
 
-/// How many moments of the exposure make its motion blur: none moves the image by much more than
-/// three pixels from the one before, unless the head turns very fast.
+/// Number of moments that are averaged for motion blur. Chosen so that the image moves by at most
+/// about three pixels from one moment to the next, unless the head turns very fast.
 uint32_t WorldImages::momentsOf(const ImageRequest& request) const {
     constexpr double kPixelsApart = 3;
     constexpr double kMostMoments = 3;
@@ -173,7 +173,7 @@ void WorldImages::drawEye(const ImageRequest& request, const PixelPlane& plane) 
     const Vector eye = eyeBefore(request.camera);
     const EyeRenderer& renderer =
         eyeRendererOf(request.stream, request.camera, plane.width, plane.height);
-    // In pulses in the middle of the exposure, as long as it lasts.
+    // The LEDs pulse in the middle of the exposure; light outside of it does not count.
     constexpr double kUsualCharge = 20'000.0 * 400;  // in uA times us
     const double exposure = static_cast<double>(request.exposure.exposureTime) / 1000;
     std::array<float, EyeRenderer::kIlluminators> illuminators{};
@@ -182,7 +182,7 @@ void WorldImages::drawEye(const ImageRequest& request, const PixelPlane& plane) 
                                   : Hidl::FaceEyeTrackingLedGroup::RIGHT_EYE;
         if (led.group == group && led.channel < illuminators.size()) {
             const double charge = led.current * std::min<double>(led.pulseWidth, exposure);
-            // Light of an exposure is counted as that of lamps is, which shine all the time.
+            // Expresses the pulse's light as that of a lamp that shines during the whole exposure.
             const double usual = static_cast<double>(kAutomaticExposure.exposureTime) / 1000;
             illuminators[led.channel] =
                 static_cast<float>(charge / kUsualCharge * usual / exposure);

@@ -21,8 +21,8 @@
 
 namespace Simulator {
 
-/// What is expensive is made when a stream is prepared, or when the first image of another
-/// resolution is drawn.
+/// Renderers are expensive. They are made when a stream is prepared, or when the first image of
+/// another resolution is drawn.
 class WorldImages : public ImageSource {
   public:
     /// Throws std::runtime_error if a file of the settings cannot be written.
@@ -53,7 +53,7 @@ class WorldImages : public ImageSource {
     const std::shared_ptr<const World> world_;
     const std::shared_ptr<const RoomLight> lamps_;
     const android::sp<const LedService> leds_;
-    std::mutex mutex_;  // guards what is made when it is needed
+    std::mutex mutex_;  // guards the renderers below
     std::unique_ptr<const Room> room_;
     // By camera and width.
     Cache<Renderer> renderers_;

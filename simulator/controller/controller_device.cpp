@@ -16,17 +16,17 @@ using Hidl::Result;
 constexpr std::chrono::milliseconds kConnectTime{100};
 constexpr std::chrono::seconds kReportInterval{1};
 
-// Of the battery, in each second.
+// Fraction of the battery that is used in a second.
 constexpr double kBatteryForRadio = 1 / (30 * 3600.0);
 constexpr double kBatteryForHaptics = 1 / (4 * 3600.0);
 
-// In degrees Celsius, and what brings a controller nearer to them in each second.
+// In degrees Celsius.
 constexpr double kRoomTemperature = 25;
 constexpr double kWarmthInUse = 6;
 constexpr double kWarmthOfHaptics = 3;
 constexpr double kWarming = 1 / 180.0;
 
-/// Without a terminating zero if the text fills the field.
+/// Copies a text into a field. A text that fills the field has no terminating zero.
 template <size_t Size>
 android::hardware::hidl_array<uint8_t, Size> textField(const std::string& text) {
     std::array<uint8_t, Size> field{};
@@ -237,7 +237,7 @@ bool ControllerDevice::setThumbstickRange(const Hidl::ThumbstickADCRange& range)
 }
 
 bool ControllerDevice::setDeadzone(float deadzone) {
-    // Not a number is in no range.
+    // Written so that NaN is refused.
     if (!has(ControllerFeature::THUMBSTICK) || !(deadzone >= 0 && deadzone <= 1)) {
         return false;
     }

@@ -1,4 +1,4 @@
-// One simulated controller: what it is, the state it is in, its settings.
+// One simulated controller: its identity, state and settings.
 #pragma once
 
 #include <array>
@@ -22,7 +22,7 @@ struct ControllerIdentity {
     std::string model;
     std::string serialNumber;
     std::array<uint8_t, 5> productCode;
-    /// What it has; what it is in the middle of comes on top.
+    /// Permanent feature bits. Bits for a running mode or update are added to them.
     uint32_t features;
 };
 
@@ -35,16 +35,17 @@ class ControllerDevice {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// @param isPaired whether it is connected from the beginning; otherwise it advertises itself
+    /// @param isPaired whether it is paired and connected from the beginning; otherwise it
+    /// advertises itself
     ControllerDevice(ControllerIdentity identity, ControllerModel controllerModel, bool isPaired);
 
     const ControllerIdentity& identity() const { return identity_; }
     bool isPaired() const { return isPaired_; }
     bool isConnected() const { return connection_ == Hidl::ControllerConnection::CONNECTED; }
-    /// A fault keeps its samples from coming in.
+    /// Whether a fault prevents its samples from arriving.
     bool isCutOff() const { return effects_.isCutOff(); }
     Hidl::ControllerConnection connection() const { return connection_; }
-    /// Its samples come in.
+    /// Whether its samples arrive.
     bool isSampled() const { return isConnected() && !isUpdating_ && !isCutOff(); }
     bool has(Hidl::ControllerFeature feature) const {
         return (identity_.features & maskOf(feature)) != 0;
@@ -60,7 +61,8 @@ class ControllerDevice {
     bool sleep();
     bool wake(Time now);
 
-    /// To be called all the time, without effects too: those that are over end with it.
+    /// Applies the effects of current faults. Call it in every cycle, even without effects: it also
+    /// ends those that are over.
     void suffer(const ControllerEffects& effects, Time now);
 
     /// Lets time pass: connects what is connecting, drains the battery, warms up or cools down.
@@ -72,13 +74,13 @@ class ControllerDevice {
     /// In degrees Celsius.
     double temperature() const { return temperature_; }
 
-    /// From now on its state is what was recorded; only faults change it, commands do not.
+    /// Sets the state to a recorded one. From then on commands do not change it; only faults do.
     void setRecorded(const Hidl::PairedControllerInfo& info);
 
     Hidl::PairedControllerInfo info() const;
     Hidl::AdvertisingControllerInfo advertisement() const;
 
-    /// Keeps it if it can be.
+    /// Stores the setting if it is valid. @return whether it is
     bool setLed(const Hidl::ControllerLedConfig& config);
     const Hidl::ControllerLedConfig& led() const { return led_; }
     bool setThumbstickRange(const Hidl::ThumbstickADCRange& range);
@@ -87,9 +89,9 @@ class ControllerDevice {
 
     ControllerModel model;
     HapticsPlayer haptics;
-    /// Whom the last haptic command came from.
+    /// The client that sent the last haptic command.
     const void* hapticsOwner = nullptr;
-    /// Of the next sample of each kind.
+    /// Sequence numbers of the next samples, by kind.
     struct {
         uint32_t inputs = 0;
         uint32_t imu = 0;
@@ -100,7 +102,7 @@ class ControllerDevice {
 
   private:
     void connect(Time now);
-    /// What the faults make of a connection.
+    /// The connection state that faults impose on `connection`.
     Hidl::ControllerConnection afflicted(Hidl::ControllerConnection connection) const;
 
     const ControllerIdentity identity_;
@@ -112,7 +114,7 @@ class ControllerDevice {
     uint32_t firmwareRevision_ = 0;
     Time connectedAt_{};
     Time nextReport_{};
-    double charge_ = 0.9;  // of 1
+    double charge_ = 0.9;  // 0 to 1
     double temperature_ = 25;
     bool isChanged_ = false;
     std::optional<Hidl::PairedControllerInfo> recorded_;

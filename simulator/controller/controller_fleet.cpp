@@ -362,7 +362,7 @@ bool ControllerFleet::isOn(Hidl::ControllerAddr controller, Switches switches) c
     });
 }
 
-/// Not under the lock: who is told will ask.
+/// Call it without the lock: the function calls isOn().
 void ControllerFleet::notifySwitch() const {
     if (onSwitch_) {
         onSwitch_();
@@ -379,7 +379,7 @@ bool ControllerFleet::deliverPose(const Hidl::PoseOutput& pose) {
     return true;
 }
 
-/// Numbers the poses anew: they may have come from more than one sender.
+/// Renumbers the poses, because they may come from more than one sender.
 void ControllerFleet::writePoseLocked(ControllerDevice* device, const Hidl::PoseOutput& pose) {
     Hidl::PoseInput record = toPoseInput(pose);
     record.sequence = device->sequences.poses++;
@@ -412,7 +412,7 @@ void ControllerFleet::takeInputs(const Batch& batch) {
     const Time now = batch.arrival;
     const SampleInstant instant = instantOf(batch, 0);
     if (!isSampled_) {
-        // There is nothing to take, but faults come and go.
+        // A playback has nothing to sample, but faults must be applied.
         const std::lock_guard lock{mutex_};
         for (ControllerDevice& device : devices_) {
             device.suffer(faults_->onController(device.identity().name), now);

@@ -1,5 +1,5 @@
-// The simulated controllers and their radio link to the headset: their state, and their records as
-// they come in.
+// The simulated controllers and their radio link to the headset: their state, and the stream of
+// their records.
 #pragma once
 
 #include <chrono>
@@ -22,9 +22,10 @@
 
 namespace Simulator {
 
-/// What one streaming client has switched on; it ends with the client. Guarded by the fleet's lock.
+/// The controllers that one streaming client has enabled. Removed with the client. Guarded by the
+/// fleet's lock.
 struct StreamingListener {
-    /// Whose streams it is for.
+    /// The process whose streams get the records.
     int process;
     /// Addresses of controllers.
     std::set<uint64_t> enabled;
@@ -32,15 +33,14 @@ struct StreamingListener {
 };
 
 /// Threading: every method may be called from any thread. Records are written under the fleet's
-/// lock, so that clients get all changes in the order in which they came about; no call to a client
-/// is made under it.
+/// lock, so that clients get all changes in order; clients are never called under it.
 class ControllerFleet {
   public:
     using Time = ControllerDevice::Time;
 
     ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
                     std::shared_ptr<WorldClock> clock, const std::shared_ptr<const World>& world);
-    /// Of controllers that are not sampled: their records come by play().
+    /// For controllers of a recording: they are not sampled, and their records come from play().
     ControllerFleet(const std::shared_ptr<Faults>& faults, std::shared_ptr<WorldClock> clock,
                     std::vector<ControllerDevice> devices);
 
@@ -50,14 +50,15 @@ class ControllerFleet {
 
     std::vector<Hidl::PairedControllerInfo> paired() const;
     std::vector<Hidl::AdvertisingControllerInfo> advertising() const;
-    /// @return FAILURE if no such controller advertises itself
+    /// @return FAILURE if no controller with this address advertises itself
     Hidl::Result pair(Hidl::ControllerAddr address);
-    /// @return FAILURE if no such controller is paired, BAD_STATE while it is updated
+    /// @return FAILURE if no controller with this address is paired, BAD_STATE while its firmware
+    /// is updated
     Hidl::Result unpair(Hidl::ControllerAddr address);
 
-    /// Calls `action` with the paired controller of that address, and tells the clients what it
-    /// changed.
-    /// @return what `action` returned; `otherwise` if there is no such controller
+    /// Calls `action` with the paired controller of that address, and sends changes of its state to
+    /// the clients.
+    /// @return the result of `action`; `otherwise` if there is no such controller
     template <typename Answer, typename Action>
     Answer with(Hidl::ControllerAddr address, Answer otherwise, const Action& action) {
         const std::lock_guard lock{mutex_};
@@ -69,7 +70,7 @@ class ControllerFleet {
         publishLocked();
         return answer;
     }
-    /// As `with`, by the hand that holds it.
+    /// Like `with`, but finds the controller by the hand that holds it.
     template <typename Action>
     bool withHand(Hidl::ControllerHand hand, const Action& action) {
         const std::lock_guard lock{mutex_};
@@ -81,9 +82,9 @@ class ControllerFleet {
         return false;
     }
 
-    /// @return false if there are too many, of all or of its process
+    /// @return false if there are too many listeners, in total or of its process
     bool add(const std::shared_ptr<StreamingListener>& listener);
-    /// Ends what it plays, too.
+    /// Also stops the haptics that it plays.
     void remove(const std::shared_ptr<StreamingListener>& listener);
     /// These two: @return false if there is no such controller
     bool enable(StreamingListener* listener, Hidl::ControllerAddr address, bool isOn);
@@ -92,25 +93,26 @@ class ControllerFleet {
     /// These two, in dB and dBm: @return false if the radio cannot do it
     bool setTransmitPowerBoost(int8_t boost);
     bool setMaxTransmitPower(int8_t power);
-    /// @return false if it leaves no channel
+    /// @return false if every channel would be blocked
     bool setBlocklist(uint32_t channels);
     uint32_t blocklist() const;
 
-    /// The radio pairs until that is completed, or for some seconds.
+    /// The radio stays in pairing mode until completePairing(), or for some seconds.
     void enterPairingMode();
     void completePairing();
 
-    /// The number of the next message of a controller; none if it is not paired.
+    /// Sequence number of a controller's next message; empty if the controller is not paired.
     std::optional<uint32_t> nextMessage(Hidl::ControllerAddr address);
 
-    /// Whether the poses come from the owner of the state instead of the simulated hands.
+    /// Chooses where poses come from: the owner of the state, or the simulated hands.
     void setTracked(bool isTracked);
     /// @return false if there is no such controller
     bool deliverPose(const Hidl::PoseOutput& pose);
 
     using Switches = std::set<uint64_t> StreamingListener::*;
 
-    /// Writes a record to those who have it on for its controller, unless a fault keeps it back.
+    /// Writes a recorded record to the clients that have enabled it for the controller, unless a
+    /// fault cuts the controller off.
     template <typename Record>
     void play(const ControllerStreams::Stream<Record>& stream, const Record& record,
               Hidl::ControllerAddr controller, Switches switches) {
@@ -120,15 +122,15 @@ class ControllerFleet {
             stream->write({record}, listenersOf(switches, controller));
         }
     }
-    /// Writes a state, which the controller then has.
+    /// Sets the controller's state to a recorded one and sends it to the clients.
     void play(const Hidl::PairedControllerInfo& info);
-    /// Whether any client has it on for the controller.
+    /// Whether any client has enabled the samples of the controller.
     bool isOn(Hidl::ControllerAddr controller, Switches switches) const;
-    /// Has `function` called whenever that may have changed. To be set once, before there are
-    /// clients.
+    /// Sets a function that is called when the result of isOn() may have changed. Call this once,
+    /// before there are clients.
     void onSwitch(std::function<void()> function) { onSwitch_ = std::move(function); }
 
-    /// No more samples, for good.
+    /// Stops all samples, permanently.
     void stop();
     std::vector<std::string> summary() const;
 
@@ -138,7 +140,7 @@ class ControllerFleet {
     ControllerFleet(const ControllerSettings& settings, const std::shared_ptr<Faults>& faults,
                     std::shared_ptr<WorldClock> clock, bool isSampled);
 
-    /// Once it is known which controllers there are.
+    /// Called by the constructors when devices_ is complete.
     void begin();
     void takeInputs(const Batch& batch);
     void takeImuSamples(const Batch& batch);
@@ -150,7 +152,7 @@ class ControllerFleet {
 
     ControllerDevice* findLocked(Hidl::ControllerAddr address);
     ControllerDevice* findPairedLocked(Hidl::ControllerAddr address);
-    /// For the writing of a stream: whether a process has that on for the controller.
+    /// Predicate for StreamClients::write: whether a process has enabled the controller.
     std::function<bool(int process)> listenersOf(Switches switches,
                                                  Hidl::ControllerAddr controller) const;
     void notifySwitch() const;
@@ -172,7 +174,7 @@ class ControllerFleet {
     Time pairingUntil_{};
     bool isTracked_ = false;
     uint64_t ticks_ = 0;
-    // The last: their threads use all of the others.
+    // Last members: their threads use all the others.
     Sampler imuSampler_;
     Sampler inputSampler_;
 };

@@ -25,8 +25,8 @@ int64_t blowBefore(int64_t worldTime) {
     return worldTime / kBlowInterval * kBlowInterval;
 }
 
-/// Lets a motion give way to the nearest blow and come back: as the fourth power of a sine, which
-/// begins and ends at rest.
+/// Adds the nearest blow to a motion: a displacement with the shape of sin^4, which begins and ends
+/// at rest.
 void addBlow(int64_t worldTime, Motion* motion) {
     const int64_t blow = blowBefore(worldTime + kBlowInterval / 2);
     const double phase = M_PI * (toSeconds(worldTime - blow) / kBlowDuration + 0.5);
@@ -42,7 +42,7 @@ void addBlow(int64_t worldTime, Motion* motion) {
     motion->acceleration.z() -= depth * rate * rate * 4 * sine * sine * (3 - 4 * sine * sine);
 }
 
-/// Of a value from -1 to 1 on the converter's scale.
+/// Converts a value from -1 to 1 to the ADC's scale.
 uint16_t convert(double value) {
     constexpr auto kRange = ThumbstickCalibration::kFactoryRange;
     const double way = kRange.maximumX - kRange.minimumX;
@@ -74,7 +74,7 @@ Motion ControllerModel::motionAt(int64_t worldTime) const {
 }
 
 float ControllerModel::pull(const SampleInstant& instant, uint32_t input) const {
-    // Each input at a pace of its own, so that all combinations come.
+    // Each input has its own period, so that all combinations occur.
     const double period = 2 + 0.25 * input;
     const double wave = std::sin(2 * M_PI / period * toSeconds(instant.worldTime) + grip_.phase);
     return static_cast<float>(std::max(0.0, wave));
@@ -244,7 +244,7 @@ Hidl::PoseInput toPoseInput(const Hidl::PoseOutput& pose) {
     for (size_t i = 0; i < 6; ++i) {
         record.variance[i] = 1e-5F * (2 - pose.confidence);
     }
-    // The world's downwards, seen from the controller.
+    // The world's down direction in the controller's axes.
     record.gravity[0] = -g * 2 * (q[0] * q[2] - q[3] * q[1]);
     record.gravity[1] = -g * 2 * (q[1] * q[2] + q[3] * q[0]);
     record.gravity[2] = -g * (1 - 2 * (q[0] * q[0] + q[1] * q[1]));

@@ -1,4 +1,4 @@
-// What the sensors and inputs of one simulated controller report at a moment.
+// Computes the readings of one simulated controller's sensors and inputs.
 #pragma once
 
 #include <array>
@@ -14,9 +14,9 @@
 
 namespace Simulator {
 
-/// How the thumbstick's converter is read.
+/// Calibration of the thumbstick's ADC.
 struct ThumbstickCalibration {
-    /// What the converter gives at the ends of the stick's way.
+    /// ADC readings at the ends of the stick's travel.
     static constexpr Hidl::ThumbstickADCRange kFactoryRange{200, 3900, 200, 3900};
     static constexpr float kFactoryDeadzone = 0.1F;
 
@@ -28,12 +28,12 @@ struct ThumbstickCalibration {
 struct Grip {
     Hand hand;
     Pose place;  ///< hand from controller
-    /// By which its fingers are ahead of another's, in rad.
+    /// Phase of the finger motion in rad, so that hands differ.
     double phase;
 };
 
-/// A function of time. A finger that pulls, hovers and lets go moves everything that has no motion
-/// of its own, and every other second the controller strikes something below it.
+/// A function of time. Inputs without a motion of their own follow a finger that pulls, hovers and
+/// lets go, and every other second the controller strikes something below it.
 ///
 /// Threading: one thread at a time.
 class ControllerModel {
@@ -52,13 +52,13 @@ class ControllerModel {
     /// @param temperature of the controller, in degrees Celsius
     Hidl::ControllerImuData imu(const SampleInstant& instant, double temperature);
     Hidl::PoseOutput pose(const SampleInstant& instant) const;
-    /// The blow of the period that ends with the instant, if there was one.
+    /// The collision during the sample period that ends at the instant; empty if there was none.
     std::optional<Hidl::ControllerCollisionEvent> collision(const SampleInstant& instant) const;
 
   private:
     Hidl::ControllerSampleHeader header(const SampleInstant& instant) const;
     Motion motionAt(int64_t worldTime) const;
-    /// Of a finger on the input of that number: 0 (away) to 1.
+    /// Position of a finger on the input of that number: 0 (away) to 1 (full pull).
     float pull(const SampleInstant& instant, uint32_t input) const;
 
     Hidl::ControllerAddr address_;
@@ -67,11 +67,11 @@ class ControllerModel {
     InertialSensor inertial_;
 };
 
-/// The stick's place, each axis -1 to 1, as the calibration has it.
+/// The stick's position according to the calibration, -1 to 1 for each axis.
 std::array<float, 2> thumbstickOf(const Hidl::ControllerInputADCData& adc,
                                   const ThumbstickCalibration& calibration);
 
-/// A tracked pose, as those who use the controllers get it.
+/// Converts a tracked pose to the record that users of the controllers get.
 Hidl::PoseInput toPoseInput(const Hidl::PoseOutput& pose);
 
 }  // namespace Simulator

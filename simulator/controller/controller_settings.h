@@ -1,4 +1,4 @@
-// What a user chooses of the hand controllers.
+// The user's settings of the hand controllers.
 #pragma once
 
 #include <optional>

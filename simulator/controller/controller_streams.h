@@ -17,12 +17,12 @@ struct ControllerStreams {
 
     explicit ControllerStreams(const std::shared_ptr<Faults>& faults);
 
-    /// As of StreamClients, for what so many controllers send at once.
+    /// Like StreamClients, for the records that this many controllers send at once.
     bool awaitRoom(size_t controllers) const;
     void endWaits() const;
 
-    /// Has `function` called whenever a client of a stream starts or stops. To be set once, before
-    /// there are clients.
+    /// Sets a function that is called when a client of a stream starts or stops. Call this once,
+    /// before there are clients.
     void onChange(const std::function<void()>& function) const;
 
     /// For each stream a line for the user.

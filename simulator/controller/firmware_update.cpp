@@ -16,29 +16,30 @@
 namespace Simulator {
 namespace {
 
-/// The smallest step, also for clients that ask for finer ones.
+/// The smallest step of progress reports, even if a client asks for a smaller one.
 constexpr float kFinestStep = 1.0F / 128;
 
 using Callback = android::sp<Hidl::IProgressUpdateCallback>;
 
-/// Why reports cannot be made like that; null if they can.
+/// Why the requested reports are invalid; null if they are valid.
 const char* problemOf(const FirmwareReports& reports) {
     if (reports.callback == nullptr) {
         return "it has no callback";
     }
-    // Not a number is in no range.
+    // Written so that NaN is refused.
     if (reports.minimumInterval < 0 || !(reports.minimumStep >= 0 && reports.minimumStep <= 1)) {
         return "its interval or its step is out of range";
     }
     return nullptr;
 }
 
-/// Calls the client on a thread of its own, which lasts as long as a client that does not answer.
+/// Calls the client on a separate thread. If the client does not answer, that thread stays until
+/// the client dies.
 ///
 /// Threading: one thread at a time.
 class Reporter {
   public:
-    /// @throws std::system_error if there is no thread to be had
+    /// @throws std::system_error if no thread can be started
     Reporter(uint64_t address, Callback callback) : address_(address) {
         std::thread([calls = calls_, client = std::move(callback)] {
             make(*calls, client);
@@ -52,7 +53,8 @@ class Reporter {
     Reporter(const Reporter&) = delete;
     Reporter& operator=(const Reporter&) = delete;
 
-    /// Waits for the client to take the report, but not for ever: others wait for the controller.
+    /// Waits for the client to take the report, but only for a few seconds: other clients wait for
+    /// the controller.
     void report(float progress) {
         constexpr std::chrono::seconds kPatience{5};
         std::unique_lock lock{calls_->mutex};
@@ -74,9 +76,9 @@ class Reporter {
     struct Calls {
         std::mutex mutex;  // guards the rest
         std::condition_variable changed;
-        /// Of the call to be made, until it has been.
+        /// Progress of the next report, until the client has taken it.
         std::optional<float> progress;
-        /// Whether all reports were taken so far.
+        /// Whether the client has taken all reports so far in time.
         bool isTaken = true;
         bool isOver = false;
     };
@@ -103,7 +105,7 @@ class Reporter {
     const std::shared_ptr<Calls> calls_ = std::make_shared<Calls>();
 };
 
-/// @return whether it was completed
+/// @return whether the update succeeded
 bool runUpdate(const ControllerSettings& settings, const FirmwareReports& reports,
                Reporter& reporter) {
     using Clock = std::chrono::steady_clock;
@@ -114,7 +116,8 @@ bool runUpdate(const ControllerSettings& settings, const FirmwareReports& report
     reporter.report(0);
     float progress = 0;
     while (progress < end) {
-        // By its number of steps, or as many as the client's interval takes.
+        // The larger of the client's minimum step and the progress during the client's minimum
+        // interval.
         const double interval = static_cast<double>(reports.minimumInterval) * 1e-9;
         const auto least = static_cast<float>(
             duration.count() > 0 ? std::min(1.0, interval / duration.count()) : 0.0);
@@ -149,8 +152,8 @@ Hidl::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
         });
     };
     try {
-        // Nobody waits for its end: a client that does not return from a report would hold up the
-        // end of the process.
+        // Detached: a client that does not return from a report must not delay the end of the
+        // process.
         const auto reporter = std::make_shared<Reporter>(address.address, reports.callback);
         std::thread([fleet, address, reports, reporter, end] {
             const bool isComplete = runUpdate(fleet->settings(), reports, *reporter);

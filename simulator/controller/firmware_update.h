@@ -12,11 +12,11 @@ namespace Simulator {
 
 using FirmwareReports = Hidl::IControllerManagementClient::FWUpdateCallbackConfig;
 
-/// Begins the update of a paired controller. It goes on by itself, on a thread of its own, even if
-/// the client that asked for it is gone: a controller with half a firmware would be of no use.
-/// @param reports how often to call the client. The first report is 0, the last one 1 if the update
-/// succeeds; the controller leaves its updating state after that. A client that takes seconds for
-/// one gets no more of them.
+/// Begins the update of a paired controller. It runs on a thread of its own and continues after the
+/// death of the client that asked for it: a controller with half a firmware would be useless.
+/// @param reports how often to call the client. The first report is 0; the last one is 1 if the
+/// update succeeds. After that the controller leaves its updating state. A client that takes
+/// seconds for one report gets no more.
 Hidl::Result beginFirmwareUpdate(const std::shared_ptr<ControllerFleet>& fleet,
                                  Hidl::ControllerAddr address, Hidl::ControllerType type,
                                  const FirmwareReports& reports);

@@ -45,7 +45,7 @@ void HapticsPlayer::playPattern(const std::array<Hidl::SimpleHapticIntensity, kS
 
 bool HapticsPlayer::playBuffer(double sampleRate, bool repeat, const std::vector<uint8_t>& samples,
                                Time now) {
-    // Not a number is in no range.
+    // Written so that NaN is refused.
     if (!(sampleRate >= kMinSampleRate && sampleRate <= kMaxSampleRate)) {
         ++record_.refused;
         return false;
@@ -97,7 +97,7 @@ bool HapticsPlayer::append(const std::vector<uint8_t>& intensities, bool repeat,
         return true;
     }
     if (segments_.empty()) {
-        // There is more of what was thought to be at its end.
+        // If earlier samples have been played to their end, this is an underrun.
         isUnderrun_ = hasSamples_;
         frontBegin_ = now;
     }

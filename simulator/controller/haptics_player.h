@@ -1,4 +1,4 @@
-// What one simulated controller's haptic actuator plays, and what it was ever sent.
+// Plays the haptic commands of one simulated controller and counts them.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace Simulator {
 
-/// What arrived since the service began.
+/// Counts of haptic commands since the service started.
 struct HapticsRecord {
     uint64_t commands = 0;
     uint64_t bufferedSamples = 0;
@@ -29,22 +29,22 @@ class HapticsPlayer {
     static constexpr size_t kPcmFrame = 72;
     static constexpr size_t kSteps = 6;
 
-    /// Ends what plays. No command of a client.
+    /// Stops playing. Does not count as a command.
     void stop(Time now) { restart(Mode::SIMPLE, now); }
 
-    /// Until the next command; 0 ends what plays.
+    /// Vibrates until the next command; 0 stops.
     void vibrate(uint8_t intensity, Time now);
     void playPattern(const std::array<Hidl::SimpleHapticIntensity, kSteps>& steps, Time now);
 
-    /// In place of what plays. The next four: @return false if it is refused
+    /// Replaces what plays. This and the next three: @return false if the command is refused
     bool playBuffer(double sampleRate, bool repeat, const std::vector<uint8_t>& samples, Time now);
-    /// Behind the samples of a buffer, even if they have been played.
+    /// Appends to the samples of a buffer, even if those have been played already.
     bool appendBuffer(const std::vector<uint8_t>& samples, Time now);
-    /// Behind the frames before, or in place of anything else.
+    /// Appends to earlier PCM frames; replaces anything else that plays.
     bool appendPcm(const std::vector<int8_t>& samples, Time now);
 
-    /// The state of now, if it is not the one of the last call. The fields of the controller and of
-    /// the time are the caller's.
+    /// Gets the state if it has changed since the last call. The caller fills in controller and
+    /// time. @return whether it has changed
     bool takeChange(Time now, Hidl::HapticsState* state);
 
     bool isPlaying() const { return !segments_.empty(); }

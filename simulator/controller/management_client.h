@@ -11,7 +11,7 @@
 
 namespace Simulator {
 
-/// Keeps nothing of its clients, so that they all share it and there is nothing to be released.
+/// Has no state of its clients, so all clients share one object and release() does nothing.
 class ManagementClient : public Service<Hidl::IControllerManagementClient> {
   public:
     explicit ManagementClient(std::shared_ptr<ControllerFleet> fleet) : fleet_(std::move(fleet)) {}
@@ -27,7 +27,7 @@ class ManagementClient : public Service<Hidl::IControllerManagementClient> {
                                         const FWUpdateCallbackConfig& config) override;
 
   private:
-    /// The answer of `action`, with a log line for what fails.
+    /// Returns the result of `action`; logs a failure.
     template <typename Action>
     Hidl::Result command(const char* method, const Hidl::ControllerAddr& controller,
                          const Action& action);

@@ -23,7 +23,7 @@ bool isPose(const Hidl::PoseOutput& pose) {
         return std::all_of(vector.data(), vector.data() + vector.size(),
                            [](float value) { return std::isfinite(value); });
     };
-    // Not a number is in no range.
+    // Written so that NaN is refused.
     return std::abs(square - 1) < kTolerance && pose.confidence >= 0 && pose.confidence <= 1 &&
            isFinite(pose.position) && isFinite(pose.linearVelocity) &&
            isFinite(pose.angularVelocity) && isFinite(pose.linearAcceleration) &&

@@ -1,4 +1,4 @@
-// The check of the poses that the owner of the controllers' state sends.
+// Checks and counts the poses that the owner of the controllers' state sends.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +10,17 @@ namespace Simulator {
 
 struct PoseCounts {
     uint64_t accepted = 0;
-    /// Of no controller that is paired, or no poses at all.
+    /// Poses of controllers that are not paired, and invalid poses.
     uint64_t refused = 0;
-    /// Older than the one before.
+    /// Poses that are older than the one before.
     uint64_t misordered = 0;
-    /// Numbers that were left out.
+    /// Gaps in the sequence numbers.
     uint64_t missing = 0;
 
     PoseCounts& operator+=(const PoseCounts& other);
 };
 
-/// Whether its numbers are finite and its quaternion turns.
+/// Whether the pose is valid: finite numbers in range and a unit quaternion.
 bool isPose(const Hidl::PoseOutput& pose);
 
 /// Follows the sequence numbers of one sender's poses, for each controller on its own.

@@ -22,7 +22,7 @@ namespace {
 using Hidl::Result;
 
 constexpr size_t kCapacity = 64;  // poses
-/// What is sent faster waits in the queue: those who take the poses could not keep up.
+/// Poses that are sent faster wait in the queue, because consumers could not keep up.
 constexpr std::chrono::microseconds kShortestInterval{250};
 constexpr uint32_t kDataReadyBit = 1U << 0;
 constexpr uint32_t kReadDoneBit = 1U << 1;
@@ -61,12 +61,13 @@ void PoseSender::endReading() {
 
 void PoseSender::run() {
     pthread_setname_np(pthread_self(), "poses");
-    // The word is the client's, too, which may take back what endReading sets.
+    // Waits with a limit: the client shares the word and may clear the bit that endReading() sets.
     constexpr int64_t kLongestWait = 500'000'000;  // ns
     while (!isEnding_) {
         uint32_t state = 0;
         eventFlag_->wait(kDataReadyBit, &state, kLongestWait);
-        // Signals without poses cost time as well.
+        // Also sleeps after a signal without poses, so that such signals cannot keep the thread
+        // busy.
         std::this_thread::sleep_for(std::max(drain(), size_t{1}) * kShortestInterval);
     }
 }
@@ -93,7 +94,7 @@ size_t PoseSender::drain() {
     return count;
 }
 
-/// Says so the first time only.
+/// Logs the first refusal only.
 void PoseSender::refuseLocked(const char* problem) {
     if (ledger_.counts().refused == 0) {
         ALOGW("poses: %s %s", name.c_str(), problem);
@@ -110,7 +111,7 @@ Result PoseReceiver::prepare(const ClientIdentity& identity, std::shared_ptr<Pos
     const auto made = std::make_shared<PoseSender>(identity, fleet_);
     Refusal refusal = made->refusal();
     ClientPointer former;
-    // Before its death can end the reading.
+    // Starts reading before the client is registered, because its death ends the reading.
     if (refusal == Refusal::NONE && !made->beginReading()) {
         refusal = Refusal::NO_THREAD;
     }

@@ -19,7 +19,7 @@
 
 namespace Simulator {
 
-/// A sender with its queue, which this side has made, and the thread that reads it.
+/// One sender: its queue, which the service owns, and the thread that reads the queue.
 class PoseSender : public StreamingParty {
   public:
     using Queue = android::hardware::MessageQueue<Hidl::PoseOutput,
@@ -36,16 +36,16 @@ class PoseSender : public StreamingParty {
     const Queue::Descriptor& queue() const { return *queue_.getDesc(); }
     const Hidl::FmqConfig& config() const { return config_; }
 
-    /// @return false if there is no thread to be had
+    /// @return false if no thread can be started
     bool beginReading();
-    /// Reads what is there, and no more from then on.
+    /// Reads the waiting poses, then ends the thread.
     void endReading();
 
     PoseCounts counts() const;
 
   private:
     void run();
-    /// @return how many there were
+    /// @return number of poses read
     size_t drain();
     void refuseLocked(const char* problem);
 
@@ -67,10 +67,11 @@ class PoseReceiver : public StreamRegister<PoseSender> {
         : StreamRegister("poses"), fleet_(std::move(fleet)) {}
 
     /// @param sender null unless it succeeded
-    /// @return BAD_STATE if the client has its queue already
+    /// @return BAD_STATE if the client already has a queue
     Hidl::Result prepare(const ClientIdentity& identity, std::shared_ptr<PoseSender>* sender);
 
-    /// Reads no more, for good. Senders are still answered: a refusal would end them.
+    /// Stops reading, permanently. Calls of senders still succeed, because a refusal would end
+    /// their processes.
     void stop();
     /// A line for the user.
     std::string summary() const;

@@ -49,7 +49,7 @@ Return<bool> ControllerProviderService::allowDevice(const Hidl::SecureDeviceInfo
     if (device.address.address == 0) {
         return false;
     }
-    // A device that is connected already, or is not here, has no need of it now.
+    // Succeeds even if the device is connected already or unknown.
     static_cast<void>(fleet_->pair(device.address));
     return true;
 }

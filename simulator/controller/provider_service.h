@@ -13,7 +13,7 @@ namespace Simulator {
 
 class ControllerProviderService : public Service<Hidl::IControllerProvider> {
   public:
-    /// @param faults of the clients that it hands out
+    /// @param faults for the client objects that it hands out
     ControllerProviderService(std::shared_ptr<ControllerFleet> fleet,
                               std::shared_ptr<Faults> faults);
 

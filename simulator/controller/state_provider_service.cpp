@@ -11,7 +11,7 @@ using Hidl::Result;
 
 namespace {
 
-/// What the owner of the state answers to when it is paired as a device.
+/// Address of the owner of the state when it is paired as a device.
 constexpr Hidl::ControllerAddr kOwner{0x5A'00'00'00'01'00};
 constexpr uint32_t kOwnerDevice = 0x0C;
 constexpr size_t kKeySize = 16;

@@ -11,11 +11,11 @@
 
 namespace Simulator {
 
-/// Switches off what its client has switched on when it is released, or when the last reference to
-/// it goes with the client's process.
+/// Disables everything that its client has enabled when it is released, or when the client's
+/// process dies.
 class StreamingClient : public Service<Hidl::IControllerStreamingClient> {
   public:
-    /// @param listener one that the fleet knows
+    /// @param listener already added to the fleet
     StreamingClient(std::shared_ptr<StreamingListener> listener,
                     std::shared_ptr<ControllerFleet> fleet);
     ~StreamingClient() override;
@@ -59,14 +59,14 @@ class StreamingClient : public Service<Hidl::IControllerStreamingClient> {
     Return<bool> wakeController(const Hidl::ControllerAddr& controller) override;
 
   private:
-    /// Whether `action`, given the paired controller, did what was asked; false, too, if there
-    /// is no such controller.
+    /// Returns the result of `action` for the paired controller; false if there is no such
+    /// controller.
     template <typename Action>
     bool command(const char* method, const Hidl::ControllerAddr& controller, const Action& action);
-    /// As `command`, for a controller that is connected.
+    /// Like `command`, but also false if the controller is not connected.
     template <typename Action>
     bool play(const char* method, const Hidl::ControllerAddr& controller, const Action& action);
-    /// What `get` reads of the controller.
+    /// Calls the callback with the value that `get` reads from the controller.
     template <typename Value, typename Get, typename Callback>
     Return<void> query(const Hidl::ControllerAddr& controller, const Get& get,
                        const Callback& callback);

@@ -11,7 +11,7 @@ struct EnvironmentSettings {
     uint32_t flickerFrequency = 100;
     /// Mean illuminance of the room, in lx.
     double illuminance = 300;
-    /// The procedures that controllers answer with an error.
+    /// Procedures to which controllers reply with an error.
     std::vector<uint32_t> refusedProcedures;
     /// Notifications a second that each controller sends to each client.
     uint32_t notificationRate = 1;

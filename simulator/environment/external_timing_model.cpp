@@ -8,11 +8,11 @@ namespace Simulator {
 Hidl::ExternalTimestampData ExternalTimingModel::sample(const SampleInstant& instant) {
     constexpr double kFirstRateError = 50e-6;
     const bool isLocked = instant.sequence >= kLockingPulses;
-    // Each pulse halves what is wrong with the estimate.
+    // Each pulse halves the error of the estimate.
     const int halvings = static_cast<int>(std::min(instant.sequence, kLockingPulses));
     const double rateError = std::ldexp(kFirstRateError, -halvings);
     Hidl::ExternalTimestampData record{};
-    // Seen neither before it came nor after the service received it.
+    // With jitter, but not later than its reception.
     record.timestamp = std::min<int64_t>(
         instant.timestamp + std::llround(kJitter * unit_(generator_)), instant.arrivalTimestamp);
     record.arrivalTimestamp = instant.arrivalTimestamp;

@@ -10,10 +10,10 @@
 
 namespace Simulator {
 
-/// Belongs to one thread, its stream's sampler.
+/// Threading: only the thread of the stream's sampler.
 class ExternalTimingModel {
   public:
-    /// Standard deviation of the time at which a pulse is seen, in ns.
+    /// Standard deviation of the time stamp of a pulse, in ns.
     static constexpr double kJitter = 2000;
     /// Number of pulses until the estimate of the clock's rate has settled.
     static constexpr uint32_t kLockingPulses = 10;

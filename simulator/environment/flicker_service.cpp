@@ -1,4 +1,4 @@
-// Each call goes to the stream that it is for.
+// Forwards each call to its stream.
 #include "environment/flicker_service.h"
 
 #include <utility>

@@ -8,7 +8,7 @@
 
 namespace Simulator {
 
-/// The clients of the light sensor's streams; null where there is no such stream.
+/// The clients of the light sensor's streams; null for a stream that does not exist.
 struct FlickerStreams {
     android::sp<StreamClients<Hidl::FlickerData>> flicker;
     android::sp<StreamClients<Hidl::AdcFlickerData>> adcFlicker;

@@ -18,7 +18,7 @@ constexpr LedGroup kGroups[] = {{Hidl::FaceEyeTrackingLedGroup::LEFT_EYE, 8},
                                 {Hidl::FaceEyeTrackingLedGroup::RIGHT_EYE, 8},
                                 {Hidl::FaceEyeTrackingLedGroup::FACE, 4}};
 
-// How the service's own control has every LED.
+// Settings of every LED under the service's own control.
 constexpr uint32_t kOwnCurrent = 20'000;
 constexpr uint32_t kOwnPulseWidth = 400;
 
@@ -36,7 +36,7 @@ bool isPossible(const Hidl::FaceEyeTrackingLedConfiguration& led) {
 }  // namespace
 
 /// Calls `action`, under the lock, with the record of the client.
-/// @return its answer; FAILURE if the client cannot have a record
+/// @return the result of `action`; FAILURE if the client cannot have a record
 template <typename Action>
 Hidl::Result LedService::withClient(const ClientIdentity& identity, const Action& action) {
     if (!admit(identity)) {
@@ -44,7 +44,7 @@ Hidl::Result LedService::withClient(const ClientIdentity& identity, const Action
     }
     const std::lock_guard lock{mutex_};
     const ClientPointer client = findLocked(identity);
-    // Null if it died just now.
+    // Null if the client has just died.
     return client == nullptr ? Hidl::Result::FAILURE : action(client);
 }
 
@@ -141,7 +141,8 @@ std::string LedService::summary() const {
                                                 : "overridden by " + overriddenBy_->name);
 }
 
-/// Sees to it that the client has a record. False, with a log line, if it cannot have one.
+/// Creates the client's record if it has none. @return false, with a log line, if it cannot have
+/// one
 bool LedService::admit(const ClientIdentity& identity) {
     {
         const std::lock_guard lock{mutex_};
@@ -152,7 +153,7 @@ bool LedService::admit(const ClientIdentity& identity) {
     const auto client = std::make_shared<LedClient>(identity);
     ClientPointer displaced;
     const Refusal refusal = enrol(client, [&] {
-        // Another call of the same client may have been faster.
+        // A concurrent call of the same client may have created it.
         const bool isKnown = findLocked(identity) != nullptr;
         if (!isKnown && isFullLocked(client->process)) {
             displaced = takeIdleLocked(client->process);
@@ -169,8 +170,8 @@ bool LedService::admit(const ClientIdentity& identity) {
     return false;
 }
 
-/// Takes the oldest client that changes nothing of how the LEDs shine out of the list: one of the
-/// process, if there is any. Only two change something.
+/// Removes the oldest client that does not affect the LEDs from the list, preferably one of the
+/// process. At most two clients affect the LEDs.
 LedService::ClientPointer LedService::takeIdleLocked(int process) {
     const auto isIdle = [this](const LedClient& client) {
         return &client != switchedOnBy_.get() && &client != overriddenBy_.get();

@@ -24,8 +24,8 @@ struct LedClient : RegisteredClient {
         configurations;
 };
 
-/// The service controls the LEDs unless a client overrides it. What a client has set, switched on
-/// or overridden ends with its process.
+/// The service controls the LEDs unless a client overrides it. A client's settings, enabling and
+/// override end with its process.
 ///
 /// Threading: every method may be called from any thread.
 class LedService : public Service<Hidl::IFaceEyeTrackingLed>, public ClientRegister<LedClient> {

@@ -15,11 +15,12 @@ namespace Simulator {
 /// The largest illuminance that the sensor can measure, in lx; above it, it is saturated.
 inline constexpr double kIlluminanceRange = 3000;
 
-/// The converter fills a block while the next is sent: the blocks follow each other without a gap.
+/// Rate of ADC blocks. The ADC fills a block while the previous one is sent, so there is no gap
+/// between blocks.
 inline constexpr uint32_t kBlockRate = 5;  // in Hz
 
-// Each model belongs to one thread, its stream's sampler. An instant's time is the end of what is
-// measured.
+// Threading: each model is used only by the thread of its stream's sampler. The time of an instant
+// is the end of the measured interval.
 
 class AdcFlickerModel {
   public:
@@ -32,7 +33,7 @@ class AdcFlickerModel {
     std::normal_distribution<double> noise_{0, 4};  // in counts
 };
 
-/// What a perfect analysis of the block of that instant would find.
+/// Returns the result of a perfect analysis of the block that ends at the instant.
 class FlickerModel {
   public:
     explicit FlickerModel(std::shared_ptr<const RoomLight> room) : room_(std::move(room)) {}

@@ -29,7 +29,7 @@ double RoomLight::average(double begin, double end) const {
     double level = 1;
     for (size_t i = 0; i < kAmplitudes.size(); ++i) {
         const auto harmonic = static_cast<double>(i + 1);
-        // The mean of a cosine over some time is that of its middle, lessened.
+        // The mean of a cosine over an interval is its value in the middle times a sinc.
         const double half = M_PI * harmonic * frequencyAt(time) * (end - begin);
         const double kept = half > 1e-9 ? std::sin(half) / half : 1;
         level += kAmplitudes[i] * kept * std::cos(harmonic * phase);

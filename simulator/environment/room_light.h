@@ -1,4 +1,4 @@
-// The light of the simulated room: the one signal that the whole light sensor follows.
+// The light of the simulated room: the signal that all streams of the light sensor measure.
 #pragma once
 
 #include <array>
@@ -6,12 +6,12 @@
 
 namespace Simulator {
 
-/// Lamps that flicker at about twice the frequency of the mains, under clouds that come and go.
+/// Lamps that flicker at about twice the mains frequency, and daylight that varies with clouds.
 ///
 /// Threading: constant, for any thread.
 class RoomLight {
   public:
-    /// Of the flicker's fundamental and of its harmonics, relative to the mean level.
+    /// Amplitudes of the flicker's fundamental and harmonics, relative to the mean level.
     static constexpr std::array<double, 3> kAmplitudes{0.30, 0.08, 0.02};
 
     /// The illuminance that cameras and wearer are adapted to, in lx.

@@ -132,7 +132,7 @@ Return<int64_t> TambrilService::translateTime(int64_t time, Hidl::TimeDomain fro
                                               Hidl::TimeDomain to) {
     const std::optional<int64_t> translated = translate(time, from, to);
     if (!translated) {
-        // The call has no result to say so with.
+        // Logged, because the call has no result.
         ALOGW("time: process %d asked for a translation from %s to %s; answered with 0",
               callingProcess(), toString(from).c_str(), toString(to).c_str());
     }
@@ -143,7 +143,7 @@ void TambrilService::stop() {
     const std::lock_guard lock{mutex_};
     isStopped_ = true;
     for (const ClientPointer& client : clients_) {
-        // Its thread is not waited for: it may wait for a client that reads nothing.
+        // Does not wait for the thread: it may be blocked by a client that does not read.
         client->notifier.setBatchLimit(0);
     }
 }
@@ -174,7 +174,7 @@ bool TambrilService::deliver(RpcClient& client, Hidl::KivraRpcMessage message) {
     message.arrivalTimestamp = now;
     message.header.sentTimestamp = kControllerClock.at(now - kRadioLatency);
     message.header.sequence = *sequence;
-    // One that cannot be delivered has a dead receiver, whose obituary is on its way.
+    // A message fails only if its receiver is dead; the death notification will follow.
     if (client.callback->onKivraRpcMessage(message).isOk()) {
         ++messages_;
     }

@@ -21,9 +21,9 @@
 namespace Simulator {
 
 struct RpcClient : RegisteredClient {
-    /// @param notify called with the numbers of the messages that are due, which are none before
-    /// the notifier's batch limit is set
-    /// @throws std::system_error if there is no thread for the notifier
+    /// @param notify called with the number of each message that is due; never before the
+    /// notifier's batch limit is set
+    /// @throws std::system_error if the notifier's thread cannot be started
     RpcClient(Hidl::KivraRpcClientId clientId, const android::sp<Hidl::ITambrilCallback>& function,
               uint32_t notificationRate, const std::shared_ptr<WorldClock>& clock,
               const std::function<void(RpcClient& client, uint32_t number)>& notify)
@@ -37,14 +37,14 @@ struct RpcClient : RegisteredClient {
 
     const Hidl::KivraRpcClientId id;
     const android::sp<Hidl::ITambrilCallback> callback;
-    std::mutex deliveryMutex;  // keeps its messages in order
-    // Its own: one that takes no messages holds up the thread that has some for it. The last: its
-    // thread uses all of the others.
+    std::mutex deliveryMutex;  // serialises deliveries, so that messages stay in order
+    // Each client has its own notifier, because a client that takes no messages blocks its thread.
+    // Last member: its thread uses all the others.
     Sampler notifier;
 };
 
-/// The paired controllers echo every request, or answer with an error if they were told to refuse
-/// it, and send messages of their own accord. A client is registered until it unregisters or dies.
+/// Paired controllers echo every request, or reply with an error to refused procedures, and also
+/// send notifications. A client is registered until it unregisters or dies.
 ///
 /// Threading: every method may be called from any thread.
 class TambrilService : public Service<Hidl::ITambril>, public ClientRegister<RpcClient> {
@@ -53,12 +53,12 @@ class TambrilService : public Service<Hidl::ITambril>, public ClientRegister<Rpc
 
     static constexpr uint32_t kProtocolVersion = 1;
     static constexpr uint32_t kMaxPayloadSize = 8192;  // in bytes
-    /// Procedure of the notifications, which no request has asked for.
+    /// Procedure of notifications, which are sent without a request.
     static constexpr uint32_t kStatusProcedure = 0x1000;
 
     TambrilService(EnvironmentSettings settings, std::shared_ptr<ControllerFleet> controllers,
                    std::shared_ptr<WorldClock> clock);
-    /// The clients' threads use the rest of it.
+    /// Ends the clients' threads before the members that they use are destroyed.
     ~TambrilService() override;
 
     Return<uint32_t> getProtocolVersion() override { return kProtocolVersion; }
@@ -79,7 +79,7 @@ class TambrilService : public Service<Hidl::ITambril>, public ClientRegister<Rpc
     std::string summary() const;
 
   private:
-    /// @return null if none has the id
+    /// @return null if no client has this id
     ClientPointer findLocked(Hidl::KivraRpcClientId id) const;
     void onRelease(RpcClient& client, const char* reason) override;
     Hidl::KivraRpcMessage answerTo(const Hidl::ControllerAddr& address, uint32_t procedure,

@@ -59,7 +59,7 @@ MagModel::MagModel(uint32_t sensor, std::shared_ptr<const World> world)
       field_(world_->sensors.magnetometer, world_->seed, "magnetometer") {}
 
 Hidl::MagData MagModel::sample(const SampleInstant& instant) {
-    // It warms up with the board that the IMU is on as well.
+    // It is on the headset IMU's board and warms up with it.
     const Moment moment = momentOf(instant, world_->sensors.headsetImu);
     const Pose headset = world_->trajectory.at(instant.worldTime).pose;
     const Vector reading =
@@ -76,7 +76,7 @@ Hidl::MagData MagModel::sample(const SampleInstant& instant) {
 }
 
 Hidl::IadData IadModel::sample(const SampleInstant& instant) const {
-    // The wearer set it once; what changes is the frame, with its warmth.
+    // The wearer has set the distance once; only the frame expands with temperature.
     const double warmth = 0.02 * std::sin(toSeconds(instant.worldTime) / 100);
     const double noise = 0.005 * noise_.normal(static_cast<uint64_t>(instant.worldTime));
     return {static_cast<float>(63.5 + warmth + noise)};

@@ -12,13 +12,13 @@
 
 namespace Simulator {
 
-// Each model belongs to one thread, its sensor's sampler.
+// Threading: each model is used only by the thread of its sensor's sampler.
 
 class ImuModel {
   public:
     /// @param name of the sensor, which has errors of its own
     /// @param place headset from sensor
-    /// @param groundTruth gets the sensor's motion at each sample; may be null
+    /// @param groundTruth receives the sensor's true motion at each sample; may be null
     ImuModel(uint32_t sensor, const std::string& name, const Pose& place,
              const ImuSettings& settings, std::shared_ptr<const World> world,
              std::shared_ptr<GroundTruth> groundTruth);
@@ -34,7 +34,7 @@ class ImuModel {
     InertialSensor inertial_;
 };
 
-/// In the place of the headset's IMU.
+/// The magnetometer. It is at the place of the headset's IMU.
 class MagModel {
   public:
     MagModel(uint32_t sensor, std::shared_ptr<const World> world);

@@ -13,17 +13,18 @@
 
 namespace Simulator {
 
-/// What a sensor can be configured to do.
+/// Limits of a sensor's configuration.
 struct SensorCapabilities {
     SamplingPlan defaultPlan;
     uint32_t maxSampleRate;  // in Hz
 };
 
-/// None if the sensor cannot do it. A batch may take a second and 256 samples at most.
+/// The plan for the requested properties; empty if the sensor does not support them. A batch may
+/// have at most 256 samples and last at most a second.
 std::optional<SamplingPlan> planFor(const Hidl::MotionStreamProperties& properties,
                                     const SensorCapabilities& capabilities);
 
-/// What the motion sensors have besides.
+/// Common base of the motion sensors' services: a stream that can be configured.
 template <typename Interface, typename Record>
 class MotionSensorService : public StreamService<Interface, Record> {
   public:

@@ -1,4 +1,4 @@
-// Merges the lists of the cameras' images by time.
+// Merges the cameras' image lists by time.
 #include "replay/euroc_frames.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-// Frame sets out of the cameras of a EuRoC data set, which has none.
+// Makes frame sets from the cameras of a EuRoC data set, which has none.
 #pragma once
 
 #include <cstdint>
@@ -14,10 +14,11 @@
 
 namespace Simulator {
 
-/// The images of one time are a frame set. A camera that has none then was not received.
+/// Images with the same time stamp form a frame set. A camera without an image of that time has
+/// frame type NOT_RECEIVED.
 class EurocFrames final : public PlayedRecords {
   public:
-    /// @param files of the frames, by camera; empty where none was received
+    /// @param files images of the frame set, by camera; empty where none was received
     using Deliver = std::function<void(const Hidl::FrameSet& frameSet,
                                        const std::vector<std::filesystem::path>& files)>;
 
@@ -34,7 +35,7 @@ class EurocFrames final : public PlayedRecords {
     struct Camera {
         Recording::CameraInfo info;
         Recording::ImageCursor images;
-        /// Of the image that comes next; empty at the end.
+        /// Time of the camera's next image; empty at the end.
         std::optional<int64_t> time;
     };
 

@@ -1,4 +1,4 @@
-// The recording's extent is that of the streams which are played.
+// The recording's extent is that of the streams that are played.
 #include "replay/playback.h"
 
 #include <fmt/format.h>
@@ -30,7 +30,7 @@ struct Content {
     }
 };
 
-/// Reads all records.
+/// Reads all records of a stream to find its extent, and errors.
 template <typename Record>
 void survey(const Recording::Reader& recording, const Recording::StreamInfo& stream,
             Content* content) {
@@ -54,7 +54,7 @@ void surveyImages(const Recording::Reader& recording, Content* content) {
 
 using Survey = void (*)(const Recording::Reader&, const Recording::StreamInfo&, Content*);
 
-/// What kind of records the streams have that can be played.
+/// The function that surveys each stream that can be played, by its name.
 const std::map<std::string, Survey>& surveys() {
     static const std::map<std::string, Survey> all{
         {"imu", survey<Hidl::ImuData>},
@@ -100,7 +100,7 @@ Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldC
     playback.faults = faults;
     std::vector<std::string> names = options.streams;
     if (names.empty()) {
-        // What is not served by the HAL, such as the states of the mux, is for people alone.
+        // Streams that the HAL does not serve, such as mux states, are not played.
         for (const Recording::StreamInfo& stream : playback.recording->streams()) {
             if (surveys().count(stream.name) > 0) {
                 names.push_back(stream.name);

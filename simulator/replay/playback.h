@@ -1,4 +1,4 @@
-// What all that is played back from one recording have in common.
+// A recording that is played back: its streams, timeline and faults.
 #pragma once
 
 #include <cstdint>
@@ -46,8 +46,8 @@ struct Playback {
     }
 };
 
-/// Opens the recording and reads all of its streams once, so that what is broken is told before
-/// anybody listens. Throws Recording::Error, or std::runtime_error if there is nothing to play.
+/// Opens the recording and reads all of its streams once, so that errors are reported before any
+/// client starts. Throws Recording::Error, or std::runtime_error if there is nothing to play.
 Playback openPlayback(const ReplayOptions& options, const std::shared_ptr<WorldClock>& clock,
                       const std::shared_ptr<Faults>& faults);
 

@@ -1,4 +1,4 @@
-// The recording's instants, moved to where its playing began.
+// Maps times of the recording to times of its playback.
 #include "replay/playback_timeline.h"
 
 #include <chrono>
@@ -9,7 +9,7 @@
 namespace Simulator {
 namespace {
 
-/// From the last record of a pass to the first of the next.
+/// Pause between the last record of a pass and the first of the next.
 constexpr std::chrono::milliseconds kPause{10};
 
 }  // namespace

@@ -1,4 +1,4 @@
-// When the records of a recording are due while it is played back.
+// Computes when the records of a recording are due during its playback.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ namespace Simulator {
 class PlaybackTimeline {
   public:
     /// @param begin first instant that is played
-    /// @param end of the last record; above `begin`
+    /// @param end time of the last record; greater than `begin`
     PlaybackTimeline(std::shared_ptr<WorldClock> clock, int64_t begin, int64_t end, bool isLooped,
                      bool areTimestampsKept);
 
@@ -29,11 +29,11 @@ class PlaybackTimeline {
     /// Begins the timeline now, unless it has begun before.
     void start();
 
-    // Not before start().
+    // Only after start().
 
     /// @param pass counts the repetitions from 0
     WorldClock::Time timeOf(int64_t recorded, uint32_t pass) const;
-    /// What to add to the recorded times of a record.
+    /// Offset to add to the recorded times of a record, in ns.
     int64_t shift(uint32_t pass) const;
 
   private:

@@ -1,4 +1,4 @@
-// Each stream of cameras is planned as its recording shows it.
+// Derives the plan of each camera stream from its recording.
 #include "replay/played_cameras.h"
 
 #include <log/log.h>
@@ -18,7 +18,7 @@ namespace {
 
 using Recording::CameraInfo;
 
-/// A stream of cameras as recordings and as the HAL know it.
+/// A camera stream's name in recordings and its properties in the HAL.
 struct Kind {
     const char* stream;
     Hidl::FrameType frameType;
@@ -52,7 +52,7 @@ CameraPlan planOf(const CameraInfo& info) {
     return plan;
 }
 
-/// @param image one of the stream's, whose size and format all have
+/// @param image any image of the stream; all have its size and format
 CameraStreamPlan planOf(const Kind& kind, const std::vector<CameraInfo>& cameras,
                         const Recording::Image& image) {
     CameraStreamPlan plan{};
@@ -72,7 +72,7 @@ CameraStreamPlan planOf(const Kind& kind, const std::vector<CameraInfo>& cameras
     return plan;
 }
 
-/// In the order of the frame sets.
+/// The stream's cameras in the order of its frame sets.
 std::vector<CameraInfo> camerasOf(const Recording::Reader& recording, const Kind& kind) {
     std::vector<CameraInfo> cameras;
     for (const CameraInfo& camera : recording.cameras()) {
@@ -91,7 +91,7 @@ std::vector<CameraInfo> camerasOf(const Recording::Reader& recording, const Kind
     return cameras;
 }
 
-/// The first image of the stream that there is; none if there is none.
+/// The first image of the stream; empty if it has none.
 std::optional<Recording::Image> firstImage(const Recording::Reader& recording,
                                            const std::vector<CameraInfo>& cameras) {
     for (const CameraInfo& camera : cameras) {
@@ -171,7 +171,7 @@ std::string PlayedCameras::registerServices() {
 }
 
 void PlayedCameras::stop() {
-    // The servers first: a player may be waiting for room in one.
+    // Stops the servers first: a player may be waiting for room in one.
     devices_->stop();
     for (const Stream& stream : streams_) {
         stream.player->stop();

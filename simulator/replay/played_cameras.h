@@ -12,8 +12,8 @@
 
 namespace Simulator {
 
-/// Frame sets under the same rules as those of the simulated world: shared buffers, given back by
-/// the clients. The settings of the cameras are what they were.
+/// Frame sets follow the same rules as those of the simulated world: shared buffers that clients
+/// return. The cameras' settings cannot change what was recorded.
 class PlayedCameras : public DeviceGroup {
   public:
     /// Throws Recording::Error.

@@ -1,4 +1,5 @@
-// Each controller has a player of its own in each stream, so that it begins when it is switched on.
+// Each controller has its own player in each stream, which starts when a client enables the
+// controller.
 #include "replay/played_controllers.h"
 
 #include <fmt/format.h>
@@ -38,7 +39,7 @@ std::vector<ControllerDevice> devicesOf(const Playback& playback) {
     if (playback.controllers.empty()) {
         return devices;
     }
-    // The models want one, and are not asked for anything.
+    // The constructor of a model needs a world, but these models are never sampled.
     const auto world = std::make_shared<World>(WorldSettings{});
     for (const uint64_t address : playback.controllers) {
         Hidl::PairedControllerInfo unknown{};

@@ -14,8 +14,8 @@
 
 namespace Simulator {
 
-/// The controllers can be commanded, but do only what they did. Who owns their state finds its
-/// service, with streams that stay silent.
+/// Controllers accept commands, but their records stay as recorded. The service for the owner of
+/// their state exists, but its streams have no records.
 class PlayedControllers : public DeviceGroup {
   public:
     /// Throws Recording::Error.
@@ -33,7 +33,8 @@ class PlayedControllers : public DeviceGroup {
     void playStates();
     void followSwitches() const;
 
-    /// What one controller sent in one stream: on while a client has it on for the controller.
+    /// The records of one controller in one stream. Played while a client has enabled the
+    /// controller.
     struct Part {
         std::shared_ptr<PlayedPart> records;
         Hidl::ControllerAddr controller;

@@ -1,4 +1,4 @@
-// Each service has the streams of a recording behind it instead of a model.
+// Services whose records come from a recording instead of a model.
 #include "replay/played_sensors.h"
 
 #include <log/log.h>
@@ -19,7 +19,7 @@ namespace {
 constexpr uint32_t kImu = 0;
 constexpr uint32_t kMag = 2;
 
-/// A motion sensor that cannot do other than it did.
+/// A motion sensor whose configuration cannot be changed.
 template <typename Interface, typename Record>
 class PlayedMotionSensor : public StreamService<Interface, Record, StreamClients<Record>> {
   public:
@@ -33,7 +33,7 @@ class PlayedMotionSensor : public StreamService<Interface, Record, StreamClients
         return Void();
     }
 
-    /// The default is what was recorded.
+    /// Accepts only the default, which stands for the recorded configuration.
     Return<Hidl::Result> configureStream(const Hidl::MotionStreamProperties& asked) override {
         if (asked.sampleRate != 0 || asked.batchSize > 1) {
             ALOGW("%s: is played back as it was recorded, not with %u Hz and batches of %u",
@@ -53,7 +53,7 @@ using PlayedExternalTiming =
     StreamService<Hidl::IExternalTimingProvider, Hidl::ExternalTimestampData,
                   StreamClients<Hidl::ExternalTimestampData>>;
 
-/// Of the sensor of that number in the recording's inventory; by default one that says what it is.
+/// Properties of a sensor from the recording's inventory; if that lacks the sensor, only its name.
 Hidl::MotionSensorProperties propertiesOf(const nlohmann::json& description, uint32_t sensor,
                                           const char* name) {
     Hidl::MotionSensorProperties properties{name, "recorded", "", "", 0};
@@ -107,7 +107,7 @@ class PlayedMotionSensorProvider : public Service<Hidl::IMotionSensorProvider> {
     const android::sp<PlayedMag> mag_;
 };
 
-/// @return what went wrong; nothing does if there is no such service
+/// Registers the service if it is not null. @return an error message; empty on success
 template <typename Service>
 std::string registerIfThere(const android::sp<Service>& service) {
     return service == nullptr ? "" : registerAlone(service);

@@ -15,8 +15,7 @@
 
 namespace Simulator {
 
-/// A part of the playing that ends with the service. Plays while a client has started the stream
-/// and it is on.
+/// One part of a playback. Plays while a client has started the stream and the part is switched on.
 class PlayedPart {
   public:
     PlayedPart() = default;
@@ -26,7 +25,7 @@ class PlayedPart {
 
     virtual void setStarted(bool isStarted) = 0;
     virtual void setOn(bool isOn) = 0;
-    /// No more records, for good.
+    /// Stops playing, permanently.
     virtual void stop() = 0;
     /// A line for the user.
     virtual std::string summary() const = 0;
@@ -40,9 +39,9 @@ class PlayedStream final : public PlayedPart {
     using Deliver = std::function<void(const Record&)>;
 
     /// Throws Recording::Error if the stream's file cannot be read.
-    /// @param clients with room for each record before it is delivered, if they pace the world
+    /// @param clients if they pace the world, each record waits until they have room
     /// @param deliver called on the player's thread
-    /// @param controller empty: the records of all
+    /// @param controller plays only this controller's records; empty: all
     PlayedStream(const Recording::Reader& recording, const Recording::StreamInfo& stream,
                  const std::shared_ptr<PlaybackTimeline>& timeline, android::sp<Clients> clients,
                  Deliver deliver, bool isOn = true, std::optional<uint64_t> controller = {})

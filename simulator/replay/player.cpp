@@ -75,7 +75,7 @@ void Player::run() {
     }
 }
 
-/// Until nobody listens any more, or nothing is left to hear.
+/// Plays until no client listens any more, or the recording ends.
 void Player::play(std::unique_lock<std::mutex>& lock) {
     if (isToStandStillLocked()) {
         return;
@@ -87,8 +87,8 @@ void Player::play(std::unique_lock<std::mutex>& lock) {
     }
 }
 
-/// @param from what was due before is passed over
-/// @return false at the end
+/// @param from skips records that were due before this time
+/// @return false at the end of the recording
 bool Player::playNextLocked(std::unique_lock<std::mutex>& lock, Time from) {
     WorldClock& clock = timeline_->clock();
     const std::optional<int64_t> recorded = records_.time();

@@ -14,27 +14,27 @@
 
 namespace Simulator {
 
-/// The records of one stream, one after the other. Methods throw Recording::Error with the place of
-/// what cannot be read. Threading: one thread at a time.
+/// Iterates over the records of one stream. Methods throw Recording::Error, with file and line, if
+/// a record cannot be read. Threading: one thread at a time.
 class PlayedRecords {
   public:
     virtual ~PlayedRecords() = default;
 
-    /// When the current record is due, in ns of the recording; empty behind the last one.
+    /// When the current record is due, in ns of the recording; empty after the last one.
     virtual std::optional<int64_t> time() const = 0;
     /// Moves on to the next record.
     virtual void advance() = 0;
     /// Moves back to the first record.
     virtual void rewind() = 0;
     /// Writes the current record to the clients.
-    /// @param shift to be added to all of its times, in ns
-    /// @param isFirst of a pass that is not the first
+    /// @param shift added to all of its times, in ns
+    /// @param isFirst whether it is the first record of a repetition
     virtual void deliver(int64_t shift, bool isFirst) = 0;
 };
 
-/// Plays while a client listens. A client that begins late gets the records from then on, unless
-/// the clients pace the world: then nothing passes unheard, and the others wait for those who begin
-/// late. At the end of the recording it falls silent, or begins anew.
+/// Plays while a client listens. A client that starts late gets only the records from then on,
+/// unless clients pace the world: then no record is skipped, and the other streams wait for one
+/// that starts late. At the end of the recording it stops, or starts again if looped.
 ///
 /// Threading: every method may be called from any thread but its own. The records are used on the
 /// player's thread, without a lock.
@@ -47,7 +47,7 @@ class Player {
     Player& operator=(const Player&) = delete;
 
     void setListened(bool isListened);
-    /// Ends the thread; for good.
+    /// Ends the thread, permanently.
     void stop();
 
     uint64_t played() const;
@@ -68,7 +68,7 @@ class Player {
     bool isListened_ = false;
     bool isStopped_ = false;
     uint64_t played_ = 0;
-    // On the player's thread alone.
+    // Used only by the player's thread.
     uint32_t pass_ = 0;
     bool isPassBegun_ = false;
     bool isOver_ = false;

@@ -1,7 +1,7 @@
 // The fields of the HAL's records in a recording, under the names that recordings have for them.
 //
-// A recording holds what clients get. Where that is less than the HAL's record has, the rest stays
-// zero; times that are not recorded are those of the reception.
+// A recording holds the records that clients get. Fields that only the HAL's record has stay zero;
+// times that are not recorded are set to the time of reception.
 #pragma once
 
 #include "hal.h"

@@ -13,7 +13,7 @@
 namespace Simulator {
 namespace {
 
-/// Lines of the log about one camera's images: at its first failure, the second, the fourth, ...
+/// Whether to log a failure of one camera's images: the first, the second, the fourth, ...
 bool isToBeTold(uint64_t failures) {
     return (failures & (failures - 1)) == 0;
 }
@@ -59,7 +59,7 @@ CalibrationTexts RecordedImages::calibration(
     const std::vector<std::string>& /*sessionData*/) const {
     CalibrationTexts texts = cameras_.at(camera.id).calibration;
     if (texts.factory.empty()) {
-        // Data sets by others have a calibration, but no text of it.
+        // Data sets of other programs have a calibration, but no text of it.
         texts.factory = factoryCalibration(stream, camera);
     }
     return texts;

@@ -13,15 +13,15 @@
 
 namespace Simulator {
 
-/// Each camera's next image is named before it is drawn, on the thread that draws it.
+/// Call setNext before draw, on the same thread.
 class RecordedImages : public ImageSource {
   public:
     explicit RecordedImages(std::shared_ptr<const Recording::Reader> recording);
 
-    /// @param camera its number
+    /// @param camera number of the camera
     void setNext(uint32_t camera, std::filesystem::path file);
 
-    /// What cannot be read is logged, more and more rarely.
+    /// Logs images that cannot be read, at the first failure, the second, the fourth, ...
     bool draw(const ImageRequest& request, const PixelPlane& plane) override;
     CalibrationTexts calibration(const CameraStreamPlan& stream, const CameraPlan& camera,
                                  const std::vector<std::string>& sessionData) const override;

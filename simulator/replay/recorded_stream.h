@@ -19,16 +19,16 @@
 
 namespace Simulator {
 
-/// Reads the file as it plays, so that a recording may be of any length.
+/// Reads the file during playback, so a recording may have any length.
 template <typename Record>
 class RecordedStream final : public PlayedRecords {
   public:
-    /// @param record with its times moved to when it is played
-    /// @param recorded as it is in the recording
+    /// @param record the record with its times shifted to the playback
+    /// @param recorded the record as it is in the recording
     using Deliver = std::function<void(const Record& record, const Record& recorded)>;
 
     /// Throws Recording::Error if the file cannot be read.
-    /// @param controller the address of the controller whose records alone are read
+    /// @param controller if given, only the records of the controller with this address are read
     RecordedStream(const Recording::Reader& recording, const Recording::StreamInfo& stream,
                    Deliver deliver, std::optional<uint64_t> controller = std::nullopt)
         : csv_(recording.open(stream)),
@@ -73,7 +73,7 @@ class RecordedStream final : public PlayedRecords {
     }
 
     void rewind() override {
-        // The numbers go on where the last pass ended.
+        // Sequence numbers continue where the last pass ended.
         for (auto& [controller, counter] : counters_) {
             counter.offset += counter.last - counter.first + 1;
             counter.isKnown = false;
@@ -100,7 +100,7 @@ class RecordedStream final : public PlayedRecords {
     }
 
   private:
-    /// The numbers of one sensor or controller.
+    /// The sequence numbers of one sensor or controller.
     struct Counter {
         bool isKnown = false;
         uint64_t first = 0;
@@ -108,8 +108,8 @@ class RecordedStream final : public PlayedRecords {
         uint64_t offset = 0;
     };
 
-    /// Recordings by others have no times of arrival, and clients do not get to see the times of
-    /// most of the controllers' inputs.
+    /// Fills in times that were not recorded: recordings of other programs have no arrival times,
+    /// and most controller inputs have no times in the API.
     void fillInTimes(int64_t received) {
         const auto fill = [received](auto& times) {
             times.timestamp = times.timestamp != 0 ? times.timestamp : received;

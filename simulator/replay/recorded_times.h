@@ -40,13 +40,13 @@ struct HasController<Record, std::void_t<decltype(Record::controller)>> : std::t
 
 }  // namespace RecordedTimes
 
-/// How many frames the set has; a file may say anything.
+/// Number of frames in the set, limited to the array: a file may state any number.
 inline size_t framesOf(const Hidl::FrameSet& frameSet) {
     return std::min<size_t>(frameSet.numFrames, decltype(frameSet.frames)::size());
 }
 
-/// Calls `action` with every time of the record that is one of CLOCK_MONOTONIC in ns, as an int64_t
-/// that it may change. A time of 0 was not recorded.
+/// Calls `action` with each CLOCK_MONOTONIC time of the record, as an int64_t in ns that it may
+/// change. A time of 0 was not recorded.
 template <typename Record, typename Action>
 void forEachTime(Record& record, const Action& action) {
     using namespace RecordedTimes;
@@ -66,7 +66,7 @@ void forEachTime(Record& record, const Action& action) {
     }
 }
 
-/// When the service received the record, as the record states it; 0 if it does not.
+/// The record's arrival time; 0 if the record does not have one.
 template <typename Record>
 int64_t arrivalOf(const Record& record) {
     using namespace RecordedTimes;
@@ -100,7 +100,7 @@ std::optional<uint64_t> controllerOf(const Record& record) {
     return std::nullopt;
 }
 
-/// @return null if the record is not numbered
+/// @return null if the record has no sequence number
 template <typename Record>
 auto* sequenceOf(Record& record) {
     using namespace RecordedTimes;

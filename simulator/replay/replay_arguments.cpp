@@ -1,4 +1,4 @@
-// What makes no sense without a recording is refused.
+// Options that need a recording are refused without one.
 #include "replay/replay_arguments.h"
 
 namespace Simulator {

@@ -1,4 +1,4 @@
-// The options of the command line that concern playing back.
+// Command-line options of playback.
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,4 @@
-// What to play back, and how.
+// Settings of playback.
 #pragma once
 
 #include <filesystem>
@@ -15,7 +15,7 @@ struct ReplayOptions {
     double start = 0;
     /// Names of streams, as sensorctl has them; empty: all that were recorded.
     std::vector<std::string> streams;
-    /// Records keep their recorded times instead of being moved to when they are played.
+    /// Whether records keep their recorded times instead of those of the playback.
     bool areTimestampsKept = false;
 };
 

@@ -1,4 +1,4 @@
-// The clocks of the simulated system, and how each of them shows a moment.
+// The clocks of the simulated system, and translation between them.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 
 namespace Simulator {
 
-/// A clock with a quartz of its own: it runs a little too fast or slow, and not evenly.
+/// A clock with its own quartz: its rate has a small error, which varies.
 ///
-/// Times are in ns; beyond the range of 64 bits they stay at its end. Threading: constant, for any
+/// Times are in ns; beyond the range of 64 bits they saturate. Threading: immutable, for any
 /// thread.
 struct DriftingClock {
     /// About what the clock shows when CLOCK_MONOTONIC shows 0.
@@ -34,7 +34,7 @@ struct DriftingClock {
 inline constexpr DriftingClock kControllerClock{-5'000'000'000, -8e-6, 0.2e-6, 500};
 inline constexpr DriftingClock kExternalClock{1'234'567'890'123, 12e-6, 0.5e-6, 300};
 
-/// @return none if one of the domains does not exist
+/// @return empty if one of the domains does not exist
 std::optional<int64_t> translate(int64_t time, Hidl::TimeDomain from, Hidl::TimeDomain to);
 
 }  // namespace Simulator

@@ -6,7 +6,7 @@
 
 namespace Simulator {
 
-/// What the pixels of a tile see, which the eye's movements do not change.
+/// What the pixels of a tile see, independent of the eye's movements.
 struct EyeRenderer::Surface {
     // The eyeball's normal, along the headset's axes.
     alignas(64) TilePlane x;

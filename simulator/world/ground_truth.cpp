@@ -50,7 +50,7 @@ void GroundTruth::write(int64_t timestamp, const Motion& motion,
     add(motion.velocity);
     add(biases.angularRate);
     add(biases.acceleration);
-    // Whoever reads the record finds its line in the file.
+    // Flushes, so that the line is in the file before a client gets the record.
     stream_ << line << std::endl;
 }
 

@@ -11,8 +11,8 @@
 
 namespace Simulator {
 
-/// A file in the form of EuRoC's ground truth. It takes the place of an earlier file of its name
-/// with its first line.
+/// A file in the form of EuRoC's ground truth. The first line replaces an earlier file of the same
+/// name.
 ///
 /// Threading: every method may be called from any thread.
 class GroundTruth {

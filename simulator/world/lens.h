@@ -28,14 +28,15 @@ struct Lens {
 
     /// Where a point is seen, whether or not the image reaches that far.
     /// @param point along the camera's axes, not at its origin
-    /// @return nothing if it is outside of what the model describes: behind a pinhole, or where the
-    /// distortion would fold the image back
+    /// @return empty outside of the model's range: behind a pinhole, or where the distortion would
+    /// fold the image
     std::optional<Eigen::Vector2d> project(const Eigen::Vector3d& point) const;
 
     /// The direction that a pixel sees, of length 1.
     Eigen::Vector3d unproject(const Eigen::Vector2d& pixel) const;
 
-    /// Of the same sensor, each of whose pixels are the mean of 2^halvings by 2^halvings.
+    /// The lens for binned images of the same sensor, whose pixels are the mean of 2^halvings by
+    /// 2^halvings.
     Lens binned(unsigned halvings) const;
 };
 

@@ -1,4 +1,4 @@
-// Square markers on the walls of the simulated room, which detectors know.
+// Square markers on the walls of the simulated room, from a dictionary that public detectors know.
 #pragma once
 
 #include <array>
@@ -18,8 +18,8 @@ inline constexpr double kMarkerCell = kMarkerSide / kMarkerCells;
 struct Marker {
     /// In the public dictionary of 50 patterns of 4 x 4 cells.
     uint32_t id;
-    /// Of the black square, in m in the world: upper left, upper right, lower right, lower left, as
-    /// one sees them who looks at it.
+    /// Corners of the black square, in m in the world: upper left, upper right, lower right, lower
+    /// left, as seen from the front.
     std::array<Vector, 4> corners;
 };
 

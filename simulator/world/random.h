@@ -1,5 +1,4 @@
-// Random numbers that are a function of their index alone, not of who asks, when, or in which
-// order.
+// Random numbers that depend only on seed, name and index, not on the order of the calls.
 #pragma once
 
 #include <cmath>
@@ -11,7 +10,7 @@ namespace Simulator {
 /// Threading: constant, for any thread.
 class Random {
   public:
-    /// @param name of who draws; each name has numbers of its own
+    /// @param name of the user; each name has its own sequence
     Random(uint64_t seed, std::string_view name) : key_(mix(seed)) {
         for (const char letter : name) {
             key_ = mix(key_ + static_cast<unsigned char>(letter));

@@ -16,7 +16,7 @@ struct Renderer::Rays {
     alignas(64) TilePlane z;
 };
 
-/// What a tile sees at all, and how dense its pixels are.
+/// The directions that a tile sees, and the spacing of its pixels.
 struct Renderer::Field {
     View::Cone cone;
     View::Vector3 middle;
@@ -77,7 +77,7 @@ struct TilePlaneView {
     Tint tint;
 };
 
-/// One over the distance of what a pixel sees, and which plane that is, and where in its texture.
+/// What each pixel sees: the inverse distance, the plane, and the place in its texture.
 struct Hits {
     alignas(64) TilePlane inverse;
     alignas(64) TilePlane u;
@@ -143,7 +143,7 @@ KERNEL void startWith(const TilePlaneView& plane, const Rays& rays, Hits* hits) 
     hits->plane.fill(0);
 }
 
-/// Keeps what is nearer than all before.
+/// Compares a plane with the nearest hits so far and keeps the nearer ones.
 template <typename Rays>
 KERNEL void compareWith(const TilePlaneView& plane, int32_t index, const Rays& rays, Hits* hits) {
 #pragma clang loop vectorize(enable)
@@ -437,7 +437,7 @@ View Renderer::viewOf(const Scene& scene, const Pose& camera) const {
 }
 
 // Twice as fast with the wider vectors that nearly all workstations have; the values are the same.
-// Which code fits is found out before ThreadSanitizer is ready for any.
+// Not under ThreadSanitizer, because the choice is made before its runtime is initialised.
 #if defined(__x86_64__) && !__has_feature(thread_sanitizer)
 __attribute__((target_clones("avx2", "default")))
 #endif

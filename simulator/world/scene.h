@@ -1,4 +1,4 @@
-// What there is to be seen: textured rectangles, ellipsoids and points of light.
+// The scene's contents: textured rectangles, ellipsoids and points of light.
 #pragma once
 
 #include <vector>
@@ -15,7 +15,7 @@ using Tint = Eigen::Vector3f;
 Tint tintOf(double hue);
 
 struct Rectangle {
-    /// The upper left one, as one sees it who looks at the rectangle's front.
+    /// The upper left corner, as seen from the front.
     Vector corner;
     /// From there to the upper right and the lower left corner; at right angles.
     Vector right;
@@ -44,7 +44,7 @@ Solid block(const Pose& pose, const Vector& size, const Texture& texture, double
             const Tint& tint);
 
 struct Ellipsoid {
-    /// World from ellipsoid.
+    /// Pose of the ellipsoid: world from ellipsoid.
     Pose pose;
     /// Half lengths of the axes.
     Vector radii;

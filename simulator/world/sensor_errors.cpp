@@ -26,8 +26,8 @@ double RandomWalk::at(int64_t worldTime) {
     return begin_ + std::min(part, 1.0) * (end_ - begin_);
 }
 
-/// Lévy's construction: where the walk is in the middle of a time is known, but for a normal
-/// deviation, from where it is at both of its ends.
+/// Lévy's construction: the value in the middle of an interval is the mean of the values at both
+/// ends, plus a normal deviate.
 double RandomWalk::atCell(int64_t cell) const {
     const double cellSeconds = static_cast<double>(kCell) * 1e-9;
     int64_t begin = 0;
@@ -114,7 +114,7 @@ InertialSensor::InertialSensor(const ImuSettings& settings, uint64_t seed, const
       jitter_(seed, name + " jitter") {}
 
 InertialSensor::Reading InertialSensor::measure(const Motion& motion, const Moment& moment) {
-    // At rest the sensor feels what holds it up against gravity.
+    // An accelerometer at rest measures the force that holds it up against gravity.
     const Vector force =
         motion.pose.orientation.conjugate() * (motion.acceleration + kGravity * Vector::UnitZ());
     return {accelerometer_.measure(force, force, moment),
@@ -132,7 +132,7 @@ InertialSensor::Reading InertialSensor::biases(const Moment& moment) {
 }
 
 int64_t InertialSensor::timestampError(const Moment& moment) const {
-    // Samples stay in order.
+    // Limits the error, so that samples stay in order.
     const double most = 0.25 / moment.rate;
     const double error =
         settings_.timestampJitter * jitter_.normal(static_cast<uint64_t>(moment.worldTime));

@@ -1,4 +1,4 @@
-// Errors of sensors: from the truth to what they measure.
+// Error models of sensors: from true values to measured ones.
 #pragma once
 
 #include <array>
@@ -21,8 +21,8 @@ struct Moment {
 /// Temperature of sensors that began to warm up when the world began, in degrees Celsius.
 double temperatureAt(int64_t worldTime, const ImuSettings& settings);
 
-/// A random walk that is a function of time, whatever was asked before. It begins with 0 and holds
-/// for 2^23 s (97 days), after which it stays.
+/// A random walk that is a function of time, independent of earlier calls. It begins at 0 and is
+/// constant after 2^23 s (97 days).
 ///
 /// Threading: one thread at a time.
 class RandomWalk {
@@ -50,12 +50,11 @@ class TriaxialSensor {
     /// @param name of the sensor, which has errors of its own
     TriaxialSensor(const TriaxialSettings& settings, uint64_t seed, const std::string& name);
 
-    /// The errors that are added to the truth, without the noise and those that depend on the
-    /// truth.
+    /// The additive errors, without noise and without those that depend on the true value.
     Vector bias(const Moment& moment);
 
     /// Readings beyond the range are clamped to it.
-    /// @param acceleration that the sensor feels, in m/s^2
+    /// @param acceleration specific force on the sensor, in m/s^2
     Vector measure(const Vector& truth, const Vector& acceleration, const Moment& moment);
 
     /// Whether an axis is at the end of its range.
@@ -99,7 +98,7 @@ class InertialSensor {
     /// The biases in force.
     Reading biases(const Moment& moment);
 
-    /// How much later than the truth the time stamp of a sample is, in ns.
+    /// Error of a sample's time stamp, in ns; positive if it is too late.
     int64_t timestampError(const Moment& moment) const;
 
   private:

@@ -42,7 +42,7 @@ constexpr std::initializer_list<Field<ImuSettings>> kImuFields = {
     {"warmUpTime", &ImuSettings::warmUpTime},
 };
 
-/// Calls `read(key, value)` for each entry; it says whether there is such a key.
+/// Calls `read(key, value)` for each entry; it returns whether the key is known.
 template <typename Read>
 void forEachEntry(const YAML::Node& node, const std::string& name, const Read& read) {
     if (!node.IsMap()) {

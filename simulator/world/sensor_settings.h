@@ -1,4 +1,4 @@
-// How good the simulated motion sensors are.
+// Error figures of the simulated motion sensors.
 #pragma once
 
 #include <string>

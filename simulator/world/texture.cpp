@@ -74,7 +74,7 @@ void paint(const Shape& shape, uint8_t grey, Texture::Level* level) {
     }
 }
 
-/// A cheap one is enough: nobody looks at its statistics.
+/// A cheap generator: the statistics of grain do not matter.
 void addGrain(uint64_t seed, std::vector<uint8_t>* pixels) {
     auto state = static_cast<uint32_t>(seed);
     for (uint8_t& pixel : *pixels) {

@@ -1,4 +1,4 @@
-// What the surfaces of the simulated room look like.
+// Textures of the surfaces of the simulated room.
 #pragma once
 
 #include <cstdint>

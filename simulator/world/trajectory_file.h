@@ -7,7 +7,7 @@
 
 namespace Simulator {
 
-/// Forms and failures are those of Trajectory.
+/// File formats and exceptions: see the constructor of Trajectory.
 PoseSpline readTrajectory(const std::string& file);
 
 }  // namespace Simulator

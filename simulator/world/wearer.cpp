@@ -20,7 +20,7 @@ constexpr double kHalfLength = 1.2;  // north and south
 const Vector kStart{0, -0.5, 1.5};   // of the neck
 const Vector kHeadsetOnNeck{0, 0.11, 0.1};
 
-/// Goes up and down; of a frequency that fits into the round.
+/// A sine whose frequency is rounded to whole periods per round.
 double swing(double time, double frequency, double phase = 0) {
     return std::sin(kTurn * std::round(frequency * kRound) / kRound * time + phase);
 }
@@ -173,7 +173,7 @@ Pose headPose(const Walk& walk, double time) {
             walk.neck.at(time) + steps + sway + swaying + orientation * kHeadsetOnNeck};
 }
 
-/// The mean of a value of the controls around one, of those in the middle most.
+/// Weighted mean of a value over the controls around `number`, with Gaussian weights.
 template <typename Value>
 Vector smoothed(const PoseSpline& path, int64_t number, double deviation, const Value& value) {
     const double steps = deviation * 1e9 / static_cast<double>(path.spacing());

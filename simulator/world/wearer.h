@@ -8,7 +8,7 @@
 
 namespace Simulator {
 
-/// From one pose to the next, in ns.
+/// Interval between poses, in ns.
 inline constexpr int64_t kWearerSpacing = 100'000'000;
 
 /// Of the headset, for a path that repeats itself.

@@ -16,7 +16,7 @@ struct World {
     /// Throws std::runtime_error if a file of the settings cannot be used.
     explicit World(const WorldSettings& settings);
 
-    /// Devices and their errors are a function of it, of their names and of time alone.
+    /// Devices and their errors depend only on the seed, their names and time.
     uint64_t seed;
     Trajectory trajectory;
     SensorSettings sensors;
