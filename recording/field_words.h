@@ -1,4 +1,4 @@
-// Words for numbers of records.
+// Converts numbers of records to words for tables.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace Recording {
 /// Turns a cell into words; for Field::shownAs.
 using Words = std::function<std::string(std::string_view cell)>;
 
-/// Of an enumeration: its name.
+/// For an enumeration: the name of its value.
 template <typename Enum, typename Name>
 Words wordOf(Name name) {
     return [name](std::string_view cell) {
@@ -25,7 +25,7 @@ Words wordOf(Name name) {
     };
 }
 
-/// Of a set of bits: the names of those that are set.
+/// For a set of bits: the names of the bits that are set.
 inline Words wordsOfBits(std::initializer_list<std::pair<unsigned, const char*>> names) {
     return [bits = std::vector(names)](std::string_view cell) {
         uint64_t set = 0;

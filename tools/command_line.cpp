@@ -1,4 +1,4 @@
-// Puts the commands together and runs the one that is named.
+// Assembles the commands and runs the one that the user named.
 #include "command_line.h"
 
 #include <fmt/format.h>
@@ -33,7 +33,7 @@ constexpr char kFooter[] =
     "  134  the library ended the program (SIGABRT), as it does when the service refuses a\n"
     "       call: its log line says which";
 
-/// At the leaves, where users look for them.
+/// Adds the output options to each command, where users look for them.
 void addOutputOptions(CLI::App& app) {
     const auto commands = app.get_subcommands({});
     for (CLI::App* const command : commands) {
@@ -45,7 +45,8 @@ void addOutputOptions(CLI::App& app) {
     }
 }
 
-/// Before anything else: errors in the rest of the command line are reported accordingly.
+/// Applies the output options before parsing, so that errors in the command line are reported
+/// accordingly.
 void obeyOutputOptions(const std::vector<std::string>& words) {
     const auto isGiven = [&words](const char* option) {
         return std::find(words.begin(), words.end(), option) != words.end();
@@ -54,7 +55,7 @@ void obeyOutputOptions(const std::vector<std::string>& words) {
     Diagnostics::filterLog(isGiven(kVerbose));
 }
 
-/// Throws Failure for a word in a command's place that is none.
+/// Throws Failure if a word in the place of a command is not one.
 void requireCommands(const CLI::App& app, const std::vector<std::string>& words) {
     const CLI::App* group = &app;
     for (const std::string& word : words) {
@@ -116,7 +117,7 @@ ExitCode runCommandLine(const std::vector<std::string>& words) {
     describeCommandLine(app);
     requireCommands(app, words);
     try {
-        // Runs the command as well. CLI11 takes the words from the end.
+        // Parses and runs the command. CLI11 expects the words in reverse order.
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0 || !Output::isJson()) {

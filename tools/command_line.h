@@ -10,6 +10,6 @@
 /// Gives `app` all commands and options.
 void describeCommandLine(CLI::App& app);
 
-/// Runs the command that the words name; prints help and complaints about the words. Throws Failure
-/// for all else that ends it early.
+/// Runs the command that the words name. Prints help and usage errors; throws Failure if the
+/// command fails.
 ExitCode runCommandLine(const std::vector<std::string>& words);

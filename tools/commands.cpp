@@ -16,7 +16,7 @@
 CLI::Validator secondsFrom(double least) {
     return {[least](std::string& text) {
                 double seconds = 0;
-                // Not a number is in no range.
+                // Written so that NaN is refused.
                 const bool isValid =
                     CLI::detail::lexical_cast(text, seconds) && seconds >= least && seconds <= 1e8;
                 return isValid ? std::string()
@@ -25,7 +25,7 @@ CLI::Validator secondsFrom(double least) {
             fmt::format(">= {}", least)};
 }
 
-/// Completes names that are shortened.
+/// Validates a stream name and completes a shortened one.
 static CLI::Validator isStreamName() {
     return {[](std::string& name) {
                 try {

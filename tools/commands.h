@@ -1,5 +1,5 @@
-// The sub-commands. Each adds itself to the command line and runs when it is named there; it throws
-// Failure for what ends it early.
+// The sub-commands. Each adds itself to the command line and runs when the user names it. A command
+// that fails throws Failure.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -8,11 +8,10 @@
 
 #include "session.h"
 
-/// How long a run may take to end once it is asked to.
+/// How long a run may take to end after a request.
 inline constexpr std::chrono::seconds kShutdownGrace{2};
 
-/// For commands that have nothing to tidy up: a signal or the death of the service ends them at
-/// once.
+/// For commands without clean-up: a signal or the death of the service ends them at once.
 inline constexpr std::chrono::milliseconds kNoGrace{0};
 
 void addListCommand(CLI::App& app);
@@ -38,7 +37,7 @@ void addFilterOptions(CLI::App& command, SessionOptions& options);
 /// Adds the argument that names one stream.
 void addStreamArgument(CLI::App& command, SessionOptions& options);
 
-/// Adds what the commands that measure streams have in common.
+/// Adds the common options of commands that measure streams.
 void addSessionOptions(CLI::App& command, SessionOptions& options);
 
 /// A number of seconds from `least` to a few years.

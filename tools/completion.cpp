@@ -39,7 +39,7 @@ void visitCommands(const CLI::App& command, const std::string& path,
     }
 }
 
-/// Gets the words before the one to complete, and prints those that it may be.
+/// Takes the words before the one to complete, and prints the candidates.
 constexpr std::string_view kFunction = R"sh(_sensorctl_words() {{
     local command= last= word
     for word in "$@"; do
@@ -64,7 +64,7 @@ constexpr std::string_view kBash = R"sh(_sensorctl() {
 complete -o default -F _sensorctl sensorctl
 )sh";
 
-/// Works as a file of the function path, and when it is sourced.
+/// Works both as a file in fpath and when it is sourced.
 constexpr std::string_view kZsh = R"sh(_sensorctl() {
     local candidates=(${(z)"$(_sensorctl_words "${(@)words[2,CURRENT-1]}")"})
     compadd -a candidates || _files
@@ -92,7 +92,7 @@ std::string completionScript(const CLI::App& app, const std::string& shell) {
             if (option->get_positional()) {
                 next += takesStream(*option) ? " " + streams : "";
             } else if (option->get_items_expected_max() > 0) {
-                // Files, as a rule, which shells complete by themselves.
+                // Most values are files, which the shell completes itself.
                 valued.insert("--" + option->get_lnames().front());
             }
         }

@@ -1,4 +1,4 @@
-// Text for people, an object a line for programs.
+// Writes text for people, or one JSON object per line for programs.
 #include "diagnostics.h"
 
 #include <android/log.h>

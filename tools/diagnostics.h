@@ -7,7 +7,7 @@
 
 namespace Diagnostics {
 
-/// Lets through the log lines of the library that are errors; all of them if `isVerbose`.
+/// Prints only error lines of the library's log, or all lines if `isVerbose`.
 void filterLog(bool isVerbose);
 
 /// Prints why the command ends.

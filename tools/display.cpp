@@ -13,14 +13,14 @@
 
 namespace {
 
-/// In characters; zeros if it is not known.
+/// Size in characters; zeros if it is unknown.
 winsize terminalSize() {
     winsize size{};
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size : winsize{};
 }
 
-/// A block that is higher, or that has a line which wraps, would hide its own beginning, which the
-/// next update looks for.
+/// Cuts lines to the terminal's size: the next update finds the beginning of the block only if no
+/// line wraps and all fit on the screen.
 void fitToTerminal(std::vector<std::string>& lines) {
     const winsize size = terminalSize();
     if (size.ws_row > 1) {

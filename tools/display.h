@@ -11,10 +11,11 @@ class Display {
 
     bool isTerminal() const { return isTerminal_; }
 
-    /// Shows `lines` in place of those of the last update; not on a terminal: below them.
+    /// Replaces the lines of the last update with `lines`. If standard output is not a terminal,
+    /// appends them.
     void update(std::vector<std::string> lines);
 
-    /// Shows `lines` below what is there; they stay.
+    /// Appends `lines` below the output; later updates do not replace them.
     static void append(const std::vector<std::string>& lines);
 
   private:

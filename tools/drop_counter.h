@@ -1,4 +1,4 @@
-// Counts the records that a stream lost on the way.
+// Counts lost records of a stream.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@
 class DropCounter {
   public:
     /// @param isDiscontinuity whether the record says that others before it were dropped.
-    /// @return the records lost right before this one. A mark without a gap in the numbers counts
-    /// as one: how many were lost is then unknown.
+    /// @return the number of records lost directly before this one. A discontinuity mark without a
+    /// gap in the numbers counts as one, because the number is unknown.
     uint32_t next(uint32_t sequence, bool isDiscontinuity) {
         uint32_t gap = last_ ? sequence - *last_ - 1 : 0;
         if (gap > kLargestGap) {
@@ -20,7 +20,7 @@ class DropCounter {
     }
 
   private:
-    /// A wider gap is a step back: the sensor began to count anew.
+    /// A larger gap is a step back: the sensor has restarted its count.
     static constexpr uint32_t kLargestGap = UINT32_MAX / 2;
 
     std::optional<uint32_t> last_;

@@ -1,4 +1,4 @@
-// Reads and judges expectations.
+// Parses and checks expectations.
 #include "expectation.h"
 
 #include <fmt/format.h>
@@ -28,14 +28,14 @@ const std::map<std::string, bool (*)(double, double)> kRelations{
     {">", [](double a, double b) { return a > b; }},
 };
 
-/// In seconds; other units have no multiples.
+/// Units of time, in seconds. Other quantities have a single unit.
 const std::map<std::string, double> kTimeUnits{{"ns", 1e-9}, {"us", 1e-6}, {"ms", 1e-3}, {"s", 1}};
 
 Failure malformed(const std::string& text, const std::string& reason) {
     return {ExitCode::USAGE, fmt::format("--expect: '{}' {}", text, reason)};
 }
 
-/// Of "5ms", in the quantity's unit.
+/// Parses a limit such as "5ms" and converts it to the quantity's unit.
 double limitOf(const std::string& words, const Quantity& quantity, const std::string& text) {
     const size_t numberEnd = std::min(words.find_first_not_of("+-.0123456789e"), words.size());
     const std::string unit = words.substr(numberEnd);
@@ -79,7 +79,7 @@ Expectation parseOne(const std::string& stream, const std::string& text) {
     return {stream, &quantity, relation, limitOf(text.substr(relationEnd), quantity, text), text};
 }
 
-/// The expectation holds for what could be measured only: what could not be is not what was hoped.
+/// Checks an expectation. A quantity that could not be measured does not meet it.
 Verdict judgeOne(const Expectation& expectation, const SensorStream& stream, uint64_t source,
                  const SourceStatistics& statistics, RateMeter::Time now) {
     const Quantity& quantity = *expectation.quantity;

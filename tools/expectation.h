@@ -9,7 +9,7 @@
 
 /// A limit for one quantity of one stream.
 struct Expectation {
-    /// A name that the user can choose: of one stream, or of several.
+    /// A name from the list of stream kinds: one stream, or a group of streams.
     std::string stream;
     const Quantity* quantity;
     std::string relation;
@@ -19,17 +19,17 @@ struct Expectation {
     std::string text;
 };
 
-/// Reads "imu:rate>=990,drops=0,gap<5ms"; stream names may be shortened. Throws Failure with what
-/// is wrong.
+/// Parses "imu:rate>=990,drops=0,gap<5ms"; stream names may be shortened. Throws Failure if it is
+/// wrong.
 std::vector<Expectation> parseExpectations(const std::string& text);
 
 /// The result of one expectation for one row of the measurements.
 struct Verdict {
     std::string stream;
-    /// Of streams that carry several; otherwise empty.
+    /// For streams that carry several controllers; otherwise empty.
     std::string controller;
     std::string expectation;
-    /// With its unit; "unknown" if it could not be measured.
+    /// The measured value with its unit; "unknown" if it could not be measured.
     std::string actual;
     bool isMet;
 };

@@ -35,7 +35,7 @@ inline Failure missingService(const std::string& hal) {
                                       "moriak-sensor-simulator provides it"};
 }
 
-/// @return the object that a factory made. Throws Failure if the pointer is empty.
+/// Returns `sensor`. Throws Failure if it is empty, because no service runs.
 template <typename Sensor>
 std::unique_ptr<Sensor> requireService(std::unique_ptr<Sensor> sensor, const char* hal) {
     if (sensor == nullptr) {

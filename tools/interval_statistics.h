@@ -15,14 +15,14 @@ class IntervalStatistics {
         shortest_ = count_ == 0 ? interval : std::min(shortest_, interval);
         longest_ = count_ == 0 ? interval : std::max(longest_, interval);
         ++count_;
-        // Welford's recursion: sums of squares would cancel.
+        // Welford's algorithm, because a sum of squares would lose precision by cancellation.
         const double value = static_cast<double>(interval.count());
         const double deviation = value - mean_;
         mean_ += deviation / static_cast<double>(count_);
         squares_ += deviation * (value - mean_);
     }
 
-    /// Zero: the others say nothing.
+    /// Number of intervals; if it is zero, the other values are meaningless.
     uint64_t count() const { return count_; }
     Nanoseconds shortest() const { return shortest_; }
     Nanoseconds longest() const { return longest_; }

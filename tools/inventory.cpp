@@ -1,4 +1,4 @@
-// Asks the areas one after the other.
+// Collects the inventories of all areas.
 #include "inventory.h"
 
 #include "wait_notice.h"

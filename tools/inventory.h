@@ -1,4 +1,4 @@
-// What a device offers, as the areas report it.
+// The services and devices that run, collected from all areas.
 #pragma once
 
 #include <string>
@@ -16,8 +16,8 @@ class Inventory {
         isAnyRunning_ = isAnyRunning_ || isRunning;
     }
 
-    /// Shown below the services, in the order of the calls.
-    /// @param name for programs.
+    /// Adds a table. Tables are shown below the services, in the order in which they were added.
+    /// @param name key in JSON output.
     void addTable(std::string name, Table table) {
         tables_.emplace_back(std::move(name), std::move(table));
     }

@@ -22,7 +22,7 @@ uint64_t LatencyHistogram::endOf(size_t bucket) {
 }
 
 void LatencyHistogram::add(std::chrono::nanoseconds latency) {
-    // A record from the future is a fault of its clock; as a latency it is none at all.
+    // A time stamp in the future is an error of its clock, so count a latency of 0.
     const auto value = static_cast<uint64_t>(std::max<int64_t>(latency.count(), 0));
     ++buckets_[bucketOf(value)];
     ++count_;

@@ -1,4 +1,4 @@
-// Puts measurements into cells.
+// Formats measurements as a table.
 #include "measurement_table.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-// What was measured of the streams, as a table.
+// The measurements of streams as a table.
 #pragma once
 
 #include <cstdint>
@@ -11,12 +11,12 @@
 #include "stream_statistics.h"
 #include "table.h"
 
-/// One thing that is measured of every stream.
+/// A quantity that is measured for every stream.
 struct Quantity {
     const char* name;
-    /// Of the value; empty for counts and ratios.
+    /// Unit of the value; empty for counts and ratios.
     const char* unit;
-    /// As many as people read.
+    /// Decimals in text output.
     int decimals;
     /// Empty if it could not be measured. `now` is the end of the measurement.
     std::optional<double> (*valueOf)(const StreamMeasurement& measurement, RateMeter::Time now);
@@ -25,7 +25,7 @@ struct Quantity {
 /// In the order of the table's columns.
 const std::vector<Quantity>& quantities();
 
-/// Which of the two measurements of a source.
+/// Chooses one of the two measurements of a source: the interval or the total.
 using Measurement = const StreamMeasurement& (SourceStatistics::*)() const;
 
 using SensorStreams = std::vector<std::unique_ptr<SensorStream>>;
@@ -33,5 +33,5 @@ using SensorStreams = std::vector<std::unique_ptr<SensorStream>>;
 /// A row for each stream, and for each controller of the streams that carry several.
 Table measurementTable(const SensorStreams& streams, Measurement choose, RateMeter::Time now);
 
-/// As tables have it: the address of a controller.
+/// Text of a source in tables: the controller's address.
 std::string sourceName(uint64_t source);

@@ -34,7 +34,7 @@ std::vector<Expectation> expectationsOf(const MonitorOptions& options) {
     return all;
 }
 
-/// The session's options, with the streams that the expectations are about if none are named.
+/// The session's options. If no streams are named, those of the expectations are used.
 SessionOptions sessionOptions(const MonitorOptions& options,
                               const std::vector<Expectation>& expectations) {
     SessionOptions session = options.session;
@@ -77,7 +77,7 @@ void monitor(const MonitorOptions& options) {
     Display display;
     const auto interval = durationOf(options.intervalSeconds);
     session.start();
-    // The interval that the end cuts short is in the summary.
+    // An interval that the end cuts short is not shown, but counts in the summary.
     while (session.receiveUntil(std::chrono::steady_clock::now() + interval)) {
         const Table table = session.intervalTable();
         if (Output::isJson()) {

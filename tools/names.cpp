@@ -20,7 +20,8 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-/// How many characters to insert, remove or replace to make one of the other.
+/// Number of characters to insert, remove or replace to turn `from` into `to` (Levenshtein
+/// distance).
 size_t editDistance(const std::string& from, const std::string& to) {
     std::vector<size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
@@ -40,7 +41,7 @@ size_t editDistance(const std::string& from, const std::string& to) {
 size_t chooseName(const std::vector<std::string>& names, const std::string& wanted,
                   const std::string& what) {
     const std::string key = lowerCase(wanted);
-    // From the strictest reading to the loosest: where the key may be found in the name.
+    // Ways to match a key with a name, from strict to loose.
     using Reading = bool (*)(const std::string& name, const std::string& key);
     constexpr Reading kReadings[] = {
         [](const std::string& name, const std::string& part) { return name == part; },
@@ -83,7 +84,7 @@ std::string nearestName(const std::vector<std::string>& names, const std::string
             return name;
         }
     }
-    // More than half of it changed is another word.
+    // A name with more than half of the word changed is not a misspelling.
     size_t least = word.size() / 2 + 1;
     for (const std::string& name : names) {
         const size_t distance = editDistance(word, name);

@@ -6,13 +6,12 @@
 #include <string>
 #include <vector>
 
-/// Finds the name that `wanted` abbreviates: the whole of one, or else the beginning or else any
-/// part of just one of them, in any case.
-/// @param what they name, for the message.
-/// @return its index. Throws Failure, with the names that there are, if it is none of them or could
-/// be several.
+/// Finds the name that `wanted` abbreviates, ignoring case: an equal name, else the only name that
+/// begins with it, else the only name that contains it.
+/// @param what kind of names these are, for the error message.
+/// @return the index of the name. Throws Failure, listing the names, if none or several match.
 size_t chooseName(const std::vector<std::string>& names, const std::string& wanted,
                   const std::string& what);
 
-/// The name that `word` is most likely a misspelling of; empty if none is near.
+/// The name of which `word` is most likely a misspelling; empty if none is similar.
 std::string nearestName(const std::vector<std::string>& names, const std::string& word);

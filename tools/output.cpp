@@ -1,4 +1,4 @@
-// One flag that every command obeys.
+// Prints results as text or JSON, according to one flag for the process.
 #include "output.h"
 
 #include "display.h"

@@ -9,21 +9,21 @@
 
 namespace Output {
 
-/// Of the objects that are printed, as docs/sensorctl-json.md describes them. Counts up when a
-/// member goes or changes its meaning; new members do not count.
+/// Version of the printed objects (docs/sensorctl-json.md). Increased when a member is removed or
+/// changes its meaning, but not for new members.
 inline constexpr int kJsonSchema = 1;
 
-/// Which of the two, for the whole process.
+/// Chooses JSON or text for the whole process.
 void setJson(bool isJson);
 bool isJson();
 
-/// One result: the line for people, or the object, with the schema's number, on a line of its own.
+/// Prints one result: `line` as text, or `object` with the schema number on one line.
 void print(const std::string& line, const Json& object);
 
-/// The tables below each other, or one object with an array of objects for each name.
+/// Prints tables one below the other, or one object with an array of objects for each name.
 void print(const std::vector<std::pair<std::string, Table>>& tables);
 
-/// The object on one line, in ASCII; bytes that are no UTF-8 are replaced.
+/// Formats the object on one line, in ASCII; replaces bytes that are not UTF-8.
 std::string jsonLine(const Json& object);
 
 }  // namespace Output

@@ -1,4 +1,4 @@
-// Buffered writing whose errors are not lost.
+// Buffered writing that keeps the first error.
 #include "output_file.h"
 
 #include <fcntl.h>

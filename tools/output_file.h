@@ -1,4 +1,4 @@
-// A file that is written from start to end, and takes its name only when it is whole.
+// A file that is written sequentially, and gets its name only when it is complete.
 #pragma once
 
 #include <sys/types.h>
@@ -9,12 +9,12 @@
 #include <string>
 #include <string_view>
 
-/// Writes to a temporary file beside the one that is asked for; close() gives it the name. A file
-/// of that name stays as it is until then, and for good if close() is never reached. What is no
-/// regular file (a device node, a pipe) is written to directly.
+/// Writes to a temporary file in the same directory, which close() renames. An existing file is
+/// unchanged until then, and stays if close() is never reached. Anything but a regular file (a
+/// device node, a pipe) is written directly.
 ///
-/// Keeps the first error until someone asks for it: write() is called from stream callbacks, which
-/// must not throw.
+/// write() does not throw, because stream callbacks call it; check() and close() report the first
+/// error.
 class OutputFile {
   public:
     /// Throws Failure with the name and the reason.
@@ -40,11 +40,11 @@ class OutputFile {
 
     void openTemporary(mode_t mode);
 
-    /// As the user wrote it, for messages.
+    /// The path as the user wrote it, for messages.
     const std::filesystem::path path_;
-    /// The file itself, where links lead to it.
+    /// The path after following symbolic links.
     std::filesystem::path target_;
-    /// Empty while there is none.
+    /// Path of the temporary file; empty if there is none.
     std::string temporary_;
     std::unique_ptr<std::FILE, Close> file_;
     int error_ = 0;

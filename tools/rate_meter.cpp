@@ -1,4 +1,4 @@
-// The records of the first callback came before the measurement began and are not counted.
+// The measurement begins with the first callback, so its records are not counted.
 #include "rate_meter.h"
 
 #include <algorithm>

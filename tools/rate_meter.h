@@ -13,8 +13,8 @@ class RateMeter {
 
     void deliver(Time now, uint64_t records);
 
-    /// In records a second. A stream that has gone silent for longer than its batches explain is
-    /// measured up to `now`.
+    /// Rate in records per second. If the stream has been silent for longer than between batches,
+    /// it is measured up to `now`.
     double perSecond(Time now) const;
 
     /// The longest time from one callback to the next; the time since the last one, up to `now`, if

@@ -1,4 +1,4 @@
-// One composite, one thread.
+// A thread that waits on one composite.
 #include "receiver.h"
 
 #include <vek/sensors/factories.h>

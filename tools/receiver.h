@@ -13,7 +13,7 @@
 /// A composite stream and a thread that waits on it. The streams must outlive the thread.
 class Receiver {
   public:
-    /// Of one composite.
+    /// Capacity of one composite.
     static constexpr size_t kMostStreams = 15;
 
     Receiver();
@@ -23,11 +23,12 @@ class Receiver {
     Receiver& operator=(const Receiver&) = delete;
 
     bool isFull() const { return streams_ == kMostStreams; }
-    /// Before start().
+    /// Call it before start().
     void add(SensorStream& stream);
 
     void start();
-    /// Ends the thread, then delivers what is left of the streams, which were stopped.
+    /// Ends the thread, then delivers the remaining records. The streams must have been stopped
+    /// before.
     void finish();
 
   private:

@@ -29,7 +29,7 @@ struct RecordOptions {
     std::string groundTruth;
 };
 
-/// What became of the streams.
+/// Outcome of the streams.
 struct Received {
     std::vector<Recording::StreamEnd> ends;
     Table summary;
@@ -71,7 +71,7 @@ std::unique_ptr<Recording::Recorder> makeRecorder(const RecordOptions& options, 
         recorderOptions);
 }
 
-/// Until the user, the time or the service ends it.
+/// Records until the user, the duration or the service ends the run.
 Received receive(const RecordOptions& options, std::unique_ptr<Recording::Recorder>& recorder) {
     Shutdown shutdown(kShutdownGrace);
     Session session(options.session, shutdown);
@@ -101,7 +101,7 @@ Received receive(const RecordOptions& options, std::unique_ptr<Recording::Record
 void record(const RecordOptions& options) {
     std::unique_ptr<Recording::Recorder> recorder;
     const Received received = receive(options, recorder);
-    // A second signal to end does not cut the writing off.
+    // A second signal does not interrupt the writing.
     const bool isThere = recorder->finish(received.ends, options.groundTruth);
     const Recording::Recorder::Progress progress = recorder->progress();
     if (Output::isJson()) {

@@ -1,4 +1,4 @@
-// Gathers the text of a callback's records, to write it at once.
+// Collects the text of all records of a callback and writes it at once.
 #include "record_printer.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ void RecordPrinter::appendCell(Recording::CellKind kind) {
     const std::string& title = titles_[cells_++];
     switch (format_) {
         case Format::TEXT:
-            // Texts are devices' own words.
+            // Texts come from devices, so control characters are replaced.
             fmt::format_to(end, "{}: {}\n", title,
                            kind == Recording::CellKind::TEXT ? printable(std::string(cell)) : cell);
             break;

@@ -17,16 +17,16 @@
 /// Prints the chosen columns of the records of one stream to standard output.
 class RecordPrinter {
   public:
-    /// A line for each column, a row for each record, or an object for each.
+    /// TEXT: a line for each column; CSV: a row for each record; JSON: an object for each record.
     enum class Format { TEXT, CSV, JSON };
 
-    /// @param fields names of columns, or what the names of several begin with, as in
-    /// "acceleration"; all columns if there are none.
-    /// @param most records to print; empty: without limit.
+    /// @param fields names of columns, or prefixes of names, such as "acceleration"; empty: all
+    /// columns.
+    /// @param most maximum number of records to print; empty: no limit.
     RecordPrinter(Format format, std::vector<std::string> fields, std::optional<uint64_t> most)
         : format_(format), fields_(std::move(fields)), most_(most) {}
 
-    /// Before the first record. Throws Failure if a field is none of `columns`.
+    /// Call it before the first record. Throws Failure if a field matches none of `columns`.
     void begin(const std::vector<std::string>& columns);
 
     /// @param received when the record came: CLOCK_MONOTONIC, in ns.
@@ -55,18 +55,18 @@ class RecordPrinter {
     bool isDone() const { return most_ && printed_ >= *most_; }
 
   private:
-    /// `cell_`, under the title that is next.
+    /// Appends `cell_` under the next title.
     void appendCell(Recording::CellKind kind);
     void endRecord();
 
     const Format format_;
     const std::vector<std::string> fields_;
     const std::optional<uint64_t> most_;
-    /// Of the columns to print: 0 is the time of reception, 1 the record's first column.
+    /// Indices of the columns to print: 0 is the time of reception, 1 the record's first column.
     std::vector<size_t> places_;
     std::vector<std::string> titles_;
     uint64_t printed_ = 0;
-    /// Cells of the record that is on.
+    /// Number of cells of the current record so far.
     size_t cells_ = 0;
     fmt::memory_buffer cell_;
     fmt::memory_buffer out_;

@@ -75,7 +75,7 @@ std::string textOf(const nlohmann::json& object, const char* name) {
     return found != object.end() && found->is_string() ? printable(found->get<std::string>()) : "-";
 }
 
-/// How the recording came about and how it ended.
+/// Summary of a recording: its program, times and state.
 Table overviewTable(const Recording::Reader& recording, const RecordingReport& report) {
     Table table({"recording", "program", "began", "seconds", "MB", "ground truth", "state"});
     const nlohmann::json& description = recording.description();

@@ -1,4 +1,4 @@
-// Reads everything once; what cannot be read is a problem of the file, not of the program.
+// Reads everything once. A file that cannot be read is reported as a problem of the recording.
 #include "recording_inspection.h"
 
 #include <fmt/format.h>
@@ -57,7 +57,7 @@ class Inspector {
         }
     }
 
-    /// Of one source.
+    /// Checks that time stamps of one source increase.
     void requireLater(const CsvReader& csv, int64_t timestamp, std::optional<int64_t>& last) {
         if (last && timestamp <= *last) {
             const char* const what = timestamp == *last ? "the time of" : "before";
@@ -94,7 +94,8 @@ class Inspector {
             DropCounter drops;
             std::optional<int64_t> last;
         };
-        // Nobody has more devices; what a broken file makes up must not take all memory.
+        // More than any real device has; a broken file must not exhaust memory with invented
+        // sources.
         constexpr size_t kMostSources = 1000;
         std::map<std::string, Source> sources;
         CsvReader csv = recording_.open(stream);
@@ -226,7 +227,7 @@ RowTime RowTimes::read(const CsvReader& csv) const {
         time.source = csv.cells()[static_cast<size_t>(source_)];
     }
     if (sequence_ >= 0) {
-        // The lower half counts on as well as the whole.
+        // The lower 32 bits are enough to find gaps in a 64-bit number.
         time.sequence = static_cast<uint32_t>(csv.number<uint64_t>(sequence_));
     }
     return time;

@@ -17,11 +17,11 @@
 
 /// The times in a row of a stream.
 struct RowTime {
-    /// When the sample was taken; when it was received, in a stream that has no such time.
+    /// When the sample was taken; in a stream without time stamps, when it was received.
     int64_t timestamp = 0;
-    /// Empty in a EuRoC data set that was made by others.
+    /// Empty in a EuRoC data set of another program.
     std::optional<int64_t> received;
-    /// The device that the row is of, in a stream that carries several; otherwise empty.
+    /// The device of the row, in a stream that carries several; otherwise empty.
     std::string source;
     std::optional<uint32_t> sequence;
 };
@@ -31,7 +31,7 @@ class RowTimes {
   public:
     explicit RowTimes(const Recording::CsvReader& csv);
 
-    /// Whether samples have a time of their own, which no two of one source share.
+    /// Whether samples have time stamps, which must be unique for each source.
     bool isStamped() const { return timestamp_ >= 0; }
 
     /// Throws Recording::Error if the row has no such numbers.
@@ -47,14 +47,14 @@ class RowTimes {
 struct StreamReport {
     std::string name;
     uint64_t records = 0;
-    /// By the gaps in the numbers; empty if the records have none.
+    /// Dropped records, from gaps in the sequence numbers; empty if there are no numbers.
     std::optional<uint64_t> drops;
     uint64_t frameSetsLeftOut = 0;
     int64_t first = 0;
     int64_t last = 0;
-    /// Records a second, of all sources.
+    /// Records per second of all sources together.
     double rate = 0;
-    /// Of each source.
+    /// Intervals between records of the same source.
     IntervalStatistics intervals;
     /// From the sample to its reception.
     LatencyHistogram latencies;
@@ -78,7 +78,7 @@ struct CameraReport {
 struct RecordingReport {
     std::vector<StreamReport> streams;
     std::vector<CameraReport> cameras;
-    /// "FILE:LINE: message", as many as people read.
+    /// "FILE:LINE: message"; only the first ones, the others are counted.
     std::vector<std::string> problems;
     uint64_t problemsLeftOut = 0;
     /// From the first sample to the last.
@@ -88,5 +88,5 @@ struct RecordingReport {
     bool isSound() const { return problems.empty(); }
 };
 
-/// @param isThorough decodes every image, too.
+/// @param isThorough whether to decode every image, too.
 RecordingReport inspect(const Recording::Reader& recording, bool isThorough);

@@ -1,4 +1,5 @@
-// Prepares what gnuplot draws: a script on its standard input, with the points in it.
+// Generates a gnuplot script that contains the data points, and passes it to gnuplot's standard
+// input.
 #include "recording_plot.h"
 
 #include <fmt/format.h>
@@ -25,9 +26,9 @@
 
 namespace {
 
-/// More points than a diagram has columns of pixels say nothing.
+/// More points than pixel columns add no information.
 constexpr size_t kMostPoints = 2000;
-/// Of a diagram, in pixels.
+/// Size of a diagram in pixels.
 constexpr int kWidth = 560;
 constexpr int kHeight = 260;
 
@@ -36,8 +37,8 @@ struct Point {
     double y;
 };
 
-/// Points of a long signal in bounded memory: when there are too many, the lowest and the highest
-/// of neighbours stand for all of them, so that no peak is lost.
+/// Points of a long signal in bounded memory. If there are too many, groups of neighbours are
+/// reduced to their minimum and maximum, so that no peak is lost.
 class Curve {
   public:
     void add(Point point) {
@@ -84,7 +85,7 @@ class Curve {
         }
         points_ = std::move(halved);
         stride_ *= 2;
-        // The next point begins a pair of its own.
+        // The next point begins a new group.
         count_ = points_.size() * stride_;
     }
 
@@ -144,7 +145,7 @@ const std::vector<std::pair<std::string, std::string>>& units() {
     return units;
 }
 
-/// Columns that are no signals: times, counts, and what says whose a row is.
+/// False for times, counts and columns that identify the source of a row.
 bool isSignal(const std::string& title) {
     static const std::regex other(
         "received_ns|(.*_)?timestamp_ns|.*sequence|.*status|sensor|source|controller|"
@@ -226,8 +227,8 @@ Diagrams readStream(const Recording::Reader& recording, const Recording::StreamI
     return diagrams;
 }
 
-/// A text as gnuplot takes it literally: in double quotation marks, or on a line of its own, what a
-/// file says could be a command.
+/// Quotes a text for gnuplot in single quotes, where nothing is interpreted. Text from a file must
+/// not become a command.
 std::string inQuotes(const std::string& text) {
     std::string words = "'";
     for (const char c : text) {
@@ -266,7 +267,7 @@ class Script {
     void addHistogram(const std::string& title, const std::vector<double>& values) {
         constexpr int kBars = 80;
         const auto [low, high] = std::minmax_element(values.begin(), values.end());
-        // What is the same for all has a bar, too.
+        // If all values are equal, there is still one bar.
         const double width = std::max((*high - *low) / kBars, 1e-6 + std::abs(*high) * 1e-3);
         std::map<int, uint64_t> bars;
         for (const double value : values) {
@@ -375,9 +376,10 @@ std::vector<Diagrams> readStreams(const Recording::Reader& recording, const Plot
 }
 
 void draw(const std::string& script) {
-    // Without gnuplot there is nobody to read the script.
+    // Without gnuplot, writing the script would raise SIGPIPE.
     std::signal(SIGPIPE, SIG_IGN);
-    // It warns of what is no fault, such as a signal that does not change.
+    // Messages are kept aside, because gnuplot also warns of harmless things, such as a constant
+    // signal.
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> messages(std::tmpfile(), std::fclose);
     std::FILE* const gnuplot =
         messages == nullptr
@@ -411,7 +413,7 @@ void plotRecording(const std::string& directory, const PlotOptions& options) {
     }
     const Recording::Reader recording(directory);
     const std::vector<Diagrams> streams = readStreams(recording, options);
-    // What was there stays if this fails.
+    // Writes to a temporary file, so that an existing picture stays if this fails.
     const std::string partial = options.file + ".partial";
     try {
         draw(scriptOf(streams, extension == ".svg" ? "svg" : "pngcairo", partial));

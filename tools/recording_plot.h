@@ -5,9 +5,9 @@
 #include <vector>
 
 struct PlotOptions {
-    /// Its extension says which kind: .svg or .png.
+    /// The extension chooses the format: .svg or .png.
     std::string file;
-    /// Names of streams; empty: all that have numbers.
+    /// Names of streams; empty: all with numeric columns.
     std::vector<std::string> streams;
 };
 

@@ -36,7 +36,7 @@ class SensorStream {
     StreamStatistics& statistics() { return statistics_; }
     const StreamStatistics& statistics() const { return statistics_; }
 
-    /// What the user chose it by: its own name or that of several streams.
+    /// The name by which the user chose it: its own, or that of a group.
     const std::string& kind() const { return kind_; }
     void setKind(const std::string& kind) { kind_ = kind; }
 
@@ -44,28 +44,30 @@ class SensorStream {
     virtual void start() = 0;
     virtual void stop() = 0;
 
-    /// The titles of the columns that a recording has for it.
+    /// Titles of the stream's columns in a recording.
     virtual std::string titles() const = 0;
 
-    /// The cameras whose images come with it, their directories not yet named. Asks the service.
+    /// The cameras whose images belong to the stream; their directories are still empty. Calls the
+    /// service.
     virtual std::vector<Recording::CameraInfo> cameras() { return {}; }
 
-    /// Gives all records from now on to a recording, behind the time of their callback
+    /// From now on, adds all records to a recording, each after the time of its callback
     /// (CLOCK_MONOTONIC, in ns).
-    /// @param number, firstCamera its places in the recording's plan.
+    /// @param number, firstCamera indices of the stream and of its first camera in the recording's
+    /// plan.
     virtual void recordTo(Recording::Recorder& recorder, size_t number, size_t firstCamera) = 0;
 
-    /// Records that are so long or longer after the first one are not wanted.
+    /// Limits the recording: ignores records `span` or more after the first one.
     void limitTo(std::chrono::nanoseconds span) { mostSpan_ = span; }
 
-    // While it is recorded: from any thread.
+    // The next two may be called from any thread while the stream is recorded.
 
     uint64_t drops() const { return drops_; }
-    /// From the first record's time stamp to the last one's, also of those that came too late to be
-    /// kept; 0 if they have none.
+    /// Time from the first record's time stamp to the last one's, including records beyond the
+    /// limit; 0 if records have no time stamps.
     std::chrono::nanoseconds span() const { return std::chrono::nanoseconds{span_}; }
 
-    /// Prints all records from now on. Throws Failure if they lack a field that is asked for.
+    /// From now on, prints all records. Throws Failure if they lack a requested field.
     virtual void printTo(RecordPrinter& printer) = 0;
 
     /// The values of the last record of a source; empty if there is none.
@@ -77,7 +79,7 @@ class SensorStream {
     StreamStatistics statistics_;
     std::atomic<uint64_t> drops_{0};
 
-    /// @return whether a record of that time is wanted
+    /// @return whether a record of that time is within the limit
     bool isWithinSpan(int64_t timestamp) {
         firstTimestamp_ = firstTimestamp_.value_or(timestamp);
         span_ = std::max(span_.load(), timestamp - *firstTimestamp_);
@@ -90,8 +92,7 @@ class SensorStream {
     std::atomic<int64_t> span_{0};
 };
 
-/// How a stream is started and stopped. The functions keep the object alive that the stream
-/// belongs to.
+/// Functions that start and stop a stream. They keep the stream's sensor object alive.
 struct StreamControl {
     std::function<void()> start;
     std::function<void()> stop;
@@ -101,10 +102,10 @@ struct StreamControl {
 template <typename Data>
 class TypedSensorStream : public SensorStream {
   public:
-    /// Says where a record comes from; empty for one that is not wanted.
+    /// Returns the origin of a record; empty to ignore the record.
     using Origin = std::function<std::optional<RecordOrigin>(const Data& record)>;
 
-    /// @param queueSize capacity of the queue, in records; empty if the stream's own is fixed.
+    /// @param queueSize capacity of the queue, in records; empty if the stream's capacity is fixed.
     TypedSensorStream(std::string name, Vek::Sensors::IDataStream<Data>& stream,
                       StreamControl control, std::optional<size_t> queueSize, Origin origin)
         : SensorStream(std::move(name)),
@@ -144,7 +145,7 @@ class TypedSensorStream : public SensorStream {
     }
 
   protected:
-    /// Gives a record and its row to the recording.
+    /// Adds a record and its row to the recording.
     virtual void keep(const Data& /*record*/, std::string_view row) {
         rows_ += row;
         ++rowCount_;
@@ -196,13 +197,13 @@ class TypedSensorStream : public SensorStream {
     StreamControl control_;
     Vek::Sensors::IDataStream<Data>& stream_;
     const Origin origin_;
-    /// By source.
+    /// The last record of each source.
     std::map<uint64_t, Data> last_;
     fmt::memory_buffer row_;
     RecordPrinter* printer_ = nullptr;
     Recording::Recorder* recorder_ = nullptr;
     size_t number_ = 0;
-    /// Of the callback that is on.
+    /// Rows of the current callback.
     std::string rows_;
     size_t rowCount_ = 0;
 };

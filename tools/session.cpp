@@ -23,7 +23,8 @@ bool isAll(const SessionOptions& options) {
            options.streams.end();
 }
 
-/// Those of a kind that the user chose. Throws Failure if there are none, unless all are chosen.
+/// Opens the streams of one chosen kind. Throws Failure if there are none, unless the user chose
+/// "all".
 std::vector<std::unique_ptr<SensorStream>> open(const StreamKind& kind,
                                                 const SessionOptions& options) {
     try {
@@ -36,7 +37,7 @@ std::vector<std::unique_ptr<SensorStream>> open(const StreamKind& kind,
     }
 }
 
-/// With the streams that the user did not name.
+/// Adds the streams that the user did not name: the default ones, or the members of "all".
 SessionOptions completed(SessionOptions options) {
     auto& streams = options.streams;
     if (streams.empty() && !options.controller.empty()) {
@@ -58,16 +59,17 @@ SessionOptions completed(SessionOptions options) {
     return options;
 }
 
-/// After which nothing of an instant is to come any more: frame sets take the longest.
+/// After this time, all records of an instant have arrived; frame sets take the longest.
 constexpr std::chrono::milliseconds kLatestRecord{100};
-/// The service may be slower than the machine's time, but not that much.
+/// If no records arrive for this long, a recording ends even if the service runs slower than real
+/// time.
 constexpr std::chrono::seconds kStandstill{2};
 
 bool isOfCamera(const SensorStream& stream) {
     return stream.name().rfind("camera", 0) == 0;
 }
 
-/// Throws Failure if no stream belongs to the area that an option is about.
+/// Throws Failure if no chosen stream belongs to the area of an option.
 void requireStreamOf(const std::string& area, const char* option,
                      const std::vector<std::string>& streams) {
     const auto isOfArea = [&area](const std::string& name) { return name.rfind(area, 0) == 0; };
@@ -166,7 +168,7 @@ void Session::addStreams() {
         throw Failure(ExitCode::USAGE, fmt::format("{} streams are more than the {} of one run",
                                                    streams_.size(), Receiver::kMostStreams));
     }
-    // Who copies images does so on another thread than those who take samples.
+    // Streams with images get a separate thread, because copying images would delay samples.
     std::array<Receiver*, 2> free{};
     for (const auto& stream : streams_) {
         if (!isRecorded_) {
@@ -219,7 +221,8 @@ bool Session::isOver() {
 
 bool Session::receiveUntil(Time deadline) {
     const auto isPrinted = [this] { return printer_ != nullptr && printer_->isDone(); };
-    // The end of a recording is looked for in between: its records come on other threads.
+    // Checks regularly whether the recording is complete, because its records arrive on other
+    // threads.
     constexpr std::chrono::milliseconds kLook{100};
     do {
         const Time look =
@@ -238,7 +241,7 @@ void Session::stop() {
     isStarted_ = false;
     measuredUntil_ = std::chrono::steady_clock::now();
     for (const auto& stream : streams_) {
-        // Asked before each call: one to a dead service would not return.
+        // Checked before each call: a call to a dead service would not return.
         if (!shutdown_.isServiceDead()) {
             stream->stop();
         }
@@ -268,7 +271,8 @@ void Session::restartIntervals() {
 }
 
 Table Session::summary() const {
-    // What the streams did not send since they were stopped is no gap.
+    // Measures only until the streams were stopped, so that the time since then does not count as a
+    // gap.
     return measurementTable(streams_, &SourceStatistics::total, measuredUntil_);
 }
 

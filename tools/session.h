@@ -1,4 +1,4 @@
-// A run over the chosen streams: opened, started, waited on together, stopped.
+// A run of the chosen streams: opens and starts them, waits for them together, stops them.
 #pragma once
 
 #include <vek/sensors/stream.h>
@@ -18,7 +18,7 @@
 #include "table.h"
 #include "waiter.h"
 
-/// All calls belong on one thread, which also receives the records, unless they are recorded.
+/// Threading: one thread, which also receives the records unless they are recorded.
 class Session {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -26,43 +26,43 @@ class Session {
     /// Throws Failure if a chosen stream has no service or an option does not fit it.
     Session(const SessionOptions& wanted, Shutdown& shutdown);
 
-    /// Stops the streams, unless that was done or the service is dead.
+    /// Stops the streams if they run and the service is alive.
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// What a recording of the streams consists of. Asks the service.
+    /// The plan for a recording of the streams. Calls the service.
     Recording::Plan plan();
 
-    /// Gives the records to a recording of that plan; the streams are then received on threads of
-    /// their own, and may be more than one composite takes.
+    /// Adds all records to a recording with that plan. The streams are then received on separate
+    /// threads, and may be more than one composite can hold.
     void recordTo(Recording::Recorder& recorder);
 
-    /// Of the recorded streams. Only after finish().
+    /// Drops of each recorded stream. Only after finish().
     std::vector<Recording::StreamEnd> ends() const;
-    /// Of all recorded streams.
+    /// Sum of the drops of all recorded streams.
     uint64_t drops() const;
 
-    /// Prints the records of the one stream until the printer has enough of them. Throws Failure if
-    /// there are several streams, or they lack a field that is asked for.
+    /// Prints the records of the session's only stream, until the printer has enough. Throws
+    /// Failure if there are several streams, or a requested field does not exist.
     void printTo(RecordPrinter& printer);
 
     void start();
 
-    /// Receives records until `deadline` or the end of the run, whichever is first. How long a
-    /// recording is the time stamps say, so that it holds the same when the service's time is not
-    /// the machine's; it ends at the machine's time when they do not go on.
-    /// @return whether the run goes on.
+    /// Receives records until `deadline` or the end of the run, whichever comes first. The length
+    /// of a recording is measured by time stamps, so that it is right even if the service does not
+    /// run in real time. If time stamps stop advancing, it ends by the machine's time.
+    /// @return false if the run has ended.
     bool receiveUntil(Time deadline);
 
-    /// Stops the streams and receives what is left of them.
+    /// Stops the streams and receives their remaining records.
     void finish();
 
-    /// The streams since the last restartIntervals().
+    /// Measurements since the last restartIntervals().
     Table intervalTable() const;
     void restartIntervals();
 
-    /// The streams over the whole run, and how long it was. Only after finish().
+    /// Measurements of the whole run, and its duration. Only after finish().
     Table summary() const;
     double seconds() const;
     std::vector<Verdict> judge(const std::vector<Expectation>& expectations) const;
@@ -79,13 +79,13 @@ class Session {
     std::vector<std::unique_ptr<SensorStream>> streams_;
     const RecordPrinter* printer_ = nullptr;
     bool isRecorded_ = false;
-    /// Of a recording.
+    /// The threads of a recording.
     std::vector<std::unique_ptr<Receiver>> receivers_;
     bool isStarted_ = false;
     Time begin_{};
     Time end_ = Time::max();
     Time measuredUntil_{};
-    // Of a recording, when it was looked for its end.
+    // For the end of a recording: the time span at the last check, and when it last grew.
     std::chrono::nanoseconds span_{0};
     Time lastGrowth_{};
 };

@@ -1,4 +1,4 @@
-// A thread that waits for signals, in place of handlers, in which next to nothing is allowed.
+// Waits for signals on a thread instead of in handlers, where almost nothing is allowed.
 #include "shutdown.h"
 
 #include <fmt/format.h>
@@ -18,7 +18,7 @@ sigset_t watchedSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGUSR2}) {
         sigaddset(&signals, signal);
     }
-    // Under nohup, the program goes on when its terminal goes.
+    // Under nohup SIGHUP is ignored, and the program continues after its terminal closes.
     struct sigaction hangUp {};
     sigaction(SIGHUP, nullptr, &hangUp);
     if (hangUp.sa_handler != SIG_IGN) {
@@ -27,7 +27,7 @@ sigset_t watchedSignals() {
     return signals;
 }
 
-/// @return 0 when the time is over.
+/// @return the signal; 0 after the timeout.
 int awaitSignal(std::chrono::nanoseconds timeout) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
     const timespec limit{seconds.count(), (timeout - seconds).count()};
@@ -81,7 +81,8 @@ void Shutdown::watch(std::chrono::milliseconds grace) {
     const auto deadline = std::chrono::steady_clock::now() + grace;
     std::chrono::nanoseconds left = grace;
     while (left > left.zero()) {
-        // Some senders send twice, so another signal to end says nothing new.
+        // Ignores further end signals, because some senders send twice; a death of the service
+        // still counts.
         if (awaitSignal(left) == SIGUSR2) {
             request(SIGUSR2);
         }

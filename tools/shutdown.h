@@ -12,12 +12,12 @@
 /// Turns SIGINT, SIGTERM, SIGHUP (unless it is ignored) and the death of the service into a request
 /// to end.
 ///
-/// The library is told to report a death by SIGUSR2, which reaches a thread of this object like the
-/// others. A program that has not ended when `grace` is over is ended here: it hangs in a
-/// control call, which a dead service never answers.
+/// The library reports a death by SIGUSR2, which a thread of this object receives like the other
+/// signals. If the program has not ended after `grace`, the thread ends it: it hangs in a control
+/// call that a dead service never answers.
 ///
-/// Make one before any other thread and any sensor object, so that they all inherit its signal mask
-/// and reaction to deaths. One in a process.
+/// Create it before any other thread and any sensor object, so that they inherit its signal mask
+/// and reaction to deaths. At most one per process.
 class Shutdown {
   public:
     enum class Cause { NONE, SIGNAL, SERVICE_DEATH };
@@ -36,7 +36,7 @@ class Shutdown {
     /// Throws Failure if the service died.
     void requireService() const;
 
-    /// Names the composite whose wait a request ends; null before that composite is destroyed.
+    /// Sets the composite that a request wakes. Set it to null before that composite is destroyed.
     void wake(Vek::Sensors::ICompositeStream* composite);
 
   private:

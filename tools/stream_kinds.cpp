@@ -1,8 +1,8 @@
-// Gathers what the areas offer.
+// Collects the stream kinds of all areas.
 #include "stream_kinds.h"
 
 std::vector<StreamKind> streamKinds() {
-    // Opened as its members.
+    // "all" opens nothing itself: Session replaces it with its members.
     std::vector<StreamKind> all{
         {kAllStreams,
          [](const SessionOptions& /*options*/) -> std::vector<std::unique_ptr<SensorStream>> {

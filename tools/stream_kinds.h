@@ -15,13 +15,13 @@
 struct SessionOptions {
     /// Names of stream kinds.
     std::vector<std::string> streams;
-    /// Only the records of this controller, by its address or name; empty: of all.
+    /// Address or name of the only controller whose records are used; empty: all.
     std::string controller;
-    /// Only the frames of this camera, by its number or name; empty: of all.
+    /// Number or name of the only camera whose frames are used; empty: all.
     std::string camera;
-    /// Asked of the IMU; 0 leaves a field at the sensor's default.
+    /// Requested configuration of the IMU; 0 keeps the sensor's default.
     Vek::Sensors::MotionStreamProperties imu{};
-    /// Empty: until the user ends it.
+    /// Empty: the run lasts until the user ends it.
     std::optional<double> durationSeconds;
 };
 
@@ -34,14 +34,14 @@ struct StreamKind {
     bool isInGroup = false;
 };
 
-/// The name of all streams whose services run.
+/// Name of the group of all streams whose services run.
 inline constexpr char kAllStreams[] = "all";
 
-// The areas'.
+// Each area adds its stream kinds.
 void addMotionStreams(std::vector<StreamKind>& kinds);
-/// "cameras" for all camera streams, "camera-headset" and the like for one.
+/// Adds "cameras" for all camera streams, and "camera-headset" etc. for single ones.
 void addCameraStreams(std::vector<StreamKind>& kinds);
-/// All of them as "controllers", and each by its own name.
+/// Adds "controllers" for all controller streams, and a name for each.
 void addControllerStreams(std::vector<StreamKind>& kinds);
 void addEnvironmentStreams(std::vector<StreamKind>& kinds);
 

@@ -1,4 +1,4 @@
-// Every count goes into two measurements: the interval's and the run's.
+// Counts everything twice: for the current interval and for the whole run.
 #include "stream_statistics.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ void SourceStatistics::countRecord(RateMeter::Time now, const RecordOrigin& orig
     if (!origin.timestamp) {
         return;
     }
-    // The timestamp is another process's: brought to one side of now first, it cannot overflow.
+    // The time stamp comes from another process, so it is clamped first to avoid overflow.
     const int64_t arrival = std::chrono::nanoseconds(now.time_since_epoch()).count();
     const int64_t timestamp = std::clamp<int64_t>(*origin.timestamp, 0, arrival);
     for (StreamMeasurement* measurement : {&interval_, &total_}) {
@@ -57,7 +57,7 @@ void SourceStatistics::restartInterval() {
 uint64_t StreamStatistics::countRecord(RateMeter::Time now, RecordOrigin origin, uint64_t bytes) {
     if (sources_.size() >= kMostSources && sources_.count(origin.source) == 0) {
         origin.source = kOthers;
-        // Mixed, their numbers say nothing.
+        // Sequence numbers of mixed sources are meaningless.
         origin.sequence.reset();
     }
     sources_[origin.source].countRecord(now, origin, bytes);

@@ -24,7 +24,7 @@ struct StreamMeasurement {
     IntervalStatistics intervals;
     RateMeter rate;
 
-    /// Mean records of a callback.
+    /// Mean number of records per callback.
     double batch() const;
 };
 
@@ -45,7 +45,7 @@ class SourceStatistics {
   private:
     DropCounter dropCounter_;
     std::optional<int64_t> lastTimestamp_;
-    /// Of the callback that is running.
+    /// Records of the current callback so far.
     uint64_t pending_ = 0;
     StreamMeasurement interval_;
     StreamMeasurement total_;
@@ -54,12 +54,12 @@ class SourceStatistics {
 /// Measures each source of a stream on its own.
 class StreamStatistics {
   public:
-    /// A service could make up more devices than there are: those beyond so many are measured
+    /// Limits memory: a service could invent any number of devices. Further sources are measured
     /// together, as kOthers.
     static constexpr size_t kMostSources = 64;
     static constexpr uint64_t kOthers = UINT64_MAX;
 
-    /// @return the source that it is counted for.
+    /// @return the source for which the record was counted.
     uint64_t countRecord(RateMeter::Time now, RecordOrigin origin, uint64_t bytes);
     void endCallback(RateMeter::Time now);
     void restartInterval();
@@ -67,7 +67,7 @@ class StreamStatistics {
     /// By source.
     const std::map<uint64_t, SourceStatistics>& sources() const { return sources_; }
 
-    /// Of all sources, over the whole run.
+    /// Drops of all sources in the whole run.
     uint64_t drops() const;
 
   private:

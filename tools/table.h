@@ -10,9 +10,9 @@
 /// Keeps the order of its members.
 using Json = nlohmann::ordered_json;
 
-/// One value of a table, as programs get it and as people read it.
+/// One value of a table: JSON for programs and text for people.
 struct Cell {
-    /// Nothing to tell: null, or "-".
+    /// No value: null in JSON, "-" in text.
     Cell() : text("-") {}
 
     /// @param service's own words; cut to a size that no sensible text has.
@@ -23,15 +23,15 @@ struct Cell {
     template <typename Number, typename = std::enable_if_t<std::is_arithmetic_v<Number>>>
     Cell(Number number) : value(number), text(value.dump()) {}
 
-    /// @param shown what people read instead of the value itself.
+    /// @param shown text for people instead of the value itself.
     Cell(Json exact, std::string shown) : value(std::move(exact)), text(std::move(shown)) {}
 
     Json value;
     std::string text;
 };
 
-/// A table whose columns are as wide as their widest cell; numbers are on the right. However much a
-/// service has to tell, it shows no more than kMostRows, and cells of a bounded width.
+/// A table whose columns are as wide as their widest cell; numbers are right-aligned. Rows are
+/// limited to kMostRows and cells to a maximum width, because a service could send any amount.
 class Table {
   public:
     static constexpr size_t kMostRows = 1000;
@@ -42,8 +42,8 @@ class Table {
     /// @param cells one for each column.
     void addRow(std::vector<Cell> cells);
 
-    /// The title line, then one line for each row; without trailing blanks or line ends. If rows
-    /// were left out, a last line says how many.
+    /// The title line, then one line for each row, without trailing blanks and line ends. If rows
+    /// were left out, the last line states how many.
     std::vector<std::string> lines() const;
 
     /// An object for each row.
@@ -55,9 +55,9 @@ class Table {
     size_t rowsLeftOut_ = 0;
 };
 
-/// `text` as a terminal may have it: everything that could steer it replaced by question marks, and
-/// cut to a width that no sensible text has.
+/// Makes `text` safe for a terminal: replaces control characters with question marks and truncates
+/// very long texts.
 std::string printable(std::string text);
 
-/// The names behind each other, as far as people read.
+/// Joins the names with commas; leaves out the end of a long list.
 std::string listOf(const std::vector<std::string>& names);

@@ -1,4 +1,4 @@
-// A thread that is woken in time, as a rule.
+// A thread that prints a notice unless it is woken in time.
 #include "wait_notice.h"
 
 #include <fmt/format.h>

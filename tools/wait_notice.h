@@ -1,4 +1,4 @@
-// Tells the user what a program waits for that seems to hang.
+// Tells the user what the program waits for if it seems to hang.
 #pragma once
 
 #include <condition_variable>
@@ -6,8 +6,8 @@
 #include <string>
 #include <thread>
 
-/// Says on standard error that `whom` has not answered, should this live for longer than a service
-/// takes that is well.
+/// Prints on standard error that `whom` has not answered, if this object lives longer than a
+/// healthy service takes to answer.
 class WaitNotice {
   public:
     explicit WaitNotice(std::string whom);

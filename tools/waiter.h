@@ -1,4 +1,4 @@
-// What a command waits on.
+// Waits for records, conditions and the end of a command.
 #pragma once
 
 #include <vek/sensors/factories.h>
@@ -14,8 +14,7 @@ inline std::chrono::nanoseconds durationOf(double seconds) {
         std::chrono::duration<double>(seconds));
 }
 
-/// Waits on a composite, to which streams can be added, for a condition, a deadline or the end of
-/// the run.
+/// Waits on a composite until a condition holds, a deadline passes or the run ends.
 class Waiter {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -37,7 +36,7 @@ class Waiter {
         return until([] { return false; }, deadline);
     }
 
-    /// Also ends when `isReached` is true, which is called after every wake and all records.
+    /// Also ends when `isReached` returns true; it is called after every wake and delivery.
     /// @return false if the run was ended before
     template <typename Condition>
     bool until(const Condition& isReached, Time deadline) {
@@ -55,7 +54,7 @@ class Waiter {
     const std::shared_ptr<Vek::Sensors::ICompositeStream> composite_;
 };
 
-/// `seconds` from now; without limit if there are none.
+/// `seconds` from now; no limit if it is empty.
 inline Waiter::Time deadlineAfter(const std::optional<double>& seconds) {
     return seconds ? std::chrono::steady_clock::now() + durationOf(*seconds) : Waiter::Time::max();
 }

@@ -1,4 +1,4 @@
-// Asks the service for its cameras.
+// Looks up cameras at the service.
 #include "camera/camera_access.h"
 
 #include <fmt/format.h>

@@ -12,7 +12,7 @@ using Vek::Sensors::kMaxFrameSetSize;
 
 namespace {
 
-/// The service's count may be anything.
+/// Number of frames, limited to the array: the service may state any number.
 size_t countOf(const FrameSet& frameSet) {
     return std::min<size_t>(frameSet.numFrames, kMaxFrameSetSize);
 }

@@ -10,7 +10,7 @@
 #include "record_origin.h"
 #include "recording/fields.h"
 
-/// The frames are numbered from 0; the columns of those that a set does not have are empty.
+/// Frames are numbered from 0; the columns of frames that a set does not have are empty.
 template <>
 struct Recording::Fields<Vek::Sensors::FrameSet> {
     static FieldList<Vek::Sensors::FrameSet> list();
@@ -18,6 +18,6 @@ struct Recording::Fields<Vek::Sensors::FrameSet> {
 
 RecordOrigin originOf(const Vek::Sensors::FrameSet& frameSet);
 
-/// Of the frame of one camera; empty if the set has none, or one without an image.
+/// Origin of one camera's frame; empty if the set has no frame of it, or one without an image.
 std::optional<RecordOrigin> originOfFrame(const Vek::Sensors::FrameSet& frameSet,
                                           uint32_t cameraId);

@@ -20,7 +20,7 @@ struct StreamOfCamera {
     CameraConfiguration configuration;
 };
 
-/// By the numbers of the cameras.
+/// The stream of each camera, by the camera's number.
 std::map<uint32_t, StreamOfCamera> streamsOf(ICameraProvider& provider) {
     std::map<uint32_t, StreamOfCamera> streams;
     for (const FrameType type : streamFrameTypes()) {

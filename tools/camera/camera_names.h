@@ -1,4 +1,4 @@
-// The words that the user knows cameras' enumerations by.
+// Names of the cameras' enumerations for users.
 #pragma once
 
 #include <vek/sensors/camera.h>
@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-/// The types that there can be a stream of.
+/// The frame types that can have a stream.
 std::vector<Vek::Sensors::FrameType> streamFrameTypes();
 
-/// In lower case, as in "headset"; a value that has no name as its number.
+/// The name in lower case, such as "headset"; the number of a value without a name.
 std::string nameOf(Vek::Sensors::FrameType type);
 std::string nameOf(Vek::Sensors::PixelFormat format);
 std::string nameOf(Vek::Sensors::Resolution resolution);

@@ -1,4 +1,4 @@
-// Copies the images while the frame set is this client's.
+// Copies the images while this client holds the frame set.
 #include "camera/camera_sensor_stream.h"
 
 #include <algorithm>
@@ -81,14 +81,15 @@ void CameraSensorStream::keep(const FrameSet& frameSet, std::string_view row) {
         }
         if (frame.cameraId == camera.cameraId && frame.bufferIndex < camera.buffers.size()) {
             const auto pixels = camera.buffers[frame.bufferIndex]->pixels();
-            // A frame without an image has its row all the same.
+            // A frame without an image still has its row.
             if (const auto image = findImage(frame, pixels)) {
                 images.push_back({number, *image});
             }
         }
         ++number;
     }
-    // A service whose time is not the machine's goes on when its clients have read.
+    // A service that its clients pace (--speed 0) continues only after they have read, so wait for
+    // room.
     constexpr std::chrono::seconds kLatest{10};
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     const bool isPaced =

@@ -15,8 +15,8 @@
 
 class CameraSensorStream final : public TypedSensorStream<Vek::Sensors::FrameSet> {
   public:
-    /// @param wanted only the frame sets with an image of this camera, and only its images; empty:
-    /// all.
+    /// @param wanted keeps only frame sets with an image of this camera, and only its images;
+    /// empty: all.
     CameraSensorStream(std::string name, std::shared_ptr<Vek::Sensors::ICameraProvider> provider,
                        std::shared_ptr<Vek::Sensors::ICameraStream> camera,
                        std::optional<uint32_t> wanted);
@@ -30,7 +30,7 @@ class CameraSensorStream final : public TypedSensorStream<Vek::Sensors::FrameSet
     const std::shared_ptr<Vek::Sensors::ICameraProvider> provider_;
     const std::shared_ptr<Vek::Sensors::ICameraStream> camera_;
     const std::optional<uint32_t> wanted_;
-    /// For a recording.
+    /// Set by recordTo().
     Vek::Sensors::CameraStreamMetadata metadata_;
     size_t firstCamera_ = 0;
 };

@@ -33,8 +33,8 @@ bool hasCamera(ICameraStream& stream, uint32_t cameraId) {
                        [cameraId](const auto& camera) { return camera.cameraId == cameraId; });
 }
 
-/// Those of the types that the device has and that have the camera that is asked for. Throws
-/// Failure if there are none.
+/// Opens the streams of those of `types` that the device has and that include the requested camera.
+/// Throws Failure if there are none.
 Streams openStreams(const std::string& name, const std::vector<FrameType>& types,
                     const SessionOptions& options) {
     const std::shared_ptr<ICameraProvider> provider =

@@ -32,7 +32,7 @@ struct CaptureOptions {
     /// A number or a name.
     std::string camera;
     std::string file;
-    /// In ms; empty leaves exposure and gain to the automatic control.
+    /// In ms; empty: exposure and gain stay automatic.
     std::optional<double> exposureTime;
     float gain = 1;
 };
@@ -41,7 +41,7 @@ struct Camera {
     uint32_t id;
     std::string name;
     std::unique_ptr<ICameraStream> stream;
-    /// Its place in the frame sets.
+    /// Index of its frame in the frame sets.
     size_t index;
     CameraStreamMetadata metadata;
 };
@@ -77,13 +77,14 @@ void overrideExposure(Camera& camera, const CaptureOptions& options) {
     camera.stream->setExposureGain(settings);
 }
 
-/// A frame, and its pixels as they were while they were this client's.
+/// A frame and a copy of its pixels.
 struct Shot {
     CameraFrame frame;
     std::vector<std::byte> buffer;
 };
 
-/// Empty if the frame set is not as the stream's metadata has it, or not received in full.
+/// The camera's frame of a frame set; empty if it was not received or does not match the stream's
+/// metadata.
 std::optional<Shot> shotOf(const FrameSet& frameSet, const Camera& camera) {
     const auto& buffers = camera.metadata.cameras[camera.index].buffers;
     if (camera.index >= std::min<size_t>(frameSet.numFrames, kMaxFrameSetSize)) {
@@ -97,7 +98,8 @@ std::optional<Shot> shotOf(const FrameSet& frameSet, const Camera& camera) {
     return Shot{frame, {pixels.begin(), pixels.end()}};
 }
 
-/// Empty if the user ends the run. Throws Failure if none comes in time, or the service dies.
+/// Waits for a frame. Empty if the user ends the run. Throws Failure if none arrives in time, or
+/// the service dies.
 std::optional<Shot> takeShot(Camera& camera, const CaptureOptions& options, Shutdown& shutdown) {
     constexpr std::chrono::seconds kPatience{5};
     Waiter waiter(shutdown);
@@ -116,7 +118,7 @@ std::optional<Shot> takeShot(Camera& camera, const CaptureOptions& options, Shut
     waiter.until([&] { return shot.has_value(); }, deadline);
     shutdown.requireService();
     camera.stream->stop();
-    // What has come since is handed back as well.
+    // Reads once more, so that frame sets that have arrived since are handed back.
     waiter.composite()->waitFor(std::chrono::nanoseconds::zero());
     if (!shot && shutdown.cause() == Shutdown::Cause::NONE) {
         throw Failure(ExitCode::FAILED,

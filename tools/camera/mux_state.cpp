@@ -1,4 +1,4 @@
-// Asks for the mux state and puts it into tables.
+// Gets the mux state and formats it as tables.
 #include "camera/mux_state.h"
 
 #include <fmt/format.h>

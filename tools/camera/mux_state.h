@@ -1,4 +1,4 @@
-// How the cameras are shared out among their purposes, as the user sees it.
+// The mux state (how the cameras are shared among their purposes), for users.
 #pragma once
 
 #include <vek/sensors/camera.h>
@@ -7,12 +7,12 @@
 
 #include "table.h"
 
-/// The state that is in force. The service tells it only to the owner of a stream, so this opens
-/// one, for as long as the process runs. Empty if there are no cameras.
+/// The current state; empty if there are no cameras. The service sends it only to the owner of a
+/// stream, so this opens one until the process ends.
 std::optional<Vek::Sensors::FrameSetConfigurationUpdate> muxStateInForce(
     Vek::Sensors::ICameraProvider& provider);
 
-/// The mode in force and the one that it falls back to, with the purposes that they serve.
+/// The current mode and its fallback, with the purposes that they serve.
 Table muxModeTable(const Vek::Sensors::FrameSetConfigurationUpdate& state);
 
 /// Which cameras are used in which slot of the mode's cycle.

@@ -1,4 +1,5 @@
-// The service calls on a thread of its own, for as long as it lives.
+// The service keeps the callback and calls it on a HIDL thread until the process ends, so the log
+// may be gone.
 #include "camera/mux_state_log.h"
 
 #include <fmt/format.h>
@@ -16,7 +17,7 @@ using namespace Vek::Sensors;
 
 namespace {
 
-/// Of a mux state; texts have blanks between their words.
+/// A row for one mux state; texts have blanks between their words.
 struct MuxStateRow {
     int64_t validFrom = 0;
     uint32_t state = 0;
@@ -57,7 +58,7 @@ Recording::Field<MuxStateRow> words(const char* name, std::string MuxStateRow::*
 template <>
 struct Recording::Fields<MuxStateRow> {
     static FieldList<MuxStateRow> list() {
-        // Several states may hold from one time on, so it is not the row's timestamp.
+        // Not the row's timestamp, because several states may have the same time.
         return {number("valid_from", "ns", &MuxStateRow::validFrom),
                 number("mux_state", "", &MuxStateRow::state),
                 words("mode", &MuxStateRow::mode),

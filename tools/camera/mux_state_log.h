@@ -8,17 +8,17 @@
 
 #include "recording/recorder.h"
 
-/// Gives a recording the mux state in force and each one that follows. The service tells them to
-/// the owner of a stream only, so this opens one, which never runs.
+/// Records the current mux state and all later ones. The service sends them only to the owner of a
+/// stream, so this opens one, which never runs.
 class MuxStateLog {
   public:
     static constexpr char kStream[] = "mux-states";
     static std::string titles();
 
-    /// Asks the service, and does nothing if there are no cameras.
+    /// Registers with the service. Does nothing if there are no cameras.
     /// @param number of the stream in the recording's plan.
     MuxStateLog(Recording::Recorder& recorder, size_t number);
-    /// From here on the recorder is not called any more.
+    /// When this returns, the recorder is not used any more.
     ~MuxStateLog();
     MuxStateLog(const MuxStateLog&) = delete;
     MuxStateLog& operator=(const MuxStateLog&) = delete;

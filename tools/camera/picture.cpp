@@ -1,4 +1,5 @@
-// What is in the buffer is another process's: nothing may be read outside of it.
+// Frames come from another process, so an image must be checked against its buffer before it is
+// read.
 #include "camera/picture.h"
 
 #include <fmt/format.h>
@@ -14,12 +15,12 @@ using namespace Vek::Sensors;
 
 namespace {
 
-/// The values are the same.
+/// The two enumerations have the same values.
 Recording::PixelFormat formatOf(const CameraFrame& frame) {
     return static_cast<Recording::PixelFormat>(frame.pixelFormat);
 }
 
-/// Why there is no image that the buffer holds; empty if there is one.
+/// Why the frame has no valid image in the buffer; empty if it has one.
 std::string reasonAgainst(const CameraFrame& frame, gsl::span<const std::byte> buffer) {
     if (frame.frameType == FrameType::NOT_RECEIVED || frame.frameType == FrameType::INVALID) {
         return "has no image: " + nameOf(frame.frameType);

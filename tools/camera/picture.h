@@ -11,15 +11,15 @@
 #include "recording/image.h"
 
 /// A view of a frame's image.
-/// @param buffer the frame's. Throws Failure if the frame has no image, or one that the buffer
-/// cannot hold.
+/// @param buffer the buffer of the frame. Throws Failure if the frame has no image, or one that
+/// exceeds the buffer.
 Recording::ImageView imageIn(const Vek::Sensors::CameraFrame& frame,
                              gsl::span<const std::byte> buffer);
 
-/// The same; empty if there is no such image.
+/// Like imageIn(), but returns empty instead of throwing.
 std::optional<Recording::ImageView> findImage(const Vek::Sensors::CameraFrame& frame,
                                               gsl::span<const std::byte> buffer);
 
-/// Replaces a file of that name once the picture is whole. Throws Failure with the name and the
-/// reason.
+/// Writes a PNG file. Replaces an existing file only when the new one is complete. Throws Failure
+/// with the name and the reason.
 void writePng(const std::filesystem::path& path, const Recording::Image& image);

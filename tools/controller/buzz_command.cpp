@@ -48,7 +48,7 @@ void buzz(const BuzzOptions& options) {
                    {"duration_s", options.durationSeconds}});
     waiter.until(deadlineAfter(options.durationSeconds));
     if (shutdown.isServiceDead()) {
-        // The client's end could not be told to a dead service.
+        // Not destroyed: the destructor would call the dead service.
         static_cast<void>(client.release());
     }
     shutdown.requireService();

@@ -12,7 +12,8 @@
 using namespace Vek::Sensors;
 
 std::shared_ptr<IControllerProvider> requireControllers() {
-    // One process offers both services, and only this one can be asked for without dying.
+    // One process offers both services, but only the factory of this one returns null instead of
+    // ending the process.
     requireService(createControllerStateProvider(), "IControllerStateProvider");
     return std::make_shared<HidlWrapper::ControllerProvider>();
 }
@@ -26,7 +27,7 @@ std::unique_ptr<IControllerManagementClient> requireManagementClient(
     return client;
 }
 
-/// @param what they are, for the message.
+/// @param what describes the infos in the error message.
 template <typename Info>
 static Info find(const std::vector<Info>& infos, const std::string& key, const char* what) {
     std::vector<std::string> names;

@@ -1,4 +1,4 @@
-// What the commands need of the hand controllers before they can start.
+// Looks up controllers and their services for commands.
 #pragma once
 
 #include <vek/sensors/controller_provider.h>
@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-/// Throws Failure if no service runs: the provider itself would end the process.
+/// Throws Failure if no service runs; the provider's constructor would end the process.
 std::shared_ptr<Vek::Sensors::IControllerProvider> requireControllers();
 
-/// Throws Failure if the service has none to give.
+/// Throws Failure if the service returns none.
 std::unique_ptr<Vek::Sensors::IControllerManagementClient> requireManagementClient(
     Vek::Sensors::IControllerProvider& provider);
 

@@ -1,4 +1,4 @@
-// The sub-commands for hand controllers; as of commands.h.
+// The sub-commands for hand controllers; conventions as in commands.h.
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -27,7 +27,7 @@ const Words kButtons = wordsOfBits({{CONTROLLER_BUTTON_TRIGGER, "trigger"},
                                     {CONTROLLER_BUTTON_PRIMARY, "primary"},
                                     {CONTROLLER_BUTTON_SECONDARY, "secondary"}});
 
-/// Of records that come without times and numbers.
+/// Origin of records without time stamps and sequence numbers.
 RecordOrigin unnumbered(ControllerAddr controller) {
     RecordOrigin origin;
     origin.source = static_cast<uint64_t>(controller);
@@ -104,7 +104,7 @@ RecordOrigin originOf(const ControllerImuData& record) {
             (record.status & MOTION_SAMPLE_DISCONTINUITY) != 0};
 }
 RecordOrigin originOf(const ButtonData& record) {
-    // The lower half of the number counts on as well as the whole.
+    // The lower 32 bits are enough to find gaps in the 64-bit number.
     return {static_cast<uint64_t>(record.header.controller), record.header.timestamp,
             static_cast<uint32_t>(record.header.sequence), false};
 }

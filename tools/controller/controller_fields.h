@@ -51,7 +51,7 @@ struct Recording::Fields<Vek::Sensors::WirelessDeviceStats> {
     static FieldList<Vek::Sensors::WirelessDeviceStats> list();
 };
 
-// Every controller counts for itself.
+// Each controller has its own sequence numbers.
 RecordOrigin originOf(const Vek::Sensors::PairedControllerInfo& record);
 RecordOrigin originOf(const Vek::Sensors::ControllerImuData& record);
 RecordOrigin originOf(const Vek::Sensors::ButtonData& record);

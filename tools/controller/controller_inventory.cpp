@@ -29,7 +29,8 @@ Table controllerTable(IControllerProvider& provider) {
 
 void listControllers(Inventory& inventory) {
     const bool isRunning = createControllerStateProvider() != nullptr;
-    // One process offers both, and only the other one can be asked for without dying.
+    // One process offers both services, but only the state provider's factory returns null instead
+    // of ending the process.
     inventory.addService("IControllerProvider", isRunning);
     inventory.addService("IControllerStateProvider", isRunning);
     if (isRunning) {

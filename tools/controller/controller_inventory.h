@@ -5,5 +5,5 @@
 
 #include "table.h"
 
-/// Those that are paired, and those that advertise themselves.
+/// The paired controllers, and those that advertise themselves.
 Table controllerTable(Vek::Sensors::IControllerProvider& provider);

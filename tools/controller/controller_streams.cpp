@@ -1,4 +1,4 @@
-// Opens the controllers' streams and lets all paired controllers into them.
+// Opens the controllers' streams and enables the samples of all paired controllers.
 #include "stream_kinds.h"
 
 #include <algorithm>
@@ -26,12 +26,12 @@ constexpr size_t kEventQueueSize = 64;
 
 using Provider = std::shared_ptr<IControllerProvider>;
 
-/// Switches the samples of the controllers on that are paired when the run starts.
+/// Enables the samples of the controllers that are paired when the run starts.
 class SampleSwitch {
   public:
     explicit SampleSwitch(Provider provider) : provider_(std::move(provider)) {}
     ~SampleSwitch() {
-        // Not switched off, so the service is dead, and its client's end cannot be told to it.
+        // If off() was not called, the service is dead; the client's destructor would call it.
         static_cast<void>(client_.release());
     }
     SampleSwitch(const SampleSwitch&) = delete;
@@ -50,7 +50,7 @@ class SampleSwitch {
         }
     }
 
-    /// What the client has enabled ends with it.
+    /// Destroying the client disables what it has enabled.
     void off() { client_.reset(); }
 
   private:
@@ -59,7 +59,7 @@ class SampleSwitch {
 };
 
 using Switch = std::shared_ptr<SampleSwitch>;
-/// Which controller's records are wanted; empty: all.
+/// Address of the only wanted controller; empty: all.
 using Filter = std::optional<uint64_t>;
 using OpenStream = std::unique_ptr<SensorStream> (*)(const std::string&, IControllerProvider&,
                                                      const Switch&, Filter);
@@ -96,7 +96,7 @@ constexpr std::pair<const char*, OpenStream> kStreams[] = {
      openStream<WirelessDeviceStats, &Api::streamWirelessDeviceStats, kEventQueueSize>},
 };
 
-/// @param isWanted by its name.
+/// @param isWanted predicate for the names of streams.
 template <typename Wanted>
 std::vector<std::unique_ptr<SensorStream>> openThose(const SessionOptions& options,
                                                      const Wanted& isWanted) {
@@ -119,7 +119,8 @@ std::vector<std::unique_ptr<SensorStream>> openThose(const SessionOptions& optio
 
 void addControllerStreams(std::vector<StreamKind>& kinds) {
     kinds.push_back({kAllControllers, [](const SessionOptions& options) {
-                         // Those that are named as well are opened by their names.
+                         // Streams that the user also named individually are opened under their own
+                         // names.
                          return openThose(options, [&options](const std::string& name) {
                              return std::find(options.streams.begin(), options.streams.end(),
                                               name) == options.streams.end();

@@ -1,4 +1,4 @@
-// The texts of what controllers are and do.
+// Texts for properties and states of controllers.
 #pragma once
 
 #include <vek/sensors/controller.h>

@@ -22,7 +22,7 @@ void list() {
     Output::print({{"controllers", controllerTable(*requireControllers())}});
 }
 
-/// Throws Failure if the service did not do it.
+/// Throws Failure unless the service succeeded.
 void check(ControllerResult result, const char* what, const std::string& name) {
     if (result != ControllerResult::SUCCESS) {
         throw Failure(ExitCode::FAILED, fmt::format("cannot {} '{}': the service answered {}", what,

@@ -31,7 +31,7 @@ struct PoseCounts {
     uint64_t taken = 0;
 };
 
-/// A controller on its way round a circle before the user, once in 2 s.
+/// Pose of a controller that moves in a circle in front of the user, with a period of 2 s.
 PoseOutput poseAt(ControllerAddr controller, uint32_t sequence,
                   std::chrono::steady_clock::time_point time) {
     constexpr double kAngularRate = M_PI;  // rad/s
@@ -55,8 +55,8 @@ PoseOutput poseAt(ControllerAddr controller, uint32_t sequence,
     return pose;
 }
 
-/// One pose at a time until the end. Poses that the queue has no room for are lost, as those of a
-/// tracker would be: the next one is worth more.
+/// Sends one pose at a time until the end. If the queue is full a pose is lost, as with a real
+/// tracker: the next one is more useful.
 PoseCounts stream(IControllerStateProvider& provider, ControllerAddr controller, Waiter& waiter,
                   const PoseOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
@@ -67,7 +67,8 @@ PoseCounts stream(IControllerStateProvider& provider, ControllerAddr controller,
         if (!waiter.until(due)) {
             break;
         }
-        // The next number only for what was taken, so that the service sees what is lost with it.
+        // Only accepted poses advance the sequence number, so that the service counts only losses
+        // on its own side.
         const auto sequence = static_cast<uint32_t>(counts.taken);
         ++counts.sent;
         counts.taken += provider.sendPose(poseAt(controller, sequence, due)) ? 1U : 0U;

@@ -33,8 +33,8 @@ struct UpdateOptions {
     double timeoutSeconds = 30;
 };
 
-/// What the service reports. It may report to a program that has stopped looking, so that this is
-/// shared with the callback.
+/// Progress that the service reports. Shared with the callback, because reports may arrive after
+/// the command has stopped waiting.
 struct Progress {
     explicit Progress(std::shared_ptr<ICompositeStream> composite)
         : waiting(std::move(composite)) {}
@@ -57,7 +57,7 @@ std::string barOf(float progress) {
     return fmt::format("[{:<{}}] {:3.0f} %", std::string(filled, '#'), kWidth, 100 * progress);
 }
 
-/// Follows an update from the service's records of the controller's state.
+/// Observes an update through the stream of the controller's state changes.
 class UpdateWatch {
   public:
     UpdateWatch(IControllerProvider& provider, const PairedControllerInfo& controller,
@@ -128,7 +128,7 @@ bool follow(const UpdateWatch& watch, const Progress& progress, Waiter& waiter,
     return true;
 }
 
-/// Throws Failure if the service refuses.
+/// Starts the update. Throws Failure if the service refuses.
 void begin(IControllerProvider& provider, const PairedControllerInfo& controller,
            const std::shared_ptr<Progress>& progress, const UpdateOptions& options) {
     const ControllerResult result = requireManagementClient(provider)->updateFirmware(

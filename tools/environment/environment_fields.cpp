@@ -50,7 +50,7 @@ RecordOrigin originOf(const FlickerData& record) {
 }
 
 RecordOrigin originOf(const AdcFlickerData& block) {
-    // The service may have sent anything: a length that no block has counts as none.
+    // The service may send any values, so an impossible duration is ignored.
     const double seconds = static_cast<double>(samplesOf(block).size()) / block.sampleRate;
     const bool isPlausible =
         seconds >= 0 && seconds < 1e6 && block.timestamp >= 0 && block.timestamp < INT64_MAX / 2;

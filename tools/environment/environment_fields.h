@@ -25,8 +25,8 @@ struct Recording::Fields<Vek::Sensors::ExternalTimestampData> {
 };
 
 RecordOrigin originOf(const Vek::Sensors::FlickerData& record);
-/// The latency of a block counts from its last sample.
+/// The time stamp is that of the block's last sample, so latency counts from there.
 RecordOrigin originOf(const Vek::Sensors::AdcFlickerData& block);
 RecordOrigin originOf(const Vek::Sensors::AmbientLightData& record);
-/// Every clock has sequence numbers of its own.
+/// Each clock has its own sequence numbers.
 RecordOrigin originOf(const Vek::Sensors::ExternalTimestampData& pulse);

@@ -1,4 +1,4 @@
-// The user's names of groups of LEDs, clocks and kinds of messages.
+// Names of LED groups, clocks and kinds of messages for users.
 #pragma once
 
 #include <vek/sensors/face_eye_tracking_led.h>

@@ -16,7 +16,7 @@ using namespace Vek::Sensors;
 
 namespace {
 
-/// What the light sensor has sent last, and the sensor itself.
+/// The light sensor and its latest records.
 class FlickerView {
   public:
     FlickerView(const Shutdown& shutdown, Waiter& waiter)
@@ -27,7 +27,7 @@ class FlickerView {
                [this](const FlickerData& record) { frequency_ = record.frequency; });
         listen(sensor_->ambientLightStream(),
                [this](const AmbientLightData& record) { illuminance_ = record.illuminance; });
-        // The last, so that the others' records have arrived when a block is shown.
+        // Added last, so that the other streams are read before a block is shown.
         listen(sensor_->adcFlickerStream(), [this](const AdcFlickerData& block) { show(block); });
         sensor_->flickerStart();
         sensor_->ambientLightStart();

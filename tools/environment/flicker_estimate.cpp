@@ -1,4 +1,4 @@
-// The strongest line of the spectrum, its place refined by the lines beside it.
+// Finds the strongest line of the spectrum and refines its position with the neighbouring lines.
 #include "environment/flicker_estimate.h"
 
 #include <algorithm>
@@ -12,9 +12,10 @@ namespace {
 constexpr double kLowestFrequency = 20;     // in Hz
 constexpr double kHighestFrequency = 1000;  // in Hz
 constexpr size_t kFewestSamples = 64;
-/// Whose main lobe is two lines wide to either side: closer to 0 Hz is the mean level's own.
+/// The window's main lobe is two lines wide on each side, so lines closer to 0 Hz belong to the
+/// mean level.
 constexpr size_t kLowestLine = 3;
-// What is weaker than this is noise of the converter.
+// Lines weaker than this are noise of the ADC.
 constexpr double kLeastAmplitude = 1;              // in counts
 constexpr double kLeastRelativeAmplitude = 0.005;  // of the mean level
 
@@ -23,7 +24,7 @@ double meanOf(gsl::span<const uint16_t> samples) {
            static_cast<double>(samples.size());
 }
 
-/// Without their mean, under a Hann window.
+/// The samples minus their mean, multiplied by a Hann window.
 std::vector<double> windowed(gsl::span<const uint16_t> samples, double mean) {
     std::vector<double> signal;
     signal.reserve(samples.size());
@@ -50,7 +51,8 @@ double lineOf(const std::vector<double>& signal, size_t line) {
     return std::sqrt(std::max(power, 0.0));
 }
 
-/// How far the tone is from the strongest line, in lines: exact for one tone under a Hann window.
+/// Distance of the tone from the strongest line, in lines. Exact for a single tone under a Hann
+/// window.
 double offsetFrom(double below, double strongest, double above) {
     const double ratio = std::max(below, above) / strongest;
     const double offset = (2 * ratio - 1) / (ratio + 1);
@@ -66,7 +68,7 @@ gsl::span<const uint16_t> samplesOf(const Vek::Sensors::AdcFlickerData& block) {
 
 std::optional<FlickerEstimate> estimateFlicker(gsl::span<const uint16_t> samples,
                                                double sampleRate) {
-    // In this form, not a number is refused as well.
+    // Written so that NaN is refused, too.
     if (samples.size() < kFewestSamples || !(sampleRate >= 1 && sampleRate <= 1e9)) {
         return std::nullopt;
     }

@@ -8,16 +8,16 @@
 #include <optional>
 
 struct FlickerEstimate {
-    /// Of the strongest flicker from 20 Hz to 1 kHz, in Hz.
+    /// Frequency of the strongest flicker from 20 Hz to 1 kHz, in Hz.
     double frequency;
     /// (maximum - minimum) / (maximum + minimum) of the level.
     double modulationDepth;
 };
 
-/// The samples in use; all of them if the block claims more than it has.
+/// The valid samples of a block; all of them if the block states an impossible count.
 gsl::span<const uint16_t> samplesOf(const Vek::Sensors::AdcFlickerData& block);
 
 /// @param sampleRate in Hz.
-/// @return none if the light is steady, or the samples are too few to tell.
+/// @return empty if the light is steady, or there are too few samples.
 std::optional<FlickerEstimate> estimateFlicker(gsl::span<const uint16_t> samples,
                                                double sampleRate);

@@ -52,7 +52,7 @@ std::optional<uint32_t> toNumber(const std::string& text) {
     return isNumber ? std::optional(number) : std::nullopt;
 }
 
-/// Of "face:0:20000:400"; none if it is not of that form.
+/// Parses "face:0:20000:400"; empty if it does not have that form.
 std::optional<FaceEyeTrackingLedConfiguration> toConfiguration(const std::string& setting) {
     const std::vector<std::string> words = split(setting, ':');
     if (words.size() != 4) {
@@ -89,7 +89,7 @@ void require(bool isDone, const std::string& what) {
     }
 }
 
-/// The service lets go of everything when this process ends, so that nothing need be taken back.
+/// Undoes nothing at the end: the service drops all settings when this process ends.
 void changeLeds(IFaceEyeTrackingLed& leds, const LedOptions& options) {
     auto configurations = toConfigurations(options.settings, leds);
     if (options.overrides) {

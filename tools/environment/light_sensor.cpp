@@ -1,4 +1,4 @@
-// Apart, because the factory's signature has a type of the HAL.
+// Separate, because the factory's signature contains a HAL type.
 #include "environment/light_sensor.h"
 
 #include <vek/sensors/factories.h>

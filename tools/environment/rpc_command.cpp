@@ -35,8 +35,8 @@ struct RpcOptions {
     std::optional<double> durationSeconds;
 };
 
-/// The messages of a client. A message may come when the client is no more, so that what takes it
-/// is shared.
+/// The received messages of a client. Shared with the callback, because a message may arrive after
+/// the client was destroyed.
 struct Inbox {
     static constexpr size_t kMostMessages = 1024;
 
@@ -44,7 +44,7 @@ struct Inbox {
 
     void put(const KivraRpcMessage& message) {
         const std::lock_guard lock(mutex);
-        // Who does not keep up with that many has seen enough of them.
+        // Further messages are dropped, so that memory is bounded.
         if (messages.size() < kMostMessages) {
             messages.push_back(message);
         }
@@ -66,7 +66,7 @@ struct Inbox {
     std::deque<KivraRpcMessage> messages;
 };
 
-/// Registered from its construction to its destruction.
+/// A KivraRpc client, registered from construction to destruction.
 class RpcClient {
   public:
     RpcClient(std::string clientId, Shutdown& shutdown)
@@ -90,8 +90,8 @@ class RpcClient {
                                         payload);
     }
 
-    /// @return none at the deadline, or when the user ended the run. Throws Failure if
-    /// the service died.
+    /// @return empty if the deadline passes or the user ends the run. Throws Failure if the service
+    /// dies.
     std::optional<KivraRpcMessage> receive(Waiter::Time deadline) {
         std::optional<KivraRpcMessage> message;
         waiter_.until([&] { return inbox_->take(message); }, deadline);
@@ -129,8 +129,7 @@ void print(const KivraRpcMessage& message) {
          {"text", textOf(message.payload)}});
 }
 
-/// What the controller answers; the messages that nobody asked for are passed over. None if the
-/// user ended the run.
+/// Waits for the controller's reply and skips notifications. Empty if the user ends the run.
 std::optional<KivraRpcMessage> receiveAnswer(RpcClient& client, const RpcOptions& options,
                                              const Shutdown& shutdown) {
     const Waiter::Time deadline = deadlineAfter(options.timeoutSeconds);

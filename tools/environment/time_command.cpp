@@ -26,7 +26,7 @@ struct TranslationOptions {
     std::string to;
 };
 
-/// Only of the clocks that this process can read by itself.
+/// Reads a clock of this machine. Other clocks are not supported.
 int64_t readClock(const std::string& name) {
     const TimeDomain domain = Recording::findNamed(kTimeDomains, name).value();
     if (domain != TimeDomain::MONOTONIC && domain != TimeDomain::BOOTTIME) {

@@ -22,7 +22,7 @@ constexpr Named<MotionSensorMount> kMounts[] = {
     {MotionSensorMount::BOARD, "board"},
 };
 
-/// Empty if the service does not hand the sensor out, or it is of a kind that has no name here.
+/// Empty if the service does not return the sensor, or its kind is unknown.
 std::optional<MotionSensorProperties> propertiesOf(IMotionSensorProvider& provider,
                                                    const MotionSensorInfo& info) {
     if (info.kind == MotionSensorKind::IMU) {

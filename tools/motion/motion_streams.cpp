@@ -40,7 +40,7 @@ Streams openImu(const SessionOptions& options) {
     const MotionStreamProperties& wanted = options.imu;
     auto imu = requireService(createImuSensor(), "IImu");
     if (wanted.sampleRate != 0 || wanted.batchSize != 0) {
-        // The service would refuse it, which ends a client.
+        // Checked here, because a refusal by the service would end this process.
         const float limit = imu->props().maxSampleRate;
         if (static_cast<float>(wanted.sampleRate) > limit) {
             throw Failure(ExitCode::USAGE,
