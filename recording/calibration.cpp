@@ -20,12 +20,12 @@ using Json = nlohmann::json;
 constexpr char kRadialTangential[] = "radial-tangential";
 constexpr char kEquidistant[] = "equidistant";
 
-/// Images of more pixels a side are no camera's.
+/// No camera has larger images.
 constexpr uint32_t kMostPixels = 65'536;
 
 constexpr uintmax_t kLargestYaml = 1 << 20;
 
-/// In YAML's flow form, each number as it reads back to the bit.
+/// Numbers as a YAML flow sequence, with enough digits to read back exactly.
 template <typename Numbers>
 std::string flow(const Numbers& numbers) {
     return fmt::format("[{}]", fmt::join(numbers, ", "));
@@ -43,7 +43,7 @@ std::string matrixRows(const std::array<double, 16>& rows, const std::string& in
     return text;
 }
 
-/// A text that YAML takes for a text whatever is in it.
+/// Quotes a text so that YAML reads it as a string, whatever it contains.
 std::string quoted(const std::string& text) {
     return Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
 }

@@ -1,4 +1,4 @@
-// Calibration of cameras and IMUs in the forms that programs exchange it in.
+// Calibration of cameras and IMUs, and its exchange formats (JSON, EuRoC, Kalibr).
 #pragma once
 
 #include <array>
@@ -35,40 +35,40 @@ struct ImuNoise {
     double accelerometerRandomWalk;
 };
 
-/// From the text of a service's factory calibration. Services are free to have another form: empty
-/// if it is not the JSON that the simulated service hands out.
+/// Parses a service's factory calibration. Services may use other formats: empty unless it is the
+/// JSON of the simulated service.
 std::optional<CameraCalibration> cameraCalibrationOf(const std::string& factoryText);
 
-/// Of images that the camera's binning makes smaller; as it is if the size is not known (0). Empty
-/// if images of that size are no smaller copy of those that were calibrated.
+/// Calibration for binned images of this size; unchanged if the size is unknown (0). Empty if
+/// images of this size are not a binned version of the calibrated ones.
 std::optional<CameraCalibration> scaledTo(const std::optional<CameraCalibration>& calibration,
                                           uint32_t width, uint32_t height);
 
-/// From the text of a service's device calibration; empty as above.
+/// Parses a service's device calibration; empty as above.
 std::optional<ImuNoise> imuNoiseOf(const std::string& deviceText);
 
 /// The factory calibration's JSON for a camera that was calibrated elsewhere.
 std::string factoryTextOf(const CameraCalibration& calibration, uint32_t cameraId,
                           const std::string& name, double rate);
 
-/// EuRoC's sensor.yaml. What is not known is left out, and a comment says so.
+/// Formats EuRoC's sensor.yaml. Unknown values are left out, and a comment in the file says so.
 std::string cameraYaml(const std::string& name, double rate, uint32_t width, uint32_t height,
                        const std::optional<CameraCalibration>& calibration);
 std::string imuYaml(const std::string& name, double rate, const std::optional<ImuNoise>& noise);
 std::string magnetometerYaml(const std::string& name, double rate);
 
-/// What a sensor.yaml says of a camera.
+/// The content of a camera's sensor.yaml.
 struct CameraDescription {
     /// In Hz; 0 if it is not given.
     double rate = 0;
     std::optional<CameraCalibration> calibration;
 };
 
-/// Reads EuRoC's sensor.yaml of a camera. Throws Error with file and line if it is no YAML or one
-/// of the values is not as it should be; values that are missing are no error.
+/// Reads EuRoC's sensor.yaml of a camera. Throws Error with file and line if it is not YAML or a
+/// value is invalid. Missing values are not an error.
 CameraDescription readCameraYaml(const std::filesystem::path& path);
 
-/// Kalibr's camera chain. Cameras without calibration have no place in it.
+/// Kalibr's camera chain. Cameras without calibration are left out.
 std::string kalibrCameraChain(const std::vector<std::optional<CameraCalibration>>& cameras);
 /// Kalibr's imu.yaml.
 std::string kalibrImu(double rate, const std::optional<ImuNoise>& noise);

@@ -1,4 +1,4 @@
-// The texts of single values in a recording: what is written reads back as what it was.
+// Conversion of single values to text and back without loss.
 #pragma once
 
 #include <fmt/format.h>
@@ -12,8 +12,8 @@
 
 namespace Recording {
 
-/// Appends the shortest text that reads back to the bit. Truth values and enumerations are
-/// written as their numbers, so that a value without a name survives.
+/// Appends the shortest text that reads back exactly. Booleans and enumerations are written as
+/// numbers, so that enumeration values without a name are kept.
 template <typename Value>
 void appendCell(fmt::memory_buffer& out, const Value& value) {
     const auto end = fmt::appender(out);
@@ -31,7 +31,7 @@ void appendCell(fmt::memory_buffer& out, const std::bitset<Size>& bits) {
     appendCell(out, bits.to_ullong());
 }
 
-/// @return false if `cell` is anything but one number that fits, or text for a text.
+/// @return false unless `cell` is exactly one number in the range of `Value`, or `Value` is a text.
 template <typename Value>
 bool readCell(std::string_view cell, Value& value) {
     if constexpr (std::is_enum_v<Value>) {

@@ -106,7 +106,7 @@ bool CsvReader::readRow() {
     return false;
 }
 
-/// Quotation marks are taken out in place: what is left of a cell is never longer.
+/// Splits the row. Quotation marks are removed in place, since a cell only gets shorter.
 void CsvReader::split() {
     cells_.clear();
     size_t begin = 0;

@@ -16,38 +16,38 @@
 
 namespace Recording {
 
-/// Reads a CSV file row by row, in bounded memory. The first line has the titles; a `#` before it
-/// is no part of the first one, nor are blanks around a title. Cells may stand in quotation marks.
-/// Empty lines are passed over. Not for use by several threads at once.
+/// Reads a CSV file row by row, in bounded memory. The first line has the titles; a leading `#` and
+/// blanks around titles are removed. Cells may be quoted. Empty lines are skipped. Threading: one
+/// thread at a time.
 class CsvReader {
   public:
     /// Throws Error if the file cannot be opened or has no titles.
     explicit CsvReader(const std::filesystem::path& path);
 
     const std::vector<std::string>& titles() const { return titles_; }
-    /// @return the place of the column, or -1 if there is none of that title.
+    /// @return the index of the column, or -1 if there is no column with that title.
     int column(std::string_view title) const;
-    /// Like column(). Throws Error if there is none.
+    /// Like column(), but throws Error if there is none.
     int requireColumn(std::string_view title) const;
     /// Gives a column another title; does nothing if there is none of that title.
     void renameColumn(std::string_view title, std::string_view newTitle);
 
-    /// Goes to the next row. Throws Error if it has more or fewer cells than there are titles, or
-    /// cannot be read. A last line without its line end is no row but the mark of a recording that
-    /// was cut off.
+    /// Reads the next row. Throws Error if its number of cells differs from the number of titles,
+    /// or it cannot be read. A last line without a line end is ignored: the recording was cut off
+    /// there.
     /// @return false at the end.
     bool next();
 
-    /// Of the row; valid until the next call of next().
+    /// Cells of the row; valid until the next call of next().
     const std::vector<std::string_view>& cells() const { return cells_; }
     /// The line on which the row begins, from 1.
     size_t line() const { return line_; }
-    /// Bytes of the file up to the end of the row.
+    /// Offset of the end of the row in the file, in bytes.
     uint64_t offset() const { return offset_; }
     /// Whether the file ended in the middle of a line. Only after next() returned false.
     bool isCutOff() const { return isCutOff_; }
 
-    /// Goes back to before the first row.
+    /// Moves back to before the first row.
     void rewind();
 
     /// The cell as a number. Throws Error if it is none of that type.
@@ -68,7 +68,7 @@ class CsvReader {
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
 
-    /// Throws Error that the cell of the row is not a number of the column.
+    /// Throws an Error that says that the cell of this column is not a number.
     [[noreturn]] void fail(int column) const;
     bool readRow();
     void split();
@@ -86,8 +86,8 @@ class CsvReader {
     bool isCutOff_ = false;
 };
 
-/// Reads the rows of a CSV file back into records. Columns that the record does not have are passed
-/// over; fields without a column, or with an empty cell, stay as they are.
+/// Reads the rows of a CSV file back into records. Columns that the record does not have are
+/// ignored; fields without a column, or with an empty cell, are not changed.
 template <typename Record>
 class RecordReader {
   public:
@@ -98,7 +98,8 @@ class RecordReader {
         }
     }
 
-    /// Reads the row that `csv` stands at. Throws Error with file and line if a cell does not fit.
+    /// Reads the current row of `csv`. Throws Error with file and line if a cell does not fit its
+    /// field.
     void read(Record& record) const {
         for (size_t i = 0; i < columns_.size(); ++i) {
             const std::string_view cell = csv_.cells()[i];

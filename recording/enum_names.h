@@ -18,7 +18,7 @@ struct Named {
     const char* name;
 };
 
-/// @return the value's name; if it has none, its number after `kind`
+/// @return the value's name; for an unnamed value, `kind` and its number
 template <typename Enum, size_t size>
 std::string nameIn(const Named<Enum> (&table)[size], Enum value, std::string_view kind = "") {
     for (const Named<Enum>& entry : table) {
@@ -29,7 +29,7 @@ std::string nameIn(const Named<Enum> (&table)[size], Enum value, std::string_vie
     return fmt::format("{}{}{}", kind, kind.empty() ? "" : " ", static_cast<int64_t>(value));
 }
 
-/// @return none if nothing has the name
+/// @return empty if no value has the name
 template <typename Enum, size_t size>
 std::optional<Enum> findNamed(const Named<Enum> (&table)[size], std::string_view name) {
     for (const Named<Enum>& entry : table) {

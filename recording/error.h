@@ -1,4 +1,4 @@
-// What cannot be read or written.
+// The exception for files that cannot be read or written.
 #pragma once
 
 #include <stdexcept>

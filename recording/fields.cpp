@@ -1,4 +1,4 @@
-// The parts of the fields' texts that do not depend on the record.
+// The functions of fields.h that do not depend on the record.
 #include "recording/fields.h"
 
 #include <fmt/format.h>
@@ -64,7 +64,8 @@ void appendJsonValue(fmt::memory_buffer& out, CellKind kind, std::string_view ce
         case CellKind::TEXT:
             out.push_back('"');
             for (const char c : cell) {
-                // Texts of devices need not be UTF-8: bytes beyond ASCII are taken for Latin-1.
+                // Texts of devices may not be valid UTF-8, so bytes beyond ASCII are interpreted as
+                // Latin-1.
                 const auto byte = static_cast<unsigned char>(c);
                 if (c == '"' || c == '\\') {
                     fmt::format_to(fmt::appender(out), "\\{}", c);

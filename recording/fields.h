@@ -1,5 +1,5 @@
-// The one description of a record's fields: the titles of its CSV columns, its rows, the reading of
-// a row, JSON and the text of a table all come from it.
+// The single description of a record's fields, from which CSV titles, CSV rows (written and read),
+// JSON and table texts are derived.
 //
 //     template <>
 //     struct Recording::Fields<ImuData> {
@@ -33,19 +33,19 @@
 
 namespace Recording {
 
-/// What a cell holds; JSON has these as a number, an array of numbers and a string.
+/// Type of a cell; in JSON a number, an array of numbers or a string.
 enum class CellKind { NUMBER, LIST, TEXT };
 
-/// `name` and the column form of `unit`, joined: "rate" and "rad/s" give "rate_rad_s".
+/// The title of a column: "rate" and "rad/s" give "rate_rad_s".
 std::string columnName(std::string_view name, std::string_view unit);
 
-/// Appends `text` as CSV: in quotation marks if it needs them.
+/// Appends `text` as a CSV cell, quoted if necessary.
 void appendCsvText(fmt::memory_buffer& out, std::string_view text);
 
-/// Appends a cell as a JSON value; numbers that JSON does not have become null.
+/// Appends a cell as a JSON value; NaN and infinities become null.
 void appendJsonValue(fmt::memory_buffer& out, CellKind kind, std::string_view cell);
 
-/// Appends a cell for people: with `decimals` if it is a number and they are given.
+/// Appends a cell as text for people; numbers are rounded to `decimals` if given.
 void appendShownCell(std::string& out, std::string_view cell, std::optional<int> decimals);
 
 /// Names of the elements of an array.
@@ -59,12 +59,13 @@ inline const Axes kNumbers{};
 /// One CSV column: a cell of a record.
 template <typename Record>
 struct Column {
-    /// With the unit.
+    /// Name with the unit.
     std::string name;
     CellKind kind;
-    /// Appends the cell, without quotation marks; nothing if the record does not have it.
+    /// Appends the cell, unquoted; nothing if the record does not have this field.
     std::function<void(const Record& record, fmt::memory_buffer& out)> append;
-    /// @return false if the cell does not fit the field. An empty cell of a number is never given.
+    /// @return false if the cell does not fit the field. Never called with an empty cell of a
+    /// number.
     std::function<bool(std::string_view cell, Record& record)> read;
 };
 
@@ -76,11 +77,11 @@ struct Field {
     std::string unit;
     std::vector<Column<Record>> columns;
 
-    /// Lets tables show the field, with so many decimals if it is given.
+    /// Makes tables show the field, rounded to `decimalCount` if given.
     Field shown(std::optional<int> decimalCount = {}) && {
         return std::move(*this).shown("", decimalCount);
     }
-    /// The same, behind a word that says what it is.
+    /// The same, with `word` before the value.
     Field shown(std::string word, std::optional<int> decimalCount = {}) && {
         isShown = true;
         label = std::move(word);
@@ -88,7 +89,7 @@ struct Field {
         return std::move(*this);
     }
 
-    /// The same, as the words that are made of the cell; nothing if they are empty.
+    /// The same, but shows the words that `make` returns for the cell; nothing if they are empty.
     Field shownAs(std::function<std::string(std::string_view cell)> make) && {
         words = std::move(make);
         return std::move(*this).shown();
@@ -204,14 +205,14 @@ class FieldList {
 template <typename Record>
 struct Fields;
 
-/// The one list of a record's fields.
+/// The list of a record's fields, made once.
 template <typename Record>
 const FieldList<Record>& fieldsOf() {
     static const FieldList<Record> list = Fields<Record>::list();
     return list;
 }
 
-/// A number, truth value, enumeration or std::bitset.
+/// A field that is a number, boolean, enumeration or std::bitset.
 template <typename Record, typename Value>
 Field<Record> number(const std::string& name, const std::string& unit, Value Record::*member) {
     return {name,
@@ -225,9 +226,10 @@ Field<Record> number(const std::string& name, const std::string& unit, Value Rec
               }}}};
 }
 
-/// A value that takes a function to reach: a bit field, or a text made of a number.
+/// A field that is accessed by functions: a bit field, or a text made from a number.
 /// @param get returns a number, or a std::string for a text.
-/// @param set takes the record and what `get` returns; returns false if the field cannot hold it.
+/// @param set takes the record and a value of the type of `get`; returns false if the field cannot
+/// hold it.
 template <typename Record, typename Get, typename Set>
 Field<Record> computed(const std::string& name, const std::string& unit, Get get, Set set) {
     using Value = std::decay_t<std::invoke_result_t<Get, const Record&>>;
@@ -244,7 +246,7 @@ Field<Record> computed(const std::string& name, const std::string& unit, Get get
           }}}};
 }
 
-/// An array of numbers (C array, std::array or alike), a column for each.
+/// An array of numbers (C array, std::array or similar), with a column for each element.
 template <typename Record, typename Array>
 Field<Record> array(const std::string& name, const Axes& axes, const std::string& unit,
                     Array Record::*member) {
@@ -264,8 +266,8 @@ Field<Record> array(const std::string& name, const Axes& axes, const std::string
     return field;
 }
 
-/// A text of fixed size, which ends in zeros or nowhere if it fills the field. What stands behind
-/// the first zero is not kept.
+/// A text of fixed size, padded with zeros; a text that fills the field has no zero. Bytes after
+/// the first zero are lost.
 template <typename Record, typename Array>
 Field<Record> text(const std::string& name, Array Record::*member) {
     return {name,
@@ -311,8 +313,8 @@ Field<Record> bytes(const std::string& name, Array Record::*member) {
               }}}};
 }
 
-/// The first `count` elements of an array in one column, with blanks between them. The count is a
-/// member of its own, which may be larger than the array; `count` has its field beside this.
+/// The first elements of an array in one column, separated by blanks. `count` is another member,
+/// with a field of its own; its value may exceed the array.
 template <typename Record, typename Array, typename Count>
 Field<Record> list(const std::string& name, const std::string& unit, Array Record::*member,
                    Count Record::*count) {
@@ -341,9 +343,8 @@ Field<Record> list(const std::string& name, const std::string& unit, Array Recor
               }}}};
 }
 
-/// The columns of `field`, a field of an inner structure, reached through `inner`, which takes a
-/// record, constant or not, and points to the structure, or nowhere if the record does not have it:
-/// the cells are then empty.
+/// The columns of a field of an inner structure. `inner` takes a record, const or not, and returns
+/// a pointer to the structure; null if the record does not have it, and then the cells are empty.
 template <typename Record, typename Inner, typename Reach, typename Rename>
 Field<Record> lifted(const Field<Inner>& field, Reach inner, Rename rename) {
     Field<Record> lifted{field.name, field.unit, {}};
@@ -366,7 +367,7 @@ Field<Record> lifted(const Field<Inner>& field, Reach inner, Rename rename) {
     return lifted;
 }
 
-/// The fields of an inner structure, their columns behind `prefix`.
+/// The fields of an inner structure; their column names start with `prefix`.
 template <typename Record, typename Inner>
 std::vector<Field<Record>> nested(const std::string& prefix, Inner Record::*member,
                                   const FieldList<Inner>& inner = fieldsOf<Inner>()) {
@@ -380,10 +381,11 @@ std::vector<Field<Record>> nested(const std::string& prefix, Inner Record::*memb
 }
 
 /// The fields of an array of structures, one structure after the other.
-/// @param pattern of the column names, with `{name}` and the element's number `{i}`:
+/// @param pattern for the column names, with `{name}` and the element's index `{i}`:
 /// "peak_{i}_{name}".
-/// @param count tells how many elements of a record are in use; the columns of the others are empty
-/// and those elements stay as they are when a row is read. It must come before them in the list.
+/// @param count returns how many elements of a record are in use. The columns of the others are
+/// empty, and reading a row does not change them. The count's own field must precede these in the
+/// list.
 template <typename Record, typename Array, typename Count>
 std::vector<Field<Record>> each(const std::string& pattern, Array Record::*member, Count count) {
     using Inner = std::decay_t<decltype((std::declval<Record&>().*member)[0])>;
@@ -411,7 +413,7 @@ std::vector<Field<Record>> each(const std::string& pattern, Array Record::*membe
     return each(pattern, member, [](const Record& /*record*/) { return SIZE_MAX; });
 }
 
-/// Lists of fields behind each other.
+/// Concatenates lists of fields.
 template <typename Record>
 std::vector<Field<Record>> joined(std::initializer_list<std::vector<Field<Record>>> parts) {
     std::vector<Field<Record>> fields;

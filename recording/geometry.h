@@ -35,7 +35,7 @@ inline RigidTransformation inverse(const RigidTransformation& t) {
     return result;
 }
 
-/// Whether the matrix is a rotation and a translation, within the rounding of printed numbers.
+/// Whether the matrix is a rotation and a translation, up to rounding of printed numbers.
 inline bool isRigid(const RigidTransformation& t) {
     constexpr double kRounding = 1e-3;
     const RigidTransformation square = product(t, inverse(t));

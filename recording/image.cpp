@@ -25,9 +25,9 @@ struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/// An exception in place of the longjmp that C programs use, which would pass over destructors. It
-/// goes through libpng's functions, which have unwind tables on all 64-bit targets and nothing to
-/// tidy up but what their structures own.
+/// Throws an exception instead of using longjmp, which would skip destructors. Throwing through
+/// libpng's functions is safe: they have unwind tables on all 64-bit targets, and their structures
+/// own everything that must be freed.
 [[noreturn]] void fail(png_structp png, png_const_charp message) {
     throw Error(static_cast<const char*>(png_get_error_ptr(png)) + std::string(message));
 }
@@ -83,7 +83,7 @@ class Encoder {
                 png_set_filter(png_, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
                 break;
             case Compression::FAST:
-                // Noise leaves little to find beyond the next pixel's likeness.
+                // Images are noisy, so stronger compression gains little.
                 png_set_compression_level(png_, Z_BEST_SPEED);
                 png_set_compression_strategy(png_, Z_HUFFMAN_ONLY);
                 png_set_filter(png_, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
@@ -94,7 +94,8 @@ class Encoder {
         png_set_compression_buffer_size(png_, 1 << 16);
     }
 
-    /// Into the order of PNG; 10 bits with the highest again below the lowest.
+    /// Converts 16-bit pixels to big-endian. Pixels of 10 bits are scaled to 16 by repeating the
+    /// highest bits below the lowest.
     static void spread(PixelFormat format, const uint8_t* pixels, std::vector<uint8_t>& row) {
         for (size_t i = 0; i < row.size(); i += 2) {
             auto value = static_cast<uint32_t>(pixels[i] | pixels[i + 1] << 8);

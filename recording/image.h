@@ -42,21 +42,20 @@ struct ImageView {
     size_t stride;
 };
 
-/// @param memory for the pixels, whatever is in it.
+/// @param memory reused for the pixels; its content is overwritten.
 Image copyOf(const ImageView& view, std::vector<uint8_t> memory = {});
 
-/// How hard the encoder works: what takes more time takes less space.
+/// Effort of the encoder: more time for less space.
 enum class Compression {
-    /// Pixels as they are, in a PNG file nevertheless: as fast as memory.
+    /// A PNG file with uncompressed pixels: as fast as memory.
     NONE,
     FAST,
     SMALL,
 };
 
-/// The image as a PNG file. Pixels of 10 bits are spread over 16, so that viewers show white as
-/// white, and marked as 10 significant bits, so that they read back as what they were; bits above
-/// the tenth are lost. Throws Error if the image is empty or the pixels are not as many as they
-/// should be.
+/// Encodes the image as a PNG file. Pixels of 10 bits are scaled to 16, so that viewers show white
+/// as white, and marked as 10 significant bits, so that they read back unchanged; higher bits are
+/// lost. Throws Error if the image is empty or has the wrong number of pixels.
 std::string encodePng(const Image& image, Compression compression);
 
 /// Reads a PNG file of any kind: colours and palettes become RGBA, grey of 8 bits or less GREY_8,

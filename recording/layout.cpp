@@ -1,4 +1,4 @@
-// The columns that EuRoC has.
+// The columns of EuRoC files.
 #include "recording/layout.h"
 
 #include <algorithm>

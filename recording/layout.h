@@ -15,7 +15,7 @@
 
 namespace Recording {
 
-/// Of the format; a reader refuses those above.
+/// Version of the format; a reader refuses higher ones.
 inline constexpr int kFormatVersion = 1;
 
 inline constexpr char kDescriptionFile[] = "recording.json";
@@ -32,13 +32,13 @@ inline constexpr char kGroundTruthTitles[] =
     "b_w_RS_S_y [rad s^-1],b_w_RS_S_z [rad s^-1],b_a_RS_S_x [m s^-2],b_a_RS_S_y [m s^-2],"
     "b_a_RS_S_z [m s^-2]";
 
-/// A column of a EuRoC file and that of the stream which it shows.
+/// A column of a EuRoC file and the stream's column with the same values.
 struct EurocColumn {
     std::string_view title;
     std::string_view streamColumn;
 };
 
-/// A stream that EuRoC has a place for.
+/// A stream that has a file in EuRoC's layout.
 struct EurocView {
     std::string_view stream;
     std::string_view directory;
@@ -47,7 +47,7 @@ struct EurocView {
 
 const std::vector<EurocView>& eurocViews();
 
-/// @return null if EuRoC has no place for the stream.
+/// @return null if the stream has no file in EuRoC's layout.
 const EurocView* eurocViewOf(std::string_view stream);
 
 /// The title line, with its `#`.

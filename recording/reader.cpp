@@ -1,4 +1,4 @@
-// Finds what there is in a recording.
+// Finds the streams and cameras of a recording.
 #include "recording/reader.h"
 
 #include <fmt/format.h>
@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr uintmax_t kLargestDescription = 64 << 20;
 
-/// Of a file or directory inside of another: no way out of it.
+/// Whether the name stays inside its directory: it has no separators and is not "..".
 bool isPlainName(std::string_view name) {
     return !name.empty() && name != "." && name != ".." &&
            name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
@@ -49,7 +49,7 @@ Json readJson(const fs::path& path) {
     }
 }
 
-/// The value of that name if it has the type, or what stands in for it.
+/// The value of that name if it has the right type, else `otherwise`.
 template <typename Value>
 Value valueOf(const Json& object, const char* name, Value otherwise) {
     const auto found = object.find(name);
@@ -68,7 +68,7 @@ const Json& listOf(const Json& object, const char* name) {
     return found != object.end() && found->is_array() ? *found : none;
 }
 
-/// The number behind "cam"; empty if it is no camera's directory.
+/// The number after "cam"; empty if it is not a camera's directory.
 std::optional<uint32_t> cameraNumber(const std::string& directory) {
     uint32_t number = 0;
     constexpr std::string_view kPrefix = "cam";
@@ -104,7 +104,7 @@ bool ImageCursor::next() {
 Reader::Reader(const fs::path& directory)
     : directory_(fs::absolute(directory).lexically_normal()),
       description_(std::make_unique<Json>()) {
-    // Those who are given the mav0 itself mean the data set.
+    // If the user names the mav0 directory itself, its parent is the data set.
     if (!isDirectory(directory_ / kEurocDirectory) && directory_.filename() == kEurocDirectory) {
         directory_ = directory_.parent_path();
     }

@@ -1,4 +1,4 @@
-// Reads recordings, and EuRoC data sets that were made by others.
+// Reads recordings, and EuRoC data sets of other programs.
 //
 //     const Recording::Reader recording("walk");
 //     if (const Recording::StreamInfo* imu = recording.findStream("imu")) {
@@ -38,7 +38,7 @@ struct StreamInfo {
     std::string name;
     /// Absolute.
     std::filesystem::path file;
-    /// That the disk was too slow for, of a camera's stream.
+    /// Frame sets of a camera stream that were not recorded because the disk was too slow.
     uint64_t frameSetsLeftOut = 0;
 };
 
@@ -50,25 +50,25 @@ struct CameraInfo {
     std::string name;
     /// The service's number of the camera; the directory's in a plain EuRoC data set.
     uint32_t cameraId = 0;
-    /// Whose frame sets it belongs to; empty in a plain EuRoC data set.
+    /// The stream whose frame sets include the camera; empty in a plain EuRoC data set.
     std::string stream;
-    /// Its place in those frame sets.
+    /// Index of its frame in those frame sets.
     size_t position = 0;
     /// Images a second; 0 if it is not known.
     double rate = 0;
-    /// Empty if it is not known, or not a pinhole camera's.
+    /// Empty if it is unknown, or not that of a pinhole camera.
     std::optional<CameraCalibration> calibration;
     /// The calibration texts as the service gave them; empty in a plain EuRoC data set.
     std::string factoryCalibration;
     std::string deviceCalibration;
 };
 
-/// Goes through the images of a camera in the order of its data.csv, without loading them.
+/// Iterates over the images of a camera in the order of its data.csv, without loading them.
 class ImageCursor {
   public:
     ImageCursor(CsvReader csv, std::filesystem::path directory);
 
-    /// @return false at the end. Throws Error if the row names no file inside of the directory.
+    /// @return false at the end. Throws Error if the row does not name a file inside the directory.
     bool next();
 
     int64_t timestamp() const { return timestamp_; }
@@ -100,7 +100,7 @@ class Reader {
     /// docs/recordings.md; a value may have any type.
     const nlohmann::json& description() const { return *description_; }
     bool isPlainEuroc() const;
-    /// The recorder did not come to its end: the files are whole up to their last line.
+    /// Whether the recorder did not finish. The files are then complete up to their last line.
     bool isCutOff() const;
 
     /// In the order of recording.json.
@@ -114,11 +114,11 @@ class Reader {
     /// In the order of their directories.
     const std::vector<CameraInfo>& cameras() const { return cameras_; }
     ImageCursor images(const CameraInfo& camera) const;
-    /// The file that an image of that time has in a recording of ours: of a frame set, by the set's
-    /// timestamp. There may be none: of a frame that was not received.
+    /// Path of the image with that time stamp (of its frame set) in a recording of this project.
+    /// The file does not exist if the frame was not received.
     std::filesystem::path imageFile(const CameraInfo& camera, int64_t timestamp) const;
 
-    /// Opens the ground truth, with EuRoC's titles; empty if there is none.
+    /// Opens the ground truth, which has EuRoC's titles; empty if there is none.
     std::optional<CsvReader> groundTruth() const;
 
   private:

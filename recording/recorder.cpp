@@ -1,4 +1,4 @@
-// The threads between receiving and the disk.
+// The threads that encode and write what the receiving threads add.
 #include "recording/recorder.h"
 
 #include <fmt/format.h>
@@ -18,19 +18,19 @@ namespace Recording {
 
 namespace {
 
-/// What a killed program loses at the most.
+/// At most this much is lost if the program is killed.
 constexpr std::chrono::milliseconds kFlushInterval{200};
 
-/// Minutes of all samples; a disk that is behind as much does not catch up.
+/// Minutes of all samples. A disk that is so far behind will not catch up.
 constexpr size_t kMostRowBytes = size_t{64} << 20;
 
-/// Of a snapshot; the oldest goes first.
+/// Memory limit of a snapshot; the oldest records are dropped first.
 constexpr size_t kMostSnapshotBytes = size_t{2} << 30;
 
-/// Rows of a stream are put together up to this size.
+/// Rows of a stream are combined up to this size.
 constexpr size_t kRowsOfOneItem = size_t{1} << 14;
 
-/// Encoding takes all the processor time that it can get, but not from those who receive.
+/// Lowers the priority of encoding, so that it does not delay the receiving threads.
 void beNice() {
     constexpr int kNice = 10;
     setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)), kNice);
@@ -123,7 +123,7 @@ void Recorder::addFrameSet(size_t stream, std::string_view row, int64_t timestam
                                 [&] { return hasRoom() || imageBytes_ == 0 || !error_.empty(); });
         }
         FrameStream& state = frameStreams_[stream];
-        // The time names the files, so it must be one of its own.
+        // Time stamps name the files, so they must be unique.
         const bool isLater = !state.lastTimestamp || timestamp > *state.lastTimestamp;
         if (!isLater || !hasRoom() || !error_.empty()) {
             ++state.leftOut;
@@ -233,7 +233,7 @@ void Recorder::writeAll() {
     }
 }
 
-/// Those at the front of their streams.
+/// Takes the finished items at the front of each stream's queue.
 Recorder::Items Recorder::takeDone() {
     Items done;
     Items left;

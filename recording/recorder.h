@@ -1,4 +1,4 @@
-// Takes what streams deliver, from several threads, and lets others bring it to the disk.
+// Accepts records from several receiving threads; other threads write them to disk.
 #pragma once
 
 #include <atomic>
@@ -20,32 +20,32 @@
 
 namespace Recording {
 
-/// An image as a stream delivers it.
+/// An image of a frame set.
 struct FrameView {
-    /// Its place in Plan::cameras.
+    /// Index in Plan::cameras.
     size_t camera;
     ImageView image;
 };
 
-/// Problem: a camera's service has few buffers and waits for them, samples come a thousand times a
-/// second, and a disk may take half a second for one write. So those who receive only copy: rows go
-/// to a thread that writes them, images to workers that encode and write them. A row of a frame set
-/// is written after its images, and in the order of the stream.
+/// Problem: a camera service has few buffers and needs them back soon, samples arrive a thousand
+/// times a second, and a disk may take half a second for one write. So the receiving threads only
+/// copy: a writer thread writes rows, and workers encode and write images. A row of a frame set is
+/// written after its images, and in the order of the stream.
 ///
-/// Memory is bounded: frame sets for which there is no room are left out whole and counted, and a
-/// disk that is too slow even for the rows ends the recording with an error.
+/// Memory is bounded: frame sets for which there is no room are left out as a whole and counted. If
+/// the disk is too slow even for rows, the recording ends with an error.
 ///
 /// With a snapshot, everything is kept in memory instead, and finish() writes the last seconds.
 ///
-/// Threading: add and addFrameSet from any threads, each stream from one at a time; the other calls
-/// from one thread.
+/// Threading: add and addFrameSet may be called from any thread, but for each stream from one at a
+/// time; the other methods from one thread.
 class Recorder {
   public:
     struct Options {
         Compression compression = Compression::FAST;
         /// Keeps only records of the last period of this length, in memory.
         std::optional<std::chrono::nanoseconds> snapshot{};
-        /// Of images that wait for a worker or the disk.
+        /// Memory limit of images that wait for a worker or the disk.
         size_t mostImageBytes = size_t{256} << 20;
         unsigned workers = 2;
     };
@@ -54,43 +54,43 @@ class Recorder {
         uint64_t rows = 0;
         uint64_t frameSets = 0;
         uint64_t frameSetsLeftOut = 0;
-        /// Written.
+        /// Bytes written.
         uint64_t bytes = 0;
-        /// Waiting, or kept for the snapshot.
+        /// Bytes that wait to be written, or are kept for the snapshot.
         uint64_t waitingBytes = 0;
     };
 
     Recorder(std::unique_ptr<Writer> writer, const Options& options);
-    /// Discards what is not written.
+    /// Discards records that are not written yet.
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
     const Plan& plan() const { return writer_->plan(); }
 
-    /// Takes rows of a stream, each with a line end.
+    /// Adds rows of a stream, each with a line end.
     void add(size_t stream, std::string_view rows, size_t count);
 
-    /// What becomes of a frame set for which there is no room.
+    /// What to do with a frame set for which there is no room.
     enum class WhenFull {
         LEAVE_OUT,
-        /// For a service that goes on only when its clients have read.
+        /// Waits for room; for a service that its clients pace.
         WAIT,
     };
 
-    /// Takes the row of a frame set and copies its images.
+    /// Adds the row of a frame set and copies its images.
     void addFrameSet(size_t stream, std::string_view row, int64_t timestamp,
                      const std::vector<FrameView>& frames, WhenFull whenFull = WhenFull::LEAVE_OUT);
 
     Progress progress() const;
 
-    /// Throws Error if something could not be written; nothing more is written then.
+    /// Throws Error if a write has failed; after that nothing is written.
     void check() const;
 
-    /// Writes what is left and closes the recording. Throws Error as check() does.
-    /// @param ends of the streams; the frame sets left out are put in here.
+    /// Writes the remaining records and closes the recording. Throws Error like check().
+    /// @param ends of the streams; this adds the number of frame sets left out.
     /// @param groundTruth a file to be copied in; empty for none.
-    /// @return whether there is a recording: nothing is written if nothing came.
+    /// @return false if there is no recording, because no record was added.
     bool finish(std::vector<StreamEnd> ends, const std::filesystem::path& groundTruth);
 
   private:
@@ -98,9 +98,9 @@ class Recorder {
 
     struct Shot {
         size_t camera;
-        /// Without pixels once it is encoded.
+        /// Its pixels are freed when it is encoded.
         Image image;
-        /// Empty once it is written.
+        /// The encoded image; freed when it is written.
         std::string png{};
     };
 
@@ -111,7 +111,7 @@ class Recorder {
         Time time;
         size_t stream;
         std::string rows;
-        /// Of the frame set.
+        /// Time stamp of the frame set.
         int64_t timestamp = 0;
         std::vector<Shot> shots{};
         State state = State::DONE;
@@ -140,11 +140,11 @@ class Recorder {
     std::condition_variable somethingToWrite_;
     std::condition_variable roomForImages_;
     Items items_;
-    /// Of `items_` and what is being written.
+    /// Size of `items_` and of items that are being written.
     size_t waitingBytes_ = 0;
-    /// Of the pixels among them.
+    /// Size of the pixels among them.
     size_t imageBytes_ = 0;
-    /// Memory of pixels for the next frame sets.
+    /// Freed pixel memory, reused for the next frame sets.
     std::vector<std::vector<uint8_t>> spare_;
     struct FrameStream {
         std::optional<int64_t> lastTimestamp;
@@ -154,11 +154,11 @@ class Recorder {
     std::vector<FrameStream> frameStreams_;
     Progress progress_;
     std::string error_;
-    /// The threads end when all is written, or at once.
+    /// Ends the threads when everything is written, or (isGivenUp_) at once.
     bool isEnding_ = false;
     bool isGivenUp_ = false;
 
-    /// Whether what comes goes to the disk, not to the snapshot.
+    /// Whether records are written to disk, not kept for the snapshot.
     std::atomic<bool> isWriting_;
     std::once_flag begun_;
     std::vector<std::thread> threads_;

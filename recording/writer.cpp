@@ -31,7 +31,7 @@ int64_t nanoseconds(clockid_t clock) {
     return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-/// What relates the recording's clock to others.
+/// Readings of several clocks at the same time, to relate the recording's clock to others.
 Json clocks() {
     const int64_t wall = nanoseconds(CLOCK_REALTIME);
     const time_t seconds = wall / 1'000'000'000;
@@ -45,7 +45,7 @@ Json clocks() {
             {"boottime_ns", nanoseconds(CLOCK_BOOTTIME)}};
 }
 
-/// Whether the directory holds a recording of ours and nothing else.
+/// Whether the directory contains a recording of this project and nothing else.
 bool isRecording(const fs::path& directory) {
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(directory, error)) {
@@ -66,7 +66,7 @@ void makeDirectories(const fs::path& path) {
     }
 }
 
-/// Takes the first row, with its line end, off `rows`. Cells keep their quotation marks.
+/// Removes the first row and its line end from `rows`. Cells keep their quotation marks.
 bool takeRow(std::string_view& rows, std::vector<std::string_view>& cells) {
     cells.clear();
     bool isQuoted = false;
@@ -86,14 +86,14 @@ bool takeRow(std::string_view& rows, std::vector<std::string_view>& cells) {
     return false;
 }
 
-/// Number and span of the samples that came so far.
+/// Number and time span of the samples so far.
 struct Span {
     void add(int64_t timestamp) {
         first = count == 0 ? timestamp : first;
         last = timestamp;
         ++count;
     }
-    /// In Hz, to a hundredth; 0 if it is not known.
+    /// Rate in Hz, rounded to a hundredth; 0 if it is unknown.
     double rate() const {
         const double seconds = 1e-9 * (static_cast<double>(last) - static_cast<double>(first));
         return count < 2 || seconds <= 0
@@ -133,7 +133,8 @@ class Writer::File {
     }
 
   private:
-    /// More than comes between two calls of flush(), which keeps the files in step with each other.
+    /// More than arrives between two calls of flush(), so that all files are written up to the same
+    /// time.
     static constexpr size_t kBufferSize = size_t{256} << 10;
 
     struct Close {
@@ -304,7 +305,7 @@ void Writer::setImageSize(size_t camera, uint32_t width, uint32_t height) {
 }
 
 void Writer::flush() {
-    // The rows of frame sets, which say that there are images, come last.
+    // Flushes rows of frame sets last, because they refer to images.
     for (Camera& camera : cameras_) {
         camera.file->flush();
     }
@@ -314,7 +315,7 @@ void Writer::flush() {
         }
         stream.file->flush();
     }
-    // By the second one the rates are known, which a recording that is cut off should have.
+    // At the second flush the rates are known; write them now, in case the recording is cut off.
     constexpr size_t kSettled = 2;
     if (++flushes_ == kSettled) {
         describe(false);
@@ -348,7 +349,7 @@ void Writer::finish(const std::vector<StreamEnd>& ends) {
 void Writer::replaceFile(const fs::path& file, const std::string& text) {
     const fs::path partial = fs::path(file) += ".partial";
     {
-        // The title line's place is the whole text's.
+        // File writes its title line and a line end, so pass the text without its last line end.
         File out(partial, text.substr(0, text.empty() ? 0 : text.size() - 1), bytes_);
         out.flush();
     }
@@ -423,7 +424,7 @@ void Writer::describe(bool isComplete) {
             replaceFile(yaml, magnetometerYaml(name, rate));
         }
     }
-    // Names and texts of a device may be anything.
+    // Names and texts of a device may be invalid UTF-8.
     replaceFile(directory_ / kDescriptionFile,
                 description.dump(2, ' ', true, Json::error_handler_t::replace) + "\n");
 }

@@ -20,37 +20,36 @@ namespace Recording {
 /// A stream to record.
 struct StreamPlan {
     std::string name;
-    /// Of the record, as FieldList::titles gives them.
+    /// Column titles of the record (FieldList::titles).
     std::string titles;
 };
 
-/// What the images of a recording are of, and what else is known when it begins.
+/// Everything that is known about a recording when it begins.
 struct Plan {
     /// Name and version of the recording program.
     std::string program;
-    /// The devices, in the program's own form; null if it does not know them.
+    /// The devices, in the program's own format; null if unknown.
     nlohmann::json inventory;
     std::vector<StreamPlan> streams;
-    /// The directory of each is its place here, `calibration` is made of the texts.
+    /// The writer fills in `directory` from the index, and `calibration` from the texts.
     std::vector<CameraInfo> cameras;
 };
 
-/// What the receiver of a stream knows of it when the recording ends.
+/// Counts of a stream at the end of the recording, from its receiver.
 struct StreamEnd {
     uint64_t drops = 0;
     uint64_t frameSetsLeftOut = 0;
 };
 
-/// Nothing is made, and nothing replaced, before the first row or image: a run that records nothing
-/// leaves everything as it was. From then on the recording is readable at any time, up to what was
-/// flushed.
+/// Creates and replaces nothing before the first row or image, so a run that records nothing
+/// changes nothing. From then on the recording is readable at any time, up to the last flush.
 ///
-/// Threading: begin() is alone; then writeImage and those that only read may be called by any
-/// thread, the others by one.
+/// Threading: no other call may run during begin(). After it, writeImage and const methods may be
+/// called from any thread, the others from one thread.
 class Writer {
   public:
-    /// Throws Error if the directory cannot be made or has something in it. That is replaced if
-    /// `isReplacing`, but only if it is a recording: no other files are ever removed.
+    /// Throws Error if the directory cannot be created or is not empty. If `isReplacing`, an
+    /// existing recording is replaced; other files are never removed.
     Writer(std::filesystem::path directory, Plan plan, bool isReplacing);
     /// Without finish(), the recording stays marked as cut off.
     ~Writer();
@@ -61,13 +60,13 @@ class Writer {
     /// Written so far.
     uint64_t bytes() const { return bytes_; }
 
-    /// Makes the directory and its files. Throws Error if that does not work; what was there before
-    /// is back then. Before all calls that write.
+    /// Creates the directory and its files. Call it before all methods that write. Throws Error if
+    /// it fails; then an earlier recording is restored.
     void begin();
     bool hasBegun() const { return hasBegun_; }
 
-    /// Writes rows of a stream, each with the time of its reception in front and a line end.
-    /// All of these throw Error if the disk is full, for instance.
+    /// Writes rows of a stream, each of which starts with the time of reception and has a line end.
+    /// This and the following methods throw Error if a write fails.
     void writeRows(size_t stream, std::string_view rows);
 
     /// Writes a PNG file of a camera, named by the time of its frame set, without its row.
@@ -77,10 +76,10 @@ class Writer {
     /// The size of a camera's images, once it is known.
     void setImageSize(size_t camera, uint32_t width, uint32_t height);
 
-    /// Hands everything to the operating system: what a killed program leaves behind.
+    /// Passes all data to the operating system, so that it survives if the program is killed.
     void flush();
 
-    /// Copies a file of EuRoC's ground truth. Throws Error if it is none.
+    /// Copies a file of EuRoC ground truth. Throws Error if it is not one.
     void addGroundTruth(const std::filesystem::path& file);
 
     /// Closes the recording and marks it as complete.
@@ -99,7 +98,7 @@ class Writer {
 
     const std::filesystem::path directory_;
     const Plan plan_;
-    /// The name of an earlier recording while this one begins; empty if there is none.
+    /// Temporary name of an earlier recording during begin(); empty if there is none.
     std::filesystem::path old_;
     std::atomic<bool> hasBegun_{false};
     size_t flushes_ = 0;
