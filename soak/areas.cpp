@@ -15,7 +15,8 @@ using namespace Vek::Sensors;
 constexpr ControllerAddr kController{0x5A'00'00'00'00'01};
 constexpr ControllerAddr kRpcController{0x5A'00'00'00'00'01};
 constexpr uint32_t kImuRate = 1000;  // Hz
-// Enough for a machine that is busy for seconds, and no more: its pages are all in use soon.
+// Enough for a machine that is busy for seconds. Not larger, because all of its pages are soon in
+// use, and memory is measured.
 constexpr size_t kFastQueue = 4096;
 constexpr size_t kSlowQueue = 64;
 
@@ -74,7 +75,7 @@ class Cameras final : public Area {
     void stop() override { camera_->stop(); }
 
   private:
-    /// May come at any time until the provider is gone.
+    /// May be called at any time until the provider is destroyed.
     static void onDeath(const void* context) { ++static_cast<const Cameras*>(context)->deaths_; }
 
     const FrameRate frameRate_;
@@ -114,7 +115,7 @@ class Controllers final : public Area {
         owner_->sendPose(pose_);
     }
     bool call() override {
-        client_->setSimpleHaptics(kController, 1);  // refuses, too, when the service is dead
+        client_->setSimpleHaptics(kController, 1);  // also returns false if the service is dead
         return !client_->getCalibrationData(kController).data.empty();
     }
     void stop() override {

@@ -1,4 +1,4 @@
-// What a client uses of the service, area by area.
+// The areas of the service that a client may use.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,7 @@
 
 namespace Soak {
 
-/// Each step is one of a client's life, in this order; destruction comes last.
+/// The methods are the phases of a client's life, in this order; destruction comes last.
 class Area {
   public:
     Area() = default;
@@ -21,13 +21,13 @@ class Area {
     virtual bool lookUp() = 0;
     virtual void prepare(Streams& streams) = 0;
     virtual void start() = 0;
-    /// What a client sends through shared memory while it receives.
+    /// Sends data through shared memory while the client receives.
     virtual void send() {}
-    /// Control calls in the midst of streaming. False if one was refused.
+    /// Makes control calls during streaming. False if one was refused.
     virtual bool call() = 0;
     virtual void stop() = 0;
-    /// Instead of stop, once the service is dead: what would call it in its destructor stays until
-    /// the end of the process.
+    /// Called instead of stop if the service is dead. Leaks objects whose destructors would call
+    /// the service.
     virtual void abandon() {}
 };
 

@@ -29,7 +29,7 @@ sigset_t toldSignals() {
     return signals;
 }
 
-/// What it was told since the last time; 0: nothing.
+/// The signal that arrived since the last call; 0: none.
 int told() {
     const sigset_t signals = toldSignals();
     constexpr timespec kNow{};
@@ -65,7 +65,7 @@ class Client {
   public:
     explicit Client(const ClientPlan& plan) : plan_(plan), generator_(plan.seed) {}
 
-    /// From look-up to destruction.
+    /// Runs all phases from look-up to destruction.
     Ending live() {
         enter("look-up");
         const Areas areas = areasOf(plan_);
@@ -102,8 +102,8 @@ class Client {
     using Areas = std::vector<std::unique_ptr<Area>>;
 
     Ending stream(const Areas& areas, Streams& streams) {
-        // The service keeps what a client has prepared until its process ends, and of cameras it
-        // has room for eight.
+        // The service keeps prepared streams until the process ends, and has room for eight camera
+        // clients.
         constexpr uint32_t kMostLives = 6;
         const bool isBusy = plan_.isBusy && ++lives_ < kMostLives;
         const Clock::time_point end =

@@ -8,40 +8,41 @@
 
 namespace Soak {
 
-// Options of a client.
+// Signals to a client.
 constexpr int kStop = SIGUSR1;
-constexpr int kServiceChanged = SIGHUP;  // it is dead, or there is a new one
+constexpr int kServiceChanged = SIGHUP;  // the service has died, or a new one runs
 
-/// Of this process and those that it starts: a client may be told before it has begun to listen.
+/// Blocks the signals above in this process and its children, because a client may be signalled
+/// before it waits for them.
 void blockWhatIsTold();
 
-// What a client says: see ChildProcess::awaitNotice.
+// Notices of a client, see ChildProcess::awaitNotice.
 constexpr char kIdle[] = "idle.";
 constexpr char kStreaming[] = "streaming.";
 constexpr char kIgnored[] = "ignored.";     // the death of its service
 constexpr char kSaidAll[] = "that's all.";  // after what it received
 
-/// Of what a client writes to standard error.
+/// Lines that a client writes to standard error.
 constexpr char kPhase[] = "phase: ";
 constexpr char kNoService[] = "no service";
 
 constexpr char kNobody[] = "nobody";
 
 struct ClientPlan {
-    /// What it uses, with commas between: motion, cameras, controllers, environment.
+    /// Areas that it uses, separated by commas: motion, cameras, controllers, environment.
     std::string areas;
-    /// The KivraRpc client that it is, of which there is one at a time.
+    /// Its KivraRpc client id; only one process at a time may use an id.
     std::string rpcClient = kNobody;
     /// Samples of a motion sensor that come together.
     uint32_t motionBatch = 1;
-    /// Of the cameras, in Hz: 15, 30, 60 or 90.
+    /// Frame rate of the cameras in Hz: 15, 30, 60 or 90.
     uint32_t frameRate = 60;
-    /// What it says to suppressTransportCrashDumps, if anything, before it has objects or later.
+    /// Argument of its call of suppressTransportCrashDumps; empty: no call.
     std::optional<bool> suppressesDumps;
     bool suppressesThemLater = false;
-    /// Makes control calls while it receives, and goes through its life over and over.
+    /// Makes control calls while it receives, and repeats its life cycle.
     bool isBusy = false;
-    /// Waits to be told of each service, and survives its death.
+    /// Survives the deaths of services, and uses each new one when it is signalled.
     bool outlivesServices = false;
     uint32_t seed = 0;
 };
@@ -50,9 +51,9 @@ struct ClientPlan {
 std::string textOf(const ClientPlan& plan);
 ClientPlan planFrom(const std::string& text);
 
-/// Writes each phase of its life to standard error, and what is wrong. Ends when it is told so,
-/// having received once more from each stream, and says then how many records came and were lost in
-/// sum, and how many frame sets.
+/// Runs a client. Writes each phase of its life, and errors, to standard error. At kStop it
+/// receives once more from each stream, reports the total numbers of received and lost records and
+/// frame sets, and ends.
 void runClient(const ClientPlan& plan);
 
 }  // namespace Soak

@@ -25,8 +25,8 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// What a process holds: KiB of memory of its own, descriptors, threads, mappings. How much of what
-/// it shares is in use depends on which thread ran when; it cannot be more than the mappings.
+/// Resources of a process: KiB of private memory, descriptors, threads, mappings. Shared memory is
+/// left out, because how much of it is in use depends on scheduling; the mappings bound it.
 using Sample = std::array<int64_t, 4>;
 
 Sample sampleOf(int pid) {
@@ -42,8 +42,8 @@ Sample sampleOf(int pid) {
             static_cast<int64_t>(resources.threads), static_cast<int64_t>(resources.mappings)};
 }
 
-/// Some use other areas besides the motion sensors, a few of them the cameras: the service has room
-/// for eight, and has to draw.
+/// All clients use the motion sensors and some use other areas. Only few use cameras: the service
+/// has room for eight, and must draw images.
 ClientPlan planOf(uint32_t index, uint32_t motionBatch) {
     ClientPlan plan;
     plan.areas = index % 20 == 1   ? "motion,cameras"
@@ -79,7 +79,7 @@ class Crowd {
         return samples;
     }
 
-    /// @return what all clients received; throws a Failure if one has lost records
+    /// @return totals of all clients; throws a Failure if one has lost records
     Tally stop() {
         Tally tally;
         for (const auto& client : clients_) {
@@ -163,7 +163,7 @@ int soakClients(const ClientsSettings& settings) try {
     const auto& [records, frameSets] = crowd.stop();
     fmt::print("{} records, none lost; {} frame sets, {} lost\n{}", records.received,
                frameSets.received, frameSets.lost, crowd.finishService());
-    // A machine that has other things to do as well lets a client miss one now and then.
+    // On a busy machine a client may miss a frame set now and then.
     constexpr uint64_t kFrameSetsForOneLost = 200;
     const bool areTooManyLost = frameSets.lost * kFrameSetsForOneLost > frameSets.received;
     return hasGrown(first, last, {ofMemory, 0, kPoolThreads, 0}) || areTooManyLost ? 1 : 0;

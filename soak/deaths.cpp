@@ -31,7 +31,7 @@ struct Round {
     std::vector<ClientPlan> clients;
     /// Whether the moment of death is counted from the first data on, or from the clients' start.
     bool isAfterFirstData;
-    /// Of the time that counts, 0 to 1.
+    /// The moment of death as a fraction of that time, 0 to 1.
     double moment;
 };
 
@@ -76,7 +76,7 @@ class Campaign {
         }
         std::vector<std::unique_ptr<RunningClient>> clients;
         Clock::time_point begin = Clock::now();
-        // They share the processors when they start.
+        // The clients share the processors while they start.
         Clock::duration window = timeToFirstData_ * round.clients.size();
         for (const ClientPlan& plan : round.clients) {
             clients.push_back(std::make_unique<RunningClient>(plan, newFile()));
@@ -86,7 +86,7 @@ class Campaign {
             begin = Clock::now();
             window = 30ms;
         }
-        // The moment is what is tried out, not a way to wait for something.
+        // This sleep does not wait for an event: the moment itself is what the trial varies.
         std::this_thread::sleep_until(
             begin + std::chrono::duration_cast<Clock::duration>(round.moment * window));
         if (round.serviceDies) {
@@ -109,7 +109,8 @@ class Campaign {
         expectNoMoreThan(mostOfService_, service_->pid(), "the service");
     }
 
-    /// One more service, which ends when its clients have: nothing is left then.
+    /// Starts a service if none runs, ends the witness and the service, and checks that nothing is
+    /// left.
     void finish() {
         if (service_ == nullptr) {
             startService();
@@ -187,7 +188,7 @@ class Campaign {
         expectNoMoreThan(mostOfWitness_, witness_->pid(), "the witness");
     }
 
-    /// Also lowers the most that there may be, to what there is.
+    /// Also lowers the limit to the current value.
     static void expectNoMoreThan(ProcessResources& most, int pid, const char* who) {
         ProcessResources now{};
         const bool isMet = TestSupport::becomesTrue([&] {
@@ -204,8 +205,8 @@ class Campaign {
         most = {now.descriptors, std::min(most.threads, now.threads), now.mappings};
     }
 
-    /// Of processes; the one for commands to the service stays where a service was killed, and the
-    /// next one takes its place.
+    /// Counts sockets of processes. The simulator's control socket is not counted: it stays after a
+    /// kill and the next service replaces it.
     size_t countSockets() const {
         size_t count = 0;
         for (const auto& entry : std::filesystem::directory_iterator(directory_.path())) {

@@ -35,7 +35,7 @@ std::string describeThreads(int pid) {
 RunningClient::RunningClient(ClientPlan plan, std::string errorFile)
     : plan_(std::move(plan)),
       errorFile_(std::move(errorFile)),
-      // By its own name: log lines have it.
+      // Uses the real path, so that log lines show the program's name.
       process_({std::filesystem::read_symlink("/proc/self/exe"), "client", textOf(plan_)},
                errorFile_) {}
 

@@ -1,4 +1,4 @@
-// A client that a soak has started, as seen from outside.
+// A client process that a trial has started.
 #pragma once
 
 #include <chrono>
@@ -11,27 +11,26 @@
 
 namespace Soak {
 
-/// The longest that anything may take.
+/// Time limit of each step.
 constexpr std::chrono::seconds kBound{30};
 
-/// By how much the number of a process's HIDL threads, which come and go with the calls, may differ
-/// from one time to another.
+/// Tolerance for the number of HIDL threads of a process, which varies with its calls.
 constexpr size_t kPoolThreads = 8;
 
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// What each thread of a process that hangs does.
+/// Describes what each thread of a hanging process does.
 std::string describeThreads(int pid);
 
 std::string contentOf(const std::string& path);
 
-/// What a process has written to its error file, but for the line that an emulator adds when one
-/// aborts (scripts/run-arm64).
+/// The content of a process's error file, without the line that an emulator adds after an abort
+/// (scripts/run-arm64).
 std::string errorsIn(const std::string& path);
 
-/// What was done to a client.
+/// What has happened to a client.
 struct Fate {
     /// Whether a service that it used died.
     bool isOrphaned;
@@ -40,22 +39,22 @@ struct Fate {
 };
 
 struct Verdict {
-    /// In which phase of its life the client was at its end, or when it noticed the death.
+    /// The phase in which the client ended, or noticed the death.
     std::string phase;
     std::string outcome;
-    /// What is not as it should be; empty if all is.
+    /// What is wrong; empty if nothing is.
     std::string problem;
 };
 
-/// Whether a client met the death of its service, or of another client, as it should.
+/// Checks whether a client reacted correctly to the death of its service, or of another client.
 /// @param end exit code, or minus a signal
 /// @param errors what the client wrote to standard error
 Verdict judge(const ClientPlan& plan, const Fate& fate, int end, const std::string& errors);
 
-/// Killed with its object.
+/// A running client; killed when this object is destroyed.
 class RunningClient {
   public:
-    /// @param errorFile does not exist yet, and no more in the end
+    /// @param errorFile created here and removed at the end
     RunningClient(ClientPlan plan, std::string errorFile);
     ~RunningClient();
     RunningClient(const RunningClient&) = delete;
@@ -64,7 +63,7 @@ class RunningClient {
     int pid() const { return process_.pid(); }
     void tell(int signal) const { process_.send(signal); }
 
-    /// @return what it said before that; none if it ends instead
+    /// @return earlier notices; empty if the client ends instead
     std::optional<std::string> awaitNotice(const std::string& notice);
 
     /// Throws a Failure if it hangs, or does not end as it should.

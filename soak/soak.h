@@ -1,4 +1,4 @@
-// The trials: what can be chosen, and how they are run. Each returns the program's exit code.
+// The trials and their settings. Each returns the program's exit code.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 namespace Soak {
 
 struct DeathsSettings {
-    /// Every round follows from this and its own number.
+    /// Each round depends only on this and its own number.
     uint32_t seed = 1;
     uint32_t firstRound = 0;
     uint32_t rounds = 1000;
@@ -24,7 +24,8 @@ struct ClientsSettings {
     bool ignoresMemory = false;
 };
 
-/// Has many clients stream at once: nothing may be lost, nothing may grow after the first minute.
+/// Runs many streaming clients at once: no record may be lost, and no resource may grow after the
+/// first minute.
 int soakClients(const ClientsSettings& settings);
 
 }  // namespace Soak

@@ -1,4 +1,4 @@
-// The streams of a client, waited on together: what came and what is missing.
+// The streams of a client on one composite, with counts of received and missing records.
 #pragma once
 
 #include <vek/sensors/factories.h>
@@ -19,8 +19,8 @@ struct Tally {
         uint64_t lost = 0;
     };
     Count records;
-    /// The queue of a camera holds one frame set: a client that gets no processor in time loses
-    /// some, through nobody's fault.
+    /// Counted separately: a camera's queue holds one frame set, so a client that is not scheduled
+    /// in time loses some, which is no fault.
     Count frameSets;
 };
 

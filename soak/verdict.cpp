@@ -1,4 +1,4 @@
-// What may become of a client, and what it says.
+// The outcomes that are allowed for a client, and their log lines.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -11,9 +11,9 @@
 namespace Soak {
 namespace {
 
-/// What was said to suppressTransportCrashDumps.
+/// State of suppressTransportCrashDumps.
 struct Suppression {
-    /// When the objects were made.
+    /// Its value when the objects were made.
     std::optional<bool> ofObjects;
     std::optional<bool> now;
 };
@@ -21,7 +21,7 @@ struct Suppression {
 /// A line that the death of a service may cause.
 struct KnownLine {
     std::regex pattern;
-    /// Empty: it is not what the client comes to.
+    /// Empty: the line does not decide the outcome.
     std::string outcome;
     /// The signal in which it ends; 0: none.
     int signal;
@@ -52,10 +52,10 @@ const std::array kKnownLines{
               [](const Suppression& suppression) { return suppression.now == true; }},
     KnownLine{std::regex("F" + kHidlError), "HIDL error", SIGABRT,
               [](const Suppression& suppression) { return suppression.now != true; }},
-    // The calls of the pose output leave the transport to the return object's own check.
+    // Calls of the pose output are only checked by the return object itself.
     KnownLine{std::regex("F/HidlStatus: Failed HIDL (call|return status not checked): " + kStatus),
               "unchecked status", SIGABRT, always},
-    // The constructor of a controller provider wants a service.
+    // The constructor of a controller provider requires a service.
     KnownLine{std::regex("F" + kLibrary + kNullService), "null service", SIGABRT, always},
     KnownLine{
         std::regex("terminate called without an active exception|" + kLibrary.substr(1) +
