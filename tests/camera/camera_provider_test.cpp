@@ -22,7 +22,7 @@ namespace {
 size_t flushes = 0;
 }  // namespace
 
-/// Stands before the runtime's own, which is in a shared library.
+/// Overrides the runtime's own function, which is in a shared library.
 void android::hardware::IPCThreadState::flushCommands() {
     ++flushes;
 }
@@ -86,7 +86,8 @@ TEST_F(CameraProviderTest, CalibrationMemoryIsCheckedBeforeItIsRead) {
         return open(("/proc/self/fd/" + std::to_string(fd.get())).c_str(), O_WRONLY);
     };
     const int number = good();
-    // Memory that is mapped now comes to lie before these bytes, which a text must not run into.
+    // New mappings will lie directly before these bytes; a text that is read too far would run into
+    // them.
     std::vector<void*> others(256);
     std::generate(others.begin(), others.end(), [&] {
         return std::memset(
@@ -117,7 +118,7 @@ TEST_F(CameraProviderTest, CalibrationMemoryIsCheckedBeforeItIsRead) {
     const auto error = errorLine("Invalid handle or file descriptors for calibration data");
     for (uint32_t i = 0; i < cases.size(); ++i) {
         SCOPED_TRACE(i);
-        // The camera before it has no fault.
+        // The first camera is without fault.
         listCameras({{0, "", ""}, {i, "", ""}});
         CapturedLog log;
         EXPECT_THAT(provider.getProperties().at(1),

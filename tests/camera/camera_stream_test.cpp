@@ -58,7 +58,8 @@ TEST_F(CameraStreamTest, ControlCallsCarryTheirArgumentsAndTheStreamsClient) {
     for (const auto& sizes : {std::vector{Resolution::HALF, Resolution::FULL}, {}}) {
         EXPECT_TRUE(stream.setResolution(sizes));
     }
-    // A stream that is in the state asked for is fine; no other call accepts this.
+    // start() accepts IGNORED, because the stream is already in the requested state; no other call
+    // does.
     service->result = Hidl::Result::IGNORED;
     stream.start();
     stream.stop();
@@ -79,7 +80,7 @@ TEST_F(CameraStreamTest, ConfigurationIsReturnedUnchanged) {
     EXPECT_TRUE(sameBytes(configuration.cameras[1], camera));
 }
 
-TEST_F(CameraStreamTest, ExposureOfAsManyCamerasAsThereAreIsSentAndTheRestIsZero) {
+TEST_F(CameraStreamTest, ExposureEntriesBeyondNumCamerasAreSentAsZero) {
     for (const uint32_t numCameras : {0U, 3U, 10U}) {
         const ExposureGainSettings settings = exposureOf(numCameras);
         auto expected = filledWith<ExposureGainSettings>(0);
@@ -201,7 +202,7 @@ TEST_F(CameraStreamTest, MuxStateAndItsChangesReachTheClient) {
     };
     EXPECT_EQ(state.header, 3U);
     EXPECT_EQ(state.value, UINT64_MAX);
-    // Of a name that comes twice, the last one.
+    // If a name occurs twice, the last one counts.
     EXPECT_THAT(state.muxMode,
                 FieldsAre("tracking", "fallback", ElementsAre("hands", "head"), IsEmpty(),
                           UnorderedElementsAre(purpose("hands", {2, 3}), purpose("head", {})),
@@ -228,7 +229,7 @@ TEST_F(CameraStreamDeathTest, RefusedAndUndeliveredCallsAreFatalWithTheirOwnMess
     const std::string status = "status != Hidl::Result::SUCCESS";
     const std::string unrecoverable = "hidlReturn == Hidl::Result::FAILURE";
     using Result = Hidl::Result;
-    // Not FAILURE: a check for that alone would let it pass.
+    // Uses an error other than FAILURE, which a check for FAILURE alone would miss.
     expectFatal(
         *service, "CameraStream::",
         {{"void ", "start()", [&] { stream.start(); }, "Start stream command failed with result: 2",

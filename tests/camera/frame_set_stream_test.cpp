@@ -55,7 +55,7 @@ TEST_F(FrameSetStreamTest, EveryFrameSetIsDeliveredOnceThenHandedBackUnchanged) 
     });
     EXPECT_EQ(stream.stream().getQueueSize(), 1U);
     EXPECT_EQ(service->frameSets.queue->getQuantumCount(), 1U);
-    // More than the recycle queue holds at once.
+    // More than the capacity of the recycle queue.
     for (int i = 0; i < 5; ++i) {
         ASSERT_EQ(deliver(filledWith<Hidl::FrameSet>(i)), WaitResult::DELIVERED);
         EXPECT_TRUE(service->takeRecycledSignal());
@@ -148,7 +148,7 @@ TEST_F(FrameSetStreamDeathTest, BrokenPreparationByTheServiceIsFatal) {
     }
     service->recycleDescriptor = *service->recycleQueue.getDesc();
     stream.stream().addTo(composite);
-    service->callsBack = false;  // the queue of an earlier preparation is none of this one
+    service->callsBack = false;  // the queue of the earlier preparation must not be used
     dies("failed: !recycle_.fmq->isValid()\nF/Moriak-HidlWrapper: Failed to create FMQ\n");
     service->callsBack = true;
     for (const NoMemory& memory : kNoMemory) {

@@ -1,5 +1,5 @@
-// The streaming and the management client: what goes out, what comes back, and what a failed
-// transport leads to, which differs from call to call.
+// The streaming and the management client: arguments, results, and the reaction to a failed
+// transport, which differs from call to call.
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -48,7 +48,7 @@ TEST_F(StreamingClientTest, CommandsAreTrueOnlyIfDeliveredAndAccepted) {
     const struct {
         std::string call;
         bool (*make)(C&);
-        /// A failed transport is as good as a refusal.
+        /// Whether a failed transport counts as a refusal.
         bool folded = true;
     } commands[]{
         {"controlInputADCStreaming" + kTo + " true",

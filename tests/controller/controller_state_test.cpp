@@ -104,7 +104,7 @@ TEST_F(ControllerStateTest, PairingCallsPassExactlyWhatTheyShould) {
     EXPECT_EQ(provider.enterPairingMode(), ControllerAddr{});
     EXPECT_EQ(provider.getPairingInfo().deviceId, 0U);
 
-    // On the heap, where a read beyond the 16 bytes is noticed.
+    // On the heap, where AddressSanitizer detects a read beyond the 16 bytes.
     const std::vector<uint8_t> key(16, 3);
     const auto allAre = [&](bool answer) {
         return provider.notifyBatteryState(255) == answer &&
@@ -198,7 +198,7 @@ TEST_F(ControllerStateDeathTest, PoseStreamCallsOutOfOrderAndRefusedOnesAreFatal
     const auto send = [&] { stream->send(one); };
     const auto refuse = [&] { service->result = Hidl::Result::IGNORED; };
     const auto fail = [&] { service->transportFails = true; };
-    // Not on the border of a record.
+    // A position inside a record.
     const auto corrupt = [&] { QueueCounters{service->poses}.written() = 52; };
     const auto after = [](auto... steps) { return [=] { (steps(), ...); }; };
     const std::string notStarted =
@@ -225,7 +225,7 @@ TEST_F(ControllerStateDeathTest, PoseStreamCallsOutOfOrderAndRefusedOnesAreFatal
     });
 }
 
-TEST_F(ControllerStateDeathTest, PoseStreamThatTheServiceDoesNotGiveIsFatal) {
+TEST_F(ControllerStateDeathTest, FailedPreparationOfThePoseStreamIsFatal) {
     const auto stream = writer();
     const auto prepareAfter = [&](auto change) {
         return [&, change] {

@@ -1,5 +1,5 @@
-// What becomes of the bytes of a controller's record on their way from the service to the client:
-// tables of offsets that know nothing of the records' fields.
+// Tables of offsets that describe how the bytes of a controller's record are converted, independent
+// of the records' declarations.
 #pragma once
 
 #include <algorithm>
@@ -59,7 +59,7 @@ inline void copyFlags(const uint8_t* from, uint8_t* to, uint32_t mask) {
     std::memcpy(to, &flags, sizeof(flags));
 }
 
-/// What a client shall get; bytes that no row names stay zero.
+/// The expected API record; bytes that no row names are zero.
 inline Bytes expected(const Table& table, const Bytes& hal, size_t apiSize) {
     Bytes api(apiSize);
     for (const Row& row : table) {

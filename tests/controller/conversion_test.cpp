@@ -22,7 +22,7 @@ namespace {
 using namespace TestSupport;
 using namespace Vek::Sensors;
 
-/// All ones, then noise with enough zeros in it to end some texts early and leave others whole.
+/// Bytes of a record: first all ones, then noise with enough zeros to end some texts early.
 Bytes pattern(size_t size, int round) {
     static std::mt19937 noise{20261124};
     Bytes bytes(size, 0xFF);
@@ -44,7 +44,7 @@ Hidl::ControllerInputData inputOf(uint8_t discriminator, const Bytes& member) {
     return record;
 }
 
-/// Of a record alone and, if it has a discriminator, as an input.
+/// Checks a record alone and, if it has a discriminator, as part of an input record.
 template <typename HidlData>
 void expectTable(const Table& table, size_t halSize, size_t apiSize,
                  std::optional<uint8_t> discriminator = {}) {
@@ -90,7 +90,7 @@ TEST(ControllerConversion, PosesGoToTheServiceByteForByte) {
     EXPECT_EQ(bytesOf(Convert::intoHidl(pose)), api);
 }
 
-TEST(ControllerConversion, NothingOfTheStackGoesToTheService) {
+TEST(ControllerConversion, PaddingIsZeroedBeforeItIsSent) {
     SecureDeviceInfo device{ControllerAddr{UINT64_MAX}, {}, {}};
     device.deviceId = ~device.deviceId;
     device.key.fill(0xFF);
@@ -102,7 +102,7 @@ TEST(ControllerConversion, NothingOfTheStackGoesToTheService) {
               static_cast<ptrdiff_t>(bytes.size() - written));
 }
 
-/// What a batch cost and came as: allocations, records in the first span and in the second.
+/// Outcome of a batch: number of allocations, records in the first span and in the second.
 using Batch = std::tuple<size_t, size_t, size_t>;
 
 template <typename Data, typename HidlData>

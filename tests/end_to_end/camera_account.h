@@ -1,4 +1,4 @@
-// The frame sets that the simulated service has handed out, and what became of them.
+// Counts of the frame sets that the simulated service has handed out, by their outcome.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 namespace TestSupport {
 
-/// What the service has to say of a camera in its summary.
+/// The counts of one camera stream in the service's summary.
 struct CameraAccount {
     CameraAccount(const std::string& summary, const std::string& stream) {
         const std::string line = summary.substr(std::min(summary.find(stream), summary.size()));
@@ -22,7 +22,7 @@ struct CameraAccount {
             << stream << " in: " << summary;
     }
 
-    /// Whether nothing is amiss with what came back, and all but the reclaimed did.
+    /// Whether every frame set came back unchanged and once, or was reclaimed.
     bool isBalanced() const {
         return handedOut == cameBack + reclaimed && twice + altered + never == 0;
     }

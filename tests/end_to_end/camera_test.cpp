@@ -51,7 +51,7 @@ class GreyImage {
         return text;
     }
 
-    /// Of the rows below the print.
+    /// Mean of the rows below the print.
     double brightness() const {
         double sum = 0;
         for (uint32_t y = frame_.height / 4; y < frame_.height; ++y) {
@@ -138,7 +138,7 @@ class CameraClient {
     }
 
     void start() { provider->startEvery(cameras()); }
-    /// Hands back what has come until then as well.
+    /// Stops, and hands back frame sets that have arrived until then.
     void stop() {
         provider->stopEvery(cameras());
         composite->waitFor(0ns);
@@ -146,7 +146,7 @@ class CameraClient {
     bool waitUntil(const std::function<bool()>& isReached) {
         return TestSupport::receiveUntil(*composite, isReached);
     }
-    /// Of each stream. False if they do not come within a generous bound.
+    /// Receives frame sets of each stream. False if they do not arrive within a generous bound.
     bool receive(size_t count) {
         std::vector<size_t> targets;
         for (const auto& reader : readers) {
@@ -182,7 +182,7 @@ TEST_F(EndToEndTest, CamerasAndMotionArriveTogetherAndEveryFrameSetComesBackOnce
         {FrameType::HEADSET, FrameType::HAND, FrameType::EYE, FrameType::DEPTH, FrameType::COLOR});
     const auto imu = createImuSensor();
     TestSupport::Inbox<ImuData> samples(imu->stream(), *client.composite);
-    // Nobody looks at the images: the machine has better things to do than to draw them.
+    // The test does not look at these images, so they need not be drawn in full.
     for (const auto& reader : client.readers) {
         reader->camera->setResolution(
             std::vector<Resolution>(reader->metadata.cameras.size(), Resolution::QUARTER));

@@ -26,7 +26,8 @@ using TestSupport::EndToEndTest;
 using TestSupport::Inbox;
 using TestSupport::Simulator;
 
-/// Whether a look-up finds nothing. As on the device it would wait for the next service.
+/// Whether a look-up finds nothing. Skipped if look-ups wait for the next service, as on the
+/// device.
 template <typename Create>
 bool findsNothing(Create create) {
     return android::hardware::details::isAsOnDevice() || create() == nullptr;
@@ -69,7 +70,8 @@ struct ControllerClient {
         owner->sendPose({});
     }
     bool receive() { return samples.receive(20) && samples.lost() == 0; }
-    /// With poses of the simulated hands, too: there is no other owner of them.
+    /// Also checks poses of the simulated hands: they only arrive if the former owner of the poses
+    /// is gone.
     bool isServed() {
         return receive() && poses.receive(10) && poses.lost() == 0 &&
                provider.getPairedControllers().size() == 2;
@@ -79,7 +81,7 @@ struct ControllerClient {
                                !client->getThumbstickDeadzone(kLeft) &&
                                management->pairController(kLeft) == ControllerResult::BAD_STATE &&
                                !provider.setWirelessFreqBlocklist({1});
-        // Their ends could not be told to the dead service.
+        // Not destroyed: their destructors would call the dead service.
         client.release();
         management.release();
         return isRefused && findsNothing(createControllerStateProvider);
@@ -167,7 +169,7 @@ const std::vector<std::string> kNotifications{"--rpc-notifications", "1000"};
 TYPED_TEST(DeathsTest, KilledClientsLeaveNothingInTheService) {
     const Simulator simulator(kNotifications);
     const TestSupport::ProcessResources before = TestSupport::resourcesOf(simulator.pid());
-    // The first clients make the service grow what it keeps for good, its threads above all.
+    // The first clients make the service allocate what it keeps permanently, mainly threads.
     size_t threads = before.threads + 64;
     for (const size_t count : TypeParam::kKilled) {
         TestSupport::startClients(TypeParam::kRole, count);

@@ -94,7 +94,8 @@ class Traffic : public std::enable_shared_from_this<Traffic> {
 
   private:
     void take(const KivraRpcMessage& message) {
-        // Those of one registration arrive one after the other, but beside the last of an earlier.
+        // Messages of one registration arrive in sequence, but may overlap with the last of an
+        // earlier one.
         const std::lock_guard lock(mutex_);
         const uint32_t number = message.header.procedure;
         const auto sequence = static_cast<int64_t>(message.header.sequence);
@@ -209,7 +210,7 @@ TEST_F(EnvironmentSensorsTest, RegistrationsRaceWithSendsAndEveryAcceptedMessage
     for (int round = 0; round < 50; ++round) {
         const char* const id = round % 2 == 0 ? "CMS" : "tracking";
         stream->registerKivraRpcClient(id, traffic->callback());
-        // Not an empty change: one send at least gets through it.
+        // Each registration lasts until at least one message was accepted.
         const uint32_t before = traffic->accepted;
         EXPECT_TRUE(becomesTrue([&] { return traffic->accepted > before; }));
         stream->unregisterKivraRpcClient(id);

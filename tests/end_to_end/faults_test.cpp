@@ -59,7 +59,7 @@ struct FrameSets {
         camera->stream().addTo(composite);
     }
 
-    /// Whether an image becomes another one while it is the client's.
+    /// Whether an image changes while the client holds it.
     bool changesInHand(const CameraFrame& frame) const {
         constexpr auto kFewFrames = 150ms;
         const auto pixels = metadata.cameras[0].buffers.at(frame.bufferIndex)->pixels();
@@ -76,7 +76,7 @@ struct FrameSets {
     std::shared_ptr<ICameraStream> camera;
     CameraStreamMetadata metadata;
     std::vector<FrameSet> records;
-    /// Whether it keeps what it gets until the next ones have been drawn.
+    /// Whether the client holds frame sets until the next ones have been drawn.
     bool isHolding = false;
     size_t held = 0;
     bool isDrawnOver = false;
@@ -133,12 +133,13 @@ struct Client {
     Inbox<ControllerImuData> controllerImu{controllers.streamImu(), *composite};
 };
 
-/// Whether the client sees the fault in what came since it forgot; none if too little did.
+/// Whether the client sees the fault in the records since the last forget(); empty if there are too
+/// few.
 using Sight = std::function<std::optional<bool>(Client&)>;
 
 constexpr size_t kEnough = 12;
 
-/// Whether any of the records is so.
+/// Whether any record meets the condition.
 template <typename Records, typename Condition>
 std::optional<bool> see(const Records& records, const Condition& condition) {
     return records.size() < kEnough

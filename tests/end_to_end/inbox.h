@@ -1,4 +1,4 @@
-// What a client keeps of a stream.
+// Keeps the received records of a stream.
 #pragma once
 
 #include <vek/sensors/controller_provider.h>
@@ -15,7 +15,7 @@
 
 namespace TestSupport {
 
-/// False if the condition does not come about within a generous bound.
+/// Receives until the condition holds. False if it does not within a generous bound.
 inline bool receiveUntil(Vek::Sensors::ICompositeStream& composite,
                          const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);

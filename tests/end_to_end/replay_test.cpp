@@ -1,4 +1,4 @@
-// Recordings that are played back and recorded again: what comes out is what went in.
+// Recordings that are played back and recorded again: both must be equal.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -34,8 +34,8 @@ std::vector<std::string> linesOf(const fs::path& file) {
     return lines;
 }
 
-/// The rows of a stream, in an order of their own, without what belongs to the receiver: when a
-/// record came, and in which of the shared buffers an image was.
+/// The rows of a stream, sorted, without the columns that depend on the receiver: time of reception
+/// and buffer index.
 std::vector<std::string> recordsOf(const fs::path& file) {
     std::vector<std::string> records;
     std::vector<bool> isReceivers;
@@ -83,12 +83,12 @@ std::vector<std::string> playing(const fs::path& recording) {
     return options;
 }
 
-/// Of the service's own doing, not of the cameras'.
+/// Made by the service during playback, not played from the recording.
 constexpr char kNotPlayed[] = "mux-states.csv";
 
 using ReplayTest = EndToEndTest;
 
-TEST_F(ReplayTest, RecordedAgainARecordingIsTheSameRecordByRecordAndPixelByPixel) {
+TEST_F(ReplayTest, RecordingAPlaybackGivesTheSameRecordsAndPixels) {
     constexpr char kStreams[] =
         "imu,mag,iad,flicker,adc-flicker,ambient-light,external-timing,cameras,controllers";
     const TemporaryDirectory directory;
@@ -119,7 +119,7 @@ TEST_F(ReplayTest, RecordedAgainARecordingIsTheSameRecordByRecordAndPixelByPixel
     EXPECT_GT(images, 0U);
 }
 
-TEST_F(ReplayTest, TwoRunsOfOneSeedAreEqualAndAsLongAsTheyAreToBe) {
+TEST_F(ReplayTest, TwoRunsOfOneSeedAreEqualAndHaveTheRequestedLength) {
     const TemporaryDirectory directory;
     const fs::path runs[] = {directory.path() / "first", directory.path() / "second"};
     for (const fs::path& run : runs) {

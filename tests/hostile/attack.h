@@ -16,8 +16,8 @@ namespace TestSupport {
 
 struct Attack {
     const char* name;
-    /// Runs in a process of its own; calls hold() when the attack is under way. One that returns
-    /// ends its process as of SIGKILL.
+    /// Runs in a separate process; calls hold() when the attack is under way. If it returns, its
+    /// process is ended as by SIGKILL.
     void (*run)();
 };
 
@@ -50,7 +50,7 @@ class AttackTest : public EndToEndTest {
     AttackTest() { EXPECT_TRUE(bystander_->isServed()); }
     void TearDown() override { endService(); }
 
-    /// In order, so that sanitizers look for what is left. @return its summary
+    /// Ends the service normally, so that sanitizers check for leaks. @return its summary
     std::string endService() {
         if (std::exchange(bystander_, nullptr) != nullptr) {
             simulator_.process().send(SIGTERM);
@@ -59,10 +59,11 @@ class AttackTest : public EndToEndTest {
         return simulator_.finish();
     }
 
-    /// During each attack and after it the bystander is served, and then nothing is left of it.
+    /// Checks that the bystander is served during and after each attack, and that the service keeps
+    /// nothing of the attacker.
     template <size_t Count>
     void expectNoHarm(const char* role, const Attack (&attacks)[Count], const char* notice) {
-        // But for threads that were busy when they were counted.
+        // A tolerance for threads that were busy during the count.
         ProcessResources before = resourcesOf(simulator_.pid());
         before.threads += 2;
         for (const Attack& attack : attacks) {

@@ -1,4 +1,4 @@
-// Clients whose streams are in order, until they do with the shared memory as they like.
+// Clients that prepare valid streams and then corrupt the shared memory.
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IControllerStateProvider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
@@ -36,7 +36,7 @@ void corruptSampleQueue() {
 }
 
 void overlapQueues() {
-    // The counters lie in the ring, or are one.
+    // Queues whose counters lie in the ring, or are the same.
     const ClientEnd<Hidl::ImuData> ends[2] = {ClientEnd<Hidl::ImuData>{1},
                                               ClientEnd<Hidl::ImuData>{1}};
     QueueParts parts = queueParts<Hidl::ImuData>(64);
@@ -88,7 +88,7 @@ void corruptPoseQueue() {
     hold();
 }
 
-/// Nothing is wrong with the poses, but that others have to keep up with them.
+/// Valid poses, but faster than consumers can take them.
 void floodPoses() {
     using Clock = std::chrono::steady_clock;
     PoseOutput output;

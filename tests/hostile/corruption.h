@@ -1,4 +1,4 @@
-// What a process does to shared memory that keeps to no rules at all.
+// Random corruption of shared memory.
 #pragma once
 
 #include <fmq/EventFlag.h>

@@ -1,5 +1,4 @@
-// Services that keep to no rules: a client of one comes to the end that is laid down for the case,
-// or to none.
+// Services that break the rules: a client ends as prescribed for the case, or continues.
 #include <vek/sensors/controller_provider.h>
 #include <vek/sensors/service.h>
 
@@ -57,7 +56,7 @@ struct HostileImu : Fake<Hidl::IImu> {
     const std::function<void()> command_;
 };
 
-/// Each of its records is in order at any instant, but soon another one.
+/// Its records are valid at any instant, but change all the time.
 struct FickleInputs : Fake<Hidl::IControllerStateProvider> {
     Return<Hidl::Result> prepareControllerInputStream(const Queue<Hidl::ControllerInputData>& queue,
                                                       Client client,
@@ -83,7 +82,7 @@ struct FickleInputs : Fake<Hidl::IControllerStateProvider> {
     }
 };
 
-/// Calls its client, which is still busy with that.
+/// Calls its client and dies while the client serves that call.
 struct DeadlyTambril : Fake<Hidl::ITambril> {
     Return<Hidl::Result> registerClient(Hidl::KivraRpcClientId /*id*/,
                                         const sp<Hidl::ITambrilCallback>& client) override {
@@ -211,7 +210,7 @@ TEST_F(HostileServicesDeathTest, ImpossibleCountersEndTheReaderWithAKnownMessage
             "failed to commit FMQ read of [0-9]+ messages)\n$");
 }
 
-TEST_F(HostileServicesDeathTest, RecordsThatChangeWhileTheyAreReadAreTakenAsOneThingOrAnother) {
+TEST_F(HostileServicesDeathTest, RecordsThatChangeDuringAReadAreReadAsOneKind) {
     EXPECT_EXIT(
         {
             const auto service = startService("fickle inputs");

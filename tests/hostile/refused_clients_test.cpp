@@ -1,4 +1,4 @@
-// Clients that send what is not to be taken: it is refused, and nothing of it is kept.
+// Clients that send invalid data: the service refuses it and keeps nothing of it.
 #include <vendor/zelvan/hardware/sensors/1.0/ICameraProvider.h>
 #include <vendor/zelvan/hardware/sensors/1.0/IImu.h>
 

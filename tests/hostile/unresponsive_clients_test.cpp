@@ -68,7 +68,7 @@ struct Messages : FakeClient<Hidl::ITambrilCallback> {
     }
 };
 
-/// For calls that need not come to their end.
+/// For calls that may fail.
 template <typename Status>
 void ignore(const Status& status) {
     static_cast<void>(status.isOk());
@@ -78,7 +78,7 @@ sp<Hidl::ICameraStream> headsetCameras() {
     return Hidl::ICameraProvider::getService()->getStream(Hidl::FrameType::HEADSET);
 }
 
-// Each has the service call.
+// Each of these makes the service call the client.
 
 template <Reaction react>
 void beAskedForName() {
@@ -116,7 +116,7 @@ std::unique_ptr<CameraClientEnd> startedCamera() {
 
 void doNothing() {}
 
-/// With frame sets and messages on their way to it, more than the socket takes.
+/// Stops the process while more frame sets and messages are sent to it than the socket can hold.
 void stop() {
     const auto camera = startedCamera();
     const auto tambril = Hidl::ITambril::getService();
@@ -137,7 +137,7 @@ void stop() {
     raise(SIGSTOP);
 }
 
-/// Takes all of the service's places that it gets.
+/// Uses up all places that the service gives to one process.
 void takeEverything() {
     const auto imu = Hidl::IImu::getService();
     const auto leds = Hidl::IFaceEyeTrackingLed::getService();
@@ -161,8 +161,8 @@ void takeEverything() {
 }
 
 const Attack kAttacks[] = {
-    {"does not tell its name", beAskedForName<hold>},
-    {"does not tell its stream", beAskedForStream<hold>},
+    {"does not answer for its name", beAskedForName<hold>},
+    {"does not answer for its stream", beAskedForStream<hold>},
     {"does not take progress", beToldOfProgress<hold>},
     {"does not take messages", beSentMessages<hold>},
     {"stopped", stop},
@@ -194,7 +194,8 @@ TEST_F(UnresponsiveClientsTest, LeaveRoomForOthers) {
 
 TEST_F(UnresponsiveClientsTest, DoNotHoldUpTheEndOfTheService) {
     std::vector<std::unique_ptr<ChildProcess>> attackers;
-    for (const char* const name : {"does not tell its name", "does not take progress", "stopped"}) {
+    for (const char* const name :
+         {"does not answer for its name", "does not take progress", "stopped"}) {
         attackers.push_back(startClient("unresponsive client", name));
         EXPECT_EQ(attackers.back()->awaitNotice(), "under way");
     }

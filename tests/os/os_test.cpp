@@ -41,7 +41,7 @@ TEST(EventFlagHandle, MappingsShareTheWordThatAHandleHas) {
     EXPECT_EQ(Vek::OS::createEventFlagFromHandle(TestSupport::handleOf({tooSmall})), nullptr);
 }
 
-TEST(EventFlagHandle, AWakeReachesAWaiterWhoseBitAnotherProcessHasSetInSilence) {
+TEST(EventFlagHandle, AWakeReachesAWaiterWhoseBitWasSetWithoutAWake) {
     constexpr uint32_t kBit = 1U << 31;
     const hidl_handle handle = Vek::OS::createEventFlagHandle("test");
     EventFlag* eventFlag = Vek::OS::createEventFlagFromHandle(handle);

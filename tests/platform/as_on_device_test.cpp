@@ -46,7 +46,7 @@ struct Recipient : android::hardware::hidl_death_recipient {
     const std::function<void()> onDeath_;
 };
 
-/** Is told of the second death while it is still busy with the first, or afterwards. */
+/** Finds out whether the second death is notified while the first handler runs, or afterwards. */
 const TestSupport::ClientRole kMourner{
     "mourner", [] {
         android::hardware::configureRpcThreadpool(
@@ -72,7 +72,7 @@ const TestSupport::ClientRole kMourner{
             return 1;
         }
         std::unique_lock lock(mutex);
-        // Long enough for a thread that should not be there to be noticed, mostly.
+        // Usually long enough to notice a second thread, which must not exist.
         changed.wait_for(lock, std::chrono::milliseconds(300), [&] { return isSecondTold; });
         sendNotice(isSecondTold ? "at once" : "afterwards");
         isReleased = true;

@@ -49,7 +49,7 @@ struct Pipe {
         writeEnd.setTo(native, true);
     }
 
-    /** What was written, once nobody can write any more. */
+    /** Reads everything that was written, until all writing ends are closed. */
     std::string content() {
         writeEnd = nullptr;
         std::string text(100, '\0');
@@ -69,7 +69,7 @@ TEST_F(CallsTest, NestedValuesArriveWhole) {
     records[0].name = "first";
     records[0].numbers = {1, 2, 3};
     records[0].file = pipe.writeEnd;
-    // More than a socket takes at once.
+    // More than a socket's buffer holds.
     const std::string large(900'000, 'x');
     records[2].name = large;
 
@@ -92,7 +92,7 @@ TEST_F(CallsTest, NestedValuesArriveWhole) {
 
 TEST_F(CallsTest, DescriptorsAreClosedWhenTheCallIsOver) {
     const size_t before = process_.descriptors();
-    // More than could wait to be taken.
+    // More than may wait for a program to take them.
     for (int i = 0; i < 600; ++i) {
         Pipe pipe;
         EXPECT_TRUE(echo_->debug(pipe.writeEnd, {"text"}).isOk());
@@ -108,7 +108,7 @@ TEST_F(CallsTest, ACallTooLargeToSendFailsAndTheConnectionLivesOn) {
     EXPECT_TRUE(echo_->ping().isOk());
 }
 
-TEST_F(CallsTest, LargeCallsAndAnswersMeet) {
+TEST_F(CallsTest, LargeCallsInBothDirectionsDoNotDeadlock) {
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([this] {
@@ -136,7 +136,7 @@ TEST_F(CallsTest, NestedCallsComeBackOnTheThreadThatWaitsForThem) {
 }
 
 TEST_F(CallsTest, MoreThreadsThanThereIsRoomForCallAtOnce) {
-    // Each call is answered after one that comes back, which needs no room of its own.
+    // Each call is answered after a nested call, which takes no room of the window.
     std::vector<std::thread> threads;
     for (int32_t thread = 0; thread < 300; ++thread) {
         threads.emplace_back([&, thread] {
@@ -169,7 +169,7 @@ class DescriptorLimit {
 #endif
 #endif
 
-TEST_F(CallsTest, DescriptorsThatCannotBeTakenFailTheirCallAlone) {
+TEST_F(CallsTest, DescriptorsThatCannotBeReceivedFailOnlyTheirCall) {
 #ifdef MORIAK_LOOKS_AT_MEMORY_THROUGH_A_PIPE
     GTEST_SKIP() << "the sanitizer takes healthy objects for broken ones without a descriptor";
 #endif
@@ -198,7 +198,7 @@ TEST_F(CallsTest, DescriptorsThatCannotBeTakenFailTheirCallAlone) {
     EXPECT_TRUE(isTaken(dup(file)));
     EXPECT_TRUE(becomesTrue([&] { return process_.descriptors() <= before; }));
 
-    // Those of an answer, too.
+    // Also for descriptors of a reply.
     Pipe pipe;
     hidl_vec<Record> records(1);
     records[0].file = pipe.writeEnd;
@@ -210,7 +210,7 @@ TEST_F(CallsTest, DescriptorsThatCannotBeTakenFailTheirCallAlone) {
     close(file);
 }
 
-TEST_F(CallsTest, WhoComesWhileThereIsNoDescriptorIsServedLater) {
+TEST_F(CallsTest, ClientsThatConnectWithoutFreeDescriptorsAreServedLater) {
 #ifdef MORIAK_LOOKS_AT_MEMORY_THROUGH_A_PIPE
     GTEST_SKIP() << "the sanitizer takes healthy objects for broken ones without a descriptor";
 #endif
@@ -289,7 +289,7 @@ TEST_F(CallsTest, ObjectsKeepTheirIdentityAndTheirInterfaces) {
     EXPECT_EQ(sp<IListener>(IListener::castFrom(base)), nullptr);
 }
 
-/** A program's code runs where it may call, even in a destructor. */
+/** Makes a call in its destructor, which must therefore run on a thread that may call. */
 class CallingAtItsEnd : public Listener {
   public:
     explicit CallingAtItsEnd(const sp<IEcho>& echo) : echo_(echo) {}
@@ -341,7 +341,7 @@ TEST(LocalCallsTest, AServiceOfTheSameProcessIsHandedOutAsItself) {
     EXPECT_FALSE(service->isRemote());
 }
 
-/** What makes its objects into binders is kept for as long as the process lives. */
+/** Constructors of generated code are kept until the process ends. */
 TEST(GeneratedCodeTest, IsNotUnloaded) {
     void* const package = dlopen(MORIAK_HAL, RTLD_NOW);
     ASSERT_NE(package, nullptr) << dlerror();

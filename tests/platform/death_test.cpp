@@ -1,4 +1,4 @@
-// What a program sees of the death of a service, and a service of the death of a client.
+// The death of a service as seen by its clients, and of a client as seen by its service.
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
@@ -20,7 +20,7 @@ namespace {
 using android::wp;
 using android::hidl::base::V1_0::IBase;
 
-/** Takes note of the deaths that it is told of. */
+/** Records the deaths of which it is notified. */
 class Recipient : public android::hardware::hidl_death_recipient {
   public:
     explicit Recipient(std::function<void()> onDeath = [] {}) : onDeath_(std::move(onDeath)) {}
@@ -72,7 +72,7 @@ TEST_F(DeathTest, EveryRecipientIsToldOnceOnAnotherThread) {
     EXPECT_FALSE(echo_->unlinkToDeath(unlinked)) << "it is not linked any more";
     process_.kill();
 
-    // Whatever else could be told is told before a later death.
+    // Any wrong notification would arrive before that of a later death.
     ServiceProcess later("later");
     const sp<IEcho> laterEcho = IEcho::getService("later");
     const sp<Recipient> last = new Recipient;

@@ -104,7 +104,7 @@ void sendRelease(FrameHeader& header, uint64_t references) {
     header.givenBack = references;
 }
 
-/** What is wrong with a call of the service that is right otherwise. */
+/** One fault in an otherwise valid call of the service. */
 struct BrokenCall {
     const char* name;
     void (*spoil)(Frame&);
@@ -148,7 +148,7 @@ const BrokenCall kBrokenCalls[] = {
 
 const auto kOneDrop = ElementsAre(Field(&LogLine::message, StartsWith("dropped process ")));
 
-/** The service is of this process, so that whatever an attack leaves behind is found. */
+/** The service runs in this process, so that the test finds whatever an attack leaves behind. */
 class HostileClientTest : public testing::Test {
   protected:
     HostileClientTest() {
@@ -198,7 +198,7 @@ TEST_F(HostileClientTest, IsDroppedAndLeavesNothingBehind) {
     }
 }
 
-TEST_F(HostileClientTest, LearnsOfReleasesWithoutAMessageThatTakesThemAlong) {
+TEST_F(HostileClientTest, GetsReleasesEvenIfNoOtherMessageIsSent) {
     Peer peer("attacked");
     for (uint64_t objectId = 7; objectId < 10; ++objectId) {
         Parcel arguments = argumentsFor(IEcho::descriptor);
@@ -215,7 +215,7 @@ TEST_F(HostileClientTest, LearnsOfReleasesWithoutAMessageThatTakesThemAlong) {
     }
 }
 
-TEST_F(HostileClientTest, IsToldNothingByTheTableOfServicesUnlessItAsksForThat) {
+TEST_F(HostileClientTest, GetsNoServiceForAMalformedQuestion) {
     Peer peer("attacked");
     Parcel question = argumentsFor("Other");
     question.writeCString((std::string(IEcho::descriptor) + "/attacked").c_str());
@@ -292,7 +292,7 @@ TEST(FakeServiceTest, ExceptionTextsCannotForgeLogLines) {
     EXPECT_LT(kept.description().size(), 300U);
 }
 
-TEST(FakeServiceTest, AnObjectOfTheWrongTypeIsNoObject) {
+TEST(FakeServiceTest, AnObjectOfTheWrongTypeBecomesNull) {
     RuntimeDirectory::ofProgram();
     const FakeService fake("fake", answering([](Peer& client, uint64_t callId) {
                                // Hands the client's own root object back where a listener is

@@ -91,7 +91,7 @@ TEST(MessageQueueTest, ImpossibleCountersAreReportedAndThenSkipped) {
     }
 }
 
-TEST(MessageQueueTest, OneOfNoRecordsIsValidAndTakesNone) {
+TEST(MessageQueueTest, AQueueOfZeroRecordsIsValidAndAcceptsNone) {
     Queue queue(0);
     Queue otherEnd(*queue.getDesc());
     ASSERT_TRUE(queue.isValid() && otherEnd.isValid());
@@ -135,7 +135,7 @@ TEST(MessageQueueTest, ADescriptorThatDoesNotFitItsMemoryMakesNoQueueAndLeavesNo
     for (const auto& [name, spoil] : TestSupport::kBrokenQueues) {
         QueueParts parts = queueParts<uint64_t>(kCapacity);
         spoil(parts);
-        // Of no use to anybody, but a queue all the same.
+        // Useless, but valid.
         const bool hasNoRecords = parts.grantors.size() > 2 && parts.grantors[2].extent == 0;
         EXPECT_EQ(isQueue(parts), hasNoRecords) << name;
     }

@@ -1,4 +1,4 @@
-// A parcel read back: what comes out, and that nothing comes out which was not put in.
+// A parcel read back: it gives exactly what was written.
 #include <gtest/gtest.h>
 #include <hwbinder/Binder.h>
 #include <hwbinder/Parcel.h>
@@ -90,7 +90,7 @@ struct Place {
     size_t readOffset;
 };
 
-TEST(ParcelTest, ABufferIsReadInItsPlaceAlone) {
+TEST(ParcelTest, ABufferIsReadOnlyFromItsPlace) {
     const auto isRead = [](const Place& place, bool isHandle) {
         const Parent parents[2] = {};
         const uint32_t child = 7;
@@ -160,7 +160,7 @@ TEST(ParcelTest, ObjectsAndDescriptorsComeInOrderAndNoMoreOfThemThanWereSent) {
     EXPECT_EQ(received.readNullableNativeHandleNoDup(&handle), BAD_VALUE);
 }
 
-TEST(ParcelTest, AnInterfaceIsNoOtherThatBeginsLikeIt) {
+TEST(ParcelTest, InterfaceNamesAreComparedInFull) {
     for (const char* name : {"inter", "interfaces", "interfacf"}) {
         EXPECT_FALSE(Parcel(written().items(), {}, {}, nullptr).enforceInterface(name)) << name;
     }
@@ -204,7 +204,7 @@ TEST(ParcelTest, PointersAreStoredInsideTheirParentsOnly) {
     for (const auto& place : kPlaces) {
         SCOPED_TRACE(place.name);
         for (const bool isHandle : {false, true}) {
-            // The first that there is not.
+            // The name of the first buffer that does not exist.
             const size_t parent = place.parent == kNoBuffer ? (isHandle ? 1 : 2) : place.parent;
             size_t buffer = 0;
             Parcel parcel;

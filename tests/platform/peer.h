@@ -1,4 +1,4 @@
-// A process at the other end of a socket that speaks the protocol by hand, as far as a test wants.
+// A peer that speaks the protocol by hand and may break it.
 #pragma once
 
 #include <hwbinder/Parcel.h>

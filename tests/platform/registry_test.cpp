@@ -1,4 +1,4 @@
-// Finding services: what the directory of sockets says and what it must not be believed.
+// Finding services through the directory of sockets, including entries that must not be trusted.
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
 #include <sched.h>
@@ -37,7 +37,7 @@ class RegistryTest : public testing::Test {
     std::string path_ = testing::TempDir() + "moriak-registry-XXXXXX";
 };
 
-TEST_F(RegistryTest, EntriesThatLeadToNoProcessAreNoServices) {
+TEST_F(RegistryTest, EntriesWithoutALivingProcessAreIgnored) {
     for (const char* target :
          {"process-1-1", "../../../etc/passwd", "process--1", "process-99999999999999999999-1"}) {
         const std::string link = path_ + "/moriak.test.calls@1.0::IEcho=broken";
@@ -50,7 +50,7 @@ TEST_F(RegistryTest, EntriesThatLeadToNoProcessAreNoServices) {
     EXPECT_FALSE(fs::exists(path_)) << "looking up creates nothing";
 }
 
-TEST_F(RegistryTest, NamesThatAreNoFileNamesAreRefused) {
+TEST_F(RegistryTest, InvalidFileNamesAreRefused) {
     const sp<IEcho> service = new EchoService;
     fs::create_directory(path_ + "/moriak.test.calls@1.0::IEcho=sub");
     for (const std::string& name : {std::string(), std::string("../up"), std::string("sub/name"),
@@ -60,7 +60,7 @@ TEST_F(RegistryTest, NamesThatAreNoFileNamesAreRefused) {
     }
 }
 
-TEST_F(RegistryTest, NamesOfSocketsThatLeadElsewhereAreNone) {
+TEST_F(RegistryTest, InvalidSocketNamesAreIgnored) {
     EXPECT_EQ(Registry::processOf(Registry::newSocketName()), getpid());
     for (const char* name :
          {"process-12-34-/../other", "process-0-34-56", "process-12-34", "rocess-12-34-56"}) {
@@ -85,7 +85,7 @@ TEST_F(RegistryTest, TheDirectoryIsTheUsersOwnAndNoLink) {
     }
 }
 
-TEST_F(RegistryTest, WithoutANameOfItsOwnTheDirectoryIsInTheUsersRuntimeDirectory) {
+TEST_F(RegistryTest, DirectoryDefaultsToTheUsersRuntimeDirectory) {
     const char* const before = getenv("XDG_RUNTIME_DIR");
     const std::string usual = before == nullptr ? "" : before;
     setenv("XDG_RUNTIME_DIR", path_.c_str(), 1);
@@ -139,7 +139,7 @@ TEST_F(RegistryTest, ALaterServiceReplacesOneOfItsName) {
     EXPECT_TRUE(firstEcho->ping().isOk()) << "who has the first one keeps it";
 }
 
-TEST_F(RegistryTest, AServiceThatDiesWhenItIsLookedUpIsFoundWhereItCameBack) {
+TEST_F(RegistryTest, LookUpOfADyingServiceFindsItsSuccessor) {
     const ServiceProcess comeBack("brief");
     const std::string socketName =
         *Registry::open(Registry::Mode::kLookUp)->find(IEcho::descriptor, "brief");
@@ -164,7 +164,7 @@ TEST_F(RegistryTest, SocketsOfDeadProcessesAreRemovedByTheNextOne) {
               1);
 }
 
-TEST_F(RegistryTest, ServicesMayHaveProcessNumbersOfTheirOwn) {
+TEST_F(RegistryTest, ServicesInOtherPidNamespacesAreFound) {
     const ServiceProcess outside("outside");
     std::promise<bool> started;
     std::promise<void> isSeen;

@@ -1,4 +1,4 @@
-// Peers that keep the rules, but stall, flood or hoard: they cost nobody else anything.
+// Peers that keep the protocol, but stall, flood or hoard: others must not notice.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -76,7 +76,7 @@ class StallingClientTest : public testing::Test {
     const TestSupport::ProcessResources before_ = TestSupport::resourcesOf(process_.pid());
 };
 
-TEST_F(StallingClientTest, MessagesInPiecesHoldNoThreadAndAreServedWhenTheyAreWhole) {
+TEST_F(StallingClientTest, IncompleteMessagesBlockNoThreadAndAreServedWhenComplete) {
     std::vector<std::unique_ptr<Peer>> peers;
     while (peers.size() < kConnections - 1) peers.push_back(std::make_unique<Peer>("attacked"));
     const auto eachSends = [&](size_t begin, size_t end) {
@@ -260,7 +260,7 @@ TEST_F(StallingClientTest, TwoCallsNestedInOneEndTheConnection) {
     process_.kill();  // one of them hangs
 }
 
-TEST_F(StallingClientTest, DescriptorsOfMessagesThatAreNeverWholeDoNotUseUpThoseOfTheProcess) {
+TEST_F(StallingClientTest, IncompleteMessagesCannotExhaustTheDescriptorsOfTheProcess) {
     // The kernel is not to refuse what the process would.
     rlimit limit{};
     ASSERT_EQ(prlimit(process_.pid(), RLIMIT_NOFILE, nullptr, &limit), 0);
@@ -356,7 +356,7 @@ size_t callsInWindow(const Frame& call) {
     return CallWindow::kSize / CallWindow::costOf(call.header);
 }
 
-TEST(OneWayCallsTest, WaitForThoseOfTheirObjectAloneAndForSoManyAsThereIsRoomFor) {
+TEST(OneWayCallsTest, WaitOnlyForCallsOfTheirObjectAndAreLimitedInNumber) {
     struct SlowService : EchoService {
         Return<void> collect(uint32_t number) override {
             isOpen.wait();
@@ -434,7 +434,7 @@ TEST(OneWayCallsTest, AreSentWhenThereIsRoomForThem) {
     EXPECT_EQ(sent, fitting + kCallsServed);
 }
 
-TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {
+TEST(StallingServiceTest, UnansweredLookUpsTimeOutAndDelayNobodyElse) {
     RuntimeDirectory::ofProgram();
     const ServiceProcess process("good");
     const auto expectToEnd = [](const char* instance) {
@@ -447,7 +447,8 @@ TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {
     };
     std::promise<void> end;
     const std::shared_future<void> isOver = end.get_future();
-    // Not even accepted: there is one in the backlog already. Then accepted, but not answered.
+    // First the connection is not accepted, because the backlog is full; then it is accepted, but
+    // not answered.
     const FakeService deaf(
         "deaf", [=](int /*listener*/) { isOver.wait(); }, 0);
     const unique_fd first = connectedToService("deaf");
@@ -457,7 +458,7 @@ TEST(StallingServiceTest, LookUpsThatAreNotAnsweredEndInTimeAndHoldNobodyUp) {
         Frame question;
         EXPECT_TRUE(client.receive(&question));
         isOver.wait();
-        // Too late, and not to be taken for the answer to the next question.
+        // A late reply, which must not count as the answer to the next question.
         Parcel service;
         service.writeUint32(kObjectItem);
         client.reply(question.header.callId, service, {{5, ObjectOwner::kSender}});

@@ -1,4 +1,4 @@
-// Values and references: who owns what, and what happens to those who do not look at a result.
+// Values and references: ownership, and the end of a process that does not check a result.
 #include <android-base/unique_fd.h>
 #include <cutils/ashmem.h>
 #include <fcntl.h>
@@ -101,7 +101,7 @@ TEST(HidlVecTest, TextsSurviveCopiesResizingAndReplacement) {
     EXPECT_EQ(std::vector<bool>(hidl_vec<bool>(flags)), flags);
 }
 
-TEST(InterfaceTest, TheLastOfItsChainHasTheHashThatIsPublished) {
+TEST(InterfaceTest, BaseInterfaceHasThePublishedHash) {
     const sp<IEcho> echo = new EchoService;
     echo->getHashChain([](const auto& chain) {
         ASSERT_EQ(chain.size(), 2u);

@@ -181,7 +181,7 @@ TEST_F(CsvFile, BrokenRowsAreNamedByFileAndLine) {
     }
 }
 
-TEST_F(CsvFile, HalfALineIsTheMarkOfACutOffFile) {
+TEST_F(CsvFile, IncompleteLastLineMarksACutOffFile) {
     CsvReader csv(write("a,b\n1,2\n3,4"));
     EXPECT_TRUE(csv.next());
     EXPECT_FALSE(csv.next());

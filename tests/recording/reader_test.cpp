@@ -73,7 +73,7 @@ class EurocDataSet : public testing::Test {
 
 }  // namespace
 
-TEST_F(EurocDataSet, OpensWithoutAnyFileOfOurs) {
+TEST_F(EurocDataSet, OpensWithoutARecordingJson) {
     const Reader reader(directory_.path() / "mav0");
     EXPECT_TRUE(reader.isPlainEuroc());
     EXPECT_FALSE(reader.isCutOff());
@@ -100,7 +100,7 @@ TEST_F(EurocDataSet, OpensWithoutAnyFileOfOurs) {
     EXPECT_FALSE(reader.groundTruth());
 }
 
-TEST_F(EurocDataSet, WhatCannotBeReadIsNamedByFileAndLine) {
+TEST_F(EurocDataSet, ErrorsNameFileAndLine) {
     const struct {
         const char* file;
         const char* text;

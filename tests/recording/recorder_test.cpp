@@ -123,7 +123,7 @@ std::vector<int64_t> upTo(int64_t last) {
 
 }  // namespace
 
-TEST_F(RecorderTest, EverythingThatCameIsThereInOrder) {
+TEST_F(RecorderTest, EveryAddedRecordIsWrittenInOrder) {
     auto recorder = start();
     add(*recorder, 1, 100);
     EXPECT_TRUE(recorder->finish({{3, 0}}, {}));
@@ -204,7 +204,7 @@ TEST_F(RecorderTest, ASnapshotWritesWhatItHasKept) {
     EXPECT_FALSE(fs::exists(path_));
 }
 
-TEST_F(RecorderTest, WhatIsThereIsReplacedOnlyByARecording) {
+TEST_F(RecorderTest, OnlyAnEarlierRecordingIsReplacedAndOnlyByANewOne) {
     EXPECT_FALSE(start()->finish({}, {}));
     EXPECT_FALSE(fs::exists(path_));
     auto recorder = start();
@@ -252,7 +252,7 @@ TEST_F(RecorderTest, AKilledRecordingIsReadableAndMarked) {
     EXPECT_GE(readFrameSets().size(), 50U);
 }
 
-TEST_F(RecorderTest, ADiskThatTakesNoMoreEndsTheRecordingWithAnError) {
+TEST_F(RecorderTest, AFullDiskEndsTheRecordingWithAnError) {
     const pid_t child = fork();
     if (child == 0) {
         signal(SIGXFSZ, SIG_IGN);

@@ -25,7 +25,7 @@ using Hidl::StreamCommand;
 using TestSupport::CameraClientEnd;
 using Verdict = FrameSetLedger::Verdict;
 
-/// For those who do not look at the images.
+/// For tests that do not look at the images.
 class NoImages : public ImageSource {
   public:
     bool draw(const ImageRequest& /*request*/, const PixelPlane& /*plane*/) override {
@@ -44,7 +44,7 @@ Hidl::FrameSet frameSetOf(uint32_t sequence, uint32_t buffer) {
     return frameSet;
 }
 
-TEST(FrameSetLedgerTest, EveryFrameSetIsExpectedBackOnceAsItWas) {
+TEST(FrameSetLedgerTest, EveryFrameSetMustReturnOnceAndUnchanged) {
     FrameSetLedger ledger;
     EXPECT_EQ(ledger.takeBack(frameSetOf(0, 0)), Verdict::ALTERED);  // never handed out
     ledger.handOut(frameSetOf(UINT32_MAX, 7));
@@ -123,7 +123,7 @@ TEST_F(FrameSetServerTest, BuffersAreReusedOnlyAfterTheirReturnAndFaultsAreCount
               first.timestamp + static_cast<int64_t>(first.frames[0].exposureTime) / 2);
     const Hidl::FrameSet second = client.take();
     EXPECT_NE(first.frames[0].bufferIndex, second.frames[0].bufferIndex);
-    // With two in its hands there is nothing more for it, and for the others all there is.
+    // A client that holds two frame sets gets no more; the other still gets all.
     for (int i = 0; i < 5; ++i) {
         const Hidl::FrameSet frameSet = honest.take();
         if (frameSet.sequence > second.sequence) {
@@ -166,7 +166,7 @@ TEST_F(FrameSetServerTest, StoppedStreamsOfAProcessGiveWayToItsNewOnes) {
     EXPECT_EQ(started.control(StreamCommand::START), Result::IGNORED);
 }
 
-TEST_F(FrameSetServerTest, ImagesCannotBeWrittenByThoseWhoGetThem) {
+TEST_F(FrameSetServerTest, ClientsCannotWriteImages) {
     const Hidl::CameraStreamMetadata metadata = server_->metadata();
     const int shared = metadata.cameras[0].buffers[0].pixels->data[0];
     const android::base::unique_fd writable(
@@ -187,7 +187,7 @@ struct StuckCallback : Hidl::IFrameConfigCallback {
     std::promise<void> released;
 };
 
-TEST_F(FrameSetServerTest, ClientThatIsStuckHoldsUpNoRegistrationOfAnother) {
+TEST_F(FrameSetServerTest, StuckClientDoesNotBlockRegistrationsOfOthers) {
     CameraClientEnd stuck(service_);
     CameraClientEnd other(service_);
     EXPECT_EQ(stuck.prepare(), Result::SUCCESS);

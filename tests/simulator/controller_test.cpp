@@ -148,7 +148,7 @@ TEST_F(ControllerTest, FirmwareUpdateRefusesWhatItCannotReportAndASecondOne) {
     go.set_value();
 }
 
-TEST_F(ControllerTest, WhatNeedsAThreadFailsAloneWhereNoneCanBeStarted) {
+TEST_F(ControllerTest, OnlyCallsThatNeedAThreadFailAtTheThreadLimit) {
     const android::sp<FakeProgressCallback> callback = new FakeProgressCallback;
     std::promise<void> go;
     go.set_value();
@@ -229,7 +229,7 @@ TEST(PoseLedgerTest, CountsWhatIsMissingAndWhatIsOutOfOrder) {
     EXPECT_EQ(ledger.counts().misordered, 2U);
 }
 
-TEST_F(ControllerTest, PosesOfTheOwnerAreHandedOnAndNonsenseIsNot) {
+TEST_F(ControllerTest, ValidPosesOfTheOwnerAreForwardedAndInvalidOnesAreNot) {
     ClientEnd<Hidl::PoseInput> consumer{1000};
     ASSERT_EQ(provider_->preparePoseInputStream(*consumer.queue.getDesc(), consumer.identity,
                                                 consumer.config),
@@ -266,7 +266,7 @@ TEST_F(ControllerTest, PosesOfTheOwnerAreHandedOnAndNonsenseIsNot) {
     const auto isOwners = [](const auto& pose) { return pose.timestamp < 1000; };
     EXPECT_EQ(await(consumer, isOwners).timestamp, 77);
 
-    // Its end gives the poses back to the simulated hands.
+    // When the owner dies, poses come from the simulated hands again.
     identity->die();
     EXPECT_NE(await(consumer, [&](const auto& pose) { return !isOwners(pose); }).timestamp, 0);
     EXPECT_EQ(identity->recipient, nullptr);

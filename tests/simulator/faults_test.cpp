@@ -1,4 +1,4 @@
-// Faults: what their texts say, when they come, and what they do to records.
+// Faults: their texts, conditions and effects on records.
 #include "faults.h"
 
 #include <gmock/gmock.h>

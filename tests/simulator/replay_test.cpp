@@ -37,7 +37,7 @@ class ReplayTest : public ::testing::Test {
     const TemporaryDirectory directory_;
 };
 
-TEST_F(ReplayTest, WhatCannotBePlayedIsToldWithFileAndLine) {
+TEST_F(ReplayTest, UnplayableRecordingsAreReportedWithFileAndLine) {
     struct Case {
         const char* file;
         std::string content;
@@ -64,7 +64,7 @@ TEST_F(ReplayTest, WhatCannotBePlayedIsToldWithFileAndLine) {
     }
 }
 
-TEST_F(ReplayTest, SecondPassCountsOnAndSaysThatItIsDiscontinuous) {
+TEST_F(ReplayTest, SecondPassContinuesTheNumbersAndIsMarkedDiscontinuous) {
     directory_.write("mav0/imu0/data.csv",
                      std::string(kImuTitles) + "5,1,1,1,1,1,1\n8,2,2,2,2,2,2\n");
     const Playback playback = open();
@@ -121,7 +121,7 @@ TEST_F(ReplayTest, FaultsOfAControllerActOnWhatWasRecorded) {
     EXPECT_EQ(toString(suffer({})), toString(recorded));
 }
 
-TEST_F(ReplayTest, WrongImageIsNone) {
+TEST_F(ReplayTest, ImageOfTheWrongSizeOrDamagedIsNotDrawn) {
     directory_.write("mav0/cam0/data.csv", "#timestamp [ns],filename\n5,a.png\n");
     const auto small = Recording::encodePng({1, 1, Recording::PixelFormat::GREY_8, {200}},
                                             Recording::Compression::FAST);

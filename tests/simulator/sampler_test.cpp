@@ -127,14 +127,14 @@ TEST(PacedClockTest, SamplersTakeTurnsInTheOrderOfTimeAndALateOneBeginsWithTheWo
     std::sort(diary.entries.begin(), diary.entries.begin() + 4);
     EXPECT_THAT(diary.entries, ::testing::ElementsAre("10s", "4f", "5s", "8f", "2l", "4l"));
 
-    // Those who listen after all have gone do not get what was before.
+    // A client that starts after all others have stopped does not get earlier samples.
     BatchCollector collector;
     Sampler next{{1000, 1}, clock, collector.collect()};
     next.setBatchLimit(1);
     EXPECT_GT(collector.await(1).front().firstSample, stopped);
 }
 
-TEST(PlanTest, ZeroAsksForTheDefaultAndWhatTheSensorCannotDoIsRefused) {
+TEST(PlanTest, ZeroMeansTheDefaultAndUnsupportedValuesAreRefused) {
     constexpr SensorCapabilities kSensor{{1000, 4}, 2000};
     struct Case {
         Hidl::MotionStreamProperties asked;

@@ -259,7 +259,7 @@ TEST(ImuModelTest, GroundTruthIsTheTruthAtTheTimeStampOfEachSample) {
     std::remove(file.c_str());
 }
 
-TEST(SensorSettingsTest, FileChangesWhatItNamesAndWhatIsWrongInItIsNamed) {
+TEST(SensorSettingsTest, FileChangesTheSettingsThatItNamesAndErrorsNameTheirKey) {
     const std::string file = ::testing::TempDir() + "sensors" + std::to_string(getpid());
     const auto readText = [&file](const std::string& text) {
         std::ofstream(file) << text;

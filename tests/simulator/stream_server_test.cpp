@@ -128,7 +128,7 @@ TEST_F(StreamServerTest, ClientThatDoesNotReadCostsItselfRecordsAndNobodyElse) {
     EXPECT_EQ(statistics.recordsWritten, 1 + reader.queue.availableToRead());
 }
 
-TEST_F(StreamServerTest, ConfigurationEndsWithTheLastStreamOfThoseWhoAskedForIt) {
+TEST_F(StreamServerTest, ConfigurationLastsUntilItsClientsHaveNoStream) {
     Client first{32};
     start(first);
     server_->configure({1000, 16});

@@ -1,4 +1,4 @@
-// What the simulated cameras see, against where things are and what light there is.
+// Images of the simulated cameras compared with the positions and the light of the world.
 #include "camera/world_images.h"
 
 #include <gtest/gtest.h>
@@ -154,7 +154,7 @@ double median(std::vector<double> values) {
     return values.at(values.size() / 2);
 }
 
-/// How far outside of where it should be an edge of a marker is seen at one of its points.
+/// Distance by which an edge of a marker appears outside of its true position, at one point.
 /// @param outward to the marker's outside, in the plane of its wall, of length 1
 std::optional<double> edgeOffset(const Image& image, const Camera& camera, int64_t worldTime,
                                  const Vector& point, const Vector& outward) {

@@ -57,7 +57,8 @@ TEST_F(CompositeStreamTest, WaitsForTheRemainingTimeOnly) {
     EXPECT_THAT(timeoutOf([this] { return composite.waitUntil(Clock::now() + 1h); }), anHour);
     EXPECT_EQ(timeoutOf([this] { return composite.wait(); }), 0) << "without limit";
     EXPECT_TRUE(peer.goOn) << "in spite of wakes for others";
-    // How a time that is short is over: before the event flag is asked, or there.
+    // A short time may run out before the event flag is used, or during its wait; repeat until the
+    // latter.
     for (peer.timeouts.clear(); peer.timeouts.empty();) {
         EXPECT_EQ(composite.waitFor(1ms), WaitResult::NOTHING_DELIVERED);
     }
@@ -116,7 +117,7 @@ TEST_F(CompositeStreamTest, WakeTogetherWithDataKeepsTheDataForTheNextWait) {
     composite.wake();
     EXPECT_EQ(composite.wait(), WaitResult::WOKEN);
     EXPECT_THAT(stream.calls, IsEmpty());
-    // The bit is off the word: only what the composite kept lets this wait return.
+    // The bit was cleared in the word, so this wait can only return because the composite kept it.
     EXPECT_EQ(composite.wait(), WaitResult::DELIVERED);
     EXPECT_THAT(stream.calls, ElementsAre(Delivered{{1}, {}}));
     composite.wake();

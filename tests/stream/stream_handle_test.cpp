@@ -164,7 +164,7 @@ TEST_F(StreamHandleDeathTest, WrongUseAndRefusalsAreFatal) {
           [&] { huge.handle.addTo(composite); }}});
 }
 
-// A service that keeps to no rules: it moves the counters itself.
+// A service that breaks the rules: it writes both counters.
 TEST_F(StreamHandleDeathTest, CorruptQueuesAreFatal) {
     constexpr uint64_t kRecord = sizeof(HidlSample);
     FakeStream<DirectSample> stream;

@@ -11,7 +11,8 @@ namespace TestSupport {
 #endif
 #endif
 
-/// For tests to skip themselves: ThreadSanitizer does not let programs replace the operators.
+/// False under ThreadSanitizer, where programs cannot replace the operators; tests then skip
+/// themselves.
 #ifdef MORIAK_ALLOCATIONS_ARE_NOT_COUNTED
 inline constexpr bool kCountsAllocations = false;
 #else

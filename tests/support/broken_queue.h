@@ -1,5 +1,4 @@
-// Queues and shared memory as a peer sends them that keeps to no rules: tables of what is to be
-// refused.
+// Tables of invalid queues and shared memory of a broken peer, which must be refused.
 #pragma once
 
 #include <android-base/unique_fd.h>
@@ -106,7 +105,7 @@ BrokenDescriptor<Record> descriptorOf(const QueueParts& parts) {
     return BrokenDescriptor<Record>(parts);
 }
 
-/// What makes a queue none, or one of no records.
+/// Changes that make a queue invalid, or one of zero records.
 struct BrokenQueue {
     const char* name;
     void (*spoil)(QueueParts&);

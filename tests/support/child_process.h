@@ -36,7 +36,7 @@ class ChildProcess {
     /// Waits for the end. @return the exit code, or minus the signal that ended it.
     int wait();
 
-    /// The same, as long as that; none if it has not ended by then.
+    /// Like wait(), with a limit; empty if the process has not ended by then.
     std::optional<int> waitFor(std::chrono::milliseconds timeout);
 
   private:
@@ -47,7 +47,7 @@ class ChildProcess {
 /// From a program to the one that started it: see ChildProcess::awaitNotice.
 bool sendNotice(const std::string& text);
 
-/// What a process holds, by which a leak shows.
+/// Resources of a process, to detect leaks.
 struct ProcessResources {
     size_t descriptors;
     size_t threads;

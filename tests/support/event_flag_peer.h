@@ -25,11 +25,11 @@ class EventFlagPeer {
     std::function<void(uint32_t bits)> duringWake = [](uint32_t) {};
     /// What each wake and each wait answers in place of doing anything, unless it is NO_ERROR.
     android::status_t failure = android::NO_ERROR;
-    /// Bits that each wait reports in addition, as event flags may that know of no mask.
+    /// Bits that each wait reports in addition, like event flags that ignore the mask.
     uint32_t strayBits = 0;
-    /// What the waits were told, in ns.
+    /// Time-outs of the waits, in ns.
     std::vector<int64_t> timeouts;
-    /// Whether all of them were told to go on after a wake that was for others.
+    /// Whether all waits had `retry` set.
     bool goOn = true;
 };
 

@@ -1,4 +1,4 @@
-// Services in the test's own process: they write their calls down and answer as the test chooses.
+// Services in the test's own process, which record their calls and answer as the test chooses.
 #pragma once
 
 #include <vendor/zelvan/hardware/sensors/1.0/methods.h>
@@ -43,8 +43,8 @@ struct FakeAnswers {
     bool transportFails = false;
 };
 
-/// What `Fake` does with every call. Without another word from the test, a call answers with the
-/// result above and with values that are zero or empty.
+/// Implements every call of a fake. By default a call returns the result above, and values that are
+/// zero or empty.
 ///
 /// Threading: calls may come from any thread; the rest is the test's.
 template <typename HalInterface>
@@ -80,8 +80,8 @@ class FakeService : public MortalObject<HalInterface>, public FakeAnswers {
         return *static_cast<ServiceEnd<Record>*>(end.get());
     }
 
-    /// Who should make all calls that name a client. If it is empty, stream commands should come
-    /// from the client that prepared their stream, and the others from the one that was the first.
+    /// The expected client of all calls that name one. If it is null, stream commands must name the
+    /// client that prepared their stream, and other calls the client of the first call.
     sp<Hidl::ISensorClient> client;
 
   protected:

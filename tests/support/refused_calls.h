@@ -1,5 +1,5 @@
-// What code does when the system refuses a call that it hardly ever refuses: filters of system
-// calls make that certain, for root, too, and for one thread alone.
+// Makes system calls fail that hardly ever fail, with seccomp filters: reliably, also for root, and
+// only on one thread.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -49,7 +49,7 @@ TEST(FlickerEstimateTest, FrequencyIsFoundBetweenTheLinesOfTheSpectrum) {
     EXPECT_NEAR(estimate.value().modulationDepth, 0.3, 0.001);
 }
 
-TEST(FlickerEstimateTest, ThereIsNoneInSteadyLightOrInWhatIsNoMeasurement) {
+TEST(FlickerEstimateTest, SteadyLightAndUnusableSamplesHaveNoEstimate) {
     EXPECT_FALSE(estimateFlicker(samplesOfLight({100, 6000, 0, 0, 4}, 4096, 20480), 20480));
     EXPECT_FALSE(estimateFlicker(samplesOfLight({100, 0, 0, 0, 0}, 4096, 20480), 20480));
     EXPECT_FALSE(estimateFlicker(samplesOfLight({100, 9e9, 0, 0, 0}, 4096, 20480), 20480));

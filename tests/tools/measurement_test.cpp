@@ -39,7 +39,7 @@ TEST(LatencyHistogramTest, PercentilesOfSmallLatenciesAreExact) {
     EXPECT_EQ(histogram.percentile(0.99), 60ns);
 }
 
-TEST(LatencyHistogramTest, EveryMagnitudeIsFoundAgainWithinOneStep) {
+TEST(LatencyHistogramTest, PercentilesOfEveryMagnitudeAreExactToOneStep) {
     for (unsigned bit = 0; bit < 63; ++bit) {
         for (const int64_t offset : {-1, 0, 1}) {
             const int64_t latency = (int64_t{1} << bit) + offset;
@@ -91,7 +91,7 @@ TEST(RateMeterTest, RateDoesNotDependOnWhereTheBatchesFall) {
     EXPECT_DOUBLE_EQ(meter.perSecond(kBegin + 1000ms), 100);
 }
 
-TEST(RateMeterTest, GapIsTheLongestTimeWithoutRecordsAndTheOneThatGoesOn) {
+TEST(RateMeterTest, LargestGapIncludesTheCurrentOne) {
     RateMeter meter;
     EXPECT_FALSE(meter.largestGap(kBegin));
     for (const auto time : {0ms, 10ms, 40ms, 50ms}) {
@@ -113,7 +113,7 @@ TEST(IntervalStatisticsTest, SpreadIsThatOfTheIntervals) {
     EXPECT_NEAR(static_cast<double>(statistics.standardDeviation().count()), 2.13809e6, 10);
 }
 
-TEST(StreamStatisticsTest, AnIntervalBeginsAnewAndTheRunGoesOn) {
+TEST(StreamStatisticsTest, RestartingTheIntervalDoesNotAffectTheRun) {
     SourceStatistics statistics;
     statistics.countRecord(kBegin, {0, 10'000'000, 1, false}, 100);
     statistics.countRecord(kBegin, {0, 12'000'000, 3, false}, 100);
@@ -173,7 +173,7 @@ class MeasuredStream : public SensorStream {
     std::string lastValues(uint64_t /*source*/) const override { return ""; }
 };
 
-TEST(ExpectationTest, EveryRowOfTheStreamIsHeldAgainstEveryLimit) {
+TEST(ExpectationTest, EveryRowIsCheckedAgainstEveryLimit) {
     SensorStreams streams;
     streams.push_back(std::make_unique<MeasuredStream>("controller-imu"));
     streams.back()->setKind("controller-imu");

@@ -40,7 +40,7 @@ TEST(TableTest, TextOfTheServiceCannotSteerTheTerminal) {
     EXPECT_EQ(printable("a~ \x1b[2J\n\x7f\xc3\xa9"), "a~ ?[2J????");
 }
 
-TEST(TableTest, NothingOfTheServiceGrowsBeyondABound) {
+TEST(TableTest, OutputFromTheServiceIsBounded) {
     EXPECT_EQ(printable(std::string(300'000, 'x')), std::string(77, 'x') + "...");
     const std::vector<std::string> names(300'000, "name");
     EXPECT_LT(listOf(names).size(), 400U);
@@ -67,7 +67,7 @@ std::string failureOf(Action action, ExitCode exitCode = ExitCode::FAILED) {
     return "";
 }
 
-TEST(NamesTest, MayBeShortenedToWhatIsUnambiguousInAnyCase) {
+TEST(NamesTest, MayBeShortenedUnambiguouslyAndInAnyCase) {
     const std::vector<std::string> names{"imu", "controller-imu", "headset left", "eye left"};
     const auto choose = [&names](const std::string& wanted) {
         return names[chooseName(names, wanted, "stream")];
@@ -107,7 +107,7 @@ std::string textIn(const std::string& path) {
     return text.str();
 }
 
-TEST(OutputFileTest, ReplacesAFileOnceItIsWholeAndNoneBefore) {
+TEST(OutputFileTest, ReplacesAFileOnlyWhenItIsComplete) {
     const std::string directory = ::testing::TempDir() + "/sensorctl-output-file";
     std::filesystem::remove_all(directory);
     std::filesystem::create_directory(directory);
