@@ -37,8 +37,8 @@ constexpr uint32_t kGiveObject = 1;
 constexpr uint32_t kCallBack = 2;
 constexpr uint32_t kTakeObjects = 3;
 
-/// An object of this process: hands out others, keeps the peer's that it is given, and calls those
-/// that it is given.
+/// An object of this process: hands out others, keeps objects of the peer that it receives, and
+/// calls them.
 class Object : public BHwBinder {
   public:
     static inline std::atomic<int> alive{0};
@@ -62,7 +62,8 @@ class Object : public BHwBinder {
             case kTakeObjects: {
                 sp<IBinder> object;
                 const android::status_t status = data.readNullableStrongBinder(&object);
-                // One of this process could be this one, which would then keep itself.
+                // Keeps only the peer's objects: one of this process could be this one, which would
+                // then keep itself alive.
                 if (object != nullptr && object->remoteBinder() != nullptr) {
                     const std::lock_guard lock(mutex_);
                     kept_ = object;
@@ -97,7 +98,7 @@ class Owner : public Connection::Owner {
     bool hasEnded_ = false;
 };
 
-/// Numbers that are nearly always of something, and the rest at will.
+/// A message with numbers that are usually valid, and random other fields.
 Frame messageOf(FuzzedDataProvider& input) {
     Frame frame;
     FrameHeader& header = frame.header;
@@ -139,7 +140,7 @@ void drain(int socket) {
     }
 }
 
-/// As getService does, of a peer that answers what it likes.
+/// Looks up a service like getService; the peer may answer anything.
 void lookUp(Connection& connection) {
     sp<IBinder> service;
     if (ServiceTable::ask(connection, "interface/name", &service) != android::OK) {
@@ -147,7 +148,7 @@ void lookUp(Connection& connection) {
     }
     const sp<IBase> base = fromBinder<IBase, BpHwBase, BnHwBase>(service);
     if (base != nullptr) {
-        // Which is how the generated code finds out what it is.
+        // As generated code does, to check the type of the service.
         details::canCastInterface(base.get(), "interface").isOk();
     }
 }

@@ -1,5 +1,5 @@
-// Records of any content on their way between the HAL's form and the API's: everything arrives that
-// shall, and nothing else.
+// Conversion of records with any content between the HAL and the API: exactly the expected fields
+// arrive.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -22,7 +22,7 @@ namespace {
 using namespace TestSupport;
 using namespace Vek::Sensors;
 
-/// What is missing at the end of the input is zero.
+/// Reads a record from the input; missing bytes at the end are zero.
 template <typename Record>
 Record recordOf(FuzzedDataProvider& input) {
     Record record;
@@ -62,7 +62,7 @@ void checkInput(FuzzedDataProvider& input) {
     } kMembers[]{
         {kButtons, 72}, {kCurl, 80}, {kPrecisionPad, 56}, {kMultiTouch, 72}, {kStylus, 40}};
     constexpr size_t kMember = 8;
-    // Not an object: its destructor does not stand unknown discriminators.
+    // Raw memory, because the record's destructor ends the process for unknown discriminators.
     alignas(Hidl::ControllerInputData) std::array<uint8_t, sizeof(Hidl::ControllerInputData)>
         hidl{};
     input.ConsumeData(hidl.data(), hidl.size());
@@ -138,7 +138,7 @@ void checkMuxState(FuzzedDataProvider& input) {
                                  }));
 }
 
-/// A camera's texts, those of its calibration in memory that holds nothing else.
+/// Checks a camera's texts. Those of its calibration lie in shared memory without other content.
 void checkCalibration(FuzzedDataProvider& input) {
     const sp<Fake<Hidl::ICameraProvider>> service = new Fake<Hidl::ICameraProvider>;
     const std::string first = input.ConsumeRandomLengthString() + "x";
@@ -156,8 +156,8 @@ void checkCalibration(FuzzedDataProvider& input) {
     VEK_ALWAYS_ASSERT(camera.calibrationData2 == second.c_str());
 }
 
-/// A handle that a service has made as it likes; perhaps null. Its memory holds `text`, unless it
-/// is sealed against writing.
+/// A random handle of a service, possibly null. Its memory holds `text`, unless it is sealed
+/// against writing.
 hidl_handle handleOfSomeKind(FuzzedDataProvider& input, const std::string& text) {
     std::vector<int> descriptors(input.ConsumeIntegralInRange<size_t>(0, 3));
     if (descriptors.size() == 3) {

@@ -1,4 +1,4 @@
-// Descriptors that another process sends: of shared memory as it should be, and of what is not.
+// Descriptors that another process may send: valid shared memory, and others.
 #pragma once
 
 #include <fcntl.h>
@@ -12,7 +12,7 @@
 
 namespace Fuzz {
 
-/// @param size about what is needed
+/// @param size approximate size of the shared memory
 inline int descriptorOfSomeKind(FuzzedDataProvider& input, size_t size) {
     enum Kind { kMemory, kEventFlag, kClosed, kMaxValue = kClosed };
     const auto kind = input.ConsumeEnum<Kind>();

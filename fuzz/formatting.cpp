@@ -1,5 +1,5 @@
-// Records of any content, as sensorctl writes them: rows that are read back as what they were, JSON
-// that is JSON, and words for people.
+// Records of any content, as sensorctl writes them: CSV rows must read back unchanged, and JSON
+// must be valid.
 #include <fmt/format.h>
 
 #include <algorithm>

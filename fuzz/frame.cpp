@@ -25,7 +25,7 @@ using namespace android::hardware::details;
 using Bytes = std::vector<uint8_t>;
 using Outcome = FrameReader::Outcome;
 
-/// Which of them is sent depends on how many were sent before.
+/// Returns a descriptor to send, chosen by how many were sent before.
 int descriptorToSend(size_t position) {
     static const int descriptors[] = {memfd_create("even", MFD_CLOEXEC),
                                       memfd_create("odd", MFD_CLOEXEC)};
@@ -66,8 +66,8 @@ int unreadIn(int socket) {
     return unread;
 }
 
-/// Holds frames against the bytes and descriptors that were sent: those, no more and no less, and
-/// as soon as they are whole, whatever the pieces were.
+/// Compares frames with the bytes and descriptors that were sent: exactly those must arrive, and
+/// each frame as soon as it is complete.
 class Comparison {
   public:
     size_t descriptorsSent() const { return descriptorsSent_; }
@@ -112,7 +112,7 @@ class Comparison {
     size_t descriptorsTaken_ = 0;
 };
 
-/// @return whether the socket can be read on
+/// @return whether more can be read from the socket
 bool readAll(FrameReader& reader, int socket, Comparison& comparison) {
     try {
         Outcome received = Outcome::kDone;

@@ -31,7 +31,7 @@ using Bytes = std::vector<uint8_t>;
 
 const int descriptor = eventfd(0, EFD_CLOEXEC);
 
-/// A parcel as it comes from another process, with an object of that one and one of this.
+/// A received parcel, with one object of the other process and one of this process.
 Parcel received(Bytes items, size_t descriptors) {
     class Remote : public IBinder {
         android::status_t transact(uint32_t, const Parcel&, Parcel*, uint32_t,
@@ -73,17 +73,17 @@ class Objects {
   public:
     Objects() {
         forward(HalTable::Interfaces{});
-        // Those of the library take the places of some.
+        // Replaces some stubs with the library's objects.
         serve<Hidl::ISensorClient>(new HidlWrapper::SensorClient("client"));
         serve<Hidl::IFrameConfigCallback>(
             new HidlWrapper::FrameSetConfigUpdateCallback([](const auto&) {}));
         serve<Hidl::IProgressUpdateCallback>(Convert::intoHidl({[](float) {}, {}, 0}).callback);
-        // Only the service gets this one to see.
+        // This object is only passed to the service, so take it from the call.
         peer->reply = Bytes(sizeof(int32_t) + sizeof(Hidl::Result));
         HidlWrapper::TambStream stream{sp<Hidl::ITambril>(new Hidl::BpHwTambril(peer))};
         stream.registerKivraRpcClient("CMS", [](const auto&) {});
         stubs_[Hidl::ITambrilCallback::descriptor] = peer->objects.at(0);
-        // What all interfaces have in common goes to one of them.
+        // Methods of the base interface are tested through one of the stubs.
         stubs_[android::hidl::base::V1_0::IBase::descriptor] = stubs_[Hidl::IImu::descriptor];
     }
 
@@ -123,14 +123,14 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     objects.peer->replyDescriptors = input.ConsumeIntegral<uint8_t>();
     const Bytes call = input.ConsumeBytes<uint8_t>(input.ConsumeIntegral<uint32_t>());
     objects.peer->reply = input.ConsumeRemainingBytes<uint8_t>();
-    // What a call begins with.
+    // A call begins with the name of its interface.
     const std::string interface(call.begin(), std::find(call.begin(), call.end(), 0));
     const sp<IBinder> target = objects.find(interface);
     if (target == nullptr) {
         return 0;
     }
     const Fuzz::LeakCheck leaks;
-    // A service must not fail; those here do when their peer does.
+    // Services must not end the process, but these forward calls and do so if their peer fails.
     Fuzz::mayBeFatal({"Failed HIDL call: "}, [&] {
         Parcel reply;
         target->transact(code, received(call, callDescriptors), &reply, flags, [](Parcel&) {});

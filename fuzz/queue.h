@@ -1,4 +1,4 @@
-// Using a queue whose counters are not to be trusted.
+// Uses a queue whose counters cannot be trusted.
 #pragma once
 
 #include <fmq/MessageQueue.h>
@@ -42,7 +42,7 @@ void use(Queue& queue, const typename Queue::MemRegion& ring) {
     }
 }
 
-/// Of an empty queue.
+/// The ring of an empty queue.
 template <typename Queue>
 typename Queue::MemRegion ringOf(const Queue& queue) {
     typename Queue::MemTransaction whole;

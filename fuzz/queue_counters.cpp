@@ -1,6 +1,6 @@
-// A service that moves a queue's counters, and changes the records, while the library reads, or
-// writes into a queue that the service has made: what is used lies inside the ring, and the process
-// ends with the stream's own messages or not at all.
+// A service that changes a queue's counters and records while the library reads it, or writes into
+// a queue of the service: the library must stay inside the ring, and may end the process only with
+// the stream's own messages.
 //
 // An input is a list of the service's steps, which it takes again and again during some reads.
 #include <vek/sensors/camera.h>
@@ -46,7 +46,7 @@ class AttackedQueue {
 
     TestSupport::QueueCounters& memory() { return memory_; }
 
-    /// @param fatal how the messages begin that `use` may end the process with
+    /// @param fatal beginnings of the messages with which `use` may end the process
     /// @param use the library's part; called again and again
     template <typename Use>
     void attack(const std::vector<Step>& steps, std::initializer_list<const char*> fatal,

@@ -1,5 +1,5 @@
-// A queue whose descriptor, memory and counters are another process's to choose: it is used inside
-// the memory that the descriptor names, or not at all.
+// A queue whose descriptor, memory and counters are chosen by another process: it must be refused,
+// or used only inside the described memory.
 #include <unistd.h>
 #include <vendor/zelvan/hardware/sensors/1.0/types.h>
 
@@ -16,8 +16,8 @@ namespace {
 using namespace android::hardware;
 namespace Hidl = ::vendor::zelvan::hardware::sensors::V1_0;
 
-/// As it stands in a parcel, where the other process has written it: that of a queue as
-/// MessageQueue makes them, with some changes.
+/// A descriptor as the other process writes it into a parcel: that of a valid queue, with some
+/// changes.
 struct WireDescriptor {
     WireDescriptor(FuzzedDataProvider& input, uint32_t recordSize) : quantum(recordSize) {
         const size_t ringSize = recordSize * input.ConsumeIntegralInRange<size_t>(1, 8);
@@ -69,7 +69,7 @@ void attack(FuzzedDataProvider& input) {
         return;
     }
     const auto ring = Fuzz::ringOf(queue);
-    // It is the memory that was named: what is written to its last byte is found there.
+    // Checks that the described memory is used: a write to its last byte must be visible there.
     const GrantorDescriptor& place = wire.grantors[Queue::Descriptor::DATAPTRPOS];
     VEK_ALWAYS_ASSERT(place.extent == ring.getLength() * sizeof(Record));
     auto* const last = reinterpret_cast<volatile uint8_t*>(ring.getAddress()) + place.extent - 1;

@@ -1,4 +1,4 @@
-// What the fuzz targets have in common: their entry, and what they hold against the code.
+// Common parts of the fuzz targets: their entry point and checks.
 #pragma once
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -36,7 +36,7 @@ class LeakCheck {
     const ptrdiff_t before_ = openDescriptors();
 };
 
-/// What the process would have ended with.
+/// Thrown in place of the end of the process.
 struct FatalAssertion {
     std::string message;
 };
