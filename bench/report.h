@@ -7,7 +7,7 @@
 
 namespace Bench {
 
-/// What a figure is to be at most, compared with its baseline.
+/// Upper limit of a figure, relative to its baseline.
 struct Goal {
     enum class Of { kRatio, kDifference } of;
     double most;

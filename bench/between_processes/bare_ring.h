@@ -43,10 +43,10 @@ struct FutexSignals {
     std::atomic<uint32_t> word;
 };
 
-/// Two eventfds, whose numbers are the same in both processes. Each signal is a system call.
+/// Two eventfds with the same numbers in both processes. Each signal takes a system call.
 struct EventSignals {
     void open() {
-        // Numbers that nothing else has in the other process, which inherits them.
+        // Numbers that are free in the other process, which inherits them.
         constexpr int kFree = 100;
         for (int* const fd : {&dataReady, &readDone}) {
             const int made = eventfd(0, 0);
@@ -81,7 +81,7 @@ struct EventSignals {
     int readDone;
 };
 
-/// All zero is a good start.
+/// Zero-initialised memory is a valid, empty ring.
 template <size_t recordSize, typename Signals = FutexSignals>
 struct BareRing {
     static constexpr size_t kCapacity = 32;
@@ -91,7 +91,7 @@ struct BareRing {
         std::byte rest[recordSize - sizeof(int64_t)];
     };
 
-    /// There must be room.
+    /// Requires room for a record.
     void write(const Record& record) {
         const uint64_t position = written.load(std::memory_order_relaxed);
         records[position % kCapacity] = record;

@@ -11,7 +11,7 @@
 namespace Bench {
 
 struct Settings {
-    /// Enough to see that everything works; the figures are then of little worth.
+    /// Runs just long enough to check that everything works; the figures are then meaningless.
     bool isQuick = false;
 
     uint32_t choose(uint32_t normal, uint32_t quick) const { return isQuick ? quick : normal; }
@@ -22,7 +22,7 @@ void measureCalls(const Settings& settings);
 void measureLoad(const Settings& settings);
 void measureSizeAndStart(const Settings& settings);
 
-/// Where the other process of a benchmark runs, this one being on processor 0.
+/// Processors on which the other process of a benchmark runs; this one runs on processor 0.
 inline constexpr struct {
     const char* name;
     uint32_t processor;

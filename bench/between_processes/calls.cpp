@@ -21,7 +21,7 @@ namespace {
 
 using namespace Vek::Sensors;
 
-/// Of all that a call sends and of all that comes back, in bytes on the library's socket.
+/// Sizes of a call's request and reply on the library's socket, in bytes.
 struct Size {
     uint32_t request;
     uint32_t reply;

@@ -21,12 +21,12 @@ namespace {
 
 using namespace Vek::Sensors;
 
-/// Through the library or through a ring.
+/// A way to hand records over: the library, or a bare ring.
 struct Way {
     /// Of a baseline, in the names of its rows.
     std::string suffix;
     Order::What order;
-    /// Waits until there are records, and takes note of how long each was on its way if they say.
+    /// Waits for records, and adds the latency of each if they have time stamps.
     /// @return how many there were
     std::function<size_t(std::vector<double>& microseconds)> receive;
     Rounds times{};
@@ -66,7 +66,7 @@ struct Goals {
 /// @param ways the library's, then the baselines; the goals are for the first of them
 void compare(const Channel& service, const Order& order, uint32_t roundCount, std::vector<Way> ways,
              const std::string& how, Goals goals) {
-    // A round of each in turn, so that noise meets all.
+    // Alternates the rounds of all ways, so that noise affects all.
     for (uint32_t i = 0; i < roundCount; ++i) {
         for (Way& way : ways) {
             runRound(service, order, way);

@@ -28,9 +28,9 @@ struct Load {
     /// How many processors the service kept busy.
     double serviceCpu;
     Resources service;
-    /// Records that the service could not write, for a full queue.
+    /// Records that the service dropped because a queue was full.
     double dropped;
-    /// Samples that it did not take, for a lack of time.
+    /// Samples that the service missed because it ran late.
     double missed;
 };
 

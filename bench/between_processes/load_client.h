@@ -16,7 +16,7 @@ enum class LoadKind : char {
     kCalm,
 };
 
-/// What a client saw from its start to its stop, which a byte asks for.
+/// Measurements of a client from its start to its stop; a byte requests the stop.
 struct LoadSeen {
     double streams = 0;
     double seconds = 0;

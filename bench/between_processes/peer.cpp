@@ -94,7 +94,7 @@ OnProcessor::OnProcessor(uint32_t processor) {
     cpu_set_t one;
     CPU_ZERO(&one);
     CPU_SET(processor, &one);
-    // Fails on a machine that has no such processor, and then nothing is to be chosen.
+    // Fails, without harm, if the machine does not have this processor.
     sched_setaffinity(0, sizeof(one), &one);
 }
 

@@ -1,4 +1,4 @@
-// The other processes of a benchmark, and what they use of the machine.
+// The other processes of a benchmark, and their resource usage.
 #pragma once
 
 #include <sched.h>
@@ -10,8 +10,8 @@
 
 namespace Bench {
 
-/// One end of a socket between two processes; carries values whole. Ends the process if the other
-/// end is gone.
+/// One end of a socket between two processes, for whole values. Ends the process if the other end
+/// is closed.
 class Channel {
   public:
     explicit Channel(int socket) : socket_(socket) {}

@@ -1,4 +1,4 @@
-// A service that does as it is told: the other end of the hand-overs and the calls.
+// The service of the benchmarks, which obeys orders: the other end of hand-overs and calls.
 #pragma once
 
 #include <cstdint>

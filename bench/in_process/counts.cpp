@@ -103,8 +103,8 @@ CountsByPath read(const std::string& file) {
 }  // namespace
 
 void runUnderCallgrind(const std::vector<DataPath>& paths) {
-    // Moves the stack below to the beginning of a page: what the C library does for a copy depends
-    // on where it lies, which is not to depend on the environment's size.
+    // Aligns the stack below to a page: the C library's copy functions depend on the address, which
+    // would otherwise depend on the size of the environment.
     alignas(4096) [[maybe_unused]] volatile std::byte begin{};
     for (const DataPath& path : paths) {
         const Passes run = path.make();

@@ -1,4 +1,4 @@
-// What data paths cost in figures that do not depend on the clock.
+// Costs of data paths that do not depend on the clock.
 #pragma once
 
 #include <map>
@@ -29,7 +29,7 @@ void runUnderCallgrind(const std::vector<DataPath>& paths);
 /// As lines of a file that can be read again.
 void write(const CountsByPath& counts, const std::string& file);
 
-/// Says which paths cost other than the file expects, are not in it, or are only there.
+/// Prints the paths whose costs differ from the file, and those that are missing on either side.
 /// @return whether there is none
 bool areAsExpected(const CountsByPath& counts, const std::string& file);
 

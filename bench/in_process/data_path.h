@@ -1,4 +1,4 @@
-// A way of data through the library inside one process: to be timed, and to be counted.
+// A path of data through the library inside one process, which is timed and counted.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -16,7 +16,8 @@
 
 namespace Bench {
 
-/// Sends a path's records through it so many times. @return where the client saw the last ones
+/// Sends records through a path `times` times. @return the address at which the client saw the last
+/// ones
 using Passes = std::function<const void*(size_t times)>;
 
 struct DataPath {

@@ -16,7 +16,7 @@
 
 namespace Bench {
 
-/// Records appear in the queue by moving the writer's counter: they are there already. The client
+/// Records are in the queue already; moving the writer's counter makes them appear. The client
 /// touches them.
 template <typename Data, typename HidlData>
 class PlayedStream {
