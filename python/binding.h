@@ -34,7 +34,8 @@ constexpr size_t parameterCount(Result (* /*function*/)(Self, Parameters...)) {
     return sizeof...(Parameters);
 }
 
-/// An object of the API, and the streams of it that were asked for: a stream has one callback.
+/// An object of the API, and its streams that Python has obtained. They are shared, because a
+/// stream has one callback.
 template <typename Api>
 struct Remote {
     Service::Life life;

@@ -1,5 +1,5 @@
-// A thread that asks a finished interpreter for the GIL would be ended in the middle of the
-// library.
+// If a thread requests the GIL of a finished interpreter, Python ends the thread in the middle of
+// library code. So callbacks need a permit.
 #include "callback.h"
 
 #include <condition_variable>

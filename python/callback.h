@@ -7,7 +7,7 @@
 
 #include "values.h"
 
-/// Keeps the interpreter for a callback. False once the interpreter is at its end.
+/// Keeps the interpreter alive for a callback. False if the interpreter is ending.
 class CallbackPermit {
   public:
     CallbackPermit();
@@ -24,7 +24,7 @@ class CallbackPermit {
     bool isGranted_;
 };
 
-/// What the function raises is reported as unraisable: there is nobody to catch it.
+/// Exceptions of the function are reported as unraisable, because no Python code can catch them.
 template <typename... Arguments>
 std::function<void(Arguments...)> callbackOf(py::function function) {
     const std::shared_ptr<py::function> shared(new py::function(std::move(function)),

@@ -28,7 +28,8 @@ ExposureGainSettings settingsOf(const std::vector<ExposureGain>& cameras) {
     return settings;
 }
 
-/// The service refuses before, which would end the interpreter.
+/// Raises an error unless the stream was added: otherwise the service refuses, which would end the
+/// interpreter.
 void requireAdded(const Camera& self) {
     if (self.streams.empty() || self.streams.begin()->second->owner == nullptr) {
         throw std::runtime_error("add the stream to a Composite first");

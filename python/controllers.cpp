@@ -14,8 +14,8 @@ using namespace Vek::Sensors;
 
 namespace {
 
-/// Its constructor ends the process if there is no service. One process offers this service and
-/// that of the controllers' state, which can be asked for.
+/// The provider's constructor ends the process if there is no service. One process offers this
+/// service and that of the controllers' state, so check the latter, whose factory returns null.
 std::unique_ptr<IControllerProvider> createControllerProvider() {
     if (createControllerStateProvider() == nullptr) {
         return nullptr;
@@ -23,7 +23,7 @@ std::unique_ptr<IControllerProvider> createControllerProvider() {
     return std::make_unique<HidlWrapper::ControllerProvider>();
 }
 
-/// What a call sets in its last argument; empty if it failed.
+/// The value that a call stores in its last argument; empty if the call failed.
 template <typename Value, typename Api, typename... Arguments>
 auto answerOf(bool (Api::*method)(Arguments..., Value&)) {
     return [method](const Remote<Api>& self, Arguments... arguments) {
@@ -35,11 +35,11 @@ auto answerOf(bool (Api::*method)(Arguments..., Value&)) {
     };
 }
 
-/// Not converted from other numbers, which might not fit.
+/// Accepts only arrays of this type, because other numbers might not fit.
 template <typename Sample>
 using Samples = py::array_t<Sample, py::array::c_style>;
 
-/// @param most as many as a call can take
+/// @param most maximum number of values of a call
 template <typename Sample>
 std::vector<Sample> valuesOf(const Samples<Sample>& samples, size_t least, size_t most) {
     const auto count = static_cast<size_t>(samples.size());
@@ -181,7 +181,7 @@ void defineStateProvider(py::module_& module) {
         .method("startPoseOutputStream", &Api::startPoseOutputStream)
         .method("stopPoseOutputStream", &Api::stopPoseOutputStream)
         .function("sendPose",
-                  // Writes into a queue: nothing to wait for.
+                  // Runs on this thread, because it only writes into a queue and never waits.
                   [](const Remote<Api>& self, const PoseOutput& pose) {
                       Service::requireAlive(self.life);
                       return self.object->sendPose(pose);

@@ -1,5 +1,5 @@
-// Light sensor, external clocks, illuminators, KivraRpc messages. Arguments that the library ends a
-// process for are refused here.
+// Light sensor, external clocks, illuminators, KivraRpc messages. Refuses arguments for which the
+// library would end the process.
 #include <vendor/zelvan/hardware/sensors/1.0/IFlickerSensor.h>
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// All that a frame set says is another process's word: nothing may be read outside of its buffers.
+// Frame sets come from another process, so everything must be checked against the buffers.
 #include "frame_stream.h"
 
 #include <algorithm>

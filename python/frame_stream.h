@@ -14,7 +14,7 @@ class FrameStream : public Stream {
     py::object dtype() const override;
     size_t queueSize() const override;
     void setQueueSize(size_t records) override;
-    /// Asks for the buffers, too.
+    /// Also gets the buffers.
     void addTo(Vek::Sensors::ICompositeStream& composite) override;
     py::object take() override;
     size_t countOf(const py::object& batch) const override;

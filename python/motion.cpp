@@ -1,4 +1,4 @@
-// IMU, magnetometer and IAD sensor: no call here takes or gives anything of its own.
+// IMU, magnetometer and IAD sensor. Their calls need no conversions of their own.
 #include "areas.h"
 #include "binding.h"
 

@@ -11,7 +11,7 @@ namespace Service {
 namespace {
 
 std::atomic<Life> current{0};
-/// The last life that is over.
+/// Number of the last life that has ended.
 std::atomic<Life> lastOver{0};
 static_assert(std::atomic<Life>::is_always_lock_free);
 
@@ -19,7 +19,7 @@ void noteDeath(int /*signal*/) {
     lastOver = current.load();
 }
 
-/// The rest would stand among what a script says.
+/// Hides other lines, which would mix with the script's output.
 void logErrors(const __android_log_message* line) {
     if (line->priority >= ANDROID_LOG_ERROR) {
         __android_log_stderr_logger(line);

@@ -32,7 +32,7 @@ struct ServiceDied : std::runtime_error {
 /// made and is dead after it.
 using Life = uint64_t;
 
-/// How long signals and deaths wait until they are noticed.
+/// Interval at which waits check for signals and deaths.
 inline constexpr std::chrono::milliseconds kSlice{50};
 
 /// The life in which an object is made now. Chooses the process's reaction to deaths when it is
@@ -69,8 +69,8 @@ std::invoke_result_t<Call> call(Life life, Call call) {
     return result.get();
 }
 
-/// Shares an object of the API. Its end may tell the service, which a dead one would never answer:
-/// such an object is left as it is.
+/// Shares an object of the API. Its destructor may call the service, and a dead service never
+/// answers, so objects of a dead service are leaked.
 template <typename Object>
 std::shared_ptr<Object> share(Life life, std::unique_ptr<Object> object) {
     return {object.release(), [life](Object* last) {
@@ -84,7 +84,7 @@ std::shared_ptr<Object> share(Life life, std::unique_ptr<Object> object) {
                 try {
                     call(life, [last] { delete last; });
                 } catch (const ServiceDied&) {
-                    // Whoever uses the service next will hear of it.
+                    // Ignored here: the next call of the service raises it.
                 } catch (pybind11::error_already_set& interrupt) {
                     interrupt.restore();
                 }

@@ -16,7 +16,7 @@ using Clock = std::chrono::steady_clock;
 using Deadline = std::optional<Clock::time_point>;
 
 constexpr size_t kMostStreams = 15;
-/// Longer waits are waits without an end.
+/// Longer waits have no time-out.
 constexpr double kLongestWaitSeconds = 1e8;
 
 Deadline deadlineIn(std::optional<double> seconds) {

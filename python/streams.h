@@ -44,14 +44,14 @@ class Stream : public std::enable_shared_from_this<Stream> {
     void start() { control_.start(); }
     void stop() { control_.stop(); }
 
-    /// What came since the last call; a null object if nothing did.
+    /// The records received since the last call; a null object if there are none.
     virtual py::object take() = 0;
     /// Records in what was taken.
     virtual size_t countOf(const py::object& batch) const = 0;
-    /// Makes one of what was taken.
+    /// Joins batches that were taken.
     virtual py::object join(const py::list& batches) const = 0;
 
-    /// The one whose place it has taken.
+    /// The composite to which it was added last.
     const Composite* owner = nullptr;
 
     // As a composite of this stream alone.
@@ -141,7 +141,7 @@ class Composite {
     void exit(const py::object& errorType);
 
     using Batch = std::pair<std::shared_ptr<Stream>, py::object>;
-    /// @return what came: nothing if the time is over or wake() was called.
+    /// @return the received batches; empty after the time-out or wake().
     std::vector<Batch> wait(std::optional<double> seconds);
     /// The next batch. Throws py::stop_iteration after wake().
     Batch next();
@@ -155,7 +155,7 @@ class Composite {
     const std::vector<std::shared_ptr<Stream>> streams_;
     Service::Life life_ = 0;
     std::shared_ptr<Vek::Sensors::ICompositeStream> composite_;
-    /// Also if starting or stopping was interrupted: then nobody knows.
+    /// Also true if starting or stopping was interrupted, because the state is then unknown.
     bool isRunning_ = false;
     bool isWaiting_ = false;
     /// Received and not yet handed out by next().

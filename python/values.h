@@ -80,7 +80,7 @@ struct type_caster<std::array<char, size>> {
     static handle cast(const Text& text, return_value_policy /*policy*/, handle /*parent*/) {
         const std::string_view whole(text.data(), size);
         const std::string_view used = whole.substr(0, whole.find('\0'));
-        // Another process wrote it.
+        // The text comes from another process and may not be valid UTF-8.
         return PyUnicode_DecodeUTF8(used.data(), static_cast<Py_ssize_t>(used.size()), "replace");
     }
 };
