@@ -18,7 +18,7 @@ namespace {
 /// All cameras of a EuRoC data set are one stream.
 constexpr char kEurocCameras[] = "camera-headset";
 
-/// What there is in the streams that are played.
+/// Content of the streams that are played.
 struct Content {
     int64_t begin = std::numeric_limits<int64_t>::max();
     int64_t end = std::numeric_limits<int64_t>::min();
@@ -43,7 +43,7 @@ void survey(const Recording::Reader& recording, const Recording::StreamInfo& str
     }
 }
 
-/// Of a data set that has images and no frame sets.
+/// The same for the images of a data set that has no frame sets.
 void surveyImages(const Recording::Reader& recording, Content* content) {
     for (const Recording::CameraInfo& camera : recording.cameras()) {
         for (Recording::ImageCursor images = recording.images(camera); images.next();) {

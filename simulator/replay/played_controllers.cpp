@@ -18,14 +18,14 @@
 namespace Simulator {
 namespace {
 
-/// As faults know it.
+/// The controller's name as a target of faults.
 std::string nameOf(const Hidl::PairedControllerInfo& info) {
     const auto* const begin = info.name.data();
     const std::string name(begin, std::find(begin, begin + info.name.size(), 0));
     return name.empty() ? fmt::format("controller-{:x}", info.address.address) : name;
 }
 
-/// Each in its first recorded state, or connected if none was recorded.
+/// Makes the controllers, each in its first recorded state, or connected if none was recorded.
 std::vector<ControllerDevice> devicesOf(const Playback& playback) {
     std::map<uint64_t, Hidl::PairedControllerInfo> states;
     if (const Recording::StreamInfo* const stream = playback.find("controller-state")) {
