@@ -137,7 +137,7 @@ void ThreadPool::setMaxBusyThreads(size_t count) {
 }
 
 bool ThreadPool::mayGoOn() {
-    // The only one has nobody to leave it to.
+    // If this is the only thread, it must do the work itself.
     return fillReserve() || threads_ == 1;
 }
 
@@ -211,7 +211,7 @@ void ThreadPool::runTasks() {
         Task task = std::move(*next);
         tasks_.erase(next);
         occupy(task.process);
-        // Writes that nobody had seen yet came as one event.
+        // Several posts may have arrived as one event, so wake a thread for the remaining tasks.
         if (!tasks_.empty()) eventfd_write(taskPosted_.get(), 1);
         mutex_.unlock();
         task.run();

@@ -37,11 +37,12 @@ constexpr int kNoProcess = -1;
  * All threads wait in one place for descriptors and tasks. At least one thread always waits: as
  * soon as the last one gets work, another is started, because the work may itself wait for the next
  * message. If no thread can be started (the limit is reached, or the system refuses), the last one
- * only reads and leaves tasks to threads that finish theirs. Threads that are idle for a while end,
- * but for a reserve.
+ * only reads and leaves tasks to threads that finish theirs. Idle threads end after a while, except
+ * for a reserve.
  *
- * No process occupies more than a part of the threads, however many connections it has; only one,
- * while the reserve cannot be made up: what it does not answer holds nobody else up.
+ * A peer process occupies at most kMaxThreadsOfProcess threads, however many connections it has,
+ * and only one while the reserve cannot be filled. So a process that does not answer cannot block
+ * the calls of others.
  *
  * Threading: every method may be called from any thread.
  */
@@ -56,7 +57,7 @@ class ThreadPool {
      */
     static bool isInherited() { return isInherited_; }
 
-    /** @param process on whose behalf the task runs */
+    /** @param process peer for which the task runs and whose share of the threads it uses */
     void post(std::function<void()> task, int process = kNoProcess);
     /** Runs the task in about 10 ms, together with others posted in the meantime. */
     void postLater(std::function<void()> task);
@@ -68,12 +69,12 @@ class ThreadPool {
     void setMaxBusyThreads(size_t count);
 
     /**
-     * From now on a few threads wait, as far as they can be started: later that may not be
-     * possible. On the device there is no such reserve.
+     * From now on keeps kReserve waiting threads, because starting one later may fail. Does nothing
+     * as on the device (isAsOnDevice).
      */
     void keepReserve();
 
-    /** Makes the calling thread one of the pool's, for ever. */
+    /** Makes the calling thread one of the pool's. Never returns. */
     [[noreturn]] void join();
 
     /** @return a name for the descriptor, which is not watched yet; 0 if it cannot be added */
@@ -89,7 +90,7 @@ class ThreadPool {
   private:
     static constexpr size_t kMaxThreads = 256;
     static constexpr size_t kMaxThreadsOfProcess = kMaxThreads / 4;
-    /** One reads, the others serve a process each. */
+    /** One thread reads, and each of the others can serve a process. */
     static constexpr size_t kReserve = 4;
 
     struct Task {
@@ -103,12 +104,15 @@ class ThreadPool {
         return readables_.empty() && tasks_.empty() && laterTasks_.empty();
     }
     bool startThread() REQUIRES(mutex_);
-    /** Starts what is missing of the reserve. @return false if still no thread waits */
+    /** Starts threads until the reserve is complete. @return false if no thread waits even then */
     bool fillReserve() REQUIRES(mutex_);
-    /** Whether a thread that has left the wait may do work that can take long. */
+    /**
+     * Whether a thread that has left the wait may do work that can take long, because another one
+     * waits.
+     */
     bool mayGoOn() REQUIRES(mutex_);
     bool mayOccupyThread(int process) const REQUIRES(mutex_);
-    /** Counts the thread as occupied by the process, or no longer. */
+    /** Add the calling thread to those that the process occupies, and remove it. */
     void occupy(int process) REQUIRES(mutex_);
     void vacate(int process) REQUIRES(mutex_);
     void run(bool mayEnd);
@@ -127,9 +131,9 @@ class ThreadPool {
     size_t maxThreads_ GUARDED_BY(mutex_);
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t waitingThreads_ GUARDED_BY(mutex_) = 0;
-    /** So many wait, if they can be started. */
+    /** Number of threads to keep waiting. */
     size_t reserve_ GUARDED_BY(mutex_) = 1;
-    /** They cannot. */
+    /** Whether the reserve could not be filled. */
     bool isShort_ GUARDED_BY(mutex_) = false;
     std::map<int, size_t> threadsOfProcesses_ GUARDED_BY(mutex_);
     std::deque<Task> tasks_ GUARDED_BY(mutex_);
