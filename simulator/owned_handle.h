@@ -17,7 +17,12 @@ inline android::hardware::hidl_handle ownedHandle(std::initializer_list<int> des
     handle.setTo(native, true);
     const bool areOpen = std::all_of(descriptors.begin(), descriptors.end(),
                                      [](int descriptor) { return descriptor >= 0; });
-    return areOpen ? handle : nullptr;
+    // Not one expression: that would copy the handle, which takes a descriptor more and is fatal
+    // without one.
+    if (!areOpen) {
+        return nullptr;
+    }
+    return handle;
 }
 
 }  // namespace Simulator

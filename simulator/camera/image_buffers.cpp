@@ -49,8 +49,8 @@ bool ImageBuffers::add(const std::string& name) {
     return true;
 }
 
-std::vector<Hidl::ImageBufferDescription> ImageBuffers::descriptions() const {
-    std::vector<Hidl::ImageBufferDescription> descriptions(buffers_.size());
+android::hardware::hidl_vec<Hidl::ImageBufferDescription> ImageBuffers::descriptions() const {
+    android::hardware::hidl_vec<Hidl::ImageBufferDescription> descriptions(buffers_.size());
     for (size_t i = 0; i < buffers_.size(); ++i) {
         descriptions[i].pixels = buffers_[i].readOnly.getNativeHandle();
     }

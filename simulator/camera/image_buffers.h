@@ -28,7 +28,7 @@ class ImageBuffers {
 
     /// Of all buffers, for the clients. Their handles are this object's: copies of so many could
     /// take all descriptors that the process may have.
-    std::vector<Hidl::ImageBufferDescription> descriptions() const;
+    android::hardware::hidl_vec<Hidl::ImageBufferDescription> descriptions() const;
 
   private:
     struct Buffer {

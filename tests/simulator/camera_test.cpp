@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +16,7 @@
 
 #include "camera/camera_devices.h"
 #include "camera/mux_control.h"
+#include "owned_handle.h"
 #include "support/camera_client_end.h"
 
 namespace {
@@ -174,6 +176,19 @@ TEST_F(FrameSetServerTest, ClientsCannotWriteImages) {
     ASSERT_TRUE(writable.ok());
     EXPECT_EQ(mmap(nullptr, 1, PROT_READ | PROT_WRITE, MAP_SHARED, writable.get(), 0), MAP_FAILED);
     EXPECT_EQ(pwrite(writable.get(), "x", 1, 0), -1);
+}
+
+TEST_F(FrameSetServerTest, HandlesAreNotCopiedWhichTakesDescriptorsAndIsFatalWithoutAny) {
+    const int descriptor = dup(STDERR_FILENO);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const auto handle = ownedHandle({descriptor});
+    const Hidl::CameraStreamMetadata metadata = server_->metadata();
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(handle->data[0], descriptor);
+    EXPECT_NE(metadata.cameras[0].buffers[0].pixels.getNativeHandle(), nullptr);
 }
 
 /// Does not return from its call before it is told to.
