@@ -328,7 +328,13 @@ TEST_F(EndToEndTest, ClientSeesEveryKindOfFaultComeAndGo) {
         client.forget();
         const std::string number = answerOf("set " + effect.fault);
         EXPECT_TRUE(becomes(effect, true)) << effect.fault;
-        EXPECT_THAT(answerOf("list"), HasSubstr(number + ": " + effect.fault + ": came "));
+        // A machine that is too busy delays a frame set, too: only the service knows its faults.
+        const std::string entry = number + ": " + effect.fault + ": came ";
+        EXPECT_TRUE(client.waitUntil([&] {
+            const std::string list = answerOf("list");
+            return list.find(entry) != std::string::npos &&
+                   list.find(entry + "0 ") == std::string::npos;
+        })) << entry;
         client.forget();
         EXPECT_EQ(control({"clear", number}), 0);
         EXPECT_TRUE(becomes(effect, false)) << effect.fault << " is over";

@@ -168,6 +168,7 @@ TEST(FewThreadsTest, AreNotAllOccupiedByOneProcess) {
         Frame answer;
         EXPECT_TRUE(peer->receive(&answer)) << "none is forgotten";
     }
+    ThreadPool::self().setMaxBusyThreads(SIZE_MAX);
 }
 
 TEST_F(StallingClientTest, CallsWithDescriptorsThatComeTogetherAreAllServed) {
