@@ -179,16 +179,19 @@ TEST_F(FrameSetServerTest, ClientsCannotWriteImages) {
 }
 
 TEST_F(FrameSetServerTest, HandlesAreNotCopiedWhichTakesDescriptorsAndIsFatalWithoutAny) {
-    const int descriptor = dup(STDERR_FILENO);
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none{0, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const auto handle = ownedHandle({descriptor});
-    const Hidl::CameraStreamMetadata metadata = server_->metadata();
-    setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_EQ(handle->data[0], descriptor);
-    EXPECT_NE(metadata.cameras[0].buffers[0].pixels.getNativeHandle(), nullptr);
+    // With descriptors first: sanitizers need some where they see a class for the first time.
+    for (const rlim_t limit : {before.rlim_cur, rlim_t{0}}) {
+        const int descriptor = dup(STDERR_FILENO);
+        const rlimit changed{limit, before.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &changed), 0);
+        const auto handle = ownedHandle({descriptor});
+        const Hidl::CameraStreamMetadata metadata = server_->metadata();
+        setrlimit(RLIMIT_NOFILE, &before);
+        EXPECT_EQ(handle->data[0], descriptor);
+        EXPECT_NE(metadata.cameras[0].buffers[0].pixels.getNativeHandle(), nullptr);
+    }
 }
 
 /// Does not return from its call before it is told to.
