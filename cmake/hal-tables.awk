@@ -3,7 +3,8 @@
 # usage: awk -v package=<name@version> -v table=methods|fields -f hal-tables.awk HEADER...
 #
 # methods: every interface's methods, as types and names, a class that hands all calls of an
-# interface to one function, and the records that the service writes into queues. fields: the fields of every record, as macros and for visitors.
+# interface to one function, and the records that the service writes into queues.
+# fields: the fields of every record, as macros and for visitors.
 
 BEGIN {
     path = namespace = package
